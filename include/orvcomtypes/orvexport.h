@@ -1,0 +1,37 @@
+/// How names leave the library: visibility, calling conventions and the literal form of its 16-bit text.
+///
+/// This is the only header that knows the platform. On 32-bit Windows plain functions are stdcall and exported by
+/// undecorated name through the module definition file; classes are exported member by member by their C++ names.
+#pragma once
+
+#if defined(_WIN32)
+#if defined(ORVCOMTYPES_BUILD)
+#define ORV_API __declspec(dllexport)
+#define ORV_FUNC
+#elif defined(ORVCOMTYPES_STATIC)
+#define ORV_API
+#define ORV_FUNC
+#else
+#define ORV_API __declspec(dllimport)
+#define ORV_FUNC __declspec(dllimport)
+#endif
+#define ORVTEXT_(text) L##text
+#else
+#define ORV_API __attribute__((visibility("default")))
+#define ORV_FUNC __attribute__((visibility("default")))
+#define ORVTEXT_(text) u##text
+#endif
+
+#if defined(_M_IX86) || (defined(_WIN32) && defined(__i386__))
+#define ORVCALL __stdcall
+#define ORVFASTCALL __fastcall
+#else
+#define ORVCALL
+#define ORVFASTCALL
+#endif
+
+/// A text or character literal of `WCHAR`.
+#define ORVTEXT(text) ORVTEXT_(text)
+
+/// Plain functions carry no C++ decoration.
+#define ORV_EXTERN_C extern "C"

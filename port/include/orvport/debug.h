@@ -1,0 +1,5 @@
+// Debugger output.
+#pragma once
+
+#include "orvport/error.h"
+#include "orvport/types.h"

@@ -1,0 +1,5 @@
+// Environment variables.
+#pragma once
+
+#include "orvport/error.h"
+#include "orvport/types.h"

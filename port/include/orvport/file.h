@@ -1,0 +1,5 @@
+// Files and directories.
+#pragma once
+
+#include "orvport/error.h"
+#include "orvport/types.h"

@@ -1,0 +1,5 @@
+// Registry.
+#pragma once
+
+#include "orvport/error.h"
+#include "orvport/types.h"

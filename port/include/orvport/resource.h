@@ -1,0 +1,5 @@
+// String resources of a module.
+#pragma once
+
+#include "orvport/error.h"
+#include "orvport/types.h"
