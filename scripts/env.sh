@@ -1,0 +1,27 @@
+# Sourced by the other scripts: where things outside the repository live, and how to speak to the user.
+# ORVCOMTYPES_CACHE moves everything that setup.sh creates: the 32-bit half of Wine, the Wine prefix, the locales.
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cache=${ORVCOMTYPES_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/orvcomtypes}
+wine_root=$cache/wine
+system_wine=/usr/lib/wine
+test_locales=(en_US hu_HU de_DE pl_PL)
+
+say() { printf '[%4ds] %s\n' "$SECONDS" "$*"; }
+fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
+
+# The wine command: the distribution's where its 32-bit half is installed, else the private one.
+wine_command() {
+    if [ -x "$system_wine/wine" ]; then echo /usr/bin/wine; else echo "$wine_root/bin/wine"; fi
+}
+
+# What every Windows program of this project runs under. Set once, so that set-up, tests and developers agree.
+wine_environment() {
+    export WINEPREFIX=$cache/prefix WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
+    export LOCPATH=$cache/locales LC_ALL=${LC_ALL:-C.UTF-8}
+    unset DISPLAY
+}
+
+# wineserver of our prefix only; the arguments are its own (-p60 stay, -k end).
+wine_server() {
+    if [ -x "$system_wine/wineserver64" ]; then "$system_wine/wineserver64" "$@"; else "$system_wine/wineserver" "$@"; fi
+}
