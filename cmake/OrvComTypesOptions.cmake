@@ -1,11 +1,28 @@
-# Compile options that every target of the project shares.
+# Options that every target of the project shares.
 add_library(orvcomtypes_options INTERFACE)
 target_compile_features(orvcomtypes_options INTERFACE cxx_std_20)
-target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Werror)
+# Narrowing is warned about; a change of signedness alone is not: the interface's types (LONG, DWORD, int, size_t) mix
+# the two throughout, and casts at every turn would hide the narrowing ones.
+target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
 target_compile_definitions(orvcomtypes_options INTERFACE
     $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;WIN32_LEAN_AND_MEAN;_WIN32_WINNT=0x0A00;STRSAFE_NO_DEPRECATE>)
 if(ORVCOMTYPES_SANITIZE)
     target_compile_options(orvcomtypes_options INTERFACE
         -fsanitize=${ORVCOMTYPES_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(orvcomtypes_options INTERFACE -fsanitize=${ORVCOMTYPES_SANITIZE})
+endif()
+
+# Windows: the runtime DLLs stand beside ours, in the build tree as where it is installed. An exception crosses from
+# the library to its caller only when both use the same ones.
+if(WIN32)
+    set(ORVCOMTYPES_RUNTIME_DLLS "")
+    foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+        if(IS_ABSOLUTE "${path}")  # a runtime of the other architecture's unwinder comes back as a bare name
+            list(APPEND ORVCOMTYPES_RUNTIME_DLLS ${path})
+        endif()
+    endforeach()
+    file(COPY ${ORVCOMTYPES_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 endif()

@@ -16,7 +16,7 @@ wine_command() {
 
 # What every Windows program of this project runs under. Set once, so that set-up, tests and developers agree.
 wine_environment() {
-    export WINEPREFIX=$cache/prefix WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
+    export WINEPREFIX=${WINEPREFIX:-$cache/prefix} WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
     export LOCPATH=$cache/locales LC_ALL=${LC_ALL:-C.UTF-8}
     unset DISPLAY
 }

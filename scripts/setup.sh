@@ -133,6 +133,7 @@ make_prefix() {
     say "Wine prefix: creating"
     rm -rf "$cache/prefix"
     (
+        WINEPREFIX=$cache/prefix
         wine_environment
         wine=$(wine_command)
         quietly "wineboot" timeout 300 "$wine" wineboot.exe -i
@@ -165,7 +166,11 @@ SOURCE
     for machine in i686 x86_64; do
         quietly "compiling for $machine" "$machine-w64-mingw32-gcc-posix" -s -o "$work/$machine.exe" "$work/probe.c"
         status=0
-        (wine_environment; timeout 120 "$(wine_command)" "$work/$machine.exe") >"$log" 2>&1 </dev/null || status=$?
+        (
+            WINEPREFIX=$cache/prefix
+            wine_environment
+            timeout 120 "$(wine_command)" "$work/$machine.exe"
+        ) >"$log" 2>&1 </dev/null || status=$?
         [ $status = 42 ] || { tail -n 20 "$log" >&2; fail "Wine does not run $machine programs (status $status)"; }
     done
 }

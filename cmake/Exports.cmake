@@ -1,0 +1,65 @@
+# What the shared library exports. src/OrvComTypes.def lists the plain functions; classes and overloaded functions
+# follow from ORV_API. Everything else stays inside.
+
+# Sets OUT to the names listed in the module definition file DEF.
+function(orv_read_exports out def)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${def})
+    file(STRINGS ${def} lines REGEX "^[^;]")
+    list(POP_FRONT lines first)
+    if(NOT first STREQUAL "EXPORTS")
+        message(FATAL_ERROR "${def}: the first line that is no comment must be EXPORTS")
+    endif()
+    foreach(line IN LISTS lines)
+        if(NOT line MATCHES "^[A-Za-z_][A-Za-z0-9_]*$")
+            message(FATAL_ERROR "${def}: one undecorated name a line, not '${line}'")
+        endif()
+    endforeach()
+    set(${out} ${lines} PARENT_SCOPE)
+endfunction()
+
+# Makes TARGET export the names of DEF and what ORV_API marks.
+function(orv_export target def)
+    orv_read_exports(names ${def})
+    if(NOT WIN32)
+        orv_export_elf(${target} "${names}")
+        return()
+    endif()
+    target_sources(${target} PRIVATE ${def})
+    # Without this a library that marks nothing would export everything.
+    target_link_options(${target} PRIVATE -Wl,--exclude-all-symbols)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        orv_export_x86(${target})
+    endif()
+endfunction()
+
+# Visibility alone would let the standard library's templates out. C++ names are let through by our naming: classes
+# begin with C, the namespace is OCT, overloaded plain functions stand in the global namespace.
+function(orv_export_elf target names)
+    list(TRANSFORM names REPLACE "(.+)" "    \\1;\n")
+    string(JOIN "" names ${names})
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/OrvComTypes.map)
+    file(CONFIGURE OUTPUT ${script} CONTENT [[{
+global:
+@names@    _Z[0-9]*;
+    _Z*N[0-9]C*;    _Z*N[0-9][0-9]C*;
+    _Z*NK[0-9]C*;   _Z*NK[0-9][0-9]C*;
+    _ZT[ISV][0-9]C*; _ZT[ISV][0-9][0-9]C*;
+    _Z*N3OCT*;      _Z*NK3OCT*;
+local:
+    *;
+};
+]] @ONLY)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${script})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
+endfunction()
+
+# x86: the linker resolves a listed name to its stdcall or fastcall symbol and exports it bare. Its own import library
+# would then know the bare symbols only, which no caller asks for; one with the decorated symbols takes its place.
+function(orv_export_x86 target)
+    set(exported ${CMAKE_CURRENT_BINARY_DIR}/exported.def)
+    target_link_options(${target} PRIVATE -Wl,--enable-stdcall-fixup -Wl,--output-def=${exported})
+    add_custom_command(TARGET ${target} POST_BUILD VERBATIM
+        COMMAND ${CMAKE_COMMAND} -D NM=${CMAKE_NM} -D DLLTOOL=${CMAKE_DLLTOOL} -D EXPORTED=${exported}
+                -D DLL=$<TARGET_FILE:${target}> -D IMPORT_LIBRARY=$<TARGET_LINKER_FILE:${target}>
+                -P ${PROJECT_SOURCE_DIR}/cmake/MakeImportLibrary.cmake)
+endfunction()
