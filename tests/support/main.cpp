@@ -1,7 +1,14 @@
+#include "support/child_process.h"
+#include "support/test_environment.h"
+
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv)
 {
+    PrepareTestProcess();
+    if (argc >= 3 && argv[1] == kChildSwitch)
+        return RunAsChild(argv[2], ChildArguments(argv + 3, argv + argc));
     ::testing::InitGoogleTest(&argc, argv);
+    const CTestEnvironment environment;
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,26 @@
+#include "support/test_environment.h"
+#include "support/wine.h"
+
+#include <cstdlib>
+
+std::filesystem::path TestProgram()
+{
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
+
+void SetTestVariable(const char* sName, const char* sValue)
+{
+    if (sValue != nullptr)
+        setenv(sName, sValue, 1);
+    else
+        unsetenv(sName);
+}
+
+void PrepareTestProcess()
+{
+}
+
+bool IsRunningUnderWine()
+{
+    return false;
+}

@@ -1,0 +1,46 @@
+// What a test program may touch: a folder of its own that takes the place of every folder the library writes to.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+/// The folder of this run of the program; removed when the program ends.
+const std::filesystem::path& TestRoot();
+
+/// The folder that takes reports while nothing else is configured.
+std::filesystem::path TestReportFolder();
+
+/// The running program's file.
+std::filesystem::path TestProgram();
+
+/// Sets an environment variable as the library sees it; null removes it.
+void SetTestVariable(const char* sName, const char* sValue);
+
+/// Turns off what would stop an unattended process (dialogs of the runtime after an abort).
+void PrepareTestProcess();
+
+/// Makes the folder and points the environment into it for the lifetime of the object. The children of the program
+/// inherit it, so their reports appear beside those of the program itself.
+class CTestEnvironment
+{
+public:
+    CTestEnvironment();
+    CTestEnvironment(const CTestEnvironment&) = delete;
+    CTestEnvironment& operator=(const CTestEnvironment&) = delete;
+    ~CTestEnvironment();
+};
+
+/// Sets a variable for a scope and puts the former value back.
+class CVariableGuard
+{
+public:
+    CVariableGuard(const char* sName, const char* sValue);
+    CVariableGuard(const CVariableGuard&) = delete;
+    CVariableGuard& operator=(const CVariableGuard&) = delete;
+    ~CVariableGuard();
+
+private:
+    std::string m_sName;
+    std::string m_sFormer;
+    bool m_bHadFormer;
+};

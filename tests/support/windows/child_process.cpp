@@ -1,0 +1,94 @@
+#include "support/child_process.h"
+
+#include "support/test_environment.h"
+
+#include <windows.h>
+
+#include <stdexcept>
+
+namespace
+{
+HANDLE AsHandle(std::intptr_t h)
+{
+    return reinterpret_cast<HANDLE>(h);
+}
+
+/// Quotes one argument by the rules with which the runtime splits a command line.
+std::wstring Quoted(const std::string& sText)
+{
+    std::wstring sResult = L"\"";
+    std::size_t nBackslashes = 0;
+    for (const char c : sText)
+    {
+        if (c == '"')
+            sResult.append(nBackslashes + 1, L'\\');
+        nBackslashes = c == '\\' ? nBackslashes + 1 : 0;
+        sResult += static_cast<wchar_t>(static_cast<unsigned char>(c));
+    }
+    return sResult.append(nBackslashes, L'\\') + L'"';
+}
+} // namespace
+
+CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
+{
+    const std::wstring sProgram = TestProgram().wstring();
+    std::wstring sCommand = L"\"" + sProgram + L"\" " + Quoted(std::string(kChildSwitch)) + L" " + Quoted(sName);
+    for (const auto& sArgument : args)
+        sCommand += L" " + Quoted(sArgument);
+
+    SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
+    HANDLE hRead = nullptr;
+    HANDLE hWrite = nullptr;
+    if (!CreatePipe(&hRead, &hWrite, &inherit, 0))
+        throw std::runtime_error("CreatePipe");
+    SetHandleInformation(hRead, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = hWrite;
+    startup.hStdError = hWrite;
+    PROCESS_INFORMATION process{};
+    const BOOL bStarted = CreateProcessW(sProgram.c_str(), sCommand.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                         nullptr, &startup, &process);
+    CloseHandle(hWrite);
+    if (!bStarted)
+    {
+        CloseHandle(hRead);
+        throw std::runtime_error("CreateProcessW");
+    }
+    CloseHandle(process.hThread);
+    m_hProcess = reinterpret_cast<std::intptr_t>(process.hProcess);
+    m_hOutput = reinterpret_cast<std::intptr_t>(hRead);
+    m_bRunning = true;
+}
+
+bool CChildProcess::ReadMore()
+{
+    if (m_hOutput == 0)
+        return false;
+    char buffer[4096];
+    DWORD dwRead = 0;
+    if (ReadFile(AsHandle(m_hOutput), buffer, sizeof(buffer), &dwRead, nullptr) && dwRead > 0)
+    {
+        m_sPending.append(buffer, dwRead);
+        return true;
+    }
+    CloseHandle(AsHandle(m_hOutput));
+    m_hOutput = 0;
+    return false;
+}
+
+void CChildProcess::Kill()
+{
+    if (m_bRunning)
+        TerminateProcess(AsHandle(m_hProcess), 9);
+}
+
+int CChildProcess::WaitForExit()
+{
+    DWORD dwCode = 0;
+    WaitForSingleObject(AsHandle(m_hProcess), INFINITE);
+    GetExitCodeProcess(AsHandle(m_hProcess), &dwCode);
+    CloseHandle(AsHandle(m_hProcess));
+    return static_cast<int>(dwCode);
+}

@@ -1,0 +1,74 @@
+#include "support/child_process.h"
+#include "support/report_capture.h"
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+ORV_CHILD(Echo)
+{
+    for (const auto& sArgument : args)
+        std::printf("<%s>\n", sArgument.c_str());
+    std::fflush(stdout);
+    std::fputs("to stderr\n", stderr);
+    return 3;
+}
+
+ORV_CHILD(Hang)
+{
+    std::puts("ready");
+    std::fflush(stdout);
+    std::this_thread::sleep_for(std::chrono::hours(1));
+    return 0;
+}
+
+TEST(ChildProcess, PassesArgumentsAndCollectsBothStreams)
+{
+    const auto result = CChildProcess("Echo", {"a b", "", R"(c:\d\)", R"(q"q\")"}).Wait();
+    EXPECT_EQ(3, result.m_iExitCode);
+    EXPECT_EQ("<a b>\n<>\n<c:\\d\\>\n<q\"q\\\">\nto stderr\n", result.m_sOutput);
+}
+
+TEST(ChildProcess, IsKilledAfterItsLatch)
+{
+    CChildProcess child("Hang");
+    EXPECT_EQ("ready", child.ReadLine());
+    child.Kill();
+    EXPECT_NE(0, child.Wait().m_iExitCode);
+}
+
+TEST(ReportCapture, ReadsWhatWasAddedSinceTheLastLook)
+{
+    const CTempDir dir;
+    CReportCapture capture(dir.Path());
+    WriteBytes(capture.Path(), "2026-01-02  3:04:05 memarray(12) $$$ in function 'A<B::C>::D'! Message: x > 0\r\n");
+    EXPECT_REPORTS(capture, {{"A<B::C>::D", "x > 0", "", "memarray"}});
+    WriteBytes(capture.Path(), ReadBytes(capture.Path()) +
+                                   "2026-01-02 13:04:05 s(1) $$$ in function 'A<B::C>::D', 0x000F4240!\r\n");
+    EXPECT_REPORTS(capture, {{"::D", "", "0x000F4240"}});
+    EXPECT_NO_REPORTS(capture);
+}
+
+TEST(ReportCapture, DoesNotMatchOtherReports)
+{
+    const std::vector<CapturedReport> made{{"src", 1, "Cls::Fn", "7", "cond"}};
+    EXPECT_TRUE(ReportsMatch(made, {{"Cls::Fn", "cond"}}));
+    EXPECT_FALSE(ReportsMatch(made, {}));
+    EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn", "cond"}, {"Cls::Fn", "cond"}}));
+    EXPECT_FALSE(ReportsMatch(made, {{"Fn", "cond"}}));
+    EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn"}}));
+    EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn", "cond", "8"}}));
+    EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn", "cond", "7", "other"}}));
+}
+
+TEST(TestEnvironment, VariablesAreSeenAndRestored)
+{
+    {
+        const CVariableGuard guard("ORVCOMTYPES_SOMETHING", "1");
+        EXPECT_STREQ("1", std::getenv("ORVCOMTYPES_SOMETHING"));
+    }
+    EXPECT_EQ(nullptr, std::getenv("ORVCOMTYPES_SOMETHING"));
+}
