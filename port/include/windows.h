@@ -2,6 +2,9 @@
 // says what each name promises.
 #pragma once
 
+// Callers of the library share these with it: an event handed to a log, a last error read after a call.
+#pragma GCC visibility push(default)
+
 #include "orvport/types.h"
 
 #include "orvport/error.h"
@@ -18,3 +21,5 @@
 #include "orvport/systime.h"
 #include "orvport/thread.h"
 #include "orvport/timezone.h"
+
+#pragma GCC visibility pop

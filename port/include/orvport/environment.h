@@ -3,3 +3,6 @@
 
 #include "orvport/error.h"
 #include "orvport/types.h"
+
+DWORD GetEnvironmentVariableW(LPCWSTR lpName, LPWSTR lpBuffer, DWORD nSize) noexcept;
+BOOL SetEnvironmentVariableW(LPCWSTR lpName, LPCWSTR lpValue) noexcept;

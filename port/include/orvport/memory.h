@@ -3,3 +3,16 @@
 
 #include "orvport/error.h"
 #include "orvport/types.h"
+
+typedef WCHAR* BSTR;
+
+LPVOID CoTaskMemAlloc(SIZE_T cb) noexcept;
+void CoTaskMemFree(LPVOID pv) noexcept;
+
+BSTR SysAllocString(LPCWSTR psz) noexcept;
+BSTR SysAllocStringLen(LPCWSTR strIn, UINT ui) noexcept;
+void SysFreeString(BSTR bstrString) noexcept;
+UINT SysStringLen(BSTR pbstr) noexcept;
+
+HLOCAL LocalAlloc(UINT uFlags, SIZE_T uBytes) noexcept;
+HLOCAL LocalFree(HLOCAL hMem) noexcept;

@@ -1,5 +1,108 @@
 // Critical sections and interlocked operations.
+//
+// The critical section is on the hot path of every pool, so entering and leaving a free one is inlined: one
+// compare-exchange in, one plain store out. What a plain store cannot do, wake a sleeper, is arranged by the sleeper
+// (see port/src/sync.cpp).
 #pragma once
 
 #include "orvport/error.h"
 #include "orvport/types.h"
+
+#include <atomic>
+
+/// Its address is the identity of the running thread. Initial-exec, so that taking it is one addition.
+struct CPortThread
+{
+    static __thread char t_cIdentity __attribute__((tls_model("initial-exec")));
+    static std::uintptr_t Self() noexcept { return reinterpret_cast<std::uintptr_t>(&t_cIdentity); }
+};
+
+typedef struct _RTL_CRITICAL_SECTION
+{
+    std::atomic<std::uintptr_t> Owner;  ///< identity of the thread inside, 0 when free
+    LONG RecursionCount;                ///< further entries of the owner; touched by the owner only
+    std::atomic<std::uint32_t> Waiters; ///< threads that found it taken and may sleep
+    std::atomic<std::uint32_t> Wakeups; ///< what they sleep on
+    _RTL_CRITICAL_SECTION* pNext;       ///< all initialised sections, for fork
+    _RTL_CRITICAL_SECTION* pPrev;
+} CRITICAL_SECTION, *PCRITICAL_SECTION, *LPCRITICAL_SECTION;
+
+void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
+void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
+void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept;
+void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept;
+
+inline void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    std::uintptr_t nOwner = 0;
+    if (lpCriticalSection->Owner.compare_exchange_strong(nOwner, CPortThread::Self(), std::memory_order_acquire,
+                                                         std::memory_order_relaxed)) [[likely]]
+        return;
+    if (nOwner == CPortThread::Self())
+        ++lpCriticalSection->RecursionCount;
+    else
+        PortEnterContended(lpCriticalSection);
+}
+
+inline BOOL TryEnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    std::uintptr_t nOwner = 0;
+    if (lpCriticalSection->Owner.compare_exchange_strong(nOwner, CPortThread::Self(), std::memory_order_acquire,
+                                                         std::memory_order_relaxed))
+        return TRUE;
+    if (nOwner != CPortThread::Self())
+        return FALSE;
+    ++lpCriticalSection->RecursionCount;
+    return TRUE;
+}
+
+inline void LeaveCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    if (lpCriticalSection->RecursionCount != 0) [[unlikely]]
+    {
+        --lpCriticalSection->RecursionCount;
+        return;
+    }
+    lpCriticalSection->Owner.store(0, std::memory_order_release);
+    // The compiler must keep this order; the processor is made to by a waiter's barrier.
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (lpCriticalSection->Waiters.load(std::memory_order_relaxed) != 0) [[unlikely]]
+        PortWakeWaiter(lpCriticalSection);
+}
+
+inline LONG InterlockedIncrement(LONG volatile* lpAddend) noexcept
+{
+    return __atomic_add_fetch(lpAddend, 1, __ATOMIC_SEQ_CST);
+}
+
+inline LONG InterlockedDecrement(LONG volatile* lpAddend) noexcept
+{
+    return __atomic_sub_fetch(lpAddend, 1, __ATOMIC_SEQ_CST);
+}
+
+inline LONG InterlockedExchange(LONG volatile* Target, LONG Value) noexcept
+{
+    return __atomic_exchange_n(Target, Value, __ATOMIC_SEQ_CST);
+}
+
+inline LONG InterlockedExchangeAdd(LONG volatile* Addend, LONG Value) noexcept
+{
+    return __atomic_fetch_add(Addend, Value, __ATOMIC_SEQ_CST);
+}
+
+inline LONG InterlockedCompareExchange(LONG volatile* Destination, LONG Exchange, LONG Comperand) noexcept
+{
+    __atomic_compare_exchange_n(Destination, &Comperand, Exchange, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
+    return Comperand;
+}
+
+inline PVOID InterlockedExchangePointer(PVOID volatile* Target, PVOID Value) noexcept
+{
+    return __atomic_exchange_n(Target, Value, __ATOMIC_SEQ_CST);
+}
+
+inline PVOID InterlockedCompareExchangePointer(PVOID volatile* Destination, PVOID Exchange, PVOID Comperand) noexcept
+{
+    __atomic_compare_exchange_n(Destination, &Comperand, Exchange, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
+    return Comperand;
+}

@@ -3,3 +3,19 @@
 
 #include "orvport/error.h"
 #include "orvport/types.h"
+
+#include <ctime>
+
+typedef std::int64_t __time64_t;
+typedef int errno_t;
+
+void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept;
+void GetSystemTime(LPSYSTEMTIME lpSystemTime) noexcept;
+void GetSystemTimeAsFileTime(LPFILETIME lpSystemTimeAsFileTime) noexcept;
+DWORD GetTickCount() noexcept;
+ULONGLONG GetTickCount64() noexcept;
+BOOL QueryPerformanceCounter(LARGE_INTEGER* lpPerformanceCount) noexcept;
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency) noexcept;
+
+__time64_t _time64(__time64_t* ptime) noexcept;
+errno_t _localtime64_s(std::tm* ptm, const __time64_t* ptime) noexcept;

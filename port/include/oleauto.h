@@ -1,0 +1,4 @@
+// OLE Automation strings. Declared with the rest in windows.h; the name is here because Windows keeps them apart.
+#pragma once
+
+#include <windows.h>
