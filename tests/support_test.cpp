@@ -44,7 +44,8 @@ TEST(ReportCapture, ReadsWhatWasAddedSinceTheLastLook)
 {
     const CTempDir dir;
     CReportCapture capture(dir.Path());
-    WriteBytes(capture.Path(), "2026-01-02  3:04:05 memarray(12) $$$ in function 'A<B::C>::D'! Message: x > 0\r\n");
+    WriteBytes(capture.Path(),
+               "2026-01-02  3:04:05 memarray(12) $$$ in function 'A<B::C>::D'! Message: x > 0\r\n");
     EXPECT_REPORTS(capture, {{"A<B::C>::D", "x > 0", "", "memarray"}});
     WriteBytes(capture.Path(), ReadBytes(capture.Path()) +
                                    "2026-01-02 13:04:05 s(1) $$$ in function 'A<B::C>::D', 0x000F4240!\r\n");

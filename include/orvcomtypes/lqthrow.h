@@ -11,7 +11,9 @@ struct LQSrcLocation
 };
 
 /// The current position.
-#define LQ_SRC_LOCATION (::LQSrcLocation{::OCT::SourceNameW<::OCT::CSourceStem<WCHAR>(__FILE__)>, static_cast<unsigned>(__LINE__)})
+#define LQ_SRC_LOCATION \
+    (::LQSrcLocation{::OCT::SourceNameW<::OCT::CSourceStem<WCHAR>(__FILE__)>, \
+                     static_cast<unsigned>(__LINE__)})
 
 /// Throws `CLQMemoryExcept` (E_OUTOFMEMORY, the generic message of `lqeMemory`) through the library's throw path.
 [[noreturn]] ORV_API void ORVCALL LQThrowMemory(const LQSrcLocation& location);

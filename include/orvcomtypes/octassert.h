@@ -48,4 +48,5 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL OrvReportAssertion(const char* sSource, int i
 #define ORV_REPORT_FROM(source, function, condition, value) \
     ::OrvReportAssertion(source, __LINE__, function, condition, static_cast<std::uint32_t>(value))
 #define ORV_REPORT(function, condition) ORV_REPORT_FROM(ORV_SOURCE_NAME, function, condition, 0)
-#define ORV_REPORT_VALUE(function, condition, value) ORV_REPORT_FROM(ORV_SOURCE_NAME, function, condition, value)
+#define ORV_REPORT_VALUE(function, condition, value) \
+    ORV_REPORT_FROM(ORV_SOURCE_NAME, function, condition, value)

@@ -5,7 +5,7 @@
 
 #pragma GCC visibility push(default)
 
-std::uintptr_t _beginthreadex(void* security, unsigned stack_size, unsigned (*start_address)(void*), void* arglist,
-                              unsigned initflag, unsigned* thrdaddr) noexcept;
+std::uintptr_t _beginthreadex(void* security, unsigned stack_size, unsigned (*start_address)(void*),
+                              void* arglist, unsigned initflag, unsigned* thrdaddr) noexcept;
 
 #pragma GCC visibility pop

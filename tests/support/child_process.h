@@ -11,7 +11,7 @@ inline constexpr std::string_view kChildSwitch = "--child";
 
 struct ChildResult
 {
-    int m_iExitCode = 0; ///< on POSIX minus the signal's number when a signal ended the process
+    int m_iExitCode = 0;   ///< on POSIX minus the signal's number when a signal ended the process
     std::string m_sOutput; ///< both output streams, what ReadLine took left out; "\r\n" is read as "\n"
 };
 

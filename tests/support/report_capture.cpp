@@ -53,7 +53,8 @@ bool Matches(const CapturedReport& actual, const ExpectedReport& expected)
 {
     return (expected.m_sFunction == nullptr || FunctionMatches(actual.m_sFunction, expected.m_sFunction)) &&
            TextMatches(actual.m_sCondition, expected.m_sCondition) &&
-           TextMatches(actual.m_sValue, expected.m_sValue) && TextMatches(actual.m_sSource, expected.m_sSource);
+           TextMatches(actual.m_sValue, expected.m_sValue) &&
+           TextMatches(actual.m_sSource, expected.m_sSource);
 }
 
 std::string Quoted(const char* sText)
@@ -63,14 +64,12 @@ std::string Quoted(const char* sText)
 
 std::string Described(const CapturedReport& report)
 {
-    return report.m_sSource + "(" + std::to_string(report.m_iLine) + ") '" + report.m_sFunction + "' value '" +
-           report.m_sValue + "' condition '" + report.m_sCondition + "'";
+    return report.m_sSource + "(" + std::to_string(report.m_iLine) + ") '" + report.m_sFunction +
+           "' value '" + report.m_sValue + "' condition '" + report.m_sCondition + "'";
 }
 } // namespace
 
-CReportCapture::CReportCapture() : CReportCapture(TestReportFolder())
-{
-}
+CReportCapture::CReportCapture() : CReportCapture(TestReportFolder()) {}
 
 CReportCapture::CReportCapture(const std::filesystem::path& folder)
     : m_file(folder / ("LQErrors_3.8.2_" + TestProgram().stem().string() + ".log")), m_nTaken(SizeOf(m_file))
@@ -104,7 +103,7 @@ testing::AssertionResult ReportsMatch(const std::vector<CapturedReport>& reports
         result << "\n  " << Described(report);
     result << "\nexpected:";
     for (const auto& report : expected)
-        result << "\n  " << Quoted(report.m_sFunction) << " value " << Quoted(report.m_sValue) << " condition "
-               << Quoted(report.m_sCondition) << " source " << Quoted(report.m_sSource);
+        result << "\n  " << Quoted(report.m_sFunction) << " value " << Quoted(report.m_sValue)
+               << " condition " << Quoted(report.m_sCondition) << " source " << Quoted(report.m_sSource);
     return result;
 }

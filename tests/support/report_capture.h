@@ -14,7 +14,7 @@ struct CapturedReport
     std::string m_sSource;
     int m_iLine = 0;
     std::string m_sFunction;
-    std::string m_sValue; ///< "12" or "0x000F4240"; empty without a value
+    std::string m_sValue;     ///< "12" or "0x000F4240"; empty without a value
     std::string m_sCondition; ///< empty without a condition text
 };
 

@@ -44,11 +44,16 @@ CTestEnvironment::CTestEnvironment()
     {
         const char* m_sVariable;
         const char* m_sFolder;
-    } folders[] = {{"ALLUSERSPROFILE", "allusers"},   {"TEMP", "temp"},
-                   {"TMP", "temp"},                   {"TMPDIR", "temp"},
-                   {"APPDATA", "appdata"},            {"LOCALAPPDATA", "localappdata"},
-                   {"XDG_CONFIG_HOME", "config"},     {"XDG_DATA_HOME", "data"},
-                   {"XDG_STATE_HOME", "state"},       {"XDG_CACHE_HOME", "cache"}};
+    } folders[] = {{"ALLUSERSPROFILE", "allusers"},
+                   {"TEMP", "temp"},
+                   {"TMP", "temp"},
+                   {"TMPDIR", "temp"},
+                   {"APPDATA", "appdata"},
+                   {"LOCALAPPDATA", "localappdata"},
+                   {"XDG_CONFIG_HOME", "config"},
+                   {"XDG_DATA_HOME", "data"},
+                   {"XDG_STATE_HOME", "state"},
+                   {"XDG_CACHE_HOME", "cache"}};
     for (const auto& folder : folders)
     {
         std::filesystem::create_directory(g_root / folder.m_sFolder);

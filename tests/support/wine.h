@@ -14,4 +14,5 @@ bool IsRunningUnderWine();
     { \
         if (IsRunningUnderWine()) \
             GTEST_SKIP() << "Wine: " << reason; \
-    } while (false)
+    } \
+    while (false)

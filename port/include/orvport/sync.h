@@ -35,8 +35,8 @@ void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 inline void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
     std::uintptr_t nOwner = 0;
-    if (lpCriticalSection->Owner.compare_exchange_strong(nOwner, CPortThread::Self(), std::memory_order_acquire,
-                                                         std::memory_order_relaxed)) [[likely]]
+    if (lpCriticalSection->Owner.compare_exchange_strong(
+            nOwner, CPortThread::Self(), std::memory_order_acquire, std::memory_order_relaxed)) [[likely]]
         return;
     if (nOwner == CPortThread::Self())
         ++lpCriticalSection->RecursionCount;
@@ -47,8 +47,8 @@ inline void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 inline BOOL TryEnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
     std::uintptr_t nOwner = 0;
-    if (lpCriticalSection->Owner.compare_exchange_strong(nOwner, CPortThread::Self(), std::memory_order_acquire,
-                                                         std::memory_order_relaxed))
+    if (lpCriticalSection->Owner.compare_exchange_strong(
+            nOwner, CPortThread::Self(), std::memory_order_acquire, std::memory_order_relaxed))
         return TRUE;
     if (nOwner != CPortThread::Self())
         return FALSE;
@@ -101,7 +101,8 @@ inline PVOID InterlockedExchangePointer(PVOID volatile* Target, PVOID Value) noe
     return __atomic_exchange_n(Target, Value, __ATOMIC_SEQ_CST);
 }
 
-inline PVOID InterlockedCompareExchangePointer(PVOID volatile* Destination, PVOID Exchange, PVOID Comperand) noexcept
+inline PVOID InterlockedCompareExchangePointer(PVOID volatile* Destination, PVOID Exchange,
+                                               PVOID Comperand) noexcept
 {
     __atomic_compare_exchange_n(Destination, &Comperand, Exchange, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
     return Comperand;

@@ -16,7 +16,8 @@ HANDLE CreateEventW(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, 
 BOOL SetEvent(HANDLE hEvent) noexcept;
 BOOL ResetEvent(HANDLE hEvent) noexcept;
 DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) noexcept;
-DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll, DWORD dwMilliseconds) noexcept;
+DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
+                             DWORD dwMilliseconds) noexcept;
 
 BOOL GetExitCodeThread(HANDLE hThread, LPDWORD lpExitCode) noexcept;
 BOOL TerminateThread(HANDLE hThread, DWORD dwExitCode) noexcept;

@@ -16,9 +16,7 @@ void SetTestVariable(const char* sName, const char* sValue)
         unsetenv(sName);
 }
 
-void PrepareTestProcess()
-{
-}
+void PrepareTestProcess() {}
 
 bool IsRunningUnderWine()
 {

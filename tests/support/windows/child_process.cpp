@@ -32,7 +32,8 @@ std::wstring Quoted(const std::string& sText)
 CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
 {
     const std::wstring sProgram = TestProgram().wstring();
-    std::wstring sCommand = L"\"" + sProgram + L"\" " + Quoted(std::string(kChildSwitch)) + L" " + Quoted(sName);
+    std::wstring sCommand =
+        L"\"" + sProgram + L"\" " + Quoted(std::string(kChildSwitch)) + L" " + Quoted(sName);
     for (const auto& sArgument : args)
         sCommand += L" " + Quoted(sArgument);
 
@@ -48,8 +49,8 @@ CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& arg
     startup.hStdOutput = hWrite;
     startup.hStdError = hWrite;
     PROCESS_INFORMATION process{};
-    const BOOL bStarted = CreateProcessW(sProgram.c_str(), sCommand.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                         nullptr, &startup, &process);
+    const BOOL bStarted = CreateProcessW(sProgram.c_str(), sCommand.data(), nullptr, nullptr, TRUE, 0,
+                                         nullptr, nullptr, &startup, &process);
     CloseHandle(hWrite);
     if (!bStarted)
     {
