@@ -4,3 +4,9 @@
 #include "orvcomtypes/octassert.h"
 
 #include "orvcomtypes/lqthrow.h"
+
+#include "orvcomtypes/orvstralloc.h"
+
+#include "orvcomtypes/orvstr.h"
+
+#include "orvcomtypes/orvdbstr.h"

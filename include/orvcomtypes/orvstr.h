@@ -1,0 +1,196 @@
+/// `COrvStr`, the text value of nearly every interface.
+///
+/// A value is a pointer to terminated 16-bit text and a flag. Owned text is a counted buffer (orvstralloc.h) that copies
+/// share and that is made private before it is changed; attached text belongs to somebody else and is only looked at
+/// until the first change copies it. Empty values point at one static text, so they cost nothing.
+///
+/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying attached text detaches
+///   the copy, moving and `Attach(const COrvStr&)` keep it attached.
+/// Thread safety: one object belongs to one thread at a time; objects that share a buffer may live in different threads.
+/// Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr" from "COrvStr::CopyTo",
+///   "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from "COrvStr::FindSubStr",
+///   "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace", "Load(uID, hInstance)" from
+///   "COrvStr::COrvStr". A heap buffer that cannot be had leaves a value that points at null: it reads as empty,
+///   measuring it is reported ("s == nullptr"), and it can be assigned anew.
+/// Units: lengths, counts and positions are code units, those of narrow text bytes; `nLen` 0 means up to the
+///   terminator. Text always ends at a terminator that comes before `nLen`.
+///
+/// Comparison is the system's collation, not the order of code units: "equal" means equal to a reader.
+///
+///     COrvStr sPath(ORVTEXT("C:\\data"));
+///     sPath.AddPath(ORVTEXT("report.txt"), ORVTEXT('\\'));
+///     COrvStr sCopy = sPath;          // shares the buffer
+///     sCopy.RemoveExt(ORVTEXT('.'));  // sPath stays as it was
+#pragma once
+
+#include "orvcomtypes/orvstralloc.h"
+
+class COrvDBStr;
+
+class ORV_API COrvStr
+{
+public:
+    COrvStr() noexcept : m_pStr(ORVS_GetDefaultEmptyString()), m_bOwn(true) {}
+    COrvStr(const COrvStr& str) : m_pStr(str.m_pStr), m_bOwn(true)
+    {
+        if (str.m_bOwn)
+            OCT::AddStrRef(m_pStr);
+        else
+            CopyForeign(str.m_pStr);
+    }
+    COrvStr(COrvStr&& str) noexcept : m_pStr(str.m_pStr), m_bOwn(str.m_bOwn) { str.Forget(); }
+    /// Null or empty text gives an empty value; \p bCopy false attaches \p s.
+    COrvStr(const WCHAR* s, bool bCopy = true);
+    /// From the ANSI code page.
+    COrvStr(const char* s);
+    /// Shares the database string's buffer.
+    explicit COrvStr(const COrvDBStr& str);
+    /// String resource \p uID of \p hInstance, null for the current language's module; a missing one is reported.
+    COrvStr(unsigned uID, HINSTANCE hInstance);
+    ~COrvStr()
+    {
+        if (m_bOwn)
+            OCT::ReleaseStrRef(m_pStr);
+    }
+
+    COrvStr& operator=(const COrvStr& str);
+    COrvStr& operator=(COrvStr&& str) noexcept;
+    COrvStr& operator=(const COrvDBStr& str);
+    COrvStr& operator=(const WCHAR* s);
+    COrvStr& operator=(const char* s);
+
+    void Empty();
+    void Clear() { Empty(); }
+    /// Looks at \p s from now on, or becomes empty when \p s is null; true exactly then.
+    bool Attach(const WCHAR* s);
+    /// Shares an owned buffer, or looks at the same attached text.
+    void Attach(const COrvStr& str);
+    void Attach(const COrvDBStr& str);
+
+    // ---- Length and raw access ----
+
+    unsigned GetLength() const;
+    unsigned Length() const { return GetLength(); }
+    bool IsEmpty() const noexcept { return m_pStr == nullptr || *m_pStr == 0; }
+    /// The terminated text; valid until the value changes.
+    operator const WCHAR*() const noexcept { return m_pStr; }
+
+    // ---- Copying in ----
+
+    void Copy(const WCHAR* s, unsigned nLen = 0);
+    void Copy(const char* s, unsigned nLen = 0);
+    /// Copies the text also where an assignment would share it.
+    void Copy(const COrvStr& str) { Copy(str.m_pStr); }
+    void SetUTF8(const char* s, unsigned nLen = 0);
+
+    void Append(const WCHAR* s, unsigned nLen = 0);
+    void Append(const char* s, unsigned nLen = 0);
+    void AppendUTF8(const char* s, unsigned nLen = 0);
+    /// Appends a string resource, or nothing when it is missing.
+    void Append(unsigned uID, HINSTANCE hInstance);
+    /// Appends one code unit; 0 appends nothing.
+    void AppendChar(WCHAR c)
+    {
+        if (m_bOwn && m_pStr != nullptr && c != 0)
+        {
+            OrvStrHeader& header = OCT::StrHeader(m_pStr);
+            const std::uint32_t nLen = header.nStrLen;
+            if (OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (std::uint64_t{nLen} + 2)))
+            {
+                m_pStr[nLen] = c;
+                m_pStr[nLen + 1] = 0;
+                header.nStrLen = nLen + 1;
+                return;
+            }
+        }
+        Append(&c, 1);
+    }
+    COrvStr& operator<<(const WCHAR* s);
+    COrvStr& operator+=(const WCHAR* s);
+
+    /// Loads a string resource into the value; false, and an empty value, when it is missing.
+    bool Load(unsigned uID, HINSTANCE hInstance);
+
+    // ---- Copying out ----
+
+    /// Copies into \p nCch code units, cut and always terminated; from 2^31 units on only a terminator is written.
+    const WCHAR* CopyTo(WCHAR* sDest, unsigned nCch) const;
+    /// Converts into \p cbDest bytes of the ANSI code page without look-alikes, cut and always terminated.
+    char* GetANSI(char* dest, unsigned cbDest) const;
+
+    // ---- Comparison; null compares as empty ----
+
+    bool operator<(const WCHAR* s) const;
+    bool operator>(const WCHAR* s) const;
+    bool operator==(const WCHAR* s) const;
+    bool operator!=(const WCHAR* s) const;
+    bool operator<(const COrvStr& str) const { return *this < str.m_pStr; }
+    bool operator>(const COrvStr& str) const { return *this > str.m_pStr; }
+    bool operator==(const COrvStr& str) const { return *this == str.m_pStr; }
+    bool operator!=(const COrvStr& str) const { return *this != str.m_pStr; }
+
+    // ---- Search: a position, or -1 ----
+
+    int Find(WCHAR c, int iStart = 0) const;
+    int ReverseFind(WCHAR c) const;
+    int FindSubStr(const WCHAR* sToFind) const;
+
+    // ---- Changing ----
+
+    void Replace(WCHAR cFrom, WCHAR cTo);
+    /// Replaces every occurrence, left to right without overlaps, by code units.
+    void Replace(const WCHAR* sToFind, const WCHAR* sReplaceTo);
+    /// Cuts to \p nLen; a greater \p nLen changes nothing.
+    void Truncate(unsigned nLen);
+    COrvStr SubStr(unsigned iStart, unsigned nCount) const;
+    /// Removes up to \p nCount units in place, also from a shared buffer and from attached text: only for a value that
+    /// the caller alone holds.
+    void Erase(unsigned iStart, unsigned nCount);
+    /// Changes ASCII letters only, in every locale.
+    void MakeUpper();
+    void MakeLower();
+    void CapitalizeFirstChar();
+    void TrimLeft();
+    void TrimRight();
+    void Trim();
+
+    // ---- Paths; backslash and slash alike ----
+
+    void AddBackslashToEnd();
+    /// Removes one separator at the end.
+    void RemoveBackslashFromEnd();
+    /// Cuts at the last \p cExtSep, also when that stands in a directory's name.
+    void RemoveExt(WCHAR cExtSep);
+    /// Joins \p sPath with exactly one separator at the join, \p cSep if there is none yet.
+    void AddPath(const WCHAR* sPath, WCHAR cSep);
+
+private:
+    bool CreateOwnBuffer(std::uint64_t nLen, bool bKeep);
+    void CopyForeign(const WCHAR* s);
+    void Share(WCHAR* pStr);
+    void Forget() noexcept
+    {
+        m_pStr = ORVS_GetDefaultEmptyString();
+        m_bOwn = true;
+    }
+
+    WCHAR* m_pStr;   ///< never null, except after a failed allocation
+    bool m_bOwn;     ///< a counted buffer of ours or the empty text; else attached, never written
+};
+
+/// Orders texts case-sensitively; the shape of a sorting policy, whose context is not used.
+class ORV_API COrvStrCmp
+{
+public:
+    static int Compare(const COrvStr& a, const COrvStr& b, void* pContext);
+};
+
+/// Orders texts without regard to case.
+class ORV_API COrvStrCmpNoCase
+{
+public:
+    static int Compare(const COrvStr& a, const COrvStr& b, void* pContext);
+};
+
+/// -1, 0 or 1 by the system's collation; 0 also when the comparison fails. Null compares as the empty text.
+ORV_EXTERN_C ORV_FUNC int ORVCALL CompareOrvString(const WCHAR* a, const WCHAR* b, bool bNoCase);
