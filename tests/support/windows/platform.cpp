@@ -21,7 +21,6 @@ void SetTestVariable(const char* sName, const char* sValue)
 void PrepareTestProcess()
 {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-    _set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
 }
 
 bool IsRunningUnderWine()

@@ -16,13 +16,13 @@ endif()
 # Windows: the runtime DLLs stand beside ours, in the build tree as where it is installed. An exception crosses from
 # the library to its caller only when both use the same ones.
 if(WIN32)
-    set(ORVCOMTYPES_RUNTIME_DLLS "")
+    set(ORV_RUNTIME_DLLS "")
     foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
         execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
             OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
         if(IS_ABSOLUTE "${path}")  # a runtime of the other architecture's unwinder comes back as a bare name
-            list(APPEND ORVCOMTYPES_RUNTIME_DLLS ${path})
+            list(APPEND ORV_RUNTIME_DLLS ${path})
         endif()
     endforeach()
-    file(COPY ${ORVCOMTYPES_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    file(COPY ${ORV_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 endif()

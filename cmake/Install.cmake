@@ -1,0 +1,21 @@
+# Installs the library with its headers, a CMake package (find_package(OrvComTypes)) and a pkg-config file.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/OrvComTypes)
+set(header_sets FILE_SET HEADERS)
+set(ORV_PC_CFLAGS "-I\${includedir}")
+if(WIN32)
+    install(FILES ${ORV_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
+else()
+    # The headers name types and functions of windows.h, so the port's goes along, in a folder of its own.
+    set(port_dir ${CMAKE_INSTALL_INCLUDEDIR}/orvcomtypes/port)
+    list(APPEND header_sets FILE_SET port DESTINATION ${port_dir})
+    string(APPEND ORV_PC_CFLAGS " -I\${includedir}/orvcomtypes/port")
+endif()
+install(TARGETS orvcomtypes EXPORT OrvComTypes ${header_sets})
+install(EXPORT OrvComTypes NAMESPACE OrvComTypes:: DESTINATION ${package_dir} FILE OrvComTypesConfig.cmake)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/orvcomtypes.pc.in ${PROJECT_BINARY_DIR}/orvcomtypes.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
