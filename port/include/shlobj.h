@@ -6,7 +6,6 @@
 #pragma GCC visibility push(default)
 
 #define CSIDL_APPDATA 0x001a
-#define CSIDL_COMMON_APPDATA 0x0023
 #define SHGFP_TYPE_CURRENT 0u
 
 HRESULT SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath) noexcept;

@@ -14,6 +14,3 @@
 
 BOOL GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) noexcept;
 DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) noexcept;
-HMODULE LoadLibraryW(LPCWSTR lpLibFileName) noexcept;
-FARPROC GetProcAddress(HMODULE hModule, LPCSTR lpProcName) noexcept;
-BOOL FreeLibrary(HMODULE hLibModule) noexcept;

@@ -1,0 +1,35 @@
+// Calls the library's entry point: attach after every static constructor, detach before the first static destructor,
+// at dlclose and at exit alike. The build links this file last, which makes its constructor the last to run; what is
+// registered with atexit last is called first.
+//
+// The reserved argument of detach is null in both cases. On Windows a non-null one says that all other threads were
+// ended by force; here they still run while the process exits, so the library has as much to tidy up as at an unload.
+#include <windows.h>
+
+#include <cstdlib>
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
+
+namespace
+{
+
+HMODULE OwnModule()
+{
+    HMODULE hModule = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&DllMain), &hModule);
+    return hModule;
+}
+
+void Detach()
+{
+    DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr);
+}
+
+[[gnu::constructor]] void Attach()
+{
+    DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr);
+    std::atexit(Detach);
+}
+
+} // namespace

@@ -1,0 +1,324 @@
+// Files and directories. Share modes are not enforced here: the system knows no mandatory ones.
+#include <windows.h>
+
+#include "errnomap.h"
+#include "handle.h"
+#include "utf.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace
+{
+
+class CFile : public CPortObject
+{
+public:
+    explicit CFile(int fd) noexcept : CPortObject(EKind::File), m_fd(fd) {}
+    static bool IsKind(EKind eKind) noexcept { return eKind == EKind::File; }
+    const int m_fd;
+
+private:
+    ~CFile() override { ::close(m_fd); }
+};
+
+bool IsDirectory(const std::string& sPath)
+{
+    struct stat st;
+    return ::stat(sPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// A missing file and a missing folder on the way to it are one errno but two Win32 errors.
+BOOL FailForPath(const std::string& sPath)
+{
+    const int nErrno = errno;
+    const auto nSlash = sPath.find_last_of('/');
+    const bool bNoFolder = nErrno == ENOENT && nSlash != std::string::npos && nSlash > 0 &&
+                           !IsDirectory(sPath.substr(0, nSlash));
+    SetLastError(bNoFolder ? static_cast<DWORD>(ERROR_PATH_NOT_FOUND) : PortWin32Error(nErrno));
+    return FALSE;
+}
+
+int OpenRetrying(const std::string& sPath, int nFlags)
+{
+    int fd;
+    do
+        fd = ::open(sPath.c_str(), nFlags, 0666);
+    while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+// Opens what exists or creates it; tells which. Another process may create or delete the file in between.
+int OpenOrCreate(const std::string& sPath, int nFlags, int nFlagsOfExisting, bool& bExisted)
+{
+    for (;;)
+    {
+        bExisted = true;
+        int fd = OpenRetrying(sPath, nFlags | nFlagsOfExisting);
+        if (fd >= 0 || errno != ENOENT)
+            return fd;
+        bExisted = false;
+        fd = OpenRetrying(sPath, nFlags | O_CREAT | O_EXCL);
+        if (fd >= 0 || errno != EEXIST)
+            return fd;
+    }
+}
+
+int Open(const std::string& sPath, int nFlags, DWORD dwDisposition, bool& bExisted)
+{
+    bExisted = false;
+    switch (dwDisposition)
+    {
+    case CREATE_NEW: return OpenRetrying(sPath, nFlags | O_CREAT | O_EXCL);
+    case CREATE_ALWAYS: return OpenOrCreate(sPath, nFlags, O_TRUNC, bExisted);
+    case OPEN_ALWAYS: return OpenOrCreate(sPath, nFlags, 0, bExisted);
+    case OPEN_EXISTING: return OpenRetrying(sPath, nFlags);
+    case TRUNCATE_EXISTING: return OpenRetrying(sPath, nFlags | O_TRUNC);
+    default: errno = EINVAL; return -1;
+    }
+}
+
+int AccessFlags(DWORD dwAccess)
+{
+    const bool bRead = dwAccess & GENERIC_READ;
+    const bool bWrite = dwAccess & GENERIC_WRITE;
+    return bRead && bWrite ? O_RDWR : bWrite ? O_WRONLY : O_RDONLY;
+}
+
+// One write of what is left, retried when a signal interrupts it. At the end of the file when asked to, in one step
+// with finding that end where the system can do that.
+ssize_t WriteSome(int fd, const char* pData, std::size_t nBytes, bool bAppend)
+{
+    const iovec vec{const_cast<char*>(pData), nBytes};
+    for (;;)
+    {
+        ssize_t nDone = bAppend ? ::pwritev2(fd, &vec, 1, -1, RWF_APPEND) : ::write(fd, pData, nBytes);
+        if (bAppend && nDone < 0 && (errno == EOPNOTSUPP || errno == ENOSYS))
+        {
+            ::lseek(fd, 0, SEEK_END);
+            nDone = ::write(fd, pData, nBytes);
+        }
+        if (nDone >= 0 || errno != EINTR)
+            return nDone;
+    }
+}
+
+bool IsAppend(const OVERLAPPED* pOverlapped)
+{
+    return pOverlapped && pOverlapped->Offset == 0xFFFFFFFFu && pOverlapped->OffsetHigh == 0xFFFFFFFFu;
+}
+
+// Moves to where an OVERLAPPED says.
+bool Seek(int fd, const OVERLAPPED* pOverlapped)
+{
+    return !pOverlapped ||
+           ::lseek(fd, static_cast<off_t>(pOverlapped->Offset | std::uint64_t{pOverlapped->OffsetHigh} << 32),
+                   SEEK_SET) >= 0;
+}
+
+BOOL ByPath(int nResult, const std::string& sPath)
+{
+    return nResult == 0 ? TRUE : FailForPath(sPath);
+}
+
+} // namespace
+
+HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
+                   LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition, DWORD,
+                   HANDLE) noexcept
+{
+    const std::string sPath = PortPath(lpFileName);
+    const bool bInherit = lpSecurityAttributes && lpSecurityAttributes->bInheritHandle;
+    bool bExisted;
+    const int fd = Open(sPath, AccessFlags(dwDesiredAccess) | O_NOCTTY | (bInherit ? 0 : O_CLOEXEC),
+                        dwCreationDisposition, bExisted);
+    struct stat st;
+    if (fd >= 0 && ::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode))
+    {
+        ::close(fd);
+        SetLastError(ERROR_ACCESS_DENIED);
+        return INVALID_HANDLE_VALUE;
+    }
+    if (fd < 0)
+    {
+        FailForPath(sPath);
+        if (dwCreationDisposition == CREATE_NEW && GetLastError() == ERROR_ALREADY_EXISTS)
+            SetLastError(ERROR_FILE_EXISTS);
+        return INVALID_HANDLE_VALUE;
+    }
+    CFile* pFile = new (std::nothrow) CFile(fd);
+    if (!pFile)
+    {
+        ::close(fd);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return INVALID_HANDLE_VALUE;
+    }
+    SetLastError(bExisted ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return pFile;
+}
+
+BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,
+               LPOVERLAPPED lpOverlapped) noexcept
+{
+    DWORD nIgnored;
+    DWORD& nWritten = lpNumberOfBytesWritten ? *lpNumberOfBytesWritten : nIgnored;
+    nWritten = 0;
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    if (!pFile)
+        return FALSE;
+    const bool bAppend = IsAppend(lpOverlapped);
+    if (!bAppend && !Seek(pFile->m_fd, lpOverlapped))
+        return PortFail();
+    while (nWritten < nNumberOfBytesToWrite)
+    {
+        const ssize_t nDone = WriteSome(pFile->m_fd, static_cast<const char*>(lpBuffer) + nWritten,
+                                        nNumberOfBytesToWrite - nWritten, bAppend);
+        if (nDone < 0)
+            return PortFail();
+        nWritten += static_cast<DWORD>(nDone);
+    }
+    return TRUE;
+}
+
+BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
+              LPOVERLAPPED lpOverlapped) noexcept
+{
+    DWORD nIgnored;
+    DWORD& nRead = lpNumberOfBytesRead ? *lpNumberOfBytesRead : nIgnored;
+    nRead = 0;
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    if (!pFile)
+        return FALSE;
+    if (!Seek(pFile->m_fd, lpOverlapped))
+        return PortFail();
+    while (nRead < nNumberOfBytesToRead)
+    {
+        const ssize_t nDone =
+            ::read(pFile->m_fd, static_cast<char*>(lpBuffer) + nRead, nNumberOfBytesToRead - nRead);
+        if (nDone < 0 && errno != EINTR)
+        {
+            SetLastError(errno == EIO ? static_cast<DWORD>(ERROR_READ_FAULT) : PortWin32Error(errno));
+            return FALSE;
+        }
+        if (nDone == 0)
+            break;
+        if (nDone > 0)
+            nRead += static_cast<DWORD>(nDone);
+    }
+    return TRUE;
+}
+
+BOOL SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove, PLARGE_INTEGER lpNewFilePointer,
+                      DWORD dwMoveMethod) noexcept
+{
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    if (!pFile)
+        return FALSE;
+    const int nWhence = dwMoveMethod == FILE_BEGIN     ? SEEK_SET
+                        : dwMoveMethod == FILE_CURRENT ? SEEK_CUR
+                                                       : SEEK_END;
+    const off_t nPosition = ::lseek(pFile->m_fd, liDistanceToMove.QuadPart, nWhence);
+    if (nPosition < 0)
+        return PortFail();
+    if (lpNewFilePointer)
+        lpNewFilePointer->QuadPart = nPosition;
+    return TRUE;
+}
+
+DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh,
+                     DWORD dwMoveMethod) noexcept
+{
+    LARGE_INTEGER li;
+    li.QuadPart = lDistanceToMove;
+    if (lpDistanceToMoveHigh)
+        li.QuadPart = static_cast<LONGLONG>(static_cast<ULONGLONG>(*lpDistanceToMoveHigh) << 32 |
+                                            static_cast<DWORD>(lDistanceToMove));
+    if (!SetFilePointerEx(hFile, li, &li, dwMoveMethod))
+        return INVALID_SET_FILE_POINTER;
+    if (lpDistanceToMoveHigh)
+        *lpDistanceToMoveHigh = static_cast<LONG>(li.QuadPart >> 32);
+    SetLastError(NO_ERROR);
+    return static_cast<DWORD>(li.QuadPart);
+}
+
+BOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) noexcept
+{
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    struct stat st;
+    if (!pFile)
+        return FALSE;
+    if (::fstat(pFile->m_fd, &st) != 0)
+        return PortFail();
+    lpFileSize->QuadPart = st.st_size;
+    return TRUE;
+}
+
+BOOL FlushFileBuffers(HANDLE hFile) noexcept
+{
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    if (!pFile)
+        return FALSE;
+    return ::fdatasync(pFile->m_fd) == 0 ? TRUE : PortFail();
+}
+
+BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES) noexcept
+{
+    const std::string sPath = PortPath(lpPathName);
+    return ByPath(::mkdir(sPath.c_str(), 0777), sPath);
+}
+
+BOOL RemoveDirectoryW(LPCWSTR lpPathName) noexcept
+{
+    const std::string sPath = PortPath(lpPathName);
+    return ByPath(::rmdir(sPath.c_str()), sPath);
+}
+
+DWORD GetFileAttributesW(LPCWSTR lpFileName) noexcept
+{
+    const std::string sPath = PortPath(lpFileName);
+    struct stat st;
+    if (!ByPath(::stat(sPath.c_str(), &st), sPath))
+        return INVALID_FILE_ATTRIBUTES;
+    const DWORD dwReadOnly = st.st_mode & S_IWUSR ? 0 : FILE_ATTRIBUTE_READONLY;
+    const DWORD dwAttributes = dwReadOnly | (S_ISDIR(st.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0);
+    return dwAttributes ? dwAttributes : FILE_ATTRIBUTE_NORMAL;
+}
+
+BOOL DeleteFileW(LPCWSTR lpFileName) noexcept
+{
+    const std::string sPath = PortPath(lpFileName);
+    return ByPath(::unlink(sPath.c_str()), sPath);
+}
+
+BOOL MoveFileExW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, DWORD dwFlags) noexcept
+{
+    const std::string sFrom = PortPath(lpExistingFileName);
+    const std::string sTo = PortPath(lpNewFileName);
+    const unsigned nFlags = dwFlags & MOVEFILE_REPLACE_EXISTING ? 0 : RENAME_NOREPLACE;
+    if (::renameat2(AT_FDCWD, sFrom.c_str(), AT_FDCWD, sTo.c_str(), nFlags) == 0)
+        return TRUE;
+    // Moving onto a folder is denied, whatever errno calls it.
+    if (nFlags == 0 && IsDirectory(sTo))
+    {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    }
+    return FailForPath(errno == ENOENT && IsDirectory(sTo.substr(0, sTo.find_last_of('/'))) ? sFrom : sTo);
+}
+
+DWORD GetLongPathNameW(LPCWSTR lpszShortPath, LPWSTR lpszLongPath, DWORD cchBuffer) noexcept
+{
+    // There are no short names: a path is long when it exists.
+    const std::string sPath = PortPath(lpszShortPath);
+    struct stat st;
+    if (!ByPath(::lstat(sPath.c_str(), &st), sPath))
+        return 0;
+    return PortCopyOut(lpszShortPath, lpszLongPath, cchBuffer);
+}

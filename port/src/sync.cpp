@@ -1,0 +1,157 @@
+// The part of a critical section that is not inlined: waiting, waking, and what happens to sections at fork.
+//
+// Leaving is a plain store followed by a plain load of the number of waiters; the processor may do the load first.
+// A thread that is about to sleep therefore counts itself, makes every running thread of the process pass a memory
+// barrier (membarrier), and looks once more: an owner either had stored before that barrier, and the look finds the
+// section free, or loads after it, and sees the waiter. Where the kernel refuses the barrier, sleeps are short instead.
+#include <windows.h>
+
+#include "forkhooks.h"
+#include "futex.h"
+
+#include <mutex>
+
+#include <linux/membarrier.h>
+#include <pthread.h>
+
+__thread char CPortThread::t_cIdentity;
+
+namespace
+{
+
+constexpr int g_nSpins = 100;
+constexpr int g_nForkAttempts = 1000;
+constexpr timespec g_tsShort{0, 1'000'000};
+
+inline void Pause() noexcept
+{
+    __builtin_ia32_pause();
+}
+
+bool Membarrier(int nCommand) noexcept
+{
+    return syscall(SYS_membarrier, nCommand, 0, 0) == 0;
+}
+
+bool BarrierOnAllThreads() noexcept
+{
+    // Registration is kept by the process; it is refused as a whole or not at all.
+    static const bool s_bRegistered = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED);
+    return s_bRegistered && Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+}
+
+bool TryTake(LPCRITICAL_SECTION pSection) noexcept
+{
+    std::uintptr_t nOwner = 0;
+    return pSection->Owner.load(std::memory_order_relaxed) == 0 &&
+           pSection->Owner.compare_exchange_strong(nOwner, CPortThread::Self(), std::memory_order_acquire,
+                                                   std::memory_order_relaxed);
+}
+
+// Every initialised section, newest first.
+constinit std::mutex g_sectionsLock;
+constinit LPCRITICAL_SECTION g_pSections = nullptr;
+bool g_bHeldForFork = false;
+
+bool TryEnterAll() noexcept
+{
+    for (auto* p = g_pSections; p; p = p->pNext)
+        if (!TryEnterCriticalSection(p))
+        {
+            for (auto* pTaken = g_pSections; pTaken != p; pTaken = pTaken->pNext)
+                LeaveCriticalSection(pTaken);
+            return false;
+        }
+    return true;
+}
+
+// Enters every section, so that what they guard is whole in the child. Trying and backing off needs no lock order;
+// between attempts the holders go on, with creating and deleting sections too. A section that stays taken for a
+// second is left as it is.
+void BeforeFork() noexcept
+{
+    for (int i = 0; i < g_nForkAttempts; ++i)
+    {
+        g_sectionsLock.lock();
+        g_bHeldForFork = TryEnterAll();
+        if (g_bHeldForFork)
+            return;
+        g_sectionsLock.unlock();
+        nanosleep(&g_tsShort, nullptr);
+    }
+    g_sectionsLock.lock();
+}
+
+void LeaveAll() noexcept
+{
+    if (g_bHeldForFork)
+        for (auto* p = g_pSections; p; p = p->pNext)
+            LeaveCriticalSection(p);
+    g_bHeldForFork = false;
+    g_sectionsLock.unlock();
+}
+
+// The threads that waited do not exist in the child.
+void AfterForkInChild() noexcept
+{
+    for (auto* p = g_pSections; p; p = p->pNext)
+        p->Waiters.store(0, std::memory_order_relaxed);
+    LeaveAll();
+    PortForgetThreadIds();
+}
+
+[[gnu::constructor]] void RegisterForkHandlers()
+{
+    pthread_atfork(BeforeFork, LeaveAll, AfterForkInChild);
+}
+
+} // namespace
+
+void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    lpCriticalSection->Owner.store(0, std::memory_order_relaxed);
+    lpCriticalSection->RecursionCount = 0;
+    lpCriticalSection->Waiters.store(0, std::memory_order_relaxed);
+    lpCriticalSection->Wakeups.store(0, std::memory_order_relaxed);
+    const std::lock_guard guard(g_sectionsLock);
+    lpCriticalSection->pPrev = nullptr;
+    lpCriticalSection->pNext = g_pSections;
+    if (g_pSections)
+        g_pSections->pPrev = lpCriticalSection;
+    g_pSections = lpCriticalSection;
+}
+
+void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    const std::lock_guard guard(g_sectionsLock);
+    auto*& pLink = lpCriticalSection->pPrev ? lpCriticalSection->pPrev->pNext : g_pSections;
+    pLink = lpCriticalSection->pNext;
+    if (lpCriticalSection->pNext)
+        lpCriticalSection->pNext->pPrev = lpCriticalSection->pPrev;
+}
+
+void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    for (int i = 0; i < g_nSpins; ++i)
+    {
+        if (TryTake(lpCriticalSection))
+            return;
+        Pause();
+    }
+    lpCriticalSection->Waiters.fetch_add(1, std::memory_order_relaxed);
+    const timespec* pTimeout = BarrierOnAllThreads() ? nullptr : &g_tsShort;
+    for (;;)
+    {
+        const std::uint32_t nSeen = lpCriticalSection->Wakeups.load(std::memory_order_acquire);
+        if (TryTake(lpCriticalSection))
+            break;
+        FutexWait(lpCriticalSection->Wakeups, nSeen, pTimeout);
+    }
+    lpCriticalSection->Waiters.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
+    lpCriticalSection->Wakeups.fetch_add(1, std::memory_order_release);
+    FutexWakeOne(lpCriticalSection->Wakeups);
+}

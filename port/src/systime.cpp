@@ -1,0 +1,100 @@
+#include <windows.h>
+
+#include <cerrno>
+
+namespace
+{
+
+// 1601 to 1970 in seconds.
+constexpr LONGLONG g_nEpochSeconds = 11644473600;
+constexpr LONGLONG g_nTicksPerSecond = 10'000'000;
+
+timespec Now(clockid_t clock) noexcept
+{
+    timespec ts;
+    clock_gettime(clock, &ts);
+    return ts;
+}
+
+LONGLONG Ticks(const timespec& ts) noexcept
+{
+    return ts.tv_sec * g_nTicksPerSecond + ts.tv_nsec / 100;
+}
+
+void Fill(SYSTEMTIME& st, const std::tm& tm, long nNanoseconds) noexcept
+{
+    st.wYear = static_cast<WORD>(tm.tm_year + 1900);
+    st.wMonth = static_cast<WORD>(tm.tm_mon + 1);
+    st.wDayOfWeek = static_cast<WORD>(tm.tm_wday);
+    st.wDay = static_cast<WORD>(tm.tm_mday);
+    st.wHour = static_cast<WORD>(tm.tm_hour);
+    st.wMinute = static_cast<WORD>(tm.tm_min);
+    st.wSecond = static_cast<WORD>(tm.tm_sec);
+    st.wMilliseconds = static_cast<WORD>(nNanoseconds / 1'000'000);
+}
+
+} // namespace
+
+void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept
+{
+    const timespec ts = Now(CLOCK_REALTIME);
+    std::tm tm;
+    localtime_r(&ts.tv_sec, &tm);
+    Fill(*lpSystemTime, tm, ts.tv_nsec);
+}
+
+void GetSystemTime(LPSYSTEMTIME lpSystemTime) noexcept
+{
+    const timespec ts = Now(CLOCK_REALTIME);
+    std::tm tm;
+    gmtime_r(&ts.tv_sec, &tm);
+    Fill(*lpSystemTime, tm, ts.tv_nsec);
+}
+
+void GetSystemTimeAsFileTime(LPFILETIME lpSystemTimeAsFileTime) noexcept
+{
+    const LONGLONG nTicks = Ticks(Now(CLOCK_REALTIME)) + g_nEpochSeconds * g_nTicksPerSecond;
+    lpSystemTimeAsFileTime->dwLowDateTime = static_cast<DWORD>(nTicks);
+    lpSystemTimeAsFileTime->dwHighDateTime = static_cast<DWORD>(nTicks >> 32);
+}
+
+ULONGLONG GetTickCount64() noexcept
+{
+    return static_cast<ULONGLONG>(Ticks(Now(CLOCK_BOOTTIME)) / 10'000);
+}
+
+DWORD GetTickCount() noexcept
+{
+    return static_cast<DWORD>(GetTickCount64());
+}
+
+BOOL QueryPerformanceCounter(LARGE_INTEGER* lpPerformanceCount) noexcept
+{
+    lpPerformanceCount->QuadPart = Ticks(Now(CLOCK_MONOTONIC));
+    return TRUE;
+}
+
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency) noexcept
+{
+    lpFrequency->QuadPart = g_nTicksPerSecond;
+    return TRUE;
+}
+
+__time64_t _time64(__time64_t* ptime) noexcept
+{
+    const __time64_t nNow = Now(CLOCK_REALTIME).tv_sec;
+    if (ptime)
+        *ptime = nNow;
+    return nNow;
+}
+
+errno_t _localtime64_s(std::tm* ptm, const __time64_t* ptime) noexcept
+{
+    const std::time_t nTime = ptime ? static_cast<std::time_t>(*ptime) : -1;
+    if (ptm && nTime >= 0 && localtime_r(&nTime, ptm))
+        return 0;
+    if (ptm)
+        ptm->tm_sec = ptm->tm_min = ptm->tm_hour = ptm->tm_mday = ptm->tm_mon = ptm->tm_year = ptm->tm_wday =
+            ptm->tm_yday = ptm->tm_isdst = -1;
+    return EINVAL;
+}
