@@ -1,0 +1,174 @@
+#!/usr/bin/env bash
+# Sets up, builds and passes all tests.
+#
+#   scripts/test.sh [target...]    targets: check linux linux-asan linux-tsan win32 win64      default: all
+#
+# A target that fails does not stop the others. The last line says how many tests passed, failed and were skipped.
+# A test counts by the report that its program wrote; a program that wrote none or ended badly after it failed.
+set -uo pipefail
+source "$(dirname "$0")/env.sh"
+cd "$repo" || exit 1
+# Tests choose their locales themselves; what the user has set must not make a difference.
+unset LANG LANGUAGE
+export LC_ALL=C.UTF-8
+
+passed=0 skipped=0 failures=() skips=() broken_parts=' ' run_prefix=
+
+# A line of the summary for something that went wrong: where, what.
+failed() {
+    failures+=("$1: $2")
+    say "$1: FAILED $2"
+}
+
+# The test run has a Wine prefix of its own, so that runs do not meet in the registry and its server can be ended
+# without ending somebody else's. The files are links: Wine only reads them.
+make_run_prefix() {
+    [ -z "$run_prefix" ] || return 0
+    run_prefix=$cache/run.$$
+    mkdir -p "$run_prefix" && cp -al "$cache/prefix/drive_c" "$run_prefix/" &&
+        cp -a "$cache"/prefix/{*.reg,.update-timestamp,dosdevices} "$run_prefix/"
+}
+
+remove_run_prefix() {
+    [ -n "$run_prefix" ] || return 0
+    WINEPREFIX=$run_prefix wine_server -k >/dev/null 2>&1
+    WINEPREFIX=$run_prefix wine_server -w >/dev/null 2>&1
+    rm -rf "$run_prefix"
+}
+trap remove_run_prefix EXIT
+trap 'exit 130' INT TERM
+
+# Shows ninja's progress in tenths and everything else as it comes.
+show_progress() {
+    local line tenth last=0
+    while IFS= read -r line; do
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            tenth=$((10 * BASH_REMATCH[1] / BASH_REMATCH[2]))
+            [ $tenth = $last ] || say "    ${BASH_REMATCH[0]}"
+            last=$tenth
+        else
+            printf '%s\n' "$line"
+        fi
+    done
+}
+
+# Prints "tests skipped" of a complete report of at least one test, then a line "skip NAME REASON" or "fail NAME" for
+# each test that did not pass.
+read_report() {
+    [ -s "$1" ] && grep -q '</testsuites>' "$1" || return 1
+    awk '
+        function attribute(name,    text) {
+            text = $0
+            if (!sub(".* " name "=\"", "", text)) return ""
+            sub("\".*", "", text)
+            return text
+        }
+        /<testcase / { ++tests; test = attribute("classname") "." attribute("name"); failed = 0 }
+        /<testcase .* status="notrun"/ { ++skipped; lines = lines "skip " test " disabled\n" }
+        /<failure / { if (!failed++) lines = lines "fail " test "\n" }
+        /<skipped / {
+            reason = attribute("message"); sub(".*&#x0A;", "", reason); gsub("&quot;", "\"", reason)
+            ++skipped; lines = lines "skip " test " " reason "\n"
+        }
+        END { printf "%d %d\n%s", tests, skipped, lines; exit tests == 0 }' "$1"
+}
+
+# Counts the test program NAME of TARGET, which ctest said ended with STATUS.
+count_program() {
+    local target=$1 name=$2 status=$3 report number_skipped number_failed=0 tests kind test reason
+    if ! report=$(read_report "build/$target/reports/$name.xml"); then
+        failed "$target" "$name wrote no report"
+        return
+    fi
+    {
+        read -r tests number_skipped
+        while read -r kind test reason; do
+            case $kind in
+                skip) skips+=("$target: $test: $reason") ;;
+                fail) failed "$target" "$test"; number_failed=$((number_failed + 1)) ;;
+            esac
+        done
+    } <<<"$report"
+    passed=$((passed + tests - number_skipped - number_failed))
+    skipped=$((skipped + number_skipped))
+    [ "$status" = run ] || [ $number_failed -gt 0 ] || failed "$target" "$name ended badly after its tests"
+}
+
+count_target() {
+    local target=$1 name status scripts
+    scripts=" $(ctest --test-dir "build/$target" -N -L script | sed -n 's/^ *Test *#[0-9]*: //p' | tr '\n' ' ') "
+    while read -r name status; do
+        if [[ $scripts != *" $name "* ]]; then count_program "$target" "$name" "$status"
+        elif [ "$status" = run ]; then passed=$((passed + 1))
+        else failed "$target" "$name"
+        fi
+    done < <(sed -n 's/.*<testcase name="\([^"]*\)".* status="\([^"]*\)".*/\1 \2/p' "build/$target/reports/ctest.xml")
+}
+
+# Configures, builds and runs a preset.
+run_preset() {
+    local target=$1
+    say "$target: configuring"
+    cmake --preset "$target" >"$log" 2>&1 || { tail -n 30 "$log"; failed "$target" "configuring"; return; }
+    say "$target: building"
+    # What does not build must not hide the rest.
+    cmake --build --preset "$target" -- -k 0 2>&1 | show_progress || failed "$target" "building"
+    if [[ $target = win* ]]; then
+        make_run_prefix || { failed "$target" "making a Wine prefix"; return; }
+        export WINEPREFIX=$run_prefix
+    fi
+    say "$target: testing"
+    rm -rf "build/$target/reports"
+    mkdir -p "build/$target/reports"
+    ctest --test-dir "build/$target" -j "$(nproc)" --output-on-failure --no-tests=error \
+        --output-junit reports/ctest.xml </dev/null || true
+    count_target "$target"
+}
+
+run_check() {
+    say "check: reading the tree"
+    local output
+    output=$(scripts/check.sh 2>&1)
+    printf '%s\n' "$output"
+    if [[ ${output##*$'\n'} =~ ^([0-9]+)\ passed,\ ([0-9]+)\ failed$ ]]; then
+        passed=$((passed + BASH_REMATCH[1]))
+        while IFS= read -r line; do failed check "${line#FAILED }"; done < <(grep '^FAILED ' <<<"$output")
+    else
+        failed check "check.sh did not come to its end"
+    fi
+}
+
+# The part of the set-up that a target needs.
+part_of() {
+    if [[ $1 = win* ]]; then echo windows; else echo linux; fi
+}
+
+targets=("$@")
+[ $# -gt 0 ] || targets=(check linux linux-asan linux-tsan win32 win64)
+for target in "${targets[@]}"; do
+    [[ " check linux linux-asan linux-tsan win32 win64 " == *" $target "* ]] || fail "unknown target '$target'"
+done
+log=$(mktemp)
+for part in $(for target in "${targets[@]}"; do part_of "$target"; done | sort -u); do
+    scripts/setup.sh "$part" || broken_parts+="$part "
+done
+for target in "${targets[@]}"; do
+    if [[ $broken_parts = *" $(part_of "$target") "* ]]; then failed "$target" "set-up"
+    elif [ "$target" = check ]; then run_check
+    else run_preset "$target"
+    fi
+done
+rm -f "$log"
+
+print_list() {
+    local title=$1
+    shift
+    [ $# = 0 ] || printf '\n%s:\n' "$title"
+    [ $# = 0 ] || printf '    %s\n' "$@"
+}
+print_list Skipped "${skips[@]}"
+print_list Failed "${failures[@]}"
+printf '\n%d passed, %d failed' "$passed" "${#failures[@]}"
+[ "$skipped" = 0 ] || printf ', %d skipped' "$skipped"
+printf '\n'
+[ ${#failures[@]} = 0 ] && [ "$passed" -gt 0 ]
