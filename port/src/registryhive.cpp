@@ -1,0 +1,249 @@
+#include "registryhive.h"
+
+#include "errnomap.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace OrvPort
+{
+namespace
+{
+
+constexpr std::int64_t g_nNanosecondsPerSecond = 1'000'000'000;
+/// Coarser than the clock that stamps files: within this time of a change another one may leave the same
+/// stamp.
+constexpr std::int64_t g_nSettleTime = 20'000'000;
+
+class CDescriptor
+{
+public:
+    explicit CDescriptor(int nFile) : m_nFile(nFile) {}
+    CDescriptor(const CDescriptor&) = delete;
+    CDescriptor& operator=(const CDescriptor&) = delete;
+    ~CDescriptor()
+    {
+        if (m_nFile >= 0)
+            close(m_nFile);
+    }
+    int Get() const { return m_nFile; }
+    bool IsOpen() const { return m_nFile >= 0; }
+
+private:
+    int m_nFile;
+};
+
+LSTATUS StatusOfErrno(int nError)
+{
+    return static_cast<LSTATUS>(PortWin32Error(nError));
+}
+
+std::int64_t Now()
+{
+    using namespace std::chrono;
+    return duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+bool ReadAll(int nFile, std::string& sBytes)
+{
+    for (std::size_t nUsed = 0;;)
+    {
+        sBytes.resize(nUsed + 65536);
+        const ssize_t n = read(nFile, sBytes.data() + nUsed, sBytes.size() - nUsed);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+        {
+            sBytes.resize(nUsed);
+            return n == 0;
+        }
+        nUsed += static_cast<std::size_t>(n);
+    }
+}
+
+bool WriteAll(int nFile, std::string_view sBytes)
+{
+    while (!sBytes.empty())
+    {
+        const ssize_t n = write(nFile, sBytes.data(), sBytes.size());
+        if (n < 0 && errno != EINTR)
+            return false;
+        if (n > 0)
+            sBytes.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+bool LockFile(int nFile)
+{
+    while (flock(nFile, LOCK_EX) != 0)
+        if (errno != EINTR)
+            return false;
+    return true;
+}
+
+std::string FolderOf(const std::string& sFile)
+{
+    const std::size_t n = sFile.rfind('/');
+    return n == std::string::npos ? "." : n == 0 ? "/" : sFile.substr(0, n);
+}
+
+void MakeFolders(const std::string& sFolder, mode_t nMode)
+{
+    for (std::size_t n = sFolder.find('/', 1); n != std::string::npos; n = sFolder.find('/', n + 1))
+        mkdir(sFolder.substr(0, n).c_str(), nMode);
+    mkdir(sFolder.c_str(), nMode);
+}
+
+/// The file that a link stands for, so that replacing it keeps the link.
+std::string ResolveLinks(const std::string& sFile)
+{
+    char* sResolved = realpath(sFile.c_str(), nullptr);
+    if (sResolved == nullptr)
+        return sFile;
+    std::string sResult(sResolved);
+    std::free(sResolved);
+    return sResult;
+}
+
+} // namespace
+
+CRegHive::CStamp::CStamp(const struct stat& status)
+    : m_bExists(true),
+      m_nDevice(status.st_dev),
+      m_nInode(status.st_ino),
+      m_nSize(status.st_size),
+      m_nModified(status.st_mtim.tv_sec * g_nNanosecondsPerSecond + status.st_mtim.tv_nsec)
+{
+}
+
+void CRegHive::Forget()
+{
+    const std::lock_guard guard(m_lock);
+    m_bTrusted = false;
+    m_document.Load({}, {});
+}
+
+LSTATUS CRegHive::Refresh()
+{
+    struct stat status;
+    if (stat(m_sFile.c_str(), &status) == 0)
+        return m_bTrusted && m_stamp == CStamp(status) ? ERROR_SUCCESS : Load();
+    if (errno != ENOENT && errno != ENOTDIR)
+    {
+        m_bTrusted = false;
+        return StatusOfErrno(errno);
+    }
+    if (!m_bTrusted || m_stamp.m_bExists)
+        m_document.Load({}, {});
+    m_stamp = {};
+    m_bTrusted = true;
+    return ERROR_SUCCESS;
+}
+
+LSTATUS CRegHive::Load()
+{
+    m_bTrusted = false;
+    // Not blocking: the name may be that of a pipe.
+    const CDescriptor file(open(m_sFile.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status;
+    std::string sBytes;
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !ReadAll(file.Get(), sBytes))
+        return StatusOfErrno(errno);
+    m_document.Load(sBytes, [this](unsigned nLine, CRegView sText) { ReportBadLine(nLine, sText); });
+    m_stamp = CStamp(status);
+    m_bTrusted = std::abs(Now() - m_stamp.m_nModified) > g_nSettleTime;
+    return ERROR_SUCCESS;
+}
+
+void CRegHive::ReportBadLine(unsigned nLine, CRegView sText) const
+{
+    std::string sMessage = m_sFile + "(" + std::to_string(nLine) + "): registry line ignored: ";
+    sMessage += EncodeRegText(sText.substr(0, 200), {}) + "\n";
+    OutputDebugStringA(sMessage.c_str());
+}
+
+LSTATUS CRegHive::Write(const std::function<LSTATUS(CRegDocument&, bool& bChanged)>& change)
+{
+    const std::lock_guard guard(m_lock);
+    const std::string sTarget = ResolveLinks(m_sFile);
+    MakeFolders(FolderOf(sTarget), m_bPrivate ? 0700 : 0755);
+    // The lock has a file of its own, because the hive's own file is replaced. It is never removed: a process
+    // that waits on a removed file would lock nothing.
+    const CDescriptor lock(
+        open((sTarget + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, m_bPrivate ? 0600 : 0644));
+    if (!lock.IsOpen() || !LockFile(lock.Get()))
+        return StatusOfErrno(errno);
+    LSTATUS lStatus = Refresh();
+    if (lStatus != ERROR_SUCCESS)
+        return lStatus;
+    bool bChanged = false;
+    lStatus = change(m_document, bChanged);
+    if (lStatus == ERROR_SUCCESS && bChanged)
+        lStatus = Replace(sTarget);
+    return lStatus;
+}
+
+/// Puts the document in the file's place: the old file or the new one is there at every moment.
+LSTATUS CRegHive::Replace(const std::string& sTarget)
+{
+    m_bTrusted = false;
+    const std::string sBeside = sTarget + ".tmp";
+    CStamp stamp;
+    {
+        const CDescriptor file(open(sBeside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW,
+                                    m_bPrivate ? 0600 : 0644));
+        if (!file.IsOpen())
+            return StatusOfErrno(errno);
+        const LSTATUS lStatus = WriteBeside(file.Get(), sTarget, m_document.Store(), stamp);
+        if (lStatus != ERROR_SUCCESS || rename(sBeside.c_str(), sTarget.c_str()) != 0)
+        {
+            const int nError = errno;
+            unlink(sBeside.c_str());
+            return lStatus != ERROR_SUCCESS ? lStatus : StatusOfErrno(nError);
+        }
+    }
+    // The new file is in force; not every file system lets its folder be synced.
+    const CDescriptor folder(open(FolderOf(sTarget).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.IsOpen())
+        fsync(folder.Get());
+    m_stamp = stamp;
+    m_bTrusted = true;
+    return ERROR_SUCCESS;
+}
+
+/// Fills the new file, with mode and owner of the old one and a later time: the time tells versions apart
+/// even where inode numbers are used again.
+LSTATUS CRegHive::WriteBeside(int nFile, const std::string& sTarget, const std::string& sBytes,
+                              CStamp& stamp) const
+{
+    std::int64_t nModified = Now();
+    struct stat status;
+    if (stat(sTarget.c_str(), &status) == 0)
+    {
+        if (!S_ISREG(status.st_mode))
+            return ERROR_ACCESS_DENIED;
+        nModified = std::max(nModified, CStamp(status).m_nModified + 1);
+        if (fchmod(nFile, status.st_mode & 07777) != 0 || fchown(nFile, status.st_uid, status.st_gid) != 0)
+            errno = 0; // kept where the process may
+    }
+    const timespec modified{nModified / g_nNanosecondsPerSecond, nModified % g_nNanosecondsPerSecond};
+    const timespec times[] = {modified, modified};
+    if (!WriteAll(nFile, sBytes) || futimens(nFile, times) != 0 || fsync(nFile) != 0 ||
+        fstat(nFile, &status) != 0)
+        return StatusOfErrno(errno);
+    stamp = CStamp(status);
+    return ERROR_SUCCESS;
+}
+
+} // namespace OrvPort
