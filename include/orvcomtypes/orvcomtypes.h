@@ -10,3 +10,5 @@
 #include "orvcomtypes/orvstr.h"
 
 #include "orvcomtypes/orvdbstr.h"
+
+#include "orvcomtypes/memarray.h"
