@@ -35,8 +35,9 @@ endfunction()
 # Visibility alone would let the standard library's templates out. C++ names are let through by our naming: classes
 # begin with C, the namespace is OCT, overloaded plain functions stand in the global namespace.
 function(orv_export_elf target names)
-    list(TRANSFORM names REPLACE "(.+)" "    \\1;\n")
-    string(JOIN "" names ${names})
+    list(TRANSFORM names PREPEND "    ")
+    list(JOIN names ";\n" names)
+    string(APPEND names ";\n")
     set(script ${CMAKE_CURRENT_BINARY_DIR}/OrvComTypes.map)
     file(CONFIGURE OUTPUT ${script} CONTENT [[{
 global:

@@ -1,14 +1,15 @@
 /// All public headers of OrvComTypes.
 #pragma once
 
+// clang-format off: in the order in which they build on each other
 #include "orvcomtypes/octassert.h"
-
+#include "orvcomtypes/smartcls.h"
 #include "orvcomtypes/lqthrow.h"
-
+#include "orvcomtypes/plexalloc.h"
+#include "orvcomtypes/octalloc.h"
 #include "orvcomtypes/orvstralloc.h"
-
 #include "orvcomtypes/orvstr.h"
-
 #include "orvcomtypes/orvdbstr.h"
-
 #include "orvcomtypes/memarray.h"
+#include "orvcomtypes/lqexcept.h"
+// clang-format on

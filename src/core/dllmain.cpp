@@ -1,6 +1,37 @@
+#include "core/lifecycle.h"
+#include "resources/lqresloader.h"
+
 #include <windows.h>
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID)
+#include <new>
+
+namespace
 {
+
+CLQResLoader* g_pResLoader = nullptr;
+
+void OnProcessAttach(HINSTANCE hModule)
+{
+    g_pResLoader = new (std::nothrow) CLQResLoader;
+    if (g_pResLoader != nullptr && hModule != nullptr)
+        g_pResLoader->Init(hModule);
+}
+
+void OnProcessDetach()
+{
+    delete g_pResLoader;
+    g_pResLoader = nullptr;
+    CallHook(g_TeardownHooks.m_fnReleaseProcessLogger);
+    ClearPlexedAllocUninit();
+}
+
+} // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE hModule, DWORD dwReason, LPVOID)
+{
+    if (dwReason == DLL_PROCESS_ATTACH)
+        OnProcessAttach(hModule);
+    else if (dwReason == DLL_PROCESS_DETACH)
+        OnProcessDetach();
     return TRUE;
 }

@@ -1,0 +1,75 @@
+// A line of text in a buffer of fixed size, for places that may neither allocate nor call formatters with locks.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace OCT
+{
+
+/// Up to \p Size characters, always terminated; what does not fit is cut.
+template <class Char, std::size_t Size>
+class CFixedLine
+{
+public:
+    using CView = std::basic_string_view<Char>;
+
+    Char* Text() { return m_sText; }
+    const Char* Text() const { return m_sText; }
+    CView View() const { return {m_sText, m_nLength}; }
+
+    void Clear()
+    {
+        m_nLength = 0;
+        m_sText[0] = 0;
+    }
+
+    /// Keeps room for \p nCount characters at the end of the buffer.
+    void ReserveEnd(std::size_t nCount) { m_nLimit = Size - nCount; }
+
+    CFixedLine& Append(CView text)
+    {
+        for (const Char c : text)
+            if (m_nLength < m_nLimit)
+                m_sText[m_nLength++] = c;
+        m_sText[m_nLength] = 0;
+        return *this;
+    }
+
+    /// A number, filled up at the left to \p nWidth characters.
+    CFixedLine& AppendDecimal(std::uint32_t n, std::size_t nWidth = 0, Char cFill = '0')
+    {
+        return AppendDigits(n, 10, nWidth, cFill);
+    }
+
+    /// A number as eight upper-case hexadecimal digits.
+    CFixedLine& AppendHex8(std::uint32_t n) { return AppendDigits(n, 16, 8, '0'); }
+
+    /// A backslash, unless one stands at the end already.
+    CFixedLine& AppendSeparator()
+    {
+        static constexpr Char s_cSeparator = '\\';
+        return View().ends_with(s_cSeparator) ? *this : Append({&s_cSeparator, 1});
+    }
+
+private:
+    CFixedLine& AppendDigits(std::uint32_t n, std::uint32_t nBase, std::size_t nWidth, Char cFill)
+    {
+        Char sDigits[10];
+        Char* const pEnd = sDigits + 10;
+        Char* pStart = pEnd;
+        do
+            *--pStart = static_cast<Char>("0123456789ABCDEF"[n % nBase]);
+        while ((n /= nBase) != 0);
+        while (pStart > pEnd - nWidth)
+            *--pStart = cFill;
+        return Append({pStart, static_cast<std::size_t>(pEnd - pStart)});
+    }
+
+    std::size_t m_nLength = 0;
+    std::size_t m_nLimit = Size;
+    Char m_sText[Size + 1] = {};
+};
+
+} // namespace OCT
