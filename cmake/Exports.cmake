@@ -35,21 +35,15 @@ endfunction()
 # Visibility alone would let the standard library's templates out. C++ names are let through by our naming: classes
 # begin with C, the namespace is OCT, overloaded plain functions stand in the global namespace.
 function(orv_export_elf target names)
-    list(TRANSFORM names PREPEND "    ")
-    list(JOIN names ";\n" names)
-    string(APPEND names ";\n")
+    set(patterns ${names} "_Z[0-9]*" "_ZT[ISV][0-9]C*" "_ZT[ISV][0-9][0-9]C*")
+    foreach(entity "" "T[ISV]" "Z" "GV" "GVZ")  # functions, type information, static variables and their guards
+        foreach(scope "N" "NK")
+            list(APPEND patterns "_Z${entity}${scope}[0-9]C*" "_Z${entity}${scope}[0-9][0-9]C*" "_Z${entity}${scope}3OCT*")
+        endforeach()
+    endforeach()
+    list(JOIN patterns ";\n    " patterns)
     set(script ${CMAKE_CURRENT_BINARY_DIR}/OrvComTypes.map)
-    file(CONFIGURE OUTPUT ${script} CONTENT [[{
-global:
-@names@    _Z[0-9]*;
-    _Z*N[0-9]C*;    _Z*N[0-9][0-9]C*;
-    _Z*NK[0-9]C*;   _Z*NK[0-9][0-9]C*;
-    _ZT[ISV][0-9]C*; _ZT[ISV][0-9][0-9]C*;
-    _Z*N3OCT*;      _Z*NK3OCT*;
-local:
-    *;
-};
-]] @ONLY)
+    file(CONFIGURE OUTPUT ${script} CONTENT "{\nglobal:\n    @patterns@;\nlocal:\n    *;\n};\n" @ONLY)
     target_link_options(${target} PRIVATE -Wl,--version-script=${script})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
 endfunction()

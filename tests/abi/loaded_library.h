@@ -1,0 +1,24 @@
+// The real library, loaded at run time as a program would that knows it by name only.
+#pragma once
+
+#include <set>
+#include <string>
+
+class CLoadedLibrary
+{
+public:
+    /// Loads the file; throws std::runtime_error when the loader refuses it.
+    explicit CLoadedLibrary(const std::string& sFile);
+    CLoadedLibrary(const CLoadedLibrary&) = delete;
+    CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
+    ~CLoadedLibrary();
+
+    /// Asks the loader, as a program does.
+    bool Resolves(const std::string& sName) const;
+    /// Every name in the table of exports, read from the file's own structures.
+    std::set<std::string> ExportedNames() const;
+
+private:
+    std::string m_sFile;
+    void* m_hModule;
+};
