@@ -6,7 +6,7 @@ target_compile_features(orvcomtypes_options INTERFACE cxx_std_20)
 target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
     -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
 target_compile_definitions(orvcomtypes_options INTERFACE
-    $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;WIN32_LEAN_AND_MEAN;_WIN32_WINNT=0x0A00;STRSAFE_NO_DEPRECATE>)
+    $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;_WIN32_WINNT=0x0A00;STRSAFE_NO_DEPRECATE>)
 if(ORVCOMTYPES_SANITIZE)
     target_compile_options(orvcomtypes_options INTERFACE
         -fsanitize=${ORVCOMTYPES_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
