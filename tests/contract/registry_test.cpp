@@ -91,7 +91,10 @@ protected:
 
     LSTATUS Set(const WCHAR* sName, DWORD dwType, const Data& data)
     {
-        return RegSetValueExW(m_hKey, sName, 0, dwType, data.data(), static_cast<DWORD>(data.size()));
+        // Windows looks behind unterminated text and takes a terminator that happens to stand there along.
+        Data guarded = data;
+        guarded.insert(guarded.end(), {0xFF, 0xFF});
+        return RegSetValueExW(m_hKey, sName, 0, dwType, guarded.data(), static_cast<DWORD>(data.size()));
     }
     static Value Get(HKEY hKey, const WCHAR* sName)
     {
