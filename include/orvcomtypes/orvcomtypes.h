@@ -12,6 +12,4 @@
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/memarray.h"
 #include "orvcomtypes/lqexcept.h"
-#include "orvcomtypes/loadstrres.h"
-#include "orvcomtypes/resourcehandler.h"
 // clang-format on

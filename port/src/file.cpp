@@ -161,7 +161,7 @@ HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
         return INVALID_HANDLE_VALUE;
     }
     SetLastError(bExisted ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return pFile;
+    return static_cast<CPortObject*>(pFile);
 }
 
 BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,

@@ -24,7 +24,7 @@ void AppendUtf8(std::string& sOut, char32_t c)
     else
     {
         const int nTrail = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-        sOut += static_cast<char>((0xF00u >> nTrail) | (c >> (6 * nTrail)));
+        sOut += static_cast<char>((0xF00u >> (nTrail + 1)) | (c >> (6 * nTrail)));
         for (int nShift = 6 * (nTrail - 1); nShift >= 0; nShift -= 6)
             sOut += static_cast<char>(0x80 | ((c >> nShift) & 0x3F));
     }
