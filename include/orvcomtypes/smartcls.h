@@ -12,6 +12,7 @@
 ///     OCT::CCritSectGuard guard(&g_lock);   // locked to the end of the scope
 #pragma once
 
+#include "orvcomtypes/octassert.h"
 #include "orvcomtypes/orvexport.h"
 
 #include <windows.h>
@@ -31,8 +32,21 @@ public:
     /// Initialises the section; the constructor has already done it, so another call is reported and false.
     bool Init() noexcept;
 
-    void Lock() noexcept;
-    void Unlock() noexcept;
+    void Lock() noexcept
+    {
+        if (m_bInitialized) [[likely]]
+            EnterCriticalSection(&m_section);
+        else
+            ORV_REPORT("OCT::CCritSect::Lock", "m_bInitialized");
+    }
+
+    void Unlock() noexcept
+    {
+        if (m_bInitialized) [[likely]]
+            LeaveCriticalSection(&m_section);
+        else
+            ORV_REPORT("OCT::CCritSect::Unlock", "m_bInitialized");
+    }
 
 private:
     CRITICAL_SECTION m_section;

@@ -1,7 +1,5 @@
 #include "orvcomtypes/smartcls.h"
 
-#include "orvcomtypes/octassert.h"
-
 namespace OCT
 {
 
@@ -28,22 +26,6 @@ bool CCritSect::Init() noexcept
     InitializeCriticalSection(&m_section);
     m_bInitialized = TRUE;
     return true;
-}
-
-void CCritSect::Lock() noexcept
-{
-    if (m_bInitialized) [[likely]]
-        EnterCriticalSection(&m_section);
-    else
-        ORV_REPORT("OCT::CCritSect::Lock", "m_bInitialized");
-}
-
-void CCritSect::Unlock() noexcept
-{
-    if (m_bInitialized) [[likely]]
-        LeaveCriticalSection(&m_section);
-    else
-        ORV_REPORT("OCT::CCritSect::Unlock", "m_bInitialized");
 }
 
 } // namespace OCT

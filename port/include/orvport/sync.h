@@ -1,14 +1,16 @@
 // Critical sections and interlocked operations.
 //
 // The critical section is on the hot path of every pool, so entering and leaving a free one is inlined: one
-// compare-exchange in, one plain store out. What a plain store cannot do, wake a sleeper, is arranged by the sleeper
-// (see port/src/sync.cpp).
+// compare-exchange in, one plain store out. What a plain store cannot do, wake a sleeper, is arranged by the
+// sleeper (see port/src/sync.cpp).
 #pragma once
 
 #include "orvport/error.h"
 #include "orvport/types.h"
 
 #include <atomic>
+
+#include <sys/single_threaded.h>
 
 /// Its address is the identity of the running thread. Initial-exec, so that taking it is one addition.
 struct CPortThread
@@ -32,11 +34,23 @@ void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 
+/// Makes the running thread the owner of a free section; else tells who owns it. While the process has one
+/// thread only, nobody can come in between, and the costly instruction is not needed.
+inline bool PortTakeFree(LPCRITICAL_SECTION lpCriticalSection, std::uintptr_t& nOwner) noexcept
+{
+    if (!__libc_single_threaded)
+        return lpCriticalSection->Owner.compare_exchange_strong(
+            nOwner, CPortThread::Self(), std::memory_order_acquire, std::memory_order_relaxed);
+    nOwner = lpCriticalSection->Owner.load(std::memory_order_relaxed);
+    if (nOwner == 0)
+        lpCriticalSection->Owner.store(CPortThread::Self(), std::memory_order_relaxed);
+    return nOwner == 0;
+}
+
 inline void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
     std::uintptr_t nOwner = 0;
-    if (lpCriticalSection->Owner.compare_exchange_strong(
-            nOwner, CPortThread::Self(), std::memory_order_acquire, std::memory_order_relaxed)) [[likely]]
+    if (PortTakeFree(lpCriticalSection, nOwner)) [[likely]]
         return;
     if (nOwner == CPortThread::Self())
         ++lpCriticalSection->RecursionCount;
@@ -47,8 +61,7 @@ inline void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 inline BOOL TryEnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
     std::uintptr_t nOwner = 0;
-    if (lpCriticalSection->Owner.compare_exchange_strong(
-            nOwner, CPortThread::Self(), std::memory_order_acquire, std::memory_order_relaxed))
+    if (PortTakeFree(lpCriticalSection, nOwner))
         return TRUE;
     if (nOwner != CPortThread::Self())
         return FALSE;
