@@ -16,6 +16,7 @@ endif()
 install(TARGETS orvcomtypes EXPORT OrvComTypes ${header_sets})
 install(EXPORT OrvComTypes NAMESPACE OrvComTypes:: DESTINATION ${package_dir} FILE OrvComTypesConfig.cmake)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+file(RELATIVE_PATH ORV_PC_UP /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)  # the package may be moved as a whole
 configure_file(${CMAKE_CURRENT_LIST_DIR}/orvcomtypes.pc.in ${PROJECT_BINARY_DIR}/orvcomtypes.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
