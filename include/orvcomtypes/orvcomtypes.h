@@ -12,4 +12,6 @@
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/memarray.h"
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/loadstrres.h"
+#include "orvcomtypes/resourcehandler.h"
 // clang-format on

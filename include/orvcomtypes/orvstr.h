@@ -1,17 +1,20 @@
 /// `COrvStr`, the text value of nearly every interface.
 ///
-/// A value is a pointer to terminated 16-bit text and a flag. Owned text is a counted buffer (orvstralloc.h) that copies
-/// share and that is made private before it is changed; attached text belongs to somebody else and is only looked at
-/// until the first change copies it. Empty values point at one static text, so they cost nothing.
+/// A value is a pointer to terminated 16-bit text and a flag. Owned text is a counted buffer (orvstralloc.h)
+/// that copies share and that is made private before it is changed; attached text belongs to somebody else
+/// and is only looked at until the first change copies it. Empty values point at one static text, so they
+/// cost nothing.
 ///
-/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying attached text detaches
+/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying attached text
+/// detaches
 ///   the copy, moving and `Attach(const COrvStr&)` keep it attached.
-/// Thread safety: one object belongs to one thread at a time; objects that share a buffer may live in different threads.
-/// Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr" from "COrvStr::CopyTo",
-///   "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from "COrvStr::FindSubStr",
-///   "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace", "Load(uID, hInstance)" from
-///   "COrvStr::COrvStr". A heap buffer that cannot be had leaves a value that points at null: it reads as empty,
-///   measuring it is reported ("s == nullptr"), and it can be assigned anew.
+/// Thread safety: one object belongs to one thread at a time; objects that share a buffer may live in
+/// different threads. Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr"
+/// from "COrvStr::CopyTo",
+///   "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from
+///   "COrvStr::FindSubStr", "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace", "Load(uID,
+///   hInstance)" from "COrvStr::COrvStr". A heap buffer that cannot be had leaves a value that points at
+///   null: it reads as empty, measuring it is reported ("s == nullptr"), and it can be assigned anew.
 /// Units: lengths, counts and positions are code units, those of narrow text bytes; `nLen` 0 means up to the
 ///   terminator. Text always ends at a terminator that comes before `nLen`.
 ///
@@ -45,7 +48,8 @@ public:
     COrvStr(const char* s);
     /// Shares the database string's buffer.
     explicit COrvStr(const COrvDBStr& str);
-    /// String resource \p uID of \p hInstance, null for the current language's module; a missing one is reported.
+    /// String resource \p uID of \p hInstance, null for the current language's module; a missing one is
+    /// reported.
     COrvStr(unsigned uID, HINSTANCE hInstance);
     ~COrvStr()
     {
@@ -113,7 +117,8 @@ public:
 
     // ---- Copying out ----
 
-    /// Copies into \p nCch code units, cut and always terminated; from 2^31 units on only a terminator is written.
+    /// Copies into \p nCch code units, cut and always terminated; from 2^31 units on only a terminator is
+    /// written.
     const WCHAR* CopyTo(WCHAR* sDest, unsigned nCch) const;
     /// Converts into \p cbDest bytes of the ANSI code page without look-alikes, cut and always terminated.
     char* GetANSI(char* dest, unsigned cbDest) const;
@@ -143,8 +148,8 @@ public:
     /// Cuts to \p nLen; a greater \p nLen changes nothing.
     void Truncate(unsigned nLen);
     COrvStr SubStr(unsigned iStart, unsigned nCount) const;
-    /// Removes up to \p nCount units in place, also from a shared buffer and from attached text: only for a value that
-    /// the caller alone holds.
+    /// Removes up to \p nCount units in place, also from a shared buffer and from attached text: only for a
+    /// value that the caller alone holds.
     void Erase(unsigned iStart, unsigned nCount);
     /// Changes ASCII letters only, in every locale.
     void MakeUpper();
@@ -165,8 +170,14 @@ public:
     void AddPath(const WCHAR* sPath, WCHAR cSep);
 
 private:
+    using Converter = int (*)(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest);
+
     bool CreateOwnBuffer(std::uint64_t nLen, bool bKeep);
+    bool IsInside(const void* p) const noexcept;
     void CopyForeign(const WCHAR* s);
+    void TakeText(const WCHAR* s, unsigned nLen, bool bKeep);
+    void TakeConverted(const char* s, unsigned nLen, bool bKeep, Converter pfnConvert);
+    void SetText(WCHAR* pStr, bool bOwn);
     void Share(WCHAR* pStr);
     void Forget() noexcept
     {
@@ -174,8 +185,8 @@ private:
         m_bOwn = true;
     }
 
-    WCHAR* m_pStr;   ///< never null, except after a failed allocation
-    bool m_bOwn;     ///< a counted buffer of ours or the empty text; else attached, never written
+    WCHAR* m_pStr; ///< never null, except after a failed allocation
+    bool m_bOwn;   ///< a counted buffer of ours or the empty text; else attached, never written
 };
 
 /// Orders texts case-sensitively; the shape of a sorting policy, whose context is not used.

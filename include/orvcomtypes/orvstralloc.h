@@ -1,17 +1,21 @@
 /// The counted buffers in which the library's strings live.
 ///
-/// A string is passed about as a handle: the address of its first character. A header of three 32-bit words stands
-/// right in front of it, so a handle is also an ordinary terminated text, and sharing costs one counter step. Short
-/// buffers come from four pools of fixed sizes, longer ones from the heap with room to grow, and every empty text is
-/// one static buffer that is never counted nor freed. Characters begin on a 16-byte border.
+/// A string is passed about as a handle: the address of its first character. A header of three 32-bit words
+/// stands right in front of it, so a handle is also an ordinary terminated text, and sharing costs one
+/// counter step. Short buffers come from four pools of fixed sizes, longer ones from the heap with room to
+/// grow, and every empty text is one static buffer that is never counted nor freed. Characters begin on a
+/// 16-byte border.
 ///
-/// Ownership: a new buffer has no reference; whoever keeps a handle adds one with `ORVS_AddrefString` and drops it
+/// Ownership: a new buffer has no reference; whoever keeps a handle adds one with `ORVS_AddrefString` and
+/// drops it
 ///   with `ORVS_ReleaseString`. Memory never goes back by any other way.
-/// Thread safety: counting is atomic, so handles may be shared between threads. Characters are not guarded: a buffer
+/// Thread safety: counting is atomic, so handles may be shared between threads. Characters are not guarded: a
+/// buffer
 ///   is written only by the holder of its single reference.
-/// Errors: source `orvstralloc`; "s == nullptr" from "ORVS_GetOrvStrBuffer", "iRC >= 1" from "ORVS_AddrefString",
-///   "iRC >= 0" from "ORVS_ReleaseString", "pAlloc == nullptr" from "ORVS_AllocateString". A heap buffer that cannot be
-///   had is null; an exhausted pool throws `CLQMemoryExcept`.
+/// Errors: source `orvstralloc`; "s == nullptr" from "ORVS_GetOrvStrBuffer", "iRC >= 1" from
+/// "ORVS_AddrefString",
+///   "iRC >= 0" from "ORVS_ReleaseString", "pAlloc == nullptr" from "ORVS_AllocateString". A heap buffer that
+///   cannot be had is null; an exhausted pool throws `CLQMemoryExcept`.
 /// Units: `nBytes` and `nAllocLen` are bytes with the terminator, `nStrLen` and `nLen` code units without it.
 ///
 ///     WCHAR* s = ORVS_AllocateSingleUsed(nullptr, 2 * (5 + 1));   // room for five characters
@@ -28,9 +32,9 @@
 /// What stands in front of the characters; other modules read it through the functions below only.
 struct OrvStrHeader
 {
-    std::uint32_t nAllocLen;         ///< bytes for characters, terminator included; 2 or less is an empty text
-    std::uint32_t nStrLen;           ///< code units in use, terminator excluded
-    std::atomic<std::int32_t> iRC;   ///< references held
+    std::uint32_t nAllocLen;       ///< bytes for characters, terminator included; 2 or less is an empty text
+    std::uint32_t nStrLen;         ///< code units in use, terminator excluded
+    std::atomic<std::int32_t> iRC; ///< references held
 };
 static_assert(sizeof(OrvStrHeader) == 12, "handles of other modules step back over three 32-bit words");
 
@@ -57,8 +61,8 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL ORVS_ReleaseString(WCHAR* s);
 /// The one handle of every empty text.
 ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL ORVS_GetDefaultEmptyString() noexcept;
 
-/// \p s itself when it may be written in place (one reference, at least \p nBytes), else a new buffer without a
-/// reference, or null. The caller releases \p s when it takes the new one.
+/// \p s itself when it may be written in place (one reference, at least \p nBytes), else a new buffer without
+/// a reference, or null. The caller releases \p s when it takes the new one.
 ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL ORVS_AllocateSingleUsed(WCHAR* s, unsigned nBytes);
 
 /// The bytes of \p s for characters. A null \p s is reported and then read: it faults.
@@ -67,7 +71,8 @@ ORV_EXTERN_C ORV_FUNC unsigned ORVCALL ORVS_GetAllocLen(const WCHAR* s);
 /// The length of \p s; a null \p s is reported and counts as 0.
 ORV_EXTERN_C ORV_FUNC unsigned ORVCALL ORVS_GetStrLen(const WCHAR* s);
 
-/// Sets the length word; the characters are not touched. A null \p s is reported and ignored.
+/// Sets the length word, at most to what the buffer holds; the characters are not touched. A null \p s is
+/// reported and ignored.
 ORV_EXTERN_C ORV_FUNC void ORVCALL ORVS_SetStrLen(WCHAR* s, unsigned nLen);
 
 /// True when \p s is not null.
@@ -104,8 +109,8 @@ inline void ReleaseStrRef(WCHAR* s)
         ORVS_ReleaseString(s);
 }
 
-/// True when the holder of \p s may write it in place up to \p nBytes: it holds the only reference. Whatever former
-/// holders did to the buffer happened before.
+/// True when the holder of \p s may write it in place up to \p nBytes: it holds the only reference. Whatever
+/// former holders did to the buffer happened before.
 inline bool IsSoleStrOwner(const WCHAR* s, std::uint64_t nBytes) noexcept
 {
     const OrvStrHeader& header = StrHeader(s);

@@ -1,4 +1,5 @@
-// What a test program may touch: a folder of its own that takes the place of every folder the library writes to.
+// What a test program may touch: a folder of its own that takes the place of every folder the library writes
+// to.
 #pragma once
 
 #include <filesystem>
@@ -19,8 +20,8 @@ void SetTestVariable(const char* sName, const char* sValue);
 /// Turns off what would stop an unattended process (dialogs of the runtime after an abort).
 void PrepareTestProcess();
 
-/// Makes the folder and points the environment into it for the lifetime of the object. The children of the program
-/// inherit it, so their reports appear beside those of the program itself.
+/// Makes the folder and points the environment into it for the lifetime of the object. The children of the
+/// program inherit it, so their reports appear beside those of the program itself.
 class CTestEnvironment
 {
 public:

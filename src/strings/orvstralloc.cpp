@@ -1,0 +1,215 @@
+#include "orvcomtypes/orvstralloc.h"
+
+#include "orvcomtypes/plexalloc.h"
+#include "strings/strbuffer.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+static_assert(sizeof(OrvStrBorder) + sizeof(OrvStrHeader) == 16, "characters stand on a 16-byte border");
+
+constinit OrvStrBuffer<1> g_DefEmptyString{{0}, {sizeof(WCHAR), 0, 0}, {0}};
+
+template <unsigned L>
+struct OCT::CPlexTypeName<OrvStrBuffer<L>>
+{
+    static constexpr auto kText = JoinTexts("class OrvStrBuffer<", DecimalText<L>.m_sText, ">");
+};
+
+namespace
+{
+
+/// The buffers of \p L code units, \p N in a chain.
+template <unsigned L, unsigned N>
+struct CSizeClass
+{
+    using Pool = OCT::CPlexAlloc<OrvStrBuffer<L>, N>;
+    static constexpr std::uint32_t AllocLen = sizeof(WCHAR) * L;
+
+    static OrvStrHeader* Take()
+    {
+        OrvStrHeader* const p = Pool::AllocateItem();
+        if (p != nullptr)
+            p->nAllocLen = AllocLen;
+        return p;
+    }
+
+    /// After the teardown of the pool the buffer is dropped: its chain is gone or is left as it is.
+    static void Free(OrvStrHeader* p) { Pool::ReleaseItem(static_cast<OrvStrBuffer<L>*>(p)); }
+};
+
+using CTiny = CSizeClass<21, 1024>;
+using CSmall = CSizeClass<41, 1024>;
+using CMiddle = CSizeClass<151, 256>;
+using CLarge = CSizeClass<401, 128>;
+
+constexpr std::align_val_t BlockAlignment{16};
+
+/// The size of a heap block, header included, that holds \p nTotal bytes: the next 256-byte step, from 1024
+/// bytes on a power of two with a tenth to spare, so that appending seldom moves the text.
+constexpr std::uint64_t HeapBlockSize(std::uint64_t nTotal)
+{
+    if (nTotal < 1024)
+        return nTotal / 256 * 256 + 256;
+    const auto nWanted = static_cast<std::uint64_t>(static_cast<double>(nTotal) * 1.1);
+    std::uint64_t nBlock = 2048;
+    while (nBlock < nWanted)
+        nBlock *= 2;
+    return nBlock;
+}
+
+OrvStrHeader* TakeFromHeap(std::uint64_t nBytes)
+{
+    if (nBytes > std::numeric_limits<std::uint32_t>::max())
+        return nullptr;
+    const std::uint64_t nBlock = HeapBlockSize(nBytes + sizeof(OrvStrHeader));
+    const std::uint64_t nAllocLen = nBlock - sizeof(OrvStrHeader);
+    if (nAllocLen > std::numeric_limits<std::uint32_t>::max() ||
+        nBlock + sizeof(OrvStrBorder) > std::numeric_limits<std::size_t>::max())
+        return nullptr;
+    void* const pBlock =
+        ::operator new(static_cast<std::size_t>(nBlock + sizeof(OrvStrBorder)), BlockAlignment, std::nothrow);
+    if (pBlock == nullptr)
+        return nullptr;
+    auto* const p = reinterpret_cast<OrvStrHeader*>(static_cast<OrvStrBorder*>(pBlock) + 1);
+    p->nAllocLen = static_cast<std::uint32_t>(nAllocLen);
+    return p;
+}
+
+OrvStrHeader* TakeBuffer(std::uint64_t nBytes)
+{
+    if (nBytes <= CTiny::AllocLen)
+        return CTiny::Take();
+    if (nBytes <= CSmall::AllocLen)
+        return CSmall::Take();
+    if (nBytes <= CMiddle::AllocLen)
+        return CMiddle::Take();
+    if (nBytes <= CLarge::AllocLen)
+        return CLarge::Take();
+    return TakeFromHeap(nBytes);
+}
+
+WCHAR* StrOf(OrvStrHeader* p)
+{
+    return reinterpret_cast<WCHAR*>(p + 1);
+}
+
+/// A handle as a report shows it.
+std::uintptr_t HandleValue(const WCHAR* s)
+{
+    return reinterpret_cast<std::uintptr_t>(s);
+}
+
+} // namespace
+
+WCHAR* ORVS_AllocateString(std::uint64_t nBytes)
+{
+    if (nBytes < 3)
+        return g_DefEmptyString.StrBuffer;
+    OrvStrHeader* const p = TakeBuffer(nBytes);
+    if (p == nullptr)
+    {
+        ORV_REPORT("ORVS_AllocateString", "pAlloc == nullptr");
+        return nullptr;
+    }
+    p->nStrLen = 0;
+    p->iRC.store(0, std::memory_order_relaxed);
+    WCHAR* const s = StrOf(p);
+    s[0] = 0;
+    return s;
+}
+
+void ORVS_FreeString(OrvStrHeader* p)
+{
+    if (p->nAllocLen == g_DefEmptyString.nAllocLen)
+    {
+        if (p != &g_DefEmptyString)
+            ORV_REPORT("ORVS_FreeString", "p == &g_DefEmptyString");
+        return;
+    }
+    StrOf(p)[0] = 0;
+    switch (p->nAllocLen)
+    {
+    case CTiny::AllocLen: return CTiny::Free(p);
+    case CSmall::AllocLen: return CSmall::Free(p);
+    case CMiddle::AllocLen: return CMiddle::Free(p);
+    case CLarge::AllocLen: return CLarge::Free(p);
+    default:
+        if (p->nAllocLen > CLarge::AllocLen)
+            ::operator delete(reinterpret_cast<OrvStrBorder*>(p) - 1, BlockAlignment);
+        else
+            ORV_REPORT("ORVS_FreeString", nullptr);
+    }
+}
+
+OrvStrHeader* ORVS_GetOrvStrBuffer(const WCHAR* s)
+{
+    if (s == nullptr)
+    {
+        ORV_REPORT("ORVS_GetOrvStrBuffer", "s == nullptr");
+        return nullptr;
+    }
+    return &OCT::StrHeader(s);
+}
+
+void ORVCALL ORVS_AddrefString(const WCHAR* s)
+{
+    OrvStrHeader* const p = ORVS_GetOrvStrBuffer(s);
+    if (p == nullptr || !OCT::IsCountedStr(s))
+        return;
+    if (p->iRC.fetch_add(1, std::memory_order_relaxed) < 0)
+        ORV_REPORT_VALUE("ORVS_AddrefString", "iRC >= 1", HandleValue(s));
+}
+
+void ORVCALL ORVS_ReleaseString(WCHAR* s)
+{
+    if (HandleValue(s) == sizeof(OrvStrHeader) || !OCT::IsCountedStr(s))
+        return;
+    OrvStrHeader& header = OCT::StrHeader(s);
+    // Nobody can add a reference to a buffer that only the caller holds, so the last one needs no locked
+    // step.
+    if (header.iRC.load(std::memory_order_acquire) == 1)
+        header.iRC.store(0, std::memory_order_relaxed);
+    else if (const std::int32_t iRC = header.iRC.fetch_sub(1, std::memory_order_acq_rel) - 1; iRC != 0)
+    {
+        if (iRC < 0)
+            ORV_REPORT_VALUE("ORVS_ReleaseString", "iRC >= 0", HandleValue(s));
+        return;
+    }
+    ORVS_FreeString(&header);
+}
+
+WCHAR* ORVCALL ORVS_GetDefaultEmptyString() noexcept
+{
+    return g_DefEmptyString.StrBuffer;
+}
+
+WCHAR* ORVCALL ORVS_AllocateSingleUsed(WCHAR* s, unsigned nBytes)
+{
+    return s != nullptr && OCT::IsSoleStrOwner(s, nBytes) ? s : ORVS_AllocateString(nBytes);
+}
+
+unsigned ORVCALL ORVS_GetAllocLen(const WCHAR* s)
+{
+    return ORVS_GetOrvStrBuffer(s)->nAllocLen;
+}
+
+unsigned ORVCALL ORVS_GetStrLen(const WCHAR* s)
+{
+    const OrvStrHeader* const p = ORVS_GetOrvStrBuffer(s);
+    return p != nullptr ? p->nStrLen : 0;
+}
+
+void ORVCALL ORVS_SetStrLen(WCHAR* s, unsigned nLen)
+{
+    OrvStrHeader* const p = ORVS_GetOrvStrBuffer(s);
+    // The shared empty text stays empty, and no length reaches past the buffer.
+    if (OCT::IsCountedStr(s))
+        p->nStrLen = std::min(nLen, p->nAllocLen / static_cast<unsigned>(sizeof(WCHAR)) - 1);
+}
+
+bool ORVCALL ORVS_ValidString(const WCHAR* s) noexcept
+{
+    return s != nullptr;
+}

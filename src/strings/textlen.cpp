@@ -1,0 +1,47 @@
+// Aligned loads may read past the terminator, yet never past the 16 bytes that hold it, so never into a page
+// that the text does not touch. The sanitizers do not know that; this file is built without them.
+#include "strings/textlen.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include <emmintrin.h>
+
+namespace OCT
+{
+namespace
+{
+
+constexpr std::size_t UnitsPerLoad = sizeof(__m128i) / sizeof(WCHAR);
+
+/// Two bits for each zero unit of an aligned group of eight.
+unsigned ZeroUnits(const __m128i* p) noexcept
+{
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(p), _mm_setzero_si128())));
+}
+
+} // namespace
+
+std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
+{
+    const auto nSkipBytes = reinterpret_cast<std::uintptr_t>(s) % sizeof(__m128i);
+    const auto* p = reinterpret_cast<const __m128i*>(reinterpret_cast<std::uintptr_t>(s) - nSkipBytes);
+    if (nMax == 0)
+        return 0;
+    if (const unsigned nZeros = ZeroUnits(p) >> nSkipBytes; nZeros != 0)
+        return std::min<std::size_t>(static_cast<std::size_t>(std::countr_zero(nZeros)) / sizeof(WCHAR),
+                                     nMax);
+    for (std::size_t n = UnitsPerLoad - nSkipBytes / sizeof(WCHAR); n < nMax; n += UnitsPerLoad)
+        if (const unsigned nZeros = ZeroUnits(++p); nZeros != 0)
+            return std::min<std::size_t>(
+                n + static_cast<std::size_t>(std::countr_zero(nZeros)) / sizeof(WCHAR), nMax);
+    return nMax;
+}
+
+std::size_t TextLength(const WCHAR* s) noexcept
+{
+    return TextLength(s, SIZE_MAX);
+}
+
+} // namespace OCT

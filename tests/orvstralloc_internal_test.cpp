@@ -1,0 +1,202 @@
+#include "orvcomtypes/octalloc.h"
+#include "strings/strbuffer.h"
+#include "support/report_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+std::int32_t References(const WCHAR* s)
+{
+    return OCT::StrHeader(s).iRC.load();
+}
+
+std::string ReportedHandle(const WCHAR* s)
+{
+    char sText[16];
+    std::snprintf(sText, sizeof(sText), "0x%08X",
+                  static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(s)));
+    return sText;
+}
+
+/// A buffer with one reference.
+WCHAR* Held(unsigned nBytes)
+{
+    WCHAR* const s = ORVS_AllocateString(nBytes);
+    ORVS_AddrefString(s);
+    return s;
+}
+
+} // namespace
+
+TEST(OrvStrAlloc, RequestsGetTheirSizeClass)
+{
+    constexpr struct
+    {
+        unsigned nBytes;
+        unsigned nAllocLen;
+    } rows[] = {{3, 42},      {42, 42},     {43, 82},     {82, 82},    {83, 302},
+                {302, 302},   {303, 802},   {802, 802},   {803, 1012}, {1011, 1012},
+                {1012, 2036}, {1800, 2036}, {2000, 4084}, {2036, 4084}};
+    for (const auto& row : rows)
+    {
+        WCHAR* const s = ORVS_AllocateString(row.nBytes);
+        EXPECT_EQ(row.nAllocLen, ORVS_GetAllocLen(s)) << row.nBytes;
+        EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(s) % 16) << row.nBytes;
+        EXPECT_EQ(0u, ORVS_GetStrLen(s));
+        EXPECT_EQ(0, References(s));
+        EXPECT_EQ(0, *s);
+        ORVS_AddrefString(s);
+        ORVS_ReleaseString(s);
+    }
+}
+
+TEST(OrvStrAlloc, EmptyTextIsSharedAndNeverCounted)
+{
+    WCHAR* const sEmpty = ORVS_GetDefaultEmptyString();
+    for (unsigned nBytes = 0; nBytes < 3; ++nBytes)
+        EXPECT_EQ(sEmpty, ORVS_AllocateString(nBytes));
+    ORVS_ReleaseString(sEmpty);
+    ORVS_AddrefString(sEmpty);
+    ORVS_SetStrLen(sEmpty, 1);
+    EXPECT_EQ(0, References(sEmpty));
+    EXPECT_EQ(2u, ORVS_GetAllocLen(sEmpty));
+    EXPECT_EQ(0u, ORVS_GetStrLen(sEmpty));
+}
+
+TEST(OrvStrAlloc, SizesOutOfReachAreNull)
+{
+    CReportCapture capture;
+    for (const std::uint64_t nBytes : {std::uint64_t{0xFFFFFFFF}, std::uint64_t{0xFFFFFFFE} * 2})
+    {
+        EXPECT_EQ(nullptr, ORVS_AllocateString(nBytes));
+        EXPECT_REPORTS(capture, {{"ORVS_AllocateString", "pAlloc == nullptr", "", "orvstralloc"}});
+    }
+}
+
+TEST(OrvStrAlloc, OnlyTheSingleHolderWritesInPlace)
+{
+    WCHAR* const s = ORVS_AllocateString(42);
+    std::vector<WCHAR*> others = {ORVS_AllocateSingleUsed(s, 42)};
+    ORVS_AddrefString(s);
+    EXPECT_EQ(s, ORVS_AllocateSingleUsed(s, 42));
+    others.push_back(ORVS_AllocateSingleUsed(s, 43));
+    ORVS_AddrefString(s);
+    others.push_back(ORVS_AllocateSingleUsed(s, 3));
+    others.push_back(ORVS_AllocateSingleUsed(nullptr, 3));
+    for (WCHAR* const sOther : others)
+    {
+        EXPECT_NE(s, sOther);
+        ORVS_AddrefString(sOther);
+        ORVS_ReleaseString(sOther);
+    }
+    ORVS_ReleaseString(s);
+    ORVS_ReleaseString(s);
+}
+
+TEST(OrvStrAlloc, WrongCountsAreReportedAndFreeNothing)
+{
+    CReportCapture capture;
+    WCHAR* const s = ORVS_AllocateString(100);
+    s[0] = ORVTEXT('x');
+    ORVS_ReleaseString(s);
+    EXPECT_REPORTS(capture, {{"ORVS_ReleaseString", "iRC >= 0", ReportedHandle(s).c_str(), "orvstralloc"}});
+    EXPECT_EQ(ORVTEXT('x'), s[0]);
+    ORVS_AddrefString(s);
+    EXPECT_REPORTS(capture, {{"ORVS_AddrefString", "iRC >= 1", ReportedHandle(s).c_str(), "orvstralloc"}});
+    ORVS_AddrefString(s);
+    ORVS_ReleaseString(s);
+    EXPECT_NO_REPORTS(capture);
+}
+
+TEST(OrvStrAlloc, NullHandles)
+{
+    CReportCapture capture;
+    ORVS_ReleaseString(nullptr);
+    ORVS_ReleaseString(reinterpret_cast<WCHAR*>(sizeof(OrvStrHeader)));
+    EXPECT_FALSE(ORVS_ValidString(nullptr));
+    EXPECT_NO_REPORTS(capture);
+    ORVS_AddrefString(nullptr);
+    EXPECT_EQ(0u, ORVS_GetStrLen(nullptr));
+    ORVS_SetStrLen(nullptr, 1);
+    const ExpectedReport null = {"ORVS_GetOrvStrBuffer", "s == nullptr", "", "orvstralloc"};
+    EXPECT_REPORTS(capture, {null, null, null});
+}
+
+TEST(OrvStrAlloc, BuffersOfNoKindAreReportedAndDropped)
+{
+    CReportCapture capture;
+    OrvStrBuffer<1> empty{{0}, {2, 0, 0}, {0}};
+    OrvStrBuffer<5> odd{{0}, {10, 0, 0}, {0}};
+    ORVS_FreeString(&g_DefEmptyString);
+    ORVS_FreeString(&empty);
+    ORVS_FreeString(&odd);
+    EXPECT_REPORTS(capture, {{"ORVS_FreeString", "p == &g_DefEmptyString"}, {"ORVS_FreeString", ""}});
+}
+
+TEST(OrvStrAlloc, LengthStaysInsideTheBuffer)
+{
+    WCHAR* const s = Held(42);
+    ORVS_SetStrLen(s, 7);
+    EXPECT_EQ(7u, ORVS_GetStrLen(s));
+    ORVS_SetStrLen(s, 0xFFFFFFFF);
+    EXPECT_EQ(20u, ORVS_GetStrLen(s));
+    ORVS_ReleaseString(s);
+}
+
+TEST(OrvStrAlloc, BuffersOutliveTheirPool)
+{
+    UninitOrvComTypes();
+    CReportCapture capture;
+    std::vector<WCHAR*> held;
+    for (const unsigned nBytes : {42u, 82u, 302u, 802u, 1012u})
+        held.push_back(Held(nBytes));
+    UninitOrvComTypes();
+    const ExpectedReport used = {"::FreeDataChain", "!IsChainUsed(p)"};
+    EXPECT_REPORTS(capture, {used, used, used, used});
+    // Dropped while there is no pool, and again while there is a new one.
+    WCHAR* const sLater = held.back();
+    held.pop_back();
+    ORVS_ReleaseString(held[0]);
+    WCHAR* const sNew = Held(82);
+    ORVS_ReleaseString(held[1]);
+    EXPECT_NE(held[1], sNew);
+    WCHAR* const sNext = Held(82);
+    EXPECT_NE(held[1], sNext);
+    for (WCHAR* const s : {held[2], held[3], sLater, sNew, sNext})
+        ORVS_ReleaseString(s);
+    UninitOrvComTypes();
+    EXPECT_NO_REPORTS(capture);
+}
+
+TEST(OrvStrAlloc, ThreadsShareBuffers)
+{
+    constexpr int nRounds = 2000;
+    UninitOrvComTypes();
+    CReportCapture capture;
+    WCHAR* const s = Held(82);
+    const auto share = [s] {
+        for (int i = 0; i < nRounds; ++i)
+        {
+            ORVS_AddrefString(s);
+            WCHAR* const sOwn = Held(3 + static_cast<unsigned>(i) % 900);
+            sOwn[0] = s[0];
+            ORVS_ReleaseString(s);
+            ORVS_ReleaseString(sOwn);
+        }
+        ORVS_ReleaseString(s);
+    };
+    ORVS_AddrefString(s);
+    std::thread other(share);
+    share();
+    other.join();
+    // The last of the two threads freed the buffer: no pool has one in use.
+    UninitOrvComTypes();
+    EXPECT_NO_REPORTS(capture);
+}
