@@ -11,6 +11,8 @@
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/memarray.h"
+#include "orvcomtypes/regkeyw.h"
+#include "orvcomtypes/lqsettings.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/loadstrres.h"
 #include "orvcomtypes/resourcehandler.h"

@@ -1,0 +1,107 @@
+#include "orvcomtypes/lqsettings.h"
+#include "settingsform.h"
+
+namespace
+{
+
+/// At most that much of a path is reported.
+constexpr unsigned g_cbReportedPath = 520;
+
+template <class Char>
+struct CPathTexts;
+
+template <>
+struct CPathTexts<char>
+{
+    static constexpr const char* s_sFunction = "ExpandPathA";
+    static constexpr const char* s_sBadArgument = "cPath == nullptr || cPathSizeInBytes < sizeof (char)";
+    static constexpr const char* s_sNoBase = "!bRes || cBaseDir[0] == '\\0'";
+    static constexpr const char* s_sDataPath = "DataPath";
+    static constexpr const char* s_sLogPath = "DefaultLogPath";
+
+    static bool GetSetting(const char* sName, char* dest, DWORD cbDest)
+    {
+        return GetLQStringSettingA(nullptr, sName, dest, cbDest, nullptr);
+    }
+    static void Narrow(const char* sPath, char (&dest)[g_cbReportedPath])
+    {
+        CopyCut(dest, g_cbReportedPath, sPath);
+    }
+};
+
+template <>
+struct CPathTexts<WCHAR>
+{
+    static constexpr const char* s_sFunction = "ExpandPathW";
+    static constexpr const char* s_sBadArgument = "cPath == nullptr || cPathSizeInBytes < sizeof (wchar_t)";
+    static constexpr const char* s_sNoBase = "!bRes || cBaseDir[0] == L'\\0'";
+    static constexpr const WCHAR* s_sDataPath = ORVTEXT("DataPath");
+    static constexpr const WCHAR* s_sLogPath = ORVTEXT("DefaultLogPath");
+
+    static bool GetSetting(const WCHAR* sName, WCHAR* dest, DWORD cbDest)
+    {
+        return GetLQStringSettingW(nullptr, sName, dest, cbDest, nullptr);
+    }
+    static void Narrow(const WCHAR* sPath, char (&dest)[g_cbReportedPath])
+    {
+        UnicodeToANSI(sPath, dest, g_cbReportedPath, CP_ACP);
+    }
+};
+
+template <class Char>
+void Report(const char* sCondition)
+{
+    ORV_REPORT_FROM("lqsettings", CPathTexts<Char>::s_sFunction, sCondition, 0);
+}
+
+/// The setting that a path's marker names, or null when the path has none.
+template <class Char>
+const Char* BaseSetting(const Char* cPath, std::size_t cchPath)
+{
+    if (cchPath < 2 || cPath[0] == 0 || cPath[1] != '\\')
+        return nullptr;
+    return cPath[0] == '*'   ? CPathTexts<Char>::s_sDataPath
+           : cPath[0] == '$' ? CPathTexts<Char>::s_sLogPath
+                             : nullptr;
+}
+
+template <class Char>
+void ExpandPath(Char* cPath, std::size_t cPathSizeInBytes)
+{
+    using Texts = CPathTexts<Char>;
+    const std::size_t cchPath = cPathSizeInBytes / sizeof(Char);
+    if (cPath == nullptr || cchPath < 1)
+        return Report<Char>(Texts::s_sBadArgument);
+    const Char* sSetting = BaseSetting(cPath, cchPath);
+    if (sSetting == nullptr)
+        return;
+    CSettingsBuffer<Char> cTmpPath;
+    if (!cTmpPath.ReserveSize(cchPath))
+        return Report<Char>("cTmpPath == nullptr");
+    Char cBaseDir[g_cchSettingsPath];
+    const bool bRes = Texts::GetSetting(sSetting, cBaseDir, sizeof cBaseDir);
+    if (!bRes || cBaseDir[0] == 0)
+    {
+        char sNarrow[g_cbReportedPath];
+        Texts::Narrow(cPath, sNarrow);
+        Report<Char>(Texts::s_sNoBase);
+        return Report<Char>(sNarrow);
+    }
+    const std::size_t nBase = std::char_traits<Char>::length(cBaseDir);
+    // The rest keeps its backslash unless the base directory ends in one.
+    CopyCut<Char>(cTmpPath, cchPath, cPath + (cBaseDir[nBase - 1] == '\\' ? 2 : 1));
+    if (CopyCut<Char>(cPath, cchPath, cBaseDir))
+        CopyCut<Char>(cPath + nBase, cchPath - nBase, cTmpPath);
+}
+
+} // namespace
+
+void ORVCALL ExpandPathA(char* cPath, unsigned cPathSizeInBytes) noexcept
+{
+    ExpandPath(cPath, cPathSizeInBytes);
+}
+
+void ORVCALL ExpandPathW(WCHAR* cPath, unsigned cPathSizeInBytes) noexcept
+{
+    ExpandPath(cPath, cPathSizeInBytes);
+}
