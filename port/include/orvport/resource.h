@@ -14,8 +14,11 @@
 #define LOAD_LIBRARY_AS_IMAGE_RESOURCE 0x00000020u
 
 /// Maps the resource library \p sPath, a .res file; \p dwFlags has LOAD_LIBRARY_AS_DATAFILE. Code is not
-/// loaded this way. FreeLibrary unmaps it; its texts end with it.
+/// loaded this way.
 HMODULE LoadLibraryExW(LPCWSTR sPath, HANDLE hReserved, DWORD dwFlags) noexcept;
+
+/// Unmaps a resource library; its texts end with it.
+BOOL FreeLibrary(HMODULE hModule) noexcept;
 
 HRSRC FindResourceW(HMODULE hModule, LPCWSTR sName, LPCWSTR sType) noexcept;
 HGLOBAL LoadResource(HMODULE hModule, HRSRC hResource) noexcept;
