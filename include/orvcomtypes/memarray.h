@@ -1,8 +1,8 @@
 /// Growable arrays whose storage and element handling come from a policy, the treat.
 ///
-/// `CMarrayBase<T, Treat>` keeps a count and a pointer; the capacity is never stored but follows from the count: the
-/// smallest power of two that is at least max(count, Grow). The treat decides how storage grows, whether the first
-/// elements live inside the array object, and whether elements are plain values or objects:
+/// `CMarrayBase<T, Treat>` keeps a count and a pointer; the capacity is never stored but follows from the
+/// count: the smallest power of two that is at least max(count, Grow). The treat decides how storage grows,
+/// whether the first elements live inside the array object, and whether elements are plain values or objects:
 ///
 /// | array                                  | elements | inside the object |
 /// |----------------------------------------|----------|-------------------|
@@ -11,17 +11,16 @@
 /// | `CSimpleFixMarray<T, Grow, FixedSize>` | plain    | FixedSize         |
 /// | `CFixMarray<T, Grow, FixedSize>`       | objects  | FixedSize         |
 ///
-/// Plain values are neither constructed nor destroyed. Objects are default-constructed, assigned and destroyed one by
-/// one, but moved byte by byte: an element type must not hold its own address.
+/// Plain values are neither constructed nor destroyed. Objects are default-constructed, assigned and
+/// destroyed one by one, but moved byte by byte: an element type must not hold its own address.
 ///
-/// Ownership: the array owns its elements; the block comes from the allocator, `realloc` and `free` of this library's
-/// runtime. References into the array end with the next change of its size.
-/// Thread safety: none; callers serialise access.
-/// Errors: a wrong index or count is reported ("idx >= m_iSize", "idx > m_iSize", "idx + cnt > m_iSize",
-/// "m_iSize > 0", "lIdx > m_iSize || rIdx > m_iSize") and cut to what exists; only reading an element that does not
-/// exist throws `CLQInvalidargExcept`. Without memory `CLQMemoryExcept` is thrown and the array is empty. When an
-/// element's constructor throws, the array is as before; when its assignment throws, the new elements stay.
-/// Units: indices, counts and sizes are elements.
+/// Ownership: the array owns its elements; the block comes from the allocator, `realloc` and `free` of this
+/// library's runtime. References into the array end with the next change of its size. Thread safety: none;
+/// callers serialise access. Errors: a wrong index or count is reported ("idx >= m_iSize", "idx > m_iSize",
+/// "idx + cnt > m_iSize", "m_iSize > 0", "lIdx > m_iSize || rIdx > m_iSize") and cut to what exists; only
+/// reading an element that does not exist throws `CLQInvalidargExcept`. Without memory `CLQMemoryExcept` is
+/// thrown and the array is empty. When an element's constructor throws, the array is as before; when its
+/// assignment throws, the new elements stay. Units: indices, counts and sizes are elements.
 ///
 ///     CSimpleMarray<int, 16> numbers;
 ///     numbers.Add(7);
@@ -100,7 +99,8 @@ public:
     T& AddR() { return Item(Add()); }
     T& AddR(const T& value) { return Item(Add(value)); }
     unsigned InsertAt(unsigned idx, const T& value) { return InsertAt(idx, 1, &value); }
-    /// Without \p pSource the new elements are default-constructed objects, or plain values as they are in storage.
+    /// Without \p pSource the new elements are default-constructed objects, or plain values as they are in
+    /// storage.
     unsigned InsertAt(unsigned idx, unsigned cnt, const T* pSource);
 
     // ---------------------------------------------------------------- changing

@@ -1,10 +1,12 @@
 /// The treats of `memarray.h`: how arrays allocate, construct, destroy and move their elements.
 ///
-/// A treat holds no count and no pointer: the array passes its own. Every treat of plain values has the operations
-/// of `CSimpleMarrayTreat`; the others replace what differs for objects, or for storage inside the array.
+/// A treat holds no count and no pointer: the array passes its own. Every treat of plain values has the
+/// operations of `CSimpleMarrayTreat`; the others replace what differs for objects, or for storage inside the
+/// array.
 ///
-/// Errors: a range past the size is reported and nothing is done for that call. Without memory the live elements
-/// are destroyed, the storage is released, count and pointer become empty, and `CLQMemoryExcept` is thrown.
+/// Errors: a range past the size is reported and nothing is done for that call. Without memory the live
+/// elements are destroyed, the storage is released, count and pointer become empty, and `CLQMemoryExcept` is
+/// thrown.
 #pragma once
 
 #include "orvcomtypes/lqthrow.h"
@@ -24,6 +26,8 @@ class CStaticCRTAllocator
 public:
     /// As `realloc`; null when there is no memory (the old block stays) or the size does not fit `size_t`.
     ORV_API static void* Realloc(void* pBlock, std::uint64_t nBytes) noexcept;
+    /// As `calloc`: large blocks come zeroed from the system and cost no second pass.
+    ORV_API static void* AllocZeroed(std::uint64_t nBytes) noexcept;
     ORV_API static void Free(void* pBlock) noexcept;
     /// For allocators that hold resources; there are none here.
     static void Release() noexcept {}
@@ -37,8 +41,8 @@ public:
     using ElementType = T;
     static constexpr bool PlainElements = true;
 
-    /// Brings storage to \p nNewSize elements; new slots are zero only with \p bZeroFill, and only when they come
-    /// with a new block.
+    /// Brings storage to \p nNewSize elements; new slots are zero only with \p bZeroFill, and only when they
+    /// come with a new block.
     static void AllocArray(std::uint64_t nNewSize, unsigned& iSize, T*& pElement, bool bZeroFill = false)
     {
         CheckInvariant("CSimpleMarrayTreat::AllocArray", iSize, pElement);
@@ -189,8 +193,8 @@ public:
     }
 };
 
-/// Adds room for \p FixedSize elements inside the array object, used until more are needed. Storage comes back from
-/// the heap only by way of the empty array.
+/// Adds room for \p FixedSize elements inside the array object, used until more are needed. Storage comes
+/// back from the heap only by way of the empty array.
 template <unsigned FixedSize, class Base>
 class CFixMarrayTreatBase : public Base
 {

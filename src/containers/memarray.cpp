@@ -8,6 +8,11 @@ void* CStaticCRTAllocator::Realloc(void* pBlock, std::uint64_t nBytes) noexcept
     return nBytes <= PTRDIFF_MAX ? std::realloc(pBlock, static_cast<std::size_t>(nBytes)) : nullptr;
 }
 
+void* CStaticCRTAllocator::AllocZeroed(std::uint64_t nBytes) noexcept
+{
+    return nBytes <= PTRDIFF_MAX ? std::calloc(static_cast<std::size_t>(nBytes), 1) : nullptr;
+}
+
 void CStaticCRTAllocator::Free(void* pBlock) noexcept
 {
     std::free(pBlock);

@@ -1,0 +1,184 @@
+/// A set of non-zero integers that are their own keys: chained, with prime bucket counts.
+///
+/// The map owns a pointer to its table, the storage; rehashing builds a new storage and swaps it in. Bucket
+/// heads lie in the storage's slot array, followed by a reserve of chain nodes, so a small table is one
+/// allocation and a probe of an unchained value is one memory access. Thresholds are far apart (0.25 and 1.5
+/// values per bucket): the table grows by itself, and becomes smaller only on request.
+///
+/// Ownership: the map owns its storage; values are copied.
+/// Thread safety: none; callers serialise access.
+/// Errors: 0 is the empty marker: adding it is reported ("newItem == TItem(0)") and refused. `EnableRehash`
+/// without `DisableRehash` is reported ("m_RehashLockCnt > 0"), going on from a value that is not stored is
+/// too
+/// ("pNode->data != TItem(0)", the result is 0). Without memory `CLQMemoryExcept` is thrown and the values
+/// stay. Units: counts are values.
+///
+///     OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> ids(1000);
+///     ids.SetItem(7);
+///     for (unsigned id = ids.GetNextItem(0); id != 0; id = ids.GetNextItem(id))
+///         Use(id); // bucket by bucket; within a bucket the first value, then the newest to the oldest
+#pragma once
+
+#include "orvcomtypes/orvhashstorage.h"
+
+namespace OCT
+{
+
+/// Compares items that are their own keys. The context is the caller's; it is not used here.
+template <class T>
+struct CPrtvHashCompare
+{
+    static unsigned GetHash(T key) noexcept { return static_cast<unsigned>(key); }
+    static T GetKey(T item) noexcept { return item; }
+    static bool IsEqual(T item, T key, void*) noexcept { return item == key; }
+};
+
+/// The set; see the top of this file.
+template <class TItem, class TKey, class TCompare>
+class CPrtvHashMap
+{
+public:
+    explicit CPrtvHashMap(unsigned nApproxCount = 0)
+    {
+        if (nApproxCount != 0)
+            InitHashTable(nApproxCount);
+    }
+    CPrtvHashMap(const CPrtvHashMap&) = delete;
+    CPrtvHashMap& operator=(const CPrtvHashMap&) = delete;
+
+    unsigned GetCount() const noexcept { return m_pStorage ? m_pStorage->GetSize() : 0; }
+    bool IsEmpty() const noexcept { return GetCount() == 0; }
+
+    /// Adds a value. Returns 0 when it was added, or the equal value that is there already.
+    TItem SetItem(TItem newItem)
+    {
+        if (newItem == TItem(0)) [[unlikely]]
+        {
+            ORV_REPORT("CPrtvHashMap::SetItem", "newItem == TItem(0)");
+            return TItem(0);
+        }
+        if (!m_pStorage) [[unlikely]]
+            InitHashTable(0);
+        const TItem found = m_pStorage->Insert(newItem);
+        if (found == TItem(0))
+            RehashWhenDue();
+        return found;
+    }
+
+    /// The stored value, or 0.
+    TItem GetItem(TItem item) const noexcept { return GetItemByKey(TCompare::GetKey(item), nullptr); }
+    TItem GetItemByKey(TKey key, void* pContext) const noexcept
+    {
+        return m_pStorage ? m_pStorage->Find(key, pContext) : TItem(0);
+    }
+    bool IsExists(TItem item) const noexcept { return GetItem(item) != TItem(0); }
+
+    /// Removes a value and returns it, or 0 when there is none.
+    TItem RemoveItem(TItem item) { return RemoveItemByKey(TCompare::GetKey(item), nullptr); }
+    TItem RemoveItemByKey(TKey key, void* pContext)
+    {
+        const TItem found = m_pStorage ? m_pStorage->Remove(key, pContext) : TItem(0);
+        if (found != TItem(0))
+            RehashWhenDue();
+        return found;
+    }
+    void RemoveAll() { RemoveAllCallback(nullptr, nullptr); }
+    /// Calls \p pCallback, which may be null, for every value first.
+    void RemoveAllCallback(void (*pCallback)(TItem&, void*), void* pContext);
+
+    /// The value after \p prev, the first one after 0; 0 at the end. Values must not come or go meanwhile.
+    TItem GetNextItem(TItem prev) const noexcept
+    {
+        return m_pStorage ? m_pStorage->GetNextItem(prev) : TItem(0);
+    }
+    /// Calls fn(value) for every value, in the same order.
+    template <class Fn>
+    void ForEach(Fn fn) const
+    {
+        if (m_pStorage)
+            m_pStorage->ForEach([&fn](TItem item) { fn(item); });
+    }
+
+    /// The count that the table was made for, 0 without table.
+    unsigned GetApproximateCount() const noexcept
+    {
+        return m_pStorage ? m_pStorage->GetApproximateCount() : 0;
+    }
+    /// Makes the table fit for \p n values; nothing when \p n is 0 or below the count.
+    void SetApproximateCount(unsigned n)
+    {
+        if (n != 0 && n >= GetCount())
+            Rehash(n, false);
+    }
+    /// Makes the table anew for \p n values (0: the count it was made for), or for all it holds when they are
+    /// more; without \p bForce only when that count is outside the thresholds of the table.
+    void Rehash(unsigned n, bool bForce);
+
+    void DisableRehash() noexcept { ++m_RehashLockCnt; }
+    void EnableRehash() noexcept
+    {
+        if (m_RehashLockCnt == 0) [[unlikely]]
+            ORV_REPORT("CPrtvHashMap::EnableRehash", "m_RehashLockCnt > 0");
+        --m_RehashLockCnt; // also at 0: deliberate
+    }
+
+protected:
+    using Storage = CHashMapStorage<TItem, TKey, TCompare>;
+
+    void InitHashTable(unsigned nCount)
+    {
+        if (m_pStorage) [[unlikely]]
+            ORV_REPORT("CPrtvHashMap::InitHashTable", "m_pStorage == nullptr");
+        m_pStorage = Storage::Create(nCount, 0.75F);
+    }
+    void RehashInner(unsigned n) { Rehash(n, false); }
+
+private:
+    void RehashWhenDue()
+    {
+        if (m_pStorage->IsOverfull() && m_RehashLockCnt == 0) [[unlikely]]
+            RehashInner(0);
+    }
+
+    typename Storage::Ptr m_pStorage;
+    unsigned m_RehashLockCnt = 0;
+};
+
+template <class TItem, class TKey, class TCompare>
+void CPrtvHashMap<TItem, TKey, TCompare>::RemoveAllCallback(void (*pCallback)(TItem&, void*), void* pContext)
+{
+    if (!m_pStorage)
+        return;
+    if (pCallback != nullptr)
+        m_pStorage->ForEach([=](TItem& data) {
+            if (data == TItem(0)) [[unlikely]]
+                ORV_REPORT("CPrtvHashMap::RemoveAllCallback", "data != TItem(0)");
+            else
+                pCallback(data, pContext);
+        });
+    m_pStorage->RemoveAll();
+}
+
+template <class TItem, class TKey, class TCompare>
+void CPrtvHashMap<TItem, TKey, TCompare>::Rehash(unsigned n, bool bForce)
+{
+    if (!m_pStorage)
+        return InitHashTable(n);
+    const bool bAutomatic = n == 0;
+    n = std::max(bAutomatic ? m_pStorage->GetApproximateCount() : n, GetCount());
+    if (!bForce && m_pStorage->IsWithinThresholds(n))
+        return;
+    const float fLoadFactor = m_pStorage->GetLoadFactor();
+    if (!bForce && bAutomatic && HashBucketCount(n, fLoadFactor) == m_pStorage->GetBucketCount())
+        return; // the last bucket count: the table cannot grow any more
+    auto pNew = Storage::Create(n, fLoadFactor);
+    pNew->InsertAll(*m_pStorage);
+    if (m_pStorage->GetSize() != pNew->GetSize()) [[unlikely]]
+        ORV_REPORT("CPrtvHashMap::RehashInner", "m_nSize == pNew->m_nSize");
+    m_pStorage = std::move(pNew);
+}
+
+} // namespace OCT
+
+ORV_EXTERN_TEMPLATE(OCT::CHashMapStorage<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>>);
+ORV_EXTERN_TEMPLATE(OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>>);

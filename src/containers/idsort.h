@@ -1,0 +1,13 @@
+// Sorting of identifiers by their digits.
+#pragma once
+
+namespace OCT
+{
+
+/// The most scratch elements that SortIdRange makes use of.
+inline constexpr unsigned MaxSortScratch = 65536;
+
+/// Sorts in ascending order; \p pScratch has room for min(nCount, MaxSortScratch) elements.
+void SortIdRange(unsigned* pIds, unsigned nCount, unsigned* pScratch) noexcept;
+
+} // namespace OCT
