@@ -1,0 +1,296 @@
+#include "codepage.h"
+
+#include "nlslocale.h"
+
+#include <unicode/ucnv.h>
+#include <unicode/unorm2.h>
+
+#include <algorithm>
+#include <atomic>
+#include <new>
+#include <stdexcept>
+
+namespace
+{
+
+struct CKnownPage
+{
+    UINT m_nCodePage;
+    const char* m_sIcuName;
+};
+
+constexpr CKnownPage c_KnownPages[] = {
+    {437, "ibm-437"},
+    {737, "ibm-737"},
+    {775, "ibm-775"},
+    {850, "ibm-850"},
+    {852, "ibm-852"},
+    {855, "ibm-855"},
+    {857, "ibm-857"},
+    {860, "ibm-860"},
+    {861, "ibm-861"},
+    {862, "ibm-862"},
+    {863, "ibm-863"},
+    {865, "ibm-865"},
+    {866, "ibm-866"},
+    {874, "windows-874-2000"},
+    {932, "ibm-943_P15A-2003"},
+    {936, "windows-936-2000"},
+    {949, "windows-949-2000"},
+    {950, "windows-950-2000"},
+    {1250, "ibm-5346_P100-1998"},
+    {1251, "ibm-5347_P100-1998"},
+    {1252, "ibm-5348_P100-1997"},
+    {1253, "ibm-5349_P100-1998"},
+    {1254, "ibm-5350_P100-1998"},
+    {1255, "ibm-9447_P100-2002"},
+    {1256, "ibm-9448_X100-2005"},
+    {1257, "ibm-9449_P100-2002"},
+    {1258, "ibm-5354_P100-1998"},
+    {20127, "US-ASCII"},
+    {20866, "KOI8-R"},
+    {21866, "KOI8-U"},
+    {28591, "ISO-8859-1"},
+    {28592, "ISO-8859-2"},
+    {28593, "ISO-8859-3"},
+    {28594, "ISO-8859-4"},
+    {28595, "ISO-8859-5"},
+    {28596, "ISO-8859-6"},
+    {28597, "ISO-8859-7"},
+    {28598, "ISO-8859-8"},
+    {28599, "ISO-8859-9"},
+    {28603, "ISO-8859-13"},
+    {28605, "ISO-8859-15"},
+};
+
+// Runs of bytes that Windows maps otherwise than ICU: mostly unassigned ones, which it keeps apart from each other
+// in the private use area, so that any bytes survive the way to UTF-16 and back.
+struct CCorrection
+{
+    UINT m_nCodePage;
+    unsigned char m_bFirst;
+    unsigned char m_bLast;
+    WCHAR m_cFirst;
+};
+
+constexpr CCorrection c_Corrections[] = {
+    {437, 0xE6, 0xE6, 0x00B5},   {852, 0xAA, 0xAA, 0x00AC},   {857, 0xD5, 0xD5, 0xF8BB},
+    {857, 0xE7, 0xE7, 0xF8BC},   {857, 0xF2, 0xF2, 0xF8BD},   {860, 0xE6, 0xE6, 0x00B5},
+    {861, 0xE6, 0xE6, 0x00B5},   {862, 0xE6, 0xE6, 0x00B5},   {863, 0xE6, 0xE6, 0x00B5},
+    {865, 0xE6, 0xE6, 0x00B5},   {932, 0x80, 0x80, 0x0080},   {932, 0xA0, 0xA0, 0xF8F0},
+    {932, 0xFD, 0xFF, 0xF8F1},   {1253, 0xAA, 0xAA, 0xF8F9},  {1253, 0xD2, 0xD2, 0xF8FA},
+    {1253, 0xFF, 0xFF, 0xF8FB},  {1255, 0xCA, 0xCA, 0x05BA},  {1255, 0xD9, 0xDF, 0xF88D},
+    {1255, 0xFB, 0xFC, 0xF894},  {1255, 0xFF, 0xFF, 0xF896},  {1257, 0xA1, 0xA1, 0xF8FC},
+    {1257, 0xA5, 0xA5, 0xF8FD},  {21866, 0xAE, 0xAE, 0x045E}, {21866, 0xBE, 0xBE, 0x040E},
+    {28593, 0xA5, 0xA5, 0xF7F5}, {28593, 0xAE, 0xAE, 0xF7F6}, {28593, 0xBE, 0xBE, 0xF7F7},
+    {28593, 0xC3, 0xC3, 0xF7F8}, {28593, 0xD0, 0xD0, 0xF7F9}, {28593, 0xE3, 0xE3, 0xF7FA},
+    {28593, 0xF0, 0xF0, 0xF7FB}, {28596, 0xA1, 0xA3, 0xF7C8}, {28596, 0xA5, 0xAB, 0xF7CB},
+    {28596, 0xAE, 0xB6, 0xF7D2}, {28596, 0xB7, 0xBA, 0xF7DB}, {28596, 0xBC, 0xBE, 0xF7DF},
+    {28596, 0xC0, 0xC0, 0xF7E2}, {28596, 0xDB, 0xDF, 0xF7E3}, {28596, 0xF3, 0xFF, 0xF7E8},
+    {28597, 0xA1, 0xA1, 0x02BD}, {28597, 0xA2, 0xA2, 0x02BC}, {28597, 0xA4, 0xA5, 0xF7C2},
+    {28597, 0xAA, 0xAA, 0xF7C4}, {28597, 0xAE, 0xAE, 0xF7C5}, {28597, 0xD2, 0xD2, 0xF7C6},
+    {28597, 0xFF, 0xFF, 0xF7C7}, {28598, 0xA1, 0xA1, 0xF79C}, {28598, 0xAF, 0xAF, 0x203E},
+    {28598, 0xBF, 0xDE, 0xF79D}, {28598, 0xFB, 0xFF, 0xF7BD},
+};
+
+// Letters whose look-alike is not the base of a decomposition.
+constexpr std::pair<WCHAR, WCHAR> c_LookAlikes[] = {
+    {0x00C6, u'A'}, {0x00D0, u'D'}, {0x00D8, u'O'}, {0x00E6, u'a'}, {0x00F0, u'd'}, {0x00F8, u'o'},
+    {0x0110, u'D'}, {0x0111, u'd'}, {0x0126, u'H'}, {0x0127, u'h'}, {0x0131, u'i'}, {0x0141, u'L'},
+    {0x0142, u'l'}, {0x0152, u'O'}, {0x0153, u'o'}, {0x0166, u'T'}, {0x0167, u't'}, {0x0180, u'b'},
+};
+
+struct CConverterCloser
+{
+    void operator()(UConverter* pConverter) const { ucnv_close(pConverter); }
+};
+using CConverter = std::unique_ptr<UConverter, CConverterCloser>;
+
+CConverter OpenConverter(const char* sIcuName)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    CConverter pConverter(ucnv_open(sIcuName, &status));
+    ucnv_setToUCallBack(pConverter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    ucnv_setFromUCallBack(pConverter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    if (U_FAILURE(status))
+        throw std::runtime_error("ICU lacks a converter");
+    return pConverter;
+}
+
+// One character of one unit, or 0.
+WCHAR DecodeByIcu(UConverter* pConverter, const char* pBytes, int nBytes)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    WCHAR aUnits[4];
+    return ucnv_toUChars(pConverter, aUnits, 4, pBytes, nBytes, &status) == 1 && U_SUCCESS(status) ? aUnits[0]
+                                                                                                   : u'\0';
+}
+
+// One or two bytes as a number, or 0.
+WORD EncodeByIcu(UConverter* pConverter, WCHAR c)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    char aBytes[8];
+    const int n = ucnv_fromUChars(pConverter, aBytes, sizeof aBytes, &c, 1, &status);
+    if (U_FAILURE(status) || n < 1 || n > 2)
+        return 0;
+    const auto bFirst = static_cast<unsigned char>(aBytes[0]);
+    return n == 1 ? bFirst : static_cast<WORD>(bFirst << 8 | static_cast<unsigned char>(aBytes[1]));
+}
+
+std::atomic<const CCodePage*> g_aPages[std::size(c_KnownPages)];
+std::atomic<const CCodePage*> g_pAnsiPage;
+
+const CCodePage* FindKnown(UINT nCodePage)
+{
+    const auto* pKnown = std::find_if(std::begin(c_KnownPages), std::end(c_KnownPages),
+                                      [&](const CKnownPage& page) { return page.m_nCodePage == nCodePage; });
+    if (pKnown == std::end(c_KnownPages))
+        return nullptr;
+    std::atomic<const CCodePage*>& slot = g_aPages[pKnown - c_KnownPages];
+    if (const CCodePage* pPage = slot.load(std::memory_order_acquire))
+        return pPage;
+    auto pNew = std::make_unique<const CCodePage>(nCodePage, pKnown->m_sIcuName);
+    const CCodePage* pOther = nullptr;
+    if (!slot.compare_exchange_strong(pOther, pNew.get(), std::memory_order_acq_rel))
+        return pOther;
+    return pNew.release();
+}
+
+} // namespace
+
+const CCodePage* CCodePage::Find(UINT nCodePage) noexcept
+try
+{
+    if (nCodePage != CP_ACP && nCodePage != CP_THREAD_ACP)
+        return FindKnown(nCodePage);
+    const CCodePage* pPage = g_pAnsiPage.load(std::memory_order_acquire);
+    if (!pPage)
+    {
+        pPage = FindKnown(GetACP());
+        g_pAnsiPage.store(pPage, std::memory_order_release);
+    }
+    return pPage;
+}
+catch (const std::exception&)
+{
+    return nullptr;
+}
+
+CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
+{
+    if (nCodePage == 932)
+        m_cDefaultWide = 0x30FB;
+    ReadIcu(sIcuName);
+    CorrectSingles(nCodePage);
+    // Seven-bit text: the eighth bit is dropped.
+    for (unsigned b = 0x80; b < 256; ++b)
+        if (nCodePage == 20127)
+            m_aSingle[b] = static_cast<WCHAR>(b & 0x7F);
+        else if (!m_aSingle[b])
+            m_aSingle[b] = m_cDefaultWide;
+    std::sort(m_vFallbacks.begin(), m_vFallbacks.end());
+}
+
+void CCodePage::ReadIcu(const char* sIcuName)
+{
+    const CConverter pConverter = OpenConverter(sIcuName);
+    for (unsigned b = 0; b < 0x80; ++b)
+        SetSingle(static_cast<unsigned char>(b), static_cast<WCHAR>(b));
+    for (unsigned b = 0x80; b < 256; ++b)
+    {
+        const char c = static_cast<char>(b);
+        m_aSingle[b] = DecodeByIcu(pConverter.get(), &c, 1);
+    }
+    if (ucnv_getMaxCharSize(pConverter.get()) == 2)
+        ReadDouble(pConverter.get());
+    ReadEncodings(pConverter.get());
+}
+
+void CCodePage::ReadDouble(UConverter* pConverter)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    UBool aStarters[256];
+    ucnv_getStarters(pConverter, aStarters, &status);
+    m_pDouble = std::make_unique<WCHAR[]>(65536);
+    for (unsigned nPair = 0x8000; nPair < 0x10000; ++nPair)
+    {
+        const char aBytes[] = {static_cast<char>(nPair >> 8), static_cast<char>(nPair)};
+        m_aLead[nPair >> 8] = aStarters[nPair >> 8] != 0;
+        if (aStarters[nPair >> 8])
+            m_pDouble[nPair] = DecodeByIcu(pConverter, aBytes, 2);
+        if (!m_pDouble[nPair])
+            m_pDouble[nPair] = m_cDefaultWide;
+    }
+}
+
+void CCodePage::ReadEncodings(UConverter* pConverter)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<USet, void (*)(USet*)> pSet(uset_openEmpty(), uset_close);
+    ucnv_getUnicodeSet(pConverter, pSet.get(), UCNV_ROUNDTRIP_AND_FALLBACK_SET, &status);
+    for (UChar32 c = 0x80; c < 0x10000; ++c)
+    {
+        if (!uset_contains(pSet.get(), c))
+            continue;
+        const auto cUnit = static_cast<WCHAR>(c);
+        ucnv_setFallback(pConverter, true);
+        const WORD nBytes = EncodeByIcu(pConverter, cUnit);
+        if (nBytes && Decode(nBytes) == cUnit)
+            m_aExact[cUnit] = nBytes;
+        else if (nBytes)
+            m_vFallbacks.emplace_back(cUnit, nBytes);
+    }
+}
+
+void CCodePage::SetSingle(unsigned char b, WCHAR c)
+{
+    if (m_aSingle[b] && m_aExact[m_aSingle[b]] == b)
+        m_aExact[m_aSingle[b]] = 0;
+    m_aSingle[b] = c;
+    m_aExact[c] = b;
+}
+
+void CCodePage::CorrectSingles(UINT nCodePage)
+{
+    for (const CCorrection& run : c_Corrections)
+        for (unsigned b = run.m_bFirst; run.m_nCodePage == nCodePage && b <= run.m_bLast; ++b)
+            SetSingle(static_cast<unsigned char>(b), static_cast<WCHAR>(run.m_cFirst + (b - run.m_bFirst)));
+}
+
+WORD CCodePage::LookAlike(WCHAR c) const
+{
+    const auto pFallback =
+        std::lower_bound(m_vFallbacks.begin(), m_vFallbacks.end(), std::pair<WCHAR, WORD>(c, 0));
+    if (pFallback != m_vFallbacks.end() && pFallback->first == c)
+        return pFallback->second;
+    for (const auto& [cFrom, cTo] : c_LookAlikes)
+        if (cFrom == c)
+            return m_aExact[cTo];
+    UErrorCode status = U_ZERO_ERROR;
+    WCHAR aDecomposed[16];
+    const int n = unorm2_getDecomposition(unorm2_getNFDInstance(&status), c, aDecomposed, 16, &status);
+    return U_SUCCESS(status) && n > 0 ? m_aExact[aDecomposed[0]] : WORD{0};
+}
+
+WORD CCodePage::EncodeBestFit(WCHAR c) const
+{
+    return m_aExact[c] ? m_aExact[c] : LookAlike(c);
+}
+
+UINT GetACP() noexcept
+{
+    static const UINT s_nAnsiCodePage = AnsiCodePageOfEnvironment();
+    return s_nAnsiCodePage;
+}
+
+BOOL IsDBCSLeadByteEx(UINT CodePage, BYTE TestChar) noexcept
+{
+    const CCodePage* pPage = CCodePage::Find(CodePage);
+    if (!pPage)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    return pPage->IsLead(TestChar);
+}

@@ -1,0 +1,246 @@
+// CompareStringW through ICU's collator for the locale of the environment, with Windows' equalities on top.
+#include "collationtable.h"
+#include "nlslocale.h"
+
+#include <unicode/uchar.h>
+#include <unicode/ucol.h>
+#include <unicode/uloc.h>
+#include <unicode/utf16.h>
+
+#include <bit>
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+// Characters that equal two others, case for case, in every locale that sorts them as these two.
+struct CExpansion
+{
+    WCHAR m_cChar;
+    WCHAR m_aUnits[2];
+};
+
+constexpr CExpansion c_Expansions[] = {
+    {0x00DF, {u's', u's'}}, {0x00C6, {u'A', u'E'}}, {0x00E6, {u'a', u'e'}},
+    {0x0152, {u'O', u'E'}}, {0x0153, {u'o', u'e'}},
+};
+
+WCHAR FoldUnit(WCHAR c)
+{
+    const UChar32 cFolded = u_foldCase(c, U_FOLD_CASE_DEFAULT);
+    return cFolded <= 0xFFFF ? static_cast<WCHAR>(cFolded) : c;
+}
+
+// A copy of a text in other units, on the stack while it is short.
+class CScratch
+{
+public:
+    explicit CScratch(std::size_t nRoom) : m_pHeap(nRoom > c_nInline ? new WCHAR[nRoom] : nullptr) {}
+
+    void Append(WCHAR c) { Data()[m_nLength++] = c; }
+    WCHAR* Data() { return m_pHeap ? m_pHeap.get() : m_aInline; }
+    std::size_t Length() const { return m_nLength; }
+
+private:
+    static constexpr std::size_t c_nInline = 512;
+
+    std::size_t m_nLength = 0;
+    std::unique_ptr<WCHAR[]> m_pHeap;
+    WCHAR m_aInline[c_nInline];
+};
+
+struct CText
+{
+    const WCHAR* m_pText;
+    std::size_t m_nLength;
+};
+
+// The collation of the process. Never destroyed, since static destructors may compare; const, hence shared by all
+// threads without a lock.
+class CCollation
+{
+public:
+    static const CCollation& Instance()
+    {
+        static const CCollation* const s_pInstance = new CCollation;
+        return *s_pInstance;
+    }
+
+    int Compare(CText a, CText b, bool bNoCase) const;
+
+private:
+    CCollation();
+    bool IsPrimaryEqual(const CExpansion& expansion) const;
+    int CompareByCollator(CText a, CText b, bool bNoCase) const;
+    bool NeedsMapping(CText text) const;
+    const CExpansion* FindExpansion(WCHAR c) const;
+    CText Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const;
+
+    std::unique_ptr<UCollator, void (*)(UCollator*)> m_pCollator{nullptr, ucol_close};
+    bool m_bTables = false;
+    CExpansion m_aExpansions[std::size(c_Expansions)];
+    std::size_t m_nExpansions = 0;
+    CCollationTable m_Table;
+    CCollationTable m_TableNoCase;
+};
+
+CCollation::CCollation()
+{
+    char sName[ULOC_FULLNAME_CAPACITY];
+    UErrorCode status = U_ZERO_ERROR;
+    m_pCollator.reset(ucol_open(EnvironmentLocale("LC_COLLATE", sName, sizeof sName), &status));
+    ucol_setAttribute(m_pCollator.get(), UCOL_STRENGTH, UCOL_TERTIARY, &status);
+    ucol_setAttribute(m_pCollator.get(), UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
+    ucol_setAttribute(m_pCollator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+    ucol_setAttribute(m_pCollator.get(), UCOL_CASE_LEVEL, UCOL_OFF, &status);
+    if (U_FAILURE(status))
+        throw std::runtime_error("ICU lacks a collator");
+    for (const CExpansion& expansion : c_Expansions)
+        if (IsPrimaryEqual(expansion))
+            m_aExpansions[m_nExpansions++] = expansion;
+    // Backward secondary weights would not lie side by side.
+    m_bTables = ucol_getAttribute(m_pCollator.get(), UCOL_FRENCH_COLLATION, &status) == UCOL_OFF;
+    m_Table.Read(m_pCollator.get());
+    m_TableNoCase.ReadMapped(m_Table, FoldUnit);
+}
+
+bool CCollation::IsPrimaryEqual(const CExpansion& expansion) const
+{
+    std::uint8_t aKeys[2][64] = {};
+    ucol_getSortKey(m_pCollator.get(), &expansion.m_cChar, 1, aKeys[0], 64);
+    ucol_getSortKey(m_pCollator.get(), expansion.m_aUnits, 2, aKeys[1], 64);
+    const auto PrimaryLength = [](const std::uint8_t* pKey) {
+        return std::strcspn(reinterpret_cast<const char*>(pKey), "\x01");
+    };
+    const std::size_t n = PrimaryLength(aKeys[0]);
+    return n == PrimaryLength(aKeys[1]) && !std::memcmp(aKeys[0], aKeys[1], n);
+}
+
+const CExpansion* CCollation::FindExpansion(WCHAR c) const
+{
+    if (c < 0x00C6 || c > 0x0153)
+        return nullptr;
+    for (std::size_t i = 0; i < m_nExpansions; ++i)
+        if (m_aExpansions[i].m_cChar == c)
+            return &m_aExpansions[i];
+    return nullptr;
+}
+
+bool CCollation::NeedsMapping(CText text) const
+{
+    for (std::size_t i = 0; i < text.m_nLength; ++i)
+        if (FindExpansion(text.m_pText[i]))
+            return true;
+    return false;
+}
+
+// The text that the collator compares: case-folded and expanded where needed, else the text itself.
+CText CCollation::Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const
+{
+    if (!bNoCase && !NeedsMapping(text))
+        return text;
+    scratch.emplace(2 * text.m_nLength);
+    const auto Append = [&](UChar32 c) {
+        if (c > 0xFFFF)
+        {
+            scratch->Append(U16_LEAD(c));
+            scratch->Append(U16_TRAIL(c));
+        }
+        else if (const CExpansion* pExpansion = FindExpansion(static_cast<WCHAR>(c)))
+        {
+            scratch->Append(pExpansion->m_aUnits[0]);
+            scratch->Append(pExpansion->m_aUnits[1]);
+        }
+        else
+            scratch->Append(static_cast<WCHAR>(c));
+    };
+    for (std::size_t i = 0; i < text.m_nLength;)
+    {
+        UChar32 c;
+        U16_NEXT(text.m_pText, i, text.m_nLength, c);
+        Append(bNoCase ? u_foldCase(c, U_FOLD_CASE_DEFAULT) : c);
+    }
+    return {scratch->Data(), scratch->Length()};
+}
+
+int CCollation::CompareByCollator(CText a, CText b, bool bNoCase) const
+{
+    std::optional<CScratch> scratchA;
+    std::optional<CScratch> scratchB;
+    a = Map(a, bNoCase, scratchA);
+    b = Map(b, bNoCase, scratchB);
+    if (a.m_nLength > INT_MAX || b.m_nLength > INT_MAX)
+        throw std::bad_alloc();
+    const UCollationResult result = ucol_strcoll(m_pCollator.get(), a.m_pText, static_cast<int>(a.m_nLength),
+                                                 b.m_pText, static_cast<int>(b.m_nLength));
+    return result == UCOL_LESS ? CSTR_LESS_THAN : result == UCOL_GREATER ? CSTR_GREATER_THAN : CSTR_EQUAL;
+}
+
+// The length of the common beginning, four units at a time.
+std::size_t CommonPrefix(CText a, CText b)
+{
+    const std::size_t nCommon = std::min(a.m_nLength, b.m_nLength);
+    std::size_t i = 0;
+    for (; i + 4 <= nCommon; i += 4)
+    {
+        std::uint64_t nA;
+        std::uint64_t nB;
+        std::memcpy(&nA, a.m_pText + i, 8);
+        std::memcpy(&nB, b.m_pText + i, 8);
+        if (nA != nB)
+            return i + static_cast<std::size_t>(std::countr_zero(nA ^ nB)) / 16;
+    }
+    while (i < nCommon && a.m_pText[i] == b.m_pText[i])
+        ++i;
+    return i;
+}
+
+int CCollation::Compare(CText a, CText b, bool bNoCase) const
+{
+    const std::size_t nStart = CommonPrefix(a, b);
+    if (nStart == a.m_nLength && nStart == b.m_nLength)
+        return CSTR_EQUAL;
+    if (m_bTables)
+    {
+        const CCollationTable& table = bNoCase ? m_TableNoCase : m_Table;
+        if (const int nResult = table.Compare(a.m_pText, a.m_nLength, b.m_pText, b.m_nLength, nStart))
+            return nResult;
+    }
+    return CompareByCollator(a, b, bNoCase);
+}
+
+CText TextOf(const WCHAR* p, int n)
+{
+    return {p, n < 0 ? std::char_traits<WCHAR>::length(p) : static_cast<std::size_t>(n)};
+}
+
+} // namespace
+
+int CompareStringW(LCID Locale, DWORD dwCmpFlags, LPCWSTR lpString1, int cchCount1, LPCWSTR lpString2,
+                   int cchCount2) noexcept
+try
+{
+    if (!lpString1 || !lpString2 || (Locale != LOCALE_SYSTEM_DEFAULT && Locale != LOCALE_USER_DEFAULT))
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    if (dwCmpFlags & ~(NORM_IGNORECASE | SORT_STRINGSORT))
+    {
+        SetLastError(ERROR_INVALID_FLAGS);
+        return 0;
+    }
+    return CCollation::Instance().Compare(TextOf(lpString1, cchCount1), TextOf(lpString2, cchCount2),
+                                          dwCmpFlags & NORM_IGNORECASE);
+}
+catch (const std::exception&)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return 0;
+}

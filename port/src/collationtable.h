@@ -1,0 +1,56 @@
+// Weights of the characters that a collator treats one by one, so that most comparisons need no collator.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+
+struct UCollator;
+
+/// A character is simple when the collator gives it exactly one primary weight (with a common secondary one) and after
+/// it nothing but secondary weights above the common one. Texts of simple characters that form no contraction have
+/// their weights side by side: the first pair with different primary weights decides, else the first pair with
+/// different secondary weights, else the first pair with different tertiary weights. Within one primary weight the
+/// order of single characters is therefore the order in any context, and ranks can stand for weights.
+/// Everything else is left to the collator.
+class CCollationTable
+{
+public:
+    /// The end of the table: the European scripts and general punctuation lie below.
+    static constexpr WCHAR c_cEnd = 0x2070;
+
+    void Read(const UCollator* pCollator);
+    /// The same weights for characters in another spelling: \p pMap gives the character whose weights count.
+    void ReadMapped(const CCollationTable& source, WCHAR (*pMap)(WCHAR));
+
+    /// CSTR_LESS_THAN, CSTR_EQUAL or CSTR_GREATER_THAN, or 0: the collator has to look.
+    /// The texts are equal up to \p nStart.
+    int Compare(const WCHAR* pA, std::size_t nA, const WCHAR* pB, std::size_t nB, std::size_t nStart) const;
+
+private:
+    using CEntry =
+        std::uint32_t; // primary rank (0: not simple), secondary rank, tertiary rank, the two flags
+
+    static constexpr CEntry c_ContractsBefore = 1; // may stand in a contraction, not as its last character
+    static constexpr CEntry c_ContractsAfter = 2;  // may stand in a contraction, not as its first character
+    static constexpr CEntry c_NotSimple = c_ContractsBefore | c_ContractsAfter;
+    static constexpr unsigned c_nTertiaryShift = 2;
+    static constexpr unsigned c_nSecondaryShift = 9;
+    static constexpr unsigned c_nPrimaryShift = 18;
+
+    struct CSimple;
+    struct CLevels;
+
+    void RankSimple(const UCollator* pCollator);
+    void FlagContractions(const UCollator* pCollator);
+
+    CEntry At(WCHAR c) const { return c < c_cEnd ? m_aEntries[c] : c_NotSimple; }
+    static bool IsSimple(CEntry entry) { return entry >> c_nPrimaryShift; }
+    static bool MayContract(CEntry before, CEntry after)
+    {
+        return (before & c_ContractsBefore) && (after & c_ContractsAfter);
+    }
+
+    std::array<CEntry, c_cEnd> m_aEntries;
+};
