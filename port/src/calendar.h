@@ -21,8 +21,8 @@ inline bool IsSystemYear(WORD wYear) noexcept
 /// True for a day that exists, at a time of day that exists. The day of week does not count.
 inline bool IsSystemTime(const SYSTEMTIME& st) noexcept
 {
-    return IsSystemYear(st.wYear) && DateOf(st).ok() && st.wHour < 24 && st.wMinute < 60 && st.wSecond < 60 &&
-           st.wMilliseconds < 1000;
+    return IsSystemYear(st.wYear) && st.wMonth <= 12 && st.wDay <= 31 && DateOf(st).ok() && st.wHour < 24 &&
+           st.wMinute < 60 && st.wSecond < 60 && st.wMilliseconds < 1000;
 }
 
 inline std::chrono::milliseconds TimeOfDay(const SYSTEMTIME& st) noexcept

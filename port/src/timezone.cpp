@@ -26,23 +26,23 @@ BOOL Store(CalendarMs t, SYSTEMTIME& st) noexcept
     return TRUE;
 }
 
-/// The moment of a change as the wall clock of the rule in force before it shows it. A year in the rule makes it a date
-/// of that year only; without one the rule is the n-th weekday of its month, 5 meaning the last.
+/// The moment of a change as the wall clock of the rule in force before it shows it. A year in the rule makes
+/// it a date of that year only; without one the rule is the n-th weekday of its month, 5 meaning the last.
 std::optional<CalendarMs> ChangeOf(const SYSTEMTIME& rule, year inYear) noexcept
 {
-    const month inMonth(rule.wMonth);
     if (rule.wYear != 0)
         return IsSystemTime(rule) ? std::optional(FromSystemTime(rule)) : std::nullopt;
-    if (!inMonth.ok() || rule.wDayOfWeek > 6 || rule.wDay < 1 || rule.wDay > 5)
+    if (rule.wMonth > 12 || rule.wDayOfWeek > 6 || rule.wDay < 1 || rule.wDay > 5)
         return std::nullopt;
+    const month inMonth(rule.wMonth);
     const weekday onDay(rule.wDayOfWeek);
     const sys_days tDay = rule.wDay == 5 ? sys_days(inYear / inMonth / onDay[last])
                                          : sys_days(inYear / inMonth / onDay[rule.wDay]);
     return tDay + TimeOfDay(rule);
 }
 
-/// Is it daylight-saving time at \p t? \p offStandard and \p offDaylight turn the wall-clock moments of the changes to
-/// standard and to daylight-saving time into the scale of \p t. Nothing when a rule is malformed.
+/// Is it daylight-saving time at \p t? \p offStandard and \p offDaylight turn the wall-clock moments of the
+/// changes to standard and to daylight-saving time into the scale of \p t. Nothing when a rule is malformed.
 std::optional<bool> IsDaylight(const TIME_ZONE_INFORMATION& zone, CalendarMs t, year inYear,
                                minutes offStandard, minutes offDaylight) noexcept
 {

@@ -1,0 +1,393 @@
+/// `COrvTime`, the point in time that every part of the library exchanges, and `COrvTimeDiff`, its span.
+///
+/// Each is one signed 32-bit count of seconds, passed by value. A time counts from 1970-01-01 00:00:00 UTC; 0
+/// is the null time and only values above 0 are valid. The invalid span, which a span starts as, is
+/// 0x80000000. A time knows no zone: every "Local" operation uses the zone that `SetTimeZone` selected
+/// (timeutils.h), else the system's.
+///
+/// Thread safety: plain values; the selected zone is read without a lock.
+/// Errors: nothing throws. A violated precondition is reported (source `orvtime`) with the text given at the
+/// operation,
+///   which then gives the null time, the invalid span, false or, where it is said, leaves the object as it
+///   was. Calendar fields that do not exist give false and the null time without a report.
+/// Units: seconds; a DATE is a double of days since 1899-12-30, and what is taken to whole seconds is taken
+/// to the
+///   nearest, ties to even (what an int cannot hold becomes 0x80000000).
+///
+/// After 2038-01-19 03:14:07 UTC, the last second that fits:
+/// - `SetNow` and `Now` keep the low 32 bits of the clock: the time is negative and not valid until 2106.
+/// - `SetYMD`, `SetSystemTime`, `SetDBTypeStamp` keep the low 32 bits too, and that is reported
+/// (timeutils.h).
+/// - `SetDATE` and `SetLocalDATE` refuse dates after 50423.0 (2038-01-18), the local setters those after
+/// 2038-01-01.
+/// - Text in UTC follows `SetYMD`; an offset that leads outside the range gives false.
+/// - Arithmetic and rounding have no overflow check: they wrap, and one step over the end gives a negative
+/// time, which
+///   is not valid.
+///
+///     COrvTime t = COrvTime::FromYMD(2024, 5, 6, 7, 8, 9);
+///     t += COrvTimeDiff::FromMinute(90);
+///     char s[32];
+///     t.DebugFormat(COrvTime::dftISO, s, sizeof s); // "2024-05-06 08:38:09Z"
+///     COrvTime tBack(s);                            // == t
+#pragma once
+
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/timeutils.h"
+
+#include <concepts>
+
+struct tagDBTIMESTAMP; // DBTIMESTAMP of oledb.h
+
+namespace OCT
+{
+
+/// What is needed of the class library's `COleDateTime` and `COleDateTimeSpan`; both are recognised by their
+/// members.
+template <class T>
+concept OleStatus = requires(const T& d)
+{
+    {
+        d.GetStatus() == T::valid
+        } -> std::convertible_to<bool>;
+};
+template <class T>
+concept OleDateTime = OleStatus<T> && requires(const T& d)
+{
+    {
+        d.m_dt
+        } -> std::convertible_to<double>;
+};
+template <class T>
+concept OleDateTimeSpan = OleStatus<T> && requires(const T& d)
+{
+    {
+        d.m_span
+        } -> std::convertible_to<double>;
+};
+
+} // namespace OCT
+
+inline constexpr double MINSETDATE = 3.0;               ///< a DATE below is no date at all
+inline constexpr double BASEORVTIME_INDATE = 25569.0;   ///< 1970-01-01, the time value 0
+inline constexpr double MAXORVTIME_INDATE = 50423.0;    ///< the largest DATE accepted
+inline constexpr double SECONDSPERDAY_INDATE = 86400.0; ///< the unit of a DATE
+
+class ORV_API COrvTimeDiff
+{
+public:
+    constexpr COrvTimeDiff() noexcept : m_iSpan(INVALID) {}
+    constexpr COrvTimeDiff(int iSeconds) noexcept : m_iSpan(iSeconds) {}
+
+    /// 32-bit products without an overflow check.
+    static COrvTimeDiff FromSecond(int n) noexcept { return COrvTimeDiff(n); }
+    static COrvTimeDiff FromMinute(int n) noexcept { return COrvTimeDiff(Scale(n, 60)); }
+    static COrvTimeDiff FromDay(int n) noexcept { return COrvTimeDiff(Scale(n, 86400)); }
+    static COrvTimeDiff FromDATE(double d) noexcept;
+    /// "span.GetStatus() == ATL::COleDateTimeSpan::valid" from "COrvTimeDiff::SetDATE".
+    template <OCT::OleDateTimeSpan T>
+    static COrvTimeDiff FromDATE(const T& span)
+    {
+        COrvTimeDiff diff;
+        diff.SetDATE(span);
+        return diff;
+    }
+
+    bool SetDATE(double d) noexcept;
+    template <OCT::OleDateTimeSpan T>
+    bool SetDATE(const T& span)
+    {
+        if (span.GetStatus() == T::valid)
+            return SetDATE(static_cast<double>(span.m_span));
+        ORV_REPORT("COrvTimeDiff::SetDATE", "span.GetStatus() == ATL::COleDateTimeSpan::valid");
+        Reset();
+        return false;
+    }
+
+    int GetTimeDiff() const noexcept { return m_iSpan; }
+    int GetInSecond() const noexcept { return m_iSpan; }
+    void SetTimeDiff(int iSeconds) noexcept { m_iSpan = iSeconds; }
+    void Reset() noexcept { m_iSpan = INVALID; }
+
+    bool IsValid() const noexcept { return m_iSpan != INVALID; }
+    bool IsEqual() const noexcept { return m_iSpan == 0; }
+    bool IsDifferent() const noexcept { return m_iSpan != 0; }
+
+    /// The absolute value in hours, minutes and seconds: the sign is dropped on purpose. False for the
+    /// invalid span.
+    bool GetHMS(int& h, int& m, int& s) const noexcept;
+
+    bool operator==(const COrvTimeDiff& t) const noexcept { return m_iSpan == t.m_iSpan; }
+    bool operator!=(const COrvTimeDiff& t) const noexcept { return m_iSpan != t.m_iSpan; }
+    /// "IsValid() && t.IsValid()"; false when either side is invalid.
+    bool operator<(const COrvTimeDiff& t) const noexcept;
+    bool operator>(const COrvTimeDiff& t) const noexcept;
+    bool operator<=(const COrvTimeDiff& t) const noexcept;
+    bool operator>=(const COrvTimeDiff& t) const noexcept;
+
+    /// "span.IsValid() && IsValid()", of the negation "IsValid()"; the assignments then change nothing.
+    COrvTimeDiff operator-() const noexcept;
+    COrvTimeDiff operator+(const COrvTimeDiff& span) const noexcept;
+    COrvTimeDiff operator-(const COrvTimeDiff& span) const noexcept;
+    COrvTimeDiff& operator+=(const COrvTimeDiff& span) noexcept;
+    COrvTimeDiff& operator-=(const COrvTimeDiff& span) noexcept;
+
+    /// Of equal spans `Max` gives a and `Min` gives b. When either is invalid, "IsValid() && t.IsValid()" is
+    /// reported under "COrvTimeDiff::operator >=", and `Max` gives b, `Min` a.
+    static const COrvTimeDiff& Max(const COrvTimeDiff& a, const COrvTimeDiff& b) noexcept
+    {
+        return a >= b ? a : b;
+    }
+    static const COrvTimeDiff& Min(const COrvTimeDiff& a, const COrvTimeDiff& b) noexcept
+    {
+        return a >= b ? b : a;
+    }
+
+private:
+    static constexpr int INVALID = -0x7FFFFFFF - 1;
+
+    static int Scale(int n, unsigned nUnit) noexcept
+    {
+        return static_cast<int>(static_cast<unsigned>(n) * nUnit);
+    }
+
+    int m_iSpan;
+};
+
+class ORV_API COrvTime
+{
+public:
+    // ---- Construction and raw access ----
+
+    constexpr COrvTime() noexcept : m_iTime(0) {}
+    constexpr COrvTime(int iTime) noexcept : m_iTime(iTime) {}
+    /// As `SetFromString`; text that does not parse leaves the null time.
+    explicit COrvTime(const char* pStr) noexcept : m_iTime(0) { SetFromString(pStr); }
+    explicit COrvTime(const WCHAR* pStr) noexcept : m_iTime(0) { SetFromString(pStr); }
+
+    int GetOrvTime() const noexcept { return m_iTime; }
+    LONG GetTimet() const noexcept { return m_iTime; }
+    void SetOrvTime(int iTime) noexcept { m_iTime = iTime; }
+    void SetTimet(LONG t) noexcept { m_iTime = static_cast<int>(t); }
+    static COrvTime FromTimet(LONG t) noexcept { return COrvTime(static_cast<int>(t)); }
+    void Reset() noexcept { m_iTime = 0; }
+
+    COrvTime& SetNow() noexcept;
+    static COrvTime Now() noexcept { return COrvTime().SetNow(); }
+    /// The null time.
+    static const COrvTime& Base() noexcept;
+
+    bool IsNull() const noexcept { return m_iTime == 0; }
+    bool IsValid() const noexcept { return m_iTime > 0; }
+    /// From 2000-01-01 00:00:00 UTC up to, but not including, 2037-12-31 23:00:00 UTC.
+    bool IsValidRegTime() const noexcept { return static_cast<unsigned>(m_iTime) - 946684800u < 1199228400u; }
+
+    // ---- Comparison: deliberately asymmetric about the null time ----
+
+    bool operator==(const COrvTime& t) const noexcept { return m_iTime == t.m_iTime; }
+    bool operator!=(const COrvTime& t) const noexcept { return m_iTime != t.m_iTime; }
+    /// Null sorts before every valid time; a negative time is never less.
+    bool operator<(const COrvTime& t) const noexcept
+    {
+        return IsNull() ? t.m_iTime > 0 : m_iTime > 0 && t.m_iTime > 0 && m_iTime < t.m_iTime;
+    }
+    /// Only between valid times.
+    bool operator>(const COrvTime& t) const noexcept
+    {
+        return m_iTime > 0 && t.m_iTime > 0 && m_iTime > t.m_iTime;
+    }
+    /// Null is at most every time that is not negative.
+    bool operator<=(const COrvTime& t) const noexcept
+    {
+        return IsNull() ? t.m_iTime >= 0 : m_iTime > 0 && t.m_iTime > 0 && m_iTime <= t.m_iTime;
+    }
+    /// Every time that is not negative is at least null.
+    bool operator>=(const COrvTime& t) const noexcept
+    {
+        if (m_iTime < 0)
+            return false;
+        return t.IsNull() || (m_iTime > 0 && t.m_iTime > 0 && m_iTime >= t.m_iTime);
+    }
+
+    // ---- Arithmetic ----
+
+    /// "span.IsValid() && IsValid()", with seconds "IsValid()"; null, of the assignments no change.
+    COrvTime operator+(const COrvTimeDiff& span) const noexcept;
+    COrvTime operator-(const COrvTimeDiff& span) const noexcept;
+    COrvTime operator+(int iSeconds) const noexcept;
+    COrvTime operator-(int iSeconds) const noexcept;
+    COrvTime& operator+=(const COrvTimeDiff& span) noexcept;
+    COrvTime& operator-=(const COrvTimeDiff& span) noexcept;
+    /// "t.IsValid() && IsValid()".
+    COrvTimeDiff operator-(const COrvTime& t) const noexcept;
+
+    // ---- Differences: 0x80000000 (of spans the invalid one) unless both operands are valid ----
+
+    /// Left minus right: the seconds, those between the UTC days, those between the local days. The last two
+    /// count days only up to two days of difference and seconds beyond. "!tLeft.IsValid() || !
+    /// tRight.IsValid()".
+    static int Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    static int CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    static int CompareLocalYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    /// Right minus left. "tLeft.IsValid() && tRight.IsValid()".
+    static COrvTimeDiff GetTimeDiff(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    static COrvTimeDiff GetTimeDiffAbs(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    /// Right minus left, each side taken to whole seconds. "dLeft >= MINSETDATE && dRight >= MINSETDATE".
+    static COrvTimeDiff GetOleTimeDiff(double dLeft, double dRight) noexcept;
+
+    /// Of equal times a. "!tLeft.IsValid() || !tRight.IsValid()" gives the operand that is not valid, a
+    /// before b.
+    static const COrvTime& Max(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    static const COrvTime& Min(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
+    static COrvTime& Max(COrvTime& tLeft, COrvTime& tRight) noexcept
+    {
+        return const_cast<COrvTime&>(Max(static_cast<const COrvTime&>(tLeft), tRight));
+    }
+    static COrvTime& Min(COrvTime& tLeft, COrvTime& tRight) noexcept
+    {
+        return const_cast<COrvTime&>(Min(static_cast<const COrvTime&>(tLeft), tRight));
+    }
+
+    // ---- Predicates ----
+
+    /// Both ends belong to the range; an end that is not valid is open.
+    bool Between(const COrvTime& tLow, const COrvTime& tHigh) const noexcept;
+    /// Exactly UTC midnight.
+    bool IsOnlyDate() const noexcept { return RoundDay().m_iTime == m_iTime; }
+    bool IsSameLocalDay(const COrvTime& t) const noexcept;
+
+    // ---- Rounding: to UTC midnights, to minutes, to local midnights ----
+
+    COrvTime RoundDayDown() const noexcept { return RoundTo(0, 86400); }
+    COrvTime RoundDayUp() const noexcept { return RoundTo(86399, 86400); }
+    COrvTime RoundDay() const noexcept { return RoundTo(43200, 86400); }
+    COrvTime RoundMinute() const noexcept { return RoundTo(30, 60); }
+    /// Local midnights, of days that have 23 or 25 hours too. Midnight itself rounds up to the next one. A
+    /// conversion that fails gives the time unchanged.
+    COrvTime RoundLocalDayDown() const noexcept;
+    COrvTime RoundLocalDayUp() const noexcept;
+
+    // ---- OLE dates ----
+
+    /// A date below MINSETDATE is the null time. "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE" changes
+    /// nothing and gives false.
+    bool SetDATE(double d) noexcept;
+    static COrvTime FromDATE(double d) noexcept;
+    /// 0.0 when not valid.
+    double GetDATE() const noexcept;
+    /// The same of a local wall-clock time, taken to seconds by the platform.
+    bool SetLocalDATE(double d) noexcept;
+    static COrvTime FromLocalDATE(double d) noexcept;
+    double GetLocalDATE() const noexcept;
+
+    /// "d.GetStatus() == ATL::COleDateTime::valid" stores null and gives false.
+    template <OCT::OleDateTime T>
+    bool SetDATE(const T& d)
+    {
+        if (d.GetStatus() == T::valid)
+            return SetDATE(static_cast<double>(d.m_dt));
+        ORV_REPORT("COrvTime::SetDATE", "d.GetStatus() == ATL::COleDateTime::valid");
+        Reset();
+        return false;
+    }
+    template <OCT::OleDateTime T>
+    static COrvTime FromDATE(const T& d)
+    {
+        COrvTime t;
+        t.SetDATE(d);
+        return t;
+    }
+    template <OCT::OleDateTime T>
+    bool SetLocalDATE(const T& d)
+    {
+        if (d.GetStatus() == T::valid)
+            return SetLocalDATE(static_cast<double>(d.m_dt));
+        ORV_REPORT("COrvTime::SetLocalDATE", "d.GetStatus() == ATL::COleDateTime::valid");
+        Reset();
+        return false;
+    }
+    template <OCT::OleDateTime T>
+    static COrvTime FromLocalDATE(const T& d)
+    {
+        COrvTime t;
+        t.SetLocalDATE(d);
+        return t;
+    }
+
+    // ---- Calendar fields: getters report "!IsValid()" and give false, setters store null on failure ----
+
+    bool GetSystemTime(SYSTEMTIME& st) const noexcept;
+    bool GetLocalSystemTime(SYSTEMTIME& st) const noexcept;
+    /// The day of week and the milliseconds are ignored.
+    bool SetSystemTime(const SYSTEMTIME& st) noexcept;
+    bool SetLocalSystemTime(const SYSTEMTIME& st) noexcept;
+    static COrvTime FromSystemTime(const SYSTEMTIME& st) noexcept;
+    static COrvTime FromLocalSystemTime(const SYSTEMTIME& st) noexcept;
+
+    /// UTC; the fraction is written as 0 and ignored when read.
+    bool GetDBTypeStamp(tagDBTIMESTAMP& ts) const noexcept;
+    bool SetDBTypeStamp(const tagDBTIMESTAMP& ts) noexcept;
+    static COrvTime FromDBTypeStamp(const tagDBTIMESTAMP& ts) noexcept;
+
+    /// Hour, minute and second may be null.
+    bool GetYMD(WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute, WORD* second) const noexcept;
+    bool GetLocalYMD(WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute,
+                     WORD* second) const noexcept;
+    bool SetYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
+    /// 1970-01-01 to 2038-01-01 (`LocalYMD2Timet`).
+    bool SetLocalYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
+    static COrvTime FromYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
+    static COrvTime FromLocalYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
+
+    // ---- Text ----
+
+    /// Fixed forms, independent of the locale. A time that is not valid gives the form with dashes for
+    /// digits.
+    enum DebugFormatType
+    {
+        dftDateTime = 0, ///< 2024.05.06.  7:08:09
+        dftDate = 1,     ///< 2024.05.06.
+        dftDayTime = 2,  ///< 06.  7:08:09
+        dftTime = 3,     ///<  7:08:09
+        dftCompact =
+            4,       ///< 240506_070809; the local form pads the year and the hour with a blank, deliberately
+        dftISO = 5,  ///< 2024-05-06 07:08:09Z, local 2024-05-06 09:08:09+02:00; empty when not valid
+        dftISO_T = 6 ///< the same with a T between date and time
+    };
+
+    /// Writes the UTC form, cut to \p cchDest code units with the terminator.
+    /// "dest == nullptr || cchDest < 2 || cchDest >= 0x80000000" writes nothing.
+    void DebugFormat(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
+    void DebugFormat(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
+    /// The local form. The offset comes from the two times of day alone, so one of more than 12 hours is
+    /// printed as the one 24 hours less. "dest == nullptr || cchDest < 2" writes nothing; there is no upper
+    /// bound of \p cchDest.
+    void DebugFormatLocal(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
+    void DebugFormatLocal(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
+
+    /// Reads "2024-05-06 07:08:09" and its variants: hyphens and colons may be left out, a T or any white
+    /// space stands between, the seconds may be missing and an hour before a colon may have one digit. The
+    /// time is local; with a "Z" behind it UTC. False leaves the time unchanged, except when the fields are
+    /// no time: that stores null.
+    ///
+    /// The two differ on purpose. The narrow one rounds a fraction of a second (".5") and refuses an offset.
+    /// The wide one reads an offset from UTC ("+2", "+02", "+0200", "+02:00") and takes a fraction for other
+    /// text.
+    ///
+    /// Tolerated with a report: "bHasHyphen", "!bHasHyphen" (hyphens), "bHasSemicolon", "!bHasSemicolon"
+    /// (colons), and one without text for other characters behind the time. "p[1] <= L'2'" (hours of the
+    /// offset) gives false; after "p[2] <= '5'", "p[3] <= L'5'" and "p[4] <= L'5'" (its minutes) the offset
+    /// is the hours alone.
+    bool SetFromString(const char* pStr) noexcept;
+    bool SetFromString(const WCHAR* pStr) noexcept;
+
+private:
+    COrvTime RoundTo(int iAdd, int iUnit) const noexcept
+    {
+        return COrvTime(static_cast<int>((std::int64_t{m_iTime} + iAdd) / iUnit * iUnit));
+    }
+    bool CheckDATE(double d, const char* sFunction) noexcept;
+
+    int m_iTime;
+};

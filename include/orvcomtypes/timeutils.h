@@ -1,0 +1,78 @@
+/// Conversions between 32-bit `time_t` values and calendar fields, in UTC and in the process-wide local zone.
+///
+/// They are plain functions, exported by undecorated name; `TZ::` gives the names that reports use. Local
+/// time is that of the selected zone: the one named by `SetTimeZone`, or else the system's current zone.
+///
+/// Thread safety: the selection is not locked. Call `SetTimeZone` once at start-up, before other threads
+/// convert. Errors: a missing output pointer or a year outside the local range is reported (source
+/// `timeutils`) and gives false:
+///   "pST == nullptr", "t == nullptr", "localTime == nullptr",
+///   "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || minute == nullptr || second
+///   == nullptr", "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))". A date or time of
+///   day that does not exist gives false silently, and nothing is stored.
+/// Units: `t` counts seconds since 1970-01-01 00:00:00 UTC; a FILETIME 100 ns since 1601; a DATE days since
+/// 1899-12-30.
+///
+/// After 2038-01-19 03:14:07 UTC: a `t` reaches from 1901-12-13 20:45:52 to that second. `FileTime2Timet` and
+/// `YMD2Timet` accept what the FILETIME scale does and keep the low 32 bits of a value outside; that is
+/// reported as "t < -0x80000000LL || t > 0x7FFFFFFFLL" under "TZ::FileTime2Timet", and until 2106 the result
+/// is negative, which is no valid `COrvTime`. `LocalYMD2Timet` refuses every date after 2038-01-01 with the
+/// report above.
+///
+/// At a change of the zone's offset: a skipped wall-clock time is read with the offset that follows the
+/// change, a repeated one as its first occurrence. (On Windows these two are the platform's choice and not
+/// promised by it.)
+///
+///     if (SetTimeZone(ORVTEXT("Central Europe Standard Time")) == ERROR_SUCCESS)
+///     {
+///         WORD wYear, wMonth, wDay, wHour, wMinute, wSecond;
+///         Timet2LocalYMD(1714979289, &wYear, &wMonth, &wDay, &wHour, &wMinute, &wSecond); // 2024-05-06
+///         09:08:09
+///     }
+#pragma once
+
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
+
+/// Selects the zone of that registry key below "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\",
+/// for all local conversions of the process. Its one pair of rules holds in every year. When the key cannot
+/// be opened the error is returned and the system's zone is in force; else the result is 0.
+ORV_EXTERN_C ORV_FUNC LONG ORVCALL SetTimeZone(const WCHAR* zoneName);
+
+ORV_EXTERN_C ORV_FUNC FILETIME ORVCALL Timet2FileTime(LONG t);
+/// Parts of a second are cut off towards 1970.
+ORV_EXTERN_C ORV_FUNC LONG ORVCALL FileTime2Timet(FILETIME ft);
+
+ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2SystemTime(LONG t, SYSTEMTIME* pST);
+ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST);
+
+/// Years 1601 to 30827. \p t must not be null.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL YMD2Timet(int year, int month, int day, int hour, int minute, int second,
+                                             LONG* t);
+/// Hour, minute and second may be null; those given are set to 0 when the result is false.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2YMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour,
+                                             WORD* minute, WORD* second);
+
+/// Local dates from 1970-01-01 to 2038-01-01.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute,
+                                                  int second, LONG* t);
+/// Needs all six pointers, on purpose unlike `Timet2YMD`.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalYMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour,
+                                                  WORD* minute, WORD* second);
+/// The local wall-clock time as a DATE.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalDATE(LONG t, double* localTime);
+
+namespace TZ
+{
+using ::FileTime2Timet;
+using ::LocalYMD2Timet;
+using ::SetTimeZone;
+using ::Timet2FileTime;
+using ::Timet2LocalDATE;
+using ::Timet2LocalSystemTime;
+using ::Timet2LocalYMD;
+using ::Timet2SystemTime;
+using ::Timet2YMD;
+using ::YMD2Timet;
+} // namespace TZ

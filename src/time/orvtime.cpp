@@ -1,0 +1,226 @@
+#include "orvcomtypes/orvtime.h"
+
+#include "time/civil.h"
+#include "time/orvtimeutil.h"
+
+#include <chrono>
+
+namespace
+{
+
+constexpr int INVALID_SPAN = -0x7FFFFFFF - 1;
+constexpr int TWO_DAYS = 172800;
+constexpr int LONGEST_DAY = 90000; // 25 hours
+
+bool AreValid(const char* sFunction, const char* sCondition, const COrvTime& a, const COrvTime& b) noexcept
+{
+    if (a.IsValid() && b.IsValid())
+        return true;
+    ORVTIME_REPORT(sFunction, sCondition);
+    return false;
+}
+
+bool CanCompare(const char* sFunction, const COrvTime& a, const COrvTime& b) noexcept
+{
+    return AreValid(sFunction, "!tLeft.IsValid() || ! tRight.IsValid()", a, b);
+}
+
+/// Is \p span good for arithmetic with \p t?
+bool CanAdd(const char* sFunction, const COrvTime& t, const COrvTimeDiff& span) noexcept
+{
+    if (span.IsValid() && t.IsValid())
+        return true;
+    ORVTIME_REPORT(sFunction, "span.IsValid() && IsValid()");
+    return false;
+}
+
+bool CheckValid(const char* sFunction, const COrvTime& t) noexcept
+{
+    if (t.IsValid())
+        return true;
+    ORVTIME_REPORT(sFunction, "IsValid()");
+    return false;
+}
+
+COrvTime Shifted(const COrvTime& t, int iSeconds) noexcept
+{
+    return COrvTime(OCT::Add(t.GetOrvTime(), iSeconds));
+}
+
+COrvTime ShiftedBack(const COrvTime& t, int iSeconds) noexcept
+{
+    return COrvTime(OCT::Subtract(t.GetOrvTime(), iSeconds));
+}
+
+bool SetLocalMidnight(COrvTime& t, const SYSTEMTIME& st) noexcept
+{
+    return t.SetLocalYMD(st.wYear, st.wMonth, st.wDay, 0, 0, 0);
+}
+
+/// The local midnight that begins the local day of \p t.
+bool GetLocalMidnight(const COrvTime& t, COrvTime& tMidnight) noexcept
+{
+    SYSTEMTIME st;
+    return OCT::LocalFieldsOf(t.GetTimet(), st) && SetLocalMidnight(tMidnight, st);
+}
+
+} // namespace
+
+COrvTime& COrvTime::SetNow() noexcept
+{
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    m_iTime = static_cast<int>(now.time_since_epoch().count());
+    return *this;
+}
+
+const COrvTime& COrvTime::Base() noexcept
+{
+    static constexpr COrvTime s_tBase;
+    return s_tBase;
+}
+
+COrvTime COrvTime::operator+(const COrvTimeDiff& span) const noexcept
+{
+    return CanAdd("COrvTime::operator +", *this, span) ? Shifted(*this, span.GetTimeDiff()) : COrvTime();
+}
+
+COrvTime COrvTime::operator-(const COrvTimeDiff& span) const noexcept
+{
+    return CanAdd("COrvTime::operator -", *this, span) ? ShiftedBack(*this, span.GetTimeDiff()) : COrvTime();
+}
+
+COrvTime COrvTime::operator+(int iSeconds) const noexcept
+{
+    return CheckValid("COrvTime::operator +", *this) ? Shifted(*this, iSeconds) : COrvTime();
+}
+
+COrvTime COrvTime::operator-(int iSeconds) const noexcept
+{
+    return CheckValid("COrvTime::operator -", *this) ? ShiftedBack(*this, iSeconds) : COrvTime();
+}
+
+COrvTime& COrvTime::operator+=(const COrvTimeDiff& span) noexcept
+{
+    if (CanAdd("COrvTime::operator +=", *this, span))
+        *this = Shifted(*this, span.GetTimeDiff());
+    return *this;
+}
+
+COrvTime& COrvTime::operator-=(const COrvTimeDiff& span) noexcept
+{
+    if (CanAdd("COrvTime::operator -=", *this, span))
+        *this = ShiftedBack(*this, span.GetTimeDiff());
+    return *this;
+}
+
+COrvTimeDiff COrvTime::operator-(const COrvTime& t) const noexcept
+{
+    return AreValid("COrvTime::operator -", "t.IsValid() && IsValid()", *this, t)
+               ? COrvTimeDiff(m_iTime - t.m_iTime)
+               : COrvTimeDiff();
+}
+
+int COrvTime::Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    return CanCompare("COrvTime::Compare", tLeft, tRight) ? tLeft.m_iTime - tRight.m_iTime : INVALID_SPAN;
+}
+
+int COrvTime::CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    if (!CanCompare("COrvTime::CompareYMD", tLeft, tRight))
+        return INVALID_SPAN;
+    const int iDiff = tLeft.m_iTime - tRight.m_iTime;
+    if (iDiff > TWO_DAYS || iDiff < -TWO_DAYS)
+        return iDiff;
+    return tLeft.RoundDayDown().m_iTime - tRight.RoundDayDown().m_iTime;
+}
+
+int COrvTime::CompareLocalYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    if (!CanCompare("COrvTime::CompareLocalYMD", tLeft, tRight))
+        return INVALID_SPAN;
+    const int iDiff = tLeft.m_iTime - tRight.m_iTime;
+    if (iDiff > TWO_DAYS || iDiff < -TWO_DAYS)
+        return iDiff;
+    return OCT::Subtract(tLeft.RoundLocalDayDown().m_iTime, tRight.RoundLocalDayDown().m_iTime);
+}
+
+COrvTimeDiff COrvTime::GetTimeDiff(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    return AreValid("COrvTime::GetTimeDiff", "tLeft.IsValid() && tRight.IsValid()", tLeft, tRight)
+               ? COrvTimeDiff(tRight.m_iTime - tLeft.m_iTime)
+               : COrvTimeDiff();
+}
+
+COrvTimeDiff COrvTime::GetTimeDiffAbs(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    if (!AreValid("COrvTime::GetTimeDiffAbs", "tLeft.IsValid() && tRight.IsValid()", tLeft, tRight))
+        return COrvTimeDiff();
+    const int iDiff = tRight.m_iTime - tLeft.m_iTime;
+    return COrvTimeDiff(iDiff < 0 ? -iDiff : iDiff);
+}
+
+COrvTimeDiff COrvTime::GetOleTimeDiff(double dLeft, double dRight) noexcept
+{
+    if (!(dLeft >= MINSETDATE && dRight >= MINSETDATE))
+    {
+        ORVTIME_REPORT("COrvTime::GetOleTimeDiff", "dLeft >= MINSETDATE && dRight >= MINSETDATE");
+        return COrvTimeDiff();
+    }
+    const auto toSeconds = [](double d) {
+        return OCT::Nearest((d - BASEORVTIME_INDATE) * SECONDSPERDAY_INDATE);
+    };
+    return COrvTimeDiff(OCT::Subtract(toSeconds(dRight), toSeconds(dLeft)));
+}
+
+const COrvTime& COrvTime::Max(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    if (!AreValid("COrvTime::Max", "!tLeft.IsValid() || !tRight.IsValid()", tLeft, tRight))
+        return tLeft.IsValid() ? tRight : tLeft;
+    return tLeft.m_iTime < tRight.m_iTime ? tRight : tLeft;
+}
+
+const COrvTime& COrvTime::Min(const COrvTime& tLeft, const COrvTime& tRight) noexcept
+{
+    if (!AreValid("COrvTime::Min", "!tLeft.IsValid() || !tRight.IsValid()", tLeft, tRight))
+        return tLeft.IsValid() ? tRight : tLeft;
+    return tRight.m_iTime < tLeft.m_iTime ? tRight : tLeft;
+}
+
+bool COrvTime::Between(const COrvTime& tLow, const COrvTime& tHigh) const noexcept
+{
+    return IsValid() && (!tLow.IsValid() || tLow.m_iTime <= m_iTime) &&
+           (!tHigh.IsValid() || m_iTime <= tHigh.m_iTime);
+}
+
+bool COrvTime::IsSameLocalDay(const COrvTime& t) const noexcept
+{
+    const std::int64_t nDiff = std::int64_t{m_iTime} - t.m_iTime;
+    SYSTEMTIME st;
+    SYSTEMTIME stOther;
+    return nDiff >= -LONGEST_DAY && nDiff <= LONGEST_DAY && OCT::LocalFieldsOf(m_iTime, st) &&
+           OCT::LocalFieldsOf(t.m_iTime, stOther) && st.wDay == stOther.wDay && st.wMonth == stOther.wMonth &&
+           st.wYear == stOther.wYear;
+}
+
+COrvTime COrvTime::RoundLocalDayDown() const noexcept
+{
+    COrvTime tMidnight;
+    return GetLocalMidnight(*this, tMidnight) ? tMidnight : *this;
+}
+
+COrvTime COrvTime::RoundLocalDayUp() const noexcept
+{
+    COrvTime tNext;
+    if (!GetLocalMidnight(*this, tNext))
+        return *this;
+    // 24 hours on is the next midnight, unless the day has 23 or 25: then the clock two hours later still
+    // tells the day.
+    tNext += COrvTimeDiff::FromDay(1);
+    SYSTEMTIME st;
+    if (!OCT::LocalFieldsOf(OCT::Add(tNext.m_iTime, 7200), st))
+        return *this;
+    if (st.wHour == 2 && st.wMinute == 0)
+        return tNext;
+    return SetLocalMidnight(tNext, st) ? tNext : *this;
+}

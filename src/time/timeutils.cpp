@@ -1,0 +1,226 @@
+#include "orvcomtypes/timeutils.h"
+
+#include "orvcomtypes/octassert.h"
+#include "time/civil.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <string_view>
+
+namespace
+{
+
+constexpr std::int64_t SECOND_IN_FILETIME = 10000000;
+constexpr std::int64_t BASE_IN_FILETIME = 116444736000000000;
+
+/// The record that SetTimeZone fills, and the selection: null means the system's zone.
+TIME_ZONE_INFORMATION g_timeZone;
+std::atomic<const TIME_ZONE_INFORMATION*> g_pTimeZone{nullptr};
+
+const TIME_ZONE_INFORMATION* SelectedZone() noexcept
+{
+    return g_pTimeZone.load(std::memory_order_acquire);
+}
+
+bool IsGiven(const char* sFunction, const WORD* year, const WORD* month, const WORD* day, const WORD* hour,
+             const WORD* minute, const WORD* second) noexcept
+{
+    if (year != nullptr && month != nullptr && day != nullptr && hour != nullptr && minute != nullptr &&
+        second != nullptr)
+        return true;
+    ORV_REPORT(sFunction, "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || "
+                          "minute == nullptr || second == nullptr");
+    return false;
+}
+
+/// Reads a value of the zone's key. What is missing or too long leaves the target as it is, on purpose.
+void ReadZoneValue(HKEY hKey, const WCHAR* sName, void* pTarget, DWORD cbTarget) noexcept
+{
+    RegQueryValueExW(hKey, sName, nullptr, nullptr, static_cast<BYTE*>(pTarget), &cbTarget);
+}
+
+/// The value "TZI" of a zone's key.
+struct ZoneRecord
+{
+    LONG Bias;
+    LONG StandardBias;
+    LONG DaylightBias;
+    SYSTEMTIME StandardDate;
+    SYSTEMTIME DaylightDate;
+};
+static_assert(sizeof(ZoneRecord) == 44);
+
+void FillZone(HKEY hKey, TIME_ZONE_INFORMATION& zone) noexcept
+{
+    ReadZoneValue(hKey, ORVTEXT("Std"), zone.StandardName, sizeof zone.StandardName);
+    ReadZoneValue(hKey, ORVTEXT("Dlt"), zone.DaylightName, sizeof zone.DaylightName);
+    ZoneRecord record = {zone.Bias, zone.StandardBias, zone.DaylightBias, zone.StandardDate,
+                         zone.DaylightDate};
+    ReadZoneValue(hKey, ORVTEXT("TZI"), &record, sizeof record);
+    zone.Bias = record.Bias;
+    zone.StandardBias = record.StandardBias;
+    zone.DaylightBias = record.DaylightBias;
+    zone.StandardDate = record.StandardDate;
+    zone.DaylightDate = record.DaylightDate;
+}
+
+} // namespace
+
+LONG OCT::NarrowSeconds(std::int64_t nSeconds) noexcept
+{
+    const auto t = static_cast<LONG>(nSeconds);
+    if (t != nSeconds)
+        ORV_REPORT("TZ::FileTime2Timet", "t < -0x80000000LL || t > 0x7FFFFFFFLL");
+    return t;
+}
+
+bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
+{
+    const SYSTEMTIME stUtc = FieldsOf(t);
+    return SystemTimeToTzSpecificLocalTime(SelectedZone(), &stUtc, &st) != 0;
+}
+
+LONG ORVCALL SetTimeZone(const WCHAR* zoneName)
+{
+    static constexpr std::basic_string_view<WCHAR> sFolder =
+        ORVTEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\");
+    constexpr std::size_t nMaxName = 2048;
+    g_pTimeZone.store(nullptr, std::memory_order_release);
+    WCHAR sKey[sFolder.size() + nMaxName + 1];
+    WCHAR* pEnd = std::ranges::copy(sFolder, sKey).out;
+    for (std::size_t i = 0; zoneName != nullptr && i < nMaxName && zoneName[i] != 0; ++i)
+        *pEnd++ = zoneName[i];
+    *pEnd = 0;
+    HKEY hKey;
+    if (const LONG iError = RegOpenKeyExW(HKEY_LOCAL_MACHINE, sKey, 0, KEY_READ, &hKey);
+        iError != ERROR_SUCCESS)
+        return iError;
+    FillZone(hKey, g_timeZone);
+    const LONG iError = RegCloseKey(hKey);
+    g_pTimeZone.store(&g_timeZone, std::memory_order_release);
+    return iError;
+}
+
+FILETIME ORVCALL Timet2FileTime(LONG t)
+{
+    const auto nFileTime = static_cast<std::uint64_t>(t * SECOND_IN_FILETIME + BASE_IN_FILETIME);
+    return {static_cast<DWORD>(nFileTime), static_cast<DWORD>(nFileTime >> 32)};
+}
+
+LONG ORVCALL FileTime2Timet(FILETIME ft)
+{
+    const std::uint64_t nFileTime = std::uint64_t{ft.dwHighDateTime} << 32 | ft.dwLowDateTime;
+    return OCT::NarrowSeconds(static_cast<std::int64_t>(nFileTime - BASE_IN_FILETIME) / SECOND_IN_FILETIME);
+}
+
+bool ORVCALL Timet2SystemTime(LONG t, SYSTEMTIME* pST)
+{
+    if (pST == nullptr)
+    {
+        ORV_REPORT("TZ::Timet2SystemTime", "pST == nullptr");
+        return false;
+    }
+    *pST = OCT::FieldsOf(t);
+    return true;
+}
+
+bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST)
+{
+    if (pST == nullptr)
+    {
+        ORV_REPORT("TZ::Timet2LocalSystemTime", "pST == nullptr");
+        return false;
+    }
+    return OCT::LocalFieldsOf(t, *pST);
+}
+
+bool ORVCALL YMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
+{
+    const auto seconds = OCT::SecondsOf(year, month, day, hour, minute, second);
+    if (!seconds)
+        return false;
+    *t = OCT::NarrowSeconds(*seconds);
+    return true;
+}
+
+bool ORVCALL Timet2YMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute, WORD* second)
+{
+    WORD wUnused;
+    const bool bGiven = IsGiven("TZ::Timet2YMD", year, month, day, &wUnused, &wUnused, &wUnused);
+    const SYSTEMTIME st = bGiven ? OCT::FieldsOf(t) : SYSTEMTIME{};
+    if (hour != nullptr)
+        *hour = st.wHour;
+    if (minute != nullptr)
+        *minute = st.wMinute;
+    if (second != nullptr)
+        *second = st.wSecond;
+    if (!bGiven)
+        return false;
+    *year = st.wYear;
+    *month = st.wMonth;
+    *day = st.wDay;
+    return true;
+}
+
+bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
+{
+    if (t == nullptr)
+    {
+        ORV_REPORT("TZ::LocalYMD2Timet", "t == nullptr");
+        return false;
+    }
+    if (year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1)))
+    {
+        ORV_REPORT("TZ::LocalYMD2Timet",
+                   "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))");
+        return false;
+    }
+    if (!OCT::IsCivil(year, month, day, hour, minute, second))
+        return false;
+    SYSTEMTIME st = {};
+    st.wYear = static_cast<WORD>(year);
+    st.wMonth = static_cast<WORD>(month);
+    st.wDay = static_cast<WORD>(day);
+    st.wHour = static_cast<WORD>(hour);
+    st.wMinute = static_cast<WORD>(minute);
+    st.wSecond = static_cast<WORD>(second);
+    SYSTEMTIME stUtc;
+    if (!TzSpecificLocalTimeToSystemTime(SelectedZone(), &st, &stUtc))
+        return false;
+    const auto seconds = OCT::SecondsOf(stUtc);
+    if (seconds)
+        *t = OCT::NarrowSeconds(*seconds);
+    return seconds.has_value();
+}
+
+bool ORVCALL Timet2LocalYMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute,
+                            WORD* second)
+{
+    SYSTEMTIME st;
+    if (!IsGiven("TZ::Timet2LocalYMD", year, month, day, hour, minute, second) || !OCT::LocalFieldsOf(t, st))
+        return false;
+    *year = st.wYear;
+    *month = st.wMonth;
+    *day = st.wDay;
+    *hour = st.wHour;
+    *minute = st.wMinute;
+    *second = st.wSecond;
+    return true;
+}
+
+bool ORVCALL Timet2LocalDATE(LONG t, double* localTime)
+{
+    if (localTime == nullptr)
+    {
+        ORV_REPORT("TZ::Timet2LocalDATE", "localTime == nullptr");
+        return false;
+    }
+    SYSTEMTIME st;
+    if (!OCT::LocalFieldsOf(t, st))
+        return false;
+    const auto seconds = OCT::SecondsOf(st);
+    if (seconds)
+        *localTime = static_cast<double>(*seconds) / 86400.0 + 25569.0;
+    return seconds.has_value();
+}
