@@ -1,0 +1,173 @@
+#include "core/textformat.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace
+{
+
+std::string Narrow(const char* p, std::size_t n)
+{
+    return {p, n};
+}
+
+std::string Narrow(const WCHAR* p, std::size_t n)
+{
+    std::string s;
+    for (; n > 0; --n)
+        s += static_cast<char>(*p++);
+    return s;
+}
+
+template <class Char>
+std::string Print(const Char* sFormat, ...)
+{
+    Char buffer[2048];
+    va_list args;
+    va_start(args, sFormat);
+    const std::size_t nLength = OCT::FormatTextV(buffer, 2048, sFormat, args);
+    va_end(args);
+    EXPECT_EQ(static_cast<Char>(0), buffer[nLength]);
+    return Narrow(buffer, nLength);
+}
+
+// Arguments named by one format, printed by another.
+std::string PrintAs(const char* sPrinted, const char* sOwn, ...)
+{
+    char buffer[256];
+    va_list args;
+    va_start(args, sOwn);
+    OCT::CFormatArgs<char> fetched(sOwn, args);
+    va_end(args);
+    OCT::CFormatSink<char> sink(buffer, sizeof(buffer));
+    OCT::FormatText(sink, sPrinted, fetched);
+    return Narrow(buffer, sink.Length());
+}
+
+} // namespace
+
+TEST(TextFormat, TextOfEitherWidth)
+{
+    EXPECT_EQ("[ab][cd]", Print("[%s][%S]", "ab", ORVTEXT("cd")));
+    EXPECT_EQ("[ab][cd]", Print("[%hs][%ls]", "ab", ORVTEXT("cd")));
+    EXPECT_EQ("[ab][cd]", Print(ORVTEXT("[%s][%S]"), ORVTEXT("ab"), "cd"));
+    EXPECT_EQ("[ab][cd]", Print(ORVTEXT("[%ls][%hs]"), ORVTEXT("ab"), "cd"));
+    EXPECT_EQ("[  ab][ab  ][a]", Print("[%4s][%-4s][%.1s]", "ab", "ab", "ab"));
+    EXPECT_EQ("[  ab][ab  ][a]", Print("[%4S][%-4S][%.1S]", ORVTEXT("ab"), ORVTEXT("ab"), ORVTEXT("ab")));
+    EXPECT_EQ("x|y| z", Print("%c|%C|%2c", 'x', ORVTEXT('y'), 'z'));
+    EXPECT_EQ("(null)(null)", Print("%s%S", static_cast<char*>(nullptr), static_cast<WCHAR*>(nullptr)));
+    const char unterminated[] = {'a', 'b'};
+    EXPECT_EQ("ab", Print("%.2s", unterminated));
+}
+
+TEST(TextFormat, LongTextOfTheOtherWidthIsWhole)
+{
+    const std::string sNarrow(700, 'n');
+    const std::basic_string<WCHAR> sWide(700, 'n');
+    EXPECT_EQ(sNarrow, Print("%S", sWide.c_str()));
+    EXPECT_EQ(sNarrow, Print(ORVTEXT("%S"), sNarrow.c_str()));
+    EXPECT_EQ("  " + sNarrow, Print("%702S", sWide.c_str()));
+}
+
+TEST(TextFormat, TextOutsideTheCodePageNeverFails)
+{
+    EXPECT_EQ('[', Print("[%S]", ORVTEXT("\u4E2D\u6587")).front());
+    EXPECT_EQ(']', Print("[%S]", ORVTEXT("\u4E2D\u6587")).back());
+    const WCHAR lone[] = {0xD800, 'x', 0};
+    EXPECT_EQ('x', Print("%S", lone).back());
+}
+
+TEST(TextFormat, Integers)
+{
+    EXPECT_EQ("-5 4294967291", Print("%d %u", -5, -5));
+    EXPECT_EQ("-2147483648 37777777777", Print("%i %o", std::numeric_limits<int>::min(), -1));
+    EXPECT_EQ("-5000000000 18446744073709551615",
+              Print("%I64d %I64u", std::int64_t{-5000000000}, std::int64_t{-1}));
+    EXPECT_EQ("-9223372036854775808", Print("%lld", std::numeric_limits<std::int64_t>::min()));
+    EXPECT_EQ("12A05F200 12a05f200", Print("%I64X %llx", std::int64_t{5000000000}, std::int64_t{5000000000}));
+    EXPECT_EQ("7 7", Print("%I32d %ld", 7, 7));
+    EXPECT_EQ("-1 255 65535", Print("%hd %hhu %hu", 65535, 511, 131071));
+    EXPECT_EQ("0x0000FF08 007", Print("0x%08lX %03d", 0xFF08, 7));
+    EXPECT_EQ("[   42][42   ][  042][-0042]", Print("[%5d][%-5d][%5.3d][%05d]", 42, 42, 42, -42));
+    EXPECT_EQ("[ 42][+42][0x2a][052]", Print("[% d][%+d][%#x][%#o]", 42, 42, 42, 42));
+    EXPECT_EQ("[  7][007][7  ]", Print("[%*d][%.*d][%*d]", 3, 7, 3, 7, -3, 7));
+    EXPECT_EQ("[]", Print("[%.0d]", 0));
+}
+
+TEST(TextFormat, PointersAreUpperCaseAndFullWidth)
+{
+    EXPECT_EQ(sizeof(void*) == 8 ? "00000000001ABCDE" : "001ABCDE",
+              Print("%p", reinterpret_cast<void*>(0x1ABCDE)));
+}
+
+TEST(TextFormat, Doubles)
+{
+    EXPECT_EQ("3.140000 2.5 1000000", Print("%f %g %.0f", 3.14, 2.5, 1e6));
+    EXPECT_EQ("1.000000e+00 1.5E-07 1e+100", Print("%e %.1E %g", 1.0, 1.5e-7, 1e100));
+    EXPECT_EQ("-000.50|+1.0| 1|1.", Print("%07.2f|%+.1f|% g|%#.0f", -0.5, 1.0, 1.0, 1.0));
+    EXPECT_EQ("  inf NAN", Print("%05f %F", HUGE_VAL, std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_EQ(309u, Print("%.0f", std::numeric_limits<double>::max()).size());
+}
+
+TEST(TextFormat, WhatIsNoConversionIsCopied)
+{
+    EXPECT_EQ("100% %y 5%", Print("100%% %y 5%"));
+    EXPECT_EQ("%-5", Print("%-5"));
+    EXPECT_EQ("% 261112_", Print("% 261112_"));
+}
+
+TEST(TextFormat, CountConversionPrintsAndWritesNothing)
+{
+    int nCount = 77;
+    EXPECT_EQ("ab", Print("a%nb", &nCount));
+    EXPECT_EQ(77, nCount);
+}
+
+TEST(TextFormat, ConversionsWithoutAnArgumentOfTheirTypePrintNothing)
+{
+    EXPECT_EQ("[][x]", PrintAs("[%d][%s]", "%s", "x"));
+    EXPECT_EQ("[x][]", PrintAs("[%s][%s]", "%s", "x"));
+    EXPECT_EQ("[][]", PrintAs("[%s][%I64d]", "plain"));
+    EXPECT_EQ("[][5]", PrintAs("[%S][%d]", "%d", 5));
+}
+
+TEST(TextFormat, CutsAtTheCapacityAndSaysSo)
+{
+    const auto PrintInto = [](std::size_t nSize, bool& bCut, const char* sFormat, ...) {
+        char buffer[16];
+        va_list args;
+        va_start(args, sFormat);
+        OCT::FormatTextV(buffer, nSize, sFormat, args, &bCut);
+        va_end(args);
+        return std::string(buffer);
+    };
+    bool bCut = false;
+    EXPECT_EQ("abcd", PrintInto(5, bCut, "%s", "abcd"));
+    EXPECT_FALSE(bCut);
+    EXPECT_EQ("abcd", PrintInto(5, bCut, "%s", "abcde"));
+    EXPECT_TRUE(bCut);
+    EXPECT_EQ("abcd", PrintInto(5, bCut, "abcd%d", 1));
+    EXPECT_TRUE(bCut);
+    EXPECT_EQ("", PrintInto(1, bCut, "a"));
+    EXPECT_TRUE(bCut);
+}
+
+// Any text whatever as a format, with no arguments behind it: nothing may be read that was not fetched.
+TEST(TextFormat, RandomFormatsReadNoArgumentsThatAreNotThere)
+{
+    const unsigned nSeed = std::random_device{}();
+    SCOPED_TRACE(nSeed);
+    std::mt19937 random(nSeed);
+    const std::string sAlphabet = "%%%%dsSncpfI64l*.-+ #0x9";
+    for (int i = 0; i < 20000; ++i)
+    {
+        std::string sFormat;
+        for (auto n = random() % 12; n > 0; --n)
+            sFormat += sAlphabet[random() % sAlphabet.size()];
+        PrintAs(sFormat.c_str(), "");
+    }
+}
