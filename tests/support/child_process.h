@@ -1,4 +1,5 @@
-// Child processes for what cannot be tested in the test's own process: loading, unloading, aborting, being killed.
+// Child processes for what cannot be tested in the test's own process: loading, unloading, aborting, being
+// killed.
 #pragma once
 
 #include <cstdint>
@@ -37,8 +38,9 @@ public:
     /// Kills the process when it still runs.
     ~CChildProcess();
 
-    /// Waits for the next line of output (without its end); the child flushes it. Empty at the end of the output.
-    /// A line that the child writes on reaching a point is the latch that replaces waiting for some time.
+    /// Waits for the next line of output (without its end); the child flushes it. Empty at the end of the
+    /// output. A line that the child writes on reaching a point is the latch that replaces waiting for some
+    /// time.
     std::string ReadLine();
     /// Ends the process at once, as a power cut would.
     void Kill();

@@ -18,7 +18,8 @@ struct CapturedReport
     std::string m_sCondition; ///< empty without a condition text
 };
 
-/// What a test expects of one report. A function that begins with "::" is compared with what stands after the last
+/// What a test expects of one report. A function that begins with "::" is compared with what stands after the
+/// last
 /// "::" only, for templates whose arguments compilers spell differently. A null text matches anything.
 struct ExpectedReport
 {
@@ -28,8 +29,8 @@ struct ExpectedReport
     const char* m_sSource = nullptr;
 };
 
-/// The reports made since construction or the last Take(), oldest first, also those of child processes that run
-/// the same program.
+/// The reports made since construction or the last Take(), oldest first, also those of child processes that
+/// run the same program.
 ///
 ///     CReportCapture capture;
 ///     array.GetAt(7);

@@ -19,10 +19,7 @@ public:
     }
     CTestResources(const CTestResources&) = delete;
     CTestResources& operator=(const CTestResources&) = delete;
-    ~CTestResources()
-    {
-        EXPECT_TRUE(m_hModule == nullptr || FreeLibrary(m_hModule));
-    }
+    ~CTestResources() { EXPECT_TRUE(m_hModule == nullptr || FreeLibrary(m_hModule)); }
 
     operator HMODULE() const { return m_hModule; }
 

@@ -1,0 +1,17 @@
+// What this process sends to the debugger.
+#pragma once
+
+#include <string>
+
+/// Collects debugger output from construction to destruction; one at a time.
+class CDebugCapture
+{
+public:
+    CDebugCapture();
+    CDebugCapture(const CDebugCapture&) = delete;
+    CDebugCapture& operator=(const CDebugCapture&) = delete;
+    ~CDebugCapture();
+
+    /// The text since construction or the last Take(), in UTF-8 where the system keeps it.
+    std::string Take();
+};
