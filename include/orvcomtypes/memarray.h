@@ -144,7 +144,7 @@ protected:
     {
         m_Treat.RelocateElement(toIdx, fromIdx, cnt, m_iSize, m_pElement);
     }
-    void ReleaseAllocator() noexcept { CStaticCRTAllocator::Release(); }
+    void ReleaseAllocator() noexcept { m_Treat.ReleaseAllocator(); }
 
     /// Whether \p p points at an element of this array.
     bool IsOwnElement(const T* p) const noexcept

@@ -103,6 +103,8 @@ public:
                iSize != std::numeric_limits<unsigned>::max();
     }
 
+    static void ReleaseAllocator() noexcept { Alloc::Release(); }
+
 protected:
     static void CheckInvariant(const char* sFunction, unsigned iSize, const T* pElement) noexcept
     {
