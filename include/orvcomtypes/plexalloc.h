@@ -1,10 +1,10 @@
 /// A pool of blocks of one size.
 ///
-/// Storage comes from the C heap in chains of `N` items and goes back a whole chain at a time: when all its items
-/// are free, other chains remain, and it was once at least half used. A chain that never got that full stays, so a
-/// lightly used pool does not allocate and free one over and over. There is one free list for the whole pool, and
-/// what was freed last is handed out first. A wrapper of three links stands in front of each item, so the chain of
-/// an item is found without a search.
+/// Storage comes from the C heap in chains of `N` items and goes back a whole chain at a time: when all its
+/// items are free, other chains remain, and it was once at least half used. A chain that never got that full
+/// stays, so a lightly used pool does not allocate and free one over and over. There is one free list for the
+/// whole pool, and what was freed last is handed out first. A wrapper of three links stands in front of each
+/// item, so the chain of an item is found without a search.
 ///
 /// The pool hands out raw storage, aligned for `T`; it neither constructs nor destroys.
 ///
@@ -22,12 +22,14 @@
 ///     pMessage->~CLogMessage();
 ///     CMessagePool::ReleaseItem(pMessage);
 ///
-/// Ownership: items belong to the caller until they are released. At teardown chains with items in use are reported
+/// Ownership: items belong to the caller until they are released. At teardown chains with items in use are
+/// reported
 ///   and left allocated; releasing such an item later is allowed and changes nothing.
 /// Thread safety: every operation runs under the pool's lock, except releasing in final release.
 /// Errors: source `plexalloc`, function names as in "OCT::CPlexAlloc<class CLogMessage,64,class
-///   OCT::CCritSect>::FreeItem". "p == nullptr", then `CLQMemoryExcept`, when the heap is exhausted; the text of
-///   the broken free list (then null) and "pChain != nullptr" from `GetFreeItem`; "pItem == nullptr" from `FreeItem`;
+///   OCT::CCritSect>::FreeItem". "p == nullptr", then `CLQMemoryExcept`, when the heap is exhausted; the text
+///   of the broken free list (then null) and "pChain != nullptr" from `GetFreeItem`; "pItem == nullptr" from
+///   `FreeItem`;
 ///   "!IsChainUsed(p)" from `FreeDataChain`, once for each chain in use.
 #pragma once
 
@@ -52,8 +54,9 @@ namespace OCT
 /// A function that takes down the pools of one kind.
 using PlexUninit = void(ORVCALL*)();
 
-/// Runs \p fnCreate under the lock of the teardown registry and, when it returns true, registers \p fnUninit before
-/// that lock is released. Teardown holds that lock while it takes the locks of pools, so creation takes it first too.
+/// Runs \p fnCreate under the lock of the teardown registry and, when it returns true, registers \p fnUninit
+/// before that lock is released. Teardown holds that lock while it takes the locks of pools, so creation
+/// takes it first too.
 ORV_API void ORVCALL CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit);
 
 /// How reports name an item or lock type; specialise it with a member `kText` of type `CFixedText`.
@@ -85,6 +88,9 @@ public:
     /// Storage for one `T`, or null when the free list is broken.
     T* GetFreeItem();
     void FreeItem(T* pItem);
+
+    /// How many chains the pool holds, for tests and diagnosis.
+    unsigned CountChains() const;
 
 private:
     struct CWrapper;
@@ -240,8 +246,8 @@ void CPlexAlloc<T, N, Lock>::FreeItem(T* pItem)
     CChain* pChain = pWrapper->pChain;
     if (IsFinalRelease()) [[unlikely]]
     {
-        // The process is ending: the mark lets FreeDataChain give the chain back without complaint. No lock is
-        // taken and no list touched, on purpose.
+        // The process is ending: the mark lets FreeDataChain give the chain back without complaint. No lock
+        // is taken and no list touched, on purpose.
         pChain->nFreeCount = N;
         return;
     }
@@ -254,6 +260,16 @@ void CPlexAlloc<T, N, Lock>::FreeItem(T* pItem)
     m_pHead->pFree = pWrapper;
     if (++pChain->nFreeCount == N && m_pHead->pNext != nullptr && pChain->nMinFree <= N / 2) [[unlikely]]
         GiveBack(pChain);
+}
+
+template <class T, unsigned N, class Lock>
+unsigned CPlexAlloc<T, N, Lock>::CountChains() const
+{
+    CLockGuard<Lock> guard(m_pLock);
+    unsigned nCount = 0;
+    for (const CChain* pChain = m_pHead; pChain != nullptr; pChain = pChain->pNext)
+        ++nCount;
+    return nCount;
 }
 
 template <class T, unsigned N, class Lock>
