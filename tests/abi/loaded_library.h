@@ -14,11 +14,19 @@ public:
     ~CLoadedLibrary();
 
     /// Asks the loader, as a program does.
-    bool Resolves(const std::string& sName) const;
+    bool Resolves(const std::string& sName) const { return Address(sName) != nullptr; }
+    /// A function by its name.
+    template <class Function>
+    Function* Find(const std::string& sName) const
+    {
+        return reinterpret_cast<Function*>(Address(sName));
+    }
     /// Every name in the table of exports, read from the file's own structures.
     std::set<std::string> ExportedNames() const;
 
 private:
+    void* Address(const std::string& sName) const;
+
     std::string m_sFile;
     void* m_hModule;
 };

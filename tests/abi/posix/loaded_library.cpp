@@ -20,9 +20,9 @@ CLoadedLibrary::~CLoadedLibrary()
     dlclose(m_hModule);
 }
 
-bool CLoadedLibrary::Resolves(const std::string& sName) const
+void* CLoadedLibrary::Address(const std::string& sName) const
 {
-    return dlsym(m_hModule, sName.c_str()) != nullptr;
+    return dlsym(m_hModule, sName.c_str());
 }
 
 std::set<std::string> CLoadedLibrary::ExportedNames() const

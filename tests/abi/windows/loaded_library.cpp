@@ -16,9 +16,9 @@ CLoadedLibrary::~CLoadedLibrary()
     FreeLibrary(static_cast<HMODULE>(m_hModule));
 }
 
-bool CLoadedLibrary::Resolves(const std::string& sName) const
+void* CLoadedLibrary::Address(const std::string& sName) const
 {
-    return GetProcAddress(static_cast<HMODULE>(m_hModule), sName.c_str()) != nullptr;
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_hModule), sName.c_str()));
 }
 
 std::set<std::string> CLoadedLibrary::ExportedNames() const
