@@ -5,6 +5,7 @@
 #include "orvport/types.h"
 
 typedef WCHAR* BSTR;
+typedef WCHAR* LPOLESTR;
 
 LPVOID CoTaskMemAlloc(SIZE_T cb) noexcept;
 void CoTaskMemFree(LPVOID pv) noexcept;
@@ -16,3 +17,5 @@ UINT SysStringLen(BSTR pbstr) noexcept;
 
 HLOCAL LocalAlloc(UINT uFlags, SIZE_T uBytes) noexcept;
 HLOCAL LocalFree(HLOCAL hMem) noexcept;
+
+HRESULT StringFromCLSID(const CLSID& rclsid, LPOLESTR* lplpsz) noexcept;

@@ -1,0 +1,197 @@
+/// The text of one statement for Microsoft SQL Server, and batches of them.
+///
+/// The fixed parts of a statement are appended as they stand; values are bound with `operator&`, which writes
+/// each type as the literal that the server reads back as that value. Text values go through `NVARCHAR` or
+/// `VARCHAR`: they are quoted, their quotes doubled, so no value ends its literal. A plain text operand is a
+/// fragment of the statement and must never come from outside.
+///
+/// Ownership: a statement holds one reference to a counted buffer, as `COrvStr` does, and copies share it.
+///   `CSQLMIDINTArray` refers to its array; wrapped texts and bytes are read during the call only.
+/// Thread safety: one statement belongs to one thread at a time; statements that share a buffer may live in
+/// several. Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a
+/// constant predicate.
+///   Without memory `CLQMemoryExcept` is thrown and the text stays as it was, so no statement is ever cut.
+/// Units: lengths are code units; `nLen` 0 means up to the terminator, a maximum length of 0 means none.
+///
+///     COrvSQLStr sql;
+///     sql & ORVTEXT("UPDATE T SET Name=") & NVARCHAR{sName, 0, 50} & ORVTEXT(" WHERE Id") &
+///     CSQLMIDINTArray(ids, false);
+///     // UPDATE T SET Name=N'O''Brien' WHERE Id in (7,9)
+#pragma once
+
+#include "orvcomtypes/memarray.h"
+#include "orvcomtypes/midintarray.h"
+#include "orvcomtypes/orvstralloc.h"
+
+#include <cstdint>
+#include <utility>
+
+/// Text of a narrow column: '…'.
+struct VARCHAR
+{
+    const WCHAR* m_sText;
+    unsigned m_nUnused; ///< not read here
+    unsigned m_nMaxLen; ///< units of the text that are taken
+};
+
+/// Text of a Unicode column: N'…'.
+struct NVARCHAR
+{
+    const WCHAR* m_sText;
+    unsigned m_nUnused;
+    unsigned m_nMaxLen;
+};
+
+/// Bytes: 0x….
+struct BINARY
+{
+    const unsigned char* m_pBytes;
+    unsigned m_nBytes;
+};
+
+/// An OLE date; -1 stands for the server's local clock, -2 for its UTC clock.
+struct MSQLDATE
+{
+    double m_date;
+};
+
+/// The raw value of a `COrvTime`.
+struct SQLORVTIME
+{
+    std::int32_t m_tValue;
+};
+
+/// A 64-bit counter: CAST(… AS BIGINT).
+struct SQLMCOUNT
+{
+    std::uint64_t m_nValue;
+};
+
+/// A row version: CONVERT(TIMESTAMP, …).
+struct SQLTSTAMP
+{
+    std::uint64_t m_nValue;
+};
+
+/// The predicate that an ID is one of a list, or none of it: " = 7", " not in (7,9)".
+class ORV_API CSQLMIDINTArray
+{
+public:
+    CSQLMIDINTArray(const CMIDINTArray& ids, bool bExclude) noexcept : m_pIds(&ids), m_bExclude(bExclude) {}
+
+    unsigned GetCount() const { return m_pIds->GetCount(); }
+    unsigned operator[](unsigned idx) const { return m_pIds->Item(idx); }
+    bool IsExclude() const noexcept { return m_bExclude; }
+
+private:
+    const CMIDINTArray* m_pIds;
+    bool m_bExclude;
+};
+
+class ORV_API COrvSQLStr
+{
+public:
+    static constexpr unsigned DefaultReserve = 1024;
+
+    explicit COrvSQLStr(unsigned nReserve = DefaultReserve);
+    /// Without the reserve.
+    explicit COrvSQLStr(const WCHAR* s);
+    COrvSQLStr(const COrvSQLStr& sql);
+    COrvSQLStr(COrvSQLStr&& sql) noexcept : m_pStr(std::exchange(sql.m_pStr, ORVS_GetDefaultEmptyString())) {}
+    ~COrvSQLStr() { OCT::ReleaseStrRef(m_pStr); }
+    COrvSQLStr& operator=(const COrvSQLStr& sql);
+    COrvSQLStr& operator=(COrvSQLStr&& sql) noexcept;
+    COrvSQLStr& operator=(const WCHAR* s);
+
+    /// Guarantees room for \p n units, at least 400; 0 empties the text.
+    void SetSize(unsigned n);
+    void Clear();
+    unsigned Length() const { return ORVS_GetStrLen(m_pStr); }
+    /// True for white space too.
+    bool IsEmpty() const;
+    operator const WCHAR*() const noexcept { return m_pStr; }
+
+    // ---- Layout ----
+
+    /// A line feed, unless the text is empty or ends with one.
+    COrvSQLStr& AddNL();
+    /// A blank, unless the text is empty or ends with white space.
+    COrvSQLStr& AddSP();
+    /// A comma before each item of a list but the first.
+    COrvSQLStr& AddCM(bool& bFirst);
+
+    // ---- As it stands ----
+
+    COrvSQLStr& Append(const WCHAR* s, unsigned nLen = 0);
+    /// A zero unit appends nothing.
+    COrvSQLStr& Append(WCHAR c);
+    COrvSQLStr& Append(int n);
+    COrvSQLStr& Append(unsigned n);
+    COrvSQLStr& Append(std::int64_t n);
+    COrvSQLStr& Append(std::uint64_t n);
+    /// At most \p nDigits significant digits, with "." in every locale.
+    COrvSQLStr& Append(double d, int nDigits);
+    /// A quoted literal of at most \p nMaxLen units of \p s, each quote doubled; null gives ''.
+    COrvSQLStr& AppendStrCol(const WCHAR* s, unsigned nMaxLen);
+
+    // ---- Values ----
+
+    COrvSQLStr& Append(const VARCHAR& value);
+    COrvSQLStr& Append(const NVARCHAR& value);
+    COrvSQLStr& Append(const GUID& value);
+    COrvSQLStr& Append(const BINARY& value);
+    COrvSQLStr& Append(const CSQLMIDINTArray& value);
+    COrvSQLStr& Append(const MSQLDATE& value);
+    COrvSQLStr& Append(const SQLORVTIME& value);
+    COrvSQLStr& Append(const SQLMCOUNT& value);
+    COrvSQLStr& Append(const SQLTSTAMP& value);
+
+    COrvSQLStr& operator&(const WCHAR* s) { return Append(s); }
+    COrvSQLStr& operator&(WCHAR c) { return Append(c); }
+    COrvSQLStr& operator&(unsigned char n) { return Append(static_cast<int>(n)); }
+    COrvSQLStr& operator&(short n) { return Append(static_cast<int>(n)); }
+    COrvSQLStr& operator&(int n) { return Append(n); }
+    COrvSQLStr& operator&(unsigned n) { return Append(n); }
+    COrvSQLStr& operator&(std::int64_t n) { return Append(n); }
+    COrvSQLStr& operator&(std::uint64_t n) { return Append(n); }
+    COrvSQLStr& operator&(double d) { return Append(d, 15); }
+    COrvSQLStr& operator&(const VARCHAR& value) { return Append(value); }
+    COrvSQLStr& operator&(const NVARCHAR& value) { return Append(value); }
+    COrvSQLStr& operator&(const GUID& value) { return Append(value); }
+    COrvSQLStr& operator&(const BINARY& value) { return Append(value); }
+    COrvSQLStr& operator&(const CSQLMIDINTArray& value) { return Append(value); }
+    COrvSQLStr& operator&(const MSQLDATE& value) { return Append(value); }
+    COrvSQLStr& operator&(const SQLORVTIME& value) { return Append(value); }
+    COrvSQLStr& operator&(const SQLMCOUNT& value) { return Append(value); }
+    COrvSQLStr& operator&(const SQLTSTAMP& value) { return Append(value); }
+
+private:
+    COrvSQLStr KeepIfInside(const WCHAR* s) const;
+    void Reserve(std::uint64_t n);
+    WCHAR* Tail(std::uint64_t nMore);
+    void EndAt(const WCHAR* pEnd) noexcept;
+    template <class Put>
+    COrvSQLStr& AppendNumber(Put put);
+
+    WCHAR* m_pStr;
+};
+
+ORV_EXTERN_TEMPLATE(CMarrayBase<COrvSQLStr, CFixMarrayTreat<COrvSQLStr, CStaticCRTAllocator, 16, 16>>);
+ORV_EXTERN_TEMPLATE(CFixMarray<COrvSQLStr, 16, 16>);
+
+/// A batch: a list of statements that always begins with one.
+class ORV_API COrvSQLStrArray : public CFixMarray<COrvSQLStr, 16, 16>
+{
+public:
+    COrvSQLStrArray() { AddSQL(); }
+    COrvSQLStrArray(const COrvSQLStrArray&) = default;
+    COrvSQLStrArray(COrvSQLStrArray&&) = default;
+    ~COrvSQLStrArray() override;
+    COrvSQLStrArray& operator=(const COrvSQLStrArray&) = default;
+    COrvSQLStrArray& operator=(COrvSQLStrArray&&) = default;
+
+    /// Appends an empty statement with room for 262,144 units; it is then `Last()`.
+    void AddSQL();
+    /// True when any statement holds more than white space.
+    bool HasStatement() const;
+};

@@ -1,0 +1,402 @@
+#include "orvcomtypes/orvstr.h"
+
+#include "orvcomtypes/loadstrres.h"
+#include "orvcomtypes/orvdbstr.h"
+#include "strings/strbuffer.h"
+#include "strings/textlen.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+namespace
+{
+
+constexpr unsigned AnsiCodePage = 0;
+
+int ToWide(unsigned nCodePage, DWORD dwFlags, const char* pFrom, const char* pTo, WCHAR* pDest,
+           unsigned cchDest)
+{
+    return MultiByteToWideChar(nCodePage, dwFlags, pFrom, static_cast<int>(pTo - pFrom), pDest,
+                               static_cast<int>(cchDest));
+}
+
+int AnsiToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
+{
+    return ToWide(AnsiCodePage, MB_PRECOMPOSED, pFrom, pTo, pDest, cchDest);
+}
+
+int Utf8ToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
+{
+    return ToWide(CP_UTF8, 0, pFrom, pTo, pDest, cchDest);
+}
+
+/// Units of \p s up to its terminator, at most \p nLen unless that is 0; a null
+/// \p s has none.
+unsigned SourceLength(const WCHAR* s, unsigned nLen)
+{
+    if (s == nullptr)
+        return 0;
+    return static_cast<unsigned>(nLen != 0 ? OCT::TextLength(s, nLen) : OCT::TextLength(s));
+}
+
+unsigned SourceLength(const char* s, unsigned nLen)
+{
+    if (s == nullptr)
+        return 0;
+    if (nLen == 0)
+        return static_cast<unsigned>(std::strlen(s));
+    const void* const pEnd = std::memchr(s, 0, nLen);
+    return pEnd != nullptr ? static_cast<unsigned>(static_cast<const char*>(pEnd) - s) : nLen;
+}
+
+int CompareText(const WCHAR* a, const WCHAR* b, DWORD dwFlags)
+{
+    if (a == b)
+        return 0;
+    const WCHAR* const sEmpty = g_DefEmptyString.StrBuffer;
+    switch (CompareStringW(LOCALE_SYSTEM_DEFAULT, dwFlags | SORT_STRINGSORT, a != nullptr ? a : sEmpty, -1,
+                           b != nullptr ? b : sEmpty, -1))
+    {
+    case CSTR_LESS_THAN: return -1;
+    case CSTR_GREATER_THAN: return 1;
+    default: return 0;
+    }
+}
+
+} // namespace
+
+unsigned OrvStringCchCopy(WCHAR* sTrg, unsigned nCch, const WCHAR* sSrc)
+{
+    if (sTrg == nullptr)
+    {
+        ORV_REPORT("OrvStringCchCopy", "sTrg == nullptr");
+        return 0;
+    }
+    if (nCch == 0)
+        return 0;
+    const std::size_t nLen = sSrc != nullptr ? OCT::TextLength(sSrc, nCch - 1) : 0;
+    std::char_traits<WCHAR>::move(sTrg, sSrc, nLen);
+    sTrg[nLen] = 0;
+    return static_cast<unsigned>(nLen);
+}
+
+// ---- Construction and assignment ----
+
+COrvStr::COrvStr(const WCHAR* s, bool bCopy)
+{
+    if (bCopy || s == nullptr || *s == 0)
+        CopyForeign(s);
+    else
+        SetText(const_cast<WCHAR*>(s), false);
+}
+
+COrvStr::COrvStr(const char* s) : COrvStr()
+{
+    if (s != nullptr && *s != 0)
+        Copy(s);
+}
+
+COrvStr::COrvStr(const COrvDBStr& str)
+{
+    OCT::AddStrRef(str.m_pStr);
+    SetText(str.m_pStr, true);
+}
+
+COrvStr::COrvStr(unsigned uID, HINSTANCE hInstance) : COrvStr()
+{
+    if (!Load(uID, hInstance))
+        ORV_REPORT("COrvStr::COrvStr", "Load(uID, hInstance)");
+}
+
+COrvStr& COrvStr::operator=(const COrvStr& str)
+{
+    if (this == &str)
+        return *this;
+    if (str.m_bOwn)
+        Share(str.m_pStr);
+    else
+        Copy(str.m_pStr);
+    return *this;
+}
+
+COrvStr& COrvStr::operator=(COrvStr&& str) noexcept
+{
+    if (this == &str)
+        return *this;
+    if (m_bOwn)
+        OCT::ReleaseStrRef(m_pStr);
+    SetText(str.m_pStr, str.m_bOwn);
+    str.Forget();
+    return *this;
+}
+
+COrvStr& COrvStr::operator=(const COrvDBStr& str)
+{
+    Share(str.m_pStr);
+    return *this;
+}
+
+COrvStr& COrvStr::operator=(const WCHAR* s)
+{
+    Copy(s);
+    return *this;
+}
+
+COrvStr& COrvStr::operator=(const char* s)
+{
+    Copy(s);
+    return *this;
+}
+
+void COrvStr::Empty()
+{
+    if (m_bOwn)
+        OCT::ReleaseStrRef(m_pStr);
+    Forget();
+}
+
+bool COrvStr::Attach(const WCHAR* s)
+{
+    Empty();
+    if (s != nullptr)
+        SetText(const_cast<WCHAR*>(s), false);
+    return s == nullptr;
+}
+
+void COrvStr::Attach(const COrvStr& str)
+{
+    if (str.m_bOwn)
+        Share(str.m_pStr);
+    else if (this != &str)
+        Attach(str.m_pStr);
+}
+
+void COrvStr::Attach(const COrvDBStr& str)
+{
+    Share(str.m_pStr);
+}
+
+// ---- Buffers ----
+
+/// Makes the text a private buffer with room for \p nLen units (0: for what
+/// there is room for now), with the old text in it if \p bKeep. False when
+/// there is nothing to write to: the value is the shared empty text, or null
+/// for want of memory.
+bool COrvStr::CreateOwnBuffer(std::uint64_t nLen, bool bKeep)
+{
+    if (nLen == 0 && m_bOwn && m_pStr != nullptr)
+        nLen = OCT::StrHeader(m_pStr).nAllocLen / sizeof(WCHAR) - 1;
+    else if (nLen == 0 && !m_bOwn && bKeep)
+        nLen = OCT::TextLength(m_pStr);
+    if (nLen == 0)
+    {
+        Empty();
+        return false;
+    }
+    if (m_bOwn && m_pStr != nullptr && OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nLen + 1)))
+        return true;
+    WCHAR* const pNew = OCT::NewStr(nLen);
+    if (pNew != nullptr && bKeep)
+        OCT::StrHeader(pNew).nStrLen =
+            OrvStringCchCopy(pNew, OCT::StrHeader(pNew).nAllocLen / sizeof(WCHAR), m_pStr);
+    if (m_bOwn)
+        OCT::ReleaseStrRef(m_pStr);
+    SetText(pNew, true);
+    return pNew != nullptr;
+}
+
+bool COrvStr::IsInside(const void* p) const noexcept
+{
+    if (!m_bOwn || !OCT::IsCountedStr(m_pStr))
+        return false;
+    const auto nOffset = reinterpret_cast<std::uintptr_t>(p) - reinterpret_cast<std::uintptr_t>(m_pStr);
+    return nOffset < OCT::StrHeader(m_pStr).nAllocLen;
+}
+
+/// The first text of a value that has none yet: a copy of \p s.
+void COrvStr::CopyForeign(const WCHAR* s)
+{
+    Forget();
+    const unsigned nLen = SourceLength(s, 0);
+    if (nLen == 0)
+        return;
+    m_pStr = OCT::NewStr(nLen);
+    if (m_pStr == nullptr)
+        return;
+    std::char_traits<WCHAR>::copy(m_pStr, s, nLen);
+    OCT::EndStr(m_pStr, nLen);
+}
+
+void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
+{
+    const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
+    const unsigned nCount = SourceLength(s, nLen);
+    const std::uint64_t nOld = bKeep ? GetLength() : 0;
+    if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
+        return;
+    std::char_traits<WCHAR>::copy(m_pStr + nOld, s, nCount);
+    OCT::EndStr(m_pStr, nOld + nCount);
+}
+
+void COrvStr::TakeConverted(const char* s, unsigned nLen, bool bKeep, Converter pfnConvert)
+{
+    const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
+    const unsigned nCount = SourceLength(s, nLen);
+    const std::uint64_t nOld = bKeep ? GetLength() : 0;
+    if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
+        return;
+    const int nWritten = nCount != 0 ? pfnConvert(s, s + nCount, m_pStr + nOld, nCount + 1) : 0;
+    OCT::EndStr(m_pStr, nOld + static_cast<unsigned>(nWritten));
+}
+
+void COrvStr::SetText(WCHAR* pStr, bool bOwn)
+{
+    m_pStr = pStr;
+    m_bOwn = bOwn;
+}
+
+/// Shares a counted buffer, which may be the value's own.
+void COrvStr::Share(WCHAR* pStr)
+{
+    OCT::AddStrRef(pStr);
+    if (m_bOwn)
+        OCT::ReleaseStrRef(m_pStr);
+    SetText(pStr, true);
+}
+
+// ---- Copying in ----
+
+unsigned COrvStr::GetLength() const
+{
+    return m_bOwn ? ORVS_GetStrLen(m_pStr) : SourceLength(m_pStr, 0);
+}
+
+void COrvStr::Copy(const WCHAR* s, unsigned nLen)
+{
+    TakeText(s, nLen, false);
+}
+
+void COrvStr::Copy(const char* s, unsigned nLen)
+{
+    TakeConverted(s, nLen, false, AnsiToWide);
+}
+
+void COrvStr::SetUTF8(const char* s, unsigned nLen)
+{
+    TakeConverted(s, nLen, false, Utf8ToWide);
+}
+
+void COrvStr::Append(const WCHAR* s, unsigned nLen)
+{
+    if (s != nullptr && *s != 0)
+        TakeText(s, nLen, true);
+}
+
+void COrvStr::Append(const char* s, unsigned nLen)
+{
+    if (s != nullptr && *s != 0)
+        TakeConverted(s, nLen, true, AnsiToWide);
+}
+
+void COrvStr::AppendUTF8(const char* s, unsigned nLen)
+{
+    if (s != nullptr && *s != 0)
+        TakeConverted(s, nLen, true, Utf8ToWide);
+}
+
+void COrvStr::Append(unsigned uID, HINSTANCE hInstance)
+{
+    unsigned nLen = 0;
+    if (const WCHAR* const s = LoadStringResImage(hInstance, uID, &nLen))
+        Append(s, nLen);
+}
+
+COrvStr& COrvStr::operator<<(const WCHAR* s)
+{
+    Append(s);
+    return *this;
+}
+
+COrvStr& COrvStr::operator+=(const WCHAR* s)
+{
+    Append(s);
+    return *this;
+}
+
+bool COrvStr::Load(unsigned uID, HINSTANCE hInstance)
+{
+    unsigned nLen = 0;
+    const WCHAR* const s = LoadStringResImage(hInstance, uID, &nLen);
+    if (s != nullptr)
+        Copy(s, nLen);
+    else
+        Empty();
+    return s != nullptr;
+}
+
+// ---- Copying out ----
+
+const WCHAR* COrvStr::CopyTo(WCHAR* sDest, unsigned nCch) const
+{
+    constexpr unsigned nTooLong = 0x80000000u;
+    if (sDest == nullptr)
+        ORV_REPORT("COrvStr::CopyTo", "sDest != nullptr");
+    else if (nCch >= nTooLong)
+        sDest[0] = 0;
+    else
+        OrvStringCchCopy(sDest, nCch, m_pStr);
+    return sDest;
+}
+
+char* COrvStr::GetANSI(char* dest, unsigned cbDest) const
+{
+    if (dest == nullptr || cbDest < 1)
+    {
+        ORV_REPORT("COrvStr::GetANSI", "dest == nullptr || cbDest < 1");
+        return dest;
+    }
+    dest[0] = 0;
+    if (cbDest > 1 && !IsEmpty())
+        WideCharToMultiByte(AnsiCodePage, WC_NO_BEST_FIT_CHARS, m_pStr, -1, dest, static_cast<int>(cbDest),
+                            nullptr, nullptr);
+    dest[cbDest - 1] = 0;
+    return dest;
+}
+
+// ---- Comparison ----
+
+bool COrvStr::operator<(const WCHAR* s) const
+{
+    return CompareText(m_pStr, s, 0) < 0;
+}
+
+bool COrvStr::operator>(const WCHAR* s) const
+{
+    return CompareText(m_pStr, s, 0) > 0;
+}
+
+bool COrvStr::operator==(const WCHAR* s) const
+{
+    return CompareText(m_pStr, s, 0) == 0;
+}
+
+bool COrvStr::operator!=(const WCHAR* s) const
+{
+    return CompareText(m_pStr, s, 0) != 0;
+}
+
+int COrvStrCmp::Compare(const COrvStr& a, const COrvStr& b, void*)
+{
+    return CompareText(a, b, 0);
+}
+
+int COrvStrCmpNoCase::Compare(const COrvStr& a, const COrvStr& b, void*)
+{
+    return CompareText(a, b, NORM_IGNORECASE);
+}
+
+int ORVCALL CompareOrvString(const WCHAR* a, const WCHAR* b, bool bNoCase)
+{
+    return CompareText(a, b, bNoCase ? NORM_IGNORECASE : 0);
+}
