@@ -3,10 +3,10 @@
 #include "orvcomtypes/lqexcept.h"
 
 #include "support/counted.h"
-#include "support/random.h"
 #include "support/report_capture.h"
 
 #include <numeric>
+#include <random>
 
 namespace
 {
@@ -338,8 +338,10 @@ TYPED_TEST_SUITE(MarrayModel, ModelArrays);
 
 TYPED_TEST(MarrayModel, RandomOperations)
 {
-    CTestRandom random;
-    const auto upTo = [&random](std::size_t n) { return random.UpTo(static_cast<unsigned>(n)); };
+    const unsigned nSeed = std::random_device{}();
+    SCOPED_TRACE(nSeed);
+    std::mt19937 random(nSeed);
+    const auto upTo = [&random](std::size_t n) { return static_cast<unsigned>(random() % (n + 1)); };
     TypeParam array;
     std::vector<int> model;
     for (int iStep = 0; iStep < 4000 && !this->HasFailure(); ++iStep)

@@ -1,8 +1,7 @@
-#include "systemzone.h"
+#include "orvport/timezone.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstddef>
+#include <array>
 #include <ctime>
 #include <limits>
 #include <vector>
@@ -10,64 +9,70 @@
 namespace
 {
 
-constexpr std::int64_t kDay = 86400;
-constexpr std::int64_t kFirst = -70 * 365 * kDay - 17 * kDay; // 1900-01-01
-constexpr std::int64_t kLast = 70 * 365 * kDay + 17 * kDay;   // 2039-12-31
-// No zone of the database keeps an offset for less than 95 hours in these years, so no change falls between two steps.
-constexpr std::int64_t kStep = 3 * kDay;
+constexpr std::int64_t DAY = 86400;
+constexpr std::int64_t FIRST = -(70 * 365 + 17) * DAY; // 1900-01-01
+constexpr std::int64_t LAST = (70 * 365 + 17) * DAY;   // 2039-12-31
+// No zone of the database keeps an offset for less than 95 hours in these years: no change falls between two
+// steps.
+constexpr std::int64_t STEP = 3 * DAY;
+constexpr std::int64_t EVER = std::numeric_limits<std::int64_t>::max();
 
-constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::max();
-
-std::int32_t LibraryOffset(std::int64_t nUtc) noexcept
+LONG LibraryOffset(std::int64_t nUtc) noexcept
 {
     const std::time_t t = nUtc;
     std::tm fields;
-    return localtime_r(&t, &fields) == nullptr ? 0 : static_cast<std::int32_t>(fields.tm_gmtoff);
+    return localtime_r(&t, &fields) == nullptr ? 0 : static_cast<LONG>(fields.tm_gmtoff);
 }
 
+/// The offsets of the system's zone (the variable TZ, else /etc/localtime) with the changes that the tz
+/// database has.
+///
+/// They are read once, from the C library. A search begins at what was in force early in the slot of 49 days
+/// that the time falls into, and rarely goes on from there.
 class CSystemZone
 {
 public:
-    CSystemZone();
+    CSystemZone() noexcept;
 
-    std::int32_t OffsetAt(std::int64_t nUtc) const noexcept
-    {
-        return Find(nUtc, &Period::m_nUtc, m_iLastUtc);
-    }
-    std::int32_t OffsetOfLocal(std::int64_t nLocal) const noexcept
-    {
-        return Find(nLocal, &Period::m_nLocal, m_iLastLocal);
-    }
+    LONG OffsetAt(std::int64_t nUtc) const noexcept { return Find(nUtc, &Period::m_nUtc); }
+    LONG OffsetOfLocal(std::int64_t nLocal) const noexcept { return Find(nLocal, &Period::m_nLocal); }
 
 private:
     struct Period
     {
         std::int64_t m_nUtc;   // first second
         std::int64_t m_nLocal; // the same on the wall clock of the period before
-        std::int32_t m_nOffset;
+        LONG m_nOffset;
     };
 
-    std::int32_t Find(std::int64_t n, std::int64_t Period::*start,
-                      std::atomic<std::uint32_t>& iLast) const noexcept;
+    void ReadPeriods();
+    void FillSlots() noexcept;
+    LONG Find(std::int64_t n, std::int64_t Period::*start) const noexcept;
+
+    static constexpr int SLOT_BITS = 22;
 
     std::vector<Period> m_periods; // ends with a guard that never begins
-    // Where the last search ended. Any value is good, so threads need not agree on it.
-    mutable std::atomic<std::uint32_t> m_iLastUtc{0};
-    mutable std::atomic<std::uint32_t> m_iLastLocal{0};
+    std::array<std::uint16_t, ((LAST - FIRST) >> SLOT_BITS) + 1> m_firstOfSlot;
 };
 
-CSystemZone::CSystemZone()
+CSystemZone::CSystemZone() noexcept
 {
     tzset();
-    std::int32_t nOffset = LibraryOffset(kFirst);
-    m_periods.push_back({-kEver, -kEver, nOffset});
-    for (std::int64_t nUtc = kFirst; nUtc < kLast; nUtc += kStep)
+    ReadPeriods();
+    FillSlots();
+}
+
+void CSystemZone::ReadPeriods()
+{
+    LONG nOffset = LibraryOffset(FIRST);
+    m_periods.push_back({-EVER, -EVER, nOffset});
+    for (std::int64_t nUtc = FIRST; nUtc < LAST; nUtc += STEP)
     {
-        const std::int32_t nNext = LibraryOffset(nUtc + kStep);
+        const LONG nNext = LibraryOffset(nUtc + STEP);
         if (nNext == nOffset)
             continue;
         std::int64_t nBefore = nUtc;
-        std::int64_t nChange = nUtc + kStep;
+        std::int64_t nChange = nUtc + STEP;
         while (nChange - nBefore > 1)
         {
             const std::int64_t nMiddle = nBefore + (nChange - nBefore) / 2;
@@ -76,22 +81,26 @@ CSystemZone::CSystemZone()
         m_periods.push_back({nChange, nChange + nOffset, nNext});
         nOffset = nNext;
     }
-    m_periods.push_back({kEver, kEver, nOffset});
+    m_periods.push_back({EVER, EVER, nOffset});
 }
 
-std::int32_t CSystemZone::Find(std::int64_t n, std::int64_t Period::*start,
-                               std::atomic<std::uint32_t>& iLast) const noexcept
+void CSystemZone::FillSlots() noexcept
 {
-    const Period* const pFirst = m_periods.data();
-    const Period* pPeriod = pFirst + iLast.load(std::memory_order_relaxed);
-    if (n < pPeriod[0].*start || n >= pPeriod[1].*start)
+    // Two days early, so that the entry serves wall-clock times too.
+    for (std::size_t i = 0; i < m_firstOfSlot.size(); ++i)
     {
-        const auto isAfter = [start](std::int64_t nWanted, const Period& period) {
-            return nWanted < period.*start;
-        };
-        pPeriod = std::upper_bound(pFirst + 1, pFirst + m_periods.size() - 1, n, isAfter) - 1;
-        iLast.store(static_cast<std::uint32_t>(pPeriod - pFirst), std::memory_order_relaxed);
+        const std::int64_t nUtc = FIRST + (static_cast<std::int64_t>(i) << SLOT_BITS) - 2 * DAY;
+        const auto next = std::ranges::upper_bound(m_periods, nUtc, {}, &Period::m_nUtc);
+        m_firstOfSlot[i] = static_cast<std::uint16_t>(next - m_periods.begin() - 1);
     }
+}
+
+LONG CSystemZone::Find(std::int64_t n, std::int64_t Period::*start) const noexcept
+{
+    const auto nSlot = static_cast<std::size_t>((std::clamp(n, FIRST, LAST) - FIRST) >> SLOT_BITS);
+    const Period* pPeriod = m_periods.data() + m_firstOfSlot[nSlot];
+    while (n >= pPeriod[1].*start)
+        ++pPeriod;
     return pPeriod->m_nOffset;
 }
 
@@ -103,12 +112,12 @@ const CSystemZone& SystemZone() noexcept
 
 } // namespace
 
-std::int32_t SystemZoneOffset(std::int64_t nUtc) noexcept
+LONG OrvZoneOffset(LONGLONG nUtc) noexcept
 {
     return SystemZone().OffsetAt(nUtc);
 }
 
-std::int32_t SystemZoneOffsetOfLocal(std::int64_t nLocal) noexcept
+LONG OrvZoneOffsetOfLocal(LONGLONG nLocal) noexcept
 {
     return SystemZone().OffsetOfLocal(nLocal);
 }

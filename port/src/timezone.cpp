@@ -1,7 +1,6 @@
 #include "orvport/timezone.h"
 
 #include "calendar.h"
-#include "systemzone.h"
 
 #include <optional>
 
@@ -79,7 +78,7 @@ std::optional<seconds> OffsetAt(const TIME_ZONE_INFORMATION* pZone, CalendarMs t
         return bias ? std::optional<seconds>(-*bias) : std::nullopt;
     }
     const std::int64_t nSeconds = floor<seconds>(t).time_since_epoch().count();
-    return seconds(bLocal ? SystemZoneOffsetOfLocal(nSeconds) : SystemZoneOffset(nSeconds));
+    return seconds(bLocal ? OrvZoneOffsetOfLocal(nSeconds) : OrvZoneOffset(nSeconds));
 }
 
 } // namespace

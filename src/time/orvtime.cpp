@@ -1,6 +1,6 @@
 #include "orvcomtypes/orvtime.h"
 
-#include "time/civil.h"
+#include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
 #include <chrono>

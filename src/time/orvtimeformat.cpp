@@ -1,7 +1,10 @@
 #include "time/civil.h"
+#include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <string_view>
 
 namespace
@@ -9,6 +12,15 @@ namespace
 
 /// Every form fits: "2024-05-06 09:08:09+02:00" with the terminator.
 constexpr unsigned MAX_TEXT = 28;
+
+/// 00 to 99, one after the other.
+template <class Char>
+constexpr auto TWO_DIGITS = [] {
+    std::array<Char, 200> digits{};
+    for (unsigned i = 0; i < 200; ++i)
+        digits[i] = static_cast<Char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+    return digits;
+}();
 
 /// Writes a text of code units from left to right.
 template <class Char>
@@ -22,12 +34,18 @@ public:
         *m_pEnd++ = static_cast<Char>(c);
         return *this;
     }
-    /// Two digits, the first one padded with \p cPad.
-    CFieldWriter& Two(unsigned n, char cPad = '0')
+    CFieldWriter& Two(unsigned n)
     {
-        m_pEnd[0] = static_cast<Char>(n < 10 ? cPad : '0' + n / 10);
-        m_pEnd[1] = static_cast<Char>('0' + n % 10);
+        std::memcpy(m_pEnd, TWO_DIGITS<Char>.data() + 2 * n, 2 * sizeof(Char));
         m_pEnd += 2;
+        return *this;
+    }
+    /// \p cPad in place of a leading zero.
+    CFieldWriter& Two(unsigned n, char cPad)
+    {
+        Two(n);
+        if (n < 10)
+            m_pEnd[-2] = static_cast<Char>(cPad);
         return *this;
     }
     CFieldWriter& Year(unsigned n) { return Two(n / 100).Two(n % 100); }

@@ -25,7 +25,7 @@ template <class Char>
 class CTimeReader
 {
 public:
-    explicit CTimeReader(const Char* p) : m_p(p) {}
+    explicit CTimeReader(const Char* pText) : m_pText(pText), m_p(pText) {}
 
     bool ReadFields(Fields& fields);
     const Char* Position() const { return m_p; }
@@ -43,16 +43,25 @@ private:
         m_p += bFound;
         return bFound;
     }
-    bool IsTwoDigits() const { return OCT::IsDigit(m_p[0]) && OCT::IsDigit(m_p[1]); }
     bool ReadTwo(int& i)
     {
-        if (!IsTwoDigits())
+        if (!OCT::IsDigit(m_p[0]) || !OCT::IsDigit(m_p[1]))
             return false;
         i = (m_p[0] - '0') * 10 + (m_p[1] - '0');
         m_p += 2;
         return true;
     }
+    /// Text of less than 12 units is no time. What can be read to the end is longer, so this is asked only
+    /// where a report would come before.
+    bool IsShort() const
+    {
+        for (int i = 0; i < 12; ++i)
+            if (m_pText[i] == 0)
+                return true;
+        return false;
+    }
 
+    const Char* m_pText;
     const Char* m_p;
 };
 
@@ -80,7 +89,11 @@ bool CTimeReader<Char>::ReadDate(Fields& fields)
     if (!ReadTwo(fields.m_iMonth))
         return false;
     if (Skip('-') != bHasHyphen)
+    {
+        if (IsShort())
+            return false;
         ORVTIME_REPORT(FUNCTION, bHasHyphen ? "!bHasHyphen" : "bHasHyphen");
+    }
     return ReadTwo(fields.m_iDay);
 }
 
@@ -183,32 +196,21 @@ bool IsTimeEnd(Char c)
 }
 
 template <class Char>
-bool IsShort(const Char* p)
-{
-    constexpr int MIN_LENGTH = 12;
-    for (int i = 0; i < MIN_LENGTH; ++i)
-        if (p[i] == 0)
-            return true;
-    return false;
-}
-
-template <class Char>
 bool Parse(COrvTime& t, const Char* pStr)
 {
     Fields fields;
     CTimeReader<Char> reader(pStr);
-    if (IsShort(pStr) || !reader.ReadFields(fields))
+    if (!reader.ReadFields(fields))
         return false;
     const Char c = *reader.Position();
     if (c == '+' || c == '-')
         return SetWithOffset(t, fields, reader.Position());
     if (c != 'Z' && !IsTimeEnd(c))
         ORVTIME_REPORT(FUNCTION, nullptr);
-    const auto set = c == 'Z' ? &COrvTime::SetYMD : &COrvTime::SetLocalYMD;
-    if (!(t.*set)(fields.m_iYear, fields.m_iMonth, fields.m_iDay, fields.m_iHour, fields.m_iMinute,
-                  fields.m_iSecond))
+    const auto& [y, mo, d, h, mi, second, bRoundUp] = fields;
+    if (!(c == 'Z' ? t.SetYMD(y, mo, d, h, mi, second) : t.SetLocalYMD(y, mo, d, h, mi, second)))
         return false;
-    if (fields.m_bRoundUp && t.IsValid())
+    if (bRoundUp && t.IsValid())
         t += 1;
     return true;
 }

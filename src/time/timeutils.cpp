@@ -2,6 +2,7 @@
 
 #include "orvcomtypes/octassert.h"
 #include "time/civil.h"
+#include "time/localzone.h"
 
 #include <algorithm>
 #include <atomic>
@@ -75,10 +76,43 @@ LONG OCT::NarrowSeconds(std::int64_t nSeconds) noexcept
     return t;
 }
 
+LONG OCT::PlatformOffset(const TIME_ZONE_INFORMATION* pZone, std::int64_t nUtc) noexcept
+{
+    const SYSTEMTIME stUtc = FieldsOf(nUtc);
+    SYSTEMTIME st;
+    if (!SystemTimeToTzSpecificLocalTime(pZone, &stUtc, &st))
+        return NO_OFFSET;
+    return static_cast<LONG>(SecondsOf(st) - nUtc);
+}
+
+LONG OCT::PlatformOffsetOfLocal(const TIME_ZONE_INFORMATION* pZone, std::int64_t nLocal) noexcept
+{
+    const SYSTEMTIME st = FieldsOf(nLocal);
+    SYSTEMTIME stUtc;
+    if (!TzSpecificLocalTimeToSystemTime(pZone, &st, &stUtc))
+        return NO_OFFSET;
+    return static_cast<LONG>(nLocal - SecondsOf(stUtc));
+}
+
+LONG OCT::SelectedOffset(std::int64_t nUtc) noexcept
+{
+    const TIME_ZONE_INFORMATION* const pZone = SelectedZone();
+    return pZone == nullptr ? OrvZoneOffset(nUtc) : PlatformOffset(pZone, nUtc);
+}
+
+LONG OCT::SelectedOffsetOfLocal(std::int64_t nLocal) noexcept
+{
+    const TIME_ZONE_INFORMATION* const pZone = SelectedZone();
+    return pZone == nullptr ? OrvZoneOffsetOfLocal(nLocal) : PlatformOffsetOfLocal(pZone, nLocal);
+}
+
 bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
 {
-    const SYSTEMTIME stUtc = FieldsOf(t);
-    return SystemTimeToTzSpecificLocalTime(SelectedZone(), &stUtc, &st) != 0;
+    const LONG nOffset = SelectedOffset(t);
+    if (nOffset == NO_OFFSET)
+        return false;
+    st = FieldsOf(std::int64_t{t} + nOffset);
+    return true;
 }
 
 LONG ORVCALL SetTimeZone(const WCHAR* zoneName)
@@ -137,10 +171,10 @@ bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST)
 
 bool ORVCALL YMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
 {
-    const auto seconds = OCT::SecondsOf(year, month, day, hour, minute, second);
-    if (!seconds)
+    const std::int64_t nSeconds = OCT::SecondsOf(year, month, day, hour, minute, second);
+    if (nSeconds == OCT::NO_SECONDS)
         return false;
-    *t = OCT::NarrowSeconds(*seconds);
+    *t = OCT::NarrowSeconds(nSeconds);
     return true;
 }
 
@@ -176,22 +210,12 @@ bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute, 
                    "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))");
         return false;
     }
-    if (!OCT::IsCivil(year, month, day, hour, minute, second))
+    const std::int64_t nLocal = OCT::SecondsOf(year, month, day, hour, minute, second);
+    const LONG nOffset = nLocal != OCT::NO_SECONDS ? OCT::SelectedOffsetOfLocal(nLocal) : OCT::NO_OFFSET;
+    if (nOffset == OCT::NO_OFFSET)
         return false;
-    SYSTEMTIME st = {};
-    st.wYear = static_cast<WORD>(year);
-    st.wMonth = static_cast<WORD>(month);
-    st.wDay = static_cast<WORD>(day);
-    st.wHour = static_cast<WORD>(hour);
-    st.wMinute = static_cast<WORD>(minute);
-    st.wSecond = static_cast<WORD>(second);
-    SYSTEMTIME stUtc;
-    if (!TzSpecificLocalTimeToSystemTime(SelectedZone(), &st, &stUtc))
-        return false;
-    const auto seconds = OCT::SecondsOf(stUtc);
-    if (seconds)
-        *t = OCT::NarrowSeconds(*seconds);
-    return seconds.has_value();
+    *t = OCT::NarrowSeconds(nLocal - nOffset);
+    return true;
 }
 
 bool ORVCALL Timet2LocalYMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute,
@@ -216,11 +240,9 @@ bool ORVCALL Timet2LocalDATE(LONG t, double* localTime)
         ORV_REPORT("TZ::Timet2LocalDATE", "localTime == nullptr");
         return false;
     }
-    SYSTEMTIME st;
-    if (!OCT::LocalFieldsOf(t, st))
+    const LONG nOffset = OCT::SelectedOffset(t);
+    if (nOffset == OCT::NO_OFFSET)
         return false;
-    const auto seconds = OCT::SecondsOf(st);
-    if (seconds)
-        *localTime = static_cast<double>(*seconds) / 86400.0 + 25569.0;
-    return seconds.has_value();
+    *localTime = static_cast<double>(std::int64_t{t} + nOffset) / 86400.0 + 25569.0;
+    return true;
 }

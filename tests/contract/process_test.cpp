@@ -1,9 +1,8 @@
 // What belongs to the process: environment, modules, clocks, memory.
 #include <gtest/gtest.h>
 
-#include <windows.h>
-
 #include <oleauto.h>
+#include <windows.h>
 
 #include "orvcomtypes/orvexport.h"
 #include "support/test_environment.h"
