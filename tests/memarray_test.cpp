@@ -3,10 +3,10 @@
 #include "orvcomtypes/lqexcept.h"
 
 #include "support/counted.h"
+#include "support/random.h"
 #include "support/report_capture.h"
 
 #include <numeric>
-#include <random>
 
 namespace
 {
@@ -338,10 +338,8 @@ TYPED_TEST_SUITE(MarrayModel, ModelArrays);
 
 TYPED_TEST(MarrayModel, RandomOperations)
 {
-    const unsigned nSeed = std::random_device{}();
-    SCOPED_TRACE(nSeed);
-    std::mt19937 random(nSeed);
-    const auto upTo = [&random](std::size_t n) { return static_cast<unsigned>(random() % (n + 1)); };
+    CTestRandom random;
+    const auto upTo = [&random](std::size_t n) { return random.UpTo(static_cast<unsigned>(n)); };
     TypeParam array;
     std::vector<int> model;
     for (int iStep = 0; iStep < 4000 && !this->HasFailure(); ++iStep)

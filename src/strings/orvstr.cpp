@@ -83,9 +83,11 @@ unsigned OrvStringCchCopy(WCHAR* sTrg, unsigned nCch, const WCHAR* sSrc)
 
 // ---- Construction and assignment ----
 
-COrvStr::COrvStr(const WCHAR* s, bool bCopy)
+COrvStr::COrvStr(const WCHAR* s, bool bCopy) : m_pStr(g_DefEmptyString.StrBuffer), m_bOwn(true)
 {
-    if (bCopy || s == nullptr || *s == 0)
+    if (s == nullptr || *s == 0)
+        return;
+    if (bCopy)
         CopyForeign(s);
     else
         SetText(const_cast<WCHAR*>(s), false);
@@ -217,14 +219,14 @@ bool COrvStr::IsInside(const void* p) const noexcept
 /// The first text of a value that has none yet: a copy of \p s.
 void COrvStr::CopyForeign(const WCHAR* s)
 {
-    Forget();
-    const unsigned nLen = SourceLength(s, 0);
+    m_pStr = g_DefEmptyString.StrBuffer;
+    const std::size_t nLen = OCT::TextLength(s);
     if (nLen == 0)
         return;
     m_pStr = OCT::NewStr(nLen);
     if (m_pStr == nullptr)
         return;
-    std::char_traits<WCHAR>::copy(m_pStr, s, nLen);
+    OCT::CopyUnits(m_pStr, s, nLen);
     OCT::EndStr(m_pStr, nLen);
 }
 

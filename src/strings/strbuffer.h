@@ -3,6 +3,8 @@
 
 #include "orvcomtypes/orvstralloc.h"
 
+#include <cstring>
+
 /// The one buffer of every empty text.
 extern OrvStrBuffer<1> g_DefEmptyString;
 
@@ -27,6 +29,21 @@ inline WCHAR* NewStr(std::uint64_t nLen)
     if (p != nullptr)
         StrHeader(p).iRC.store(1, std::memory_order_relaxed);
     return p;
+}
+
+/// Copies \p n units; a short text takes two overlapping moves instead of a call.
+inline void CopyUnits(WCHAR* pTo, const WCHAR* pFrom, std::size_t n) noexcept
+{
+    constexpr std::size_t nBlock = 8;
+    if (n >= nBlock && n <= 2 * nBlock)
+    {
+        WCHAR aTail[nBlock];
+        std::memcpy(aTail, pFrom + n - nBlock, sizeof(aTail));
+        std::memcpy(pTo, pFrom, sizeof(aTail));
+        std::memcpy(pTo + n - nBlock, aTail, sizeof(aTail));
+    }
+    else
+        std::memcpy(pTo, pFrom, n * sizeof(WCHAR));
 }
 
 /// Ends the text of a private buffer at \p nLen.

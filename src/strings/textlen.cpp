@@ -41,7 +41,16 @@ std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
 
 std::size_t TextLength(const WCHAR* s) noexcept
 {
-    return TextLength(s, SIZE_MAX);
+    const auto nSkipBytes = reinterpret_cast<std::uintptr_t>(s) % sizeof(__m128i);
+    const auto* p = reinterpret_cast<const __m128i*>(reinterpret_cast<std::uintptr_t>(s) - nSkipBytes);
+    unsigned nZeros = ZeroUnits(p) >> nSkipBytes;
+    if (nZeros != 0)
+        return static_cast<std::size_t>(std::countr_zero(nZeros)) / sizeof(WCHAR);
+    do
+        nZeros = ZeroUnits(++p);
+    while (nZeros == 0);
+    const auto nEnd = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::size_t>(std::countr_zero(nZeros));
+    return (nEnd - reinterpret_cast<std::uintptr_t>(s)) / sizeof(WCHAR);
 }
 
 } // namespace OCT

@@ -1,8 +1,9 @@
 // What belongs to the process: environment, modules, clocks, memory.
 #include <gtest/gtest.h>
 
-#include <oleauto.h>
 #include <windows.h>
+
+#include <oleauto.h>
 
 #include "orvcomtypes/orvexport.h"
 #include "support/test_environment.h"

@@ -35,6 +35,14 @@ unsigned ORVCALL WaitAndReturn(void* pEvent)
     return 42;
 }
 
+unsigned ORVCALL StartAndWait(void* pEvents)
+{
+    const HANDLE* pEvent = static_cast<const HANDLE*>(pEvents);
+    SetEvent(pEvent[0]);
+    WaitForSingleObject(pEvent[1], INFINITE);
+    return 42;
+}
+
 unsigned ORVCALL ReturnOwnId(void*)
 {
     return GetCurrentThreadId();
@@ -144,13 +152,15 @@ TEST(Thread, TellsItsId)
 
 TEST(Thread, CountsAsEndedWhenTerminated)
 {
-    HANDLE hEvent = NewEvent(true);
-    const CHandle hThread(_beginthreadex(nullptr, 0, WaitAndReturn, &hEvent, 0, nullptr));
+    HANDLE events[] = {NewEvent(true), NewEvent(true)};
+    const CHandle hThread(_beginthreadex(nullptr, 0, StartAndWait, events, 0, nullptr));
+    // Wine fails when a 32-bit thread is ended on its way to its function.
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(events[0], INFINITE));
     EXPECT_TRUE(TerminateThread(hThread, 7));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
     DWORD dwExit = 0;
     EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
     EXPECT_EQ(7u, dwExit);
-    // The event stays open: an abandoned thread may still wait for it.
-    SetEvent(hEvent);
+    // The events stay open: an abandoned thread may still wait for one.
+    SetEvent(events[1]);
 }
