@@ -8,6 +8,8 @@
 #include "orvcomtypes/plexalloc.h"
 #include "orvcomtypes/octalloc.h"
 #include "orvcomtypes/orvstralloc.h"
+#include "orvcomtypes/stringutils.h"
+#include "orvcomtypes/strconvert.h"
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/memarraytreat.h"

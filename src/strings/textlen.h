@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace OCT
@@ -16,6 +17,19 @@ std::size_t TextLength(const WCHAR* s) noexcept;
 
 /// The same, at most \p nMax; nothing from \p nMax on matters.
 std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept;
+
+/// Bytes before the terminator.
+inline std::size_t TextLength(const char* s) noexcept
+{
+    return std::strlen(s);
+}
+
+/// The same, at most \p nMax, which are there to read.
+inline std::size_t TextLength(const char* s, std::size_t nMax) noexcept
+{
+    const void* const pZero = std::memchr(s, 0, nMax);
+    return pZero != nullptr ? static_cast<std::size_t>(static_cast<const char*>(pZero) - s) : nMax;
+}
 
 } // namespace OCT
 

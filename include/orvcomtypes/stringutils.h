@@ -1,0 +1,90 @@
+/// Conversions between UTF-16 text, text of a code page ("ANSI") and UTF-8, and small text utilities.
+///
+/// Every conversion writes into a buffer of the caller, never past it, always terminates it and returns the
+/// number of units written without the terminator. What does not fit is left out silently. The plain forms
+/// read up to the terminator; the `...Ex` forms read from \p pSrcFrom up to \p pSrcTo (exclusive) or a zero
+/// unit, whichever comes first. Code page 0 is the system's ANSI code page; characters that a code page lacks
+/// become its default character, never a look-alike. Input that is not valid UTF-8 or UTF-16 becomes U+FFFD,
+/// one for each maximal damaged part.
+///
+/// Room: a run of characters that are converted together (`UnicodeToANSI`, `ANSIToUnicode`, `UTF8ToUnicode`)
+/// is cut behind the last character that fits whole, and the conversion ends there. The others convert one by
+/// one; a character that does not fit is dropped and the conversion goes on while there is room.
+///
+/// Errors: a violated precondition (null text, a destination of less than two units, `CP_UTF8` where another
+/// code page is meant, a range that ends before it begins) is reported by its own text from the function's
+/// own name, the destination becomes empty if it has a unit, and the result is 0. Nothing is thrown. A code
+/// page that the system does not know converts ASCII only. Thread safety: all functions are reentrant. Units:
+/// sizes and results are units of the destination: bytes of narrow, code units of wide text.
+///
+///     char sName[64];
+///     UnicodeToUTF8(ORVTEXT("r\u00E9sum\u00E9"), sName, sizeof sName);
+#pragma once
+
+#include "orvcomtypes/octassert.h"
+
+// ---- Terminated text ----
+
+ORV_EXTERN_C ORV_FUNC int ORVCALL UnicodeToANSI(const WCHAR* pSrc, char* pDest, unsigned cchDest,
+                                                unsigned destCodePage);
+/// The bytes from 0x80 on convert in runs: a trail byte below 0x80 is taken for ASCII.
+ORV_EXTERN_C ORV_FUNC int ORVCALL ANSIToUnicode(const char* pSrc, WCHAR* pDest, unsigned cchDest,
+                                                unsigned srcCodePage);
+/// Code units convert one by one: both halves of a surrogate pair become EF BF BD.
+ORV_EXTERN_C ORV_FUNC int ORVCALL UnicodeToUTF8(const WCHAR* pSrc, char* pDest, unsigned cbDest);
+ORV_EXTERN_C ORV_FUNC int ORVCALL UTF8ToUnicode(const char* pSrc, WCHAR* pDest, unsigned cchDest);
+/// Bytes convert one by one: double-byte code pages are not supported. `CP_UTF8` is reported
+/// ("srcCodePage == CP_UTF8") and the text copied as it is.
+ORV_EXTERN_C ORV_FUNC int ORVCALL ANSIToUTF8(const char* pSrc, char* pDest, unsigned cbDest,
+                                             unsigned srcCodePage);
+/// A sequence is as long as its lead byte says, whatever follows. `CP_UTF8` is reported ("destCodePage ==
+/// CP_UTF8") and the text copied as it is.
+ORV_EXTERN_C ORV_FUNC int ORVCALL UTF8ToANSI(const char* pSrc, char* pDest, unsigned cchDest,
+                                             unsigned destCodePage);
+
+// ---- Ranges ----
+
+ORV_EXTERN_C ORV_FUNC int ORVCALL UnicodeToANSIEx(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest,
+                                                  unsigned cchDest, unsigned destCodePage);
+ORV_EXTERN_C ORV_FUNC int ORVCALL ANSIToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest,
+                                                  unsigned cchDest, unsigned srcCodePage);
+ORV_EXTERN_C ORV_FUNC int ORVCALL UnicodeToUTF8Ex(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest,
+                                                  unsigned cbDest);
+ORV_EXTERN_C ORV_FUNC int ORVCALL UTF8ToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest,
+                                                  unsigned cchDest);
+ORV_EXTERN_C ORV_FUNC int ORVCALL ANSIToUTF8Ex(const char* pSrcFrom, const char* pSrcTo, char* pDest,
+                                               unsigned cbDest, unsigned srcCodePage);
+/// A sequence that would run past the end is reported ("p > pSrcTo") and converted as far as it goes.
+ORV_EXTERN_C ORV_FUNC int ORVCALL UTF8ToANSIEx(const char* pSrcFrom, const char* pSrcTo, char* pDest,
+                                               unsigned cchDest, unsigned destCodePage);
+
+// ---- Utilities ----
+
+/// Decodes `\uXXXX` (exactly four hexadecimal digits); other bytes are widened as signed ones, so the input
+/// should be ASCII. Anything else behind a backslash ends the text there. At most \p cchDest - 1 units and a
+/// terminator are written; returns the units. A null argument or no room gives 0 and no output.
+ORV_EXTERN_C ORV_FUNC int ORVCALL UCNToUnicode(const char* pSrc, WCHAR* pDest, int cchDest);
+
+/// Decimal numbers: blanks and tabs, at most one "-", digits. Overflow wraps; anything unexpected ends the
+/// number, and no digit is 0. Null is reported ("p == nullptr") and 0.
+ORV_EXTERN_C ORV_FUNC LONG ORVCALL naive_atol(const char* p);
+ORV_EXTERN_C ORV_FUNC LONG ORVCALL naive_wtol(const WCHAR* p);
+ORV_EXTERN_C ORV_FUNC LONGLONG ORVCALL naive_atoll(const char* p);
+ORV_EXTERN_C ORV_FUNC LONGLONG ORVCALL naive_wtoll(const WCHAR* p);
+/// The same with decimals behind "." or ","; no exponent.
+ORV_EXTERN_C ORV_FUNC double ORVCALL naive_atof(const char* p);
+ORV_EXTERN_C ORV_FUNC double ORVCALL naive_wtof(const WCHAR* p);
+
+/// Writes two upper-case digits a byte and a terminator; returns 2 * \p cbData + 1, or 0 for null or no data.
+ORV_EXTERN_C ORV_FUNC unsigned ORVCALL BinaryToHex(const unsigned char* pData, unsigned cbData, WCHAR* pOut);
+
+/// The text of a file's bytes: UTF-16 with or without a mark, UTF-8 with a mark or well-formed enough, else
+/// ANSI. \p cbData 0 means: up to the first zero byte. \p pwszConverted has room for \p cbData + 1 units (its
+/// length + 1 where that is 0). Returns the units written without the terminator, which is always written.
+/// Null is reported
+/// ("pszFileData == nullptr || pwszConverted == nullptr") and 0.
+ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetTextFileContents(const char* pszFileData, unsigned cbData,
+                                                           WCHAR* pwszConverted);
+
+/// The Luhn check digit (0 to 9) of a text of decimal digits, or -1 for null, empty or any other text.
+ORV_EXTERN_C ORV_FUNC int ORVCALL GetLuhnKey(const WCHAR* sDigits);

@@ -1,0 +1,204 @@
+#include "orvcomtypes/stringutils.h"
+
+#include "strings/ansi.h"
+#include "strings/textlen.h"
+#include "strings/utf8.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace
+{
+
+using OCT::TextLength;
+
+// A source up to its end or a zero unit, and the room before the terminator.
+template <class Src, class Dest>
+struct CConversion
+{
+    CConversion(const Src* pSrc, Dest* pDest, unsigned cchDest)
+        : m_pSrc(pSrc), m_nSrc(TextLength(pSrc)), m_pDest(pDest), m_nRoom(RoomOf(cchDest))
+    {
+    }
+    CConversion(const Src* pFrom, const Src* pTo, Dest* pDest, unsigned cchDest)
+        : m_pSrc(pFrom),
+          m_nSrc(TextLength(pFrom, static_cast<std::size_t>(pTo - pFrom))),
+          m_pDest(pDest),
+          m_nRoom(RoomOf(cchDest))
+    {
+    }
+
+    // Every result is an int.
+    static std::size_t RoomOf(unsigned cchDest)
+    {
+        return std::min(cchDest - 1, static_cast<unsigned>(INT_MAX));
+    }
+
+    template <class Convert, class... Args>
+    int Run(Convert convert, Args... args) const
+    {
+        const std::size_t n = convert(m_pSrc, m_nSrc, m_pDest, m_nRoom, args...);
+        m_pDest[n] = 0;
+        return static_cast<int>(n);
+    }
+
+    const Src* m_pSrc;
+    std::size_t m_nSrc;
+    Dest* m_pDest;
+    std::size_t m_nRoom;
+};
+
+template <class Dest>
+int Refuse(const char* sFunction, const char* sCondition, Dest* pDest, unsigned cchDest)
+{
+    ORV_REPORT(sFunction, sCondition);
+    if (pDest != nullptr && cchDest > 0)
+        *pDest = 0;
+    return 0;
+}
+
+std::size_t CopyBytes(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom)
+{
+    const std::size_t n = std::min(nSrc, nRoom);
+    std::memmove(pDest, pSrc, n);
+    return n;
+}
+
+} // namespace
+
+int ORVCALL UnicodeToANSI(const WCHAR* pSrc, char* pDest, unsigned cchDest, unsigned destCodePage)
+{
+    if (pSrc == nullptr || pDest == nullptr || cchDest < 2 || destCodePage == CP_UTF8)
+        return Refuse("UnicodeToANSI",
+                      "pSrc == nullptr || pDest == nullptr || cchDest < 2 || destCodePage == CP_UTF8", pDest,
+                      cchDest);
+    return CConversion(pSrc, pDest, cchDest).Run(OCT::WideToAnsi, destCodePage);
+}
+
+int ORVCALL UnicodeToANSIEx(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest, unsigned cchDest,
+                            unsigned destCodePage)
+{
+    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2 ||
+        destCodePage == CP_UTF8)
+        return Refuse(
+            "UnicodeToANSIEx",
+            "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2"
+            " || destCodePage == CP_UTF8",
+            pDest, cchDest);
+    return CConversion(pSrcFrom, pSrcTo, pDest, cchDest).Run(OCT::WideToAnsi, destCodePage);
+}
+
+int ORVCALL ANSIToUnicode(const char* pSrc, WCHAR* pDest, unsigned cchDest, unsigned srcCodePage)
+{
+    if (pSrc == nullptr || pDest == nullptr || cchDest < 2 || srcCodePage == CP_UTF8)
+        return Refuse("ANSIToUnicode",
+                      "pSrc == nullptr || pDest == nullptr || cchDest < 2 || srcCodePage == CP_UTF8", pDest,
+                      cchDest);
+    return CConversion(pSrc, pDest, cchDest).Run(OCT::AnsiToWide, srcCodePage);
+}
+
+int ORVCALL ANSIToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest, unsigned cchDest,
+                            unsigned srcCodePage)
+{
+    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2 ||
+        srcCodePage == CP_UTF8)
+        return Refuse(
+            "ANSIToUnicodeEx",
+            "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2"
+            " || srcCodePage == CP_UTF8",
+            pDest, cchDest);
+    return CConversion(pSrcFrom, pSrcTo, pDest, cchDest).Run(OCT::AnsiToWide, srcCodePage);
+}
+
+int ORVCALL UnicodeToUTF8(const WCHAR* pSrc, char* pDest, unsigned cbDest)
+{
+    if (pSrc == nullptr || pDest == nullptr || cbDest < 2)
+        return Refuse("UnicodeToUTF8", "pSrc == nullptr || pDest == nullptr || cbDest < 2", pDest, cbDest);
+    return CConversion(pSrc, pDest, cbDest).Run(OCT::WideToUtf8);
+}
+
+int ORVCALL UnicodeToUTF8Ex(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest, unsigned cbDest)
+{
+    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cbDest < 2)
+        return Refuse(
+            "UnicodeToUTF8Ex",
+            "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cbDest < 2",
+            pDest, cbDest);
+    return CConversion(pSrcFrom, pSrcTo, pDest, cbDest).Run(OCT::WideToUtf8);
+}
+
+int ORVCALL UTF8ToUnicode(const char* pSrc, WCHAR* pDest, unsigned cchDest)
+{
+    if (pSrc == nullptr || pDest == nullptr || cchDest < 2)
+        return Refuse("UTF8ToUnicode", "pSrc == nullptr || pDest == nullptr || cchDest < 2", pDest, cchDest);
+    return CConversion(pSrc, pDest, cchDest).Run(OCT::Utf8ToWide);
+}
+
+int ORVCALL UTF8ToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest, unsigned cchDest)
+{
+    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2)
+        return Refuse("UTF8ToUnicodeEx",
+                      "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
+                      "cchDest < 2",
+                      pDest, cchDest);
+    return CConversion(pSrcFrom, pSrcTo, pDest, cchDest).Run(OCT::Utf8ToWide);
+}
+
+int ORVCALL ANSIToUTF8(const char* pSrc, char* pDest, unsigned cbDest, unsigned srcCodePage)
+{
+    if (pSrc == nullptr || pDest == nullptr || cbDest < 2)
+        return Refuse("ANSIToUTF8", "pSrc == nullptr || pDest == nullptr || cbDest < 2", pDest, cbDest);
+    const CConversion conversion(pSrc, pDest, cbDest);
+    if (srcCodePage != CP_UTF8)
+        return conversion.Run(OCT::AnsiToUtf8, srcCodePage);
+    ORV_REPORT("ANSIToUTF8", "srcCodePage == CP_UTF8");
+    return conversion.Run(CopyBytes);
+}
+
+int ORVCALL ANSIToUTF8Ex(const char* pSrcFrom, const char* pSrcTo, char* pDest, unsigned cchDest,
+                         unsigned srcCodePage)
+{
+    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2)
+        return Refuse("ANSIToUTF8Ex",
+                      "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
+                      "cchDest < 2",
+                      pDest, cchDest);
+    const CConversion conversion(pSrcFrom, pSrcTo, pDest, cchDest);
+    if (srcCodePage != CP_UTF8)
+        return conversion.Run(OCT::AnsiToUtf8, srcCodePage);
+    ORV_REPORT("ANSIToUTF8Ex", "srcCodePage == CP_UTF8");
+    return conversion.Run(CopyBytes);
+}
+
+int ORVCALL UTF8ToANSI(const char* pSrc, char* pDest, unsigned cchDest, unsigned destCodePage)
+{
+    if (pSrc == nullptr || pDest == nullptr || cchDest < 2)
+        return Refuse("UTF8ToANSI", "pSrc == nullptr || pDest == nullptr || cchDest < 2", pDest, cchDest);
+    const CConversion conversion(pSrc, pDest, cchDest);
+    if (destCodePage != CP_UTF8)
+        return conversion.Run(OCT::Utf8ToAnsi, destCodePage, nullptr);
+    ORV_REPORT("UTF8ToANSI", "destCodePage == CP_UTF8");
+    return conversion.Run(CopyBytes);
+}
+
+int ORVCALL UTF8ToANSIEx(const char* pSrcFrom, const char* pSrcTo, char* pDest, unsigned cchDest,
+                         unsigned destCodePage)
+{
+    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2)
+        return Refuse("UTF8ToANSIEx",
+                      "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
+                      "cchDest < 2",
+                      pDest, cchDest);
+    const CConversion conversion(pSrcFrom, pSrcTo, pDest, cchDest);
+    if (destCodePage == CP_UTF8)
+    {
+        ORV_REPORT("UTF8ToANSIEx", "destCodePage == CP_UTF8");
+        return conversion.Run(CopyBytes);
+    }
+    bool bPastEnd = false;
+    const int n = conversion.Run(OCT::Utf8ToAnsi, destCodePage, &bPastEnd);
+    if (bPastEnd && conversion.m_pSrc + conversion.m_nSrc == pSrcTo)
+        ORV_REPORT("UTF8ToANSIEx", "p > pSrcTo");
+    return n;
+}

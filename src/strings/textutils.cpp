@@ -1,0 +1,174 @@
+// The small text utilities of stringutils.h.
+#include "orvcomtypes/stringutils.h"
+
+#include "strings/charclass.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace
+{
+
+template <class Char>
+bool IsMissing(const Char* p, const char* sFunction)
+{
+    if (p == nullptr)
+        ORV_REPORT_FROM("stringutils", sFunction, "p == nullptr", 0);
+    return p == nullptr;
+}
+
+// Skips blanks and a minus sign; true when there was one.
+template <class Char>
+bool TakeSign(const Char*& p)
+{
+    while (*p == ' ' || *p == '\t')
+        ++p;
+    const bool bNegative = *p == '-';
+    p += bNegative;
+    return bNegative;
+}
+
+// Overflow wraps at the end: the low bits do not depend on the high ones.
+template <class Char>
+std::uint64_t ParseInteger(const Char* p, const char* sFunction)
+{
+    if (IsMissing(p, sFunction))
+        return 0;
+    const bool bNegative = TakeSign(p);
+    std::uint64_t n = 0;
+    for (; OCT::IsDigit(*p); ++p)
+        n = n * 10 + static_cast<std::uint64_t>(*p - '0');
+    return bNegative ? 0 - n : n;
+}
+
+// The digits behind the separator as a part of 1. From the nineteenth on they cannot change the value.
+template <class Char>
+double ParseFraction(const Char* p)
+{
+    std::uint64_t f = 0;
+    int k = 0;
+    for (; OCT::IsDigit(*p); ++p)
+        if (k < 18)
+        {
+            f = f * 10 + static_cast<std::uint64_t>(*p - '0');
+            ++k;
+        }
+    return static_cast<double>(f) / (k == 2 ? 100.0 : std::pow(10.0, k));
+}
+
+template <class Char>
+double ParseDouble(const Char* p, const char* sFunction)
+{
+    if (IsMissing(p, sFunction))
+        return 0;
+    const bool bNegative = TakeSign(p);
+    double d = 0;
+    for (; OCT::IsDigit(*p); ++p)
+        d = d * 10 + static_cast<double>(*p - '0');
+    if (*p == '.' || *p == ',')
+        d += ParseFraction(p + 1);
+    return bNegative ? -d : d;
+}
+
+// Four hexadecimal digits as a code unit, or -1.
+int ParseHexUnit(const char* p)
+{
+    int n = 0;
+    for (int i = 0; i < 4; ++i)
+    {
+        const int nDigit = OCT::HexDigitValue(p[i]);
+        if (nDigit < 0)
+            return -1;
+        n = n << 4 | nDigit;
+    }
+    return n;
+}
+
+} // namespace
+
+LONG ORVCALL naive_atol(const char* p)
+{
+    return static_cast<LONG>(ParseInteger(p, "naive_atol"));
+}
+
+LONG ORVCALL naive_wtol(const WCHAR* p)
+{
+    return static_cast<LONG>(ParseInteger(p, "naive_wtol"));
+}
+
+LONGLONG ORVCALL naive_atoll(const char* p)
+{
+    return static_cast<LONGLONG>(ParseInteger(p, "naive_atoll"));
+}
+
+LONGLONG ORVCALL naive_wtoll(const WCHAR* p)
+{
+    return static_cast<LONGLONG>(ParseInteger(p, "naive_wtoll"));
+}
+
+double ORVCALL naive_atof(const char* p)
+{
+    return ParseDouble(p, "naive_atof");
+}
+
+double ORVCALL naive_wtof(const WCHAR* p)
+{
+    return ParseDouble(p, "naive_wtof");
+}
+
+int ORVCALL UCNToUnicode(const char* pSrc, WCHAR* pDest, int cchDest)
+{
+    if (pSrc == nullptr || pDest == nullptr || cchDest <= 0)
+        return 0;
+    int n = 0;
+    for (; *pSrc && n < cchDest - 1; ++n)
+    {
+        if (*pSrc != '\\')
+        {
+            // Deliberate: bytes widen as signed ones, so 0x80 gives U+FF80.
+            pDest[n] = static_cast<WCHAR>(static_cast<signed char>(*pSrc++));
+            continue;
+        }
+        const int nUnit = pSrc[1] == 'u' ? ParseHexUnit(pSrc + 2) : -1;
+        if (nUnit < 0)
+            break;
+        pDest[n] = static_cast<WCHAR>(nUnit);
+        pSrc += 6;
+    }
+    pDest[n] = 0;
+    return n;
+}
+
+unsigned ORVCALL BinaryToHex(const unsigned char* pData, unsigned cbData, WCHAR* pOut)
+{
+    if (pData == nullptr || cbData == 0 || pOut == nullptr)
+        return 0;
+    static constexpr char c_aDigits[] = "0123456789ABCDEF";
+    for (unsigned i = 0; i < cbData; ++i)
+    {
+        *pOut++ = static_cast<WCHAR>(c_aDigits[pData[i] >> 4]);
+        *pOut++ = static_cast<WCHAR>(c_aDigits[pData[i] & 0xF]);
+    }
+    *pOut = 0;
+    return 2 * cbData + 1;
+}
+
+int ORVCALL GetLuhnKey(const WCHAR* sDigits)
+{
+    if (sDigits == nullptr || *sDigits == 0)
+        return -1;
+    const WCHAR* p = sDigits;
+    while (OCT::IsDigit(*p))
+        ++p;
+    if (*p != 0)
+        return -1;
+    // From the right every second digit counts twice, the last one first; of a doubled digit the digits are
+    // added.
+    unsigned nSum = 0;
+    for (bool bTwice = true; p != sDigits; bTwice = !bTwice)
+    {
+        const unsigned nDigit = static_cast<unsigned>(*--p - '0') << bTwice;
+        nSum = (nSum + nDigit / 10 + nDigit % 10) % 10;
+    }
+    return static_cast<int>((10 - nSum) % 10);
+}
