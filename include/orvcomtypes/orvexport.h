@@ -1,7 +1,8 @@
 /// How names leave the library: visibility, calling conventions and the literal form of its 16-bit text.
 ///
-/// This is the only header that knows the platform. On 32-bit Windows plain functions are stdcall and exported by
-/// undecorated name through the module definition file; classes are exported member by member by their C++ names.
+/// This is the only header that knows the platform. On 32-bit Windows plain functions are stdcall and
+/// exported by undecorated name through the module definition file; classes are exported member by member by
+/// their C++ names.
 #pragma once
 
 #if defined(_WIN32)
@@ -16,19 +17,21 @@
 #define ORV_FUNC __declspec(dllimport)
 #endif
 #define ORVTEXT_(text) L##text
-#define ORV_EXTERN_TEMPLATE(...) static_assert(true)
-#define ORV_EXPORT_TEMPLATE(...) template class ORV_API __VA_ARGS__
 #else
 #define ORV_API __attribute__((visibility("default")))
 #define ORV_FUNC __attribute__((visibility("default")))
 #define ORVTEXT_(text) u##text
-#define ORV_EXTERN_TEMPLATE(...) extern template class ORV_API __VA_ARGS__
-#define ORV_EXPORT_TEMPLATE(...) template class __VA_ARGS__
 #endif
 
-// An instantiation that the library exports: ORV_EXTERN_TEMPLATE in the header that needs it, ORV_EXPORT_TEMPLATE in one
-// source file, before anything uses the type. MinGW does not export the inline members of an instantiation, so a
-// Windows module makes its own instead of relying on the library's.
+// An instantiation that the library exports: ORV_EXTERN_TEMPLATE in the header that needs it, before anything
+// uses the type, and ORV_EXPORT_TEMPLATE in one source file. MinGW does not export the inline members of an
+// instantiation, so another Windows module makes its own instead of relying on the library's.
+#if defined(_WIN32) && !defined(ORVCOMTYPES_BUILD)
+#define ORV_EXTERN_TEMPLATE(...) static_assert(true)
+#else
+#define ORV_EXTERN_TEMPLATE(...) extern template class ORV_API __VA_ARGS__
+#endif
+#define ORV_EXPORT_TEMPLATE(...) template class __VA_ARGS__
 
 #if defined(_M_IX86) || (defined(_WIN32) && defined(__i386__))
 #define ORVCALL __stdcall

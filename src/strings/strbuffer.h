@@ -47,7 +47,7 @@ inline void CopyUnits(WCHAR* pTo, const WCHAR* pFrom, std::size_t n) noexcept
 }
 
 /// Ends the text of a private buffer at \p nLen.
-inline void EndStr(WCHAR* s, std::size_t nLen) noexcept
+inline void EndStr(WCHAR* s, std::uint64_t nLen) noexcept
 {
     s[nLen] = 0;
     StrHeader(s).nStrLen = static_cast<std::uint32_t>(nLen);
