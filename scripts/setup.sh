@@ -1,21 +1,25 @@
 #!/usr/bin/env bash
 # Installs what a Debian 12 (x86-64) machine lacks to build and test OrvComTypes; does nothing where all is there.
 #
-#   scripts/setup.sh [part...]     parts: linux windows bench fuzz      default: linux windows
+#   scripts/setup.sh [part...]     parts: linux windows bench fuzz tidy      default: linux windows
 #
 # Packages come from the machine's own package sources (root or sudo is needed only when one is missing).
 # Everything else goes to $ORVCOMTYPES_CACHE, by default ~/.cache/orvcomtypes, and can be deleted at any time.
 set -euo pipefail
 source "$(dirname "$0")/env.sh"
 
-linux_packages=(g++ clang clang-format cmake ninja-build make git pkg-config googletest libgtest-dev libbenchmark-dev
-    libicu-dev unixodbc-dev libsqliteodbc sqlite3 locales binutils)
+# llvm: readable stacks of the sanitizers.
+linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
+    libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc sqlite3 locales binutils)
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
     googletest cmake ninja-build locales)
-bench_packages=(libbenchmark-dev libboost-dev qtbase5-dev)
-fuzz_packages=(clang llvm)
+# The libraries that ours is measured beside.
+bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libhowardhinnant-date-dev
+    robin-map-dev)
+fuzz_packages=(clang libclang-rt-dev llvm)
+tidy_packages=(clang-tidy)
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -184,7 +188,8 @@ for part in "$@"; do
         windows) packages+=("${windows_packages[@]}") ;;
         bench) packages+=("${bench_packages[@]}") ;;
         fuzz) packages+=("${fuzz_packages[@]}") ;;
-        *) fail "unknown part '$part' (linux windows bench fuzz)" ;;
+        tidy) packages+=("${tidy_packages[@]}") ;;
+        *) fail "unknown part '$part' (linux windows bench fuzz tidy)" ;;
     esac
 done
 

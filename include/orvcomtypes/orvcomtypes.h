@@ -5,6 +5,7 @@
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/smartcls.h"
 #include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/fixedtext.h"
 #include "orvcomtypes/plexalloc.h"
 #include "orvcomtypes/octalloc.h"
 #include "orvcomtypes/orvstralloc.h"
@@ -26,4 +27,5 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/loadstrres.h"
 #include "orvcomtypes/resourcehandler.h"
+#include "orvcomtypes/orvsqlstr.h"
 // clang-format on

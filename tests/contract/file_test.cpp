@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <shlobj.h>
 #include <windows.h>
+#include <shlobj.h>
 
 #include "orvcomtypes/orvexport.h"
 #include "support/temp_dir.h"
@@ -46,7 +46,7 @@ class File : public testing::Test
 {
 protected:
     CTempDir m_dir;
-    const std::filesystem::path m_path = m_dir / u"na\u00EFve \u4E2D.txt";
+    const std::filesystem::path m_path = m_dir / ORVTEXT("na\u00EFve \u4E2D.txt");
     const Text m_sPath = ToText(m_path);
 };
 
