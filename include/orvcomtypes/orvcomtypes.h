@@ -24,6 +24,8 @@
 #include "orvcomtypes/orvtimer.h"
 #include "orvcomtypes/regkeyw.h"
 #include "orvcomtypes/lqsettings.h"
+#include "orvcomtypes/syncutil.h"
+#include "orvcomtypes/threadname.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/loadstrres.h"
 #include "orvcomtypes/resourcehandler.h"

@@ -13,6 +13,7 @@
 #include "orvport/environment.h"
 #include "orvport/file.h"
 #include "orvport/memory.h"
+#include "orvport/message.h"
 #include "orvport/module.h"
 #include "orvport/nls.h"
 #include "orvport/registry.h"

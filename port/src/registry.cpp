@@ -1,3 +1,4 @@
+#include "registryapi.h"
 #include "registryhive.h"
 #include "registryzones.h"
 
@@ -217,23 +218,6 @@ CRegView ViewOf(LPCWSTR s)
     return s == nullptr ? CRegView() : CRegView(s);
 }
 
-/// Hands out a value as the query functions do: a null buffer asks for the size.
-LSTATUS Deliver(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData)
-{
-    if (lpType != nullptr)
-        *lpType = dwType;
-    if (lpcbData == nullptr)
-        return ERROR_SUCCESS;
-    const DWORD cbRoom = std::exchange(*lpcbData, static_cast<DWORD>(data.size()));
-    if (lpData == nullptr)
-        return ERROR_SUCCESS;
-    if (cbRoom < data.size())
-        return ERROR_MORE_DATA;
-    if (!data.empty())
-        std::memcpy(lpData, data.data(), data.size());
-    return ERROR_SUCCESS;
-}
-
 /// Hands out a name with its terminator; the count is without it.
 LSTATUS DeliverName(CRegView sName, LPWSTR lpName, LPDWORD lpcchName)
 {
@@ -243,24 +227,6 @@ LSTATUS DeliverName(CRegView sName, LPWSTR lpName, LPDWORD lpcchName)
     lpName[sName.size()] = 0;
     *lpcchName = static_cast<DWORD>(sName.size());
     return ERROR_SUCCESS;
-}
-
-LSTATUS FetchValue(HKEY hKey, CRegView sName, DWORD& dwType, CRegData& data)
-{
-    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
-        if (key.MayNot(KEY_QUERY_VALUE))
-            return ERROR_ACCESS_DENIED;
-        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
-            if (key.IsGone(document))
-                return ERROR_KEY_DELETED;
-            const CRegEntry* pEntry = key.FindValue(document, sName);
-            if (pEntry == nullptr)
-                return ERROR_FILE_NOT_FOUND;
-            dwType = pEntry->m_dwType;
-            data = pEntry->m_data;
-            return ERROR_SUCCESS;
-        });
-    });
 }
 
 LSTATUS StoreValue(const CRegKey& key, CRegView sName, DWORD dwType, CRegData data)
@@ -279,6 +245,42 @@ LSTATUS StoreValue(const CRegKey& key, CRegView sName, DWORD dwType, CRegData da
 }
 
 } // namespace
+
+LSTATUS FetchRegValue(HKEY hKey, CRegView sName, DWORD& dwType, CRegData& data) noexcept
+{
+    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
+        if (key.MayNot(KEY_QUERY_VALUE))
+            return ERROR_ACCESS_DENIED;
+        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
+            if (key.IsGone(document))
+                return ERROR_KEY_DELETED;
+            const CRegEntry* pEntry = key.FindValue(document, sName);
+            if (pEntry == nullptr)
+                return ERROR_FILE_NOT_FOUND;
+            dwType = pEntry->m_dwType;
+            data = pEntry->m_data;
+            return ERROR_SUCCESS;
+        });
+    });
+}
+
+LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBYTE lpData,
+                        LPDWORD lpcbData) noexcept
+{
+    if (lpType != nullptr)
+        *lpType = dwType;
+    if (lpcbData == nullptr)
+        return ERROR_SUCCESS;
+    const DWORD cbRoom = std::exchange(*lpcbData, static_cast<DWORD>(data.size()));
+    if (lpData == nullptr)
+        return ERROR_SUCCESS;
+    if (cbRoom < data.size())
+        return ERROR_MORE_DATA;
+    if (!data.empty())
+        std::memcpy(lpData, data.data(), data.size());
+    return ERROR_SUCCESS;
+}
+
 } // namespace OrvPort
 
 using namespace OrvPort;
@@ -346,8 +348,8 @@ LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD, LPDWORD lpType
         return ERROR_INVALID_PARAMETER;
     DWORD dwType = 0;
     CRegData data;
-    const LSTATUS lStatus = FetchValue(hKey, ViewOf(lpValueName), dwType, data);
-    return lStatus != ERROR_SUCCESS ? lStatus : Deliver(dwType, data, lpType, lpData, lpcbData);
+    const LSTATUS lStatus = FetchRegValue(hKey, ViewOf(lpValueName), dwType, data);
+    return lStatus != ERROR_SUCCESS ? lStatus : DeliverRegValue(dwType, data, lpType, lpData, lpcbData);
 }
 
 LSTATUS RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD, DWORD dwType, const BYTE* lpData,
@@ -427,7 +429,7 @@ LSTATUS RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcc
             if (pEntry == nullptr)
                 return ERROR_NO_MORE_ITEMS;
             const LSTATUS lName = DeliverName(pEntry->m_sName, lpValueName, lpcchValueName);
-            const LSTATUS lData = Deliver(pEntry->m_dwType, pEntry->m_data, lpType, lpData, lpcbData);
+            const LSTATUS lData = DeliverRegValue(pEntry->m_dwType, pEntry->m_data, lpType, lpData, lpcbData);
             return lName != ERROR_SUCCESS ? lName : lData;
         });
     });

@@ -101,14 +101,6 @@ void AppendUnits(CRegData& data, CRegView s)
     }
 }
 
-CRegString FromAnsi(std::string_view s)
-{
-    CRegString sWide;
-    for (char c : s)
-        sWide.push_back(static_cast<unsigned char>(c));
-    return sWide;
-}
-
 /// Number of bytes of the UTF-8 sequence at \p i, 0 when there is none; surrogates count as sequences.
 std::size_t Utf8Length(std::string_view s, std::size_t i)
 {
@@ -146,7 +138,7 @@ CRegString FromUtf8(std::string_view s)
     {
         const std::size_t n = Utf8Length(s, i);
         if (n == 0)
-            return FromAnsi(s);
+            return RegFromAnsi(s);
         std::uint32_t c = static_cast<unsigned char>(s[i]);
         if (n > 1)
             c &= 0x7Fu >> n;
@@ -393,7 +385,7 @@ bool CRegTextReader::ParseHex(CRegTextItem& item, CRegView sText)
     if (m_bNarrowData && bText)
     {
         const CRegString sWide =
-            FromAnsi({reinterpret_cast<const char*>(item.m_data.data()), item.m_data.size()});
+            RegFromAnsi({reinterpret_cast<const char*>(item.m_data.data()), item.m_data.size()});
         item.m_data.clear();
         AppendUnits(item.m_data, sWide);
     }
@@ -440,6 +432,16 @@ bool CRegTextReader::ParseHexLine(CRegView sText, CRegData& data, bool& bContinu
             return false;
     }
     return true;
+}
+
+CRegString RegFromAnsi(std::string_view s)
+{
+    CRegString sWide(s.size(), WCHAR(0));
+    const int n = s.empty() ? 0
+                            : MultiByteToWideChar(CP_ACP, 0, s.data(), static_cast<int>(s.size()),
+                                                  sWide.data(), static_cast<int>(sWide.size()));
+    sWide.resize(static_cast<std::size_t>(n));
+    return sWide;
 }
 
 CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data)

@@ -78,6 +78,9 @@ private:
 /// `"name"=data` as the reader reads it back, lines separated by one LF.
 CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data);
 
+/// Text of the ANSI code page.
+CRegString RegFromAnsi(std::string_view s);
+
 /// First line of a registry text.
 CRegString RegTextSignature();
 

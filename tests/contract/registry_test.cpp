@@ -105,6 +105,15 @@ protected:
         return value;
     }
     Value Get(const WCHAR* sName) { return Get(m_hKey, sName); }
+    Value GetA(const char* sName)
+    {
+        Value value{0, 0, Data(100)};
+        DWORD cb = static_cast<DWORD>(value.m_data.size());
+        value.m_lStatus = RegQueryValueExA(m_hKey, sName, nullptr, &value.m_dwType, value.m_data.data(), &cb);
+        value.m_data.resize(value.m_lStatus == ERROR_SUCCESS ? cb : 0);
+        return value;
+    }
+
     HKEY m_hKey = nullptr;
     std::vector<HKEY> m_opened;
 };
@@ -236,6 +245,37 @@ TEST_F(Registry, DeletesValues)
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(m_hKey, ORVTEXT("V")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, Get(ORVTEXT("v")).m_lStatus);
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(m_hKey, ORVTEXT("v")));
+}
+
+TEST_F(Registry, NarrowCallsSpeakTheAnsiCodePage)
+{
+    const char sAnsi[] = "Aut\xF3 \xE9";
+    WCHAR sWide[sizeof sAnsi];
+    ASSERT_EQ(static_cast<int>(sizeof sAnsi),
+              MultiByteToWideChar(CP_ACP, 0, sAnsi, sizeof sAnsi, sWide, sizeof sAnsi));
+    const Data ansi(sAnsi, sAnsi + sizeof sAnsi);
+    const Data wide = Bytes(Text(sWide, sizeof sAnsi));
+
+    Set(sWide, REG_EXPAND_SZ, wide);
+    EXPECT_EQ((Value{ERROR_SUCCESS, REG_EXPAND_SZ, ansi}), GetA(sAnsi));
+    DWORD cb = 0;
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(m_hKey, sAnsi, nullptr, nullptr, nullptr, &cb));
+    EXPECT_EQ(sizeof sAnsi, cb);
+    BYTE buffer[sizeof sAnsi];
+    cb = sizeof sAnsi - 1;
+    EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExA(m_hKey, sAnsi, nullptr, nullptr, buffer, &cb));
+    EXPECT_EQ(sizeof sAnsi, cb);
+
+    const auto setA = [&](DWORD dwType) {
+        return RegSetValueExA(m_hKey, sAnsi, 0, dwType, reinterpret_cast<const BYTE*>(sAnsi), sizeof sAnsi);
+    };
+    EXPECT_EQ(ERROR_SUCCESS, setA(REG_SZ));
+    EXPECT_EQ((Value{ERROR_SUCCESS, REG_SZ, wide}), Get(sWide));
+    EXPECT_EQ(ERROR_SUCCESS, setA(REG_BINARY));
+    EXPECT_EQ((Value{ERROR_SUCCESS, REG_BINARY, ansi}), Get(sWide));
+    EXPECT_EQ((Value{ERROR_SUCCESS, REG_BINARY, ansi}), GetA(sAnsi));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(m_hKey, sAnsi));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueA(m_hKey, sAnsi));
 }
 
 TEST_F(Registry, KeysAreDeletedFromTheLeavesUp)

@@ -43,9 +43,14 @@ LSTATUS RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey) noexcept;
 
 LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
                          LPDWORD lpcbData) noexcept;
+LSTATUS RegQueryValueExA(HKEY hKey, LPCSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
+                         LPDWORD lpcbData) noexcept;
 LSTATUS RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData,
                        DWORD cbData) noexcept;
+LSTATUS RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData,
+                       DWORD cbData) noexcept;
 LSTATUS RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) noexcept;
+LSTATUS RegDeleteValueA(HKEY hKey, LPCSTR lpValueName) noexcept;
 
 LSTATUS RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
                       LPWSTR lpClass, LPDWORD lpcchClass, FILETIME* lpftLastWriteTime) noexcept;

@@ -1,0 +1,51 @@
+#include "threadnaming.h"
+
+#include <string>
+#include <string_view>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr std::size_t g_nMaxKernelName = 15; // bytes
+constexpr DWORD g_dwFirstNoId = 0x7FFFFFFF;
+
+bool IsContinuation(char c)
+{
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+/// The kernel's names are short: a longer one keeps its start and its end, no character is torn.
+std::string KernelName(std::string_view sName)
+{
+    if (sName.size() <= g_nMaxKernelName)
+        return std::string(sName);
+    std::size_t nHead = g_nMaxKernelName / 2;
+    while (nHead > 0 && IsContinuation(sName[nHead]))
+        --nHead;
+    std::size_t nTail = sName.size() - g_nMaxKernelName / 2;
+    while (nTail < sName.size() && IsContinuation(sName[nTail]))
+        ++nTail;
+    return std::string(sName.substr(0, nHead)).append("~").append(sName.substr(nTail));
+}
+
+} // namespace
+
+void PortNameThread(DWORD dwThreadId, const char* sName) noexcept
+{
+    const std::string sKernelName = KernelName(sName);
+    if (dwThreadId >= g_dwFirstNoId || dwThreadId == GetCurrentThreadId())
+    {
+        pthread_setname_np(pthread_self(), sKernelName.c_str());
+        return;
+    }
+    const std::string sFile = "/proc/self/task/" + std::to_string(dwThreadId) + "/comm";
+    const int nFile = open(sFile.c_str(), O_WRONLY | O_CLOEXEC);
+    if (nFile < 0)
+        return;
+    [[maybe_unused]] const ssize_t nWritten = write(nFile, sKernelName.data(), sKernelName.size());
+    close(nFile);
+}
