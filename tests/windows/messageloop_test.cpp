@@ -1,0 +1,185 @@
+#include "orvcomtypes/syncutil.h"
+#include "orvcomtypes/threadname.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <latch>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr UINT g_nMessage = WM_APP + 1;
+constexpr UINT g_nSendMessage = WM_APP + 2;
+
+/// A message-only window of the calling thread that keeps what it is sent and signals the event of
+/// g_nSendMessage.
+class CTestWindow
+{
+public:
+    CTestWindow()
+    {
+        WNDCLASSW windowClass = {};
+        windowClass.lpfnWndProc = WindowProc;
+        windowClass.lpszClassName = ORVTEXT("OrvComTypes test");
+        RegisterClassW(&windowClass);
+        m_hWnd = CreateWindowExW(0, windowClass.lpszClassName, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                 nullptr, nullptr);
+        SetWindowLongPtrW(m_hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    }
+    ~CTestWindow() { DestroyWindow(m_hWnd); }
+    operator HWND() const { return m_hWnd; }
+
+    std::vector<LPARAM> m_received;
+
+private:
+    static LRESULT CALLBACK WindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
+    {
+        if (nMessage != g_nMessage && nMessage != g_nSendMessage)
+            return DefWindowProcW(hWnd, nMessage, wParam, lParam);
+        reinterpret_cast<CTestWindow*>(GetWindowLongPtrW(hWnd, GWLP_USERDATA))->m_received.push_back(lParam);
+        if (nMessage == g_nSendMessage)
+            SetEvent(reinterpret_cast<HANDLE>(wParam));
+        return 0;
+    }
+
+    HWND m_hWnd;
+};
+
+class MessageLoop : public testing::Test
+{
+protected:
+    ~MessageLoop() override
+    {
+        CloseHandle(m_hEvent);
+        MSG msg;
+        while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE))
+        {
+        }
+    }
+    bool QuitIsWaiting()
+    {
+        MSG msg;
+        return PeekMessageW(&msg, nullptr, WM_QUIT, WM_QUIT, PM_NOREMOVE) && msg.message == WM_QUIT;
+    }
+
+    CTestWindow m_window;
+    HANDLE m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+};
+
+TEST_F(MessageLoop, PostsToWindowsThatExist)
+{
+    EXPECT_EQ(0, ThPostMessage(m_window, g_nMessage, 1, 2));
+    EXPECT_EQ(5, DoEvents(5));
+    EXPECT_EQ(std::vector<LPARAM>{2}, m_window.m_received);
+    HWND hDestroyed;
+    {
+        const CTestWindow window;
+        hDestroyed = window;
+    }
+    EXPECT_EQ(1, ThPostMessage(hDestroyed, g_nMessage, 0, 0));
+}
+
+TEST_F(MessageLoop, SendsAcrossThreads)
+{
+    HRESULT hr = E_FAIL;
+    std::thread sender([&] {
+        hr = ThSendMessage(m_window, g_nSendMessage, 9);
+        SetEvent(m_hEvent);
+    });
+    EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
+    sender.join();
+    EXPECT_EQ(S_OK, hr);
+    EXPECT_EQ(std::vector<LPARAM>{9}, m_window.m_received);
+}
+
+TEST_F(MessageLoop, ASignalledHandleComesBeforeMessages)
+{
+    SetEvent(m_hEvent);
+    ThPostMessage(m_window, g_nMessage, 0, 1);
+    EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
+    EXPECT_TRUE(m_window.m_received.empty());
+}
+
+TEST_F(MessageLoop, DispatchesWhileItWaits)
+{
+    std::thread other([&] {
+        for (LPARAM i = 0; i < 100; ++i)
+            ThPostMessage(m_window, g_nMessage, 0, i);
+        ThPostMessage(m_window, g_nSendMessage, reinterpret_cast<WPARAM>(m_hEvent), 100);
+    });
+    const HANDLE handles[] = {m_hEvent};
+    EXPECT_EQ(0, WaitEventWithMessageLoop(handles, 1, INFINITE, FALSE));
+    other.join();
+    EXPECT_EQ(101u, m_window.m_received.size());
+}
+
+TEST_F(MessageLoop, StopsAtAQuitAndKeepsIt)
+{
+    ThPostMessage(m_window, g_nMessage, 0, 1);
+    PostQuitMessage(3);
+    EXPECT_EQ(1, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
+    EXPECT_EQ(std::vector<LPARAM>{1}, m_window.m_received) << "what came before the quit is dispatched";
+    EXPECT_TRUE(QuitIsWaiting());
+    EXPECT_EQ(8, DoEvents(8));
+    EXPECT_TRUE(QuitIsWaiting());
+}
+
+TEST_F(MessageLoop, WaitsForItsMessage)
+{
+    ThPostMessage(m_window, g_nMessage, 0, 1);
+    std::thread other([&] { ThPostMessage(m_window, g_nSendMessage, 5, 6); });
+    WPARAM wParam = 0;
+    LPARAM lParam = 0;
+    EXPECT_EQ(1, WaitForAsyncProc(g_nSendMessage, &wParam, &lParam));
+    other.join();
+    EXPECT_EQ(5u, wParam);
+    EXPECT_EQ(6, lParam);
+    EXPECT_EQ(std::vector<LPARAM>{1}, m_window.m_received) << "others are dispatched, the awaited one is not";
+
+    PostQuitMessage(4);
+    EXPECT_EQ(0, WaitForAsyncProc(g_nMessage, &wParam, nullptr));
+    EXPECT_EQ(4u, wParam);
+    EXPECT_TRUE(QuitIsWaiting());
+}
+
+// ---- What a debugger sees of a name ----
+
+struct CNamingException
+{
+    int m_nCount = 0;
+    ULONG_PTR m_arguments[4] = {};
+    std::string m_sName;
+};
+CNamingException g_naming;
+
+LONG CALLBACK ObserveNaming(EXCEPTION_POINTERS* pException)
+{
+    const EXCEPTION_RECORD& record = *pException->ExceptionRecord;
+    if (record.ExceptionCode == 0x406D1388 && record.NumberParameters == 4)
+    {
+        ++g_naming.m_nCount;
+        for (int i = 0; i < 4; ++i)
+            g_naming.m_arguments[i] = record.ExceptionInformation[i];
+        g_naming.m_sName = reinterpret_cast<const char*>(record.ExceptionInformation[1]);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(NamingException, CarriesNameAndIdToTheDebugger)
+{
+    void* const pObserver = AddVectoredExceptionHandler(1, ObserveNaming);
+    SetThreadName(4711, "debugged");
+    RemoveVectoredExceptionHandler(pObserver);
+    EXPECT_EQ(1, g_naming.m_nCount);
+    EXPECT_EQ(0x1000u, g_naming.m_arguments[0]);
+    EXPECT_EQ("debugged", g_naming.m_sName);
+    EXPECT_EQ(4711u, g_naming.m_arguments[2]);
+    EXPECT_EQ(0u, g_naming.m_arguments[3]);
+}
+
+} // namespace
