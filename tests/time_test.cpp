@@ -1,5 +1,6 @@
 #include "orvcomtypes/orvtime.h"
 
+#include "support/random.h"
 #include "support/report_capture.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include <climits>
 #include <ctime>
 #include <limits>
-#include <random>
 #include <utility>
 
 namespace ATL
@@ -409,13 +409,10 @@ TEST(Time, LocalYearsAreLimited)
 
 TEST(Time, RandomTimesRoundTripInEveryForm)
 {
-    const unsigned nSeed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << nSeed);
-    std::mt19937 random(nSeed);
-    std::uniform_int_distribution<int> anyTime(1, 2145916800);
+    CTestRandom random;
     for (int i = 0; i < 20000; ++i)
     {
-        const COrvTime t(anyTime(random));
+        const COrvTime t(1 + static_cast<int>(random.UpTo(INT_MAX - 1)));
         SYSTEMTIME st;
         DBTIMESTAMP ts;
         WORD y, mo, d, h, mi, s;

@@ -382,12 +382,38 @@ public:
     bool SetFromString(const char* pStr) noexcept;
     bool SetFromString(const WCHAR* pStr) noexcept;
 
+    /// The parts of a text in the user's locale; of two forms of a part the long one counts.
+    enum LocalFormatFlags : unsigned
+    {
+        Date_Short = 0x01, ///< 5/6/2024
+        Date_Long = 0x02,  ///< May 6, 2024, on Windows with the weekday where the locale has it there
+        Date_Mask = 0x03,
+        Time_Short = 0x10, ///< 9:08 AM
+        Time_Long = 0x20,  ///< 9:08:09 AM
+        Time_Mask = 0x30,
+        Ext_TimeFirst = 0x100 ///< the time before the date; needs both
+    };
+
+    /// The local time as the platform writes it for the user's locale, a blank between date and time. Empty
+    /// when not valid or when no part is asked for.
+    /// "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) ==
+    /// 0)" gives the one part that there is.
+    COrvStr FormatLocal(unsigned uiFlags = Date_Short | Time_Long) const;
+    /// Reads what `FormatLocal` writes for the same flags, as precisely as it was written. Separators and
+    /// weekdays do not count; the seconds and the century may be left out. Without a date in the flags that
+    /// of the time itself holds, or today's when it is not valid; without a time of day local midnight.
+    ///
+    /// False leaves the time unchanged, except when the fields are no time: that stores null. "src ==
+    /// nullptr".
+    bool ParseLocal(const WCHAR* src, unsigned uiFlags = Date_Short | Time_Long);
+
 private:
     COrvTime RoundTo(int iAdd, int iUnit) const noexcept
     {
         return COrvTime(static_cast<int>((std::int64_t{m_iTime} + iAdd) / iUnit * iUnit));
     }
     bool CheckDATE(double d, const char* sFunction) noexcept;
+    bool InternalParseLocal(const WCHAR* src, unsigned uiFlags);
 
     int m_iTime;
 };

@@ -1,0 +1,32 @@
+#include "time/localetext.h"
+#include "time/localzone.h"
+#include "time/orvtimeutil.h"
+
+COrvStr COrvTime::FormatLocal(unsigned uiFlags) const
+{
+    const bool bTimeFirst = (uiFlags & Ext_TimeFirst) == Ext_TimeFirst;
+    if (bTimeFirst && ((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) == 0))
+        ORVTIME_REPORT("COrvTime::FormatLocal", "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && "
+                                                "((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) == 0)");
+    SYSTEMTIME st;
+    if (!IsValid() || !OCT::LocalFieldsOf(m_iTime, st))
+        return COrvStr();
+    return COrvStr(OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags).c_str());
+}
+
+bool COrvTime::ParseLocal(const WCHAR* src, unsigned uiFlags)
+{
+    if (src != nullptr)
+        return (uiFlags & (Date_Mask | Time_Mask)) != 0 && InternalParseLocal(src, uiFlags);
+    ORVTIME_REPORT("COrvTime::ParseLocal", "src == nullptr");
+    return false;
+}
+
+bool COrvTime::InternalParseLocal(const WCHAR* src, unsigned uiFlags)
+{
+    SYSTEMTIME st = {};
+    if ((uiFlags & Date_Mask) == 0 && !OCT::LocalFieldsOf((IsValid() ? *this : Now()).m_iTime, st))
+        return false;
+    st.wHour = st.wMinute = st.wSecond = 0;
+    return OCT::ParseForLocale(LOCALE_NAME_USER_DEFAULT, src, uiFlags, st) && SetLocalSystemTime(st);
+}

@@ -1,0 +1,127 @@
+#include "orvcomtypes/orvtime.h"
+
+#include "support/random.h"
+#include "support/report_capture.h"
+#include "time/localetext.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using WString = std::basic_string<WCHAR>;
+
+constexpr const WCHAR* LOCALES[] = {ORVTEXT("en-US"), ORVTEXT("en-GB"), ORVTEXT("de-DE"),
+                                    ORVTEXT("hu-HU"), ORVTEXT("fr-FR"), ORVTEXT("ja-JP")};
+constexpr unsigned DATES[] = {COrvTime::Date_Short, COrvTime::Date_Long};
+constexpr unsigned TIMES[] = {COrvTime::Time_Short, COrvTime::Time_Long};
+constexpr unsigned ORDERS[] = {0, COrvTime::Ext_TimeFirst};
+
+std::string Narrow(const WString& s)
+{
+    return std::string(s.begin(), s.end());
+}
+
+/// The fields that a text of these flags tells, as one number.
+std::uint64_t Told(const SYSTEMTIME& st, unsigned uiFlags)
+{
+    const unsigned nSecond = (uiFlags & COrvTime::Time_Long) != 0 ? st.wSecond : 0;
+    return ((((st.wYear * 100ull + st.wMonth) * 100 + st.wDay) * 100 + st.wHour) * 100 + st.wMinute) * 100 +
+           nSecond;
+}
+
+TEST(TimeLocale, ReadsBackWhatItWrites)
+{
+    CTestRandom random;
+    for (const WCHAR* sLocale : LOCALES)
+        for (const unsigned uiDate : DATES)
+            for (const unsigned uiTime : TIMES)
+                for (const unsigned uiOrder : ORDERS)
+                    for (int i = 0; i < 25; ++i)
+                    {
+                        SYSTEMTIME st;
+                        COrvTime(1 + static_cast<int>(random.UpTo(2145916800))).GetSystemTime(st);
+                        const unsigned uiFlags = uiDate | uiTime | uiOrder;
+                        const WString sText = OCT::FormatForLocale(sLocale, st, uiFlags);
+                        SYSTEMTIME stRead = {};
+                        ASSERT_TRUE(OCT::ParseForLocale(sLocale, sText.c_str(), uiFlags, stRead))
+                            << Narrow(sLocale) << ": " << Narrow(sText);
+                        ASSERT_EQ(Told(st, uiFlags), Told(stRead, uiFlags))
+                            << Narrow(sLocale) << ": " << Narrow(sText);
+                    }
+}
+
+TEST(TimeLocale, ReadsWhatPeopleType)
+{
+    struct Row
+    {
+        const WCHAR* sLocale;
+        const WCHAR* sText;
+        unsigned uiFlags;
+        std::uint64_t nFields; // 0: refused
+    };
+    constexpr unsigned SHORT_DATE = COrvTime::Date_Short, LONG_DATE = COrvTime::Date_Long,
+                       TIME = COrvTime::Time_Long;
+    static constexpr Row rows[] = {
+        {ORVTEXT("en-US"), ORVTEXT("5/6/24 12:08 am"), SHORT_DATE | TIME, 20240506000800},
+        {ORVTEXT("en-US"), ORVTEXT("5-6-1999 12:08:09PM"), SHORT_DATE | TIME, 19990506120809},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08 PM"), SHORT_DATE | TIME, 0},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08"), SHORT_DATE | TIME, 20240506130800},
+        {ORVTEXT("en-US"), ORVTEXT("Monday, May 6, 2024"), LONG_DATE, 20240506000000},
+        {ORVTEXT("en-US"), ORVTEXT("May 6, 2024 7"), LONG_DATE, 0},
+        {ORVTEXT("en-US"), ORVTEXT("May 2024"), LONG_DATE, 0},
+        {ORVTEXT("en-US"), ORVTEXT("7:08 AM May 6, 2024"), LONG_DATE | TIME | COrvTime::Ext_TimeFirst,
+         20240506070800},
+        {ORVTEXT("en-GB"), ORVTEXT("06/05/70 07:08"), SHORT_DATE | TIME, 19700506070800},
+        {ORVTEXT("en-GB"), ORVTEXT("06/05/12024 07:08"), SHORT_DATE | TIME, 0},
+        {ORVTEXT("de-DE"), ORVTEXT("6.5.2024 7:08"), SHORT_DATE | TIME, 20240506070800},
+        {ORVTEXT("hu-HU"), ORVTEXT("2024.5.6"), SHORT_DATE, 20240506000000},
+        {ORVTEXT("fr-FR"), ORVTEXT("mardi 6 mai 2024"), LONG_DATE, 20240506000000},
+        {ORVTEXT("ja-JP"), ORVTEXT(""), SHORT_DATE, 0},
+    };
+    for (const Row& row : rows)
+    {
+        SYSTEMTIME st = {};
+        SCOPED_TRACE(Narrow(row.sLocale) + ": " + Narrow(row.sText));
+        const bool bRead = OCT::ParseForLocale(row.sLocale, row.sText, row.uiFlags, st);
+        EXPECT_EQ(row.nFields, bRead ? Told(st, TIME) : 0);
+    }
+}
+
+TEST(TimeLocale, UsersLocaleReadsBack)
+{
+    const COrvTime t = COrvTime::FromLocalYMD(2024, 5, 6, 7, 8, 9);
+    COrvTime tRead;
+    EXPECT_TRUE(tRead.ParseLocal(t.FormatLocal()));
+    EXPECT_EQ(t, tRead);
+    EXPECT_TRUE(tRead.ParseLocal(t.FormatLocal(COrvTime::Date_Long), COrvTime::Date_Long));
+    EXPECT_EQ(t.RoundLocalDayDown(), tRead);
+
+    // A part that is not asked for is kept of the date and midnight of the time.
+    tRead = t;
+    EXPECT_TRUE(tRead.ParseLocal((t + 3661).FormatLocal(COrvTime::Time_Long), COrvTime::Time_Long));
+    EXPECT_EQ(t + 3661, tRead);
+    tRead.Reset();
+    EXPECT_TRUE(tRead.ParseLocal(t.FormatLocal(COrvTime::Time_Short), COrvTime::Time_Short));
+    EXPECT_LE(COrvTime::CompareLocalYMD(COrvTime::Now(), tRead), 86400);
+}
+
+TEST(TimeLocale, MisuseIsReported)
+{
+    CReportCapture capture;
+    COrvTime t(77);
+    EXPECT_TRUE(COrvTime().FormatLocal().IsEmpty());
+    EXPECT_TRUE(t.FormatLocal(0).IsEmpty());
+    EXPECT_FALSE(t.ParseLocal(ORVTEXT("5"), COrvTime::Date_Short));
+    EXPECT_EQ(77, t.GetOrvTime());
+    EXPECT_NO_REPORTS(capture);
+
+    EXPECT_FALSE(t.ParseLocal(nullptr));
+    EXPECT_FALSE(t.FormatLocal(COrvTime::Ext_TimeFirst | COrvTime::Date_Short).IsEmpty());
+    EXPECT_REPORTS(capture,
+                   {{"COrvTime::ParseLocal", "src == nullptr", nullptr, "orvtime"},
+                    {"COrvTime::FormatLocal", "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && "
+                                              "((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) == 0)"}});
+}
+
+} // namespace
