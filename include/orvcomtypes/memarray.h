@@ -50,7 +50,8 @@ public:
     CMarrayBase& operator=(const CMarrayBase& other);
     virtual ~CMarrayBase()
     {
-        RemoveAll();
+        DestroyItems(0, m_iSize);
+        m_Treat.FreeArray(m_pElement);
         ReleaseAllocator();
     }
 
@@ -85,20 +86,21 @@ public:
     unsigned Add(const T& value)
     {
         if constexpr (Treat::PlainElements)
-        {
-            if (Treat::HasRoom(m_iSize)) [[likely]]
-            {
-                m_pElement[m_iSize] = value;
-                return m_iSize++;
-            }
-        }
-        return InsertAt(m_iSize, 1, &value);
+            return InsertPlain(m_iSize, value);
+        else
+            return InsertAt(m_iSize, 1, &value);
     }
     unsigned Add(const CMarrayBase& other) { return InsertAt(m_iSize, other.m_iSize, other.m_pElement); }
     unsigned AddMore(unsigned n) { return InsertAt(m_iSize, n, nullptr); }
     T& AddR() { return Item(Add()); }
     T& AddR(const T& value) { return Item(Add(value)); }
-    unsigned InsertAt(unsigned idx, const T& value) { return InsertAt(idx, 1, &value); }
+    unsigned InsertAt(unsigned idx, const T& value)
+    {
+        if constexpr (Treat::PlainElements)
+            return InsertPlain(idx, value);
+        else
+            return InsertAt(idx, 1, &value);
+    }
     /// Without \p pSource the new elements are default-constructed objects, or plain values as they are in
     /// storage.
     unsigned InsertAt(unsigned idx, unsigned cnt, const T* pSource);
@@ -164,6 +166,21 @@ private:
         LQThrowInvalidArg(LQ_SRC_LOCATION);
     }
 
+    /// As InsertAt, mostly inline. The value is copied at once, so that neither moving the elements changes
+    /// it nor passing its address on keeps the caller from holding it in a register.
+    unsigned InsertPlain(unsigned idx, const T& value) requires(Treat::PlainElements)
+    {
+        const T copy = value;
+        const unsigned nOld = m_iSize;
+        const bool bRoom = Treat::HasRoom(nOld) || (nOld == 0 && m_Treat.BeginInside(m_pElement));
+        if (!bRoom || idx > nOld) [[unlikely]]
+            return InsertAt(idx, 1, &copy);
+        if (idx != nOld)
+            std::memmove(m_pElement + idx + 1, m_pElement + idx, (nOld - idx) * sizeof(T));
+        m_pElement[idx] = copy;
+        m_iSize = nOld + 1;
+        return idx;
+    }
     void OpenGap(unsigned idx, unsigned cnt);
     void CopyOwn(unsigned idx, unsigned cnt, unsigned sourceIdx);
 };
@@ -246,7 +263,10 @@ void CMarrayBase<T, Treat>::RemoveAt(unsigned idx, unsigned cnt)
     DestroyItems(idx, cnt);
     if (const unsigned nTail = m_iSize - idx - cnt; nTail != 0)
         RelocateElement(idx, idx + cnt, nTail);
-    SetSize(m_iSize - cnt);
+    if (cnt == 1 && Treat::HasRoom(m_iSize - 1)) [[likely]]
+        --m_iSize; // the storage stays as it is
+    else
+        SetSize(m_iSize - cnt);
 }
 
 template <class T, class Treat>

@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -49,10 +48,7 @@ public:
         if (nNewSize == iSize)
             return;
         if (nNewSize == 0)
-        {
-            Alloc::Free(pElement);
-            pElement = nullptr;
-        }
+            FreeArray(std::exchange(pElement, nullptr));
         else
         {
             const std::uint64_t nOld = iSize == 0 ? 0 : Capacity(iSize);
@@ -97,12 +93,15 @@ public:
     }
 
     /// Whether the storage of \p iSize elements takes one more as it is. Answering no is always allowed.
+    static bool BeginInside(T*&) noexcept { return false; }
     static bool HasRoom(unsigned iSize) noexcept
     {
-        return iSize != 0 && (iSize < MinCapacity || !std::has_single_bit(iSize)) &&
-               iSize != std::numeric_limits<unsigned>::max();
+        return iSize < MinCapacity ? iSize != 0
+                                   : (iSize & (iSize - 1)) != 0; // not has_single_bit: a call on plain x86
     }
 
+    /// Releases the storage of elements that are destroyed, null for none.
+    static void FreeArray(T* pElement) noexcept { Alloc::Free(pElement); }
     static void ReleaseAllocator() noexcept { Alloc::Release(); }
 
 protected:
@@ -128,6 +127,7 @@ protected:
 
 private:
     static constexpr unsigned MinCapacity = std::bit_ceil(std::max(Grow, 1U));
+    static constexpr unsigned MaxCapacity = 0x80000000; // the greatest that can be counted
 
     static std::uint64_t Capacity(std::uint64_t nCount) noexcept
     {
@@ -136,8 +136,8 @@ private:
 
     static void Reallocate(std::uint64_t nNewSize, std::uint64_t nCapacity, unsigned& iSize, T*& pElement)
     {
-        const bool bCountable = nNewSize <= std::numeric_limits<unsigned>::max();
-        if (void* const pBlock = bCountable ? Alloc::Realloc(pElement, nCapacity * sizeof(T)) : nullptr)
+        if (void* const pBlock =
+                nCapacity <= MaxCapacity ? Alloc::Realloc(pElement, nCapacity * sizeof(T)) : nullptr)
         {
             pElement = static_cast<T*>(pBlock);
             return;
@@ -220,6 +220,19 @@ public:
             MoveToHeap(nNewSize, iSize, pElement);
     }
 
+    void FreeArray(T* pElement) noexcept
+    {
+        if (pElement != Buffer())
+            Base::FreeArray(pElement);
+    }
+
+    /// Makes an empty array begin inside, if it can.
+    bool BeginInside(T*& pElement) noexcept
+    {
+        std::memset(m_aBuffer, 0, sizeof(m_aBuffer));
+        pElement = Buffer();
+        return true;
+    }
     static bool HasRoom(unsigned iSize) noexcept { return iSize != FixedSize && Base::HasRoom(iSize); }
 
 private:
@@ -229,9 +242,10 @@ private:
     {
         if (iSize > FixedSize) [[unlikely]]
             ORV_REPORT_FROM("memarray", "CFixMarrayTreatBase::AllocArray", "iSize <= FixedSize", 0);
-        if (pElement == nullptr)
-            std::memset(m_aBuffer, 0, sizeof(m_aBuffer));
-        pElement = iNewSize == 0 ? nullptr : Buffer();
+        if (iNewSize == 0)
+            pElement = nullptr;
+        else if (pElement == nullptr)
+            BeginInside(pElement);
         iSize = iNewSize;
     }
 

@@ -25,7 +25,6 @@ public:
     CMIDINTArray() noexcept {}
     CMIDINTArray(const CMIDINTArray&) = default;
     CMIDINTArray(CMIDINTArray&&) = default;
-    ~CMIDINTArray() override;
     CMIDINTArray& operator=(const CMIDINTArray&) = default;
     CMIDINTArray& operator=(CMIDINTArray&&) = default;
 

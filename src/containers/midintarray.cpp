@@ -71,8 +71,6 @@ void SplitIds(CMIDINTArray& ids, const Char* sText, Char sep)
 
 } // namespace
 
-CMIDINTArray::~CMIDINTArray() = default;
-
 CMIDINTArray::operator bool() const noexcept
 {
     return std::any_of(begin(), end(), [](unsigned id) { return id != 0; });
