@@ -2,12 +2,11 @@
 ///
 /// Where no module is given, the current language's is asked for (`CResourceHandler::GetHandle`).
 ///
-/// Ownership: text read in place belongs to the module and is valid while that stays loaded; a `BSTR` belongs
-/// to the
-///   caller (`SysFreeString`).
+/// Ownership: text read in place belongs to the module and is valid while that stays loaded; a `BSTR`
+///   belongs to the caller (`SysFreeString`).
 /// Thread safety: every function may be called from any thread.
-/// Errors: source `loadstrres`; "hInstance == nullptr" from "LoadStringResImage" when there is no module at
-/// all. Units: lengths are code units. Text read in place has no terminator.
+/// Errors: source `loadstrres`; "hInstance == nullptr" from "LoadStringResImage" when there is no module.
+/// Units: lengths are code units. Text read in place has no terminator.
 #pragma once
 
 #include "orvcomtypes/octassert.h"

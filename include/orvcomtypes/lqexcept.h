@@ -28,7 +28,7 @@ public:
 
 private:
     LONG m_iErrorCode;
-    LONG m_iLine;
+    [[maybe_unused]] LONG m_iLine;
 };
 
 class ORV_API CLQInvalidargExcept : public CLQExcept

@@ -12,7 +12,6 @@
 #include "orvcomtypes/stringutils.h"
 #include "orvcomtypes/strconvert.h"
 #include "orvcomtypes/orvstr.h"
-#include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/memarraytreat.h"
 #include "orvcomtypes/memarray.h"
 #include "orvcomtypes/orvhashstorage.h"
@@ -28,6 +27,8 @@
 #include "orvcomtypes/threadname.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/loadstrres.h"
+#include "orvcomtypes/orvsqlstr.h"
+#include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/resourcehandler.h"
 #include "orvcomtypes/orvsqlstr.h"
 // clang-format on

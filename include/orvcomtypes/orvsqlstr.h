@@ -8,14 +8,15 @@
 /// Ownership: a statement holds one reference to a counted buffer, as `COrvStr` does, and copies share it.
 ///   `CSQLMIDINTArray` refers to its array; wrapped texts and bytes are read during the call only.
 /// Thread safety: one statement belongs to one thread at a time; statements that share a buffer may live in
-/// several. Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a
-/// constant predicate.
-///   Without memory `CLQMemoryExcept` is thrown and the text stays as it was, so no statement is ever cut.
+///   several.
+/// Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a constant
+///   predicate. Without memory `CLQMemoryExcept` is thrown and the text stays as it was, so no statement is
+///   ever cut.
 /// Units: lengths are code units; `nLen` 0 means up to the terminator, a maximum length of 0 means none.
 ///
 ///     COrvSQLStr sql;
-///     sql & ORVTEXT("UPDATE T SET Name=") & NVARCHAR{sName, 0, 50} & ORVTEXT(" WHERE Id") &
-///     CSQLMIDINTArray(ids, false);
+///     sql & ORVTEXT("UPDATE T SET Name=") & NVARCHAR{sName, 0, 50};
+///     sql & ORVTEXT(" WHERE Id") & CSQLMIDINTArray(ids, false);
 ///     // UPDATE T SET Name=N'O''Brien' WHERE Id in (7,9)
 #pragma once
 

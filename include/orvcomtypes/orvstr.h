@@ -5,16 +5,16 @@
 /// and is only looked at until the first change copies it. Empty values point at one static text, so they
 /// cost nothing.
 ///
-/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying attached text
-/// detaches
-///   the copy, moving and `Attach(const COrvStr&)` keep it attached.
+/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying attached
+///   text detaches the copy, moving and `Attach(const COrvStr&)` keep it attached.
 /// Thread safety: one object belongs to one thread at a time; objects that share a buffer may live in
-/// different threads. Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr"
-/// from "COrvStr::CopyTo",
-///   "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from
-///   "COrvStr::FindSubStr", "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace", "Load(uID,
-///   hInstance)" from "COrvStr::COrvStr". A heap buffer that cannot be had leaves a value that points at
-///   null: it reads as empty, measuring it is reported ("s == nullptr"), and it can be assigned anew.
+///   different threads.
+/// Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr" from
+///   "COrvStr::CopyTo", "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from
+///   "COrvStr::FindSubStr", "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace",
+///   "Load(uID, hInstance)" from "COrvStr::COrvStr". A heap buffer that cannot be had leaves a value that
+///   points at null: it reads as empty, measuring it is reported ("s == nullptr"), and it can be assigned
+///   anew.
 /// Units: lengths, counts and positions are code units, those of narrow text bytes; `nLen` 0 means up to the
 ///   terminator. Text always ends at a terminator that comes before `nLen`.
 ///
@@ -27,6 +27,7 @@
 #pragma once
 
 #include "orvcomtypes/orvstralloc.h"
+#include "orvcomtypes/strconvert.h"
 
 class COrvDBStr;
 

@@ -7,20 +7,18 @@
 /// 16-byte border.
 ///
 /// Ownership: a new buffer has no reference; whoever keeps a handle adds one with `ORVS_AddrefString` and
-/// drops it
-///   with `ORVS_ReleaseString`. Memory never goes back by any other way.
-/// Thread safety: counting is atomic, so handles may be shared between threads. Characters are not guarded: a
-/// buffer
-///   is written only by the holder of its single reference.
+///   drops it with `ORVS_ReleaseString`. Memory never goes back by any other way.
+/// Thread safety: counting is atomic, so handles may be shared between threads. Characters are not guarded:
+///   a buffer is written only by the holder of its single reference.
 /// Errors: source `orvstralloc`; "s == nullptr" from "ORVS_GetOrvStrBuffer", "iRC >= 1" from
-/// "ORVS_AddrefString",
-///   "iRC >= 0" from "ORVS_ReleaseString", "pAlloc == nullptr" from "ORVS_AllocateString". A heap buffer that
-///   cannot be had is null; an exhausted pool throws `CLQMemoryExcept`.
+///   "ORVS_AddrefString", "iRC >= 0" from "ORVS_ReleaseString", "pAlloc == nullptr" from
+///   "ORVS_AllocateString". A heap buffer that cannot be had is null; an exhausted pool throws
+///   `CLQMemoryExcept`.
 /// Units: `nBytes` and `nAllocLen` are bytes with the terminator, `nStrLen` and `nLen` code units without it.
 ///
 ///     WCHAR* s = ORVS_AllocateSingleUsed(nullptr, 2 * (5 + 1));   // room for five characters
 ///     ORVS_AddrefString(s);
-///     …
+///     ...
 ///     ORVS_ReleaseString(s);
 #pragma once
 

@@ -14,21 +14,14 @@ namespace
 
 constexpr unsigned AnsiCodePage = 0;
 
-int ToWide(unsigned nCodePage, DWORD dwFlags, const char* pFrom, const char* pTo, WCHAR* pDest,
-           unsigned cchDest)
-{
-    return MultiByteToWideChar(nCodePage, dwFlags, pFrom, static_cast<int>(pTo - pFrom), pDest,
-                               static_cast<int>(cchDest));
-}
-
 int AnsiToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
 {
-    return ToWide(AnsiCodePage, MB_PRECOMPOSED, pFrom, pTo, pDest, cchDest);
+    return ANSIToUnicodeEx(pFrom, pTo, pDest, cchDest, AnsiCodePage);
 }
 
 int Utf8ToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
 {
-    return ToWide(CP_UTF8, 0, pFrom, pTo, pDest, cchDest);
+    return UTF8ToUnicodeEx(pFrom, pTo, pDest, cchDest);
 }
 
 /// Units of \p s up to its terminator, at most \p nLen unless that is 0; a null
@@ -360,8 +353,7 @@ char* COrvStr::GetANSI(char* dest, unsigned cbDest) const
     }
     dest[0] = 0;
     if (cbDest > 1 && !IsEmpty())
-        WideCharToMultiByte(AnsiCodePage, WC_NO_BEST_FIT_CHARS, m_pStr, -1, dest, static_cast<int>(cbDest),
-                            nullptr, nullptr);
+        UnicodeToANSI(m_pStr, dest, cbDest, AnsiCodePage);
     dest[cbDest - 1] = 0;
     return dest;
 }
