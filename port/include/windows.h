@@ -12,6 +12,7 @@
 #include "orvport/debug.h"
 #include "orvport/environment.h"
 #include "orvport/file.h"
+#include "orvport/formatmessage.h"
 #include "orvport/localetime.h"
 #include "orvport/memory.h"
 #include "orvport/message.h"
