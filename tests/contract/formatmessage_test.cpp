@@ -101,8 +101,7 @@ TEST(FormatMessage, RefusesBrokenFormats)
 
 TEST(FormatMessage, TellsEmptyFromTooLong)
 {
-    EXPECT_EQ(kNoWorkDone,
-              FormatInto(10, ORVTEXT("%1"), {A(ORVTEXT(""))}).m_dwError);
+    EXPECT_EQ(kNoWorkDone, FormatInto(10, ORVTEXT("%1"), {A(ORVTEXT(""))}).m_dwError);
     EXPECT_EQ(kNoWorkDone, FormatInto(10, ORVTEXT("")).m_dwError);
     EXPECT_EQ(3u, FormatInto(4, ORVTEXT("abc")).m_nLength);
     const CResult tooLong = FormatInto(3, ORVTEXT("abc"));

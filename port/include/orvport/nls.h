@@ -36,3 +36,8 @@ int CompareStringW(LCID Locale, DWORD dwCmpFlags, LPCWSTR lpString1, int cchCoun
                    int cchCount2) noexcept;
 
 DWORD CharUpperBuffW(LPWSTR lpsz, DWORD cchLength) noexcept;
+
+/// A number of ASCII digits in the manner of the user's locale, with its two digits of the fraction. Only
+/// that manner: other formats are not there.
+int GetNumberFormatW(LCID Locale, DWORD dwFlags, LPCWSTR lpValue, std::nullptr_t lpFormat, LPWSTR lpNumberStr,
+                     int cchNumber) noexcept;
