@@ -25,6 +25,7 @@
 #include "orvcomtypes/lqsettings.h"
 #include "orvcomtypes/syncutil.h"
 #include "orvcomtypes/threadname.h"
+#include "orvcomtypes/orvlog.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/loadstrres.h"
 #include "orvcomtypes/orvsqlstr.h"

@@ -169,15 +169,22 @@ std::size_t FormatTextV(Char* sDest, std::size_t nSize, const Char* sFormat, va_
     return sink.Length();
 }
 
-/// The same with the arguments behind the format, into a whole array.
-template <class Char, std::size_t Size>
-std::size_t FormatTo(Char (&sDest)[Size], const std::type_identity_t<Char>* sFormat, ...)
+/// The same with the arguments behind the format.
+template <class Char>
+std::size_t FormatTextInto(Char* sDest, std::size_t nSize, const std::type_identity_t<Char>* sFormat, ...)
 {
     va_list args;
     va_start(args, sFormat);
-    const std::size_t nLength = FormatTextV(sDest, Size, sFormat, args);
+    const std::size_t nLength = FormatTextV(sDest, nSize, sFormat, args);
     va_end(args);
     return nLength;
+}
+
+/// The same into a whole array.
+template <class Char, std::size_t Size, class... Args>
+std::size_t FormatTo(Char (&sDest)[Size], const std::type_identity_t<Char>* sFormat, Args... args)
+{
+    return FormatTextInto(sDest, Size, sFormat, args...);
 }
 
 extern template struct CFormatSpec<char>;

@@ -27,7 +27,10 @@ CDebugCapture::~CDebugCapture()
 
 std::string CDebugCapture::Take()
 {
-    std::string sText = ReadBytes(OutputFile());
-    std::filesystem::remove(OutputFile());
+    // Taken away first: other threads may be writing.
+    const auto taken = TestRoot() / "debugger output taken";
+    std::error_code none;
+    std::filesystem::rename(OutputFile(), taken, none);
+    std::string sText = none ? std::string() : ReadBytes(taken);
     return sText;
 }

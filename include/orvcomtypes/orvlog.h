@@ -1,0 +1,185 @@
+/// `COrvLog`, the object through which code writes log lines, and the process logger.
+///
+/// A log is a set of option bits, a short prefix and a reference to the handler of one file. Any number of
+/// logs may share a file: there is one handler for each file-name format. A call builds its line on the stack
+/// and queues it; the handler's own thread opens, writes, flushes and switches the file. Calls never wait for
+/// the disk, never throw and report no failure: lines that cannot be written yet (full disk, missing folder)
+/// are kept and written when that has become possible.
+///
+/// A line reads
+///
+///     =E> Pfx 261112_213005 [1A2C] orvlog(1191) HR: 80070005 Text of the message
+///
+/// level mark, prefix, local date and time, thread id (option 0x4000), position from `SetFL`, HRESULT; each
+/// of these only where there is one. All of that stands in front of the caller's format and is formatted with
+/// it: "%" in a prefix is a conversion. One that finds no argument of its type prints nothing. Formats are in
+/// the dialect of Windows on every target: `%s` narrow text, `%S` wide text, `%ld` 32 bits, `%I64d` 64 bits.
+/// Further lines of a message begin with a tab.
+///
+/// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one, so
+/// the log
+///   copied from must outlive them, or nothing is written any more.
+/// Thread safety: logging from any thread. `Init…`, `SetPrefix`, assignment and `ReleaseLog` must not overlap
+/// other
+///   calls on the same object. Lines of one thread keep their order.
+/// Errors: "STRISEMPTY(sKeyName)" and "p != nullptr" from "COrvLog::InitRegLog"; source `orvlog`. Failures of
+/// the
+///   file go to the debugger output.
+/// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023.
+///
+///     COrvLog log(nullptr, 0, nullptr);
+///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors | lqlInformation,
+///     ORVTEXT("Imp")); log.LogOpt(lqlInformation, "%u rows read from %S", nRows, sFile); log.SetFL(__FILE__,
+///     __LINE__).LogErr(ORVTEXT("no connection")); log.SetFL(nullptr, 0);
+///
+/// File-name formats: "#MO", "#WE", "#DA" begin a new file every month, week or day, "#AN" at every start,
+/// and put its date into the name; "(LOCAPP)" and "(TEMP)" stand for the user's data folder and the folder
+/// for temporary files;
+/// "$" for the setting "LocalDataPath", else "DataPath", else "DefaultLogPath"; "*\" for "DataPath". A bare
+/// name goes to "DefaultLogPath", else to "Log" below "LocalDataPath" or "DataPath", else to the folder for
+/// temporary files. A name without extension gets ".log". Folders are made. The same file may be open in
+/// several processes: each block of lines is appended whole.
+#pragma once
+
+#include "orvcomtypes/midintarray.h"
+#include "orvcomtypes/orvstr.h"
+
+#include <atomic>
+#include <cstdarg>
+
+class CLQExcept;
+struct LQComErrorData;
+
+/// Option bits; those that are levels are passed to the logging calls too.
+enum LQLogOption : unsigned
+{
+    lqlErrors = 0x0001,
+    lqlWarnings = 0x0002,
+    lqlInformation = 0x0004,
+    lqlSQL = 0x0008,
+    lqlUser = 0x0020,
+    lqlNoSQLText =
+        0x1000, ///< a security notice instead of statements; only SetLogOpt and AddLogOpt can set it
+    lqlWholeSQL = 0x2000,       ///< long successful statements are not cut
+    lqlThreadId = 0x4000,       ///< thread id in every line
+    lqlToDebugger = 0x8000,     ///< a copy of every line to the debugger; alone: to the debugger only
+    lqlSQLToDebugger = 0x10000, ///< keeps the debugger copy for SQL
+};
+
+/// What a log sees of a file. Slots in this order.
+class ORV_API ILogFileHandler
+{
+public:
+    virtual ~ILogFileHandler();
+    /// Queues bytes (length 0: up to the terminating zero). An event, if given, is signalled when they were
+    /// flushed, or at once while another one is pending.
+    virtual void Write(const char* text, unsigned length, HANDLE doneEvent) = 0;
+    /// The open file's full name; empty before the first line was written.
+    virtual void GetFileName(COrvStr& name) = 0;
+    virtual void AddRef() = 0;
+    virtual void Release() = 0;
+};
+
+class ORV_API COrvLog
+{
+public:
+    COrvLog() noexcept = default;
+    COrvLog(const COrvLog* parent, int options, const WCHAR* prefix);
+    /// Copies point at the handler without a reference of their own, and an overwritten handler is not
+    /// released: both deliberate.
+    COrvLog(const COrvLog& other);
+    COrvLog& operator=(const COrvLog& other);
+    ~COrvLog();
+
+    /// Shares the parent's file. Options -1 and a null prefix: the parent's. Without a parent the log is
+    /// released.
+    bool InitLog(const COrvLog* parent, int options, const WCHAR* prefix);
+    /// False when the format is empty.
+    bool InitFileLog(const WCHAR* fileNameFormat, int options, const WCHAR* prefix);
+    /// Options and file from the values "EventLog" and "EventDir" of a registry key, of the user or the
+    /// machine. True only when they were read there; else the log works with its defaults (0x4027, a weekly
+    /// file in the user's data folder).
+    bool InitRegLog(const WCHAR* keyName, const WCHAR* prefix);
+    void ReleaseLog();
+
+    void SetLogOpt(unsigned options) { m_nOptions.store(options, std::memory_order_relaxed); }
+    unsigned GetLogOpt() const { return m_nOptions.load(std::memory_order_relaxed); }
+    /// Both return the options before the change.
+    unsigned AddLogOpt(unsigned mask) { return m_nOptions.fetch_or(mask, std::memory_order_relaxed); }
+    unsigned RevokeLogOpt(unsigned mask) { return m_nOptions.fetch_and(~mask, std::memory_order_relaxed); }
+    bool HasLog(unsigned mask) const { return (GetLogOpt() & mask) != 0 && m_pHandler != nullptr; }
+
+    /// At most 63 bytes in the ANSI code page.
+    void SetPrefix(const WCHAR* prefix);
+    COrvStr GetPrefix() const;
+    COrvStr GetLogFileName() const;
+    bool NeedSQLLogToWorkerDB(unsigned id) const;
+    /// Does nothing: the writer flushes by itself.
+    void WaitFlushLog() const {}
+
+    void LogErr(const WCHAR* text) const { LogSimpleStr(lqlErrors, text); }
+    void LogWarn(const WCHAR* text) const { LogSimpleStr(lqlWarnings, text); }
+    void LogInf(const WCHAR* text) const { LogSimpleStr(lqlInformation, text); }
+    void LogCust(int level, const WCHAR* text) const { LogSimpleStr(static_cast<unsigned>(level), text); }
+    void LogSimpleStr(unsigned level, const char* text) const;
+    void LogSimpleStr(unsigned level, const WCHAR* text) const;
+    void LogOpt(unsigned level, const char* format, ...) const;
+    void LogOpt(unsigned level, LONG hr, const char* format, ...) const;
+    void LogInner(unsigned level, const LONG* phr, const char* format, va_list args) const;
+
+    /// The text as it is: no level filter, no decoration.
+    void LogRaw(const char* text) const;
+    void LogRaw(unsigned level, const char* text) const;
+    void LogRaw(const WCHAR* text) const;
+
+    /// The source position that the calling thread's next lines carry, until SetFL(nullptr, 0). Not copied.
+    const COrvLog& SetFL(const char* file, int line) const;
+    void GetFL(const char*& file, int& line) const;
+    /// True when no position is pending: the reverse of what the name says, deliberately.
+    bool HasFL() const;
+
+    /// Opens the file in the system's text editor.
+    bool ShowLogFileWithNotepad() const;
+
+private:
+    friend class CSQLRecord;
+    void LogInnerAs(unsigned options, unsigned level, const LONG* phr, const char* format,
+                    va_list args) const;
+    void LogAs(unsigned options, unsigned level, const LONG* phr, const char* format, ...) const;
+    void Adopt(ILogFileHandler* pHandler);
+
+    std::atomic<unsigned> m_nOptions = 0;
+    char m_sPrefix[64] = {};
+    CMIDINTArray m_WorkerDBIds;
+    ILogFileHandler* m_pHandler = nullptr;
+};
+
+// ---- The process logger: one log of the library, for code that holds none. Never null; silent until
+// initialised ----
+
+ORV_EXTERN_C ORV_FUNC COrvLog* ORVCALL GetProcessLogger();
+ORV_EXTERN_C ORV_FUNC bool ORVCALL InitRegProcessLogger(const WCHAR* keyName);
+ORV_EXTERN_C ORV_FUNC bool ORVCALL InitFileProcessLogger(const WCHAR* fileNameFormat, int options);
+ORV_EXTERN_C ORV_FUNC void ORVCALL ReleaseProcessLogger();
+/// The options; \p prefix, if given, receives the first 9 characters of the prefix and a terminator.
+ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetProcessLogOpt(WCHAR* prefix);
+ORV_EXTERN_C ORV_FUNC void ORVCALL LogStrExp(unsigned level, const char* text);
+/// The text unchanged, whatever the options.
+ORV_EXTERN_C ORV_FUNC void ORVCALL LogStrRawExp(const char* text);
+/// Copies the file name, cut to \p size characters with the terminator, when size is more than 2; returns \p
+/// dest.
+ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size);
+/// The name that a format stands for now; its folders are made. Empty when none results.
+ORV_API COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat);
+/// One line with the thread, the milliseconds since the first call and since the last one, at level
+/// `lqlInformation`, and to the debugger.
+ORV_EXTERN_C ORV_FUNC void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value);
+
+// ---- Standard records; a null log is the process logger for exceptions and nothing for SQL ----
+
+ORV_EXTERN_C ORV_FUNC void ORVCALL LogException(const CLQExcept& e, COrvLog* log = GetProcessLogger());
+
+/// Records a statement that was run: its outcome, then its text with every line labelled "SQL" and the worker
+/// database's id. Of a successful one longer than 2000 characters the first 400. -1: time or rows unknown.
+ORV_EXTERN_C ORV_FUNC void ORVCALL SQLStrSaveToLog(const WCHAR* sql, COrvLog* log, const LQComErrorData& err,
+                                                   unsigned workerDbId, int elapsedMs, unsigned rows);

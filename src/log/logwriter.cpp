@@ -1,0 +1,74 @@
+#include "log/logwriter.h"
+
+#include <algorithm>
+#include <cstring>
+
+bool CLogWriter::Flush(CLogQueue& lines)
+{
+    m_backlog.Append(lines);
+    if (!m_file.Prepare())
+        return false;
+    while (!m_backlog.IsEmpty())
+        if (!WriteBlock())
+            return false;
+    m_file.Flush();
+    return true;
+}
+
+/// One write: a single line as it lies, several through the buffer.
+bool CLogWriter::WriteBlock()
+{
+    const CLogMessage* pFirst = m_backlog.First();
+    const char* pData = pFirst->Text() + m_nFirstDone;
+    DWORD nBytes = pFirst->Length() - m_nFirstDone;
+    if (CLogQueue::Next(pFirst) != nullptr)
+    {
+        if (m_pBuffer == nullptr)
+            m_pBuffer.reset(static_cast<char*>(std::malloc(kBufferBytes)));
+        if (m_pBuffer == nullptr)
+        {
+            OutputDebugStringW(ORVTEXT("Cannot allocate log file write buffer\n"));
+            m_backlog.Clear();
+            m_nFirstDone = 0;
+            return true;
+        }
+        nBytes = FillBuffer();
+        pData = m_pBuffer.get();
+    }
+    const DWORD nWritten = m_file.Write(pData, nBytes);
+    Consume(nWritten);
+    return nWritten == nBytes;
+}
+
+/// Copies lines from the front until the buffer is full; the last one may be cut, the next block goes on with
+/// it.
+DWORD CLogWriter::FillBuffer()
+{
+    DWORD nFilled = 0;
+    DWORD nSkip = m_nFirstDone;
+    for (const CLogMessage* p = m_backlog.First(); p != nullptr && nFilled < kBufferBytes;
+         p = CLogQueue::Next(p))
+    {
+        const DWORD nPart = std::min(p->Length() - nSkip, kBufferBytes - nFilled);
+        std::memcpy(m_pBuffer.get() + nFilled, p->Text() + nSkip, nPart);
+        nFilled += nPart;
+        nSkip = 0;
+    }
+    return nFilled;
+}
+
+void CLogWriter::Consume(DWORD nBytes)
+{
+    while (nBytes > 0)
+    {
+        const DWORD nLeft = m_backlog.First()->Length() - m_nFirstDone;
+        if (nBytes < nLeft)
+        {
+            m_nFirstDone += nBytes;
+            return;
+        }
+        nBytes -= nLeft;
+        m_nFirstDone = 0;
+        m_backlog.DropFirst();
+    }
+}

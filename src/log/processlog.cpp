@@ -1,0 +1,122 @@
+#include "core/textformat.h"
+#include "log/logfilename.h"
+#include "log/loghandler.h"
+#include "orvcomtypes/orvlog.h"
+
+namespace
+{
+
+// Never destroyed: whoever logs while the process ends finds a silent log.
+COrvLog& ProcessLogger()
+{
+    static COrvLog& s_log = *new COrvLog;
+    return s_log;
+}
+
+/// Milliseconds of the trace lines.
+class CTraceClock
+{
+public:
+    void Read(LONG& nSinceStart, LONG& nSincePrevious)
+    {
+        LARGE_INTEGER now;
+        QueryPerformanceCounter(&now);
+        if (m_nFrequency == 0)
+        {
+            LARGE_INTEGER frequency;
+            QueryPerformanceFrequency(&frequency);
+            m_nFrequency = frequency.QuadPart;
+            m_nStart = m_nPrevious = now.QuadPart;
+        }
+        nSinceStart = Milliseconds(now.QuadPart - m_nStart);
+        nSincePrevious = Milliseconds(now.QuadPart - m_nPrevious);
+        m_nPrevious = now.QuadPart;
+    }
+
+private:
+    LONG Milliseconds(LONGLONG nCounts) const { return static_cast<LONG>(nCounts * 1000 / m_nFrequency); }
+
+    LONGLONG m_nFrequency = 0;
+    LONGLONG m_nStart = 0;
+    LONGLONG m_nPrevious = 0;
+};
+
+OCT::CCritSect& TraceLock()
+{
+    static OCT::CCritSect& s_lock = *new OCT::CCritSect;
+    return s_lock;
+}
+
+} // namespace
+
+void ReleaseLogsAtDetach()
+{
+    CLogFileHandlerList::Instance().StopAll();
+    ProcessLogger().ReleaseLog();
+}
+
+COrvLog* ORVCALL GetProcessLogger()
+{
+    return &ProcessLogger();
+}
+
+bool ORVCALL InitRegProcessLogger(const WCHAR* keyName)
+{
+    return ProcessLogger().InitRegLog(keyName, nullptr);
+}
+
+bool ORVCALL InitFileProcessLogger(const WCHAR* fileNameFormat, int options)
+{
+    return ProcessLogger().InitFileLog(fileNameFormat, options, nullptr);
+}
+
+void ORVCALL ReleaseProcessLogger()
+{
+    ProcessLogger().ReleaseLog();
+}
+
+unsigned ORVCALL GetProcessLogOpt(WCHAR* prefix)
+{
+    if (prefix != nullptr)
+        ProcessLogger().GetPrefix().CopyTo(prefix, 10);
+    return ProcessLogger().GetLogOpt();
+}
+
+void ORVCALL LogStrExp(unsigned level, const char* text)
+{
+    ProcessLogger().LogSimpleStr(level, text);
+}
+
+void ORVCALL LogStrRawExp(const char* text)
+{
+    ProcessLogger().LogRaw(text);
+}
+
+WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size)
+{
+    if (dest != nullptr && size > 2)
+        ProcessLogger().GetLogFileName().CopyTo(dest, size);
+    return dest;
+}
+
+COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat)
+{
+    WCHAR sName[MAX_PATH];
+    ELogPeriod ePeriod;
+    CreateLogFileName(sName, fileNameFormat, ePeriod);
+    return COrvStr(sName);
+}
+
+void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value)
+{
+    static CTraceClock s_clock;
+    const OCT::CCritSectGuard guard(&TraceLock());
+    LONG nSinceStart;
+    LONG nSincePrevious;
+    s_clock.Read(nSinceStart, nSincePrevious);
+    char sLine[1001];
+    OCT::FormatTo(sLine, "Thread:%d; Time:%d(%d); %s [%d]\n", GetCurrentThreadId(), nSinceStart,
+                  nSincePrevious, text, value);
+    OutputDebugStringA(sLine);
+    ProcessLogger().LogOpt(lqlInformation, "%s", sLine);
+}

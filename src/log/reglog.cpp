@@ -1,0 +1,110 @@
+// Logs that the registry configures.
+#include "core/textformat.h"
+#include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/regkeyw.h"
+#include "strings/charclass.h"
+
+#include <string_view>
+
+namespace
+{
+
+constexpr unsigned kDefaultOptions = lqlErrors | lqlWarnings | lqlInformation | lqlUser | lqlThreadId;
+
+/// What a log's key says.
+struct CLogConfiguration
+{
+    bool m_bRead = false; ///< else the defaults are in force
+    unsigned m_nOptions = kDefaultOptions;
+    WCHAR m_sFileNameFormat[MAX_PATH] = {};
+    WCHAR m_sWorkerDBIds[2000] = {};
+};
+
+COrvStr KeyPath(const WCHAR* sKeyName)
+{
+    const std::string_view sSoftware = "SOFTWARE";
+    const WCHAR* s = sKeyName;
+    std::size_t nSame = 0;
+    while (nSame < sSoftware.size() && OCT::ToUpperAscii(s[nSame]) == static_cast<WCHAR>(sSoftware[nSame]))
+        ++nSame;
+    COrvStr sPath;
+    if (nSame < sSoftware.size())
+        sPath = ORVTEXT("Software\\Orvanex\\Lumatrek\\");
+    sPath += sKeyName;
+    return sPath;
+}
+
+bool OpenKey(CRegKeyW& key, const WCHAR* sPath)
+{
+    return key.Open(HKEY_CURRENT_USER, sPath, KEY_READ) == ERROR_SUCCESS ||
+           key.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ) == ERROR_SUCCESS;
+}
+
+bool ReadOptions(const CRegKeyW& key, unsigned& nOptions)
+{
+    DWORD dwValue = 0;
+    DWORD dwType = 0;
+    DWORD cbValue = sizeof(dwValue);
+    const LSTATUS lRes = RegQueryValueExW(key.Get(), ORVTEXT("EventLog"), nullptr, &dwType,
+                                          reinterpret_cast<BYTE*>(&dwValue), &cbValue);
+    const bool bRead = lRes == ERROR_SUCCESS && dwType == REG_DWORD && cbValue == sizeof(dwValue);
+    if (bRead)
+        nOptions = dwValue;
+    return bRead;
+}
+
+CLogConfiguration ReadConfiguration(const WCHAR* sKeyName)
+{
+    CLogConfiguration configuration;
+    CRegKeyW key;
+    if (!OpenKey(key, KeyPath(sKeyName)) || !ReadOptions(key, configuration.m_nOptions))
+        return configuration;
+    configuration.m_bRead = true;
+    if (configuration.m_nOptions == 0)
+        return configuration;
+    ULONG nChars = MAX_PATH;
+    configuration.m_bRead =
+        key.QueryStringValue(ORVTEXT("EventDir"), configuration.m_sFileNameFormat, &nChars) == ERROR_SUCCESS;
+    if (configuration.m_nOptions & lqlSQL)
+    {
+        nChars = static_cast<ULONG>(std::size(configuration.m_sWorkerDBIds));
+        key.QueryStringValue(ORVTEXT("WorkerDBIdForSQLLog"), configuration.m_sWorkerDBIds, &nChars);
+    }
+    return configuration;
+}
+
+/// A weekly file named after the program.
+void DefaultFormat(WCHAR (&sFormat)[MAX_PATH])
+{
+    WCHAR sProgram[1024];
+    sProgram[0] = 0;
+    GetModuleFileNameW(nullptr, sProgram, static_cast<DWORD>(std::size(sProgram)));
+    std::basic_string_view<WCHAR> sPath(sProgram);
+    const auto nDot = sPath.rfind(ORVTEXT('.'));
+    if (nDot != sPath.npos)
+        sProgram[nDot] = 0;
+    else
+        ORV_REPORT_FROM("orvlog", "COrvLog::InitRegLog", "p != nullptr", 0);
+    sPath = sProgram;
+    const auto nName = sPath.find_last_of(ORVTEXT("\\/"));
+    OCT::FormatTo(sFormat, ORVTEXT("#WE(LOCAPP)\\Lumatrek\\Log\\%s-DB_log.txt"),
+                  sProgram + (nName == sPath.npos ? 0 : nName + 1));
+}
+
+} // namespace
+
+bool COrvLog::InitRegLog(const WCHAR* keyName, const WCHAR* prefix)
+{
+    if (keyName == nullptr || *keyName == 0)
+    {
+        ORV_REPORT_FROM("orvlog", "COrvLog::InitRegLog", "STRISEMPTY(sKeyName)", 0);
+        return false;
+    }
+    CLogConfiguration configuration = ReadConfiguration(keyName);
+    m_WorkerDBIds.Split(configuration.m_sWorkerDBIds, ',');
+    if (!configuration.m_bRead)
+        DefaultFormat(configuration.m_sFileNameFormat);
+    const bool bLog =
+        InitFileLog(configuration.m_sFileNameFormat, static_cast<int>(configuration.m_nOptions), prefix);
+    return configuration.m_bRead && bLog;
+}
