@@ -63,7 +63,7 @@ std::int64_t DistantSecondsOf(int year, int month, int day, int hour, int minute
 /// SYSTEMTIME.
 inline std::int64_t SecondsOf(int year, int month, int day, int hour, int minute, int second) noexcept
 {
-    const auto isBelow = [](int i, unsigned nEnd) { return static_cast<unsigned>(i) < nEnd; };
+    const auto isBelow = [](int i, unsigned nEnd) -> int { return static_cast<unsigned>(i) < nEnd; };
     // One branch for all of them: each is nearly always true.
     if (!(isBelow(year - 1902, 2038 - 1902) & isBelow(month - 1, 12) & isBelow(hour, 24) &
           isBelow(minute, 60) & isBelow(second, 60)))
