@@ -1,4 +1,4 @@
-#include "orvport/timezone.h"
+#include "systemzone.h"
 
 #include <algorithm>
 #include <array>
@@ -112,12 +112,12 @@ const CSystemZone& SystemZone() noexcept
 
 } // namespace
 
-LONG OrvZoneOffset(LONGLONG nUtc) noexcept
+LONG PortZoneOffset(LONGLONG nUtc) noexcept
 {
     return SystemZone().OffsetAt(nUtc);
 }
 
-LONG OrvZoneOffsetOfLocal(LONGLONG nLocal) noexcept
+LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
 {
     return SystemZone().OffsetOfLocal(nLocal);
 }

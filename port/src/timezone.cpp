@@ -1,6 +1,7 @@
 #include "orvport/timezone.h"
 
 #include "calendar.h"
+#include "systemzone.h"
 
 #include <optional>
 
@@ -78,7 +79,7 @@ std::optional<seconds> OffsetAt(const TIME_ZONE_INFORMATION* pZone, CalendarMs t
         return bias ? std::optional<seconds>(-*bias) : std::nullopt;
     }
     const std::int64_t nSeconds = floor<seconds>(t).time_since_epoch().count();
-    return seconds(bLocal ? OrvZoneOffsetOfLocal(nSeconds) : OrvZoneOffset(nSeconds));
+    return seconds(bLocal ? PortZoneOffsetOfLocal(nSeconds) : PortZoneOffset(nSeconds));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "orvcomtypes/timeutils.h"
 
 #include "orvcomtypes/octassert.h"
+#include "systemzone.h"
 #include "time/civil.h"
 #include "time/localzone.h"
 
@@ -66,6 +67,32 @@ void FillZone(HKEY hKey, TIME_ZONE_INFORMATION& zone) noexcept
     zone.DaylightDate = record.DaylightDate;
 }
 
+/// An offset that fields can be computed with: a record may hold anything.
+LONG CheckedOffset(std::int64_t nOffset) noexcept
+{
+    constexpr std::int64_t nMost = 2 * 86400;
+    return nOffset >= -nMost && nOffset <= nMost ? static_cast<LONG>(nOffset) : PORT_NO_OFFSET;
+}
+
+/// The offsets of a zone with rules, through the platform's conversions.
+LONG RuleOffset(const TIME_ZONE_INFORMATION& zone, std::int64_t nUtc) noexcept
+{
+    const SYSTEMTIME stUtc = OCT::FieldsOf(nUtc);
+    SYSTEMTIME st;
+    if (!SystemTimeToTzSpecificLocalTime(&zone, &stUtc, &st))
+        return PORT_NO_OFFSET;
+    return CheckedOffset(OCT::SecondsOf(st) - nUtc);
+}
+
+LONG RuleOffsetOfLocal(const TIME_ZONE_INFORMATION& zone, std::int64_t nLocal) noexcept
+{
+    const SYSTEMTIME st = OCT::FieldsOf(nLocal);
+    SYSTEMTIME stUtc;
+    if (!TzSpecificLocalTimeToSystemTime(&zone, &st, &stUtc))
+        return PORT_NO_OFFSET;
+    return CheckedOffset(nLocal - OCT::SecondsOf(stUtc));
+}
+
 } // namespace
 
 LONG OCT::NarrowSeconds(std::int64_t nSeconds) noexcept
@@ -76,40 +103,22 @@ LONG OCT::NarrowSeconds(std::int64_t nSeconds) noexcept
     return t;
 }
 
-LONG OCT::PlatformOffset(const TIME_ZONE_INFORMATION* pZone, std::int64_t nUtc) noexcept
-{
-    const SYSTEMTIME stUtc = FieldsOf(nUtc);
-    SYSTEMTIME st;
-    if (!SystemTimeToTzSpecificLocalTime(pZone, &stUtc, &st))
-        return NO_OFFSET;
-    return static_cast<LONG>(SecondsOf(st) - nUtc);
-}
-
-LONG OCT::PlatformOffsetOfLocal(const TIME_ZONE_INFORMATION* pZone, std::int64_t nLocal) noexcept
-{
-    const SYSTEMTIME st = FieldsOf(nLocal);
-    SYSTEMTIME stUtc;
-    if (!TzSpecificLocalTimeToSystemTime(pZone, &st, &stUtc))
-        return NO_OFFSET;
-    return static_cast<LONG>(nLocal - SecondsOf(stUtc));
-}
-
 LONG OCT::SelectedOffset(std::int64_t nUtc) noexcept
 {
     const TIME_ZONE_INFORMATION* const pZone = SelectedZone();
-    return pZone == nullptr ? OrvZoneOffset(nUtc) : PlatformOffset(pZone, nUtc);
+    return pZone == nullptr ? PortZoneOffset(nUtc) : RuleOffset(*pZone, nUtc);
 }
 
 LONG OCT::SelectedOffsetOfLocal(std::int64_t nLocal) noexcept
 {
     const TIME_ZONE_INFORMATION* const pZone = SelectedZone();
-    return pZone == nullptr ? OrvZoneOffsetOfLocal(nLocal) : PlatformOffsetOfLocal(pZone, nLocal);
+    return pZone == nullptr ? PortZoneOffsetOfLocal(nLocal) : RuleOffsetOfLocal(*pZone, nLocal);
 }
 
 bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
 {
     const LONG nOffset = SelectedOffset(t);
-    if (nOffset == NO_OFFSET)
+    if (nOffset == PORT_NO_OFFSET)
         return false;
     st = FieldsOf(std::int64_t{t} + nOffset);
     return true;
@@ -211,8 +220,8 @@ bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute, 
         return false;
     }
     const std::int64_t nLocal = OCT::SecondsOf(year, month, day, hour, minute, second);
-    const LONG nOffset = nLocal != OCT::NO_SECONDS ? OCT::SelectedOffsetOfLocal(nLocal) : OCT::NO_OFFSET;
-    if (nOffset == OCT::NO_OFFSET)
+    const LONG nOffset = nLocal != OCT::NO_SECONDS ? OCT::SelectedOffsetOfLocal(nLocal) : PORT_NO_OFFSET;
+    if (nOffset == PORT_NO_OFFSET)
         return false;
     *t = OCT::NarrowSeconds(nLocal - nOffset);
     return true;
@@ -241,7 +250,7 @@ bool ORVCALL Timet2LocalDATE(LONG t, double* localTime)
         return false;
     }
     const LONG nOffset = OCT::SelectedOffset(t);
-    if (nOffset == OCT::NO_OFFSET)
+    if (nOffset == PORT_NO_OFFSET)
         return false;
     *localTime = static_cast<double>(std::int64_t{t} + nOffset) / 86400.0 + 25569.0;
     return true;

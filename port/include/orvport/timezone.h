@@ -20,9 +20,4 @@ BOOL SystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION* lpTimeZoneInfo
 BOOL TzSpecificLocalTimeToSystemTime(const TIME_ZONE_INFORMATION* lpTimeZoneInformation,
                                      const SYSTEMTIME* lpLocalTime, LPSYSTEMTIME lpUniversalTime) noexcept;
 
-// No Win32 names: the seam's own, which Windows builds define by the calls above. Seconds that the system's
-// zone is ahead of UTC, at a moment and at a wall-clock time (seconds since 1970 on either clock).
-LONG OrvZoneOffset(LONGLONG nUtc) noexcept;
-LONG OrvZoneOffsetOfLocal(LONGLONG nLocal) noexcept;
-
 INT VariantTimeToSystemTime(DOUBLE vtime, LPSYSTEMTIME lpSystemTime) noexcept;
