@@ -16,7 +16,7 @@ linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build gi
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
     googletest cmake ninja-build locales)
 # The libraries that ours is measured beside.
-bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libhowardhinnant-date-dev
+bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
     robin-map-dev)
 fuzz_packages=(clang libclang-rt-dev llvm)
 tidy_packages=(clang-tidy)

@@ -320,5 +320,5 @@ DWORD GetLongPathNameW(LPCWSTR lpszShortPath, LPWSTR lpszLongPath, DWORD cchBuff
     struct stat st;
     if (!ByPath(::lstat(sPath.c_str(), &st), sPath))
         return 0;
-    return PortCopyOut(lpszShortPath, lpszLongPath, cchBuffer);
+    return PortCopyOut(PortToUtf16(sPath), lpszLongPath, cchBuffer);
 }

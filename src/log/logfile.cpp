@@ -21,8 +21,10 @@ COrvStr LongPath(const WCHAR* sPath)
     const DWORD nLength = GetLongPathNameW(sFolder, sLong, MAX_PATH);
     if (nLength == 0 || nLength >= MAX_PATH)
         return COrvStr();
+    // Joined with the separator that the system itself uses.
+    const auto nSeparator = std::basic_string_view<WCHAR>(sLong).find_first_of(ORVTEXT("\\/"));
     COrvStr sResult(sLong);
-    sResult.AddPath(sPath + nName + 1, sPath[nName]);
+    sResult.AddPath(sPath + nName + 1, nSeparator != sWhole.npos ? sLong[nSeparator] : WCHAR{'\\'});
     return sResult;
 }
 
