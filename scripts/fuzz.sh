@@ -16,5 +16,6 @@ for program in "${programs[@]}"; do
     name=$(basename "$program")
     say "$name"
     mkdir -p "build/fuzz/corpus/$name"
-    "$program" -max_total_time="${1:-60}" -print_final_stats=1 "build/fuzz/corpus/$name"
+    seeds=("fuzz/corpus/$name"/)
+    "$program" -max_total_time="${1:-60}" -print_final_stats=1 "build/fuzz/corpus/$name" "${seeds[@]}"
 done

@@ -1,0 +1,61 @@
+// Both parsers of times: what they must not do is read past the end, change a time that they refuse, or read
+// a time that its own text does not read back as.
+#include "orvcomtypes/orvtime.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace
+{
+
+constexpr int KEPT = 77;
+
+void Require(bool bHolds)
+{
+    if (!bHolds)
+        std::abort();
+}
+
+template <class Char>
+void CheckParser(const std::basic_string<Char>& sText)
+{
+    COrvTime t(KEPT);
+    if (!t.SetFromString(sText.c_str()))
+    {
+        Require(t.GetOrvTime() == KEPT || t.IsNull());
+        return;
+    }
+    if (!t.IsValid())
+        return; // a UTC text may name a time before 1970
+    for (const auto type : {COrvTime::dftISO, COrvTime::dftISO_T})
+    {
+        Char utc[32];
+        t.DebugFormat(type, utc, 32);
+        Require(COrvTime(utc) == t);
+    }
+}
+
+void CheckLocale(const std::basic_string<WCHAR>& sText, unsigned uiFlags)
+{
+    COrvTime t(KEPT);
+    if (!t.ParseLocal(sText.c_str(), uiFlags))
+        Require(t.GetOrvTime() == KEPT || t.IsNull());
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    // Exact copies, so that a read past the terminator is seen.
+    const std::string sNarrow(reinterpret_cast<const char*>(pData), nSize);
+    CheckParser(sNarrow);
+    CheckParser(std::basic_string<WCHAR>(sNarrow.begin(), sNarrow.end()));
+    std::basic_string<WCHAR> sWide(nSize / sizeof(WCHAR), 0);
+    if (!sWide.empty())
+        std::memcpy(sWide.data(), pData, sWide.size() * sizeof(WCHAR));
+    CheckParser(sWide);
+    CheckLocale(std::basic_string<WCHAR>(sNarrow.begin(), sNarrow.end()),
+                COrvTime::Date_Short | COrvTime::Time_Long);
+    return 0;
+}

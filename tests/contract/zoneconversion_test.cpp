@@ -1,0 +1,169 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <oleauto.h>
+
+#include "support/wine.h"
+
+#include <array>
+
+namespace
+{
+
+SYSTEMTIME Time(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0)
+{
+    const auto w = [](int i) { return static_cast<WORD>(i); };
+    return {w(y), w(mo), 0, w(d), w(h), w(mi), w(s), w(ms)};
+}
+
+/// The \p n-th weekday of a month, without a year.
+SYSTEMTIME Rule(int mo, int iWeekday, int n, int h, int mi = 0, int s = 0, int ms = 0)
+{
+    SYSTEMTIME st = Time(0, mo, n, h, mi, s, ms);
+    st.wDayOfWeek = static_cast<WORD>(iWeekday);
+    return st;
+}
+
+TIME_ZONE_INFORMATION Zone(LONG nBias, const SYSTEMTIME& toStandard, const SYSTEMTIME& toDaylight,
+                           LONG nDaylightBias = -60)
+{
+    TIME_ZONE_INFORMATION zone = {};
+    zone.Bias = nBias;
+    zone.StandardDate = toStandard;
+    zone.DaylightDate = toDaylight;
+    zone.DaylightBias = nDaylightBias;
+    return zone;
+}
+
+using Fields = std::array<int, 7>;
+
+Fields FieldsOf(const SYSTEMTIME& st)
+{
+    return {st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds};
+}
+
+Fields ToLocal(const TIME_ZONE_INFORMATION& zone, const SYSTEMTIME& utc)
+{
+    SYSTEMTIME st = {};
+    return SystemTimeToTzSpecificLocalTime(&zone, &utc, &st) ? FieldsOf(st) : Fields{};
+}
+
+Fields ToUtc(const TIME_ZONE_INFORMATION& zone, const SYSTEMTIME& local)
+{
+    SYSTEMTIME st = {};
+    return TzSpecificLocalTimeToSystemTime(&zone, &local, &st) ? FieldsOf(st) : Fields{};
+}
+
+const TIME_ZONE_INFORMATION EUROPE = Zone(-60, Rule(10, 0, 5, 3), Rule(3, 0, 5, 2));
+const TIME_ZONE_INFORMATION SYDNEY = Zone(-600, Rule(4, 0, 1, 3), Rule(10, 0, 1, 2));
+const TIME_ZONE_INFORMATION LORD_HOWE = Zone(-630, Rule(4, 0, 1, 2), Rule(10, 0, 1, 2), -30);
+const TIME_ZONE_INFORMATION SANTIAGO =
+    Zone(240, Rule(4, 6, 1, 23, 59, 59, 999), Rule(9, 6, 1, 23, 59, 59, 999));
+const TIME_ZONE_INFORMATION NEPAL = Zone(-345, {}, {});
+
+struct Row
+{
+    const TIME_ZONE_INFORMATION& zone;
+    SYSTEMTIME utc;
+    SYSTEMTIME local;
+};
+
+TEST(ZoneConversion, FollowsTheRulesOfTheRecord)
+{
+    const Row rows[] = {
+        {EUROPE, Time(2024, 3, 31, 0, 59, 59), Time(2024, 3, 31, 1, 59, 59)},
+        {EUROPE, Time(2024, 3, 31, 1), Time(2024, 3, 31, 3)},
+        {EUROPE, Time(2024, 10, 27, 1), Time(2024, 10, 27, 2)},
+        {EUROPE, Time(2023, 10, 29, 0, 59, 59), Time(2023, 10, 29, 2, 59, 59)},
+        {EUROPE, Time(2023, 12, 31, 23, 30), Time(2024, 1, 1, 0, 30)},
+        {EUROPE, Time(2024, 2, 29, 22, 59, 59, 123), Time(2024, 2, 29, 23, 59, 59, 123)},
+        {SYDNEY, Time(2024, 4, 6, 15, 59, 59), Time(2024, 4, 7, 2, 59, 59)},
+        {SYDNEY, Time(2024, 4, 6, 16), Time(2024, 4, 7, 2)},
+        {SYDNEY, Time(2024, 10, 5, 16), Time(2024, 10, 6, 3)},
+        {SYDNEY, Time(2023, 12, 31, 20), Time(2024, 1, 1, 7)},
+        {LORD_HOWE, Time(2024, 4, 6, 14, 59, 59), Time(2024, 4, 7, 1, 59, 59)},
+        {LORD_HOWE, Time(2024, 4, 6, 15), Time(2024, 4, 7, 1, 30)},
+        {SANTIAGO, Time(2024, 4, 7, 2, 59, 59), Time(2024, 4, 6, 23, 59, 59)},
+        {SANTIAGO, Time(2024, 4, 7, 3), Time(2024, 4, 6, 23)},
+        {NEPAL, Time(1999, 12, 31, 18, 15), Time(2000, 1, 1)},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::PrintToString(FieldsOf(row.utc)));
+        EXPECT_EQ(FieldsOf(row.local), ToLocal(row.zone, row.utc));
+        const Fields back = ToUtc(row.zone, row.local);
+        const bool bEarlier = ToLocal(row.zone, Time(back[0], back[1], back[2], back[3], back[4], back[5],
+                                                     back[6])) == FieldsOf(row.local);
+        EXPECT_TRUE(back == FieldsOf(row.utc) || bEarlier) << testing::PrintToString(back);
+    }
+}
+
+TEST(ZoneConversion, ARuleWithAYearIsADate)
+{
+    const TIME_ZONE_INFORMATION zone = Zone(0, Time(2024, 9, 15, 2), Time(2024, 5, 15, 1));
+    EXPECT_EQ(FieldsOf(Time(2024, 5, 15, 0, 59, 59)), ToLocal(zone, Time(2024, 5, 15, 0, 59, 59)));
+    EXPECT_EQ(FieldsOf(Time(2024, 5, 15, 2)), ToLocal(zone, Time(2024, 5, 15, 1)));
+    EXPECT_EQ(FieldsOf(Time(2024, 9, 15, 1)), ToLocal(zone, Time(2024, 9, 15, 1)));
+}
+
+TEST(ZoneConversion, SkippedAndRepeatedTimesGiveOneOfTheirReadings)
+{
+    const Fields skipped = ToUtc(EUROPE, Time(2024, 3, 31, 2, 30));
+    EXPECT_TRUE(skipped == FieldsOf(Time(2024, 3, 31, 0, 30)) ||
+                skipped == FieldsOf(Time(2024, 3, 31, 1, 30)));
+    const Fields repeated = ToUtc(EUROPE, Time(2024, 10, 27, 2, 30));
+    EXPECT_TRUE(repeated == FieldsOf(Time(2024, 10, 27, 0, 30)) ||
+                repeated == FieldsOf(Time(2024, 10, 27, 1, 30)));
+}
+
+TEST(ZoneConversion, ResultsTellTheDayOfWeek)
+{
+    SYSTEMTIME st;
+    const SYSTEMTIME utc = Time(2024, 2, 28, 23, 30);
+    ASSERT_TRUE(SystemTimeToTzSpecificLocalTime(&EUROPE, &utc, &st));
+    EXPECT_EQ(4, st.wDayOfWeek);
+}
+
+TEST(ZoneConversion, RefusesTimesThatDoNotExist)
+{
+    for (const SYSTEMTIME& bad : {Time(2024, 13, 1), Time(2024, 0, 1), Time(2024, 1, 32),
+                                  Time(2024, 1, 1, 24), Time(2024, 1, 1, 0, 60), Time(1600, 12, 31)})
+    {
+        SCOPED_TRACE(testing::PrintToString(FieldsOf(bad)));
+        EXPECT_EQ(Fields{}, ToLocal(EUROPE, bad));
+        EXPECT_EQ(Fields{}, ToUtc(EUROPE, bad));
+        SYSTEMTIME st;
+        EXPECT_FALSE(SystemTimeToTzSpecificLocalTime(nullptr, &bad, &st));
+    }
+}
+
+TEST(ZoneConversion, TheDayMustExistInItsMonth)
+{
+    ORV_SKIP_WINE("days up to the 31st are accepted in every month");
+    EXPECT_EQ(Fields{}, ToLocal(EUROPE, Time(2023, 2, 29)));
+    EXPECT_EQ(Fields{}, ToUtc(EUROPE, Time(2024, 4, 31)));
+}
+
+TEST(VariantTime, BreaksDown)
+{
+    struct DateRow
+    {
+        double d;
+        SYSTEMTIME st;
+    };
+    for (const DateRow& row :
+         {DateRow{0.0, Time(1899, 12, 30)}, DateRow{25569.0, Time(1970, 1, 1)},
+          DateRow{45418.29732638889, Time(2024, 5, 6, 7, 8, 9)}, DateRow{50423.99999999, Time(2038, 1, 19)},
+          DateRow{-1.25, Time(1899, 12, 29, 6)}, DateRow{-657434.0, Time(100, 1, 1)},
+          DateRow{2958465.5, Time(9999, 12, 31, 12)}})
+    {
+        SYSTEMTIME st;
+        ASSERT_TRUE(VariantTimeToSystemTime(row.d, &st)) << row.d;
+        EXPECT_EQ(FieldsOf(row.st), FieldsOf(st)) << row.d;
+    }
+    SYSTEMTIME st;
+    EXPECT_FALSE(VariantTimeToSystemTime(2958466.0, &st));
+    EXPECT_FALSE(VariantTimeToSystemTime(-657435.0, &st));
+}
+
+} // namespace
