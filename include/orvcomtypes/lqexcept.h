@@ -1,9 +1,28 @@
-/// The exceptions of the library.
+/// The exceptions of the library, and the texts of Windows and COM errors.
+///
+/// Exceptions stand for failures that callers must not ignore; plain exported functions return values
+/// instead. Each carries messages, so that its text is made later in the language of whoever reads it, and
+/// where it was raised. Every exception that the library throws first goes to the process logger and, half a
+/// second later, to the registered exception logger, or to the debugger when there is none.
+///
+/// Ownership: exceptions are values, thrown by value and caught by reference; copies copy messages and file.
+/// Thread safety: register the exception logger once at start-up; everything else is reentrant.
+/// Errors: source `lqexcept`; "e == nullptr" from "ExceptFormatToLog". Formatting never throws for what is
+/// missing.
+///   Without memory for its message an exception is thrown without one.
+///
+///     try { … }
+///     catch (const CLQExcept& e)
+///     {
+///         ShowText(e.Format(hResources));
+///     }
 #pragma once
 
+#include "orvcomtypes/lqmessage.h"
 #include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/orvstr.h"
 
-/// What kind of failure an exception stands for.
+/// What kind of failure an exception stands for; the names are the texts in logs.
 enum LQExcCategory
 {
     lqeUndefined = 0,
@@ -21,26 +40,81 @@ enum LQExcCategory
 class ORV_API CLQExcept
 {
 public:
-    CLQExcept(LONG iCode, const LQSrcLocation& location) noexcept;
+    /// \p iCode is an HRESULT-style code. A ".\" in front of the location's file is removed. Leaves a trace
+    /// line in the debugger output.
+    CLQExcept(LONG iCode, unsigned uResId, const LQSrcLocation& location);
+    CLQExcept(const CLQExcept&) = default;
+    CLQExcept& operator=(const CLQExcept&) = default;
     virtual ~CLQExcept();
+
     virtual LQExcCategory GetCategory() const;
     virtual LONG GetErrorCode() const;
+    /// The messages in the language of \p hModule; null for the current language.
+    virtual COrvStr Format(HINSTANCE hModule) const;
+    virtual COrvStr FormatToLog() const;
+
+    const CLQMessages& GetMessages() const noexcept { return m_messages; }
+    CLQMessages& GetMessages() noexcept { return m_messages; }
+    LONG GetLine() const noexcept { return m_iLine; }
+    const WCHAR* GetFile() const noexcept { return m_sFile; }
 
 private:
     LONG m_iErrorCode;
-    [[maybe_unused]] LONG m_iLine;
+    CLQMessages m_messages;
+    LONG m_iLine;
+    COrvStr m_sFile;
 };
 
 class ORV_API CLQInvalidargExcept : public CLQExcept
 {
 public:
-    explicit CLQInvalidargExcept(const LQSrcLocation& location) noexcept;
+    CLQInvalidargExcept(unsigned uResId, const LQSrcLocation& location)
+        : CLQExcept(E_INVALIDARG, uResId, location)
+    {
+    }
     LQExcCategory GetCategory() const override;
 };
 
 class ORV_API CLQMemoryExcept : public CLQExcept
 {
 public:
-    explicit CLQMemoryExcept(const LQSrcLocation& location) noexcept;
+    CLQMemoryExcept(unsigned uResId, const LQSrcLocation& location)
+        : CLQExcept(E_OUTOFMEMORY, uResId, location)
+    {
+    }
     LQExcCategory GetCategory() const override;
 };
+
+class ORV_API CLQComExcept : public CLQExcept
+{
+public:
+    using CLQExcept::CLQExcept;
+    LQExcCategory GetCategory() const override;
+};
+
+/// What is known about a failed COM or database call.
+struct LQComErrorData
+{
+    LONG m_iCode = 0; ///< HRESULT; negative means failure
+    COrvStr m_sMessage;
+    LONG m_iNativeCode = 0; ///< the provider's own number
+    COrvStr m_sSQLState;
+};
+
+/// The id of a generic message for a category; 0 when there is none.
+ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetErrorMessResId(LQExcCategory category, int iVariant) noexcept;
+
+/// One line for the log: category, place, parameters of the messages and their text.
+ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ExceptFormatToLog(const CLQExcept* e);
+
+/// One line for the log; empty for null.
+ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ComErrorDataToLogString(const LQComErrorData* pError);
+
+/// The system's text of an error code without the line end; empty for 0 and for codes that have no text.
+ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetWinErrorString(DWORD dwCode);
+
+/// Receives the address from which an exception was thrown, and a text that names its type.
+using LQExceptionLogger = void(ORVCALL*)(const void* pAddress, const char* sText);
+
+/// Sets the one exception logger of the process, null for none; returns \p fnLogger.
+ORV_EXTERN_C ORV_FUNC LQExceptionLogger ORVCALL RegisterExceptionLogger(LQExceptionLogger fnLogger) noexcept;

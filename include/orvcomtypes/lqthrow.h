@@ -15,8 +15,10 @@ struct LQSrcLocation
     (::LQSrcLocation{::OCT::SourceNameW<::OCT::CSourceStem<WCHAR>(__FILE__)>, \
                      static_cast<unsigned>(__LINE__)})
 
-/// Throws `CLQMemoryExcept` (E_OUTOFMEMORY, the generic message of `lqeMemory`) through the library's throw path.
+/// Throws `CLQMemoryExcept` (E_OUTOFMEMORY, the generic message of `lqeMemory`) through the library's throw
+/// path.
 [[noreturn]] ORV_API void ORVCALL LQThrowMemory(const LQSrcLocation& location);
 
-/// Throws `CLQInvalidargExcept` (E_INVALIDARG, the generic message of `lqeInvalidarg`) through the library's throw path.
+/// Throws `CLQInvalidargExcept` (E_INVALIDARG, the generic message of `lqeInvalidarg`) through the library's
+/// throw path.
 [[noreturn]] ORV_API void ORVCALL LQThrowInvalidArg(const LQSrcLocation& location);

@@ -1,14 +1,16 @@
-// Debugger output goes where ORVCOMTYPES_DEBUG_OUTPUT says: "stderr", or a file that each call appends to in one
-// write; nowhere without it. A debugger would take it from a standard stream.
+// Debugger output goes where ORVCOMTYPES_DEBUG_OUTPUT says: "stderr", or a file that each call appends to in
+// one write; nowhere without it. A debugger would take it from a standard stream.
 #include <windows.h>
 
 #include "utf.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string>
 
+#include <execinfo.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -51,4 +53,15 @@ BOOL IsDebuggerPresent() noexcept
         if (sLine.starts_with("TracerPid:"))
             return std::atoi(sLine.c_str() + 10) != 0;
     return FALSE;
+}
+
+WORD CaptureStackBackTrace(DWORD FramesToSkip, DWORD FramesToCapture, PVOID* BackTrace,
+                           std::nullptr_t) noexcept
+{
+    void* addresses[64];
+    const auto nFrames = static_cast<DWORD>(backtrace(addresses, 64));
+    const DWORD dwSkip = FramesToSkip + 1; // this function
+    const DWORD dwCount = nFrames > dwSkip ? std::min(nFrames - dwSkip, FramesToCapture) : 0;
+    std::copy_n(addresses + std::min(dwSkip, nFrames), dwCount, BackTrace);
+    return static_cast<WORD>(dwCount);
 }

@@ -1,13 +1,19 @@
 #include "orvcomtypes/lqthrow.h"
 
-#include "orvcomtypes/lqexcept.h"
+#include "errors/lqraise.h"
+
+#include <new>
 
 void ORVCALL LQThrowMemory(const LQSrcLocation& location)
 {
-    throw CLQMemoryExcept(location);
+    // The exception needs memory for its message. When that is what failed, it learns it by the simplest
+    // exception.
+    if (OCT::CThrowScope().IsNested())
+        throw std::bad_alloc();
+    OCT::Raise<CLQMemoryExcept>("CLQMemoryExcept", GetErrorMessResId(lqeMemory, 0), location);
 }
 
 void ORVCALL LQThrowInvalidArg(const LQSrcLocation& location)
 {
-    throw CLQInvalidargExcept(location);
+    OCT::Raise<CLQInvalidargExcept>("CLQInvalidargExcept", GetErrorMessResId(lqeInvalidarg, 0), location);
 }

@@ -7,3 +7,8 @@
 void OutputDebugStringA(LPCSTR lpOutputString) noexcept;
 void OutputDebugStringW(LPCWSTR lpOutputString) noexcept;
 BOOL IsDebuggerPresent() noexcept;
+
+/// Return addresses of the running thread, without those of the first \p FramesToSkip functions, the caller being the
+/// first of them. How many were stored; none where the stack cannot be walked. There is no hash.
+WORD CaptureStackBackTrace(DWORD FramesToSkip, DWORD FramesToCapture, PVOID* BackTrace,
+                           std::nullptr_t BackTraceHash) noexcept;
