@@ -1,7 +1,8 @@
 #include "orvcomtypes/lqexcept.h"
-#include "orvcomtypes/resourcehandler.h"
+#include "orvcomtypes/orvlog.h"
 #include "support/debug_capture.h"
 #include "support/report_capture.h"
+#include "support/temp_dir.h"
 #include "support/test_strings.h"
 #include "support/text.h"
 
@@ -144,6 +145,24 @@ TEST(Throw, TellsTheExceptionLogger)
     static const std::regex s_form(
         R"(Exception of type "CLQMemoryExcept" occurred at 0x[0-9A-F]{8}([0-9A-F]{8})?\n)");
     EXPECT_TRUE(std::regex_search(sSent, s_form)) << sSent;
+}
+
+TEST(Throw, IsLoggedOnceByTheProcessLogger)
+{
+    const CTempDir dir;
+    ASSERT_TRUE(InitFileProcessLogger((dir / "throw.log").string<WCHAR>().c_str(), lqlErrors));
+    EXPECT_THROW(CLQMessages().GetItem(0), CLQInvalidargExcept);
+    const CLQExcept e = Made(ORVTEXT("a"));
+    LogLQExcept(&e);
+    LogLQExcept(nullptr);
+    ReleaseProcessLogger();
+    const std::string sLog = ReadBytes(dir / "throw.log");
+    static const std::regex s_form(
+        R"(=E> .*Throwing LQ exception: Category: lqeInvalidarg; File: lqmessage \(\d+\); Params: ;\s+)"
+        R"(Formatted: Internal error, invalid resource parameters\. 26006;\s+)"
+        R"(=E> .*Throwing LQ exception: Category: lqeCustom; File: a \(12\).*\s+Formatted: ;\s+)"
+        R"(=E> .*Throwing unknown LQ exception\s+)");
+    EXPECT_TRUE(std::regex_match(sLog, s_form)) << sLog;
 }
 
 TEST(ErrorText, OfWindowsCodesHasNoLineEnd)

@@ -107,6 +107,10 @@ ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetErrorMessResId(LQExcCategory category,
 /// One line for the log: category, place, parameters of the messages and their text.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ExceptFormatToLog(const CLQExcept* e);
 
+/// Writes the exception to the process logger as one that is about to be thrown; nothing when errors are not
+/// logged.
+ORV_EXTERN_C ORV_FUNC void ORVCALL LogLQExcept(const CLQExcept* e);
+
 /// One line for the log; empty for null.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ComErrorDataToLogString(const LQComErrorData* pError);
 

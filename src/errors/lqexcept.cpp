@@ -2,6 +2,7 @@
 
 #include "core/fixedline.h"
 #include "core/textformat.h"
+#include "orvcomtypes/orvlog.h"
 #include "strings/charclass.h"
 
 #include <iterator>
@@ -149,6 +150,18 @@ COrvStr ORVCALL ExceptFormatToLog(const CLQExcept* e)
                         static_cast<const WCHAR*>(params(messages.GetItem(i))));
     text.Append(ORVTEXT("\r\n\t\tFormatted: %s;"), static_cast<const WCHAR*>(messages.Format(nullptr)));
     return COrvStr(text.Text());
+}
+
+void ORVCALL LogLQExcept(const CLQExcept* e)
+{
+    const COrvLog& log = *GetProcessLogger();
+    if ((log.GetLogOpt() & lqlErrors) == 0)
+        return; // the text is not even made: that reports what the resources lack
+    const COrvStr sText = e != nullptr ? e->FormatToLog() : ExceptFormatToLog(e);
+    if (sText.IsEmpty())
+        log.LogOpt(lqlErrors, "Throwing unknown LQ exception");
+    else
+        log.LogOpt(lqlErrors, "Throwing LQ exception: %S", static_cast<const WCHAR*>(sText));
 }
 
 COrvStr ORVCALL ComErrorDataToLogString(const LQComErrorData* pError)

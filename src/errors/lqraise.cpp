@@ -36,8 +36,16 @@ CThrowScope::~CThrowScope()
     t_bThrowing = m_bNested;
 }
 
-void AnnounceThrow(const CLQExcept&, const char* sTypeName) noexcept
+void AnnounceThrow(const CLQExcept& e, const char* sTypeName) noexcept
 {
+    try
+    {
+        LogLQExcept(&e);
+    }
+    catch (...)
+    {
+        // The exception on its way matters more than the line about it.
+    }
     Sleep(kPauseMilliseconds);
     const void* pAddress = CallSite();
     char sText[1024 + 1];
