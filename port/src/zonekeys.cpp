@@ -124,8 +124,8 @@ auto CountHits(const SYSTEMTIME& rule, const std::vector<Change>& changes, milli
     });
 }
 
-/// The rule that stays right for the most of the following years. The fourth weekday may be the last one, and midnight
-/// may be the end of the day before, which rules write as its last millisecond.
+/// The rule that stays right for the most of the following years. The fourth weekday may be the last one, and
+/// midnight may be the end of the day before, which rules write as its last millisecond.
 SYSTEMTIME BestRule(const Change& change, const std::vector<Change>& changes)
 {
     SYSTEMTIME best = {};

@@ -1,5 +1,5 @@
-// The keys "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\<name>" of the machine's hive, made from ICU's zone
-// data. The registry serves them where no hive file has the key.
+// The keys "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\<name>" of the machine's hive, made from
+// ICU's zone data. The registry serves them where no hive file has the key.
 #pragma once
 
 #include "orvport/types.h"
@@ -26,6 +26,6 @@ struct ZoneKeyValues
     ZoneKeyRules m_rules;  ///< "TZI", with the rules of the current year
 };
 
-/// The values of the zone of that Windows name ("Central Europe Standard Time"), compared as key names are: without
-/// regard to the case of letters. Nothing when ICU knows no such zone.
+/// The values of the zone of that Windows name ("Central Europe Standard Time"), compared as key names are:
+/// without regard to the case of letters. Nothing when ICU knows no such zone.
 std::optional<ZoneKeyValues> FindZoneKey(std::u16string_view sZoneName);

@@ -59,6 +59,11 @@ WString DateOrder(const WCHAR* sLocale, unsigned uiFlags)
     return sOrder;
 }
 
+bool IsLetter(WCHAR c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c >= 0x00C0;
+}
+
 bool BeginsWith(WStringView sText, WStringView sWord)
 {
     return sText.size() >= sWord.size() &&
@@ -74,27 +79,36 @@ public:
 
     /// The month (1 to 12) whose name \p sText begins with, 0 for none; of several the longest. \p nLength
     /// gets its length.
-    int FindMonth(WStringView sText, std::size_t& nLength) const;
+    int FindMonth(WStringView sText, std::size_t& nLength);
     /// The half of the day (0 or 1) whose name \p sText begins with, -1 for none.
     int FindHalf(WStringView sText) const;
 
 private:
-    std::array<WString, 24> m_months; // the second dozen as they stand beside a day
+    void LoadMonths();
+
+    const WCHAR* m_sLocale;
+    std::array<WString, 24> m_months; // loaded when asked for; the second dozen as they stand beside a day
     std::array<WString, 2> m_halves;
 };
 
 CLocaleWords::CLocaleWords(const WCHAR* sLocale)
-    : m_halves{LocaleText(sLocale, LOCALE_S1159), LocaleText(sLocale, LOCALE_S2359)}
+    : m_sLocale(sLocale), m_halves{LocaleText(sLocale, LOCALE_S1159), LocaleText(sLocale, LOCALE_S2359)}
+{
+}
+
+void CLocaleWords::LoadMonths()
 {
     for (unsigned i = 0; i < 12; ++i)
     {
-        m_months[i] = LocaleText(sLocale, LOCALE_SMONTHNAME1 + i);
-        m_months[i + 12] = LocaleText(sLocale, (LOCALE_SMONTHNAME1 + i) | LOCALE_RETURN_GENITIVE_NAMES);
+        m_months[i] = LocaleText(m_sLocale, LOCALE_SMONTHNAME1 + i);
+        m_months[i + 12] = LocaleText(m_sLocale, (LOCALE_SMONTHNAME1 + i) | LOCALE_RETURN_GENITIVE_NAMES);
     }
 }
 
-int CLocaleWords::FindMonth(WStringView sText, std::size_t& nLength) const
+int CLocaleWords::FindMonth(WStringView sText, std::size_t& nLength)
 {
+    if (m_months[0].empty())
+        LoadMonths();
     int iMonth = 0;
     nLength = 0;
     for (std::size_t i = 0; i < m_months.size(); ++i)
@@ -170,13 +184,10 @@ bool CLocaleReader::ReadMonthName(int& iMonth)
 /// Passes over one unit that is no letter, or over a whole word, so that no name is found inside another.
 void CLocaleReader::SkipWord()
 {
-    const auto isLetter = [](WCHAR c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c >= 0x00C0;
-    };
-    const bool bWord = isLetter(m_sRest.front());
+    const bool bWord = IsLetter(m_sRest.front());
     do
         m_sRest.remove_prefix(1);
-    while (bWord && !m_sRest.empty() && isLetter(m_sRest.front()));
+    while (bWord && !m_sRest.empty() && IsLetter(m_sRest.front()));
 }
 
 bool CLocaleReader::ReadDate(SYSTEMTIME& st)
@@ -187,7 +198,7 @@ bool CLocaleReader::ReadDate(SYSTEMTIME& st)
         int i;
         if (m_sRest.empty())
             return false;
-        if (sOrder.find('M') != WString::npos && !IsAtDigit() && ReadMonthName(i))
+        if (sOrder.find('M') != WString::npos && IsLetter(m_sRest.front()) && ReadMonthName(i))
         {
             st.wMonth = static_cast<WORD>(i);
             std::erase(sOrder, 'M');
