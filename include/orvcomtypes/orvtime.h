@@ -372,8 +372,8 @@ public:
     /// no time: that stores null.
     ///
     /// The two differ on purpose. The narrow one rounds a fraction of a second (".5") and refuses an offset.
-    /// The wide one reads an offset from UTC ("+2", "+02", "+0200", "+02:00") and takes a fraction for other
-    /// text.
+    /// The wide one reads an offset from UTC ("+2", "+02", "+230", "+0230", "+02:30") and takes a fraction
+    /// for other text.
     ///
     /// Tolerated with a report: "bHasHyphen", "!bHasHyphen" (hyphens), "bHasSemicolon", "!bHasSemicolon"
     /// (colons), and one without text for other characters behind the time. "p[1] <= L'2'" (hours of the
@@ -398,14 +398,14 @@ public:
     /// when not valid or when no part is asked for.
     /// "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) ==
     /// 0)" gives the one part that there is.
-    COrvStr FormatLocal(unsigned uiFlags = Date_Short | Time_Long) const;
+    COrvStr FormatLocal(unsigned uiFlags = Date_Short | Time_Long) const noexcept;
     /// Reads what `FormatLocal` writes for the same flags, as precisely as it was written. Separators and
     /// weekdays do not count; the seconds and the century may be left out. Without a date in the flags that
     /// of the time itself holds, or today's when it is not valid; without a time of day local midnight.
     ///
     /// False leaves the time unchanged, except when the fields are no time: that stores null. "src ==
     /// nullptr".
-    bool ParseLocal(const WCHAR* src, unsigned uiFlags = Date_Short | Time_Long);
+    bool ParseLocal(const WCHAR* src, unsigned uiFlags = Date_Short | Time_Long) noexcept;
 
 private:
     COrvTime RoundTo(int iAdd, int iUnit) const noexcept

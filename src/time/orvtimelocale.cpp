@@ -2,7 +2,9 @@
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
-COrvStr COrvTime::FormatLocal(unsigned uiFlags) const
+#include <new>
+
+COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
 {
     const bool bTimeFirst = (uiFlags & Ext_TimeFirst) == Ext_TimeFirst;
     if (bTimeFirst && ((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) == 0))
@@ -11,15 +13,31 @@ COrvStr COrvTime::FormatLocal(unsigned uiFlags) const
     SYSTEMTIME st;
     if (!IsValid() || !OCT::LocalFieldsOf(m_iTime, st))
         return COrvStr();
-    return COrvStr(OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags).c_str());
+    try
+    {
+        return COrvStr(OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags).c_str());
+    }
+    catch (const std::bad_alloc&)
+    {
+        return COrvStr();
+    }
 }
 
-bool COrvTime::ParseLocal(const WCHAR* src, unsigned uiFlags)
+bool COrvTime::ParseLocal(const WCHAR* src, unsigned uiFlags) noexcept
 {
-    if (src != nullptr)
+    if (src == nullptr)
+    {
+        ORVTIME_REPORT("COrvTime::ParseLocal", "src == nullptr");
+        return false;
+    }
+    try
+    {
         return (uiFlags & (Date_Mask | Time_Mask)) != 0 && InternalParseLocal(src, uiFlags);
-    ORVTIME_REPORT("COrvTime::ParseLocal", "src == nullptr");
-    return false;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
 }
 
 bool COrvTime::InternalParseLocal(const WCHAR* src, unsigned uiFlags)
