@@ -13,6 +13,7 @@
 #ifdef ORV_HAS_SPDLOG
 #include <spdlog/async.h>
 #include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/spdlog.h>
 #endif
 
 #include <unistd.h>
