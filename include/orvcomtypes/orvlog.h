@@ -170,7 +170,7 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL LogStrRawExp(const char* text);
 /// dest.
 ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size);
 /// The name that a format stands for now; its folders are made. Empty when none results.
-ORV_API COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat);
+ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat);
 /// One line with the thread, the milliseconds since the first call and since the last one, at level
 /// `lqlInformation`, and to the debugger.
 ORV_EXTERN_C ORV_FUNC void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value);
