@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <unordered_set>
 #include <vector>
@@ -69,9 +70,8 @@ struct CPeer
 /// The same IDs for every container; the second half of them is never inserted.
 struct CIds
 {
-    explicit CIds(const benchmark::State& state)
+    explicit CIds(std::size_t nCount)
     {
-        const auto nCount = static_cast<std::size_t>(state.range(0));
         std::mt19937 random(12345);
         std::unordered_set<unsigned> all;
         while (all.size() < 2 * nCount)
@@ -90,6 +90,12 @@ struct CIds
     std::vector<unsigned> m_absent;
 };
 
+const CIds& Ids(const benchmark::State& state)
+{
+    static std::map<std::int64_t, CIds> s_ids;
+    return s_ids.try_emplace(state.range(0), static_cast<std::size_t>(state.range(0))).first->second;
+}
+
 template <class Set>
 void Fill(Set& set, const std::vector<unsigned>& ids)
 {
@@ -100,7 +106,7 @@ void Fill(Set& set, const std::vector<unsigned>& ids)
 template <class Set>
 void Insert(benchmark::State& state)
 {
-    const CIds ids(state);
+    const CIds& ids = Ids(state);
     for ([[maybe_unused]] auto _ : state)
     {
         Set set;
@@ -126,7 +132,7 @@ void LookUp(benchmark::State& state, const Set& set, const std::vector<unsigned>
 template <class Set>
 void Hit(benchmark::State& state)
 {
-    const CIds ids(state);
+    const CIds& ids = Ids(state);
     Set set;
     Fill(set, ids.m_present);
     LookUp(state, set, ids.m_shuffled);
@@ -135,7 +141,7 @@ void Hit(benchmark::State& state)
 template <class Set>
 void Miss(benchmark::State& state)
 {
-    const CIds ids(state);
+    const CIds& ids = Ids(state);
     Set set;
     Fill(set, ids.m_present);
     LookUp(state, set, ids.m_absent);
@@ -144,7 +150,7 @@ void Miss(benchmark::State& state)
 template <class Set>
 void Iterate(benchmark::State& state)
 {
-    const CIds ids(state);
+    const CIds& ids = Ids(state);
     Set set;
     Fill(set, ids.m_present);
     for ([[maybe_unused]] auto _ : state)
@@ -155,7 +161,7 @@ void Iterate(benchmark::State& state)
 template <class Set>
 void Erase(benchmark::State& state)
 {
-    const CIds ids(state);
+    const CIds& ids = Ids(state);
     for ([[maybe_unused]] auto _ : state)
     {
         state.PauseTiming();

@@ -80,13 +80,18 @@ public:
         return m_nShrinkThreshold <= n && n <= m_nGrowThreshold;
     }
 
+    /// Whether a value lies in the slot or is the first of the chain cannot be predicted, and a wrong guess
+    /// waits for memory. So the node to look at is chosen without a branch; that most values end there can be
+    /// predicted.
     TItem Find(TKey key, void* pContext) const noexcept
     {
-        const CNode* pNode = &Head(key);
+        const CNode* const pHead = &Head(key);
+        const CNode* const aCandidates[] = {pHead->pNext != nullptr ? pHead->pNext : pHead, pHead};
+        const CNode* pNode = aCandidates[TCompare::IsEqual(pHead->data, key, pContext) ? 1 : 0];
         do
         {
             if (TCompare::IsEqual(pNode->data, key, pContext))
-                return pNode->data; // 0 from an empty head, for the key 0
+                return pNode->data; // 0 from an empty slot, for the key 0
             pNode = pNode->pNext;
         }
         while (pNode != nullptr);
@@ -96,22 +101,10 @@ public:
     /// Returns 0 when the item is new, else the equal item that stays.
     TItem Insert(TItem item)
     {
-        CNode& head = Head(TCompare::GetKey(item));
-        if (head.data == TItem(0))
-            head.data = item;
-        else
-        {
-            for (const CNode* pNode = &head; pNode != nullptr; pNode = pNode->pNext)
-                if (TCompare::IsEqual(pNode->data, TCompare::GetKey(item), nullptr))
-                    return pNode->data;
-            if (m_pFreeNodes == nullptr) [[unlikely]]
-                AddNodeBlock();
-            CNode* const pNode = std::exchange(m_pFreeNodes, m_pFreeNodes->pNext);
-            *pNode = {item, head.pNext};
-            head.pNext = pNode;
-        }
-        ++m_nSize;
-        return TItem(0);
+        const TItem found = Find(TCompare::GetKey(item), nullptr);
+        if (found == TItem(0))
+            InsertNew(item);
+        return found;
     }
 
     /// Inserts all items of another storage; none of them is here yet.
