@@ -1,10 +1,7 @@
 #include "orvcomtypes/simplebyteset.h"
 
-#include "support/random.h"
 #include "support/report_capture.h"
 #include "support/text.h"
-
-#include <set>
 
 namespace
 {
@@ -116,26 +113,6 @@ TEST(ByteSet, AddFromString)
     CSimpleByteSet set;
     set.AddFromString(ORVTEXT("1 2 3"), ORVTEXT(' '));
     EXPECT_EQ(Items(set), (CItems{1, 2, 3})) << "a separator comes before white space";
-}
-
-TEST(ByteSet, RandomOperationsAgreeWithAStandardSet)
-{
-    CTestRandom random;
-    CSimpleByteSet set;
-    std::set<ULONG> model;
-    for (int iStep = 0; iStep < 5000; ++iStep)
-    {
-        const bool bAdd = random.UpTo(1) == 0;
-        const ULONG nPacked = random() & random();
-        bAdd ? set.AddItem(nPacked) : set.RemoveItem(nPacked);
-        for (ULONG n = nPacked; n != 0; n >>= 8)
-            if ((n & 0xFF) != 0)
-                bAdd ? void(model.insert(n & 0xFF)) : void(model.erase(n & 0xFF));
-        ASSERT_EQ(Items(set), CItems(model.begin(), model.end()));
-        ASSERT_EQ(set.GetCount(), model.size());
-        const CSimpleByteSet copy(set);
-        ASSERT_TRUE(copy.IsEqual(set));
-    }
 }
 
 } // namespace
