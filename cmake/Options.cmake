@@ -4,7 +4,9 @@ target_compile_features(orvcomtypes_options INTERFACE cxx_std_20)
 # Narrowing is warned about; a change of signedness alone is not: the interface's types (LONG, DWORD, int, size_t) mix
 # the two throughout, and casts at every turn would hide the narrowing ones.
 target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
-    -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+    -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+    # Functions exported by undecorated name may return the library's own values.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-return-type-c-linkage>)
 target_compile_definitions(orvcomtypes_options INTERFACE
     $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;_WIN32_WINNT=0x0A00;STRSAFE_NO_DEPRECATE>)
 if(ORVCOMTYPES_SANITIZE)

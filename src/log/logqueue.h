@@ -26,7 +26,7 @@ private:
 
     CLogMessage* m_pNext;
     std::uint32_t m_nLength;
-    char m_sText[s_nPooledBytes];
+    [[maybe_unused]] char m_sText[s_nPooledBytes]; // reached by its offset: it may be longer than declared
 };
 
 template <>
