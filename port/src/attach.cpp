@@ -1,12 +1,11 @@
-// Calls the library's entry point: attach after every static constructor, detach before the first static destructor,
-// at dlclose and at exit alike. The build links this file last, which makes its constructor the last to run; what is
-// registered with atexit last is called first.
+// Calls the library's entry point: attach after every static constructor, detach before the first static
+// destructor, at dlclose and at exit alike. The build links this file last, which makes its static object the
+// last to be constructed and the first to be destroyed.
 //
-// The reserved argument of detach is null in both cases. On Windows a non-null one says that all other threads were
-// ended by force; here they still run while the process exits, so the library has as much to tidy up as at an unload.
+// The reserved argument of detach is null in both cases. On Windows a non-null one says that all other
+// threads were ended by force; here they still run while the process exits, so the library has as much to
+// tidy up as at an unload.
 #include <windows.h>
-
-#include <cstdlib>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
 
@@ -21,15 +20,14 @@ HMODULE OwnModule()
     return hModule;
 }
 
-void Detach()
+struct CAttachment
 {
-    DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr);
-}
+    CAttachment() { DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr); }
+    CAttachment(const CAttachment&) = delete;
+    CAttachment& operator=(const CAttachment&) = delete;
+    ~CAttachment() { DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr); }
+};
 
-[[gnu::constructor]] void Attach()
-{
-    DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr);
-    std::atexit(Detach);
-}
+const CAttachment g_attachment;
 
 } // namespace

@@ -46,6 +46,14 @@ TEST_F(Exports, TheLoaderFindsEveryName)
         EXPECT_TRUE(m_library.Resolves(sName)) << sName;
 }
 
+// Members and type information, by the names that all our compilers give them.
+TEST_F(Exports, ClassesHaveTheirMembers)
+{
+    const char* names[] = {"_ZN7COrvStr5EmptyEv", "_ZTI9CLQExcept", "_ZTV9CLQExcept"};
+    for (const char* sName : names)
+        EXPECT_TRUE(m_library.Resolves(sName)) << sName;
+}
+
 // A function template of another library, compiled into ours, would become part of the interface unseen.
 TEST_F(Exports, NoForeignCppNames)
 {

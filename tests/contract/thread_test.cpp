@@ -152,7 +152,7 @@ TEST(Thread, TellsItsId)
 
 TEST(Thread, CountsAsEndedWhenTerminated)
 {
-    HANDLE events[] = {NewEvent(true), NewEvent(true)};
+    static HANDLE events[] = {NewEvent(true), NewEvent(true)};
     const CHandle hThread(_beginthreadex(nullptr, 0, StartAndWait, events, 0, nullptr));
     // Wine fails when a 32-bit thread is ended on its way to its function.
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(events[0], INFINITE));
