@@ -22,6 +22,8 @@
 #include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/orvstr.h"
 
+struct IUnknown;
+
 /// What kind of failure an exception stands for; the names are the texts in logs.
 enum LQExcCategory
 {
@@ -100,6 +102,15 @@ struct LQComErrorData
     LONG m_iNativeCode = 0; ///< the provider's own number
     COrvStr m_sSQLState;
 };
+
+/// What the error object of the calling thread says about \p hr, else what the system says. The object is
+/// taken from the thread; \p bRestore puts it back for others.
+ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, bool bRestore);
+
+/// What an error object says about \p hr: the descriptions of its records, each once and joined by " - ", or
+/// its own; SQL state and native code are those of the last record that has them. Throws `CLQMemoryExcept`
+/// without memory.
+ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, IUnknown* pErrorObject);
 
 /// The id of a generic message for a category; 0 when there is none.
 ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetErrorMessResId(LQExcCategory category, int iVariant) noexcept;

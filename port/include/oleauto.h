@@ -1,4 +1,4 @@
-// OLE Automation strings. Declared with the rest in windows.h; the name is here because Windows keeps them apart.
+// OLE Automation. Strings are declared with the rest in windows.h; the name is here because Windows keeps them apart.
 #pragma once
 
-#include <windows.h>
+#include <oaidl.h>

@@ -60,3 +60,8 @@ int GetNumberFormatW(LCID, DWORD, LPCWSTR lpValue, std::nullptr_t, LPWSTR lpNumb
         return SetLastError(ERROR_INSUFFICIENT_BUFFER), 0;
     return nLength + 1;
 }
+
+LCID GetUserDefaultLCID() noexcept
+{
+    return LOCALE_USER_DEFAULT;
+}

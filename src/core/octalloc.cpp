@@ -83,13 +83,6 @@ bool ReadModulePath(HMODULE hModule, WCHAR (&sPath)[kPathSize])
     return false;
 }
 
-bool IsSamePath(const WCHAR* sLeft, const WCHAR* sRight)
-{
-    while (*sLeft != 0 && OCT::ToUpperAscii(*sLeft) == OCT::ToUpperAscii(*sRight))
-        ++sLeft, ++sRight;
-    return *sLeft == *sRight;
-}
-
 /// Decides for one teardown after the other whether it may be called, and calls it.
 class CUninitCaller
 {
@@ -114,7 +107,7 @@ private:
     /// False when another module was loaded where the one that registered used to be.
     bool IsPathKept(const CPlexRegistration& entry) const
     {
-        return SysStringLen(entry.sModulePath) == 0 || IsSamePath(entry.sModulePath, m_sPath);
+        return SysStringLen(entry.sModulePath) == 0 || OCT::IsSameText(entry.sModulePath, m_sPath);
     }
 
     HMODULE m_hLast = nullptr;

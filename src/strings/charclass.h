@@ -1,7 +1,8 @@
-/// Character classes, alike on every target: the runtime's own depend on its version and on the process locale.
+/// Character classes, alike on every target: the runtime's own depend on its version and on the process
+/// locale.
 ///
-/// The functions take narrow and wide units. A narrow unit is looked at as it is, so a byte at or above 0x80 belongs
-/// to no class.
+/// The functions take narrow and wide units. A narrow unit is looked at as it is, so a byte at or above 0x80
+/// belongs to no class.
 #pragma once
 
 #include <windows.h>
@@ -59,6 +60,16 @@ template <class Char>
 constexpr Char ToLowerAscii(Char c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<Char>(c + 0x20) : c;
+}
+
+/// Whether two texts differ at most in the case of ASCII letters, as `_wcsicmp` compares in its initial
+/// locale.
+template <class Char>
+constexpr bool IsSameText(const Char* sLeft, const Char* sRight)
+{
+    while (*sLeft != 0 && ToUpperAscii(*sLeft) == ToUpperAscii(*sRight))
+        ++sLeft, ++sRight;
+    return *sLeft == *sRight;
 }
 
 } // namespace OCT

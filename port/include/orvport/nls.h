@@ -41,3 +41,6 @@ DWORD CharUpperBuffW(LPWSTR lpsz, DWORD cchLength) noexcept;
 /// that manner: other formats are not there.
 int GetNumberFormatW(LCID Locale, DWORD dwFlags, LPCWSTR lpValue, std::nullptr_t lpFormat, LPWSTR lpNumberStr,
                      int cchNumber) noexcept;
+
+/// LOCALE_USER_DEFAULT: locales have names here, not numbers.
+LCID GetUserDefaultLCID() noexcept;

@@ -1,0 +1,216 @@
+#include "orvcomtypes/lqexcept.h"
+
+#include "orvcomtypes/memarray.h"
+#include "strings/charclass.h"
+
+#include <msoledbsql.h>
+
+namespace
+{
+
+// Not every import library has these.
+constexpr IID kErrorInfo = {0x1CF2B120, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
+constexpr IID kErrorRecords = {0x0C733A67, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
+constexpr IID kSQLErrorInfo = {0x0C733A74, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
+constexpr IID kSQLServerErrorInfo = {
+    0x5CF4CA12, 0xEF21, 0x11D0, {0x97, 0xE7, 0x00, 0xC0, 0x4F, 0xC2, 0xAD, 0x98}};
+
+/// Holds one reference.
+template <class Interface>
+class CComRef
+{
+public:
+    CComRef() = default;
+    CComRef(const CComRef&) = delete;
+    CComRef& operator=(const CComRef&) = delete;
+    ~CComRef()
+    {
+        if (m_p != nullptr)
+            m_p->Release();
+    }
+
+    /// Takes the interface of \p pObject; stays null when that has none.
+    void Query(IUnknown* pObject, const IID& iid)
+    {
+        void* p = nullptr;
+        if (pObject != nullptr && SUCCEEDED(pObject->QueryInterface(iid, &p)))
+            m_p = static_cast<Interface*>(p);
+    }
+    Interface** Out() { return &m_p; }
+    Interface* Get() const { return m_p; }
+    Interface* operator->() const { return m_p; }
+    explicit operator bool() const { return m_p != nullptr; }
+
+private:
+    Interface* m_p = nullptr;
+};
+
+COrvStr CopyText(const WCHAR* sText)
+{
+    COrvStr sCopy(sText);
+    if (static_cast<const WCHAR*>(sCopy) == nullptr)
+        LQThrowMemory(LQ_SRC_LOCATION);
+    return sCopy;
+}
+
+class CBstrOwner
+{
+public:
+    CBstrOwner() = default;
+    CBstrOwner(const CBstrOwner&) = delete;
+    CBstrOwner& operator=(const CBstrOwner&) = delete;
+    ~CBstrOwner() { SysFreeString(m_s); }
+
+    BSTR* Out() { return &m_s; }
+    COrvStr Text() const { return CopyText(m_s); }
+
+private:
+    BSTR m_s = nullptr;
+};
+
+/// The server's structure and the texts it points to.
+class CServerError
+{
+public:
+    CServerError() = default;
+    CServerError(const CServerError&) = delete;
+    CServerError& operator=(const CServerError&) = delete;
+    ~CServerError()
+    {
+        CoTaskMemFree(m_pInfo);
+        CoTaskMemFree(m_sTexts);
+    }
+
+    COrvStr Message(ISQLServerErrorInfo& server)
+    {
+        if (FAILED(server.GetErrorInfo(&m_pInfo, &m_sTexts)) || m_pInfo == nullptr)
+            return COrvStr();
+        return CopyText(m_pInfo->pwszMessage);
+    }
+
+private:
+    SSERRORINFO* m_pInfo = nullptr;
+    WCHAR* m_sTexts = nullptr;
+};
+
+/// Distinct texts in the order in which they came; case does not distinguish.
+class CDescriptions
+{
+public:
+    void Add(const COrvStr& sText)
+    {
+        if (sText.IsEmpty())
+            return;
+        for (const COrvStr& sKnown : m_texts)
+            if (OCT::IsSameText<WCHAR>(sKnown, sText))
+                return;
+        m_texts.Add(sText);
+    }
+
+    COrvStr Joined() const
+    {
+        if (m_texts.IsEmpty())
+            return COrvStr(ORVTEXT("There is no additional COM error info"));
+        COrvStr sJoined = m_texts.First();
+        for (unsigned i = 1; i < m_texts.GetCount(); ++i)
+        {
+            sJoined.Append(ORVTEXT(" - "));
+            sJoined.Append(m_texts.Item(i));
+        }
+        return sJoined;
+    }
+
+private:
+    CMarray<COrvStr, 4> m_texts;
+};
+
+bool GetDescription(IErrorInfo& info, COrvStr& sDescription)
+{
+    CBstrOwner sText;
+    if (FAILED(info.GetDescription(sText.Out())))
+        return false;
+    sDescription = sText.Text();
+    return true;
+}
+
+void TakeSQLInfo(IUnknown* pCustom, LQComErrorData& data)
+{
+    CComRef<ISQLErrorInfo> sql;
+    sql.Query(pCustom, kSQLErrorInfo);
+    CBstrOwner sState;
+    LONG iNativeCode = 0;
+    if (!sql || FAILED(sql->GetSQLInfo(sState.Out(), &iNativeCode)))
+        return;
+    data.m_sSQLState = sState.Text();
+    data.m_iNativeCode = iNativeCode;
+}
+
+/// False when a call failed that no record can do without.
+bool TakeRecord(IErrorRecords& records, ULONG nRecord, LQComErrorData& data, CDescriptions& descriptions)
+{
+    CComRef<IErrorInfo> info;
+    COrvStr sDescription;
+    if (FAILED(records.GetErrorInfo(nRecord, GetUserDefaultLCID(), info.Out())) || !info ||
+        !GetDescription(*info.Get(), sDescription))
+        return false;
+    CComRef<IUnknown> custom;
+    if (SUCCEEDED(records.GetCustomErrorObject(nRecord, kSQLErrorInfo, custom.Out())))
+        TakeSQLInfo(custom.Get(), data);
+    CComRef<IUnknown> serverObject;
+    if (sDescription.IsEmpty() &&
+        SUCCEEDED(records.GetCustomErrorObject(nRecord, kSQLServerErrorInfo, serverObject.Out())))
+    {
+        CComRef<ISQLServerErrorInfo> server;
+        server.Query(serverObject.Get(), kSQLServerErrorInfo);
+        if (server)
+            sDescription = CServerError().Message(*server.Get());
+    }
+    descriptions.Add(sDescription);
+    return true;
+}
+
+} // namespace
+
+LQComErrorData ORVCALL GetComErrorString(LONG hr, IUnknown* pErrorObject)
+{
+    LQComErrorData data;
+    data.m_iCode = hr;
+    CDescriptions descriptions;
+    CComRef<IErrorRecords> records;
+    records.Query(pErrorObject, kErrorRecords);
+    if (records)
+    {
+        ULONG nRecords = 0;
+        if (FAILED(records->GetRecordCount(&nRecords)))
+            nRecords = 0;
+        for (ULONG i = 0; i < nRecords && TakeRecord(*records.Get(), i, data, descriptions); ++i)
+        {
+        }
+    }
+    else
+    {
+        CComRef<IErrorInfo> info;
+        COrvStr sDescription;
+        info.Query(pErrorObject, kErrorInfo);
+        if (info && GetDescription(*info.Get(), sDescription))
+            descriptions.Add(sDescription);
+    }
+    data.m_sMessage = descriptions.Joined();
+    return data;
+}
+
+LQComErrorData ORVCALL GetComErrorString(LONG hr, bool bRestore)
+{
+    CComRef<IErrorInfo> info;
+    if (GetErrorInfo(0, info.Out()) == S_OK && info)
+    {
+        LQComErrorData data = GetComErrorString(hr, static_cast<IUnknown*>(info.Get()));
+        if (bRestore)
+            SetErrorInfo(0, info.Get());
+        return data;
+    }
+    LQComErrorData data;
+    data.m_iCode = hr;
+    data.m_sMessage = GetWinErrorString(static_cast<DWORD>(hr));
+    return data;
+}
