@@ -63,8 +63,8 @@ constexpr CKnownPage c_KnownPages[] = {
     {28605, "ISO-8859-15"},
 };
 
-// Runs of bytes that Windows maps otherwise than ICU: mostly unassigned ones, which it keeps apart from each other
-// in the private use area, so that any bytes survive the way to UTF-16 and back.
+// Runs of bytes that Windows maps otherwise than ICU: mostly unassigned ones, which it keeps apart from each
+// other in the private use area, so that any bytes survive the way to UTF-16 and back.
 struct CCorrection
 {
     UINT m_nCodePage;
@@ -189,6 +189,8 @@ CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
             m_aSingle[b] = static_cast<WCHAR>(b & 0x7F);
         else if (!m_aSingle[b])
             m_aSingle[b] = m_cDefaultWide;
+    for (unsigned b = 0xA0; b < 256; ++b)
+        m_bLatin = m_bLatin && m_aSingle[b] == b;
     std::sort(m_vFallbacks.begin(), m_vFallbacks.end());
 }
 
@@ -293,4 +295,26 @@ BOOL IsDBCSLeadByteEx(UINT CodePage, BYTE TestChar) noexcept
         return FALSE;
     }
     return pPage->IsLead(TestChar);
+}
+
+BOOL GetCPInfo(UINT CodePage, LPCPINFO lpCPInfo) noexcept
+{
+    const CCodePage* pPage = CodePage == CP_UTF8 ? nullptr : CCodePage::Find(CodePage);
+    if (!lpCPInfo || (!pPage && CodePage != CP_UTF8))
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    *lpCPInfo = {pPage ? pPage->IsDoubleByte() ? 2u : 1u : 4u, {'?', 0}, {}};
+    unsigned iRange = 0;
+    for (unsigned b = 0x80; pPage && b < 256 && iRange + 2 < sizeof lpCPInfo->LeadByte; ++b)
+    {
+        if (!pPage->IsLead(static_cast<unsigned char>(b)))
+            continue;
+        lpCPInfo->LeadByte[iRange++] = static_cast<BYTE>(b);
+        while (b < 255 && pPage->IsLead(static_cast<unsigned char>(b + 1)))
+            ++b;
+        lpCPInfo->LeadByte[iRange++] = static_cast<BYTE>(b);
+    }
+    return TRUE;
 }

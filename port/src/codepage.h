@@ -1,5 +1,5 @@
-// One code page of single and double bytes as tables. They are made once from ICU's mappings, corrected where Windows
-// maps otherwise, and never change or go away afterwards.
+// One code page of single and double bytes as tables. They are made once from ICU's mappings, corrected where
+// Windows maps otherwise, and never change or go away afterwards.
 #pragma once
 
 #include <windows.h>
@@ -18,6 +18,8 @@ public:
     CCodePage(UINT nCodePage, const char* sIcuName);
 
     bool IsDoubleByte() const { return m_pDouble != nullptr; }
+    /// Whether the bytes from A0 on are Latin-1, so that only 80 to 9F differ from it.
+    bool IsLatin() const { return m_bLatin; }
     bool IsLead(unsigned char b) const { return m_pDouble && m_aLead[b]; }
 
     WCHAR DecodeSingle(unsigned char b) const { return m_aSingle[b]; }
@@ -25,7 +27,8 @@ public:
     {
         return m_pDouble[static_cast<std::size_t>(bLead) << 8 | bTrail];
     }
-    /// Whether the bytes mean a character: undefined ones decode to a default character or to one of private use.
+    /// Whether the bytes mean a character: undefined ones decode to a default character or to one of private
+    /// use.
     bool IsDefined(unsigned char b) const
     {
         const WCHAR c = m_aSingle[b];
@@ -58,4 +61,5 @@ private:
     std::array<WORD, 65536> m_aExact{};
     std::vector<std::pair<WCHAR, WORD>> m_vFallbacks; // sorted
     WCHAR m_cDefaultWide = u'?';
+    bool m_bLatin = true;
 };

@@ -5,9 +5,12 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <bit>
 #include <climits>
 #include <cstring>
 #include <string>
+
+#include <emmintrin.h>
 
 namespace
 {
@@ -100,10 +103,45 @@ int EncodeUtf8(const WCHAR* pSrc, int nSrc, bool bStrict, CSink<char> sink)
     return sink.Result();
 }
 
+__m128i Load16(const void* p)
+{
+    return _mm_loadu_si128(static_cast<const __m128i*>(p));
+}
+
+void Store16(void* p, __m128i v)
+{
+    _mm_storeu_si128(static_cast<__m128i*>(p), v);
+}
+
+__m128i Set16(unsigned n)
+{
+    return _mm_set1_epi16(static_cast<short>(n));
+}
+
+// Decodes whole blocks of 16 bytes as Latin-1, then puts right the few from 80 to 9F; returns the bytes done.
+int DecodeLatin(const CCodePage& page, const unsigned char* pSrc, int nSrc, WCHAR* pDest)
+{
+    int i = 0;
+    for (; i + 16 <= nSrc; i += 16)
+    {
+        const __m128i v = Load16(pSrc + i);
+        Store16(pDest + i, _mm_unpacklo_epi8(v, _mm_setzero_si128()));
+        Store16(pDest + i + 8, _mm_unpackhi_epi8(v, _mm_setzero_si128()));
+        const __m128i isOther = _mm_cmplt_epi8(v, _mm_set1_epi8(-0x60));
+        for (auto nOthers = static_cast<unsigned>(_mm_movemask_epi8(isOther)); nOthers;
+             nOthers &= nOthers - 1)
+        {
+            const int iOther = i + std::countr_zero(nOthers);
+            pDest[iOther] = page.DecodeSingle(pSrc[iOther]);
+        }
+    }
+    return i;
+}
+
 int DecodeSingleBytes(const CCodePage& page, const unsigned char* pSrc, int nSrc, WCHAR* pDest, int nRoom)
 {
     const int n = nRoom && nSrc > nRoom ? nRoom : nSrc;
-    for (int i = 0; nRoom && i < n; ++i)
+    for (int i = nRoom && page.IsLatin() ? DecodeLatin(page, pSrc, n, pDest) : 0; nRoom && i < n; ++i)
         pDest[i] = page.DecodeSingle(pSrc[i]);
     return n == nSrc ? n : Fail(ERROR_INSUFFICIENT_BUFFER);
 }
@@ -172,16 +210,48 @@ public:
     // The same for a page of single bytes with exact mappings and room for everything.
     void EncodeSingleBytes(const WCHAR* pSrc, int nSrc, char* pDest)
     {
-        for (int i = 0; i < nSrc; ++i)
-        {
-            const WORD nByte = m_Page.EncodeExact(pSrc[i]);
-            pDest[i] = static_cast<char>(nByte || !pSrc[i] ? nByte : BytesOf(pSrc[i]));
-        }
+        for (int i = m_Page.IsLatin() ? EncodeLatin(pSrc, nSrc, pDest) : 0; i < nSrc; ++i)
+            pDest[i] = ByteOf(pSrc[i]);
     }
 
     bool UsedDefault() const { return m_bUsedDefault; }
 
 private:
+    // Encodes whole blocks of 16 units as Latin-1, then puts right the few that are not; returns the units
+    // done.
+    int EncodeLatin(const WCHAR* pSrc, int nSrc, char* pDest)
+    {
+        int i = 0;
+        for (; i + 16 <= nSrc; i += 16)
+        {
+            const __m128i a = Load16(pSrc + i);
+            const __m128i b = Load16(pSrc + i + 8);
+            Store16(pDest + i, _mm_packus_epi16(a, b));
+            const __m128i isLatin = _mm_packs_epi16(IsLatin(a), IsLatin(b));
+            for (unsigned nOthers = static_cast<unsigned>(_mm_movemask_epi8(isLatin)) ^ 0xFFFF; nOthers;
+                 nOthers &= nOthers - 1)
+            {
+                const int iOther = i + std::countr_zero(nOthers);
+                pDest[iOther] = ByteOf(pSrc[iOther]);
+            }
+        }
+        return i;
+    }
+
+    // All bits for each unit below 80 or from A0 to FF.
+    static __m128i IsLatin(__m128i v)
+    {
+        const __m128i isByte = _mm_cmpeq_epi16(_mm_srli_epi16(v, 8), _mm_setzero_si128());
+        const __m128i isControl = _mm_cmpeq_epi16(_mm_and_si128(v, Set16(0xFFE0)), Set16(0x80));
+        return _mm_andnot_si128(isControl, isByte);
+    }
+
+    char ByteOf(WCHAR c)
+    {
+        const WORD nByte = m_Page.EncodeExact(c);
+        return static_cast<char>(nByte || !c ? nByte : BytesOf(c));
+    }
+
     WORD BytesOf(WCHAR c)
     {
         const WORD nBytes = m_bExact ? m_Page.EncodeExact(c) : m_Page.EncodeBestFit(c);

@@ -4,6 +4,7 @@
 #include "strings/utf8.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace OCT
 {
@@ -26,6 +27,32 @@ int DecodeRun(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom, uns
 {
     return MultiByteToWideChar(nCodePage, MB_PRECOMPOSED, p, static_cast<int>(n), pDest,
                                static_cast<int>(std::min(nRoom, n)));
+}
+
+// Whether the code page has nothing but single bytes, and ASCII stands for itself.
+bool ProbeSingleByte(unsigned nCodePage)
+{
+    CPINFO info;
+    if (!GetCPInfo(nCodePage, &info) || info.MaxCharSize != 1)
+        return false;
+    char aAscii[0x7F];
+    WCHAR aWide[0x7F] = {};
+    for (int i = 0; i < 0x7F; ++i)
+        aAscii[i] = static_cast<char>(i + 1);
+    return DecodeRun(aAscii, 0x7F, aWide, 0x7F, nCodePage) == 0x7F && std::equal(aWide, aWide + 0x7F, aAscii);
+}
+
+// The same, remembered for the ANSI code page and for the last other one that was.
+bool IsSingleByte(unsigned nCodePage)
+{
+    static std::atomic<unsigned> s_aKnown[] = {CP_UTF8, CP_UTF8};
+    std::atomic<unsigned>& nKnown = s_aKnown[nCodePage == CP_ACP];
+    if (nKnown.load(std::memory_order_relaxed) == nCodePage)
+        return true;
+    if (!ProbeSingleByte(nCodePage))
+        return false;
+    nKnown.store(nCodePage, std::memory_order_relaxed);
+    return true;
 }
 
 std::size_t ForeignLength(const WCHAR* p, std::size_t n)
@@ -103,13 +130,21 @@ bool IsOutOfRoom()
 
 } // namespace
 
+// In a code page of single bytes every unit converts to one by itself, so one call for all gives what
+// calls for each run would give.
 std::size_t WideToAnsi(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom,
                        unsigned nCodePage)
 {
+    if (IsSingleByte(nCodePage))
+    {
+        const std::size_t n = std::min(nSrc, nRoom);
+        if (EncodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
+            return n;
+    }
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {
-        const std::size_t nAscii = NarrowAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
+        const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
         pSrc += nAscii;
         nSrc -= nAscii;
         iDest += nAscii;
@@ -129,10 +164,16 @@ std::size_t WideToAnsi(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::si
 std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom,
                        unsigned nCodePage)
 {
+    if (IsSingleByte(nCodePage))
+    {
+        const std::size_t n = std::min(nSrc, nRoom);
+        if (DecodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
+            return n;
+    }
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {
-        const std::size_t nAscii = WidenAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
+        const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
         pSrc += nAscii;
         nSrc -= nAscii;
         iDest += nAscii;
@@ -174,7 +215,7 @@ std::size_t AnsiToUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::siz
 }
 
 std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage,
-                       bool* pPastEnd)
+                       const char** ppCut)
 {
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
@@ -197,8 +238,8 @@ std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::siz
             iDest += static_cast<std::size_t>(std::max(nWritten, 0));
             pSrc += nThere;
             nSrc -= nThere;
-            if (pPastEnd)
-                *pPastEnd = nThere < nLength;
+            if (ppCut && nThere < nLength)
+                *ppCut = pSrc;
         }
     }
     return iDest;

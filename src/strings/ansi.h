@@ -1,6 +1,7 @@
 /// Text of code pages, converted by the system; ASCII is copied without it.
 ///
-/// All functions read \p nSrc units, write at most \p nRoom and return the number written.
+/// All functions read \p nSrc units, none of which is zero, write at most \p nRoom and return the number
+/// written.
 #pragma once
 
 #include <windows.h>
@@ -20,9 +21,9 @@ std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::si
 std::size_t AnsiToUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom,
                        unsigned nCodePage);
 
-/// Sequences convert one by one, each as long as its lead byte says; one that does not fit is dropped. \p
-/// pPastEnd, if not null, tells whether the last one was cut by the end of the source.
+/// Sequences convert one by one, each as long as its lead byte says; one that does not fit is dropped. Where
+/// the source ends within a sequence, \p ppCut, if not null, takes that end.
 std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage,
-                       bool* pPastEnd);
+                       const char** ppCut);
 
 } // namespace OCT

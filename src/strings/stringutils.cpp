@@ -1,6 +1,7 @@
 #include "orvcomtypes/stringutils.h"
 
 #include "strings/ansi.h"
+#include "strings/asciirun.h"
 #include "strings/textlen.h"
 #include "strings/utf8.h"
 
@@ -13,32 +14,34 @@ namespace
 
 using OCT::TextLength;
 
-// A source up to its end or a zero unit, and the room before the terminator.
+// A source, which ends at a zero unit if not before, and the room before the terminator.
 template <class Src, class Dest>
 struct CConversion
 {
     CConversion(const Src* pSrc, Dest* pDest, unsigned cchDest)
-        : m_pSrc(pSrc), m_nSrc(TextLength(pSrc)), m_pDest(pDest), m_nRoom(RoomOf(cchDest))
+        : CConversion(pSrc, TextLength(pSrc), pDest, cchDest)
     {
     }
     CConversion(const Src* pFrom, const Src* pTo, Dest* pDest, unsigned cchDest)
-        : m_pSrc(pFrom),
-          m_nSrc(TextLength(pFrom, static_cast<std::size_t>(pTo - pFrom))),
-          m_pDest(pDest),
-          m_nRoom(RoomOf(cchDest))
+        : CConversion(pFrom, static_cast<std::size_t>(pTo - pFrom), pDest, cchDest)
     {
     }
-
     // Every result is an int.
-    static std::size_t RoomOf(unsigned cchDest)
+    CConversion(const Src* pSrc, std::size_t nSrc, Dest* pDest, unsigned cchDest)
+        : m_pSrc(pSrc),
+          m_nSrc(nSrc),
+          m_pDest(pDest),
+          m_nRoom(std::min(cchDest - 1, static_cast<unsigned>(INT_MAX)))
     {
-        return std::min(cchDest - 1, static_cast<unsigned>(INT_MAX));
     }
 
+    // Copies leading ASCII, converts what follows it, and terminates.
     template <class Convert, class... Args>
     int Run(Convert convert, Args... args) const
     {
-        const std::size_t n = convert(m_pSrc, m_nSrc, m_pDest, m_nRoom, args...);
+        std::size_t n = OCT::CopyAscii(m_pSrc, std::min(m_nSrc, m_nRoom), m_pDest);
+        if (n < m_nSrc && n < m_nRoom && m_pSrc[n] != 0)
+            n += convert(m_pSrc + n, TextLength(m_pSrc + n, m_nSrc - n), m_pDest + n, m_nRoom - n, args...);
         m_pDest[n] = 0;
         return static_cast<int>(n);
     }
@@ -61,7 +64,7 @@ int Refuse(const char* sFunction, const char* sCondition, Dest* pDest, unsigned 
 std::size_t CopyBytes(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom)
 {
     const std::size_t n = std::min(nSrc, nRoom);
-    std::memmove(pDest, pSrc, n);
+    std::memcpy(pDest, pSrc, n);
     return n;
 }
 
@@ -196,9 +199,9 @@ int ORVCALL UTF8ToANSIEx(const char* pSrcFrom, const char* pSrcTo, char* pDest, 
         ORV_REPORT("UTF8ToANSIEx", "destCodePage == CP_UTF8");
         return conversion.Run(CopyBytes);
     }
-    bool bPastEnd = false;
-    const int n = conversion.Run(OCT::Utf8ToAnsi, destCodePage, &bPastEnd);
-    if (bPastEnd && conversion.m_pSrc + conversion.m_nSrc == pSrcTo)
+    const char* p = nullptr;
+    const int n = conversion.Run(OCT::Utf8ToAnsi, destCodePage, &p);
+    if (p == pSrcTo)
         ORV_REPORT("UTF8ToANSIEx", "p > pSrcTo");
     return n;
 }

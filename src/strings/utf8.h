@@ -50,6 +50,8 @@ inline void EncodeUnitAsUtf8(WCHAR c, char* pDest)
     pDest[2] = static_cast<char>(0x80 | (n & 0x3F));
 }
 
+// Of the two, no source unit is zero.
+
 /// Decodes \p nSrc bytes into at most \p nRoom units and returns the units written. Ends before the first
 /// character that does not fit whole.
 std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom);

@@ -20,6 +20,15 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
                         LPSTR lpMultiByteStr, int cbMultiByte, LPCSTR lpDefaultChar,
                         LPBOOL lpUsedDefaultChar) noexcept;
 UINT GetACP() noexcept;
+
+typedef struct _cpinfo
+{
+    UINT MaxCharSize;
+    BYTE DefaultChar[2];
+    BYTE LeadByte[12];
+} CPINFO, *LPCPINFO;
+
+BOOL GetCPInfo(UINT CodePage, LPCPINFO lpCPInfo) noexcept;
 BOOL IsDBCSLeadByteEx(UINT CodePage, BYTE TestChar) noexcept;
 
 #define LOCALE_USER_DEFAULT 0x0400

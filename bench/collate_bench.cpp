@@ -1,0 +1,87 @@
+// Comparing texts as the locale orders them, beside ICU's collator and Qt.
+#include "orvcomtypes/orvstr.h"
+
+#include <benchmark/benchmark.h>
+
+#include <unicode/ucol.h>
+#include <unicode/unistr.h>
+
+#include <string>
+#include <vector>
+
+#ifdef ORV_BENCH_QT
+#include <QString>
+#endif
+
+namespace
+{
+
+struct CPair
+{
+    const char* m_sName;
+    std::u16string m_sA;
+    std::u16string m_sB;
+};
+
+const CPair c_aPairs[] = {
+    {"ascii_short", u"linux-image", u"linux-libc"},
+    {"ascii_late", u"status installed libreoffice-core-nogui 4:7.4.7",
+     u"status installed libreoffice-core-nogui 4:7.4.8"},
+    {"ascii_case", u"The Quick Brown Fox", u"the quick brown fox"},
+    {"equal_short", u"libc6:amd64", u"libc6:amd64"},
+    {"equal_long",
+     u"status half-configured libreoffice-core-nogui:amd64 4:7.4.7-1+deb12u5 by the package manager",
+     u"status half-configured libreoffice-core-nogui:amd64 4:7.4.7-1+deb12u5 by the package manager"},
+    {"european_primary", u"Árvíztűrő tükörfúrógép", u"Árvíztűrő ütvefúrógép"},
+    {"european_accent", u"côté péché pâté", u"coté pêche pate"},
+    {"european_case", u"Größere Flüsse führen", u"größere flüsse führen"},
+    {"european_sharp_s", u"größere Straßen", u"größere Strassen"},
+    {"cyrillic", u"Привет, мир и люди", u"Привет, мир и река"},
+    {"cjk", u"漢字とかな交じり文", u"漢字とカナ交じり文"},
+};
+
+void CompareOurs(benchmark::State& state, const CPair& pair)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(CompareOrvString(pair.m_sA.c_str(), pair.m_sB.c_str(), false));
+}
+
+void CompareIcu(benchmark::State& state, const CPair& pair)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    UCollator* const pCollator = ucol_open("en_US", &status);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ucol_strcoll(pCollator, pair.m_sA.data(), static_cast<int>(pair.m_sA.size()),
+                                              pair.m_sB.data(), static_cast<int>(pair.m_sB.size())));
+    ucol_close(pCollator);
+}
+
+#ifdef ORV_BENCH_QT
+void CompareQt(benchmark::State& state, const CPair& pair)
+{
+    const QString sA = QString::fromUtf16(pair.m_sA.c_str());
+    const QString sB = QString::fromUtf16(pair.m_sB.c_str());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(QString::localeAwareCompare(sA, sB));
+}
+#endif
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    for (const CPair& pair : c_aPairs)
+    {
+        const auto Register = [&](const char* sContender, void (*pfnRun)(benchmark::State&, const CPair&)) {
+            benchmark::RegisterBenchmark((std::string("collate/") + pair.m_sName + '/' + sContender).c_str(),
+                                         [&pair, pfnRun](benchmark::State& state) { pfnRun(state, pair); });
+        };
+        Register("ours", CompareOurs);
+        Register("icu", CompareIcu);
+#ifdef ORV_BENCH_QT
+        Register("qt", CompareQt);
+#endif
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}
