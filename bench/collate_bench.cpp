@@ -10,6 +10,7 @@
 #include <vector>
 
 #ifdef ORV_BENCH_QT
+#include <QLocale>
 #include <QString>
 #endif
 
@@ -70,6 +71,10 @@ void CompareQt(benchmark::State& state, const CPair& pair)
 
 int main(int argc, char** argv)
 {
+#ifdef ORV_BENCH_QT
+    // In the C locale Qt compares code units.
+    QLocale::setDefault(QLocale("en_US"));
+#endif
     for (const CPair& pair : c_aPairs)
     {
         const auto Register = [&](const char* sContender, void (*pfnRun)(benchmark::State&, const CPair&)) {

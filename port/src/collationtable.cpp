@@ -31,7 +31,14 @@ bool IsContinuation(std::int32_t nElement)
     return (nElement & 0xC0) == 0xC0;
 }
 
-bool HasSimpleElements(const UCollator* pCollator, WCHAR c)
+enum class EElements
+{
+    Simple,
+    Expanding, // a character of its own, with several weights
+    Other
+};
+
+EElements ElementsOf(const UCollator* pCollator, WCHAR c)
 {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<UCollationElements, void (*)(UCollationElements*)> pElements(
@@ -39,11 +46,11 @@ bool HasSimpleElements(const UCollator* pCollator, WCHAR c)
     std::int32_t nElement = ucol_next(pElements.get(), &status);
     if (U_FAILURE(status) || nElement == UCOL_NULLORDER || IsContinuation(nElement) || !PrimaryOf(nElement) ||
         SecondaryOf(nElement) != c_nCommonSecondary)
-        return false;
+        return EElements::Other;
     while ((nElement = ucol_next(pElements.get(), &status)) != UCOL_NULLORDER)
         if (!IsContinuation(nElement) && (PrimaryOf(nElement) || SecondaryOf(nElement) <= c_nCommonSecondary))
-            return false;
-    return U_SUCCESS(status);
+            return EElements::Expanding;
+    return U_SUCCESS(status) ? EElements::Simple : EElements::Other;
 }
 
 // European scripts and general punctuation; other characters below the end are rare or not simple.
@@ -111,7 +118,10 @@ void CCollationTable::RankSimple(const UCollator* pCollator)
     for (WCHAR c = 0; c < c_cEnd; ++c)
     {
         CSimple simple{c, {}};
-        if (IsCandidate(c) && HasSimpleElements(pCollator, c) && simple.m_Levels.Read(pCollator, c))
+        const EElements elements = IsCandidate(c) ? ElementsOf(pCollator, c) : EElements::Other;
+        if (elements == EElements::Expanding)
+            m_aEntries[c] = c_Expands;
+        else if (elements == EElements::Simple && simple.m_Levels.Read(pCollator, c))
             vSimple.push_back(std::move(simple));
     }
     std::sort(vSimple.begin(), vSimple.end());
@@ -151,46 +161,4 @@ void CCollationTable::ReadMapped(const CCollationTable& source, WCHAR (*pMap)(WC
 {
     for (WCHAR c = 0; c < c_cEnd; ++c)
         m_aEntries[c] = source.At(pMap(c));
-}
-
-int CCollationTable::Compare(const WCHAR* pA, std::size_t nA, const WCHAR* pB, std::size_t nB,
-                             std::size_t nStart) const
-{
-    // Differences of the lower levels, from the first pair that has one: negative when A comes first.
-    int nSecondary = 0;
-    int nTertiary = 0;
-    CEntry previousA = nStart ? At(pA[nStart - 1]) : 0;
-    CEntry previousB = previousA;
-    const std::size_t nCommon = std::min(nA, nB);
-    std::size_t i = nStart;
-    for (; i < nCommon; ++i)
-    {
-        const CEntry a = At(pA[i]);
-        const CEntry b = At(pB[i]);
-        if (!IsSimple(a) || !IsSimple(b) || MayContract(previousA, a) || MayContract(previousB, b))
-            return 0;
-        const CEntry differing = a ^ b;
-        if (differing >> c_nPrimaryShift)
-        {
-            if ((i + 1 < nA && MayContract(a, At(pA[i + 1]))) ||
-                (i + 1 < nB && MayContract(b, At(pB[i + 1]))))
-                return 0;
-            return a < b ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
-        }
-        if (!nSecondary && differing >> c_nSecondaryShift)
-            nSecondary = a < b ? -1 : 1;
-        if (!nTertiary && differing >> c_nTertiaryShift)
-            nTertiary = a < b ? -1 : 1;
-        previousA = a;
-        previousB = b;
-    }
-    if (nA != nB)
-    {
-        const CEntry next = At(nA > nB ? pA[i] : pB[i]);
-        if (!IsSimple(next) || MayContract(nA > nB ? previousA : previousB, next))
-            return 0;
-        return nA < nB ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
-    }
-    const int nDifference = nSecondary ? nSecondary : nTertiary;
-    return nDifference < 0 ? CSTR_LESS_THAN : nDifference > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
 }

@@ -8,12 +8,12 @@
 
 struct UCollator;
 
-/// A character is simple when the collator gives it exactly one primary weight (with a common secondary one) and after
-/// it nothing but secondary weights above the common one. Texts of simple characters that form no contraction have
-/// their weights side by side: the first pair with different primary weights decides, else the first pair with
-/// different secondary weights, else the first pair with different tertiary weights. Within one primary weight the
-/// order of single characters is therefore the order in any context, and ranks can stand for weights.
-/// Everything else is left to the collator.
+/// A character is simple when the collator gives it exactly one primary weight (with a common secondary one)
+/// and after it nothing but secondary weights above the common one. Texts of simple characters that form no
+/// contraction have their weights side by side: the first pair with different primary weights decides, else
+/// the first pair with different secondary weights, else the first pair with different tertiary weights.
+/// Within one primary weight the order of single characters is therefore the order in any context, and ranks
+/// can stand for weights. Everything else is left to the collator.
 class CCollationTable
 {
 public:
@@ -24,9 +24,11 @@ public:
     /// The same weights for characters in another spelling: \p pMap gives the character whose weights count.
     void ReadMapped(const CCollationTable& source, WCHAR (*pMap)(WCHAR));
 
-    /// CSTR_LESS_THAN, CSTR_EQUAL or CSTR_GREATER_THAN, or 0: the collator has to look.
-    /// The texts are equal up to \p nStart.
-    int Compare(const WCHAR* pA, std::size_t nA, const WCHAR* pB, std::size_t nB, std::size_t nStart) const;
+    /// CSTR_LESS_THAN, CSTR_EQUAL or CSTR_GREATER_THAN, or 0: the collator has to look. The texts are equal
+    /// up to \p i. A text has m_pText and tells by IsEnd(i) whether it ends there; it is asked from \p i on
+    /// in order.
+    template <class Text>
+    int Compare(Text a, Text b, std::size_t i) const;
 
 private:
     using CEntry =
@@ -35,6 +37,8 @@ private:
     static constexpr CEntry c_ContractsBefore = 1; // may stand in a contraction, not as its last character
     static constexpr CEntry c_ContractsAfter = 2;  // may stand in a contraction, not as its first character
     static constexpr CEntry c_NotSimple = c_ContractsBefore | c_ContractsAfter;
+    // Several weights, yet whatever stands around: the same character on both sides changes nothing.
+    static constexpr CEntry c_Expands = 0;
     static constexpr unsigned c_nTertiaryShift = 2;
     static constexpr unsigned c_nSecondaryShift = 9;
     static constexpr unsigned c_nPrimaryShift = 18;
@@ -54,3 +58,48 @@ private:
 
     std::array<CEntry, c_cEnd> m_aEntries;
 };
+
+template <class Text>
+int CCollationTable::Compare(Text a, Text b, std::size_t i) const
+{
+    // Differences of the lower levels, from the first pair that has one: negative when A comes first.
+    int nSecondary = 0;
+    int nTertiary = 0;
+    CEntry previousA = i ? At(a.m_pText[i - 1]) : 0;
+    CEntry previousB = previousA;
+    for (;; ++i)
+    {
+        const bool bEndA = a.IsEnd(i);
+        if (bEndA || b.IsEnd(i))
+        {
+            if (bEndA && b.IsEnd(i))
+                break;
+            const CEntry next = At((bEndA ? b : a).m_pText[i]);
+            if (!IsSimple(next) || MayContract(bEndA ? previousB : previousA, next))
+                return 0;
+            return bEndA ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
+        }
+        const CEntry entryA = At(a.m_pText[i]);
+        const CEntry entryB = At(b.m_pText[i]);
+        const bool bSame = entryA == c_Expands && a.m_pText[i] == b.m_pText[i];
+        if (((!IsSimple(entryA) || !IsSimple(entryB)) && !bSame) || MayContract(previousA, entryA) ||
+            MayContract(previousB, entryB))
+            return 0;
+        const CEntry differing = entryA ^ entryB;
+        if (differing >> c_nPrimaryShift)
+        {
+            if ((!a.IsEnd(i + 1) && MayContract(entryA, At(a.m_pText[i + 1]))) ||
+                (!b.IsEnd(i + 1) && MayContract(entryB, At(b.m_pText[i + 1]))))
+                return 0;
+            return entryA < entryB ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
+        }
+        if (!nSecondary && differing >> c_nSecondaryShift)
+            nSecondary = entryA < entryB ? -1 : 1;
+        if (!nTertiary && differing >> c_nTertiaryShift)
+            nTertiary = entryA < entryB ? -1 : 1;
+        previousA = entryA;
+        previousB = entryB;
+    }
+    const int nDifference = nSecondary ? nSecondary : nTertiary;
+    return nDifference < 0 ? CSTR_LESS_THAN : nDifference > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
+}

@@ -163,7 +163,8 @@ std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, std::size
         const auto nAscii = static_cast<unsigned>(std::countr_zero(nForeign));
         const auto nEnd = static_cast<unsigned>(std::bit_width(nForeign));
         Advance(nAscii, nAscii);
-        for (const char* const pEnd = p + (nEnd - nAscii); p < pEnd;)
+        const char* const pEnd = p + (nEnd - nAscii);
+        while (p < pEnd)
         {
             const unsigned nLead = static_cast<unsigned char>(*p) & 0xF0;
             if (*p >= 0)
@@ -245,7 +246,8 @@ std::size_t EncodeBlocks(const WCHAR*& p, std::size_t& n, char* pDest, std::size
         const auto nAscii = static_cast<unsigned>(std::countr_zero(nForeign));
         const auto nEnd = static_cast<unsigned>(std::bit_width(nForeign));
         Advance(nAscii, nAscii);
-        for (const WCHAR* const pEnd = p + (nEnd - nAscii); p < pEnd;)
+        const WCHAR* const pEnd = p + (nEnd - nAscii);
+        while (p < pEnd)
         {
             if (*p < 0x80)
             {

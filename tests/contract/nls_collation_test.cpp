@@ -51,8 +51,15 @@ std::string CodesOf(const CWide& sText)
 void ExpectSameTheLongWay(const CWide& sA, const CWide& sB)
 {
     for (const DWORD dwFlags : {0u, static_cast<unsigned>(NORM_IGNORECASE)})
-        ASSERT_STREQ(ResultText(CompareTheLongWay(sA, sB, dwFlags)), ResultText(Compare(sA, sB, dwFlags)))
+    {
+        const int nLongWay = CompareTheLongWay(sA, sB, dwFlags);
+        ASSERT_STREQ(ResultText(nLongWay), ResultText(Compare(sA, sB, dwFlags)))
             << CodesOf(sA) << "| " << CodesOf(sB) << (dwFlags ? "ignoring case" : "");
+        ASSERT_STREQ(ResultText(nLongWay),
+                     ResultText(CompareStringW(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT | dwFlags, sA.c_str(),
+                                               -1, sB.c_str(), -1)))
+            << "terminated " << CodesOf(sA) << "| " << CodesOf(sB) << (dwFlags ? "ignoring case" : "");
+    }
 }
 
 } // namespace
