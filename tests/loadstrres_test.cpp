@@ -7,8 +7,21 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace
 {
+
+/// The handler holds the tests' module for a scope.
+class CCurrentResources
+{
+public:
+    CCurrentResources() { CResourceHandler::SetHandle(m_library); }
+    ~CCurrentResources() { CResourceHandler::DestroyGlobal(); }
+
+private:
+    CTestResources m_library;
+};
 
 /// The strings of tests/resources/test_strings.rc; null where there is none.
 constexpr struct
@@ -79,4 +92,98 @@ TEST(LoadStringRes, AskTheHandlerWhenNoModuleIsGiven)
     CResourceHandler::DestroyGlobal();
     EXPECT_EQ(nullptr, CResourceHandler::GetHandle());
     EXPECT_NO_REPORTS(capture);
+}
+
+TEST(LoadDBStringRes, TokensAtTheBeginning)
+{
+    const CCurrentResources current;
+    constexpr struct
+    {
+        const char* sSource;
+        const char* sText; ///< null: no token
+    } rows[] = {{"##7##", "seven"},
+                {"##000000007## and more", "seven"},
+                {"##1000##", "\xE1rv\xEDz \x80"},
+                {"##8##", "Error: Resource string could not be loaded!"},
+                {"##999999999##", "Error: Resource string could not be loaded!"},
+                {"#7##", nullptr},
+                {"##7#", nullptr},
+                {"##7", nullptr},
+                {"####", nullptr},
+                {"##0##", nullptr},
+                {"##-7##", nullptr},
+                {"##0000000007##", nullptr},
+                {" ##7##", nullptr},
+                {"", nullptr}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.sSource);
+        const Text source(row.sSource, row.sSource + std::strlen(row.sSource));
+        WCHAR sWide[50] = {ORVTEXT('?'), 0};
+        EXPECT_EQ(row.sText != nullptr, LoadDBStringResW(source.c_str(), sWide, 1));
+        char sNarrow[50] = "?";
+        EXPECT_EQ(row.sText != nullptr, LoadDBStringResA(row.sSource, sNarrow, 50));
+        EXPECT_STREQ(row.sText != nullptr ? row.sText : "?", sNarrow);
+        if (row.sText == nullptr)
+            EXPECT_EQ(Text(ORVTEXT("?")), sWide);
+        else if (std::strchr(row.sSource, '1') == nullptr)
+            EXPECT_EQ(Text(row.sText, row.sText + std::strlen(row.sText)), sWide);
+        else
+            EXPECT_EQ(Text(ORVTEXT("\x00E1rv\x00EDz \x20AC")), sWide);
+    }
+    char sText[50] = "##7##";
+    EXPECT_FALSE(LoadDBStringResA(sText, sText, 0));
+    EXPECT_FALSE(LoadDBStringResA(nullptr, sText, 50));
+    EXPECT_FALSE(LoadDBStringResA(sText, nullptr, 50));
+    EXPECT_FALSE(LoadDBStringResW(nullptr, nullptr, 0));
+}
+
+TEST(ReplaceToken, EveryTokenOfAText)
+{
+    const CCurrentResources current;
+    constexpr struct
+    {
+        const WCHAR* sSource;
+        unsigned nBufferChars;
+        const WCHAR* sText;
+    } rows[] = {{ORVTEXT("<##7##|##1##>"), 100, ORVTEXT("<seven|first>")},
+                {ORVTEXT("##7####1##"), 100, ORVTEXT("sevenfirst")},
+                {ORVTEXT("a##0##b##x#7##c##"), 100, ORVTEXT("a##0##b##x#7##c##")},
+                {ORVTEXT("###7##"), 100, ORVTEXT("#seven")},
+                {ORVTEXT("plain"), 100, ORVTEXT("plain")},
+                {ORVTEXT("plain"), 3, ORVTEXT("pl")},
+                {ORVTEXT("plain"), 1, ORVTEXT("")},
+                {ORVTEXT("a##7##b"), 7, ORVTEXT("asevenb")},
+                {ORVTEXT("a##7##b"), 6, ORVTEXT("ab")},
+                {ORVTEXT(""), 100, ORVTEXT("")}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(testing::PrintToString(Text(row.sSource)));
+        WCHAR sBuffer[100];
+        unsigned nLength = 77;
+        EXPECT_EQ(sBuffer, ReplaceTokenW(row.sSource, &nLength, sBuffer, row.nBufferChars));
+        EXPECT_EQ(Text(row.sText).substr(0, row.nBufferChars - 1), sBuffer);
+        EXPECT_EQ(Text(sBuffer).size(), nLength);
+    }
+}
+
+TEST(ReplaceToken, ASingleTokenIsTheResourceItself)
+{
+    const CCurrentResources current;
+    CReportCapture capture;
+    WCHAR sBuffer[40] = {ORVTEXT('?'), 0};
+    unsigned nLength = 0;
+    EXPECT_EQ(LoadStringResImage(nullptr, 7, nullptr), ReplaceTokenW(ORVTEXT("##7##"), &nLength, sBuffer, 1));
+    EXPECT_EQ(5u, nLength);
+    EXPECT_NO_REPORTS(capture);
+    const Text missing = ORVTEXT("!Resource does not exist!");
+    const WCHAR* const sMissing = ReplaceTokenW(ORVTEXT("##8##"), &nLength, sBuffer, 40);
+    EXPECT_EQ(missing, Text(sMissing, nLength));
+    EXPECT_EQ(Text(ORVTEXT("?")), sBuffer);
+    EXPECT_EQ(missing + ORVTEXT("."), ReplaceTokenW(ORVTEXT("##8##."), nullptr, sBuffer, 40));
+    EXPECT_EQ(nullptr, ReplaceTokenW(nullptr, &nLength, sBuffer, 40));
+    EXPECT_EQ(nullptr, ReplaceTokenW(ORVTEXT("x"), &nLength, nullptr, 40));
+    const ExpectedReport noText = {"ReplaceTokenW", "sRes == nullptr", "8", "loadstrres"};
+    const ExpectedReport null = {"ReplaceTokenW", "sSrc == nullptr || sBuffer == nullptr", "", "loadstrres"};
+    EXPECT_REPORTS(capture, {noText, noText, null, null});
 }

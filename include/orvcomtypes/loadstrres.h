@@ -1,12 +1,19 @@
-/// String resources, read in place from the string tables of a module.
+/// String resources, read in place from the string tables of a module, and texts that refer to them.
 ///
-/// Where no module is given, the current language's is asked for (`CResourceHandler::GetHandle`).
+/// Where no module is given, the current language's is asked for (`CResourceHandler::GetHandle`). Texts that
+/// come from elsewhere, such as database rows, refer to a string by a token: "##7##" is string 7.
 ///
 /// Ownership: text read in place belongs to the module and is valid while that stays loaded; a `BSTR`
 ///   belongs to the caller (`SysFreeString`).
 /// Thread safety: every function may be called from any thread.
-/// Errors: source `loadstrres`; "hInstance == nullptr" from "LoadStringResImage" when there is no module.
-/// Units: lengths are code units. Text read in place has no terminator.
+/// Errors: source `loadstrres`; "hInstance == nullptr" from "LoadStringResImage" when there is no module,
+///   "sSrc == nullptr || sBuffer == nullptr" and "sRes == nullptr" (with the id) from "ReplaceTokenW",
+///   "sConversionBuffer.GetSize () < reguiredLen" from "LoadDBStringResA" without memory.
+/// Units: lengths are code units, those of narrow text bytes. Text read in place has no terminator.
+///
+///     WCHAR sBuffer[200];
+///     unsigned nLength;
+///     const WCHAR* sText = ReplaceTokenW(ORVTEXT("State: ##7##"), &nLength, sBuffer, 200);
 #pragma once
 
 #include "orvcomtypes/octassert.h"
@@ -20,3 +27,17 @@ ORV_EXTERN_C ORV_FUNC const WCHAR* ORVCALL LoadStringResImage(HINSTANCE hInstanc
 
 /// A copy of string \p uID, or null when it does not exist. \p pnLength may be null.
 ORV_EXTERN_C ORV_FUNC BSTR ORVCALL LoadStringRes(HINSTANCE hInstance, unsigned uID, unsigned* pnLength);
+
+/// Replaces text that begins with a token by its string, or by "Error: Resource string could not be loaded!";
+/// false, and nothing written, for other text. \p sDest has room for any resource text: deliberately only its
+/// size's being zero is looked at.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL LoadDBStringResW(const WCHAR* sSrc, WCHAR* sDest, unsigned nDestChars);
+/// The same for text of the ANSI code page.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL LoadDBStringResA(const char* sSrc, char* sDest, unsigned nDestChars);
+
+/// Text with every token replaced, missing strings by "!Resource does not exist!". A source that is one token
+/// gives the resource text itself, not terminated, and leaves the buffer alone; else the result is written to
+/// \p sBuffer, cut at \p nBufferChars and terminated, and a replacement that does not fit is left out.
+/// \p pnLength may be null.
+ORV_EXTERN_C ORV_FUNC const WCHAR* ORVCALL ReplaceTokenW(const WCHAR* sSrc, unsigned* pnLength,
+                                                         WCHAR* sBuffer, unsigned nBufferChars);
