@@ -1,6 +1,7 @@
 #include "registrytext.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace OrvPort
 {
@@ -388,6 +389,8 @@ bool CRegTextReader::ParseHex(CRegTextItem& item, CRegView sText)
             RegFromAnsi({reinterpret_cast<const char*>(item.m_data.data()), item.m_data.size()});
         item.m_data.clear();
         AppendUnits(item.m_data, sWide);
+        // It is written back under the signature of the current version, which has 16-bit units.
+        item.m_sText = FormatRegValue(item.m_sName, item.m_dwType, item.m_data);
     }
     return true;
 }
@@ -410,10 +413,12 @@ bool CRegTextReader::ParseContinuation(CRegTextItem& item, bool& bContinues)
     return true;
 }
 
-/// Reads `xx,xx,…` up to the end of the line, a comment, or a backslash that continues it on the next line.
+/// Reads `xx,xx,…` up to the end of the line, a comment, or a backslash that continues it on the next line. A
+/// list that ends in a comma has been cut. \p bContinues: the line continues a list, and then whether the
+/// next one does.
 bool CRegTextReader::ParseHexLine(CRegView sText, CRegData& data, bool& bContinues) const
 {
-    bContinues = false;
+    bool bByteMissing = std::exchange(bContinues, false);
     for (sText = Trim(sText); !IsEndOrComment(sText); sText = Trim(sText))
     {
         if (sText.front() == '\\' && IsEndOrComment(sText.substr(1)))
@@ -426,12 +431,13 @@ bool CRegTextReader::ParseHexLine(CRegView sText, CRegData& data, bool& bContinu
             return false;
         data.push_back(static_cast<BYTE>(dwByte));
         sText = Trim(sText);
-        if (!sText.empty() && sText.front() == ',')
+        bByteMissing = !sText.empty() && sText.front() == ',';
+        if (bByteMissing)
             sText.remove_prefix(1);
         else if (!IsEndOrComment(sText) && sText.front() != '\\')
             return false;
     }
-    return true;
+    return !bByteMissing;
 }
 
 CRegString RegFromAnsi(std::string_view s)
