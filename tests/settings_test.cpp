@@ -529,8 +529,8 @@ TEST_F(WideSettings, NarrowAndWideFormsShareValues)
 
 TEST_F(WideSettings, KeysThatCannotBeMadeFail)
 {
-    SetLQSettingsRootW(Text(256, ORVTEXT('k')).c_str());
-    EXPECT_FALSE(SetLQDWORDSettingW(nullptr, ORVTEXT("n"), 1, 0)) << "a key name has at most 255 units";
+    SetLQSettingsRootW(ORVTEXT("\\k"));
+    EXPECT_FALSE(SetLQDWORDSettingW(nullptr, ORVTEXT("n"), 1, 0)) << "no key path begins with a backslash";
     EXPECT_FALSE(SetLQStringSettingW(nullptr, ORVTEXT("t"), ORVTEXT("x"), nullptr));
     EXPECT_FALSE(SetLQBinarySettingW(nullptr, ORVTEXT("b"), "x", 1));
     EXPECT_EQ(4u, GetLQDWORDSettingW(nullptr, ORVTEXT("n"), 4));

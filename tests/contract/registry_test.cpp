@@ -218,6 +218,8 @@ TEST_F(Registry, ReadsPathsPartByPart)
     EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("a\\b\\")));
     EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("")));
     EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, nullptr));
+    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("a\\\\b")));
+    EXPECT_EQ(ERROR_BAD_PATHNAME, OpenStatus(m_hKey, ORVTEXT("\\a")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenStatus(m_hKey, ORVTEXT("a\\x")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenStatus(m_hKey, ORVTEXT("b")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenStatus(m_hKey, ORVTEXT("a\\b\\c!")));
