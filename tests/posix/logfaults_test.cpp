@@ -163,3 +163,26 @@ TEST_F(LogFaults, ChildThatDoesNotLogEndsWithoutTheParentsLines)
     m_log.ReleaseLog();
     EXPECT_EQ("parent\n", ReadBytes(m_file));
 }
+
+TEST_F(LogFaults, FileIsShownInTheEditorOfThePath)
+{
+    EXPECT_FALSE(COrvLog().ShowLogFileWithNotepad()) << "without a file";
+    m_log.SetLogOpt(lqlErrors);
+    m_log.LogErr(ORVTEXT("x"));
+    while (m_log.GetLogFileName().IsEmpty())
+        std::this_thread::yield();
+    const auto shown = m_dir / "shown";
+    {
+        const CVariableGuard path("PATH", m_dir.Path().c_str());
+        EXPECT_FALSE(m_log.ShowLogFileWithNotepad());
+        WriteBytes(m_dir / "notepad.exe", "#!/bin/sh\necho \"$1\" >'" + shown.string() + "'\n");
+        std::filesystem::permissions(m_dir / "notepad.exe", std::filesystem::perms::owner_all);
+        EXPECT_TRUE(m_log.ShowLogFileWithNotepad());
+    }
+    while (!ReadBytes(shown).ends_with('\n'))
+        std::this_thread::yield();
+    EXPECT_EQ(m_file.string() + "\n", ReadBytes(shown));
+    m_log.ReleaseLog();
+    EXPECT_NE(std::string::npos,
+              ReadBytes(m_file).find(") HR: 80070002 Could not show log file in notepad because: "));
+}

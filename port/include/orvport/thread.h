@@ -24,3 +24,24 @@ BOOL TerminateThread(HANDLE hThread, DWORD dwExitCode) noexcept;
 DWORD GetCurrentThreadId() noexcept;
 DWORD GetCurrentProcessId() noexcept;
 void Sleep(DWORD dwMilliseconds) noexcept;
+
+#define DETACHED_PROCESS 0x00000008u
+
+typedef struct _STARTUPINFOW
+{
+    DWORD cb;
+} STARTUPINFOW, *LPSTARTUPINFOW;
+
+typedef struct _PROCESS_INFORMATION
+{
+    HANDLE hProcess;
+    HANDLE hThread;
+    DWORD dwProcessId;
+    DWORD dwThreadId;
+} PROCESS_INFORMATION, *LPPROCESS_INFORMATION;
+
+BOOL CreateProcessW(LPCWSTR lpApplicationName, LPWSTR lpCommandLine,
+                    LPSECURITY_ATTRIBUTES lpProcessAttributes, LPSECURITY_ATTRIBUTES lpThreadAttributes,
+                    BOOL bInheritHandles, DWORD dwCreationFlags, LPVOID lpEnvironment,
+                    LPCWSTR lpCurrentDirectory, LPSTARTUPINFOW lpStartupInfo,
+                    LPPROCESS_INFORMATION lpProcessInformation) noexcept;

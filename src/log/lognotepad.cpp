@@ -1,0 +1,30 @@
+#include "core/textformat.h"
+#include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvlog.h"
+
+bool COrvLog::ShowLogFileWithNotepad() const
+{
+    const COrvStr sFile = GetLogFileName();
+    if (sFile.IsEmpty())
+        return false;
+    WCHAR sCommandLine[MAX_PATH];
+    OCT::FormatTo(sCommandLine, ORVTEXT("notepad.exe \"%s\""), static_cast<const WCHAR*>(sFile));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(nullptr, sCommandLine, nullptr, nullptr, TRUE, DETACHED_PROCESS, nullptr, nullptr,
+                        &startup, &process))
+    {
+        const DWORD dwError = GetLastError();
+        SetFL(__FILE__, __LINE__);
+        LogOpt(lqlErrors, HRESULT_FROM_WIN32(dwError),
+               "Could not show log file in notepad because: %S; CommandLine: %S",
+               static_cast<const WCHAR*>(GetWinErrorString(dwError)),
+               static_cast<const WCHAR*>(sCommandLine));
+        SetFL(nullptr, 0);
+        return false;
+    }
+    CloseHandle(process.hProcess);
+    CloseHandle(process.hThread);
+    return true;
+}
