@@ -7,6 +7,8 @@
 
 #include <array>
 #include <climits>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -184,6 +186,21 @@ TEST(TimeZone, LocalDaysOf23And24And25Hours)
                       COrvTime::CompareLocalYMD(t, t.RoundLocalDayUp()));
         }
     }
+}
+
+TEST(TimeZone, ThreadsShareTheSystemsZone)
+{
+    std::array<COrvTime, 4> results;
+    std::vector<std::thread> threads;
+    for (COrvTime& tResult : results)
+        threads.emplace_back([&tResult] {
+            for (int iYear = 1971; iYear < 2038; ++iYear)
+                tResult = FromLocal(LocalOf(Utc(iYear, 7, 1, 12)));
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const COrvTime& tResult : results)
+        EXPECT_EQ(Utc(2037, 7, 1, 12), tResult);
 }
 
 TEST(TimeZone, LocalFormsRoundTrip)
