@@ -152,8 +152,8 @@ TEST(Reporter, TellsTheDebuggerWhenTheFileCannotBeOpened)
     CDebugCapture debugger;
     ORV_REPORT("A::B", "x");
     const std::string sSent = debugger.Take();
-    static const std::regex s_failure(
-        R"(^Failed to open log file '.*file\\Application Data\\Lumatrek\\Log\\LQErrors_3\.8\.2_core_reporter_test\.log'\. Code \d+\n$)");
+    static const std::regex s_failure(R"(^Failed to open log file '.*file\\Application Data\\Lumatrek\\Log)"
+                                      R"(\\LQErrors_3\.8\.2_core_reporter_test\.log'\. Code \d+\n$)");
     const auto nSecond = sSent.find("\r\n") + 2;
     ASSERT_LT(nSecond, sSent.size()) << sSent;
     EXPECT_TRUE(std::regex_match(sSent.substr(nSecond), s_failure)) << sSent;

@@ -82,17 +82,17 @@ TEST(LogFileName, PeriodsPutTheirDateBeforeTheExtension)
     clock.Set("2026-03-01 07:08:09"); // a Sunday
     const struct
     {
-        const char16_t* m_sPrefix;
+        const WCHAR* m_sPrefix;
         const char* m_sName;
-    } cases[] = {{u"", "app.txt"},
-                 {u"#MO", "app_M2603.txt"},
-                 {u"#mo", "app_M2603.txt"},
-                 {u"#WE", "app_W260223.txt"},
-                 {u"#DA", "app_D260301.txt"},
-                 {u"#AN", "app_260301_070809.txt"}};
+    } cases[] = {{ORVTEXT(""), "app.txt"},
+                 {ORVTEXT("#MO"), "app_M2603.txt"},
+                 {ORVTEXT("#mo"), "app_M2603.txt"},
+                 {ORVTEXT("#WE"), "app_W260223.txt"},
+                 {ORVTEXT("#DA"), "app_D260301.txt"},
+                 {ORVTEXT("#AN"), "app_260301_070809.txt"}};
     for (const auto& c : cases)
     {
-        const std::u16string sPrefix = c.m_sPrefix;
+        const std::basic_string<WCHAR> sPrefix = c.m_sPrefix;
         EXPECT_EQ(dir / c.m_sName, NameFor(Text(sPrefix.begin(), sPrefix.end()) + ToText(dir / "app.txt")));
     }
     clock.Set("2026-01-01 00:00:00");

@@ -1,7 +1,8 @@
 /// All public headers of OrvComTypes.
 #pragma once
 
-// clang-format off: in the order in which they build on each other
+// In the order in which they build on each other.
+// clang-format off
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/smartcls.h"
 #include "orvcomtypes/lqthrow.h"

@@ -1,9 +1,10 @@
 /// The library's one lock.
 ///
-/// A recursive critical section that knows whether it was initialised, so that a lock which is used before its static
-/// constructor or after its destructor ran is reported instead of undefined.
+/// A recursive critical section that knows whether it was initialised, so that a lock which is used before
+/// its static constructor or after its destructor ran is reported instead of undefined.
 ///
-/// Thread safety: `Lock` and `Unlock` may be called from any thread; construction and destruction may not overlap them.
+/// Thread safety: `Lock` and `Unlock` may be called from any thread; construction and destruction may not
+/// overlap them.
 /// Errors: source `smartcls`; "! m_bInitialized" from "OCT::CCritSect::Init", "m_bInitialized" from
 ///   "OCT::CCritSect::Lock" and "OCT::CCritSect::Unlock", which then do nothing.
 ///

@@ -1,5 +1,5 @@
-// The Win32 names that the library calls, for targets that are not Windows. One header an area; port/README.md
-// says what each name promises.
+// The Win32 names that the library calls, for targets that are not Windows. One header an area;
+// port/README.md says what each name promises.
 #pragma once
 
 // Callers of the library share these with it: an event handed to a log, a last error read after a call.

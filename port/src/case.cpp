@@ -2,8 +2,8 @@
 
 #include <unicode/uchar.h>
 
-// Letters that are not the small letter of their capital (micro sign, dotless i, long s, final sigma, the digraphs in
-// title case) stay as they are, as in Windows' own table.
+// Letters that are not the small letter of their capital (micro sign, dotless i, long s, final sigma, the
+// digraphs in title case) stay as they are, as in Windows' own table.
 static WCHAR ToUpperUnit(WCHAR c)
 {
     const UChar32 cUpper = u_toupper(c);

@@ -92,8 +92,8 @@ int AccessFlags(DWORD dwAccess)
     return bRead && bWrite ? O_RDWR : bWrite ? O_WRONLY : O_RDONLY;
 }
 
-// One write of what is left, retried when a signal interrupts it. At the end of the file when asked to, in one step
-// with finding that end where the system can do that.
+// One write of what is left, retried when a signal interrupts it. At the end of the file when asked to, in
+// one step with finding that end where the system can do that.
 ssize_t WriteSome(int fd, const char* pData, std::size_t nBytes, bool bAppend)
 {
     const iovec vec{const_cast<char*>(pData), nBytes};

@@ -1,6 +1,6 @@
 // Folders of the system and of the user.
-#include <shlobj.h>
 #include <windows.h>
+#include <shlobj.h>
 
 #include "utf.h"
 

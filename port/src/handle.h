@@ -1,4 +1,5 @@
-// What stands behind a HANDLE: a counted object, so that a thread and its creator, or two waits, can share it.
+// What stands behind a HANDLE: a counted object, so that a thread and its creator, or two waits, can share
+// it.
 #pragma once
 
 #include <windows.h>

@@ -3,8 +3,9 @@
 
 #include <windows.h>
 
-/// The ICU name of the locale: from LC_ALL, else the given category's variable, else LANG; "en_US" where these are
-/// absent or say C or POSIX, whose own order would be that of code points. Read once per category by its user.
+/// The ICU name of the locale: from LC_ALL, else the given category's variable, else LANG; "en_US" where
+/// these are absent or say C or POSIX, whose own order would be that of code points. Read once per category
+/// by its user.
 const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) noexcept;
 
 /// The ANSI code page that Windows gives the language of the locale, or the one that ORVCOMTYPES_ACP names.

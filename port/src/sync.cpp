@@ -1,9 +1,10 @@
 // The part of a critical section that is not inlined: waiting, waking, and what happens to sections at fork.
 //
-// Leaving is a plain store followed by a plain load of the number of waiters; the processor may do the load first.
-// A thread that is about to sleep therefore counts itself, makes every running thread of the process pass a memory
-// barrier (membarrier), and looks once more: an owner either had stored before that barrier, and the look finds the
-// section free, or loads after it, and sees the waiter. Where the kernel refuses the barrier, sleeps are short instead.
+// Leaving is a plain store followed by a plain load of the number of waiters; the processor may do the load
+// first. A thread that is about to sleep therefore counts itself, makes every running thread of the process
+// pass a memory barrier (membarrier), and looks once more: an owner either had stored before that barrier,
+// and the look finds the section free, or loads after it, and sees the waiter. Where the kernel refuses the
+// barrier, sleeps are short instead.
 #include <windows.h>
 
 #include "forkhooks.h"
@@ -65,9 +66,9 @@ bool TryEnterAll() noexcept
     return true;
 }
 
-// Enters every section, so that what they guard is whole in the child. Trying and backing off needs no lock order;
-// between attempts the holders go on, with creating and deleting sections too. A section that stays taken for a
-// second is left as it is.
+// Enters every section, so that what they guard is whole in the child. Trying and backing off needs no lock
+// order; between attempts the holders go on, with creating and deleting sections too. A section that stays
+// taken for a second is left as it is.
 void BeforeFork() noexcept
 {
     for (int i = 0; i < g_nForkAttempts; ++i)

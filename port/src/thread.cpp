@@ -1,5 +1,5 @@
-#include <process.h>
 #include <windows.h>
+#include <process.h>
 
 #include "errnomap.h"
 #include "forkhooks.h"
@@ -139,7 +139,8 @@ BOOL GetExitCodeThread(HANDLE hThread, LPDWORD lpExitCode) noexcept
 
 BOOL TerminateThread(HANDLE hThread, DWORD dwExitCode) noexcept
 {
-    // A thread cannot be ended from outside without losing what it holds. It is left alone and counts as ended.
+    // A thread cannot be ended from outside without losing what it holds. It is left alone and counts as
+    // ended.
     CThread* pThread = CPortObject::Of<CThread>(hThread);
     if (pThread)
         pThread->End(dwExitCode, true);

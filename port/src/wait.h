@@ -1,5 +1,5 @@
-// Objects that threads wait for. One lock guards the state of all: waits are rare here, and it makes waiting for
-// several objects a plain look at each.
+// Objects that threads wait for. One lock guards the state of all: waits are rare here, and it makes waiting
+// for several objects a plain look at each.
 #pragma once
 
 #include "handle.h"

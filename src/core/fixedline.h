@@ -1,4 +1,5 @@
-// A line of text in a buffer of fixed size, for places that may neither allocate nor call formatters with locks.
+// A line of text in a buffer of fixed size, for places that may neither allocate nor call formatters with
+// locks.
 #pragma once
 
 #include <cstddef>

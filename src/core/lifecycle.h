@@ -5,8 +5,8 @@
 
 #include <atomic>
 
-/// What teardown calls upwards. The module that owns a state enters its hook when the state comes into being; the
-/// table is constant-initialised, so that this may happen in static constructors too.
+/// What teardown calls upwards. The module that owns a state enters its hook when the state comes into being;
+/// the table is constant-initialised, so that this may happen in static constructors too.
 struct CTeardownHooks
 {
     using Hook = std::atomic<void (*)()>;

@@ -13,7 +13,8 @@ CCritSect::~CCritSect()
     if (!m_bInitialized)
         return;
     DeleteCriticalSection(&m_section);
-    // Volatile, or the compiler drops a store into an object that ends; static destructors that run later look at it.
+    // Volatile, or the compiler drops a store into an object that ends; static destructors that run later
+    // look at it.
     const_cast<volatile BOOL&>(m_bInitialized) = FALSE;
 }
 

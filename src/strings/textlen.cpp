@@ -49,7 +49,8 @@ std::size_t TextLength(const WCHAR* s) noexcept
     do
         nZeros = ZeroUnits(++p);
     while (nZeros == 0);
-    const auto nEnd = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::size_t>(std::countr_zero(nZeros));
+    const auto nEnd =
+        reinterpret_cast<std::uintptr_t>(p) + static_cast<std::size_t>(std::countr_zero(nZeros));
     return (nEnd - reinterpret_cast<std::uintptr_t>(s)) / sizeof(WCHAR);
 }
 

@@ -7,7 +7,8 @@
 
 TEST(LastError, BelongsToTheThread)
 {
-    // Between the two calls this thread only spins: thread and framework functions set the last error themselves.
+    // Between the two calls this thread only spins: thread and framework functions set the last error
+    // themselves.
     std::atomic<bool> isSet = false;
     std::atomic<bool> isOtherDone = false;
     DWORD dwOther = ERROR_ACCESS_DENIED;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <process.h>
 #include <windows.h>
+#include <process.h>
 
 #include "orvcomtypes/orvexport.h"
 
