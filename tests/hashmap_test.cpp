@@ -245,7 +245,7 @@ TEST(HashMap, RandomOperationsKeepTheStatedOrder)
         CSlowMap slow(nApproxCount);
         std::unordered_set<unsigned> model;
         const unsigned nRange = 1 + random() % 4000;
-        for (int iStep = 0; iStep < 20000; ++iStep)
+        for (int iStep = 0; iStep < 6000; ++iStep)
         {
             const unsigned n = 1 + random() % nRange * 7;
             const unsigned nWhat = random() % 1000;
@@ -276,13 +276,13 @@ TEST(HashMap, RandomOperationsKeepTheStatedOrder)
 TEST(HashMap, HoldsMoreThanAMillionValues)
 {
     CMap map;
-    for (unsigned n = 1; n <= 1500000; ++n)
+    for (unsigned n = 1; n <= 1100000; ++n)
         map.SetItem(n * 2654435761U);
-    EXPECT_EQ(map.GetCount(), 1500000U);
+    EXPECT_EQ(map.GetCount(), 1100000U);
     unsigned nSum = 0;
     unsigned nExpected = 0;
     map.ForEach([&nSum](unsigned n) { nSum += n; });
-    for (unsigned n = 1; n <= 1500000; ++n)
+    for (unsigned n = 1; n <= 1100000; ++n)
     {
         nExpected += n * 2654435761U;
         ASSERT_TRUE(map.IsExists(n * 2654435761U));

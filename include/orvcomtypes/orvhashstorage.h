@@ -117,17 +117,37 @@ public:
     void RemoveAll() noexcept;
     TItem GetNextItem(TItem prev) const noexcept;
 
-    /// Calls fn(item) for every item, in the order of GetNextItem.
+    /// Calls fn(item) for every item, in the order of GetNextItem. Items are collected before they are handed
+    /// out: where chains begin and end cannot be predicted, so the first two nodes of each are stored without
+    /// a branch.
     template <class Fn>
     void ForEach(Fn fn) const
     {
+        constexpr unsigned nMost = 256;
+        TItem* aFound[nMost + 2];
+        unsigned nFound = 0;
+        const auto handOut = [&] {
+            for (unsigned i = 0; i < nFound; ++i)
+                fn(*aFound[i]);
+            nFound = 0;
+        };
         for (CNode *pHead = m_pSlots, *const pEnd = m_pSlots + m_nBuckets; pHead != pEnd; ++pHead)
         {
-            if (pHead->data == TItem(0) && pHead->pNext == nullptr)
-                continue;
-            for (CNode* pNode = pHead; pNode != nullptr; pNode = pNode->pNext)
-                fn(pNode->data);
+            CNode* const pSecond = pHead->pNext != nullptr ? pHead->pNext : pHead;
+            aFound[nFound] = &pHead->data;
+            nFound += pHead->data != TItem(0);
+            aFound[nFound] = &pSecond->data;
+            nFound += pSecond != pHead;
+            for (CNode* pNode = pSecond->pNext; pNode != nullptr; pNode = pNode->pNext)
+            {
+                if (nFound >= nMost)
+                    handOut();
+                aFound[nFound++] = &pNode->data;
+            }
+            if (nFound >= nMost)
+                handOut();
         }
+        handOut();
     }
 
 private:
