@@ -3,7 +3,6 @@
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
-#include "support/wine.h"
 
 #include <gtest/gtest.h>
 
@@ -161,7 +160,6 @@ TEST(Reporter, TellsTheDebuggerWhenTheFileCannotBeOpened)
 
 TEST(Reporter, LosesNoLineOfManyThreads)
 {
-    ORV_SKIP_WINE("appends of several threads overwrite each other");
     constexpr int kThreads = 4;
     constexpr int kReports = 50;
     CReportCapture capture;

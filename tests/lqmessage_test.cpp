@@ -1,10 +1,8 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/resourcehandler.h"
 #include "support/report_capture.h"
-#include "support/test_environment.h"
 #include "support/test_strings.h"
 #include "support/text.h"
-#include "support/wine.h"
 
 #include <gtest/gtest.h>
 
@@ -102,25 +100,6 @@ TEST(Message, LosesTheTextOfParametersItCannotShow)
     message.AddParam(COrvTime(), msty_OnlyDate);
     EXPECT_EQ(ORVTEXT("|"), Formatted(message));
     EXPECT_REPORTS(capture, {{"CLQMessage::Format", "", "", "lqmessage"}, {"CLQMessage::Format", ""}});
-}
-
-TEST(Message, ShowsWholeNumbersInTheLocalesManner)
-{
-    ORV_SKIP_WINE("groups wrongly without an explicit format");
-    const struct
-    {
-        const char* m_sLocale;
-        const WCHAR* m_sText;
-    } cases[] = {{"en_US.UTF-8", ORVTEXT("-1")},
-                 {"hu_HU.UTF-8", ORVTEXT("-1\x00A0\x0032\x0033\x0034")},
-                 {"de_DE.UTF-8", ORVTEXT("-1")}};
-    for (const auto& c : cases)
-    {
-        const CVariableGuard locale("LC_ALL", c.m_sLocale);
-        CLQMessage message(1);
-        message.AddParam(LONG{-1234});
-        EXPECT_EQ(c.m_sText, Formatted(message)) << c.m_sLocale;
-    }
 }
 
 TEST(Message, GivesBackWhatWasAdded)
