@@ -1,0 +1,164 @@
+#include "commands.h"
+
+#include "support/temp_dir.h"
+#include "support/test_registry.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+
+namespace
+{
+
+class OrvSettings : public testing::Test
+{
+protected:
+    /// Runs the tool with arguments in ASCII.
+    ToolResult Run(std::initializer_list<std::string> args)
+    {
+        std::vector<CText> words;
+        for (const std::string& s : args)
+            words.emplace_back(s.begin(), s.end());
+        m_sOutput.clear();
+        m_sErrors.clear();
+        return RunTool(words, m_sOutput, m_sErrors);
+    }
+    /// What it prints, or its error when it fails.
+    std::string Print(std::initializer_list<std::string> args)
+    {
+        return Run(args) == eDone ? m_sOutput : m_sErrors;
+    }
+
+    CTestRegistry m_registry;
+    std::string m_sOutput;
+    std::string m_sErrors;
+};
+
+TEST_F(OrvSettings, SaysWhichScopeAnswers)
+{
+    EXPECT_EQ(eNotFound, Run({"get", "Server", "Port"}));
+    EXPECT_EQ(eDone, Run({"--machine", "set", "--type", "dword", "Server", "Port", "0x5A"}));
+    EXPECT_EQ("90\n", Print({"get", "Server", "Port"}));
+    EXPECT_EQ("machine, dword\n", m_sErrors);
+    EXPECT_EQ(eDone, Run({"set", "server", "port", "text"}));
+    EXPECT_EQ("text\n", Print({"get", "Server", "Port"}));
+    EXPECT_EQ("user, sz\n", m_sErrors);
+    EXPECT_EQ("90\n", Print({"get", "Server", "Port", "--machine"}));
+    EXPECT_EQ("user\tsz\tport\ttext\nmachine\tdword\tPort\t90\n", Print({"list", "Server"}));
+    EXPECT_EQ("user\tkey\tserver\\\nmachine\tkey\tServer\\\n", Print({"list"}));
+    EXPECT_EQ(eDone, Run({"delete", "Server", "Port"}));
+    EXPECT_EQ("90\n", Print({"get", "Server", "Port"}));
+    EXPECT_EQ(eNotFound, Run({"delete", "Server", "Port"}));
+}
+
+TEST_F(OrvSettings, SetsValuesOfEveryType)
+{
+    const struct
+    {
+        const char* m_sType;
+        const char* m_sValue;
+        const char* m_sExpected;
+    } rows[] = {
+        {"sz", "a b", "a b\n"},
+        {"expand", "%TEMP%\\x", "%TEMP%\\x\n"},
+        {"multi", "one", "one\n"},
+        {"dword", "4294967295", "4294967295\n"},
+        {"qword", "0xFFFFFFFFFFFFFFFF", "18446744073709551615\n"},
+        {"binary", "01 aB,ff", "01abff\n"},
+        {"binary", "", "\n"},
+        {"none", "00", "00\n"},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(eDone, Run({"set", "--type", row.m_sType, ".", "@", row.m_sValue})) << m_sErrors;
+        EXPECT_EQ(row.m_sExpected, Print({"get", ".", "@"}));
+        EXPECT_EQ(std::string("user, ") + row.m_sType + "\n", m_sErrors);
+    }
+    EXPECT_EQ(eDone, Run({"set", "--type", "multi", ".", "m", "one", "two", "three"}));
+    EXPECT_EQ("one\ntwo\nthree\n", Print({"get", ".", "m"}));
+    EXPECT_EQ(eDone, Run({"set", "\\Software\\Elsewhere", "v", "--", "--x"}));
+    EXPECT_EQ("--x\n", Print({"get", "\\Software\\Elsewhere", "v"}));
+}
+
+TEST_F(OrvSettings, RefusesWhatMakesNoSense)
+{
+    const std::initializer_list<std::string> rows[] = {
+        {},
+        {"gat"},
+        {"get"},
+        {"get", "K"},
+        {"get", "K", "n", "x"},
+        {"set", "K", "n"},
+        {"set", "K", "n", "a", "b"},
+        {"set", "--type", "dword", "K", "n", "4294967296"},
+        {"set", "--type", "dword", "K", "n", "-1"},
+        {"set", "--type", "dword", "K", "n", "1x"},
+        {"set", "--type", "dword", "K", "n", ""},
+        {"set", "--type", "binary", "K", "n", "0"},
+        {"set", "--type", "binary", "K", "n", "0g"},
+        {"set", "--type", "word", "K", "n", "1"},
+        {"delete"},
+        {"delete", "K"},
+        {"delete", "--tree", "\\"},
+        {"import"},
+        {"--output"},
+        {"--scope", "list"},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(eBadUsage, Run(row)) << testing::PrintToString(std::vector<std::string>(row));
+        EXPECT_EQ(0u, m_sErrors.find("orvsettings: ")) << m_sErrors;
+    }
+    EXPECT_EQ(eNotFound, Run({"list"})) << "nothing was stored";
+    EXPECT_EQ(eDone, Run({"--help"}));
+    EXPECT_EQ(0u, m_sOutput.find("usage: "));
+}
+
+TEST_F(OrvSettings, ExportsAndImports)
+{
+    const CTempDir folder;
+    const std::string sFile = (folder / "exported.reg").string();
+    Run({"set", "A\\B", "quoted \"x\"", "C:\\x"});
+    Run({"set", "--type", "binary", "A", "bytes", std::string(100, '7')});
+    Run({"set", "--type", "dword", ".", "n", "255"});
+    const std::string sExported = Print({"export"});
+    EXPECT_EQ(0u,
+              sExported.find(
+                  "Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\Orvanex\\Lumatrek]\n"
+                  "\"n\"=dword:000000ff\n"));
+    EXPECT_NE(std::string::npos, sExported.find("\\A\\B]\n\"quoted \\\"x\\\"\"=\"C:\\\\x\"\n")) << sExported;
+
+    EXPECT_EQ(eDone, Run({"export", "--output", sFile, "A"})) << m_sErrors;
+    EXPECT_TRUE(ReadBytes(sFile).starts_with("\xFF\xFEW"));
+    EXPECT_EQ(eDone, Run({"delete", "--tree", "A"}));
+    EXPECT_EQ(eNotFound, Run({"list", "A"}));
+    EXPECT_EQ(eDone, Run({"import", sFile})) << m_sErrors;
+    EXPECT_EQ(sExported, Print({"export"}));
+
+    EXPECT_EQ(eDone, Run({"--machine", "import", sFile}));
+    EXPECT_EQ("C:\\x\n", Print({"--machine", "get", "A\\B", "quoted \"x\""}));
+    EXPECT_EQ(eNotFound, Run({"export", "None"}));
+    EXPECT_EQ(eNotFound, Run({"import", (folder / "none").string()}));
+    EXPECT_EQ(eFailed, Run({"export", "--output", (folder / "no" / "folder").string()}));
+}
+
+TEST_F(OrvSettings, ImportsAroundBadLinesAndDeletes)
+{
+    const CTempDir folder;
+    const std::string sFile = (folder / "x.reg").string();
+    Run({"set", "\\K", "gone", "1"});
+    Run({"set", "\\L\\M", "gone", "1"});
+    WriteBytes(
+        sFile,
+        "REGEDIT4\r\n[HKEY_CURRENT_USER\\K]\r\n\"gone\"=-\r\n\"a\"=\"1\"\r\nnonsense\r\n\"b\"=\"2\"\r\n"
+        "[-HKCU\\L]\r\n[HKEY_USERS\\x]\r\n\"c\"=\"3\"\r\n[-HKCU]\r\n");
+    EXPECT_EQ(eBadLines, Run({"import", sFile}));
+    for (const char* sLine : {"(5): line ignored: nonsense\n", "(8): line ignored: [HKEY_USERS\\x]\n",
+                              "(9): line ignored: \"c\"=\"3\"\n", "(10): line ignored: [-HKCU]\n"})
+        EXPECT_NE(std::string::npos, m_sErrors.find(sFile + sLine)) << m_sErrors;
+    EXPECT_EQ("user\tsz\ta\t1\nuser\tsz\tb\t2\n", Print({"list", "\\K"}));
+    EXPECT_EQ(eNotFound, Run({"list", "\\L"}));
+}
+
+} // namespace

@@ -1,0 +1,7 @@
+// The command line in 16-bit units, as each side gives it.
+#pragma once
+
+#include "commands.h"
+
+/// The arguments behind the program's name; also makes the console show UTF-8.
+std::vector<CText> ProgramArguments(int argc, char** argv);
