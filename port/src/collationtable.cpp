@@ -34,7 +34,7 @@ bool IsContinuation(std::int32_t nElement)
 enum class EElements
 {
     Simple,
-    Expanding, // a character of its own, with several weights
+    Expanding, // a character of its own with several weights, or with a secondary one of its own
     Other
 };
 
@@ -44,9 +44,10 @@ EElements ElementsOf(const UCollator* pCollator, WCHAR c)
     const std::unique_ptr<UCollationElements, void (*)(UCollationElements*)> pElements(
         ucol_openElements(pCollator, &c, 1, &status), ucol_closeElements);
     std::int32_t nElement = ucol_next(pElements.get(), &status);
-    if (U_FAILURE(status) || nElement == UCOL_NULLORDER || IsContinuation(nElement) || !PrimaryOf(nElement) ||
-        SecondaryOf(nElement) != c_nCommonSecondary)
+    if (U_FAILURE(status) || nElement == UCOL_NULLORDER || IsContinuation(nElement) || !PrimaryOf(nElement))
         return EElements::Other;
+    if (SecondaryOf(nElement) != c_nCommonSecondary)
+        return EElements::Expanding;
     while ((nElement = ucol_next(pElements.get(), &status)) != UCOL_NULLORDER)
         if (!IsContinuation(nElement) && (PrimaryOf(nElement) || SecondaryOf(nElement) <= c_nCommonSecondary))
             return EElements::Expanding;

@@ -37,7 +37,8 @@ private:
     static constexpr CEntry c_ContractsBefore = 1; // may stand in a contraction, not as its last character
     static constexpr CEntry c_ContractsAfter = 2;  // may stand in a contraction, not as its first character
     static constexpr CEntry c_NotSimple = c_ContractsBefore | c_ContractsAfter;
-    // Several weights, yet whatever stands around: the same character on both sides changes nothing.
+    // Other weights, yet whatever stands around: the same character on both sides changes nothing, unless a
+    // secondary difference before it leaves the weights out of step.
     static constexpr CEntry c_Expands = 0;
     static constexpr unsigned c_nTertiaryShift = 2;
     static constexpr unsigned c_nSecondaryShift = 9;
@@ -81,7 +82,7 @@ int CCollationTable::Compare(Text a, Text b, std::size_t i) const
         }
         const CEntry entryA = At(a.m_pText[i]);
         const CEntry entryB = At(b.m_pText[i]);
-        const bool bSame = entryA == c_Expands && a.m_pText[i] == b.m_pText[i];
+        const bool bSame = entryA == c_Expands && a.m_pText[i] == b.m_pText[i] && !nSecondary;
         if (((!IsSimple(entryA) || !IsSimple(entryB)) && !bSame) || MayContract(previousA, entryA) ||
             MayContract(previousB, entryB))
             return 0;
