@@ -83,7 +83,14 @@ inline std::int64_t SecondsOf(const SYSTEMTIME& st) noexcept
     return SecondsOf(st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond);
 }
 
+/// The low 32 bits, after a report that they are not all.
+LONG ReportNarrowed(std::int64_t nSeconds) noexcept;
+
 /// The low 32 bits of a count of seconds, reported when that loses something.
-LONG NarrowSeconds(std::int64_t nSeconds) noexcept;
+inline LONG NarrowSeconds(std::int64_t nSeconds) noexcept
+{
+    const auto t = static_cast<LONG>(nSeconds);
+    return t == nSeconds ? t : ReportNarrowed(nSeconds);
+}
 
 } // namespace OCT

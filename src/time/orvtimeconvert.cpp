@@ -167,9 +167,9 @@ bool COrvTime::GetLocalYMD(WORD* year, WORD* month, WORD* day, WORD* hour, WORD*
 
 bool COrvTime::SetYMD(int year, int month, int day, int hour, int minute, int second) noexcept
 {
-    LONG t = 0;
-    const bool bDone = YMD2Timet(year, month, day, hour, minute, second, &t);
-    m_iTime = static_cast<int>(t);
+    const std::int64_t nSeconds = OCT::SecondsOf(year, month, day, hour, minute, second);
+    const bool bDone = nSeconds != OCT::NO_SECONDS;
+    m_iTime = bDone ? static_cast<int>(OCT::NarrowSeconds(nSeconds)) : 0;
     return bDone;
 }
 

@@ -95,12 +95,10 @@ LONG RuleOffsetOfLocal(const TIME_ZONE_INFORMATION& zone, std::int64_t nLocal) n
 
 } // namespace
 
-LONG OCT::NarrowSeconds(std::int64_t nSeconds) noexcept
+LONG OCT::ReportNarrowed(std::int64_t nSeconds) noexcept
 {
-    const auto t = static_cast<LONG>(nSeconds);
-    if (t != nSeconds)
-        ORV_REPORT("TZ::FileTime2Timet", "t < -0x80000000LL || t > 0x7FFFFFFFLL");
-    return t;
+    ORV_REPORT("TZ::FileTime2Timet", "t < -0x80000000LL || t > 0x7FFFFFFFLL");
+    return static_cast<LONG>(nSeconds);
 }
 
 LONG OCT::SelectedOffset(std::int64_t nUtc) noexcept
