@@ -96,19 +96,21 @@ public:
     /// Appends one code unit; 0 appends nothing.
     void AppendChar(WCHAR c)
     {
-        if (m_bOwn && m_pStr != nullptr && c != 0)
+        WCHAR* const pStr = m_pStr;
+        if (m_bOwn && pStr != nullptr && c != 0)
         {
-            OrvStrHeader& header = OCT::StrHeader(m_pStr);
+            OrvStrHeader& header = OCT::StrHeader(pStr);
             const std::uint32_t nLen = header.nStrLen;
-            if (OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (std::uint64_t{nLen} + 2)))
+            if (OCT::IsSoleStrOwner(pStr, sizeof(WCHAR) * (std::uint64_t{nLen} + 2)))
             {
-                m_pStr[nLen] = c;
-                m_pStr[nLen + 1] = 0;
+                pStr[nLen] = c;
+                pStr[nLen + 1] = 0;
                 header.nStrLen = nLen + 1;
                 return;
             }
         }
-        Append(&c, 1);
+        const WCHAR cCopy = c; // c itself stays in its register above
+        Append(&cCopy, 1);
     }
     COrvStr& operator<<(const WCHAR* s);
     COrvStr& operator+=(const WCHAR* s);

@@ -100,11 +100,19 @@ inline void AddStrRef(const WCHAR* s)
         StrHeader(s).iRC.fetch_add(1, std::memory_order_relaxed);
 }
 
-/// Drops a reference; texts that are not counted cost no call.
+/// Drops a reference; only the last one of a counted buffer costs a call.
 inline void ReleaseStrRef(WCHAR* s)
 {
-    if (IsCountedStr(s))
-        ORVS_ReleaseString(s);
+    if (!IsCountedStr(s))
+        return;
+    std::atomic<std::int32_t>& iRC = StrHeader(s).iRC;
+    if (iRC.load(std::memory_order_relaxed) > 1)
+    {
+        if (iRC.fetch_sub(1, std::memory_order_acq_rel) > 1)
+            return;
+        iRC.store(1, std::memory_order_relaxed); // the others left meanwhile: this one is the last
+    }
+    ORVS_ReleaseString(s);
 }
 
 /// True when the holder of \p s may write it in place up to \p nBytes: it holds the only reference. Whatever

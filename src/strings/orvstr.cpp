@@ -57,6 +57,20 @@ int CompareText(const WCHAR* a, const WCHAR* b, DWORD dwFlags)
     }
 }
 
+/// A buffer that holds a copy of \p s and has its first reference, or the empty text, or null without memory.
+WCHAR* NewCopy(const WCHAR* s)
+{
+    const std::size_t nLen = OCT::TextLength(s);
+    if (nLen == 0)
+        return g_DefEmptyString.StrBuffer;
+    WCHAR* const p = OCT::NewStr(nLen);
+    if (p == nullptr)
+        return nullptr;
+    OCT::CopyUnits(p, s, nLen);
+    OCT::EndStr(p, nLen);
+    return p;
+}
+
 } // namespace
 
 unsigned OrvStringCchCopy(WCHAR* sTrg, unsigned nCch, const WCHAR* sSrc)
@@ -81,7 +95,7 @@ COrvStr::COrvStr(const WCHAR* s, bool bCopy) : m_pStr(g_DefEmptyString.StrBuffer
     if (s == nullptr || *s == 0)
         return;
     if (bCopy)
-        CopyForeign(s);
+        m_pStr = NewCopy(s);
     else
         SetText(const_cast<WCHAR*>(s), false);
 }
@@ -212,15 +226,7 @@ bool COrvStr::IsInside(const void* p) const noexcept
 /// The first text of a value that has none yet: a copy of \p s.
 void COrvStr::CopyForeign(const WCHAR* s)
 {
-    m_pStr = g_DefEmptyString.StrBuffer;
-    const std::size_t nLen = OCT::TextLength(s);
-    if (nLen == 0)
-        return;
-    m_pStr = OCT::NewStr(nLen);
-    if (m_pStr == nullptr)
-        return;
-    OCT::CopyUnits(m_pStr, s, nLen);
-    OCT::EndStr(m_pStr, nLen);
+    m_pStr = NewCopy(s);
 }
 
 void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
