@@ -182,22 +182,25 @@ LSTATUS CRegHive::Write(const std::function<LSTATUS(CRegDocument&, bool& bChange
     // that waits on a removed file would lock nothing.
     const CDescriptor lock(
         open((sTarget + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, m_bPrivate ? 0600 : 0644));
+    // A missing folder is one that could not be made.
     if (!lock.IsOpen() || !LockFile(lock.Get()))
-        return StatusOfErrno(errno);
+        return errno == ENOENT ? ERROR_ACCESS_DENIED : StatusOfErrno(errno);
     LSTATUS lStatus = Refresh();
     if (lStatus != ERROR_SUCCESS)
         return lStatus;
+    // Memory may run out in the middle of a change.
+    const bool bTrusted = std::exchange(m_bTrusted, false);
     bool bChanged = false;
     lStatus = change(m_document, bChanged);
     if (lStatus == ERROR_SUCCESS && bChanged)
-        lStatus = Replace(sTarget);
+        return Replace(sTarget);
+    m_bTrusted = bTrusted;
     return lStatus;
 }
 
 /// Puts the document in the file's place: the old file or the new one is there at every moment.
 LSTATUS CRegHive::Replace(const std::string& sTarget)
 {
-    m_bTrusted = false;
     const std::string sBeside = sTarget + ".tmp";
     CStamp stamp;
     {
