@@ -80,7 +80,7 @@ class CRegistry
 {
 public:
     CRegistry();
-    /// Never destroyed, because static destructors still report and read settings.
+    /// Outlives every static object, because static destructors still report and read settings.
     static CRegistry& Get();
 
     HKEY Add(CRegKey key);
@@ -89,7 +89,6 @@ public:
     /// Gives the key the values that stand in for those of a file, when it is one that has such and is only
     /// read.
     bool Serve(CRegKey& key) const;
-    void Forget();
     void LockAll();
     void UnlockAll();
 
@@ -112,15 +111,20 @@ CRegistry::CRegistry()
     pthread_atfork([] { Get().LockAll(); }, [] { Get().UnlockAll(); }, [] { Get().UnlockAll(); });
 }
 
+alignas(CRegistry) unsigned char g_storage[sizeof(CRegistry)];
+CRegistry* g_pRegistry = nullptr;
+
 CRegistry& CRegistry::Get()
 {
-    alignas(CRegistry) static unsigned char s_storage[sizeof(CRegistry)];
-    static CRegistry* const s_pRegistry = new (s_storage) CRegistry;
-    static const struct CCleanup
-    {
-        ~CCleanup() { s_pRegistry->Forget(); }
-    } s_cleanup;
+    static CRegistry* const s_pRegistry = g_pRegistry = new (g_storage) CRegistry;
     return *s_pRegistry;
+}
+
+/// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
+[[gnu::destructor(101)]] void DestroyRegistry()
+{
+    if (g_pRegistry != nullptr)
+        g_pRegistry->~CRegistry();
 }
 
 HKEY CRegistry::Add(CRegKey key)
@@ -156,14 +160,6 @@ bool CRegistry::Serve(CRegKey& key) const
 }
 
 /// Frees what can be read again.
-void CRegistry::Forget()
-{
-    m_user.Forget();
-    m_machine.Forget();
-    const std::lock_guard guard(m_lock);
-    m_keys = {};
-}
-
 void CRegistry::LockAll()
 {
     m_lock.lock();

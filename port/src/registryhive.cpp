@@ -127,13 +127,6 @@ CRegHive::CStamp::CStamp(const struct stat& status)
 {
 }
 
-void CRegHive::Forget()
-{
-    const std::lock_guard guard(m_lock);
-    m_bTrusted = false;
-    m_document.Load({}, {});
-}
-
 LSTATUS CRegHive::Refresh()
 {
     struct stat status;

@@ -35,9 +35,6 @@ public:
     /// changed something.
     LSTATUS Write(const std::function<LSTATUS(CRegDocument&, bool& bChanged)>& change);
 
-    /// Forgets the content; the next access reads the file again.
-    void Forget();
-
     /// Around fork: no other thread may be inside while the process is copied.
     std::mutex& Lock() { return m_lock; }
 

@@ -59,8 +59,8 @@ TEST(Lifecycle, UnloadReportsRegistrationsAndCallsNothing)
 
 ORV_CHILD(ExitWhileLoaded)
 {
-    static const CLoadedLibrary s_library(ORV_LIBRARY_FILE);
-    s_library.Find<RegisterFunction>("RegisterPlexedAlloc")(CountCall);
+    static const auto& library = *new CLoadedLibrary(ORV_LIBRARY_FILE); // never unloaded
+    library.Find<RegisterFunction>("RegisterPlexedAlloc")(CountCall);
     std::puts("end of main");
     return 0;
 }
