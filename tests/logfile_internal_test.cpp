@@ -146,11 +146,13 @@ TEST(LogFileName, SettingsNameTheFolders)
 TEST(LogFileName, LongNameGetsNoDate)
 {
     const CTempDir dir;
-    const Text sBase = ToText(dir.Path()) + ORVTEXT("/");
-    const Text sFits = sBase + Text(MAX_PATH - 25 - sBase.size() - 4, 'n') + ORVTEXT(".txt");
-    EXPECT_NE(sFits, ToText(NameFor(ORVTEXT("#DA") + sFits)));
-    const Text sLonger = sBase + Text(MAX_PATH - 24 - sBase.size() - 4, 'n') + ORVTEXT(".txt");
-    EXPECT_EQ(sLonger, ToText(NameFor(ORVTEXT("#DA") + sLonger)));
+    const auto LongPath = [&](std::size_t nLength) {
+        return dir / std::string(nLength - dir.Path().native().size() - 5, 'n').append(".txt");
+    };
+    const auto fits = LongPath(MAX_PATH - 25);
+    EXPECT_NE(fits, NameFor(ORVTEXT("#DA") + ToText(fits)));
+    const auto longer = LongPath(MAX_PATH - 24);
+    EXPECT_EQ(longer, NameFor(ORVTEXT("#DA") + ToText(longer)));
 }
 
 TEST(LogFileName, EmptyFormatIsReported)

@@ -82,7 +82,7 @@ BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency) noexcept
 
 __time64_t _time64(__time64_t* ptime) noexcept
 {
-    const __time64_t nNow = Now(CLOCK_REALTIME).tv_sec;
+    const __time64_t nNow = std::time(nullptr);
     if (ptime)
         *ptime = nNow;
     return nNow;

@@ -298,21 +298,28 @@ unsigned CLogFileHandlerList::Find(const CLogFileInnerHandler* pHandler) const
 
 ILogFileHandler* CLogFileHandlerList::AddFileHandler(const WCHAR* sFileNameFormat)
 {
-    if (IsEmptyText(sFileNameFormat))
+    const OCT::CCritSectGuard guard(&m_lock);
+    CLogFileInnerHandler* pHandler = nullptr;
+    if (!IsEmptyText(sFileNameFormat))
+    {
+        const unsigned i = Find(sFileNameFormat);
+        pHandler = i != kNotFound ? m_files[i].m_pHandler : MakeHandler(sFileNameFormat);
+    }
+    if (pHandler == nullptr)
     {
         ORV_REPORT_FROM(kSource, "CLogFileHandlerList::AddFileHandler",
                         "STRNOTEMPTY(sFileNameFormat) && pHandler != nullptr", 0);
         return nullptr;
     }
-    const OCT::CCritSectGuard guard(&m_lock);
-    const unsigned i = Find(sFileNameFormat);
-    CLogFileInnerHandler* pHandler = i != kNotFound ? m_files[i].m_pHandler : nullptr;
-    if (pHandler == nullptr)
-    {
-        pHandler = new CLogFileInnerHandler(sFileNameFormat);
-        m_files.Add({COrvStr(sFileNameFormat), pHandler});
-    }
     pHandler->AddRef();
+    return pHandler;
+}
+
+CLogFileInnerHandler* CLogFileHandlerList::MakeHandler(const WCHAR* sFileNameFormat)
+{
+    auto* pHandler = new (std::nothrow) CLogFileInnerHandler(sFileNameFormat);
+    if (pHandler != nullptr)
+        m_files.Add({COrvStr(sFileNameFormat), pHandler});
     return pHandler;
 }
 

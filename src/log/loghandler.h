@@ -97,6 +97,7 @@ private:
     };
     static constexpr unsigned kNotFound = ~0u;
 
+    CLogFileInnerHandler* MakeHandler(const WCHAR* sFileNameFormat);
     unsigned Find(const WCHAR* sFileNameFormat) const;
     unsigned Find(const CLogFileInnerHandler* pHandler) const;
 

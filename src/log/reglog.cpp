@@ -101,6 +101,7 @@ bool COrvLog::InitRegLog(const WCHAR* keyName, const WCHAR* prefix)
         return false;
     }
     CLogConfiguration configuration = ReadConfiguration(keyName);
+    m_WorkerDBIds.RemoveAll();
     m_WorkerDBIds.Split(configuration.m_sWorkerDBIds, ',');
     if (!configuration.m_bRead)
         DefaultFormat(configuration.m_sFileNameFormat);

@@ -71,7 +71,7 @@ void CSQLText::PutCharacter(CStatement sCharacter)
 
 void CSQLText::Put(std::string_view sText)
 {
-    if (m_nLength < m_nLimit)
+    if (m_nLength < m_nLimit && !sText.empty())
         std::memcpy(m_sText + m_nLength, sText.data(), std::min(sText.size(), m_nLimit - m_nLength));
     m_nLength += sText.size();
 }
