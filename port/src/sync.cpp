@@ -34,11 +34,12 @@ bool Membarrier(int nCommand) noexcept
     return syscall(SYS_membarrier, nCommand, 0, 0) == 0;
 }
 
+// Registration is kept by the process; it is refused as a whole or not at all.
+bool g_bBarrierRegistered = false;
+
 bool BarrierOnAllThreads() noexcept
 {
-    // Registration is kept by the process; it is refused as a whole or not at all.
-    static const bool s_bRegistered = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED);
-    return s_bRegistered && Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+    return g_bBarrierRegistered && Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
 }
 
 bool TryTake(LPCRITICAL_SECTION pSection) noexcept
@@ -101,8 +102,10 @@ void AfterForkInChild() noexcept
     PortForgetThreadIds();
 }
 
-[[gnu::constructor]] void RegisterForkHandlers()
+// At load: a first use could coincide with a fork, and would then never end in the child.
+[[gnu::constructor]] void Prepare()
 {
+    g_bBarrierRegistered = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED);
     pthread_atfork(BeforeFork, LeaveAll, AfterForkInChild);
 }
 

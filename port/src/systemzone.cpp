@@ -1,5 +1,7 @@
 #include "systemzone.h"
 
+#include "localtime.h"
+
 #include <algorithm>
 #include <array>
 #include <ctime>
@@ -21,7 +23,7 @@ LONG LibraryOffset(std::int64_t nUtc) noexcept
 {
     const std::time_t t = nUtc;
     std::tm fields;
-    return localtime_r(&t, &fields) == nullptr ? 0 : static_cast<LONG>(fields.tm_gmtoff);
+    return PortLocalTime(t, fields) ? static_cast<LONG>(fields.tm_gmtoff) : 0;
 }
 
 /// The offsets of the system's zone (the variable TZ, else /etc/localtime) with the changes that the tz

@@ -1,5 +1,7 @@
 #include <windows.h>
 
+#include "localtime.h"
+
 #include <cerrno>
 
 namespace
@@ -8,6 +10,14 @@ namespace
 // 1601 to 1970 in seconds.
 constexpr LONGLONG g_nEpochSeconds = 11644473600;
 constexpr LONGLONG g_nTicksPerSecond = 10'000'000;
+
+// Entered around fork like every section, so the C library's lock is free then too.
+CRITICAL_SECTION g_zoneSection;
+
+[[gnu::constructor]] void InitializeZoneSection()
+{
+    InitializeCriticalSection(&g_zoneSection);
+}
 
 timespec Now(clockid_t clock) noexcept
 {
@@ -35,11 +45,19 @@ void Fill(SYSTEMTIME& st, const std::tm& tm, long nNanoseconds) noexcept
 
 } // namespace
 
+bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept
+{
+    EnterCriticalSection(&g_zoneSection);
+    const bool bDone = localtime_r(&tTime, &tm) != nullptr;
+    LeaveCriticalSection(&g_zoneSection);
+    return bDone;
+}
+
 void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept
 {
     const timespec ts = Now(CLOCK_REALTIME);
     std::tm tm;
-    localtime_r(&ts.tv_sec, &tm);
+    PortLocalTime(ts.tv_sec, tm);
     Fill(*lpSystemTime, tm, ts.tv_nsec);
 }
 
@@ -91,7 +109,7 @@ __time64_t _time64(__time64_t* ptime) noexcept
 errno_t _localtime64_s(std::tm* ptm, const __time64_t* ptime) noexcept
 {
     const std::time_t nTime = ptime ? static_cast<std::time_t>(*ptime) : -1;
-    if (ptm && nTime >= 0 && localtime_r(&nTime, ptm))
+    if (ptm && nTime >= 0 && PortLocalTime(nTime, *ptm))
         return 0;
     if (ptm)
         ptm->tm_sec = ptm->tm_min = ptm->tm_hour = ptm->tm_mday = ptm->tm_mon = ptm->tm_year = ptm->tm_wday =

@@ -8,26 +8,22 @@
 namespace
 {
 
-struct CWaitLock
-{
-    CWaitLock() noexcept { InitializeCriticalSection(&m_section); }
-    CRITICAL_SECTION m_section;
-};
+// Never destroyed: threads may wait while the process exits. All zero it is a free section already;
+// initialising it at load, not at first use, makes it one that fork knows.
+CRITICAL_SECTION g_section;
 
-// Never destroyed: threads may wait while the process exits.
-CRITICAL_SECTION& Section() noexcept
+[[gnu::constructor]] void InitializeSection()
 {
-    static CWaitLock& s_lock = *new CWaitLock;
-    return s_lock.m_section;
+    InitializeCriticalSection(&g_section);
 }
 
 class CWaitGuard
 {
 public:
-    CWaitGuard() noexcept { EnterCriticalSection(&Section()); }
+    CWaitGuard() noexcept { EnterCriticalSection(&g_section); }
     CWaitGuard(const CWaitGuard&) = delete;
     CWaitGuard& operator=(const CWaitGuard&) = delete;
-    ~CWaitGuard() { LeaveCriticalSection(&Section()); }
+    ~CWaitGuard() { LeaveCriticalSection(&g_section); }
 };
 
 ULONGLONG MonotonicNanoseconds() noexcept
@@ -142,9 +138,9 @@ private:
             if (!bForever && nLeft == 0)
                 return WAIT_TIMEOUT;
             m_nWoken.store(0, std::memory_order_relaxed);
-            LeaveCriticalSection(&Section());
+            LeaveCriticalSection(&g_section);
             FutexWait(m_nWoken, 0, bForever ? nullptr : &ts);
-            EnterCriticalSection(&Section());
+            EnterCriticalSection(&g_section);
             const DWORD dwResult = TryTake();
             if (dwResult != WAIT_TIMEOUT)
                 return dwResult;

@@ -51,6 +51,15 @@ CLogMessage* NewMessage(const char* sText, unsigned nLength) noexcept
     return pMessage;
 }
 
+CLogFileHandlerList& MakeList()
+{
+    g_TeardownHooks.m_fnReleaseProcessLogger.store(ReleaseLogsAtDetach, std::memory_order_release);
+    return *new CLogFileHandlerList;
+}
+
+// Made at load, since a first use could coincide with a fork, and never destroyed.
+CLogFileHandlerList& g_list = MakeList();
+
 void CloseIfOpen(HANDLE& h)
 {
     if (h != nullptr)
@@ -267,11 +276,7 @@ bool CLogFileInnerHandler::WaitForEnd(CRun& run, bool bUnloading)
 
 CLogFileHandlerList& CLogFileHandlerList::Instance()
 {
-    static CLogFileHandlerList& s_list = []() -> CLogFileHandlerList& {
-        g_TeardownHooks.m_fnReleaseProcessLogger.store(ReleaseLogsAtDetach, std::memory_order_release);
-        return *new CLogFileHandlerList;
-    }();
-    return s_list;
+    return g_list;
 }
 
 unsigned CLogFileHandlerList::Find(const WCHAR* sFileNameFormat) const

@@ -7,11 +7,8 @@ namespace
 {
 
 // Never destroyed: whoever logs while the process ends finds a silent log.
-COrvLog& ProcessLogger()
-{
-    static COrvLog& s_log = *new COrvLog;
-    return s_log;
-}
+COrvLog& g_processLogger = *new COrvLog;
+OCT::CCritSect& g_traceLock = *new OCT::CCritSect;
 
 /// Milliseconds of the trace lines.
 class CTraceClock
@@ -41,61 +38,55 @@ private:
     LONGLONG m_nPrevious = 0;
 };
 
-OCT::CCritSect& TraceLock()
-{
-    static OCT::CCritSect& s_lock = *new OCT::CCritSect;
-    return s_lock;
-}
-
 } // namespace
 
 void ReleaseLogsAtDetach()
 {
     CLogFileHandlerList::Instance().StopAll();
-    ProcessLogger().ReleaseLog();
+    g_processLogger.ReleaseLog();
 }
 
 COrvLog* ORVCALL GetProcessLogger()
 {
-    return &ProcessLogger();
+    return &g_processLogger;
 }
 
 bool ORVCALL InitRegProcessLogger(const WCHAR* keyName)
 {
-    return ProcessLogger().InitRegLog(keyName, nullptr);
+    return g_processLogger.InitRegLog(keyName, nullptr);
 }
 
 bool ORVCALL InitFileProcessLogger(const WCHAR* fileNameFormat, int options)
 {
-    return ProcessLogger().InitFileLog(fileNameFormat, options, nullptr);
+    return g_processLogger.InitFileLog(fileNameFormat, options, nullptr);
 }
 
 void ORVCALL ReleaseProcessLogger()
 {
-    ProcessLogger().ReleaseLog();
+    g_processLogger.ReleaseLog();
 }
 
 unsigned ORVCALL GetProcessLogOpt(WCHAR* prefix)
 {
     if (prefix != nullptr)
-        ProcessLogger().GetPrefix().CopyTo(prefix, 10);
-    return ProcessLogger().GetLogOpt();
+        g_processLogger.GetPrefix().CopyTo(prefix, 10);
+    return g_processLogger.GetLogOpt();
 }
 
 void ORVCALL LogStrExp(unsigned level, const char* text)
 {
-    ProcessLogger().LogSimpleStr(level, text);
+    g_processLogger.LogSimpleStr(level, text);
 }
 
 void ORVCALL LogStrRawExp(const char* text)
 {
-    ProcessLogger().LogRaw(text);
+    g_processLogger.LogRaw(text);
 }
 
 WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size)
 {
     if (dest != nullptr && size > 2)
-        ProcessLogger().GetLogFileName().CopyTo(dest, size);
+        g_processLogger.GetLogFileName().CopyTo(dest, size);
     return dest;
 }
 
@@ -110,7 +101,7 @@ COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat)
 void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value)
 {
     static CTraceClock s_clock;
-    const OCT::CCritSectGuard guard(&TraceLock());
+    const OCT::CCritSectGuard guard(&g_traceLock);
     LONG nSinceStart;
     LONG nSincePrevious;
     s_clock.Read(nSinceStart, nSincePrevious);
@@ -118,5 +109,5 @@ void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value)
     OCT::FormatTo(sLine, "Thread:%d; Time:%d(%d); %s [%d]\n", GetCurrentThreadId(), nSinceStart,
                   nSincePrevious, text, value);
     OutputDebugStringA(sLine);
-    ProcessLogger().LogOpt(lqlInformation, "%s", sLine);
+    g_processLogger.LogOpt(lqlInformation, "%s", sLine);
 }

@@ -1,0 +1,7 @@
+// Local time of the system's zone, also in a forked child: the C library's own lock may be taken there for
+// ever.
+#pragma once
+
+#include <ctime>
+
+bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept;
