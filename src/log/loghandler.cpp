@@ -252,12 +252,32 @@ void CLogFileInnerHandler::Stop(bool bUnloading)
         SetEvent(pRun->m_WrtEvent);
     }
     if (!WaitForEnd(*pRun, bUnloading))
-        return;
+        return WriteBehind(*pRun);
     // The end of a process on Windows kills the thread before it could write everything.
     CBatch batch = Take(false);
     Flush(pRun->m_writer, batch);
     CloseRun(*pRun);
     delete pRun;
+}
+
+/// The thread did not end in time. When all it waits for is the disk, what was queued meanwhile is written
+/// here, behind what it wrote, and not waited for.
+void CLogFileInnerHandler::WriteBehind(const CRun& run)
+{
+    if (!run.m_writer.IsFlushing())
+        return;
+    try
+    {
+        CLogWriter writer(run.m_writer.File().Name());
+        CBatch batch = Take(false);
+        writer.Write(batch.m_lines);
+        if (batch.m_hDone != nullptr)
+            SetEvent(batch.m_hDone);
+    }
+    catch (...)
+    {
+        OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
+    }
 }
 
 /// False when the thread may still use its state.

@@ -64,6 +64,7 @@ private:
     CBatch Take(bool bFailing);
     bool Flush(CLogWriter& writer, CBatch& batch);
     bool WaitForEnd(CRun& run, bool bUnloading);
+    void WriteBehind(const CRun& run);
     static void CloseRun(CRun& run);
 
     OCT::CCritSect m_lock; ///< guards the queue and what follows

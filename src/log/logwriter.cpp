@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-bool CLogWriter::Flush(CLogQueue& lines)
+bool CLogWriter::Write(CLogQueue& lines)
 {
     m_backlog.Append(lines);
     if (!m_file.Prepare())
@@ -11,7 +11,16 @@ bool CLogWriter::Flush(CLogQueue& lines)
     while (!m_backlog.IsEmpty())
         if (!WriteBlock())
             return false;
+    return true;
+}
+
+bool CLogWriter::Flush(CLogQueue& lines)
+{
+    if (!Write(lines))
+        return false;
+    m_bFlushing.store(true, std::memory_order_release);
     m_file.Flush();
+    m_bFlushing.store(false, std::memory_order_release);
     return true;
 }
 

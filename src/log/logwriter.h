@@ -4,6 +4,7 @@
 #include "log/logfile.h"
 #include "log/logqueue.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <memory>
 
@@ -15,10 +16,15 @@ public:
 
     /// Writes what is left over from earlier and these lines. False when some of it could not be written and
     /// is kept.
+    bool Write(CLogQueue& lines);
+    /// The same, and waits until they are on the disk.
     bool Flush(CLogQueue& lines);
+    /// Whether the writing thread is in that wait; from any thread.
+    bool IsFlushing() const { return m_bFlushing.load(std::memory_order_acquire); }
     bool HasBacklog() const { return !m_backlog.IsEmpty(); }
 
     CLogFile& File() { return m_file; }
+    const CLogFile& File() const { return m_file; }
 
 private:
     static constexpr DWORD kBufferBytes = 0x200000;
@@ -29,6 +35,7 @@ private:
 
     CLogFile m_file;
     CLogQueue m_backlog;
+    std::atomic<bool> m_bFlushing = false;
     DWORD m_nFirstDone = 0; ///< bytes of the first line that are written already
 
     struct CFree
