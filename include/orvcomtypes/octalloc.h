@@ -31,7 +31,8 @@ ORV_EXTERN_C ORV_FUNC void* ORVFASTCALL OCTRealloc(void* p, std::uint32_t nSize)
 
 /// Tells the library that the process is ending: giving an item back to a pool becomes a cheap mark.
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetFinalRelease() noexcept;
-// IsFinalRelease is declared in plexalloc.h, whose pools ask it.
+/// True once the process is ending.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL IsFinalRelease() noexcept;
 
 /// A number that nobody had before: 1 at the first call.
 ORV_EXTERN_C ORV_FUNC std::uint32_t ORVCALL GetNextAllocCnt() noexcept;

@@ -42,14 +42,13 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <new>
-
-/// True once the process is ending; see octalloc.h.
-ORV_EXTERN_C ORV_FUNC bool ORVCALL IsFinalRelease() noexcept;
 
 namespace OCT
 {
+
+/// What `IsFinalRelease` tells (octalloc.h). A variable, as every release of an item looks at it.
+extern ORV_API std::atomic<bool> g_bFinalRelease;
 
 /// A function that takes down the pools of one kind.
 using PlexUninit = void(ORVCALL*)();
@@ -68,6 +67,55 @@ struct CPlexTypeName<CCritSect>
 {
     static constexpr CFixedText kText{"class OCT::CCritSect"};
 };
+
+struct CPlexWrapper;
+
+/// One heap block: this header, then the items with their wrappers, in address order.
+struct CPlexChain
+{
+    CPlexChain* pNext;
+    CPlexChain* pPrev;
+    CPlexWrapper* pFree;      ///< used in the head chain only: the free items of all chains
+    std::uint32_t nFreeCount; ///< of this chain's own items
+    std::uint32_t nMinFree;   ///< the lowest nFreeCount so far
+    bool bOrphaned;           ///< left allocated by a teardown; belongs to no pool any more
+};
+
+/// Stands right in front of its item. The links are null while the item is handed out.
+struct CPlexWrapper
+{
+    CPlexWrapper* NextWrp;
+    CPlexWrapper* PrevWrp;
+    CPlexChain* pChain;
+};
+
+/// How the items of a chain lie.
+struct CPlexLayout
+{
+    std::size_t m_nAlignment; ///< of the items
+    std::size_t m_nStride;    ///< from item to item
+    std::uint32_t m_nCount;
+
+    template <class T>
+    static constexpr CPlexLayout Of(std::uint32_t nCount)
+    {
+        constexpr std::size_t nAlignment = std::max(alignof(T), alignof(CPlexWrapper));
+        return {nAlignment, RoundUp(sizeof(CPlexWrapper) + sizeof(T), nAlignment), nCount};
+    }
+    static constexpr std::size_t RoundUp(std::size_t n, std::size_t nTo) { return (n + nTo - 1) / nTo * nTo; }
+};
+
+// What a pool does seldom, once for all types.
+
+/// Puts a new chain in front of \p pHead and makes its items, in address order, the free list, which is
+/// empty; false when the heap is exhausted.
+ORV_API bool ORVCALL AddPlexChain(CPlexChain*& pHead, const CPlexLayout& layout) noexcept;
+/// Frees one of several chains, all of whose items are free.
+ORV_API void ORVCALL GiveBackPlexChain(CPlexChain*& pHead, CPlexChain* pChain,
+                                       const CPlexLayout& layout) noexcept;
+/// Frees the chains that nobody uses; the others become orphans and are reported with the function's name.
+ORV_API void ORVCALL TakeDownPlexChains(CPlexChain* pChains, const CPlexLayout& layout,
+                                        const char* sFunction) noexcept;
 
 template <class T, unsigned N, class Lock = CCritSect>
 class CPlexAlloc
@@ -93,34 +141,7 @@ public:
     unsigned CountChains() const;
 
 private:
-    struct CWrapper;
-
-    struct CChain
-    {
-        CChain* pNext;
-        CChain* pPrev;
-        CWrapper* pFree;          ///< used in the head chain only: the free items of all chains
-        std::uint32_t nFreeCount; ///< of this chain's own items
-        std::uint32_t nMinFree;   ///< the lowest nFreeCount so far
-        bool bOrphaned;           ///< left allocated by a teardown; belongs to no pool any more
-    };
-
-    /// Stands right in front of its item.
-    struct CWrapper
-    {
-        CWrapper* NextWrp;
-        CWrapper* PrevWrp;
-        CChain* pChain;
-    };
-
-    static constexpr std::size_t kAlignment = std::max(alignof(T), alignof(CWrapper));
-    static constexpr std::size_t RoundUp(std::size_t n)
-    {
-        return (n + kAlignment - 1) / kAlignment * kAlignment;
-    }
-    static constexpr std::size_t kStride = RoundUp(sizeof(CWrapper) + sizeof(T));
-    /// The heap aligns for pointers at least; the first item moves up to its own border.
-    static constexpr std::size_t kChainBytes = sizeof(CChain) + sizeof(CWrapper) + kAlignment + N * kStride;
+    static constexpr CPlexLayout kLayout = CPlexLayout::Of<T>(N);
 
     static constexpr auto kTypeName =
         JoinTexts("OCT::CPlexAlloc<", CPlexTypeName<T>::kText.m_sText, ",", DecimalText<N>.m_sText, ",",
@@ -129,22 +150,14 @@ private:
     static constexpr auto kFreeItem = JoinTexts(kTypeName.m_sText, "::FreeItem");
     static constexpr auto kFreeDataChain = JoinTexts(kTypeName.m_sText, "::FreeDataChain");
 
-    static CWrapper* WrapperOf(T* pItem) { return reinterpret_cast<CWrapper*>(pItem) - 1; }
-    static CWrapper* FirstWrapper(CChain* pChain);
-    static CWrapper* NextInChain(CWrapper* pWrapper);
     static bool CreatePool();
     [[noreturn]] static void ThrowExhausted();
-
-    void AddChain();
-    void GiveBack(CChain* pChain);
-    void UnlinkWrapper(CWrapper* pWrapper);
-    void UnlinkChain(CChain* pChain);
-    CChain* DetachChains();
+    CPlexChain* DetachChains();
 
     static inline Lock s_lock;
     static inline std::atomic<CPlexAlloc*> s_pPool = nullptr;
 
-    CChain* m_pHead;
+    CPlexChain* m_pHead;
     Lock* m_pLock;
 };
 
@@ -186,29 +199,16 @@ void CPlexAlloc<T, N, Lock>::FreeDataChain()
     CPlexAlloc* pPool = s_pPool.load(std::memory_order_relaxed);
     if (pPool == nullptr)
         return;
-    for (CChain* pChain = pPool->DetachChains(); pChain != nullptr;)
-    {
-        CChain* pNext = pChain->pNext;
-        if (pChain->nFreeCount < N)
-        {
-            // Memory that may still be referenced is never freed.
-            ORV_REPORT(kFreeDataChain.m_sText, "!IsChainUsed(p)");
-            pChain->pNext = pChain->pPrev = nullptr;
-            pChain->bOrphaned = true;
-        }
-        else
-            std::free(pChain);
-        pChain = pNext;
-    }
+    TakeDownPlexChains(pPool->DetachChains(), kLayout, kFreeDataChain.m_sText);
     s_pPool.store(nullptr, std::memory_order_relaxed);
     delete pPool;
 }
 
 template <class T, unsigned N, class Lock>
-typename CPlexAlloc<T, N, Lock>::CChain* CPlexAlloc<T, N, Lock>::DetachChains()
+CPlexChain* CPlexAlloc<T, N, Lock>::DetachChains()
 {
     CLockGuard<Lock> guard(m_pLock);
-    CChain* pChains = m_pHead;
+    CPlexChain* pChains = m_pHead;
     m_pHead = nullptr;
     return pChains;
 }
@@ -218,19 +218,22 @@ T* CPlexAlloc<T, N, Lock>::GetFreeItem()
 {
     CLockGuard<Lock> guard(m_pLock);
     if (m_pHead == nullptr || m_pHead->pFree == nullptr) [[unlikely]]
-        AddChain();
+    {
+        if (!AddPlexChain(m_pHead, kLayout))
+            ThrowExhausted();
+    }
     if (m_pHead->pFree == nullptr || m_pHead->pFree->PrevWrp != nullptr) [[unlikely]]
     {
         ORV_REPORT(kGetFreeItem.m_sText,
                    "m_pHead != nullptr && m_pHead->pFree != nullptr && m_pHead->pFree->PrevWrp == nullptr");
         return nullptr;
     }
-    CWrapper* pWrapper = m_pHead->pFree;
+    CPlexWrapper* pWrapper = m_pHead->pFree;
     m_pHead->pFree = pWrapper->NextWrp;
     if (pWrapper->NextWrp != nullptr)
         pWrapper->NextWrp->PrevWrp = nullptr;
     pWrapper->NextWrp = nullptr;
-    if (CChain* pChain = pWrapper->pChain) [[likely]]
+    if (CPlexChain* pChain = pWrapper->pChain) [[likely]]
         pChain->nMinFree = std::min(pChain->nMinFree, --pChain->nFreeCount);
     else
         ORV_REPORT(kGetFreeItem.m_sText, "pChain != nullptr");
@@ -242,9 +245,9 @@ void CPlexAlloc<T, N, Lock>::FreeItem(T* pItem)
 {
     if (pItem == nullptr) [[unlikely]]
         return ORV_REPORT(kFreeItem.m_sText, "pItem == nullptr");
-    CWrapper* pWrapper = WrapperOf(pItem);
-    CChain* pChain = pWrapper->pChain;
-    if (IsFinalRelease()) [[unlikely]]
+    CPlexWrapper* pWrapper = reinterpret_cast<CPlexWrapper*>(pItem) - 1;
+    CPlexChain* pChain = pWrapper->pChain;
+    if (g_bFinalRelease.load(std::memory_order_relaxed)) [[unlikely]]
     {
         // The process is ending: the mark lets FreeDataChain give the chain back without complaint. No lock
         // is taken and no list touched, on purpose.
@@ -259,7 +262,7 @@ void CPlexAlloc<T, N, Lock>::FreeItem(T* pItem)
         m_pHead->pFree->PrevWrp = pWrapper;
     m_pHead->pFree = pWrapper;
     if (++pChain->nFreeCount == N && m_pHead->pNext != nullptr && pChain->nMinFree <= N / 2) [[unlikely]]
-        GiveBack(pChain);
+        GiveBackPlexChain(m_pHead, pChain, kLayout);
 }
 
 template <class T, unsigned N, class Lock>
@@ -267,22 +270,9 @@ unsigned CPlexAlloc<T, N, Lock>::CountChains() const
 {
     CLockGuard<Lock> guard(m_pLock);
     unsigned nCount = 0;
-    for (const CChain* pChain = m_pHead; pChain != nullptr; pChain = pChain->pNext)
+    for (const CPlexChain* pChain = m_pHead; pChain != nullptr; pChain = pChain->pNext)
         ++nCount;
     return nCount;
-}
-
-template <class T, unsigned N, class Lock>
-typename CPlexAlloc<T, N, Lock>::CWrapper* CPlexAlloc<T, N, Lock>::FirstWrapper(CChain* pChain)
-{
-    const auto nItem = RoundUp(reinterpret_cast<std::uintptr_t>(pChain + 1) + sizeof(CWrapper));
-    return reinterpret_cast<CWrapper*>(nItem) - 1;
-}
-
-template <class T, unsigned N, class Lock>
-typename CPlexAlloc<T, N, Lock>::CWrapper* CPlexAlloc<T, N, Lock>::NextInChain(CWrapper* pWrapper)
-{
-    return reinterpret_cast<CWrapper*>(reinterpret_cast<std::byte*>(pWrapper) + kStride);
 }
 
 template <class T, unsigned N, class Lock>
@@ -290,66 +280,6 @@ void CPlexAlloc<T, N, Lock>::ThrowExhausted()
 {
     ORV_REPORT(kGetFreeItem.m_sText, "p == nullptr");
     LQThrowMemory(LQ_SRC_LOCATION);
-}
-
-/// Puts a new chain in front and makes its items, in address order, the free list, which is empty.
-template <class T, unsigned N, class Lock>
-void CPlexAlloc<T, N, Lock>::AddChain()
-{
-    void* pBlock = std::malloc(kChainBytes);
-    if (pBlock == nullptr)
-        ThrowExhausted();
-    auto* pChain = new (pBlock) CChain{m_pHead, nullptr, nullptr, N, N, false};
-    if (m_pHead != nullptr)
-        m_pHead->pPrev = pChain;
-    m_pHead = pChain;
-
-    CWrapper* pWrapper = FirstWrapper(pChain);
-    pChain->pFree = pWrapper;
-    CWrapper* pPrevious = nullptr;
-    for (unsigned i = 0; i < N; ++i)
-    {
-        CWrapper* pNext = NextInChain(pWrapper);
-        new (pWrapper) CWrapper{i + 1 < N ? pNext : nullptr, pPrevious, pChain};
-        pPrevious = pWrapper;
-        pWrapper = pNext;
-    }
-}
-
-template <class T, unsigned N, class Lock>
-void CPlexAlloc<T, N, Lock>::GiveBack(CChain* pChain)
-{
-    CWrapper* pWrapper = FirstWrapper(pChain);
-    for (unsigned i = 0; i < N; ++i, pWrapper = NextInChain(pWrapper))
-        UnlinkWrapper(pWrapper);
-    UnlinkChain(pChain);
-    std::free(pChain);
-}
-
-template <class T, unsigned N, class Lock>
-void CPlexAlloc<T, N, Lock>::UnlinkWrapper(CWrapper* pWrapper)
-{
-    if (pWrapper->PrevWrp != nullptr)
-        pWrapper->PrevWrp->NextWrp = pWrapper->NextWrp;
-    else
-        m_pHead->pFree = pWrapper->NextWrp;
-    if (pWrapper->NextWrp != nullptr)
-        pWrapper->NextWrp->PrevWrp = pWrapper->PrevWrp;
-}
-
-/// Takes one of several chains out of the list; a head hands the free list to the next chain.
-template <class T, unsigned N, class Lock>
-void CPlexAlloc<T, N, Lock>::UnlinkChain(CChain* pChain)
-{
-    if (pChain == m_pHead)
-    {
-        pChain->pNext->pFree = pChain->pFree;
-        m_pHead = pChain->pNext;
-    }
-    else
-        pChain->pPrev->pNext = pChain->pNext;
-    if (pChain->pNext != nullptr)
-        pChain->pNext->pPrev = pChain->pPrev;
 }
 
 } // namespace OCT

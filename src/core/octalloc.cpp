@@ -26,7 +26,6 @@ CPlexRegistration* g_PlReg = nullptr;
 std::uint32_t g_PlexedObjectRefCnt = 0;
 OCT::CCritSect g_registryLock;
 
-std::atomic<bool> g_bFinalRelease = false;
 std::atomic<std::uint32_t> g_nAllocCnt = 0;
 std::atomic<bool> g_bResourceHandlerDestroyed = false;
 
@@ -118,6 +117,8 @@ private:
 
 constinit CTeardownHooks g_TeardownHooks;
 
+constinit std::atomic<bool> OCT::g_bFinalRelease = false;
+
 void* ORVFASTCALL OCTMalloc(std::uint32_t nSize) noexcept
 {
     return std::malloc(nSize);
@@ -135,13 +136,13 @@ void* ORVFASTCALL OCTRealloc(void* p, std::uint32_t nSize) noexcept
 
 void ORVCALL SetFinalRelease() noexcept
 {
-    if (g_bFinalRelease.exchange(true, std::memory_order_relaxed))
+    if (OCT::g_bFinalRelease.exchange(true, std::memory_order_relaxed))
         ORV_REPORT("SetFinalRelease", "g_bFinalRelease");
 }
 
 bool ORVCALL IsFinalRelease() noexcept
 {
-    return g_bFinalRelease.load(std::memory_order_relaxed);
+    return OCT::g_bFinalRelease.load(std::memory_order_relaxed);
 }
 
 std::uint32_t ORVCALL GetNextAllocCnt() noexcept
