@@ -1,6 +1,7 @@
 #include "log/loghandler.h"
 
 #include "core/lifecycle.h"
+#include "core/neverdestroyed.h"
 #include "orvcomtypes/threadname.h"
 #include "strings/charclass.h"
 
@@ -54,7 +55,8 @@ CLogMessage* NewMessage(const char* sText, unsigned nLength) noexcept
 CLogFileHandlerList& MakeList()
 {
     g_TeardownHooks.m_fnReleaseProcessLogger.store(ReleaseLogsAtDetach, std::memory_order_release);
-    return *new CLogFileHandlerList;
+    static CNeverDestroyed<CLogFileHandlerList> s_list;
+    return s_list.Get();
 }
 
 // Made at load, since a first use could coincide with a fork, and never destroyed.

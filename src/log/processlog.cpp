@@ -1,3 +1,4 @@
+#include "core/neverdestroyed.h"
 #include "core/textformat.h"
 #include "log/logfilename.h"
 #include "log/loghandler.h"
@@ -7,8 +8,10 @@ namespace
 {
 
 // Never destroyed: whoever logs while the process ends finds a silent log.
-COrvLog& g_processLogger = *new COrvLog;
-OCT::CCritSect& g_traceLock = *new OCT::CCritSect;
+CNeverDestroyed<COrvLog> g_loggerStorage;
+COrvLog& g_processLogger = g_loggerStorage.Get();
+CNeverDestroyed<OCT::CCritSect> g_lockStorage;
+OCT::CCritSect& g_traceLock = g_lockStorage.Get();
 
 /// Milliseconds of the trace lines.
 class CTraceClock

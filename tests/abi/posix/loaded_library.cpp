@@ -4,7 +4,6 @@
 #include <elf.h>
 
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <vector>
 
@@ -27,8 +26,9 @@ void* CLoadedLibrary::Address(const std::string& sName) const
 
 std::set<std::string> CLoadedLibrary::ExportedNames() const
 {
-    std::ifstream file(m_sFile, std::ios::binary);
-    const std::vector<char> image{std::istreambuf_iterator<char>(file), {}};
+    std::ifstream file(m_sFile, std::ios::binary | std::ios::ate);
+    std::vector<char> image(static_cast<std::size_t>(file.tellg()));
+    file.seekg(0).read(image.data(), static_cast<std::streamsize>(image.size()));
     const auto* pHeader = reinterpret_cast<const Elf64_Ehdr*>(image.data());
     const auto* pSections = reinterpret_cast<const Elf64_Shdr*>(image.data() + pHeader->e_shoff);
     std::set<std::string> names;
