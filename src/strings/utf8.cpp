@@ -141,8 +141,8 @@ bool DecodeFourOfFour(const char* p, WCHAR* pDest)
     return true;
 }
 
-// Decodes while 48 bytes and room for 32 units are there, and moves the source behind what is done. A block is
-// written before it is known to count: no unit takes more than three bytes, so the result fills it.
+// Decodes while 48 bytes and room for 32 units are there, and moves the source behind what is done. A block
+// is written before it is known to count: no unit takes more than three bytes, so the result fills it.
 std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, std::size_t nRoom)
 {
     std::size_t iDest = 0;
