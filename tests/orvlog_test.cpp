@@ -387,6 +387,9 @@ ORV_CHILD(LogAtTheEnd)
         !InitFileProcessLogger(sFile.c_str(), lqlErrors))
         return 1;
     LogStrExp(lqlErrors, "from main");
+    // Wine breaks when it kills a thread that is just opening a file, so the end comes later than that.
+    while (ReadBytes(args.at(0)).empty())
+        std::this_thread::yield();
     // Never released: its lines are written at the library's end.
     static COrvLog* const s_pLost = new COrvLog(&s_late.m_log, -1, nullptr);
     s_pLost->LogErr(ORVTEXT("from a lost log"));
