@@ -16,29 +16,29 @@
 /// the dialect of Windows on every target: `%s` narrow text, `%S` wide text, `%ld` 32 bits, `%I64d` 64 bits.
 /// Further lines of a message begin with a tab.
 ///
-/// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one, so
-/// the log
-///   copied from must outlive them, or nothing is written any more.
-/// Thread safety: logging from any thread. `Init…`, `SetPrefix`, assignment and `ReleaseLog` must not overlap
-/// other
-///   calls on the same object. Lines of one thread keep their order.
-/// Errors: "STRISEMPTY(sKeyName)" and "p != nullptr" from "COrvLog::InitRegLog"; source `orvlog`. Failures of
-/// the
-///   file go to the debugger output.
+/// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one:
+///   when the log copied from is released, they fall silent.
+/// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix`,
+///   assignment and `ReleaseLog` must not overlap other calls on the same object. A forked child may go on
+///   logging; the lines queued at that moment are the parent's.
+/// Errors: "STRISEMPTY(sKeyName)" and "p != nullptr" from "COrvLog::InitRegLog" (source `orvlog`). Failures
+///   of the file go to the debugger output.
 /// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023.
 ///
-///     COrvLog log(nullptr, 0, nullptr);
-///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors | lqlInformation,
-///     ORVTEXT("Imp")); log.LogOpt(lqlInformation, "%u rows read from %S", nRows, sFile); log.SetFL(__FILE__,
-///     __LINE__).LogErr(ORVTEXT("no connection")); log.SetFL(nullptr, 0);
+///     COrvLog log;
+///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors, ORVTEXT("Imp"));
+///     log.LogOpt(lqlErrors, "%u of %u rows were read from %S", nRead, nRows, sFile);
 ///
-/// File-name formats: "#MO", "#WE", "#DA" begin a new file every month, week or day, "#AN" at every start,
-/// and put its date into the name; "(LOCAPP)" and "(TEMP)" stand for the user's data folder and the folder
-/// for temporary files;
-/// "$" for the setting "LocalDataPath", else "DataPath", else "DefaultLogPath"; "*\" for "DataPath". A bare
-/// name goes to "DefaultLogPath", else to "Log" below "LocalDataPath" or "DataPath", else to the folder for
-/// temporary files. A name without extension gets ".log". Folders are made. The same file may be open in
-/// several processes: each block of lines is appended whole.
+///     log.SetFL(__FILE__, __LINE__).LogErr(ORVTEXT("no connection"));
+///     log.SetFL(nullptr, 0);
+///
+/// File-name formats: "#MO", "#WE" and "#DA" begin a new file every month, week or day, "#AN" at every start,
+/// and put its date into the name. "(LOCAPP)" and "(TEMP)" stand for the user's data folder and the folder
+/// for temporary files, "$" for the setting "LocalDataPath", else "DataPath", else "DefaultLogPath", an
+/// asterisk before a backslash for "DataPath". A bare name goes to "DefaultLogPath", else to "Log" below
+/// "LocalDataPath" or "DataPath", else to the folder for temporary files. A name without extension gets
+/// ".log". Folders are made. The same file may be open in several processes: a block of lines is appended
+/// whole.
 #pragma once
 
 #include "orvcomtypes/midintarray.h"
