@@ -9,7 +9,6 @@
 #include <array>
 #include <chrono>
 #include <climits>
-#include <ctime>
 #include <limits>
 #include <utility>
 

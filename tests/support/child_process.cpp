@@ -1,5 +1,7 @@
 #include "support/child_process.h"
 
+#include "support/test_environment.h"
+
 #include <cstdio>
 #include <map>
 
@@ -32,6 +34,18 @@ int RunAsChild(const std::string& sName, const ChildArguments& args)
         return 127;
     }
     return it->second(args);
+}
+
+static ChildArguments BodyArguments(const std::string& sName, const ChildArguments& args)
+{
+    ChildArguments all{std::string(kChildSwitch), sName};
+    all.insert(all.end(), args.begin(), args.end());
+    return all;
+}
+
+CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
+    : CChildProcess(ChildProgram{TestProgram()}, BodyArguments(sName, args))
+{
 }
 
 CChildProcess::~CChildProcess()

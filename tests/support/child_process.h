@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,12 @@ struct ChildResult
 {
     int m_iExitCode = 0;   ///< on POSIX minus the signal's number when a signal ended the process
     std::string m_sOutput; ///< both output streams, what ReadLine took left out; "\r\n" is read as "\n"
+};
+
+/// Any program.
+struct ChildProgram
+{
+    std::filesystem::path m_Path;
 };
 
 /// This program, started anew to run a body that ORV_CHILD defines. It inherits the environment.
@@ -33,6 +40,7 @@ class CChildProcess
 {
 public:
     explicit CChildProcess(const std::string& sName, const ChildArguments& args = {});
+    explicit CChildProcess(const ChildProgram& program, const ChildArguments& args = {});
     CChildProcess(const CChildProcess&) = delete;
     CChildProcess& operator=(const CChildProcess&) = delete;
     /// Kills the process when it still runs.

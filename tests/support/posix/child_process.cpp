@@ -1,7 +1,5 @@
 #include "support/child_process.h"
 
-#include "support/test_environment.h"
-
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -13,9 +11,9 @@
 
 extern char** environ;
 
-CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
+CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& args)
 {
-    std::vector<std::string> texts{TestProgram().string(), std::string(kChildSwitch), sName};
+    std::vector<std::string> texts{program.m_Path.string()};
     texts.insert(texts.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (auto& sText : texts)

@@ -1,7 +1,5 @@
 #include "support/child_process.h"
 
-#include "support/test_environment.h"
-
 #include <windows.h>
 
 #include <stdexcept>
@@ -29,11 +27,10 @@ std::wstring Quoted(const std::string& sText)
 }
 } // namespace
 
-CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
+CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& args)
 {
-    const std::wstring sProgram = TestProgram().wstring();
-    std::wstring sCommand =
-        L"\"" + sProgram + L"\" " + Quoted(std::string(kChildSwitch)) + L" " + Quoted(sName);
+    const std::wstring sProgram = program.m_Path.wstring();
+    std::wstring sCommand = L"\"" + sProgram + L"\"";
     for (const auto& sArgument : args)
         sCommand += L" " + Quoted(sArgument);
 
