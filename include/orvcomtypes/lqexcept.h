@@ -11,7 +11,10 @@
 /// missing.
 ///   Without memory for its message an exception is thrown without one.
 ///
-///     try { … }
+///     try
+///     {
+///         Import();
+///     }
 ///     catch (const CLQExcept& e)
 ///     {
 ///         ShowText(e.Format(hResources));

@@ -28,12 +28,8 @@
 ///     int iLast = numbers.Last(); // 7
 ///     numbers.RemoveAt(0, 1);
 ///
-/// An exported instantiation is named in the header of its user, base first, and made in one source file:
-///
-///     ORV_EXTERN_TEMPLATE(CMarrayBase<CThing, CFixMarrayTreat<CThing, CStaticCRTAllocator, 16, 16>>);
-///     ORV_EXTERN_TEMPLATE(CFixMarray<CThing, 16, 16>);
-///
-/// and ORV_EXPORT_TEMPLATE with the same arguments, in the same order, as this header's source does.
+/// An exported instantiation is named in the header of its user, base first, by `ORV_EXTERN_TEMPLATE`, and
+/// made in one source file by `ORV_EXPORT_TEMPLATE` with the same arguments in the same order.
 #pragma once
 
 #include "orvcomtypes/memarraytreat.h"

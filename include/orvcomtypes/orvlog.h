@@ -8,7 +8,7 @@
 ///
 /// A line reads
 ///
-///     =E> Pfx 261112_213005 [1A2C] orvlog(1191) HR: 80070005 Text of the message
+///   =E> Pfx 261112_213005 [1A2C] orvlog(1191) HR: 80070005 Text of the message
 ///
 /// level mark, prefix, local date and time, thread id (option 0x4000), position from `SetFL`, HRESULT; each
 /// of these only where there is one. All of that stands in front of the caller's format and is formatted with

@@ -18,7 +18,8 @@
 ///
 ///     WCHAR* s = ORVS_AllocateSingleUsed(nullptr, 2 * (5 + 1));   // room for five characters
 ///     ORVS_AddrefString(s);
-///     ...
+///     // … two owners …
+///     ORVS_ReleaseString(s);
 ///     ORVS_ReleaseString(s);
 #pragma once
 

@@ -17,10 +17,15 @@
 ///     };
 ///     using CMessagePool = OCT::CPlexAlloc<CLogMessage, 64>;
 ///
-///     auto* pMessage = new (CMessagePool::AllocateItem()) CLogMessage;
-///     …
-///     pMessage->~CLogMessage();
-///     CMessagePool::ReleaseItem(pMessage);
+///     CLogMessage* NewMessage()
+///     {
+///         return new (CMessagePool::AllocateItem()) CLogMessage;
+///     }
+///     void DeleteMessage(CLogMessage* pMessage)
+///     {
+///         pMessage->~CLogMessage();
+///         CMessagePool::ReleaseItem(pMessage);
+///     }
 ///
 /// Ownership: items belong to the caller until they are released. At teardown chains with items in use are
 /// reported

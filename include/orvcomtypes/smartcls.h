@@ -8,9 +8,10 @@
 /// Errors: source `smartcls`; "! m_bInitialized" from "OCT::CCritSect::Init", "m_bInitialized" from
 ///   "OCT::CCritSect::Lock" and "OCT::CCritSect::Unlock", which then do nothing.
 ///
-///     OCT::CCritSect g_lock;
-///     …
-///     OCT::CCritSectGuard guard(&g_lock);   // locked to the end of the scope
+///     OCT::CCritSect lock;
+///     {
+///         OCT::CCritSectGuard guard(&lock); // locked to the end of the scope
+///     }
 #pragma once
 
 #include "orvcomtypes/octassert.h"

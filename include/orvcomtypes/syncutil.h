@@ -4,7 +4,7 @@
 /// locked. Code that touches it opens a `Start`; two threads inside at once are reported, nothing is stopped.
 ///
 ///     OCT::CCheckSingleThread m_check;
-///     void Touch() { OCT::CCheckSingleThread::Start start(m_check); ... }
+///     void Touch() { OCT::CCheckSingleThread::Start start(m_check); }
 ///
 /// The waits keep a window responsive: they dispatch the calling thread's messages until what they wait for
 /// happens. They run on the thread that owns the windows. A WM_QUIT that they meet is posted again, so an

@@ -26,8 +26,8 @@
 ///     if (SetTimeZone(ORVTEXT("Central Europe Standard Time")) == ERROR_SUCCESS)
 ///     {
 ///         WORD wYear, wMonth, wDay, wHour, wMinute, wSecond;
-///         Timet2LocalYMD(1714979289, &wYear, &wMonth, &wDay, &wHour, &wMinute, &wSecond); // 2024-05-06
-///         09:08:09
+///         // 2024-05-06 09:08:09
+///         Timet2LocalYMD(1714979289, &wYear, &wMonth, &wDay, &wHour, &wMinute, &wSecond);
 ///     }
 #pragma once
 

@@ -1,0 +1,122 @@
+// The examples of the public headers, cut out of them at configuration.
+#include <orvcomtypes/orvcomtypes.h>
+
+#include <cstdio>
+#include <new>
+
+// What the examples take for granted.
+struct CLogMessage
+{
+};
+void Import();
+void ShowText(const COrvStr& sText);
+void Step();
+void Use(unsigned id);
+
+#include "plexalloc.inc"
+
+class CShared
+{
+public:
+#include "syncutil.inc"
+};
+
+void StringBuffers()
+{
+#include "orvstralloc.inc"
+}
+
+void Conversions()
+{
+#include "stringutils.inc"
+}
+
+void Converters()
+{
+#include "strconvert.inc"
+}
+
+void Strings()
+{
+#include "orvstr.inc"
+}
+
+void Arrays()
+{
+#include "memarray.inc"
+}
+
+void HashMap()
+{
+#include "orvhashmap.inc"
+}
+
+void Ids()
+{
+#include "midintarray.inc"
+}
+
+void ByteSet()
+{
+#include "simplebyteset.inc"
+}
+
+void CriticalSection()
+{
+#include "smartcls.inc"
+}
+
+void Zones()
+{
+#include "timeutils.inc"
+}
+
+void Times()
+{
+#include "orvtime.inc"
+}
+
+void Timers()
+{
+#include "orvtimer.inc"
+}
+
+void RegistryKeys()
+{
+#include "regkeyw.inc"
+}
+
+void Settings()
+{
+#include "lqsettings.inc"
+}
+
+void ThreadNames(DWORD dwThreadId)
+{
+#include "threadname.inc"
+}
+
+void StringResources()
+{
+#include "loadstrres.inc"
+}
+
+void Messages()
+{
+#include "lqmessage.inc"
+}
+
+void Logs(const WCHAR* sFile, unsigned nRead, unsigned nRows)
+{
+#include "orvlog.inc"
+}
+
+void Exceptions(HINSTANCE hResources)
+{
+#include "lqexcept.inc"
+}
+
+void Statements(const WCHAR* sName, const CMIDINTArray& ids)
+{
+#include "orvsqlstr.inc"
+}
