@@ -168,8 +168,9 @@ private:
     {
         const T copy = value;
         const unsigned nOld = m_iSize;
-        const bool bRoom = Treat::HasRoom(nOld) || (nOld == 0 && m_Treat.BeginInside(m_pElement));
-        if (!bRoom || idx > nOld) [[unlikely]]
+        const bool bRoom =
+            idx <= nOld && (Treat::HasRoom(nOld) || (nOld == 0 && m_Treat.BeginInside(m_pElement)));
+        if (!bRoom) [[unlikely]]
             return InsertAt(idx, 1, &copy);
         if (idx != nOld)
             std::memmove(m_pElement + idx + 1, m_pElement + idx, (nOld - idx) * sizeof(T));
