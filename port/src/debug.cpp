@@ -46,15 +46,6 @@ void OutputDebugStringW(LPCWSTR lpOutputString) noexcept
         Output(PortToUtf8(lpOutputString));
 }
 
-BOOL IsDebuggerPresent() noexcept
-{
-    std::ifstream status("/proc/self/status");
-    for (std::string sLine; std::getline(status, sLine);)
-        if (sLine.starts_with("TracerPid:"))
-            return std::atoi(sLine.c_str() + 10) != 0;
-    return FALSE;
-}
-
 WORD CaptureStackBackTrace(DWORD FramesToSkip, DWORD FramesToCapture, PVOID* BackTrace,
                            std::nullptr_t) noexcept
 {

@@ -187,77 +187,29 @@ BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDW
     return TRUE;
 }
 
-BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
-              LPOVERLAPPED lpOverlapped) noexcept
-{
-    DWORD nIgnored;
-    DWORD& nRead = lpNumberOfBytesRead ? *lpNumberOfBytesRead : nIgnored;
-    nRead = 0;
-    const CFile* pFile = CPortObject::Of<CFile>(hFile);
-    if (!pFile)
-        return FALSE;
-    if (!Seek(pFile->m_fd, lpOverlapped))
-        return PortFail();
-    while (nRead < nNumberOfBytesToRead)
-    {
-        const ssize_t nDone =
-            ::read(pFile->m_fd, static_cast<char*>(lpBuffer) + nRead, nNumberOfBytesToRead - nRead);
-        if (nDone < 0 && errno != EINTR)
-        {
-            SetLastError(errno == EIO ? static_cast<DWORD>(ERROR_READ_FAULT) : PortWin32Error(errno));
-            return FALSE;
-        }
-        if (nDone == 0)
-            break;
-        if (nDone > 0)
-            nRead += static_cast<DWORD>(nDone);
-    }
-    return TRUE;
-}
-
-BOOL SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove, PLARGE_INTEGER lpNewFilePointer,
-                      DWORD dwMoveMethod) noexcept
-{
-    const CFile* pFile = CPortObject::Of<CFile>(hFile);
-    if (!pFile)
-        return FALSE;
-    const int nWhence = dwMoveMethod == FILE_BEGIN     ? SEEK_SET
-                        : dwMoveMethod == FILE_CURRENT ? SEEK_CUR
-                                                       : SEEK_END;
-    const off_t nPosition = ::lseek(pFile->m_fd, liDistanceToMove.QuadPart, nWhence);
-    if (nPosition < 0)
-        return PortFail();
-    if (lpNewFilePointer)
-        lpNewFilePointer->QuadPart = nPosition;
-    return TRUE;
-}
-
 DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh,
                      DWORD dwMoveMethod) noexcept
 {
-    LARGE_INTEGER li;
-    li.QuadPart = lDistanceToMove;
-    if (lpDistanceToMoveHigh)
-        li.QuadPart = static_cast<LONGLONG>(static_cast<ULONGLONG>(*lpDistanceToMoveHigh) << 32 |
-                                            static_cast<DWORD>(lDistanceToMove));
-    if (!SetFilePointerEx(hFile, li, &li, dwMoveMethod))
-        return INVALID_SET_FILE_POINTER;
-    if (lpDistanceToMoveHigh)
-        *lpDistanceToMoveHigh = static_cast<LONG>(li.QuadPart >> 32);
-    SetLastError(NO_ERROR);
-    return static_cast<DWORD>(li.QuadPart);
-}
-
-BOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) noexcept
-{
     const CFile* pFile = CPortObject::Of<CFile>(hFile);
-    struct stat st;
     if (!pFile)
-        return FALSE;
-    if (::fstat(pFile->m_fd, &st) != 0)
-        return PortFail();
-    lpFileSize->QuadPart = st.st_size;
-    return TRUE;
+        return INVALID_SET_FILE_POINTER;
+    off_t nDistance = lDistanceToMove;
+    if (lpDistanceToMoveHigh)
+        nDistance = static_cast<off_t>(static_cast<ULONGLONG>(*lpDistanceToMoveHigh) << 32 |
+                                       static_cast<DWORD>(lDistanceToMove));
+    const int nWhence = dwMoveMethod == FILE_BEGIN     ? SEEK_SET
+                        : dwMoveMethod == FILE_CURRENT ? SEEK_CUR
+                                                       : SEEK_END;
+    const off_t nPosition = ::lseek(pFile->m_fd, nDistance, nWhence);
+    if (nPosition < 0)
+    {
+        PortFail();
+        return INVALID_SET_FILE_POINTER;
+    }
+    if (lpDistanceToMoveHigh)
+        *lpDistanceToMoveHigh = static_cast<LONG>(nPosition >> 32);
+    SetLastError(NO_ERROR);
+    return static_cast<DWORD>(nPosition);
 }
 
 BOOL FlushFileBuffers(HANDLE hFile) noexcept
@@ -272,45 +224,6 @@ BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES) noexcept
 {
     const std::string sPath = PortPath(lpPathName);
     return ByPath(::mkdir(sPath.c_str(), 0777), sPath);
-}
-
-BOOL RemoveDirectoryW(LPCWSTR lpPathName) noexcept
-{
-    const std::string sPath = PortPath(lpPathName);
-    return ByPath(::rmdir(sPath.c_str()), sPath);
-}
-
-DWORD GetFileAttributesW(LPCWSTR lpFileName) noexcept
-{
-    const std::string sPath = PortPath(lpFileName);
-    struct stat st;
-    if (!ByPath(::stat(sPath.c_str(), &st), sPath))
-        return INVALID_FILE_ATTRIBUTES;
-    const DWORD dwReadOnly = st.st_mode & S_IWUSR ? 0 : FILE_ATTRIBUTE_READONLY;
-    const DWORD dwAttributes = dwReadOnly | (S_ISDIR(st.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0);
-    return dwAttributes ? dwAttributes : FILE_ATTRIBUTE_NORMAL;
-}
-
-BOOL DeleteFileW(LPCWSTR lpFileName) noexcept
-{
-    const std::string sPath = PortPath(lpFileName);
-    return ByPath(::unlink(sPath.c_str()), sPath);
-}
-
-BOOL MoveFileExW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, DWORD dwFlags) noexcept
-{
-    const std::string sFrom = PortPath(lpExistingFileName);
-    const std::string sTo = PortPath(lpNewFileName);
-    const unsigned nFlags = dwFlags & MOVEFILE_REPLACE_EXISTING ? 0 : RENAME_NOREPLACE;
-    if (::renameat2(AT_FDCWD, sFrom.c_str(), AT_FDCWD, sTo.c_str(), nFlags) == 0)
-        return TRUE;
-    // Moving onto a folder is denied, whatever errno calls it.
-    if (nFlags == 0 && IsDirectory(sTo))
-    {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
-    return FailForPath(errno == ENOENT && IsDirectory(sTo.substr(0, sTo.find_last_of('/'))) ? sFrom : sTo);
 }
 
 DWORD GetLongPathNameW(LPCWSTR lpszShortPath, LPWSTR lpszLongPath, DWORD cchBuffer) noexcept

@@ -61,29 +61,9 @@ void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept
     Fill(*lpSystemTime, tm, ts.tv_nsec);
 }
 
-void GetSystemTime(LPSYSTEMTIME lpSystemTime) noexcept
-{
-    const timespec ts = Now(CLOCK_REALTIME);
-    std::tm tm;
-    gmtime_r(&ts.tv_sec, &tm);
-    Fill(*lpSystemTime, tm, ts.tv_nsec);
-}
-
-void GetSystemTimeAsFileTime(LPFILETIME lpSystemTimeAsFileTime) noexcept
-{
-    const LONGLONG nTicks = Ticks(Now(CLOCK_REALTIME)) + g_nEpochSeconds * g_nTicksPerSecond;
-    lpSystemTimeAsFileTime->dwLowDateTime = static_cast<DWORD>(nTicks);
-    lpSystemTimeAsFileTime->dwHighDateTime = static_cast<DWORD>(nTicks >> 32);
-}
-
-ULONGLONG GetTickCount64() noexcept
-{
-    return static_cast<ULONGLONG>(Ticks(Now(CLOCK_BOOTTIME)) / 10'000);
-}
-
 DWORD GetTickCount() noexcept
 {
-    return static_cast<DWORD>(GetTickCount64());
+    return static_cast<DWORD>(Ticks(Now(CLOCK_BOOTTIME)) / 10'000);
 }
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* lpPerformanceCount) noexcept

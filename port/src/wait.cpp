@@ -54,12 +54,6 @@ void CWaitable::Signal() noexcept
     }
 }
 
-void CWaitable::Reset() noexcept
-{
-    const CWaitGuard guard;
-    m_bSignaled = false;
-}
-
 // One call of a waiting function.
 class CWait
 {
@@ -223,13 +217,5 @@ BOOL SetEvent(HANDLE hEvent) noexcept
     CEvent* pEvent = CPortObject::Of<CEvent>(hEvent);
     if (pEvent)
         pEvent->Signal();
-    return pEvent != nullptr;
-}
-
-BOOL ResetEvent(HANDLE hEvent) noexcept
-{
-    CEvent* pEvent = CPortObject::Of<CEvent>(hEvent);
-    if (pEvent)
-        pEvent->Reset();
     return pEvent != nullptr;
 }

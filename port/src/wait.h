@@ -15,7 +15,6 @@ public:
     }
 
     void Signal() noexcept;
-    void Reset() noexcept;
 
     /// Called after a wait was satisfied, without the lock.
     virtual void OnWaited() noexcept {}

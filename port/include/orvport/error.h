@@ -56,7 +56,6 @@
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057u))
 #define SUCCEEDED(hr) (static_cast<HRESULT>(hr) >= 0)
 #define FAILED(hr) (static_cast<HRESULT>(hr) < 0)
-#define FACILITY_WIN32 7
 #define HRESULT_FROM_WIN32(x) \
     (static_cast<HRESULT>(x) <= 0 ? static_cast<HRESULT>(x) \
                                   : static_cast<HRESULT>((static_cast<DWORD>(x) & 0xFFFFu) | 0x80070000u))

@@ -14,12 +14,9 @@ typedef LONG LSTATUS;
 #define REG_EXPAND_SZ 2u
 #define REG_BINARY 3u
 #define REG_DWORD 4u
-#define REG_DWORD_BIG_ENDIAN 5u
-#define REG_LINK 6u
 #define REG_MULTI_SZ 7u
 #define REG_QWORD 11u
 
-#define DELETE 0x00010000u
 #define READ_CONTROL 0x00020000u
 #define KEY_QUERY_VALUE 0x0001u
 #define KEY_SET_VALUE 0x0002u

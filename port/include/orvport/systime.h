@@ -10,10 +10,7 @@ typedef std::int64_t __time64_t;
 typedef int errno_t;
 
 void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept;
-void GetSystemTime(LPSYSTEMTIME lpSystemTime) noexcept;
-void GetSystemTimeAsFileTime(LPFILETIME lpSystemTimeAsFileTime) noexcept;
 DWORD GetTickCount() noexcept;
-ULONGLONG GetTickCount64() noexcept;
 BOOL QueryPerformanceCounter(LARGE_INTEGER* lpPerformanceCount) noexcept;
 BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency) noexcept;
 

@@ -5,7 +5,6 @@
 #include "orvport/types.h"
 
 #define WAIT_OBJECT_0 0u
-#define WAIT_ABANDONED_0 0x80u
 #define WAIT_TIMEOUT 258u
 #define WAIT_FAILED 0xFFFFFFFFu
 #define MAXIMUM_WAIT_OBJECTS 64
@@ -14,7 +13,6 @@
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
                     LPCWSTR lpName) noexcept;
 BOOL SetEvent(HANDLE hEvent) noexcept;
-BOOL ResetEvent(HANDLE hEvent) noexcept;
 DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) noexcept;
 DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
                              DWORD dwMilliseconds) noexcept;
