@@ -59,7 +59,7 @@ private:
 
     bool ExpandEscape();
     bool ExpandInsert(char16_t cFirstDigit);
-    bool ParseInsertFormat(View spec, CInsertFormat& format, unsigned& nArgument) const;
+    bool ParseInsertFormat(View field, CInsertFormat& format, unsigned& nArgument) const;
     void AppendInsert(const CInsertFormat& format, DWORD_PTR nValue);
     void AppendNumber(const CInsertFormat& format, DWORD_PTR nValue);
     void AppendPadded(const CInsertFormat& format, View text, char16_t cFill = u' ');
@@ -146,23 +146,23 @@ void SetFlag(CInsertFormat& format, char16_t c)
 }
 
 /// A star takes its number from the array, in front of the insert itself.
-bool CExpansion::ParseInsertFormat(View spec, CInsertFormat& format, unsigned& nArgument) const
+bool CExpansion::ParseInsertFormat(View field, CInsertFormat& format, unsigned& nArgument) const
 {
-    const auto starts = [&spec](View text) {
-        const bool bStarts = spec.starts_with(text);
-        spec.remove_prefix(bStarts ? text.size() : 0);
+    const auto starts = [&field](View text) {
+        const bool bStarts = field.starts_with(text);
+        field.remove_prefix(bStarts ? text.size() : 0);
         return bStarts;
     };
     const auto number = [&] {
         if (starts(u"*"))
             return static_cast<int>(m_pArguments[nArgument++]);
         int n = 0;
-        for (; !spec.empty() && spec.front() >= u'0' && spec.front() <= u'9'; spec.remove_prefix(1))
-            n = std::min(n * 10 + (spec.front() - u'0'), 10000);
+        for (; !field.empty() && field.front() >= u'0' && field.front() <= u'9'; field.remove_prefix(1))
+            n = std::min(n * 10 + (field.front() - u'0'), 10000);
         return n;
     };
-    for (; !spec.empty() && View(u"-0+ #").find(spec.front()) != View::npos; spec.remove_prefix(1))
-        SetFlag(format, spec.front());
+    for (; !field.empty() && View(u"-0+ #").find(field.front()) != View::npos; field.remove_prefix(1))
+        SetFlag(format, field.front());
     format.m_nWidth = number();
     if (starts(u"."))
         format.m_nPrecision = number();
@@ -174,9 +174,9 @@ bool CExpansion::ParseInsertFormat(View spec, CInsertFormat& format, unsigned& n
         format.m_cSize = u'l';
     else
         starts(u"I32");
-    if (spec.size() != 1)
+    if (field.size() != 1)
         return false;
-    format.m_cType = spec.front();
+    format.m_cType = field.front();
     return true;
 }
 

@@ -48,36 +48,36 @@ struct CNumberText
 };
 
 template <class Char>
-void PutNumber(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, CNumberText text, bool bZeroPad)
+void PutNumber(CFormatSink<Char>& sink, const CConversion<Char>& conversion, CNumberText text, bool bZeroPad)
 {
     const std::size_t nLength = text.m_sPrefix.size() + text.m_nZeros + text.m_sDigits.size();
-    const auto nWidth = static_cast<std::size_t>(spec.m_nWidth);
+    const auto nWidth = static_cast<std::size_t>(conversion.m_nWidth);
     std::size_t nPad = nWidth > nLength ? nWidth - nLength : 0;
-    if (bZeroPad && !spec.m_bLeft)
+    if (bZeroPad && !conversion.m_bLeft)
     {
         text.m_nZeros += nPad;
         nPad = 0;
     }
-    if (!spec.m_bLeft)
+    if (!conversion.m_bLeft)
         sink.Fill(' ', nPad);
     sink.Put(text.m_sPrefix);
     sink.Fill('0', text.m_nZeros);
     sink.Put(text.m_sDigits);
-    if (spec.m_bLeft)
+    if (conversion.m_bLeft)
         sink.Fill(' ', nPad);
 }
 
 template <class Char>
-std::string_view SignOf(const CFormatSpec<Char>& spec, bool bNegative)
+std::string_view SignOf(const CConversion<Char>& conversion, bool bNegative)
 {
-    return bNegative ? "-" : spec.m_bPlus ? "+" : spec.m_bBlank ? " " : "";
+    return bNegative ? "-" : conversion.m_bPlus ? "+" : conversion.m_bBlank ? " " : "";
 }
 
 // The value as wide as the conversion's size says.
 template <class Char>
-std::int64_t Narrowed(const CFormatSpec<Char>& spec, std::int64_t nValue, bool bSigned)
+std::int64_t Narrowed(const CConversion<Char>& conversion, std::int64_t nValue, bool bSigned)
 {
-    switch (spec.m_cSize)
+    switch (conversion.m_cSize)
     {
     case 'q': return nValue;
     case 'h': return bSigned ? static_cast<std::int16_t>(nValue) : static_cast<std::uint16_t>(nValue);
@@ -88,69 +88,71 @@ std::int64_t Narrowed(const CFormatSpec<Char>& spec, std::int64_t nValue, bool b
 }
 
 template <class Char>
-void PutInteger(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, std::int64_t nArg)
+void PutInteger(CFormatSink<Char>& sink, const CConversion<Char>& conversion, std::int64_t nArg)
 {
-    const bool bSigned = spec.m_cType == 'd' || spec.m_cType == 'i';
-    const std::int64_t nValue = Narrowed(spec, nArg, bSigned);
+    const bool bSigned = conversion.m_cType == 'd' || conversion.m_cType == 'i';
+    const std::int64_t nValue = Narrowed(conversion, nArg, bSigned);
     const bool bNegative = bSigned && nValue < 0;
     const auto nMagnitude = static_cast<std::uint64_t>(nValue);
-    const bool bHex = IsOneOf(spec.m_cType, "xX");
+    const bool bHex = IsOneOf(conversion.m_cType, "xX");
     char digits[24];
     char* pEnd = std::to_chars(digits, std::end(digits), bNegative ? 0 - nMagnitude : nMagnitude,
-                               bHex                  ? 16
-                               : spec.m_cType == 'o' ? 8
-                                                     : 10)
+                               bHex                        ? 16
+                               : conversion.m_cType == 'o' ? 8
+                                                           : 10)
                      .ptr;
-    if (spec.m_cType == 'X')
+    if (conversion.m_cType == 'X')
         MakeUpper(digits, pEnd);
-    CNumberText text{bSigned ? SignOf(spec, bNegative) : "", 0, {digits, pEnd}};
-    if (spec.m_nPrecision == 0 && nMagnitude == 0)
+    CNumberText text{bSigned ? SignOf(conversion, bNegative) : "", 0, {digits, pEnd}};
+    if (conversion.m_nPrecision == 0 && nMagnitude == 0)
         text.m_sDigits = {};
-    if (spec.m_bAlternate && nMagnitude != 0 && bHex)
-        text.m_sPrefix = spec.m_cType == 'X' ? "0X" : "0x";
-    if (spec.m_nPrecision > static_cast<int>(text.m_sDigits.size()))
-        text.m_nZeros = static_cast<std::size_t>(spec.m_nPrecision) - text.m_sDigits.size();
-    else if (spec.m_bAlternate && spec.m_cType == 'o' && nMagnitude != 0)
+    if (conversion.m_bAlternate && nMagnitude != 0 && bHex)
+        text.m_sPrefix = conversion.m_cType == 'X' ? "0X" : "0x";
+    if (conversion.m_nPrecision > static_cast<int>(text.m_sDigits.size()))
+        text.m_nZeros = static_cast<std::size_t>(conversion.m_nPrecision) - text.m_sDigits.size();
+    else if (conversion.m_bAlternate && conversion.m_cType == 'o' && nMagnitude != 0)
         text.m_nZeros = 1;
-    PutNumber(sink, spec, text, spec.m_bZero && spec.m_nPrecision < 0);
+    PutNumber(sink, conversion, text, conversion.m_bZero && conversion.m_nPrecision < 0);
 }
 
 template <class Char>
-void PutPointer(CFormatSink<Char>& sink, CFormatSpec<Char> spec, const void* pValue)
+void PutPointer(CFormatSink<Char>& sink, CConversion<Char> conversion, const void* pValue)
 {
-    spec.m_cType = 'X';
-    spec.m_cSize = 'q';
-    spec.m_nPrecision = 2 * sizeof(void*);
-    PutInteger(sink, spec, static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(pValue)));
+    conversion.m_cType = 'X';
+    conversion.m_cSize = 'q';
+    conversion.m_nPrecision = 2 * sizeof(void*);
+    PutInteger(sink, conversion, static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(pValue)));
 }
 
 template <class Char>
-void PutDouble(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, double dValue)
+void PutDouble(CFormatSink<Char>& sink, const CConversion<Char>& conversion, double dValue)
 {
-    const char cType = static_cast<char>(spec.m_cType | 0x20);
+    const char cType = static_cast<char>(conversion.m_cType | 0x20);
     const auto eForm = cType == 'e'   ? std::chars_format::scientific
                        : cType == 'f' ? std::chars_format::fixed
                        : cType == 'a' ? std::chars_format::hex
                                       : std::chars_format::general;
     char digits[g_nDoubleRoom];
     const double dMagnitude = std::fabs(dValue);
-    const bool bShortest = cType == 'a' && spec.m_nPrecision < 0;
-    const int nPrecision = spec.m_nPrecision < 0 ? 6 : std::min(spec.m_nPrecision, g_nMaxPrecision);
+    const bool bShortest = cType == 'a' && conversion.m_nPrecision < 0;
+    const int nPrecision =
+        conversion.m_nPrecision < 0 ? 6 : std::min(conversion.m_nPrecision, g_nMaxPrecision);
     char* pEnd = bShortest ? std::to_chars(digits, std::end(digits), dMagnitude, eForm).ptr
                            : std::to_chars(digits, std::end(digits), dMagnitude, eForm, nPrecision).ptr;
-    if (spec.m_bAlternate && spec.m_nPrecision == 0 && cType == 'f')
+    if (conversion.m_bAlternate && conversion.m_nPrecision == 0 && cType == 'f')
         *pEnd++ = '.';
-    if (IsUpper(spec.m_cType))
+    if (IsUpper(conversion.m_cType))
         MakeUpper(digits, pEnd);
     char prefix[4];
-    char* pPrefixEnd = std::copy_n(SignOf(spec, std::signbit(dValue)).data(),
-                                   SignOf(spec, std::signbit(dValue)).size(), prefix);
+    char* pPrefixEnd = std::copy_n(SignOf(conversion, std::signbit(dValue)).data(),
+                                   SignOf(conversion, std::signbit(dValue)).size(), prefix);
     if (cType == 'a' && std::isfinite(dValue))
     {
         *pPrefixEnd++ = '0';
-        *pPrefixEnd++ = static_cast<char>(spec.m_cType + ('x' - 'a'));
+        *pPrefixEnd++ = static_cast<char>(conversion.m_cType + ('x' - 'a'));
     }
-    PutNumber(sink, spec, {{prefix, pPrefixEnd}, 0, {digits, pEnd}}, spec.m_bZero && std::isfinite(dValue));
+    PutNumber(sink, conversion, {{prefix, pPrefixEnd}, 0, {digits, pEnd}},
+              conversion.m_bZero && std::isfinite(dValue));
 }
 
 /// Length up to the terminator, at most `nMax`.
@@ -223,7 +225,8 @@ void ForConverted(const char* pText, std::size_t nLength, Put put)
 
 // Puts text of the format's width (taken as it is) or of the other (converted) into its field.
 template <class Char, class Text>
-void PutSized(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, const Text* pText, std::size_t nLength)
+void PutSized(CFormatSink<Char>& sink, const CConversion<Char>& conversion, const Text* pText,
+              std::size_t nLength)
 {
     const auto ForPieces = [&](auto put) {
         if constexpr (std::is_same_v<Char, Text>)
@@ -232,103 +235,103 @@ void PutSized(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, const Text
             ForConverted(pText, nLength, put);
     };
     // The precision counts what is printed.
-    std::size_t nLimit =
-        spec.m_nPrecision < 0 ? static_cast<std::size_t>(-1) : static_cast<std::size_t>(spec.m_nPrecision);
+    std::size_t nLimit = conversion.m_nPrecision < 0 ? static_cast<std::size_t>(-1)
+                                                     : static_cast<std::size_t>(conversion.m_nPrecision);
     std::size_t nPad = 0;
-    if (spec.m_nWidth > 0)
+    if (conversion.m_nWidth > 0)
     {
         std::size_t nPrinted = 0;
         ForPieces([&](const Char*, std::size_t n) { nPrinted += n; });
         nPrinted = std::min(nPrinted, nLimit);
-        const auto nWidth = static_cast<std::size_t>(spec.m_nWidth);
+        const auto nWidth = static_cast<std::size_t>(conversion.m_nWidth);
         nPad = nWidth > nPrinted ? nWidth - nPrinted : 0;
     }
-    if (!spec.m_bLeft)
-        sink.Fill(spec.m_bZero ? '0' : ' ', nPad);
+    if (!conversion.m_bLeft)
+        sink.Fill(conversion.m_bZero ? '0' : ' ', nPad);
     ForPieces([&](const Char* p, std::size_t n) {
         n = std::min(n, nLimit);
         nLimit -= n;
         sink.Put(p, n);
     });
-    if (spec.m_bLeft)
+    if (conversion.m_bLeft)
         sink.Fill(' ', nPad);
 }
 
 template <class Char, class Text>
-void PutText(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, const Text* pText)
+void PutText(CFormatSink<Char>& sink, const CConversion<Char>& conversion, const Text* pText)
 {
     static constexpr Text s_sNull[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
     if (!pText)
         pText = s_sNull;
     // With a precision the text need not be terminated.
-    const std::size_t nMax =
-        spec.m_nPrecision < 0 ? static_cast<std::size_t>(-1) : static_cast<std::size_t>(spec.m_nPrecision);
-    PutSized(sink, spec, pText, BoundedLength(pText, nMax));
+    const std::size_t nMax = conversion.m_nPrecision < 0 ? static_cast<std::size_t>(-1)
+                                                         : static_cast<std::size_t>(conversion.m_nPrecision);
+    PutSized(sink, conversion, pText, BoundedLength(pText, nMax));
 }
 
 template <class Char>
-void PutCharacter(CFormatSink<Char>& sink, CFormatSpec<Char> spec, bool bWide, std::int64_t nValue)
+void PutCharacter(CFormatSink<Char>& sink, CConversion<Char> conversion, bool bWide, std::int64_t nValue)
 {
-    spec.m_nPrecision = -1;
+    conversion.m_nPrecision = -1;
     const auto cWide = static_cast<WCHAR>(nValue);
     const auto cNarrow = static_cast<char>(nValue);
     if (bWide)
-        PutSized(sink, spec, &cWide, 1);
+        PutSized(sink, conversion, &cWide, 1);
     else
-        PutSized(sink, spec, &cNarrow, 1);
+        PutSized(sink, conversion, &cNarrow, 1);
 }
 
 // Whether a text or character conversion takes wide text.
 template <class Char>
-bool IsWide(const CFormatSpec<Char>& spec)
+bool IsWide(const CConversion<Char>& conversion)
 {
-    if (spec.m_cSize == 'h')
+    if (conversion.m_cSize == 'h')
         return false;
-    if (spec.m_cSize == 'l' || spec.m_cSize == 'w')
+    if (conversion.m_cSize == 'l' || conversion.m_cSize == 'w')
         return true;
-    return std::is_same_v<Char, WCHAR> == (spec.m_cType == 's' || spec.m_cType == 'c');
+    return std::is_same_v<Char, WCHAR> == (conversion.m_cType == 's' || conversion.m_cType == 'c');
 }
 
 template <class Char>
-void PutArgument(CFormatSink<Char>& sink, const CFormatSpec<Char>& spec, EFormatKind eKind,
+void PutArgument(CFormatSink<Char>& sink, const CConversion<Char>& conversion, EFormatKind eKind,
                  const typename CFormatArgs<Char>::CArg& arg)
 {
     switch (eKind)
     {
-    case EFormatKind::Narrow: PutText(sink, spec, static_cast<const char*>(arg.m_pValue)); break;
-    case EFormatKind::Wide: PutText(sink, spec, static_cast<const WCHAR*>(arg.m_pValue)); break;
-    case EFormatKind::Double: PutDouble(sink, spec, arg.m_dValue); break;
-    case EFormatKind::Pointer: PutPointer(sink, spec, arg.m_pValue); break;
+    case EFormatKind::Narrow: PutText(sink, conversion, static_cast<const char*>(arg.m_pValue)); break;
+    case EFormatKind::Wide: PutText(sink, conversion, static_cast<const WCHAR*>(arg.m_pValue)); break;
+    case EFormatKind::Double: PutDouble(sink, conversion, arg.m_dValue); break;
+    case EFormatKind::Pointer: PutPointer(sink, conversion, arg.m_pValue); break;
     case EFormatKind::Int32:
     case EFormatKind::Int64:
-        if (IsOneOf(spec.m_cType, "cC"))
-            PutCharacter(sink, spec, IsWide(spec), arg.m_nValue);
+        if (IsOneOf(conversion.m_cType, "cC"))
+            PutCharacter(sink, conversion, IsWide(conversion), arg.m_nValue);
         else
-            PutInteger(sink, spec, arg.m_nValue);
+            PutInteger(sink, conversion, arg.m_nValue);
         break;
     default: break;
     }
 }
 
 template <class Char>
-void ResolveStars(CFormatSpec<Char>& spec, CFormatArgs<Char>& args)
+void ResolveStars(CConversion<Char>& conversion, CFormatArgs<Char>& args)
 {
-    if (spec.m_bStarWidth)
+    if (conversion.m_bStarWidth)
     {
         const int nWidth = args.TakeStar(0);
-        spec.m_bLeft |= nWidth < 0;
-        spec.m_nWidth =
+        conversion.m_bLeft |= nWidth < 0;
+        conversion.m_nWidth =
             std::min(nWidth < 0 ? static_cast<int>(0u - static_cast<unsigned>(nWidth)) & 0x7FFFFFFF : nWidth,
                      g_nMaxWidth);
     }
-    if (spec.m_bStarPrecision)
-        spec.m_nPrecision = std::max(args.TakeStar(-1), -1);
+    if (conversion.m_bStarPrecision)
+        conversion.m_nPrecision = std::max(args.TakeStar(-1), -1);
 }
 
 } // namespace
 
 template <class Char>
-void CFormatSpec<Char>::ParseFlags(const Char*& p)
+void CConversion<Char>::ParseFlags(const Char*& p)
 {
     for (;; ++p)
         switch (*p)
@@ -343,7 +346,7 @@ void CFormatSpec<Char>::ParseFlags(const Char*& p)
 }
 
 template <class Char>
-int CFormatSpec<Char>::ParseNumber(const Char*& p)
+int CConversion<Char>::ParseNumber(const Char*& p)
 {
     int nValue = 0;
     for (; IsDigit(*p); ++p)
@@ -352,7 +355,7 @@ int CFormatSpec<Char>::ParseNumber(const Char*& p)
 }
 
 template <class Char>
-void CFormatSpec<Char>::ParseIntegerWidth(const Char*& p)
+void CConversion<Char>::ParseIntegerWidth(const Char*& p)
 {
     if (p[0] == '6' && p[1] == '4')
         m_cSize = 'q', p += 2;
@@ -363,7 +366,7 @@ void CFormatSpec<Char>::ParseIntegerWidth(const Char*& p)
 }
 
 template <class Char>
-void CFormatSpec<Char>::ParseSize(const Char*& p)
+void CConversion<Char>::ParseSize(const Char*& p)
 {
     const Char cSize = *p;
     if (!IsOneOf(cSize, "hlwIjztL"))
@@ -384,7 +387,7 @@ void CFormatSpec<Char>::ParseSize(const Char*& p)
 }
 
 template <class Char>
-bool CFormatSpec<Char>::Parse(const Char*& p)
+bool CConversion<Char>::Parse(const Char*& p)
 {
     ParseFlags(p);
     m_bStarWidth = *p == '*';
@@ -408,7 +411,7 @@ bool CFormatSpec<Char>::Parse(const Char*& p)
 }
 
 template <class Char>
-EFormatKind CFormatSpec<Char>::Kind() const
+EFormatKind CConversion<Char>::Kind() const
 {
     switch (m_cType)
     {
@@ -437,8 +440,8 @@ CFormatArgs<Char>::CFormatArgs(const Char* sFormat, va_list args)
     {
         if (*sFormat++ != '%')
             continue;
-        CFormatSpec<Char> spec;
-        if (!spec.Parse(sFormat))
+        CConversion<Char> conversion;
+        if (!conversion.Parse(sFormat))
         {
             sFormat += *sFormat == '%';
             continue;
@@ -446,9 +449,9 @@ CFormatArgs<Char>::CFormatArgs(const Char* sFormat, va_list args)
         // A conversion has at most two stars.
         if (m_nCount + 3 > s_nMax)
             break;
-        for (int nStars = spec.m_bStarWidth + spec.m_bStarPrecision; nStars > 0; --nStars)
+        for (int nStars = conversion.m_bStarWidth + conversion.m_bStarPrecision; nStars > 0; --nStars)
             Add(EFormatKind::Int32).m_nValue = va_arg(rest, int);
-        CArg& arg = Add(spec.Kind());
+        CArg& arg = Add(conversion.Kind());
         switch (arg.m_eKind)
         {
         case EFormatKind::Int32: arg.m_nValue = va_arg(rest, int); break;
@@ -472,13 +475,13 @@ void FormatText(CFormatSink<Char>& sink, const Char* sFormat, CFormatArgs<Char>&
         if (!*sFormat)
             return;
         const Char* pPercent = sFormat++;
-        CFormatSpec<Char> spec;
-        if (spec.Parse(sFormat))
+        CConversion<Char> conversion;
+        if (conversion.Parse(sFormat))
         {
-            ResolveStars(spec, args);
-            const EFormatKind eKind = spec.Kind();
+            ResolveStars(conversion, args);
+            const EFormatKind eKind = conversion.Kind();
             if (const auto* pArg = args.Take(eKind))
-                PutArgument(sink, spec, eKind, *pArg);
+                PutArgument(sink, conversion, eKind, *pArg);
         }
         else if (*sFormat == '%')
             sink.Put(sFormat++, 1);
@@ -489,8 +492,8 @@ void FormatText(CFormatSink<Char>& sink, const Char* sFormat, CFormatArgs<Char>&
         sink.Fill(' ', 1); // no room is left: notes the cut
 }
 
-template struct CFormatSpec<char>;
-template struct CFormatSpec<WCHAR>;
+template struct CConversion<char>;
+template struct CConversion<WCHAR>;
 template class CFormatArgs<char>;
 template class CFormatArgs<WCHAR>;
 template void FormatText(CFormatSink<char>& sink, const char* sFormat, CFormatArgs<char>& args);

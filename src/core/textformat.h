@@ -45,7 +45,7 @@ enum class EFormatKind
 
 /// What stands between "%" and the end of a conversion.
 template <class Char>
-struct CFormatSpec
+struct CConversion
 {
     bool m_bLeft = false;
     bool m_bPlus = false;
@@ -187,8 +187,8 @@ std::size_t FormatTo(Char (&sDest)[Size], const std::type_identity_t<Char>* sFor
     return FormatTextInto(sDest, Size, sFormat, args...);
 }
 
-extern template struct CFormatSpec<char>;
-extern template struct CFormatSpec<WCHAR>;
+extern template struct CConversion<char>;
+extern template struct CConversion<WCHAR>;
 extern template class CFormatArgs<char>;
 extern template class CFormatArgs<WCHAR>;
 extern template void FormatText(CFormatSink<char>& sink, const char* sFormat, CFormatArgs<char>& args);
