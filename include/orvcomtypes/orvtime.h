@@ -7,23 +7,19 @@
 ///
 /// Thread safety: plain values; the selected zone is read without a lock.
 /// Errors: nothing throws. A violated precondition is reported (source `orvtime`) with the text given at the
-/// operation,
-///   which then gives the null time, the invalid span, false or, where it is said, leaves the object as it
-///   was. Calendar fields that do not exist give false and the null time without a report.
-/// Units: seconds; a DATE is a double of days since 1899-12-30, and what is taken to whole seconds is taken
-/// to the
-///   nearest, ties to even (what an int cannot hold becomes 0x80000000).
+/// operation, which then gives the null time, the invalid span, false or, where it is said, leaves the object
+/// as it was. Calendar fields that do not exist give false and the null time without a report.
+/// Units: seconds; a DATE is a double of days since 1899-12-30. What is taken to whole seconds is taken to
+/// the nearest, ties to even; what an int cannot hold becomes 0x80000000.
 ///
 /// After 2038-01-19 03:14:07 UTC, the last second that fits:
 /// - `SetNow` and `Now` keep the low 32 bits of the clock: the time is negative and not valid until 2106.
-/// - `SetYMD`, `SetSystemTime`, `SetDBTypeStamp` keep the low 32 bits too, and that is reported
-/// (timeutils.h).
-/// - `SetDATE` and `SetLocalDATE` refuse dates after 50423.0 (2038-01-18), the local setters those after
-/// 2038-01-01.
-/// - Text in UTC follows `SetYMD`; an offset that leads outside the range gives false.
+/// - `SetYMD`, `SetSystemTime`, `SetDBTypeStamp` and text that ends in "Z" keep the low 32 bits too, and that
+///   is reported (timeutils.h). Text with an offset gives false.
+/// - `SetDATE` and `SetLocalDATE` refuse dates after 50423.0 (2038-01-18), the local setters and local text
+///   those after 2038-01-01.
 /// - Arithmetic and rounding have no overflow check: they wrap, and one step over the end gives a negative
-/// time, which
-///   is not valid.
+///   time, which is not valid.
 ///
 ///     COrvTime t = COrvTime::FromYMD(2024, 5, 6, 7, 8, 9);
 ///     t += COrvTimeDiff::FromMinute(90);
@@ -36,8 +32,6 @@
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/timeutils.h"
 
-#include <concepts>
-
 struct tagDBTIMESTAMP; // DBTIMESTAMP of oledb.h
 
 namespace OCT
@@ -48,23 +42,17 @@ namespace OCT
 template <class T>
 concept OleStatus = requires(const T& d)
 {
-    {
-        d.GetStatus() == T::valid
-        } -> std::convertible_to<bool>;
+    bool(d.GetStatus() == T::valid);
 };
 template <class T>
 concept OleDateTime = OleStatus<T> && requires(const T& d)
 {
-    {
-        d.m_dt
-        } -> std::convertible_to<double>;
+    double(d.m_dt);
 };
 template <class T>
 concept OleDateTimeSpan = OleStatus<T> && requires(const T& d)
 {
-    {
-        d.m_span
-        } -> std::convertible_to<double>;
+    double(d.m_span);
 };
 
 } // namespace OCT
@@ -225,8 +213,8 @@ public:
     // ---- Differences: 0x80000000 (of spans the invalid one) unless both operands are valid ----
 
     /// Left minus right: the seconds, those between the UTC days, those between the local days. The last two
-    /// count days only up to two days of difference and seconds beyond. "!tLeft.IsValid() || !
-    /// tRight.IsValid()".
+    /// count days only up to two days of difference and seconds beyond.
+    /// "!tLeft.IsValid() || ! tRight.IsValid()".
     static int Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static int CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static int CompareLocalYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
@@ -236,8 +224,8 @@ public:
     /// Right minus left, each side taken to whole seconds. "dLeft >= MINSETDATE && dRight >= MINSETDATE".
     static COrvTimeDiff GetOleTimeDiff(double dLeft, double dRight) noexcept;
 
-    /// Of equal times a. "!tLeft.IsValid() || !tRight.IsValid()" gives the operand that is not valid, a
-    /// before b.
+    /// Of equal times the left. "!tLeft.IsValid() || !tRight.IsValid()" gives the operand that is not valid,
+    /// the left before the right.
     static const COrvTime& Max(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static const COrvTime& Min(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static COrvTime& Max(COrvTime& tLeft, COrvTime& tRight) noexcept
@@ -263,8 +251,8 @@ public:
     COrvTime RoundDayUp() const noexcept { return RoundTo(86399, 86400); }
     COrvTime RoundDay() const noexcept { return RoundTo(43200, 86400); }
     COrvTime RoundMinute() const noexcept { return RoundTo(30, 60); }
-    /// Local midnights, of days that have 23 or 25 hours too. Midnight itself rounds up to the next one. A
-    /// conversion that fails gives the time unchanged.
+    /// Local midnights as `SetLocalYMD` reads them (timeutils.h), of days that have 23 or 25 hours too.
+    /// Midnight itself rounds up to the next one. A conversion that fails gives the time unchanged.
     COrvTime RoundLocalDayDown() const noexcept;
     COrvTime RoundLocalDayUp() const noexcept;
 
@@ -350,10 +338,9 @@ public:
         dftDate = 1,     ///< 2024.05.06.
         dftDayTime = 2,  ///< 06.  7:08:09
         dftTime = 3,     ///<  7:08:09
-        dftCompact =
-            4,       ///< 240506_070809; the local form pads the year and the hour with a blank, deliberately
-        dftISO = 5,  ///< 2024-05-06 07:08:09Z, local 2024-05-06 09:08:09+02:00; empty when not valid
-        dftISO_T = 6 ///< the same with a T between date and time
+        dftCompact = 4,  ///< 240506_070809, deliberately with blanks before the local year and hour
+        dftISO = 5,      ///< 2024-05-06 07:08:09Z, local 2024-05-06 09:08:09+02:00; empty when not valid
+        dftISO_T = 6     ///< the same with a T between date and time
     };
 
     /// Writes the UTC form, cut to \p cchDest code units with the terminator.

@@ -4,10 +4,9 @@
 /// tick count. Both tell -1 before they are started and once they overflow.
 ///
 /// Thread safety: plain values; a timer belongs to the thread that uses it.
-/// Errors: reported (source `orvtime`): a negative time-out "m_Expire_uS < 0" or "m_Expire < 0" counts as
-/// none;
-///   "lRes > 0x7FFFFFFFLL" after 35.8 minutes of the first, "lRes > 0x7FFFFFFFL" after 24.8 days of the
-///   second.
+/// Errors: reported (source `orvtime`): a negative time-out, "m_Expire_uS < 0" or "m_Expire < 0", counts as
+/// none; more than 35.8 minutes of the first, "lRes > 0x7FFFFFFFLL", or 24.8 days of the second,
+/// "lRes > 0x7FFFFFFFL", are no value.
 /// Units: time-outs are given in milliseconds, 0 meaning none; a span as double is in days, as a DATE is.
 ///
 ///     COrvPrecisionTimer timer(250, true);

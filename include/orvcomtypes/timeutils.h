@@ -4,13 +4,13 @@
 /// time is that of the selected zone: the one named by `SetTimeZone`, or else the system's current zone.
 ///
 /// Thread safety: the selection is not locked. Call `SetTimeZone` once at start-up, before other threads
-/// convert. Errors: a missing output pointer or a year outside the local range is reported (source
-/// `timeutils`) and gives false:
-///   "pST == nullptr", "t == nullptr", "localTime == nullptr",
-///   "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || minute == nullptr || second
-///   == nullptr", "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))". A date or time of
-///   day that does not exist gives false silently, and nothing is stored.
-/// Units: `t` counts seconds since 1970-01-01 00:00:00 UTC; a FILETIME 100 ns since 1601; a DATE days since
+/// convert.
+/// Errors: a missing output pointer or a year outside the local range is reported (source `timeutils`) and
+/// gives false: "pST == nullptr", "t == nullptr", "localTime == nullptr",
+/// "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || minute == nullptr ||
+/// second == nullptr", "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))". A date or
+/// time of day that does not exist gives false silently, and nothing is stored.
+/// Units: `t` counts seconds since 1970-01-01 00:00:00 UTC, a FILETIME 100 ns since 1601, a DATE days since
 /// 1899-12-30.
 ///
 /// After 2038-01-19 03:14:07 UTC: a `t` reaches from 1901-12-13 20:45:52 to that second. `FileTime2Timet` and
@@ -19,14 +19,14 @@
 /// is negative, which is no valid `COrvTime`. `LocalYMD2Timet` refuses every date after 2038-01-01 with the
 /// report above.
 ///
-/// At a change of the zone's offset: a skipped wall-clock time is read with the offset that follows the
-/// change, a repeated one as its first occurrence. (On Windows these two are the platform's choice and not
-/// promised by it.)
+/// At a change of the zone's offset a repeated wall-clock time is read as its first occurrence. A skipped one
+/// is read in a zone of `SetTimeZone` with the offset that follows the change, and in the system's zone with
+/// the one before it: as far behind the change as it would have been, so that where midnight is skipped it
+/// gives the first moment of its day. (On Windows these are the platform's choice and not promised by it.)
 ///
 ///     if (SetTimeZone(ORVTEXT("Central Europe Standard Time")) == ERROR_SUCCESS)
 ///     {
-///         WORD wYear, wMonth, wDay, wHour, wMinute, wSecond;
-///         // 2024-05-06 09:08:09
+///         WORD wYear, wMonth, wDay, wHour, wMinute, wSecond; // 2024-05-06 09:08:09
 ///         Timet2LocalYMD(1714979289, &wYear, &wMonth, &wDay, &wHour, &wMinute, &wSecond);
 ///     }
 #pragma once

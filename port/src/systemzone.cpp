@@ -43,7 +43,7 @@ private:
     struct Period
     {
         std::int64_t m_nUtc;   // first second
-        std::int64_t m_nLocal; // the same on the wall clock of the period before
+        std::int64_t m_nLocal; // first second of the wall clock that is read with this offset
         LONG m_nOffset;
     };
 
@@ -80,7 +80,9 @@ void CSystemZone::ReadPeriods()
             const std::int64_t nMiddle = nBefore + (nChange - nBefore) / 2;
             (LibraryOffset(nMiddle) == nOffset ? nBefore : nChange) = nMiddle;
         }
-        m_periods.push_back({nChange, nChange + nOffset, nNext});
+        // A repeated time is the first of the two. A skipped one is as far behind the change as it would have
+        // been, so that it belongs to its own day also where midnight is skipped.
+        m_periods.push_back({nChange, nChange + std::max(nOffset, nNext), nNext});
         nOffset = nNext;
     }
     m_periods.push_back({EVER, EVER, nOffset});

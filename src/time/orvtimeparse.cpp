@@ -1,4 +1,5 @@
 #include "strings/charclass.h"
+#include "time/civil.h"
 #include "time/orvtimeutil.h"
 
 #include <limits>
@@ -166,9 +167,9 @@ bool ReadOffset(const WCHAR* p, int& iOffset)
 /// except when the fields are no time.
 bool SetWithOffset(COrvTime& t, const Fields& fields, const WCHAR* p)
 {
-    COrvTime tFields;
-    if (!tFields.SetYMD(fields.m_iYear, fields.m_iMonth, fields.m_iDay, fields.m_iHour, fields.m_iMinute,
-                        fields.m_iSecond))
+    const std::int64_t nFields = OCT::SecondsOf(fields.m_iYear, fields.m_iMonth, fields.m_iDay,
+                                                fields.m_iHour, fields.m_iMinute, fields.m_iSecond);
+    if (nFields == OCT::NO_SECONDS)
     {
         t.Reset();
         return false;
@@ -176,7 +177,8 @@ bool SetWithOffset(COrvTime& t, const Fields& fields, const WCHAR* p)
     int iOffset;
     if (!ReadOffset(p, iOffset))
         return false;
-    const std::int64_t nUtc = std::int64_t{tFields.GetOrvTime()} + (*p == '+' ? -iOffset : iOffset);
+    // Only the result must fit: the wall clock of the last hours goes past the end.
+    const std::int64_t nUtc = nFields + (*p == '+' ? -iOffset : iOffset);
     if (nUtc <= 0 || nUtc > std::numeric_limits<std::int32_t>::max())
         return false;
     t.SetOrvTime(static_cast<int>(nUtc));

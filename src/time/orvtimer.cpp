@@ -97,7 +97,7 @@ int COrvTcTimer::GetValue() const noexcept
 {
     if (m_dwStart == 0)
         return -1;
-    const DWORD dwElapsed = static_cast<DWORD>(GetTickCount()) - m_dwStart;
+    const DWORD dwElapsed = GetTickCount() - m_dwStart;
     if (dwElapsed > 0x7FFFFFFFu)
     {
         ORVTIME_REPORT("COrvTcTimer::GetValue", "lRes > 0x7FFFFFFFL");
