@@ -7,143 +7,68 @@
 #include <oledb.h>
 
 #include <array>
-#include <chrono>
 #include <climits>
+#include <ctime>
 #include <limits>
 #include <utility>
-
-namespace ATL
-{
-
-/// Stand-ins for the class library's date classes: value and status are all that is used of them.
-struct COleDateTime
-{
-    enum DateTimeStatus
-    {
-        error = -1,
-        valid = 0,
-        invalid = 1,
-        null = 2
-    };
-    DateTimeStatus GetStatus() const { return m_status; }
-    double m_dt = 0.0;
-    DateTimeStatus m_status = valid;
-};
-
-struct COleDateTimeSpan
-{
-    enum DateTimeSpanStatus
-    {
-        valid = 0,
-        invalid = 1,
-        null = 2
-    };
-    DateTimeSpanStatus GetStatus() const { return m_status; }
-    double m_span = 0.0;
-    DateTimeSpanStatus m_status = valid;
-};
-
-} // namespace ATL
 
 namespace
 {
 
-constexpr int INVALID = INT_MIN;
 constexpr int DAY = 86400;
 
 TEST(Time, ComparesAsymmetricallyAboutNull)
 {
-    struct Row
-    {
-        int a, b;
-        bool bLess, bGreater, bLessEqual, bGreaterEqual;
+    static constexpr int rows[][6] = {
+        // a, b, and what holds of <, >, <=, >=
+        {0, 5, 1, 0, 1, 0},  {5, 0, 0, 0, 0, 1},  {0, 0, 0, 0, 1, 1},   {5, 6, 1, 0, 1, 0},
+        {6, 5, 0, 1, 0, 1},  {6, 6, 0, 0, 1, 1},  {0, -1, 0, 0, 0, 0},  {-1, 0, 0, 0, 0, 0},
+        {-1, 5, 0, 0, 0, 0}, {5, -1, 0, 0, 0, 0}, {-2, -1, 0, 0, 0, 0},
     };
-    static constexpr Row rows[] = {
-        {0, 5, true, false, true, false},    {5, 0, false, false, false, true},
-        {0, 0, false, false, true, true},    {0, -1, false, false, false, false},
-        {-1, 0, false, false, false, false}, {-1, 5, false, false, false, false},
-        {5, -1, false, false, false, false}, {-2, -1, false, false, false, false},
-        {5, 6, true, false, true, false},    {6, 5, false, true, false, true},
-        {6, 6, false, false, true, true},
-    };
-    for (const Row& row : rows)
+    for (const auto& [iLeft, iRight, bLess, bGreater, bLessEqual, bGreaterEqual] : rows)
     {
-        const COrvTime a(row.a), b(row.b);
-        SCOPED_TRACE(testing::Message() << row.a << " and " << row.b);
-        EXPECT_EQ(row.bLess, a < b);
-        EXPECT_EQ(row.bGreater, a > b);
-        EXPECT_EQ(row.bLessEqual, a <= b);
-        EXPECT_EQ(row.bGreaterEqual, a >= b);
-        EXPECT_EQ(row.a == row.b, a == b);
-        EXPECT_EQ(row.a != row.b, a != b);
+        const COrvTime a(iLeft), b(iRight);
+        EXPECT_EQ((std::array{bLess, bGreater, bLessEqual, bGreaterEqual}),
+                  (std::array<int, 4>{(a < b), (a > b), (a <= b), (a >= b)}))
+            << iLeft << " and " << iRight;
+        EXPECT_TRUE((a == b) == (iLeft == iRight) && (a != b) == (iLeft != iRight));
     }
-}
-
-TEST(Time, ArithmeticFallsBackAndReports)
-{
-    CReportCapture capture;
-    const COrvTime t(1000), tNull;
-    const COrvTimeDiff span(50), noSpan;
-    EXPECT_EQ(1050, (t + span).GetOrvTime());
-    EXPECT_EQ(950, (t - span).GetOrvTime());
-    EXPECT_EQ(1007, (t + 7).GetOrvTime());
-    EXPECT_EQ(993, (t - 7).GetOrvTime());
-    EXPECT_EQ(-10, (COrvTime(40) - span).GetOrvTime());
-    EXPECT_EQ(-600, (COrvTime(400) - t).GetTimeDiff());
-    EXPECT_NO_REPORTS(capture);
-
-    EXPECT_TRUE((t + noSpan).IsNull());
-    EXPECT_TRUE((tNull - span).IsNull());
-    EXPECT_TRUE((tNull + 1).IsNull());
-    EXPECT_TRUE((COrvTime(-5) - 1).IsNull());
-    EXPECT_FALSE((t - tNull).IsValid());
-    COrvTime tSame(1000);
-    tSame += noSpan;
-    tSame -= noSpan;
-    EXPECT_EQ(t, tSame);
-    EXPECT_REPORTS(capture, {{"COrvTime::operator +", "span.IsValid() && IsValid()", nullptr, "orvtime"},
-                             {"COrvTime::operator -", "span.IsValid() && IsValid()"},
-                             {"COrvTime::operator +", "IsValid()"},
-                             {"COrvTime::operator -", "IsValid()"},
-                             {"COrvTime::operator -", "t.IsValid() && IsValid()"},
-                             {"COrvTime::operator +=", "span.IsValid() && IsValid()"},
-                             {"COrvTime::operator -=", "span.IsValid() && IsValid()"}});
-}
-
-TEST(Time, OneStepPastTheEndIsNotValid)
-{
-    const COrvTime tLast(INT_MAX);
-    EXPECT_EQ(INT_MIN, (tLast + 1).GetOrvTime());
-    EXPECT_FALSE(tLast.RoundDayUp().IsValid());
-    EXPECT_FALSE(tLast.RoundMinute().IsNull());
-    EXPECT_TRUE(tLast.RoundDayDown().IsValid());
 }
 
 TEST(Time, ValidRanges)
 {
-    EXPECT_FALSE(COrvTime().IsValid());
-    EXPECT_TRUE(COrvTime(1).IsValid());
-    EXPECT_FALSE(COrvTime(-1).IsValid());
     EXPECT_EQ(COrvTime::Base(), COrvTime());
-    struct Row
-    {
-        int t;
-        bool bValid;
-    };
-    for (const Row& row : {Row{946684799, false},
-                           {946684800, true},
-                           {2145913199, true},
-                           {2145913200, false},
-                           {-1, false},
-                           {INT_MIN, false},
-                           {0, false}})
-        EXPECT_EQ(row.bValid, COrvTime(row.t).IsValidRegTime()) << row.t;
+    for (const int t : {0, -1, INT_MIN})
+        EXPECT_FALSE(COrvTime(t).IsValid() || COrvTime(t).IsValidRegTime()) << t;
+    for (const auto& [t, bRegular] : {std::pair(1, false),
+                                      {946684799, false},
+                                      {946684800, true},
+                                      {2145913199, true},
+                                      {2145913200, false}})
+        EXPECT_TRUE(COrvTime(t).IsValid() && COrvTime(t).IsValidRegTime() == bRegular) << t;
+}
+
+TEST(Time, Calculates)
+{
+    CReportCapture capture;
+    const COrvTime t(1000), tLast(INT_MAX);
+    const COrvTimeDiff span(50);
+    COrvTime tSum = t, tDifference = t;
+    EXPECT_TRUE(t + span == 1050 && t - span == 950 && t + 7 == 1007 && t - 7 == 993);
+    EXPECT_TRUE((tSum += span) == 1050 && (tDifference -= span) == 950);
+    EXPECT_EQ(-600, (COrvTime(400) - t).GetTimeDiff());
+    // One step past an end is not valid.
+    EXPECT_EQ(-10, (COrvTime(40) - span).GetOrvTime());
+    EXPECT_EQ(INT_MIN, (tLast + 1).GetOrvTime());
+    EXPECT_FALSE(tLast.RoundDayUp().IsValid());
+    EXPECT_TRUE(tLast.RoundDayDown().IsValid() && tLast.RoundMinute().IsValid());
+    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(Time, DifferencesOfTwoTimes)
 {
     CReportCapture capture;
-    const COrvTime a = COrvTime::FromYMD(2024, 5, 6, 23, 59, 59), b = COrvTime::FromYMD(2024, 5, 7, 0, 0, 1);
+    const COrvTime a = COrvTime::FromYMD(2024, 5, 6, 23, 59, 59), b = a + 2;
     EXPECT_EQ(-2, COrvTime::Compare(a, b));
     EXPECT_EQ(-DAY, COrvTime::CompareYMD(a, b));
     EXPECT_EQ(0, COrvTime::CompareYMD(a, a - 86399));
@@ -154,68 +79,38 @@ TEST(Time, DifferencesOfTwoTimes)
     EXPECT_EQ(2, COrvTime::GetTimeDiffAbs(b, a).GetTimeDiff());
     EXPECT_EQ(43201, COrvTime::GetOleTimeDiff(45000.0, 45000.5 + 0.6 / DAY).GetTimeDiff());
     EXPECT_EQ(0, COrvTime::GetOleTimeDiff(45000.0 + 0.6 / DAY, 45000.0 + 1.4 / DAY).GetTimeDiff());
-    EXPECT_NO_REPORTS(capture);
 
-    EXPECT_EQ(INVALID, COrvTime::Compare(a, COrvTime()));
-    EXPECT_EQ(INVALID, COrvTime::CompareYMD(COrvTime(), a));
-    EXPECT_EQ(INVALID, COrvTime::CompareLocalYMD(COrvTime(-4), a));
-    EXPECT_FALSE(COrvTime::GetTimeDiff(a, COrvTime()).IsValid());
-    EXPECT_FALSE(COrvTime::GetTimeDiffAbs(a, COrvTime()).IsValid());
-    EXPECT_FALSE(COrvTime::GetOleTimeDiff(45000.0, 2.9).IsValid());
-    EXPECT_REPORTS(capture, {{"COrvTime::Compare", "!tLeft.IsValid() || ! tRight.IsValid()"},
-                             {"COrvTime::CompareYMD", "!tLeft.IsValid() || ! tRight.IsValid()"},
-                             {"COrvTime::CompareLocalYMD", "!tLeft.IsValid() || ! tRight.IsValid()"},
-                             {"COrvTime::GetTimeDiff", "tLeft.IsValid() && tRight.IsValid()"},
-                             {"COrvTime::GetTimeDiffAbs", "tLeft.IsValid() && tRight.IsValid()"},
-                             {"COrvTime::GetOleTimeDiff", "dLeft >= MINSETDATE && dRight >= MINSETDATE"}});
+    const COrvTime t(100);
+    EXPECT_TRUE(t.Between(100, 100) && t.Between(0, 100) && t.Between(100, -1));
+    EXPECT_FALSE(t.Between(101, 200) || t.Between(1, 99) || COrvTime().Between(0, 0));
+    EXPECT_NO_REPORTS(capture);
+}
+
+template <class Value>
+void CheckMaxAndMin(bool bTieOfMinIsRight)
+{
+    CReportCapture capture;
+    Value a(10), b(20), a2(10);
+    EXPECT_EQ(&b, &Value::Max(a, b));
+    EXPECT_EQ(&b, &Value::Max(std::as_const(b), std::as_const(a)));
+    EXPECT_EQ(&a, &Value::Min(a, b));
+    EXPECT_EQ(&a, &Value::Min(std::as_const(b), std::as_const(a)));
+    EXPECT_EQ(&a, &Value::Max(a, a2));
+    EXPECT_EQ(bTieOfMinIsRight ? &a2 : &a, &Value::Min(a, a2));
+    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(Time, MaxAndMinGiveReferences)
 {
-    CReportCapture capture;
-    COrvTime a(10), b(20), a2(10), n;
-    EXPECT_EQ(&b, &COrvTime::Max(a, b));
-    EXPECT_EQ(&a, &COrvTime::Min(a, b));
-    EXPECT_EQ(&a, &COrvTime::Max(a, a2));
-    EXPECT_EQ(&a, &COrvTime::Min(a, a2));
-    EXPECT_EQ(&b, &COrvTime::Max(std::as_const(b), std::as_const(a)));
-    EXPECT_NO_REPORTS(capture);
-    EXPECT_EQ(&n, &COrvTime::Max(a, n));
-    EXPECT_EQ(&n, &COrvTime::Min(n, a));
-    EXPECT_REPORTS(capture, {{"COrvTime::Max", "!tLeft.IsValid() || !tRight.IsValid()"},
-                             {"COrvTime::Min", "!tLeft.IsValid() || !tRight.IsValid()"}});
-
-    COrvTimeDiff s(1), l(2), s2(1), x;
-    EXPECT_EQ(&l, &COrvTimeDiff::Max(s, l));
-    EXPECT_EQ(&s, &COrvTimeDiff::Min(s, l));
-    EXPECT_EQ(&s, &COrvTimeDiff::Max(s, s2));
-    EXPECT_EQ(&s2, &COrvTimeDiff::Min(s, s2));
-    EXPECT_EQ(&x, &COrvTimeDiff::Max(s, x));
-    EXPECT_EQ(&x, &COrvTimeDiff::Min(x, s));
-    EXPECT_REPORTS(capture, {{"COrvTimeDiff::operator >=", "IsValid() && t.IsValid()"},
-                             {"COrvTimeDiff::operator >=", "IsValid() && t.IsValid()"}});
-}
-
-TEST(Time, BetweenTreatsInvalidEndsAsOpen)
-{
-    const COrvTime t(100), tNull;
-    EXPECT_TRUE(t.Between(100, 100));
-    EXPECT_FALSE(t.Between(101, 200));
-    EXPECT_FALSE(t.Between(1, 99));
-    EXPECT_TRUE(t.Between(tNull, 100));
-    EXPECT_TRUE(t.Between(100, -1));
-    EXPECT_FALSE(tNull.Between(tNull, tNull));
+    CheckMaxAndMin<COrvTime>(false);
+    CheckMaxAndMin<COrvTimeDiff>(true);
 }
 
 TEST(Time, RoundsInUtc)
 {
-    struct Row
-    {
-        int t, iDown, iUp, iNearest, iMinute;
-    };
-    static constexpr Row rows[] = {
+    static constexpr int rows[][5] = {
+        // a time; its day down, up and nearest; its minute
         {DAY, DAY, DAY, DAY, DAY},
-        {DAY + 1, DAY, 2 * DAY, DAY, DAY},
         {DAY + 29, DAY, 2 * DAY, DAY, DAY},
         {DAY + 30, DAY, 2 * DAY, DAY, DAY + 60},
         {DAY + 43199, DAY, 2 * DAY, DAY, DAY + 43200},
@@ -223,188 +118,56 @@ TEST(Time, RoundsInUtc)
         {2 * DAY - 1, DAY, 2 * DAY, 2 * DAY, 2 * DAY},
         {-1, 0, 0, 0, 0}, // division truncates
     };
-    for (const Row& row : rows)
+    for (const auto& [iTime, iDown, iUp, iNearest, iMinute] : rows)
     {
-        const COrvTime t(row.t);
-        EXPECT_EQ(row.iDown, t.RoundDayDown().GetOrvTime()) << row.t;
-        EXPECT_EQ(row.iUp, t.RoundDayUp().GetOrvTime()) << row.t;
-        EXPECT_EQ(row.iNearest, t.RoundDay().GetOrvTime()) << row.t;
-        EXPECT_EQ(row.iMinute, t.RoundMinute().GetOrvTime()) << row.t;
-        EXPECT_EQ(row.t % DAY == 0, t.IsOnlyDate()) << row.t;
+        const COrvTime t(iTime);
+        EXPECT_EQ((std::array{iDown, iUp, iNearest, iMinute}),
+                  (std::array{t.RoundDayDown().GetOrvTime(), t.RoundDayUp().GetOrvTime(),
+                              t.RoundDay().GetOrvTime(), t.RoundMinute().GetOrvTime()}))
+            << iTime;
+        EXPECT_EQ(iTime == DAY, t.IsOnlyDate()) << iTime;
     }
 }
 
-TEST(Time, SetDATEKeepsItsRange)
-{
-    struct Row
-    {
-        double d;
-        bool bDone;
-        int t;
-    };
-    constexpr int iKept = 77;
-    const Row rows[] = {
-        {2.9, true, 0},
-        {-1e300, true, 0},
-        {3.0, false, iKept},
-        {25568.5, false, iKept},
-        {25569.0, true, 0},
-        {50423.0, true, 2147385600},
-        {50423.01, false, iKept},
-        {std::numeric_limits<double>::quiet_NaN(), false, iKept},
-        {25569.0 + 2.5 / DAY, true, 2}, // a tie goes to the even second (this fraction is a hair below it)
-        {45418.297326388885, true, 1714979289},
-    };
-    for (const Row& row : rows)
-    {
-        CReportCapture capture;
-        COrvTime t(iKept);
-        EXPECT_EQ(row.bDone, t.SetDATE(row.d)) << row.d;
-        EXPECT_EQ(row.t, t.GetOrvTime()) << row.d;
-        EXPECT_EQ(row.bDone ? row.t : 0, COrvTime::FromDATE(row.d).GetOrvTime()) << row.d;
-        if (row.bDone)
-            EXPECT_NO_REPORTS(capture);
-        else
-            EXPECT_REPORTS(capture,
-                           {{"COrvTime::SetDATE", "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE"},
-                            {"COrvTime::SetDATE", "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE"}});
-    }
-    EXPECT_EQ(0.0, COrvTime().GetDATE());
-    EXPECT_EQ(0.0, COrvTime(-1).GetLocalDATE());
-}
-
-TEST(Time, SetLocalDATEKeepsItsRange)
+TEST(Time, DatesWithinTheirRange)
 {
     CReportCapture capture;
+    for (const auto& [d, iExpected] : {std::pair(2.9, 0),
+                                       {-1e300, 0},
+                                       {25569.0, 0},
+                                       {25569.0 + 2.5 / DAY, 2}, // a hair below the tie
+                                       {45418.297326388885, 1714979289},
+                                       {50423.0, 2147385600}})
+    {
+        COrvTime t(77);
+        EXPECT_TRUE(t.SetDATE(d) && t == iExpected && COrvTime::FromDATE(d) == t) << d;
+    }
     COrvTime t(77);
-    EXPECT_FALSE(t.SetLocalDATE(25568.5));
-    EXPECT_FALSE(t.SetLocalDATE(50423.01));
-    EXPECT_EQ(77, t.GetOrvTime());
-    EXPECT_REPORTS(capture, {{"COrvTime::SetLocalDATE", "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE"},
-                             {"COrvTime::SetLocalDATE", "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE"}});
-    // 2038-01-18 is in the range of dates but not in that of local dates; the result is true all the same.
-    EXPECT_TRUE(t.SetLocalDATE(50423.0));
-    EXPECT_TRUE(t.IsNull());
-    EXPECT_REPORTS(capture, {{"TZ::LocalYMD2Timet", nullptr}});
-    t = COrvTime(77);
-    EXPECT_TRUE(t.SetLocalDATE(2.9));
-    EXPECT_TRUE(t.IsNull());
+    EXPECT_TRUE(t.SetLocalDATE(2.9) && t.IsNull());
     EXPECT_TRUE(t.SetLocalDATE(45418.5 + 0.6 / DAY)); // the platform rounds to the second
     EXPECT_EQ(COrvTime::FromLocalYMD(2024, 5, 6, 12, 0, 1), t);
+    EXPECT_TRUE(COrvTime().GetDATE() == 0.0 && COrvTime(-1).GetLocalDATE() == 0.0);
     EXPECT_NO_REPORTS(capture);
-}
-
-TEST(Time, OleDateObjectsCountOnlyWhenValid)
-{
-    CReportCapture capture;
-    ATL::COleDateTime d;
-    d.m_dt = 25570.0;
-    ATL::COleDateTimeSpan span;
-    span.m_span = 0.5;
-    COrvTimeDiff diff;
-    EXPECT_EQ(DAY, COrvTime::FromDATE(d).GetOrvTime());
-    EXPECT_EQ(COrvTime::FromLocalYMD(1970, 1, 2, 0, 0, 0), COrvTime::FromLocalDATE(d));
-    EXPECT_TRUE(diff.SetDATE(span));
-    EXPECT_EQ(43200, diff.GetTimeDiff());
-    EXPECT_NO_REPORTS(capture);
-
-    d.m_status = ATL::COleDateTime::null;
-    span.m_status = ATL::COleDateTimeSpan::invalid;
-    COrvTime t(5);
-    EXPECT_FALSE(t.SetDATE(d));
-    EXPECT_TRUE(t.IsNull());
-    t = COrvTime(5);
-    EXPECT_FALSE(t.SetLocalDATE(d));
-    EXPECT_TRUE(t.IsNull());
-    EXPECT_FALSE(diff.SetDATE(span));
-    EXPECT_FALSE(diff.IsValid());
-    EXPECT_FALSE(COrvTimeDiff::FromDATE(span).IsValid());
-    EXPECT_REPORTS(capture,
-                   {{"COrvTime::SetDATE", "d.GetStatus() == ATL::COleDateTime::valid", nullptr, "orvtime"},
-                    {"COrvTime::SetLocalDATE", "d.GetStatus() == ATL::COleDateTime::valid"},
-                    {"COrvTimeDiff::SetDATE", "span.GetStatus() == ATL::COleDateTimeSpan::valid"},
-                    {"COrvTimeDiff::SetDATE", "span.GetStatus() == ATL::COleDateTimeSpan::valid"}});
-}
-
-TEST(Time, GettersRefuseInvalidTimes)
-{
-    CReportCapture capture;
-    const COrvTime tNull;
-    SYSTEMTIME st;
-    DBTIMESTAMP ts;
-    WORD w;
-    EXPECT_FALSE(tNull.GetSystemTime(st));
-    EXPECT_FALSE(tNull.GetLocalSystemTime(st));
-    EXPECT_FALSE(tNull.GetDBTypeStamp(ts));
-    EXPECT_FALSE(tNull.GetYMD(&w, &w, &w, &w, &w, &w));
-    EXPECT_FALSE(tNull.GetLocalYMD(&w, &w, &w, &w, &w, &w));
-    EXPECT_REPORTS(capture, {{"COrvTime::GetSystemTime", "!IsValid()"},
-                             {"COrvTime::GetLocalSystemTime", "!IsValid()"},
-                             {"COrvTime::GetSystemTime", "!IsValid()"},
-                             {"COrvTime::GetYMD", "!IsValid()"},
-                             {"COrvTime::GetLocalYMD", "!IsValid()"}});
 }
 
 TEST(Time, FieldsThatDoNotExistGiveNull)
 {
-    struct Row
-    {
-        int y, mo, d, h, mi, s;
-    };
     CReportCapture capture;
-    for (const Row& row : {Row{2023, 2, 29, 0, 0, 0},
-                           {2024, 13, 1, 0, 0, 0},
-                           {2024, 0, 1, 0, 0, 0},
-                           {2024, 1, 0, 0, 0, 0},
-                           {2024, 4, 31, 0, 0, 0},
-                           {2024, 1, 1, 24, 0, 0},
-                           {2024, 1, 1, 0, 60, 0},
-                           {2024, 1, 1, 0, 0, 60},
-                           {2024, 257, 1, 0, 0, 0},
-                           {2024, 65537, 1, 0, 0, 0},
-                           {2024, 1, -255, 0, 0, 0}})
+    static constexpr int rows[][6] = {
+        {2023, 2, 29},    {2024, 13, 1},       {2024, 0, 1},           {2024, 1, 0},     {2024, 4, 31},
+        {2024, 1, 1, 24}, {2024, 1, 1, 0, 60}, {2024, 1, 1, 0, 0, 60}, {2024, 65537, 1}, {2024, 1, -255}};
+    for (const auto& [y, mo, d, h, mi, s] : rows)
     {
-        COrvTime t(5);
-        EXPECT_FALSE(t.SetYMD(row.y, row.mo, row.d, row.h, row.mi, row.s)) << row.mo << '-' << row.d;
-        EXPECT_TRUE(t.IsNull());
-        t = COrvTime(5);
-        EXPECT_FALSE(t.SetLocalYMD(row.y, row.mo, row.d, row.h, row.mi, row.s)) << row.mo << '-' << row.d;
-        EXPECT_TRUE(t.IsNull());
+        COrvTime t(5), tLocal(5);
+        EXPECT_FALSE(t.SetYMD(y, mo, d, h, mi, s) || tLocal.SetLocalYMD(y, mo, d, h, mi, s));
+        EXPECT_TRUE(t.IsNull() && tLocal.IsNull()) << mo << '-' << d;
     }
-    EXPECT_FALSE(COrvTime(5).SetYMD(1600, 12, 31, 0, 0, 0));
-    EXPECT_FALSE(COrvTime(5).SetYMD(67560, 1, 1, 0, 0, 0));
-    EXPECT_NO_REPORTS(capture);
-}
-
-TEST(Time, BeyondThirtyTwoBitsIsReported)
-{
-    CReportCapture capture;
+    COrvTime t;
+    EXPECT_FALSE(t.SetYMD(1600, 12, 31, 0, 0, 0) || t.SetYMD(67560, 1, 1, 0, 0, 0));
+    EXPECT_TRUE(t.SetLocalYMD(2038, 1, 1, 23, 0, 0) && t.SetLocalYMD(1970, 1, 2, 0, 0, 0));
     EXPECT_EQ(INT_MAX, COrvTime::FromYMD(2038, 1, 19, 3, 14, 7).GetOrvTime());
     EXPECT_EQ(INT_MIN, COrvTime::FromYMD(1901, 12, 13, 20, 45, 52).GetOrvTime());
     EXPECT_NO_REPORTS(capture);
-    EXPECT_EQ(INT_MIN, COrvTime::FromYMD(2038, 1, 19, 3, 14, 8).GetOrvTime());
-    EXPECT_EQ(INT_MAX, COrvTime::FromYMD(1901, 12, 13, 20, 45, 51).GetOrvTime());
-    EXPECT_REPORTS(capture,
-                   {{"TZ::FileTime2Timet", "t < -0x80000000LL || t > 0x7FFFFFFFLL", nullptr, "timeutils"},
-                    {"TZ::FileTime2Timet", "t < -0x80000000LL || t > 0x7FFFFFFFLL"}});
-}
-
-TEST(Time, LocalYearsAreLimited)
-{
-    CReportCapture capture;
-    COrvTime t;
-    EXPECT_TRUE(t.SetLocalYMD(2038, 1, 1, 23, 0, 0));
-    EXPECT_TRUE(t.IsValid());
-    EXPECT_TRUE(t.SetLocalYMD(1970, 1, 2, 0, 0, 0));
-    EXPECT_NO_REPORTS(capture);
-    EXPECT_FALSE(t.SetLocalYMD(2038, 1, 2, 0, 0, 0));
-    EXPECT_TRUE(t.IsNull());
-    EXPECT_FALSE(t.SetLocalYMD(2038, 2, 1, 0, 0, 0));
-    EXPECT_FALSE(t.SetLocalYMD(2039, 1, 1, 0, 0, 0));
-    EXPECT_FALSE(t.SetLocalYMD(1969, 12, 31, 23, 0, 0));
-    const ExpectedReport refused = {"TZ::LocalYMD2Timet",
-                                    "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))"};
-    EXPECT_REPORTS(capture, {refused, refused, refused, refused});
 }
 
 TEST(Time, RandomTimesRoundTripInEveryForm)
@@ -427,28 +190,16 @@ TEST(Time, RandomTimesRoundTripInEveryForm)
 
 TEST(Time, NowIsTheClock)
 {
-    // Not time(), whose second can begin later than that of the finer clocks.
-    const auto seconds = [] {
-        return static_cast<int>(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
-    };
-    const auto before = seconds();
+    const auto before = static_cast<int>(std::time(nullptr));
     const COrvTime t = COrvTime::Now();
-    EXPECT_GE(t.GetOrvTime(), before);
-    EXPECT_LE(t.GetOrvTime(), seconds());
-}
-
-TEST(TimeDiff, StartsInvalid)
-{
-    EXPECT_FALSE(COrvTimeDiff().IsValid());
-    EXPECT_TRUE(COrvTimeDiff().IsDifferent());
-    EXPECT_TRUE(COrvTimeDiff(0).IsValid());
-    EXPECT_TRUE(COrvTimeDiff(0).IsEqual());
+    EXPECT_TRUE(t >= before && t <= static_cast<int>(std::time(nullptr)));
 }
 
 TEST(TimeDiff, ConvertsUnits)
 {
+    EXPECT_TRUE(!COrvTimeDiff().IsValid() && COrvTimeDiff().IsDifferent());
+    EXPECT_TRUE(COrvTimeDiff(0).IsValid() && COrvTimeDiff(0).IsEqual());
     EXPECT_EQ(-120, COrvTimeDiff::FromMinute(-2).GetInSecond());
-    EXPECT_EQ(3 * DAY, COrvTimeDiff::FromDay(3).GetInSecond());
     EXPECT_EQ(static_cast<int>(24856u * DAY), COrvTimeDiff::FromDay(24856).GetInSecond()); // wraps
     EXPECT_EQ(2, COrvTimeDiff::FromDATE(2.5 / DAY).GetInSecond());
     EXPECT_EQ(-DAY / 4, COrvTimeDiff::FromDATE(-0.25).GetInSecond());
@@ -458,39 +209,18 @@ TEST(TimeDiff, ConvertsUnits)
     EXPECT_FALSE(COrvTimeDiff().GetHMS(h, m, s));
     EXPECT_TRUE(COrvTimeDiff(-3725).GetHMS(h, m, s));
     EXPECT_EQ((std::array{1, 2, 5}), (std::array{h, m, s}));
-    EXPECT_TRUE(COrvTimeDiff(-90).GetHMS(h, m, s));
-    EXPECT_EQ((std::array{0, 1, 30}), (std::array{h, m, s}));
 }
 
-TEST(TimeDiff, OperatorsNeedValidSpans)
+TEST(TimeDiff, Calculates)
 {
     CReportCapture capture;
-    const COrvTimeDiff a(3), b(5), x;
-    EXPECT_TRUE(a < b && b > a && a <= b && b >= a && a <= a && a >= a && !(a < a) && !(a > a));
-    EXPECT_EQ(8, (a + b).GetTimeDiff());
-    EXPECT_EQ(-2, (a - b).GetTimeDiff());
-    EXPECT_EQ(-3, (-a).GetTimeDiff());
+    const COrvTimeDiff a(3), b(5);
+    EXPECT_TRUE(a < b && b > a && a <= b && b >= a && a <= a && a >= a && a == a && a != b);
+    EXPECT_FALSE(a < a || a > a || b < a || a > b || b <= a || a >= b || a == b || a != a);
+    EXPECT_TRUE(a + b == 8 && a - b == -2 && -a == -3);
     COrvTimeDiff c(a);
-    c += b;
-    c -= a;
-    EXPECT_EQ(b, c);
+    EXPECT_TRUE((c += b) == 8 && (c -= a) == 5);
     EXPECT_NO_REPORTS(capture);
-
-    EXPECT_FALSE(a < x || x < a || a > x || a <= x || x >= a);
-    EXPECT_FALSE((a + x).IsValid() || (x - a).IsValid() || (-x).IsValid());
-    c += x;
-    c -= x;
-    EXPECT_EQ(b, c);
-    EXPECT_REPORTS(capture, {{"COrvTimeDiff::operator <", "IsValid() && t.IsValid()", nullptr, "orvtime"},
-                             {"COrvTimeDiff::operator <", "IsValid() && t.IsValid()"},
-                             {"COrvTimeDiff::operator >", "IsValid() && t.IsValid()"},
-                             {"COrvTimeDiff::operator <=", "IsValid() && t.IsValid()"},
-                             {"COrvTimeDiff::operator >=", "IsValid() && t.IsValid()"},
-                             {"COrvTimeDiff::operator +", "span.IsValid() && IsValid()"},
-                             {"COrvTimeDiff::operator -", "span.IsValid() && IsValid()"},
-                             {"COrvTimeDiff::operator -", "IsValid()"},
-                             {"COrvTimeDiff::operator +=", "span.IsValid() && IsValid()"},
-                             {"COrvTimeDiff::operator -=", "span.IsValid() && IsValid()"}});
 }
 
 } // namespace

@@ -9,42 +9,37 @@
 namespace
 {
 
-/// A timer that was started \p nAgo counts ago: the start is its first field.
-template <class Timer, class Start>
-void StartAgo(Timer& timer, Start nNow, Start nAgo)
+LONGLONG Read(BOOL(WINAPI* read)(LARGE_INTEGER*))
 {
-    const Start nStart = nNow - nAgo;
+    LARGE_INTEGER value;
+    read(&value);
+    return value.QuadPart;
+}
+
+/// Makes a timer one that was started some time ago: the start is its first field.
+void StartAgo(COrvPrecisionTimer& timer, LONGLONG nCounts)
+{
+    const LONGLONG nStart = Read(QueryPerformanceCounter) - nCounts;
     std::memcpy(static_cast<void*>(&timer), &nStart, sizeof nStart);
 }
 
-LONGLONG Counter()
+void StartAgo(COrvTcTimer& timer, DWORD nMs)
 {
-    LARGE_INTEGER counter;
-    QueryPerformanceCounter(&counter);
-    return counter.QuadPart;
+    const DWORD dwStart = GetTickCount() - nMs;
+    std::memcpy(static_cast<void*>(&timer), &dwStart, sizeof dwStart);
 }
 
-LONGLONG Frequency()
-{
-    LARGE_INTEGER frequency;
-    QueryPerformanceFrequency(&frequency);
-    return frequency.QuadPart;
-}
+const LONGLONG SECOND = Read(QueryPerformanceFrequency);
 
 TEST(Timer, NotStarted)
 {
     CReportCapture capture;
     const COrvPrecisionTimer precise(100, false);
-    EXPECT_EQ(-1, precise.GetuSValue());
-    EXPECT_EQ(-1, precise.GetMSDiff());
-    EXPECT_EQ(-1.0, precise.GetTimeDiff());
-    EXPECT_TRUE(precise.IsExpired());
-    EXPECT_FALSE(COrvPrecisionTimer(0, false).IsExpired());
-
+    EXPECT_TRUE(precise.GetuSValue() == -1 && precise.GetMSDiff() == -1 && precise.GetTimeDiff() == -1.0);
+    EXPECT_TRUE(precise.IsExpired() && !COrvPrecisionTimer(0, false).IsExpired());
     const COrvTcTimer ticks(100, false);
     EXPECT_EQ(-1.0, ticks.GetTimeDiff());
-    EXPECT_TRUE(ticks.IsExpired(1000000));
-    EXPECT_FALSE(COrvTcTimer(0, false).IsExpired(0));
+    EXPECT_TRUE(ticks.IsExpired(1000000) && !COrvTcTimer(0, false).IsExpired(0));
     EXPECT_NO_REPORTS(capture);
 }
 
@@ -62,8 +57,8 @@ TEST(Timer, NegativeTimeOutsAreNone)
 
 TEST(PrecisionTimer, CountsFromItsStart)
 {
-    COrvPrecisionTimer timer(100, true);
-    StartAgo(timer, Counter(), Frequency() * 3 / 2);
+    COrvPrecisionTimer timer(100, true), patient(1000000, true), none(0, true);
+    StartAgo(timer, SECOND * 3 / 2);
     EXPECT_GE(timer.GetuSValue(), 1500000);
     EXPECT_GE(timer.GetMSDiff(), 1500);
     EXPECT_GE(timer.GetTimeDiff(), 1.5 / 86400);
@@ -71,64 +66,55 @@ TEST(PrecisionTimer, CountsFromItsStart)
     EXPECT_TRUE(timer.IsExpired());
     timer.ReStart();
     EXPECT_LT(timer.GetuSValue(), 1500000);
-
-    COrvPrecisionTimer long_(1000000, true);
-    StartAgo(long_, Counter(), Frequency());
-    EXPECT_FALSE(long_.IsExpired());
-    COrvPrecisionTimer none(0, true);
-    StartAgo(none, Counter(), Frequency());
-    EXPECT_FALSE(none.IsExpired());
+    StartAgo(patient, SECOND);
+    StartAgo(none, SECOND);
+    EXPECT_FALSE(patient.IsExpired() || none.IsExpired());
 }
 
 TEST(PrecisionTimer, OverflowIsReported)
 {
+    CReportCapture capture;
     COrvPrecisionTimer timer(1, true);
+    StartAgo(timer, SECOND * 2100);
+    EXPECT_GE(timer.GetuSValue(), 2100000000);
+    EXPECT_NO_REPORTS(capture);
     // Beyond 2^31 microseconds, and so far that a product in 64 bits would overflow too.
-    for (const LONGLONG nSeconds : {LONGLONG{2148}, LONGLONG{100000000}})
+    for (const LONGLONG nSeconds : {2148, 100000000})
     {
-        CReportCapture capture;
-        StartAgo(timer, Counter(), Frequency() * nSeconds);
-        EXPECT_EQ(-1, timer.GetMSDiff());
-        EXPECT_TRUE(timer.IsExpired());
+        StartAgo(timer, SECOND * nSeconds);
+        EXPECT_TRUE(timer.GetMSDiff() == -1 && timer.IsExpired());
         const ExpectedReport overflow = {"COrvPrecisionTimer::GetuSValue", "lRes > 0x7FFFFFFFLL", nullptr,
                                          "orvtime"};
         EXPECT_REPORTS(capture, {overflow, overflow});
     }
-    CReportCapture capture;
-    StartAgo(timer, Counter(), Frequency() * 2100);
-    EXPECT_GE(timer.GetuSValue(), 2100000000);
-    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(TickTimer, ExpiresWhenTheLimitIsReached)
 {
-    COrvTcTimer timer(60000, true);
-    const auto start = [&timer](DWORD dwAgo) { StartAgo(timer, static_cast<DWORD>(GetTickCount()), dwAgo); };
-    start(1000);
+    COrvTcTimer timer(60000, true), none(0, true);
+    StartAgo(timer, 1000);
+    StartAgo(none, 1000);
     EXPECT_GE(timer.GetTimeDiff(), 1000 / 86400000.0);
-    EXPECT_FALSE(timer.IsExpired(0)); // its own limit
-    EXPECT_FALSE(timer.IsExpired(-3));
-    EXPECT_TRUE(timer.IsExpired(1000)); // reaching it is enough
-    start(60000);
+    EXPECT_FALSE(timer.IsExpired(0) || timer.IsExpired(-3)); // its own limit
+    EXPECT_TRUE(timer.IsExpired(1000));                      // reaching it is enough
+    EXPECT_FALSE(none.IsExpired(50));
+    StartAgo(timer, 60000);
     EXPECT_TRUE(timer.IsExpired(0));
     EXPECT_FALSE(timer.IsExpired(600000));
     timer.ReStart();
     EXPECT_FALSE(timer.IsExpired(0));
-    COrvTcTimer none(0, true);
-    StartAgo(none, static_cast<DWORD>(GetTickCount()), DWORD{1000});
-    EXPECT_FALSE(none.IsExpired(50));
 }
 
 TEST(TickTimer, OneWrapOfTheCounterIsNoMatter)
 {
     // A start after now, seen as one before the wrap: 2^31 ms and more are an overflow.
-    COrvTcTimer timer(1, true);
-    StartAgo(timer, static_cast<DWORD>(GetTickCount()), DWORD{0x7FFF0000});
-    EXPECT_GE(timer.GetTimeDiff(), 0x7FFF0000 / 86400000.0);
     CReportCapture capture;
-    StartAgo(timer, static_cast<DWORD>(GetTickCount()), DWORD{0x80000010});
-    EXPECT_EQ(-1.0, timer.GetTimeDiff());
-    EXPECT_TRUE(timer.IsExpired(0));
+    COrvTcTimer timer(1, true);
+    StartAgo(timer, 0x7FFF0000);
+    EXPECT_GE(timer.GetTimeDiff(), 0x7FFF0000 / 86400000.0);
+    EXPECT_NO_REPORTS(capture);
+    StartAgo(timer, 0x80000010);
+    EXPECT_TRUE(timer.GetTimeDiff() == -1.0 && timer.IsExpired(0));
     const ExpectedReport overflow = {"COrvTcTimer::GetValue", "lRes > 0x7FFFFFFFL", nullptr, "orvtime"};
     EXPECT_REPORTS(capture, {overflow, overflow});
 }

