@@ -7,8 +7,6 @@
 namespace
 {
 
-// 1601 to 1970 in seconds.
-constexpr LONGLONG g_nEpochSeconds = 11644473600;
 constexpr LONGLONG g_nTicksPerSecond = 10'000'000;
 
 // Entered around fork like every section, so the C library's lock is free then too.
