@@ -14,6 +14,7 @@
 ///
 /// After 2038-01-19 03:14:07 UTC, the last second that fits:
 /// - `SetNow` and `Now` keep the low 32 bits of the clock: the time is negative and not valid until 2106.
+/// - `SetTimet` and `FromTimet` take 32 bits: a wider `time_t` is the caller's to check.
 /// - `SetYMD`, `SetSystemTime`, `SetDBTypeStamp` and text that ends in "Z" keep the low 32 bits too, and that
 ///   is reported (timeutils.h). Text with an offset gives false.
 /// - `SetDATE` and `SetLocalDATE` refuse dates after 50423.0 (2038-01-18), the local setters and local text
@@ -382,7 +383,7 @@ public:
     };
 
     /// The local time as the platform writes it for the user's locale, a blank between date and time. Empty
-    /// when not valid or when no part is asked for.
+    /// when not valid, when no part is asked for or when there is no memory.
     /// "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) ==
     /// 0)" gives the one part that there is.
     COrvStr FormatLocal(unsigned uiFlags = Date_Short | Time_Long) const noexcept;

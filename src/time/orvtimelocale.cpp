@@ -2,8 +2,6 @@
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
-#include <new>
-
 COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
 {
     const bool bTimeFirst = (uiFlags & Ext_TimeFirst) == Ext_TimeFirst;
@@ -17,7 +15,7 @@ COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
     {
         return COrvStr(OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags).c_str());
     }
-    catch (const std::bad_alloc&)
+    catch (...) // no memory
     {
         return COrvStr();
     }
@@ -34,7 +32,7 @@ bool COrvTime::ParseLocal(const WCHAR* src, unsigned uiFlags) noexcept
     {
         return (uiFlags & (Date_Mask | Time_Mask)) != 0 && InternalParseLocal(src, uiFlags);
     }
-    catch (const std::bad_alloc&)
+    catch (...) // no memory
     {
         return false;
     }
