@@ -67,7 +67,9 @@ read_report() {
         /<testcase .* status="notrun"/ { ++skipped; lines = lines "skip " test " disabled\n" }
         /<failure / { if (!failed++) lines = lines "fail " test "\n" }
         /<skipped / {
-            reason = attribute("message"); sub(".*&#x0A;", "", reason); gsub("&quot;", "\"", reason)
+            reason = attribute("message"); sub(".*&#x0A;", "", reason)
+            gsub("&quot;", "\"", reason); gsub("&apos;", "\047", reason)
+            gsub("&lt;", "<", reason); gsub("&gt;", ">", reason); gsub("&amp;", "\\&", reason)
             ++skipped; lines = lines "skip " test " " reason "\n"
         }
         END { printf "%d %d\n%s", tests, skipped, lines; exit tests == 0 }' "$1"
