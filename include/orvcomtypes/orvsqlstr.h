@@ -10,8 +10,8 @@
 /// Thread safety: one statement belongs to one thread at a time; statements that share a buffer may live in
 ///   several.
 /// Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a constant
-///   predicate. Without memory `CLQMemoryExcept` is thrown and the text stays as it was, so no statement is
-///   ever cut.
+///   predicate. Without memory `CLQMemoryExcept` is thrown and the text stays as it was: no value is ever
+///   appended in part.
 /// Units: lengths are code units; `nLen` 0 means up to the terminator, a maximum length of 0 means none.
 ///
 ///     COrvSQLStr sql;
@@ -25,6 +25,7 @@
 #include "orvcomtypes/orvstralloc.h"
 
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 /// Text of a narrow column: '…'.
@@ -172,7 +173,8 @@ private:
     WCHAR* Tail(std::uint64_t nMore);
     void EndAt(const WCHAR* pEnd) noexcept;
     template <class Put>
-    COrvSQLStr& AppendNumber(Put put);
+    COrvSQLStr& AppendNumber(Put put, std::string_view sBefore = {}, std::string_view sBehind = {});
+    COrvSQLStr& AppendLiteral(std::string_view sOpening, const WCHAR* s, unsigned nMaxLen);
 
     WCHAR* m_pStr;
 };

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include <objbase.h>
 
@@ -24,6 +25,11 @@ bool IsBlank(const WCHAR* s)
 {
     return std::all_of(s, s + OCT::TextLength(s), [](WCHAR c) { return OCT::IsSpace(c); });
 }
+
+struct CTaskMemFree
+{
+    void operator()(WCHAR* s) const { CoTaskMemFree(s); }
+};
 
 bool IsNearly(double d, double dMarker)
 {
@@ -64,9 +70,7 @@ COrvSQLStr& COrvSQLStr::operator=(COrvSQLStr&& sql) noexcept
 
 COrvSQLStr& COrvSQLStr::operator=(const WCHAR* s)
 {
-    const COrvSQLStr source = KeepIfInside(s);
-    Clear();
-    return Append(s);
+    return *this = COrvSQLStr(s);
 }
 
 void COrvSQLStr::SetSize(unsigned n)
@@ -162,11 +166,14 @@ COrvSQLStr& COrvSQLStr::Append(WCHAR c)
 }
 
 template <class Put>
-COrvSQLStr& COrvSQLStr::AppendNumber(Put put)
+COrvSQLStr& COrvSQLStr::AppendNumber(Put put, std::string_view sBefore, std::string_view sBehind)
 {
     char sText[std::max(OCT::MaxIntText, OCT::MaxDoubleText)];
-    const char* const pEnd = put(sText);
-    EndAt(std::copy(static_cast<const char*>(sText), pEnd, Tail(static_cast<std::size_t>(pEnd - sText))));
+    const std::string_view sNumber(sText, static_cast<std::size_t>(put(sText) - sText));
+    WCHAR* p = Tail(sBefore.size() + sNumber.size() + sBehind.size());
+    for (const std::string_view sPart : {sBefore, sNumber, sBehind})
+        p = std::copy(sPart.begin(), sPart.end(), p);
+    EndAt(p);
     return *this;
 }
 
@@ -197,13 +204,18 @@ COrvSQLStr& COrvSQLStr::Append(double d, int nDigits)
 
 COrvSQLStr& COrvSQLStr::AppendStrCol(const WCHAR* s, unsigned nMaxLen)
 {
+    return AppendLiteral("'", s, nMaxLen);
+}
+
+COrvSQLStr& COrvSQLStr::AppendLiteral(std::string_view sOpening, const WCHAR* s, unsigned nMaxLen)
+{
     const COrvSQLStr source = KeepIfInside(s);
     const OCT::TextView text =
         s == nullptr ? OCT::TextView()
                      : OCT::TextView(s, nMaxLen != 0 ? OCT::TextLength(s, nMaxLen) : OCT::TextLength(s));
     const auto nQuotes = std::count(text.begin(), text.end(), Quote);
-    WCHAR* p = Tail(text.size() + static_cast<std::uint64_t>(nQuotes) + 2);
-    *p++ = Quote;
+    WCHAR* p = Tail(sOpening.size() + text.size() + static_cast<std::uint64_t>(nQuotes) + 1);
+    p = std::copy(sOpening.begin(), sOpening.end(), p);
     for (const WCHAR c : text)
     {
         if (c == Quote)
@@ -224,8 +236,7 @@ COrvSQLStr& COrvSQLStr::Append(const VARCHAR& value)
 
 COrvSQLStr& COrvSQLStr::Append(const NVARCHAR& value)
 {
-    const COrvSQLStr source = KeepIfInside(value.m_sText);
-    return Append(ORVTEXT('N')).AppendStrCol(value.m_sText, value.m_nMaxLen);
+    return AppendLiteral("N'", value.m_sText, value.m_nMaxLen);
 }
 
 COrvSQLStr& COrvSQLStr::Append(const GUID& value)
@@ -233,9 +244,8 @@ COrvSQLStr& COrvSQLStr::Append(const GUID& value)
     LPOLESTR sText = nullptr;
     if (FAILED(StringFromCLSID(value, &sText)))
         return *this;
-    AppendStrCol(sText, 0);
-    CoTaskMemFree(sText);
-    return *this;
+    const std::unique_ptr<WCHAR, CTaskMemFree> owner(sText);
+    return AppendStrCol(sText, 0);
 }
 
 COrvSQLStr& COrvSQLStr::Append(const BINARY& value)
@@ -259,13 +269,24 @@ COrvSQLStr& COrvSQLStr::Append(const CSQLMIDINTArray& value)
         ORV_REPORT("COrvSQLStr::Append", nullptr);
         return Append(value.IsExclude() ? ORVTEXT(" <> 0") : ORVTEXT(" = 0"));
     }
-    if (nCount == 1)
-        return Append(value.IsExclude() ? ORVTEXT(" <> ") : ORVTEXT(" = ")).Append(value[0]);
-    Append(value.IsExclude() ? ORVTEXT(" not in (") : ORVTEXT(" in ("));
-    bool bFirst = true;
+    const bool bList = nCount > 1;
+    const std::string_view sHead =
+        bList ? (value.IsExclude() ? " not in (" : " in (") : (value.IsExclude() ? " <> " : " = ");
+    std::uint64_t nLen = sHead.size() + (nCount - 1) + bList;
+    WCHAR sId[OCT::MaxIntText];
     for (unsigned i = 0; i < nCount; ++i)
-        AddCM(bFirst).Append(value[i]);
-    return Append(ORVTEXT(')'));
+        nLen += static_cast<std::uint64_t>(OCT::PutDecimal(sId, value[i]) - sId);
+    WCHAR* p = std::copy(sHead.begin(), sHead.end(), Tail(nLen));
+    for (unsigned i = 0; i < nCount; ++i)
+    {
+        if (i > 0)
+            *p++ = ORVTEXT(',');
+        p = OCT::PutDecimal(p, value[i]);
+    }
+    if (bList)
+        *p++ = ORVTEXT(')');
+    EndAt(p);
+    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(const MSQLDATE& value)
@@ -285,12 +306,13 @@ COrvSQLStr& COrvSQLStr::Append(const SQLORVTIME& value)
 
 COrvSQLStr& COrvSQLStr::Append(const SQLMCOUNT& value)
 {
-    return Append(ORVTEXT("CAST(")).Append(value.m_nValue).Append(ORVTEXT(" AS BIGINT)"));
+    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, value.m_nValue); }, "CAST(", " AS BIGINT)");
 }
 
 COrvSQLStr& COrvSQLStr::Append(const SQLTSTAMP& value)
 {
-    return Append(ORVTEXT("CONVERT(TIMESTAMP, ")).Append(SQLMCOUNT{value.m_nValue}).Append(ORVTEXT(')'));
+    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, value.m_nValue); },
+                        "CONVERT(TIMESTAMP, CAST(", " AS BIGINT))");
 }
 
 // ---- Batches ----
