@@ -144,6 +144,7 @@ TEST_F(Log, LevelsThatAreOffLeaveNoTrace)
     m_log.LogErr(ORVTEXT(""));
     m_log.LogErr(nullptr);
     m_log.LogSimpleStr(lqlErrors, static_cast<const char*>(nullptr));
+    m_log.LogOpt(lqlErrors, nullptr);
     EXPECT_EQ("", Written());
     EXPECT_EQ("", debugger.Take());
 }
@@ -504,6 +505,18 @@ TEST_F(RegistryLog, MachineKeyCountsWhereTheUserHasNone)
     SetValue(HKEY_LOCAL_MACHINE, ORVTEXT("EventDir"), ToText(File()));
     EXPECT_TRUE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr));
     EXPECT_EQ(static_cast<unsigned>(lqlWarnings), m_log.GetLogOpt());
+    EXPECT_TRUE(m_log.NeedSQLLogToWorkerDB(1));
+}
+
+TEST_F(RegistryLog, IdsThatAreNoTextAreNone)
+{
+    SetValue(HKEY_CURRENT_USER, ORVTEXT("EventLog"), lqlSQL);
+    SetValue(HKEY_CURRENT_USER, ORVTEXT("EventDir"), ToText(File()));
+    // Fills the buffer to its end, without a terminator.
+    const Text sIds(2000, '7');
+    SetValue(HKEY_CURRENT_USER, ORVTEXT("WorkerDBIdForSQLLog"), REG_BINARY, sIds.data(),
+             sIds.size() * sizeof(WCHAR));
+    ASSERT_TRUE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr));
     EXPECT_TRUE(m_log.NeedSQLLogToWorkerDB(1));
 }
 

@@ -68,7 +68,10 @@ CLogConfiguration ReadConfiguration(const WCHAR* sKeyName)
     if (configuration.m_nOptions & lqlSQL)
     {
         nChars = static_cast<ULONG>(std::size(configuration.m_sWorkerDBIds));
-        key.QueryStringValue(ORVTEXT("WorkerDBIdForSQLLog"), configuration.m_sWorkerDBIds, &nChars);
+        // A value that is no text may have been copied all the same.
+        if (key.QueryStringValue(ORVTEXT("WorkerDBIdForSQLLog"), configuration.m_sWorkerDBIds, &nChars) !=
+            ERROR_SUCCESS)
+            configuration.m_sWorkerDBIds[0] = 0;
     }
     return configuration;
 }
@@ -79,16 +82,16 @@ void DefaultFormat(WCHAR (&sFormat)[MAX_PATH])
     WCHAR sProgram[1024];
     sProgram[0] = 0;
     GetModuleFileNameW(nullptr, sProgram, static_cast<DWORD>(std::size(sProgram)));
-    std::basic_string_view<WCHAR> sPath(sProgram);
-    const auto nDot = sPath.rfind(ORVTEXT('.'));
-    if (nDot != sPath.npos)
+    const std::basic_string_view<WCHAR> sPath(sProgram);
+    // Zero without a folder.
+    const std::size_t nName = sPath.find_last_of(ORVTEXT("\\/")) + 1;
+    // A dot in a folder's name is no extension: programs may have none.
+    const std::size_t nDot = sPath.find_last_of(ORVTEXT('.'));
+    if (nDot != sPath.npos && nDot >= nName)
         sProgram[nDot] = 0;
     else
         ORV_REPORT_FROM("orvlog", "COrvLog::InitRegLog", "p != nullptr", 0);
-    sPath = sProgram;
-    const auto nName = sPath.find_last_of(ORVTEXT("\\/"));
-    OCT::FormatTo(sFormat, ORVTEXT("#WE(LOCAPP)\\Lumatrek\\Log\\%s-DB_log.txt"),
-                  sProgram + (nName == sPath.npos ? 0 : nName + 1));
+    OCT::FormatTo(sFormat, ORVTEXT("#WE(LOCAPP)\\Lumatrek\\Log\\%s-DB_log.txt"), sProgram + nName);
 }
 
 } // namespace
