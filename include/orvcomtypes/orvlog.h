@@ -16,8 +16,8 @@
 /// the dialect of Windows on every target: `%s` narrow text, `%S` wide text, `%ld` 32 bits, `%I64d` 64 bits.
 /// Further lines of a message begin with a tab.
 ///
-/// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one:
-///   when the log copied from is released, they fall silent.
+/// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one, and
+///   releasing any of them gives that one back: the others fall silent.
 /// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix`,
 ///   assignment and `ReleaseLog` must not overlap other calls on the same object. A forked child may go on
 ///   logging; the lines queued at that moment are the parent's.
@@ -175,11 +175,13 @@ ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameF
 /// `lqlInformation`, and to the debugger.
 ORV_EXTERN_C ORV_FUNC void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value);
 
-// ---- Standard records; a null log is the process logger for exceptions and nothing for SQL ----
+// ---- Standard records ----
 
+/// The exception's text at level `lqlErrors`. A null log is reported: "pLog != nullptr" from "LogException".
 ORV_EXTERN_C ORV_FUNC void ORVCALL LogException(const CLQExcept& e, COrvLog* log = GetProcessLogger());
 
 /// Records a statement that was run: its outcome, then its text with every line labelled "SQL" and the worker
-/// database's id. Of a successful one longer than 2000 characters the first 400. -1: time or rows unknown.
+/// database's id. Of a successful one longer than 2000 characters the first 400. -1: time or rows unknown. A
+/// null log records nothing.
 ORV_EXTERN_C ORV_FUNC void ORVCALL SQLStrSaveToLog(const WCHAR* sql, COrvLog* log, const LQComErrorData& err,
                                                    unsigned workerDbId, int elapsedMs, unsigned rows);

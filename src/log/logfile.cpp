@@ -79,7 +79,8 @@ bool CLogFile::CreateLogFile()
         OutputDebugStringW(sText);
         return false;
     }
-    if (SetFilePointer(m_hFile, 0, nullptr, FILE_END) == INVALID_SET_FILE_POINTER &&
+    LONG lHigh = 0; // without it files of 4 GB and more fail
+    if (SetFilePointer(m_hFile, 0, &lHigh, FILE_END) == INVALID_SET_FILE_POINTER &&
         GetLastError() != NO_ERROR)
     {
         OutputDebugStringW(ORVTEXT("Log creation error: SetFilePointer error\n"));

@@ -8,6 +8,7 @@
 #include <process.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -21,8 +22,9 @@ constexpr const char* kSource = "orvlog";
 constexpr DWORD kStayAwakeMs = 2;
 constexpr DWORD kRetryMs = 1000;
 constexpr DWORD kStopMs = 1000;
-// What a thread needs to leave the library's code when its work is done.
-constexpr DWORD kLeaveMs = 20;
+// What a thread needs to leave the library's code when its work is done, also on a busy machine: where it
+// cannot be ended by force, the code must not go away under it.
+constexpr DWORD kLeaveMs = 100;
 
 bool IsEmptyText(const WCHAR* s)
 {
@@ -139,7 +141,9 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 {
     if (m_bStop.load(std::memory_order_relaxed))
         return;
-    if (length == 0 && text != nullptr)
+    if (text == nullptr)
+        length = 0;
+    else if (length == 0)
         length = static_cast<unsigned>(std::strlen(text));
     CLogMessage* pMessage = length > 0 ? NewMessage(text, length) : nullptr;
     CLogQueue refused;
@@ -170,8 +174,14 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 
 void CLogFileInnerHandler::GetFileName(COrvStr& name)
 {
-    const OCT::CCritSectGuard guard(&m_lock);
-    name = m_pRun != nullptr ? m_pRun->m_writer.File().Name() : COrvStr();
+    COrvStr sName;
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        if (m_pRun != nullptr)
+            sName = m_pRun->m_writer.File().Name();
+    }
+    // The caller's former text goes back to its pool here: whoever holds a pool's lock may log.
+    name = sName;
 }
 
 void CLogFileInnerHandler::AddRef()
@@ -304,14 +314,8 @@ CLogFileHandlerList& CLogFileHandlerList::Instance()
 unsigned CLogFileHandlerList::Find(const WCHAR* sFileNameFormat) const
 {
     for (unsigned i = 0; i < m_files.GetSize(); ++i)
-    {
-        const WCHAR* sOther = m_files[i].m_sFormat;
-        const WCHAR* s = sFileNameFormat;
-        while (*s != 0 && OCT::ToUpperAscii(*s) == OCT::ToUpperAscii(*sOther))
-            ++s, ++sOther;
-        if (*s == *sOther)
+        if (OCT::IsSameText<WCHAR>(m_files[i].m_sFormat, sFileNameFormat))
             return i;
-    }
     return kNotFound;
 }
 
@@ -342,12 +346,19 @@ ILogFileHandler* CLogFileHandlerList::AddFileHandler(const WCHAR* sFileNameForma
     return pHandler;
 }
 
+/// Null when there is no memory for it.
 CLogFileInnerHandler* CLogFileHandlerList::MakeHandler(const WCHAR* sFileNameFormat)
 {
-    auto* pHandler = new (std::nothrow) CLogFileInnerHandler(sFileNameFormat);
-    if (pHandler != nullptr)
-        m_files.Add({COrvStr(sFileNameFormat), pHandler});
-    return pHandler;
+    try
+    {
+        auto pHandler = std::make_unique<CLogFileInnerHandler>(sFileNameFormat);
+        m_files.Add({COrvStr(sFileNameFormat), pHandler.get()});
+        return pHandler.release();
+    }
+    catch (...)
+    {
+        return nullptr;
+    }
 }
 
 void CLogFileHandlerList::ReleaseHandler(CLogFileInnerHandler* pHandler)
@@ -356,9 +367,10 @@ void CLogFileHandlerList::ReleaseHandler(CLogFileInnerHandler* pHandler)
     {
         const OCT::CCritSectGuard guard(&m_lock);
         // A handler that was released before stays at zero.
-        if (Find(pHandler) == kNotFound || pHandler->ChangeReferences(-1) > 0)
+        const unsigned i = Find(pHandler);
+        if (i == kNotFound || pHandler->ChangeReferences(-1) > 0)
             return;
-        m_files.RemoveAt(Find(pHandler));
+        m_files.RemoveAt(i);
         bUnloading = m_bUnloading;
     }
     pHandler->Stop(bUnloading);

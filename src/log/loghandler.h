@@ -30,7 +30,6 @@ public:
     /// wholly, so it is not waited for when its work is done.
     void Stop(bool bUnloading);
 
-    const COrvStr& FileNameFormat() const { return m_sFormat; }
     /// Changed under the list's lock; the new count.
     LONG ChangeReferences(LONG nDelta) { return InterlockedExchangeAdd(&m_nReferences, nDelta) + nDelta; }
 

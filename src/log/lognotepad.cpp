@@ -16,7 +16,7 @@ bool COrvLog::ShowLogFileWithNotepad() const
                         &startup, &process))
     {
         const DWORD dwError = GetLastError();
-        SetFL(__FILE__, __LINE__);
+        SetFL("orvlog", __LINE__);
         LogOpt(lqlErrors, HRESULT_FROM_WIN32(dwError),
                "Could not show log file in notepad because: %S; CommandLine: %S",
                static_cast<const WCHAR*>(GetWinErrorString(dwError)),

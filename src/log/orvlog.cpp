@@ -151,7 +151,7 @@ void COrvLog::LogInnerAs(unsigned options, unsigned level, const LONG* phr, cons
                          va_list args) const
 {
     const bool bFile = options != lqlToDebugger && m_pHandler != nullptr;
-    if ((options & level) == 0 || (!bFile && (options & lqlToDebugger) == 0))
+    if ((options & level) == 0 || (!bFile && (options & lqlToDebugger) == 0) || format == nullptr)
         return;
     const CLogLine line({options, level, m_sPrefix, phr}, format, args);
     if (options & lqlToDebugger)

@@ -118,5 +118,12 @@ void ORVCALL LogException(const CLQExcept& e, COrvLog* log)
         ORV_REPORT_FROM("orvlog", "LogException", "pLog != nullptr", 0);
         return;
     }
-    log->LogOpt(lqlErrors, "LQ exception occured: %S", static_cast<const WCHAR*>(e.FormatToLog()));
+    try
+    {
+        log->LogOpt(lqlErrors, "LQ exception occured: %S", static_cast<const WCHAR*>(e.FormatToLog()));
+    }
+    catch (...)
+    {
+        log->LogOpt(lqlErrors, "LQ exception occured: no memory for its text");
+    }
 }
