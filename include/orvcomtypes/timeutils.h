@@ -37,7 +37,8 @@
 
 /// Selects the zone of that registry key below "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\",
 /// for all local conversions of the process. Its one pair of rules holds in every year. When the key cannot
-/// be opened the error is returned and the system's zone is in force; else the result is 0.
+/// be opened the error is returned and the system's zone is in force; else the result is 0. What the key
+/// lacks stays as the last such zone had it, from the start zero.
 ORV_EXTERN_C ORV_FUNC LONG ORVCALL SetTimeZone(const WCHAR* zoneName);
 
 ORV_EXTERN_C ORV_FUNC FILETIME ORVCALL Timet2FileTime(LONG t);
