@@ -178,7 +178,7 @@ TEST(HashMap, ChainsReadFirstThenNewestToOldest)
     map.SetItem(60);
     EXPECT_EQ(Iterated(map), (std::vector<unsigned>{166, 60, 7, 8}));
     std::vector<unsigned> values;
-    map.ForEach([&values](unsigned n) { values.push_back(n); });
+    map.ForEachInOrder([&values](unsigned n) { values.push_back(n); });
     EXPECT_EQ(values, Iterated(map));
 }
 

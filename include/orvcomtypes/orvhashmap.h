@@ -8,10 +8,10 @@
 /// Ownership: the map owns its storage; values are copied.
 /// Thread safety: none; callers serialise access.
 /// Errors: 0 is the empty marker: adding it is reported ("newItem == TItem(0)") and refused. `EnableRehash`
-/// without `DisableRehash` is reported ("m_RehashLockCnt > 0"), going on from a value that is not stored is
-/// too
-/// ("pNode->data != TItem(0)", the result is 0). Without memory `CLQMemoryExcept` is thrown and the values
-/// stay. Units: counts are values.
+/// without `DisableRehash` is reported ("m_RehashLockCnt > 0"), as is going on from a value that is not
+/// stored ("pNode->data != TItem(0)"; the result is 0). Without memory `CLQMemoryExcept` is thrown and the
+/// values stay.
+/// Units: counts are values.
 ///
 ///     OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> ids(1000);
 ///     ids.SetItem(7);
@@ -93,10 +93,17 @@ public:
     }
     /// Calls fn(value) for every value, in the same order.
     template <class Fn>
+    void ForEachInOrder(Fn fn) const
+    {
+        if (m_pStorage)
+            m_pStorage->ForEachInOrder([&fn](TItem item) { fn(item); });
+    }
+    /// Calls fn(value) for every value in no particular order, which is much faster.
+    template <class Fn>
     void ForEach(Fn fn) const
     {
         if (m_pStorage)
-            m_pStorage->ForEach([&fn](TItem item) { fn(item); });
+            m_pStorage->ForEach(fn);
     }
 
     /// The count that the table was made for, 0 without table.
@@ -150,7 +157,7 @@ void CPrtvHashMap<TItem, TKey, TCompare>::RemoveAllCallback(void (*pCallback)(TI
     if (!m_pStorage)
         return;
     if (pCallback != nullptr)
-        m_pStorage->ForEach([=](TItem& data) {
+        m_pStorage->ForEachInOrder([=](TItem& data) {
             if (data == TItem(0)) [[unlikely]]
                 ORV_REPORT("CPrtvHashMap::RemoveAllCallback", "data != TItem(0)");
             else

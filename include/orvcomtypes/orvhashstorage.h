@@ -3,7 +3,8 @@
 ///
 /// One heap block holds a header and the slots: one slot for every bucket, then a reserve of nodes. When the
 /// reserve is used up, further nodes come in blocks. A bucket's first value lies in its slot; a further one
-/// is linked directly after it.
+/// is linked directly after it. What holds no value is 0, so all values can be found without following links;
+/// nodes that never held one are counted, not linked, and thus not touched before they are used.
 ///
 /// Ownership: `Ptr` owns a table with its node blocks.
 /// Thread safety: none.
@@ -80,74 +81,71 @@ public:
         return m_nShrinkThreshold <= n && n <= m_nGrowThreshold;
     }
 
-    /// Whether a value lies in the slot or is the first of the chain cannot be predicted, and a wrong guess
-    /// waits for memory. So the node to look at is chosen without a branch; that most values end there can be
-    /// predicted.
-    TItem Find(TKey key, void* pContext) const noexcept
-    {
-        const CNode* const pHead = &Head(key);
-        const CNode* const aCandidates[] = {pHead->pNext != nullptr ? pHead->pNext : pHead, pHead};
-        const CNode* pNode = aCandidates[TCompare::IsEqual(pHead->data, key, pContext) ? 1 : 0];
-        do
-        {
-            if (TCompare::IsEqual(pNode->data, key, pContext))
-                return pNode->data; // 0 from an empty slot, for the key 0
-            pNode = pNode->pNext;
-        }
-        while (pNode != nullptr);
-        return TItem(0);
-    }
+    TItem Find(TKey key, void* pContext) const noexcept { return FindIn(Head(key), key, pContext); }
 
     /// Returns 0 when the item is new, else the equal item that stays.
     TItem Insert(TItem item)
     {
-        const TItem found = Find(TCompare::GetKey(item), nullptr);
+        const TKey key = TCompare::GetKey(item);
+        CNode& head = Head(key);
+        const TItem found = FindIn(head, key, nullptr);
         if (found == TItem(0))
-            InsertNew(item);
+            Put(head, item);
         return found;
     }
 
     /// Inserts all items of another storage; none of them is here yet.
     void InsertAll(const CHashMapStorage& other)
     {
-        other.ForEach([this](TItem item) { InsertNew(item); });
+        other.ForEachInOrder([this](TItem item) { Put(Head(TCompare::GetKey(item)), item); });
     }
 
-    TItem Remove(TKey key, void* pContext) noexcept;
+    TItem Remove(TKey key, void* pContext) noexcept
+    {
+        CNode& head = Head(key);
+        CNode* pPrev = nullptr;
+        CNode* pNode = &head;
+        while (pNode != nullptr && !TCompare::IsEqual(pNode->data, key, pContext))
+            pPrev = std::exchange(pNode, pNode->pNext);
+        if (pNode == nullptr || pNode->data == TItem(0))
+            return TItem(0);
+        const TItem found = pNode->data;
+        if (pPrev != nullptr)
+            pPrev->pNext = pNode->pNext;
+        else if ((pNode = head.pNext) != nullptr)
+            head = *pNode;
+        else
+            head.data = TItem(0);
+        if (pNode != nullptr)
+            FreeNode(pNode);
+        --m_nSize;
+        return found;
+    }
     void RemoveAll() noexcept;
     TItem GetNextItem(TItem prev) const noexcept;
 
-    /// Calls fn(item) for every item, in the order of GetNextItem. Items are collected before they are handed
-    /// out: where chains begin and end cannot be predicted, so the first two nodes of each are stored without
-    /// a branch.
+    /// Calls fn(item) for every item, in the order of GetNextItem.
+    template <class Fn>
+    void ForEachInOrder(Fn fn) const
+    {
+        for (CNode *pHead = m_pSlots, *const pEnd = m_pSlots + m_nBuckets; pHead != pEnd; ++pHead)
+            if (pHead->data != TItem(0))
+                for (CNode* pNode = pHead; pNode != nullptr; pNode = pNode->pNext)
+                    fn(pNode->data);
+    }
+
+    /// Calls fn(item) for every item, straight through memory.
     template <class Fn>
     void ForEach(Fn fn) const
     {
-        constexpr unsigned nMost = 256;
-        TItem* aFound[nMost + 2];
-        unsigned nFound = 0;
-        const auto handOut = [&] {
-            for (unsigned i = 0; i < nFound; ++i)
-                fn(*aFound[i]);
-            nFound = 0;
-        };
-        for (CNode *pHead = m_pSlots, *const pEnd = m_pSlots + m_nBuckets; pHead != pEnd; ++pHead)
+        const CNode* pEnd = m_pFresh; // what is older than the fresh nodes was all used
+        for (const CNodeBlock* pBlock = m_pNodeBlocks; pBlock != nullptr; pBlock = pBlock->pNext)
         {
-            CNode* const pSecond = pHead->pNext != nullptr ? pHead->pNext : pHead;
-            aFound[nFound] = &pHead->data;
-            nFound += pHead->data != TItem(0);
-            aFound[nFound] = &pSecond->data;
-            nFound += pSecond != pHead;
-            for (CNode* pNode = pSecond->pNext; pNode != nullptr; pNode = pNode->pNext)
-            {
-                if (nFound >= nMost)
-                    handOut();
-                aFound[nFound++] = &pNode->data;
-            }
-            if (nFound >= nMost)
-                handOut();
+            ForEachIn(pBlock->Nodes(), pEnd, fn);
+            pEnd = pBlock->pNext != nullptr ? pBlock->pNext->Nodes() + pBlock->pNext->nNodes
+                                            : m_pSlots + m_nSlots;
         }
-        handOut();
+        ForEachIn(m_pSlots, pEnd, fn);
     }
 
 private:
@@ -160,26 +158,86 @@ private:
     {
         CNodeBlock* pNext;
         std::size_t nNodes;
+
+        const CNode* Nodes() const noexcept { return reinterpret_cast<const CNode*>(this + 1); }
     };
     static_assert(sizeof(CNodeBlock) % alignof(CNode) == 0);
+
+    /// Fewer buckets than this are a small table.
+    static constexpr unsigned SmallBuckets = 2000;
 
     CHashMapStorage(unsigned nApproxCount, float fLoadFactor, unsigned nBuckets) noexcept;
 
     CNode& Head(TKey key) const noexcept { return m_pSlots[m_bucketOf(TCompare::GetHash(key))]; }
+
+    /// Whether a value lies in the slot or is the first of the chain cannot be predicted in a large table,
+    /// and a wrong guess waits for memory. So the node to look at is chosen without a branch there; that most
+    /// values end there can be predicted. A small table lies in the cache, and its guesses are mostly
+    /// learned.
+    TItem FindIn(const CNode& head, TKey key, void* pContext) const noexcept
+    {
+        const CNode* pNode = &head;
+        if (m_nBuckets >= SmallBuckets)
+        {
+            const CNode* const aCandidates[] = {head.pNext != nullptr ? head.pNext : &head, &head};
+            pNode = aCandidates[TCompare::IsEqual(head.data, key, pContext) ? 1 : 0];
+        }
+        do
+        {
+            if (TCompare::IsEqual(pNode->data, key, pContext))
+                return pNode->data; // 0 from an empty slot, for the key 0
+            pNode = pNode->pNext;
+        }
+        while (pNode != nullptr);
+        return TItem(0);
+    }
+
+    /// Stores an item that is new in the bucket of \p head.
+    void Put(CNode& head, TItem item)
+    {
+        if (head.data == TItem(0))
+            head.data = item;
+        else
+            head.pNext = new (TakeNode()) CNode{item, head.pNext};
+        ++m_nSize;
+    }
+
+    CNode* TakeNode()
+    {
+        if (m_pFreeNodes != nullptr)
+            return std::exchange(m_pFreeNodes, m_pFreeNodes->pNext);
+        if (m_pFresh == m_pFreshEnd) [[unlikely]]
+            AddNodeBlock();
+        return m_pFresh++;
+    }
+
     void FreeNode(CNode* pNode) noexcept
     {
         *pNode = {TItem(0), m_pFreeNodes};
         m_pFreeNodes = pNode;
     }
-    void InsertNew(TItem item);
-    void AddNodes(CNode* pFirst, std::size_t nNodes) noexcept;
+
+    void SetFresh(CNode* pFirst, std::size_t nNodes) noexcept
+    {
+        m_pFresh = pFirst;
+        m_pFreshEnd = pFirst + nNodes;
+    }
+
     void AddNodeBlock();
     void FreeNodeBlocks() noexcept;
+
+    template <class Fn>
+    static void ForEachIn(const CNode* pNode, const CNode* pEnd, Fn& fn)
+    {
+        for (; pNode != pEnd; ++pNode)
+            if (pNode->data != TItem(0))
+                fn(pNode->data);
+    }
 
     /// Buckets, then spare nodes.
     static unsigned SlotCount(unsigned nBuckets) noexcept
     {
-        return nBuckets < 2000 ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
+        return nBuckets < SmallBuckets ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
     }
 
     float m_fLoadFactor;
@@ -195,7 +253,9 @@ private:
     unsigned m_nSlots;
     unsigned m_nUnused = 0xFFFFFFFF;
     CNodeBlock* m_pNodeBlocks = nullptr;
-    CNode* m_pFreeNodes = nullptr;
+    CNode* m_pFreeNodes = nullptr; ///< that held a value before
+    CNode* m_pFresh;               ///< the nodes that never did, in the newest block or else the reserve
+    CNode* m_pFreshEnd;
     CFastRemainder m_bucketOf;
 };
 
@@ -225,49 +285,7 @@ CHashMapStorage<TItem, TKey, TCompare>::CHashMapStorage(unsigned nApproxCount, f
     m_nGrowThreshold =
         nBuckets >= 13316089 ? 0xFFFFFFFF : static_cast<unsigned>(double{m_fGrowRatio} * nBuckets);
     m_nShrinkThreshold = nShrink < 100 ? 0 : nShrink;
-    AddNodes(m_pSlots + m_nBuckets, m_nSlots - m_nBuckets);
-}
-
-/// As Insert, for an item that is not stored yet. When a table is filled, whether a bucket is taken cannot be
-/// predicted, so both cases go the same way: the free node is written whether it is used or not.
-template <class TItem, class TKey, class TCompare>
-void CHashMapStorage<TItem, TKey, TCompare>::InsertNew(TItem item)
-{
-    if (m_pFreeNodes == nullptr) [[unlikely]]
-        AddNodeBlock();
-    CNode& head = Head(TCompare::GetKey(item));
-    CNode* const pFree = m_pFreeNodes;
-    CNode* const pNextFree = pFree->pNext;
-    const bool bEmpty = head.data == TItem(0);
-    CNode* const pTarget = bEmpty ? &head : pFree;
-    pFree->pNext = bEmpty ? pNextFree : head.pNext;
-    head.pNext = bEmpty ? nullptr : pFree;
-    m_pFreeNodes = bEmpty ? pFree : pNextFree;
-    pTarget->data = item;
-    ++m_nSize;
-}
-
-template <class TItem, class TKey, class TCompare>
-TItem CHashMapStorage<TItem, TKey, TCompare>::Remove(TKey key, void* pContext) noexcept
-{
-    CNode& head = Head(key);
-    CNode* pPrev = nullptr;
-    CNode* pNode = &head;
-    while (pNode != nullptr && !TCompare::IsEqual(pNode->data, key, pContext))
-        pPrev = std::exchange(pNode, pNode->pNext);
-    if (pNode == nullptr || pNode->data == TItem(0))
-        return TItem(0);
-    const TItem found = pNode->data;
-    if (pPrev != nullptr)
-        pPrev->pNext = pNode->pNext;
-    else if ((pNode = head.pNext) != nullptr)
-        head = *pNode;
-    else
-        head.data = TItem(0);
-    if (pNode != nullptr)
-        FreeNode(pNode);
-    --m_nSize;
-    return found;
+    SetFresh(m_pSlots + m_nBuckets, m_nSlots - m_nBuckets);
 }
 
 template <class TItem, class TKey, class TCompare>
@@ -276,7 +294,7 @@ void CHashMapStorage<TItem, TKey, TCompare>::RemoveAll() noexcept
     FreeNodeBlocks();
     std::memset(static_cast<void*>(m_pSlots), 0, m_nBuckets * sizeof(CNode));
     m_pFreeNodes = nullptr;
-    AddNodes(m_pSlots + m_nBuckets, m_nSlots - m_nBuckets);
+    SetFresh(m_pSlots + m_nBuckets, m_nSlots - m_nBuckets);
     m_nSize = 0;
 }
 
@@ -305,14 +323,6 @@ TItem CHashMapStorage<TItem, TKey, TCompare>::GetNextItem(TItem prev) const noex
     return TItem(0);
 }
 
-/// Puts an array of nodes on the free list, the first one foremost.
-template <class TItem, class TKey, class TCompare>
-void CHashMapStorage<TItem, TKey, TCompare>::AddNodes(CNode* pFirst, std::size_t nNodes) noexcept
-{
-    for (CNode* pNode = pFirst + nNodes; pNode != pFirst;)
-        FreeNode(--pNode);
-}
-
 template <class TItem, class TKey, class TCompare>
 void CHashMapStorage<TItem, TKey, TCompare>::AddNodeBlock()
 {
@@ -321,7 +331,7 @@ void CHashMapStorage<TItem, TKey, TCompare>::AddNodeBlock()
     if (pBlock == nullptr)
         LQThrowMemory(LQSrcLocation{ORVTEXT("orvhashmap"), __LINE__});
     m_pNodeBlocks = new (pBlock) CNodeBlock{m_pNodeBlocks, nNodes};
-    AddNodes(reinterpret_cast<CNode*>(m_pNodeBlocks + 1), nNodes);
+    SetFresh(reinterpret_cast<CNode*>(m_pNodeBlocks + 1), nNodes);
 }
 
 template <class TItem, class TKey, class TCompare>

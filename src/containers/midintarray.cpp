@@ -234,5 +234,5 @@ void CMIDINTSet::CopyTo(CMIDINTArray& dest) const
 {
     dest.RemoveAll();
     if (m_pMap)
-        m_pMap->ForEach([&dest](unsigned id) { dest.Add(id); });
+        m_pMap->ForEachInOrder([&dest](unsigned id) { dest.Add(id); });
 }
