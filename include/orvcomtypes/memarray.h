@@ -162,22 +162,22 @@ private:
         LQThrowInvalidArg(LQ_SRC_LOCATION);
     }
 
-    /// As InsertAt, mostly inline. The value is copied at once, so that neither moving the elements changes
-    /// it nor passing its address on keeps the caller from holding it in a register.
-    unsigned InsertPlain(unsigned idx, const T& value) requires(Treat::PlainElements)
+    /// As InsertAt, mostly inline. The value is passed on by value, so that the caller may hold it in a
+    /// register and moving the elements does not change it.
+    unsigned InsertPlain(unsigned idx, T value) requires(Treat::PlainElements)
     {
-        const T copy = value;
         const unsigned nOld = m_iSize;
         const bool bRoom =
             idx <= nOld && (Treat::HasRoom(nOld) || (nOld == 0 && m_Treat.BeginInside(m_pElement)));
         if (!bRoom) [[unlikely]]
-            return InsertAt(idx, 1, &copy);
+            return InsertCopy(idx, value);
         if (idx != nOld)
             std::memmove(m_pElement + idx + 1, m_pElement + idx, (nOld - idx) * sizeof(T));
-        m_pElement[idx] = copy;
+        m_pElement[idx] = value;
         m_iSize = nOld + 1;
         return idx;
     }
+    unsigned InsertCopy(unsigned idx, T value);
     void OpenGap(unsigned idx, unsigned cnt);
     void CopyOwn(unsigned idx, unsigned cnt, unsigned sourceIdx);
 };
@@ -212,6 +212,12 @@ unsigned CMarrayBase<T, Treat>::InsertAt(unsigned idx, unsigned cnt, const T* pS
     else if (pSource != nullptr)
         std::copy_n(pSource, cnt, m_pElement + idx);
     return idx;
+}
+
+template <class T, class Treat>
+unsigned CMarrayBase<T, Treat>::InsertCopy(unsigned idx, T value)
+{
+    return InsertAt(idx, 1, &value);
 }
 
 /// Makes \p cnt new elements before \p idx, all or none.

@@ -96,8 +96,8 @@ public:
     static bool BeginInside(T*&) noexcept { return false; }
     static bool HasRoom(unsigned iSize) noexcept
     {
-        return iSize < MinCapacity ? iSize != 0
-                                   : (iSize & (iSize - 1)) != 0; // not has_single_bit: a call on plain x86
+        const bool bPowerOfTwo = (iSize & (iSize - 1)) == 0; // not has_single_bit: a call on plain x86
+        return !bPowerOfTwo || (iSize < MinCapacity && iSize != 0);
     }
 
     /// Releases the storage of elements that are destroyed, null for none.
@@ -233,7 +233,7 @@ public:
         pElement = Buffer();
         return true;
     }
-    static bool HasRoom(unsigned iSize) noexcept { return iSize != FixedSize && Base::HasRoom(iSize); }
+    static bool HasRoom(unsigned iSize) noexcept { return Base::HasRoom(iSize) && iSize != FixedSize; }
 
 private:
     T* Buffer() noexcept { return reinterpret_cast<T*>(m_aBuffer); }
