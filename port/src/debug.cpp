@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <new>
 #include <string>
 
 #include <execinfo.h>
@@ -17,10 +17,16 @@
 namespace
 {
 
-void Output(std::string_view sText)
+/// Null: nowhere.
+const char* Target()
 {
     const char* sTarget = std::getenv("ORVCOMTYPES_DEBUG_OUTPUT");
-    if (!sTarget || !*sTarget || sText.empty())
+    return sTarget && *sTarget ? sTarget : nullptr;
+}
+
+void Output(const char* sTarget, std::string_view sText)
+{
+    if (sText.empty())
         return;
     const bool bStandard = std::strcmp(sTarget, "stderr") == 0;
     const int fd =
@@ -36,14 +42,24 @@ void Output(std::string_view sText)
 
 void OutputDebugStringA(LPCSTR lpOutputString) noexcept
 {
-    if (lpOutputString)
-        Output(lpOutputString);
+    const char* sTarget = Target();
+    if (sTarget && lpOutputString)
+        Output(sTarget, lpOutputString);
 }
 
 void OutputDebugStringW(LPCWSTR lpOutputString) noexcept
 {
-    if (lpOutputString)
-        Output(PortToUtf8(lpOutputString));
+    const char* sTarget = Target();
+    if (!sTarget || !lpOutputString)
+        return;
+    try
+    {
+        Output(sTarget, PortToUtf8(lpOutputString));
+    }
+    catch (const std::bad_alloc&)
+    {
+        // Running out of memory is told here too, and must not end the process.
+    }
 }
 
 WORD CaptureStackBackTrace(DWORD FramesToSkip, DWORD FramesToCapture, PVOID* BackTrace,

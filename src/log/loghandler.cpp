@@ -2,6 +2,7 @@
 
 #include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
+#include "errors/lqraise.h"
 #include "orvcomtypes/threadname.h"
 #include "strings/charclass.h"
 
@@ -31,27 +32,21 @@ bool IsEmptyText(const WCHAR* s)
     return s == nullptr || *s == 0;
 }
 
-// Running out of memory throws, which is logged, which queues a line.
-thread_local bool t_bQueuing = false;
-
 /// The line, or null when there is no memory for it.
 CLogMessage* NewMessage(const char* sText, unsigned nLength) noexcept
 {
-    if (t_bQueuing)
-        return nullptr;
-    t_bQueuing = true;
-    CLogMessage* pMessage = nullptr;
+    // What is thrown here is not announced: that would log it, and hold up the caller.
+    const OCT::CThrowScope scope;
     try
     {
-        pMessage = CLogMessage::Create(sText, nLength);
+        return CLogMessage::Create(sText, nLength);
     }
     catch (...)
     {
         OutputDebugStringA("Cannot allocate log line: ");
         OutputDebugStringA(sText);
+        return nullptr;
     }
-    t_bQueuing = false;
-    return pMessage;
 }
 
 CLogFileHandlerList& MakeList()
