@@ -5,12 +5,15 @@
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 #include "support/text.h"
+#include "support/wine.h"
 
 #include <gtest/gtest.h>
 
 #include <shlobj.h>
 
 #include <ctime>
+#include <sstream>
+#include <thread>
 
 namespace
 {
@@ -272,6 +275,27 @@ TEST(LogWriter, BatchesBeyondTheBufferAreWhole)
     EXPECT_TRUE(writer.Flush(lines));
     EXPECT_FALSE(writer.HasBacklog());
     EXPECT_TRUE(sExpected == ReadBytes(dir / "big.txt"));
+}
+
+TEST(LogWriter, LeavesLinesWholeBesideAnotherWriter)
+{
+    ORV_SKIP_WINE("finds the end of a file and writes there in two steps");
+    const CTempDir dir;
+    const auto Write = [&](char c) {
+        CLogWriter writer(COrvStr(ToText(dir / "two.txt").c_str()));
+        CLogQueue lines;
+        for (int i = 0; i < 200; ++i)
+            PushLine(lines, std::string(99990, c) + '\n');
+        EXPECT_TRUE(writer.Write(lines));
+    };
+    std::thread other(Write, 'a');
+    Write('b');
+    other.join();
+    std::istringstream text(ReadBytes(dir / "two.txt"));
+    int nLines = 0;
+    for (std::string sLine; std::getline(text, sLine); ++nLines)
+        ASSERT_EQ(std::string(99990, sLine[0]), sLine);
+    EXPECT_EQ(400, nLines);
 }
 
 TEST(LogWriter, KeepsLinesUntilTheFileCanBeOpened)

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -335,6 +336,36 @@ TEST_F(Log, KeepsEveryLineAndTheOrderOfEachThread)
     }
     for (int t = 0; t < nThreads; ++t)
         EXPECT_EQ(nLines, nNext[t]);
+}
+
+TEST_F(Log, MayBeReleasedWhileThreadsLog)
+{
+    for (int i = 0; i < 5; ++i)
+    {
+        Init(lqlInformation);
+        std::atomic<bool> bStop = false;
+        std::atomic<int> nLogged = 0;
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&] {
+                for (; !bStop; ++nLogged)
+                {
+                    m_log.LogInf(ORVTEXT("x"));
+                    m_log.LogRaw("=I> raw\r\n");
+                    m_log.GetLogFileName();
+                }
+            });
+        while (nLogged == 0)
+            std::this_thread::yield();
+        m_log.ReleaseLog();
+        const int nBefore = nLogged;
+        while (nLogged == nBefore)
+            std::this_thread::yield();
+        bStop = true;
+        for (auto& thread : threads)
+            thread.join();
+        EXPECT_TRUE(Written().starts_with("=I> "));
+    }
 }
 
 TEST_F(Log, LinesWaitUntilTheFileCanBeOpened)

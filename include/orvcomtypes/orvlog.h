@@ -18,9 +18,9 @@
 ///
 /// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one, and
 ///   releasing any of them gives that one back: the others fall silent.
-/// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix`,
-///   assignment and `ReleaseLog` must not overlap other calls on the same object. A forked child may go on
-///   logging; the lines queued at that moment are the parent's.
+/// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix` and
+///   assignment must not overlap other calls on the same object; `ReleaseLog` may, and drops what comes after
+///   it. A forked child may go on logging; the lines queued at that moment are the parent's.
 /// Errors: "STRISEMPTY(sKeyName)" and "p != nullptr" from "COrvLog::InitRegLog" (source `orvlog`). Failures
 ///   of the file go to the debugger output.
 /// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023.
@@ -107,7 +107,7 @@ public:
     /// Both return the options before the change.
     unsigned AddLogOpt(unsigned mask) { return m_nOptions.fetch_or(mask, std::memory_order_relaxed); }
     unsigned RevokeLogOpt(unsigned mask) { return m_nOptions.fetch_and(~mask, std::memory_order_relaxed); }
-    bool HasLog(unsigned mask) const { return (GetLogOpt() & mask) != 0 && m_pHandler != nullptr; }
+    bool HasLog(unsigned mask) const { return (GetLogOpt() & mask) != 0 && Handler() != nullptr; }
 
     /// At most 63 bytes in the ANSI code page.
     void SetPrefix(const WCHAR* prefix);
@@ -146,12 +146,14 @@ private:
     void LogInnerAs(unsigned options, unsigned level, const LONG* phr, const char* format,
                     va_list args) const;
     void LogAs(unsigned options, unsigned level, const LONG* phr, const char* format, ...) const;
+    ILogFileHandler* Handler() const { return m_pHandler.load(std::memory_order_acquire); }
+    void Write(const char* text, unsigned length) const;
     void Adopt(ILogFileHandler* pHandler);
 
     std::atomic<unsigned> m_nOptions = 0;
     char m_sPrefix[64] = {};
     CMIDINTArray m_WorkerDBIds;
-    ILogFileHandler* m_pHandler = nullptr;
+    std::atomic<ILogFileHandler*> m_pHandler = nullptr; ///< released while threads log at the process's end
 };
 
 // ---- The process logger: one log of the library, for code that holds none. Never null; silent until

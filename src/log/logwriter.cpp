@@ -49,16 +49,18 @@ bool CLogWriter::WriteBlock()
     return nWritten == nBytes;
 }
 
-/// Copies lines from the front until the buffer is full; the last one may be cut, the next block goes on with
-/// it.
+/// Copies lines from the front as long as they fit. Only one that is larger than the buffer is cut: other
+/// processes may append between two blocks.
 DWORD CLogWriter::FillBuffer()
 {
     DWORD nFilled = 0;
     DWORD nSkip = m_nFirstDone;
-    for (const CLogMessage* p = m_backlog.First(); p != nullptr && nFilled < kBufferBytes;
-         p = CLogQueue::Next(p))
+    for (const CLogMessage* p = m_backlog.First(); p != nullptr; p = CLogQueue::Next(p))
     {
-        const DWORD nPart = std::min(p->Length() - nSkip, kBufferBytes - nFilled);
+        const DWORD nRoom = kBufferBytes - nFilled;
+        if (p->Length() - nSkip > nRoom && nFilled > 0)
+            break;
+        const DWORD nPart = std::min(p->Length() - nSkip, nRoom);
         std::memcpy(m_pBuffer.get() + nFilled, p->Text() + nSkip, nPart);
         nFilled += nPart;
         nSkip = 0;

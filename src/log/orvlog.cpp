@@ -25,7 +25,7 @@ COrvLog& COrvLog::operator=(const COrvLog& other)
     SetLogOpt(other.GetLogOpt());
     std::copy(std::begin(other.m_sPrefix), std::end(other.m_sPrefix), m_sPrefix);
     m_WorkerDBIds = other.m_WorkerDBIds;
-    m_pHandler = other.m_pHandler;
+    m_pHandler.store(other.Handler(), std::memory_order_release);
     return *this;
 }
 
@@ -43,7 +43,7 @@ void COrvLog::ReleaseLog()
 /// Takes a handler with the reference that the caller holds, and releases the one before.
 void COrvLog::Adopt(ILogFileHandler* pHandler)
 {
-    std::swap(m_pHandler, pHandler);
+    pHandler = m_pHandler.exchange(pHandler, std::memory_order_acq_rel);
     if (pHandler != nullptr)
         pHandler->Release();
 }
@@ -58,9 +58,10 @@ bool COrvLog::InitLog(const COrvLog* parent, int options, const WCHAR* prefix)
     }
     const unsigned nOptions =
         options == -1 ? parent->GetLogOpt() : static_cast<unsigned>(options) & ~lqlNoSQLText;
-    if (parent->m_pHandler != nullptr)
-        parent->m_pHandler->AddRef();
-    Adopt(parent->m_pHandler);
+    ILogFileHandler* pHandler = parent->Handler();
+    if (pHandler != nullptr)
+        pHandler->AddRef();
+    Adopt(pHandler);
     SetLogOpt(0);
     if (prefix != nullptr)
         SetPrefix(prefix);
@@ -96,8 +97,8 @@ COrvStr COrvLog::GetPrefix() const
 COrvStr COrvLog::GetLogFileName() const
 {
     COrvStr sName;
-    if (m_pHandler != nullptr)
-        m_pHandler->GetFileName(sName);
+    if (ILogFileHandler* pHandler = Handler())
+        pHandler->GetFileName(sName);
     return sName;
 }
 
@@ -150,20 +151,27 @@ void COrvLog::LogAs(unsigned options, unsigned level, const LONG* phr, const cha
 void COrvLog::LogInnerAs(unsigned options, unsigned level, const LONG* phr, const char* format,
                          va_list args) const
 {
-    const bool bFile = options != lqlToDebugger && m_pHandler != nullptr;
+    const bool bFile = options != lqlToDebugger && Handler() != nullptr;
     if ((options & level) == 0 || (!bFile && (options & lqlToDebugger) == 0) || format == nullptr)
         return;
     const CLogLine line({options, level, m_sPrefix, phr}, format, args);
     if (options & lqlToDebugger)
         OutputDebugStringA(line.Text());
     if (bFile)
-        m_pHandler->Write(line.Text(), line.Length(), nullptr);
+        Write(line.Text(), line.Length());
+}
+
+/// Handlers are never freed, so one that is released meanwhile just drops the text.
+void COrvLog::Write(const char* text, unsigned length) const
+{
+    if (ILogFileHandler* pHandler = Handler())
+        pHandler->Write(text, length, nullptr);
 }
 
 void COrvLog::LogRaw(const char* text) const
 {
-    if (m_pHandler != nullptr && text != nullptr)
-        m_pHandler->Write(text, 0, nullptr);
+    if (text != nullptr)
+        Write(text, 0);
 }
 
 void COrvLog::LogRaw(unsigned, const char* text) const
@@ -173,7 +181,7 @@ void COrvLog::LogRaw(unsigned, const char* text) const
 
 void COrvLog::LogRaw(const WCHAR* text) const
 {
-    if (m_pHandler == nullptr || text == nullptr)
+    if (Handler() == nullptr || text == nullptr)
         return;
     // At most four bytes for a code unit in any code page.
     const std::size_t nRoom = 4 * std::char_traits<WCHAR>::length(text) + 1;

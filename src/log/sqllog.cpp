@@ -25,7 +25,7 @@ public:
     static bool IsWanted(const COrvLog& log, bool bFailed)
     {
         const unsigned nOptions = log.GetLogOpt();
-        return log.m_pHandler != nullptr &&
+        return log.Handler() != nullptr &&
                ((nOptions & (lqlSQL | lqlToDebugger)) != 0 || (bFailed && (nOptions & lqlErrors) != 0));
     }
 
@@ -87,7 +87,7 @@ private:
     {
         if (m_nOptions & lqlToDebugger)
             OutputDebugStringA(sText);
-        m_log.m_pHandler->Write(sText, 0, nullptr);
+        m_log.Write(sText, 0);
     }
 
     const COrvLog& m_log;
