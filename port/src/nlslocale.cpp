@@ -1,5 +1,7 @@
 #include "nlslocale.h"
 
+#include "codepage.h"
+
 #include <unicode/uloc.h>
 
 #include <cstdlib>
@@ -79,8 +81,11 @@ const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) no
 UINT AnsiCodePageOfEnvironment() noexcept
 {
     if (const char* sPage = std::getenv("ORVCOMTYPES_ACP"))
-        if (const unsigned long nPage = std::strtoul(sPage, nullptr, 10))
-            return static_cast<UINT>(nPage);
+    {
+        const auto nPage = static_cast<UINT>(std::strtoul(sPage, nullptr, 10));
+        if (nPage == CP_UTF8 || (nPage > CP_THREAD_ACP && CCodePage::Find(nPage)))
+            return nPage;
+    }
     char sName[ULOC_FULLNAME_CAPACITY];
     return PageOfLocale(EnvironmentLocale("LC_CTYPE", sName, sizeof sName));
 }
