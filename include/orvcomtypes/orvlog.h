@@ -21,8 +21,11 @@
 /// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix` and
 ///   assignment must not overlap other calls on the same object; `ReleaseLog` may, and drops what comes after
 ///   it. A forked child may go on logging; the lines queued at that moment are the parent's.
-/// Errors: "STRISEMPTY(sKeyName)" and "p != nullptr" from "COrvLog::InitRegLog" (source `orvlog`). Failures
-///   of the file go to the debugger output.
+/// Errors: source `orvlog`; "STRISEMPTY(sKeyName)" and "p != nullptr" (a program without extension) from
+///   "COrvLog::InitRegLog", "STRNOTEMPTY(sFileNameFormat) && pHandler != nullptr" from
+///   "CLogFileHandlerList::AddFileHandler", "sBuffer == nullptr || STRISEMPTY(sFileNameFormat)" and
+///   "hr == S_OK" (no data folder) from "CreateLogFileName", "p == nullptr" (a name without any folder) from
+///   "CreateDirRecursive". Failures of the file go to the debugger output.
 /// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023.
 ///
 ///     COrvLog log;
