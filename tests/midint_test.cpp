@@ -13,21 +13,19 @@ namespace
 CMIDINTArray Ids(std::initializer_list<unsigned> values)
 {
     CMIDINTArray ids;
-    for (const unsigned id : values)
-        ids.AddId(id);
+    ids.AddIds(static_cast<unsigned>(values.size()), values.begin());
     return ids;
-}
-
-std::vector<unsigned> Values(const CMIDINTArray& ids)
-{
-    return {ids.begin(), ids.end()};
 }
 
 using CValues = std::vector<unsigned>;
 
+CValues Values(const CMIDINTArray& ids)
+{
+    return {ids.begin(), ids.end()};
+}
+
 TEST(MidIntArray, OneFormOfAddIdsAppendsAndTheOtherReplaces)
 {
-    const unsigned aIds[] = {5, 6};
     CMIDINTArray ids = Ids({1});
     EXPECT_EQ(ids.AddId(2), 1U);
     EXPECT_EQ(ids.AddIds(Ids({5, 6})), 4U);
@@ -36,17 +34,8 @@ TEST(MidIntArray, OneFormOfAddIdsAppendsAndTheOtherReplaces)
     EXPECT_EQ(Values(ids), (CValues{1, 2, 5, 6, 1, 2, 5, 6}));
     ids.AddIds(3, ids.GetData() + 2);
     EXPECT_EQ(Values(ids), (CValues{5, 6, 1})) << "its own IDs";
-    ids.AddIds(2, aIds);
-    EXPECT_EQ(Values(ids), (CValues{5, 6}));
-    ids.AddIds(0, aIds);
+    ids.AddIds(0, ids.GetData());
     EXPECT_TRUE(ids.IsEmpty());
-}
-
-TEST(MidIntArray, IsTrueWithAnIdThatIsNotZero)
-{
-    EXPECT_FALSE(CMIDINTArray());
-    EXPECT_FALSE(Ids({0, 0}));
-    EXPECT_TRUE(Ids({0, 3}));
 }
 
 TEST(MidIntArray, FindsComparesAndRemoves)
@@ -55,9 +44,8 @@ TEST(MidIntArray, FindsComparesAndRemoves)
     EXPECT_TRUE(ids.IsExists(7) && !ids.IsExists(0));
     EXPECT_TRUE(ids.RemoveId(4) && !ids.RemoveId(5));
     EXPECT_TRUE(ids.IsEqual(Ids({7, 4})));
-    EXPECT_FALSE(ids.IsEqual(Ids({4, 7})));
-    EXPECT_FALSE(ids.IsEqual(Ids({7})));
-    EXPECT_TRUE(CMIDINTArray().IsEqual(CMIDINTArray()));
+    EXPECT_FALSE(ids.IsEqual(Ids({4, 7})) || ids.IsEqual(Ids({7})) || ids.IsEqual(Ids({7, 4, 0})));
+    EXPECT_TRUE(Ids({0, 3}) && !Ids({0, 0}) && !CMIDINTArray());
 }
 
 /// An array as ATL has it.
@@ -131,9 +119,8 @@ TEST(MidIntArray, Join)
     for (const auto& c : cases)
         EXPECT_EQ(std::basic_string<WCHAR>(c.m_ids.Join(ORVTEXT(','), c.m_sAppend)), c.m_sExpected);
     CMIDINTArray many;
-    many.AddMore(1000);
-    for (unsigned& id : many)
-        id = 4294967295;
+    const CValues values(1000, 4294967295);
+    many.AddIds(1000, values.data());
     EXPECT_EQ(many.Join(ORVTEXT(','), nullptr).GetLength(), 1000U * 11 - 1) << "fills its buffer";
 }
 
@@ -166,38 +153,34 @@ TEST(MidIntSet, KeepsEachIdThatIsNotZeroOnce)
     CReportCapture capture;
     CMIDINTSet set(Ids({0, 3, 3, 9}));
     set.AddIds(0, nullptr);
-    CMIDINTArray ids = Ids({77});
-    set.CopyTo(ids);
-    EXPECT_EQ(Values(ids), (CValues{3, 9})) << "what it held is gone";
-    EXPECT_NO_REPORTS(capture);
     EXPECT_EQ(set.Add(3), 3U);
     EXPECT_EQ(set.Add(4), 0U);
+    EXPECT_NO_REPORTS(capture);
     EXPECT_EQ(set.Add(0), 0U);
     EXPECT_REPORTS(capture, {{"::SetItem", "newItem == TItem(0)"}});
-
     CMIDINTSet other(std::move(set));
     set = CMIDINTSet(5);
+    CMIDINTArray ids = Ids({77});
+    other.CopyTo(ids);
+    EXPECT_EQ(Values(ids), (CValues{3, 4, 9})) << "what it held is gone";
     set.CopyTo(ids);
     EXPECT_TRUE(ids.IsEmpty());
-    other.CopyTo(ids);
-    EXPECT_EQ(Values(ids), (CValues{3, 4, 9}));
 }
 
-TEST(MidIntSet, BulkInsertionMakesRoomFirst)
+TEST(MidIntSet, BulkInsertionKeepsWhatIsThere)
 {
     CTestRandom random;
     CMIDINTSet set;
     std::set<unsigned> model;
+    CMIDINTArray ids;
     for (const unsigned nCount : {10U, 100U, 20000U, 7U, 50000U})
     {
-        CMIDINTArray ids;
+        ids.Clear();
         for (unsigned i = 0; i < nCount; ++i)
-            ids.AddId(random.UpTo(1000000));
+            ids.AddId(1 + random.UpTo(1000000));
         set.AddIds(ids);
         model.insert(ids.begin(), ids.end());
     }
-    model.erase(0);
-    CMIDINTArray ids;
     set.CopyTo(ids);
     ids.SortIds();
     EXPECT_TRUE(Values(ids) == CValues(model.begin(), model.end()));

@@ -20,7 +20,7 @@ public:
     }
     ~CCounted() { --s_nAlive; }
 
-    int Value() const { return *m_pValue; }
+    operator int() const { return *m_pValue; }
 
     inline static int s_nAlive = 0;
     /// The construction or assignment with this number, counted from 1, throws; 0: none.
