@@ -4,9 +4,15 @@
 /// operations of `CSimpleMarrayTreat`; the others replace what differs for objects, or for storage inside the
 /// array.
 ///
-/// Errors: a range past the size is reported and nothing is done for that call. Without memory the live
-/// elements are destroyed, the storage is released, count and pointer become empty, and `CLQMemoryExcept` is
-/// thrown.
+/// Errors: a range past the size is reported and nothing is done for that call:
+/// "fromIdx + iCount <= iSize" of plain elements and "fromIdx + iCount > iSize" of objects,
+/// "fromIdx + iCount > iSize || toIdx + iCount > iSize" when elements are moved,
+/// "lIdx >= iSize || rIdx == iSize" when they are exchanged.
+/// Storage that does not fit the count is reported and taken as it is:
+/// "(iSize == 0 && pElement == nullptr) || (iSize > 0 && pElement != nullptr)", and inside the array
+/// "iSize <= FixedSize" and "iSize > 0 && iSize <= FixedSize && iNewSize > FixedSize".
+/// Without memory the live elements are destroyed, the storage is released, count and pointer become empty,
+/// and `CLQMemoryExcept` is thrown.
 #pragma once
 
 #include "orvcomtypes/lqthrow.h"
