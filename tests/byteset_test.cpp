@@ -22,6 +22,7 @@ TEST(ByteSet, PackedArgumentsNameUpToFourItems)
     EXPECT_EQ(Items(set), (CItems{1, 2, 3}));
     set.AddItem(0x0200FF02);
     EXPECT_EQ(Items(set), (CItems{1, 2, 3, 255}));
+    EXPECT_EQ(set.GetCount(), 4U);
     set.RemoveItem(0x0200);
     set.RemoveItem(0x0200);
     set.RemoveItem(0);

@@ -34,6 +34,8 @@ TEST(MidIntArray, OneFormOfAddIdsAppendsAndTheOtherReplaces)
     EXPECT_EQ(Values(ids), (CValues{1, 2, 5, 6, 1, 2, 5, 6}));
     ids.AddIds(3, ids.GetData() + 2);
     EXPECT_EQ(Values(ids), (CValues{5, 6, 1})) << "its own IDs";
+    ids.AddIds(2, CValues{8, 9}.data());
+    EXPECT_EQ(Values(ids), (CValues{8, 9}));
     ids.AddIds(0, ids.GetData());
     EXPECT_TRUE(ids.IsEmpty());
 }
@@ -184,6 +186,12 @@ TEST(MidIntSet, BulkInsertionKeepsWhatIsThere)
     set.CopyTo(ids);
     ids.SortIds();
     EXPECT_TRUE(Values(ids) == CValues(model.begin(), model.end()));
+
+    CMIDINTSet growing(Ids({1}));
+    for (unsigned id = 2; id <= 1000; ++id)
+        growing.Add(id);
+    growing.CopyTo(ids);
+    EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end())) << "there are more buckets than IDs";
 }
 
 } // namespace

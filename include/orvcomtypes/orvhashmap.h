@@ -7,12 +7,12 @@
 ///
 /// Ownership: the map owns its storage; values are copied.
 /// Thread safety: none; callers serialise access.
-/// Errors: 0 is the empty marker: adding it is reported ("newItem == TItem(0)") and refused. Also reported are
-/// `EnableRehash` without `DisableRehash` ("m_RehashLockCnt > 0"), going on from a value that is not stored
-/// ("pNode->data != TItem(0)"; the result is 0), a value that a callback of `RemoveAllCallback` set to 0
-/// ("data != TItem(0)"), making a table twice ("m_pStorage == nullptr"), and a table that lost values on the
-/// way into another ("m_nSize == pNew->m_nSize"). Without memory `CLQMemoryExcept` is thrown and the values
-/// stay.
+/// Errors: 0 is the empty marker: adding it is reported ("newItem == TItem(0)") and refused. Reported are
+/// also `EnableRehash` without `DisableRehash` ("m_RehashLockCnt > 0"), going on from a value that is not
+/// stored ("pNode->data != TItem(0)"; the result is 0), a value that a callback of `RemoveAllCallback` set
+/// to 0 ("data != TItem(0)"), making a table twice ("m_pStorage == nullptr"), and values that were lost when
+/// a table was made anew ("m_nSize == pNew->m_nSize"). Without memory `CLQMemoryExcept` is thrown and the
+/// values stay.
 /// Units: counts are values.
 ///
 ///     OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> ids(1000);
