@@ -134,7 +134,7 @@ public:
     static void ORVCALL FreeDataChain();
 
     /// An empty pool guarded by \p pLock, which outlives it.
-    explicit CPlexAlloc(Lock* pLock) noexcept : m_pHead(nullptr), m_pLock(pLock) {}
+    explicit constexpr CPlexAlloc(Lock* pLock) noexcept : m_pHead(nullptr), m_pLock(pLock) {}
     CPlexAlloc(const CPlexAlloc&) = delete;
     CPlexAlloc& operator=(const CPlexAlloc&) = delete;
 
@@ -155,16 +155,20 @@ private:
     static constexpr auto kFreeItem = JoinTexts(kTypeName.m_sText, "::FreeItem");
     static constexpr auto kFreeDataChain = JoinTexts(kTypeName.m_sText, "::FreeDataChain");
 
-    static bool CreatePool();
+    static bool OpenPool();
     [[noreturn]] static void ThrowExhausted();
     CPlexChain* DetachChains();
 
     static inline Lock s_lock;
-    static inline std::atomic<CPlexAlloc*> s_pPool = nullptr;
+    static CPlexAlloc s_pool;
+    static inline std::atomic<CPlexAlloc*> s_pPool = nullptr; ///< s_pool while it is in use
 
     CPlexChain* m_pHead;
     Lock* m_pLock;
 };
+
+template <class T, unsigned N, class Lock>
+constinit CPlexAlloc<T, N, Lock> CPlexAlloc<T, N, Lock>::s_pool{&s_lock};
 
 template <class T, unsigned N, class Lock>
 T* CPlexAlloc<T, N, Lock>::AllocateItem()
@@ -173,7 +177,7 @@ T* CPlexAlloc<T, N, Lock>::AllocateItem()
     {
         if (CPlexAlloc* pPool = s_pPool.load(std::memory_order_acquire)) [[likely]]
             return pPool->GetFreeItem();
-        CreatePlexed(CreatePool, FreeDataChain);
+        CreatePlexed(OpenPool, FreeDataChain);
     }
 }
 
@@ -185,28 +189,18 @@ void CPlexAlloc<T, N, Lock>::ReleaseItem(T* pItem)
 }
 
 template <class T, unsigned N, class Lock>
-bool CPlexAlloc<T, N, Lock>::CreatePool()
+bool CPlexAlloc<T, N, Lock>::OpenPool()
 {
     CLockGuard<Lock> guard(&s_lock);
-    if (s_pPool.load(std::memory_order_relaxed) != nullptr)
-        return false;
-    auto* pPool = new (std::nothrow) CPlexAlloc(&s_lock);
-    if (pPool == nullptr)
-        ThrowExhausted();
-    s_pPool.store(pPool, std::memory_order_release);
-    return true;
+    return s_pPool.exchange(&s_pool, std::memory_order_release) == nullptr;
 }
 
 template <class T, unsigned N, class Lock>
 void CPlexAlloc<T, N, Lock>::FreeDataChain()
 {
     CLockGuard<Lock> guard(&s_lock);
-    CPlexAlloc* pPool = s_pPool.load(std::memory_order_relaxed);
-    if (pPool == nullptr)
-        return;
-    TakeDownPlexChains(pPool->DetachChains(), kLayout, kFreeDataChain.m_sText);
-    s_pPool.store(nullptr, std::memory_order_relaxed);
-    delete pPool;
+    if (CPlexAlloc* pPool = s_pPool.exchange(nullptr, std::memory_order_relaxed))
+        TakeDownPlexChains(pPool->DetachChains(), kLayout, kFreeDataChain.m_sText);
 }
 
 template <class T, unsigned N, class Lock>
@@ -225,7 +219,11 @@ T* CPlexAlloc<T, N, Lock>::GetFreeItem()
     if (m_pHead == nullptr || m_pHead->pFree == nullptr) [[unlikely]]
     {
         if (!AddPlexChain(m_pHead, kLayout))
+        {
+            // The exception is logged, and a thread that logs may wait for this lock.
+            guard.Unlock();
             ThrowExhausted();
+        }
     }
     if (m_pHead->pFree == nullptr || m_pHead->pFree->PrevWrp != nullptr) [[unlikely]]
     {
