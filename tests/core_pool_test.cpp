@@ -1,8 +1,9 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/octalloc.h"
-#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvlog.h"
 #include "support/child_process.h"
 #include "support/report_capture.h"
+#include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
 
@@ -206,8 +207,11 @@ TEST(PlexAlloc, ThrowsWhenTheHeapIsExhaustedAndReleasesTheLock)
 {
     static CPoolOf<CHuge, kHugeCount> s_pool;
     CReportCapture capture;
+    // Who is told about the exception may need the lock in another thread.
+    RegisterExceptionLogger([](const void*, const char*) { std::thread([] { s_pool.Chains(); }).join(); });
     EXPECT_THROW(s_pool.Take(), CLQMemoryExcept);
     std::thread([] { EXPECT_THROW(s_pool.Take(), CLQMemoryExcept); }).join();
+    RegisterExceptionLogger(nullptr);
     EXPECT_EQ(0u, s_pool.Chains());
     EXPECT_REPORTS(capture,
                    {{"::GetFreeItem", "p == nullptr", "", "plexalloc"}, {"::GetFreeItem", "p == nullptr"}});
@@ -294,8 +298,14 @@ TEST(PlexTeardown, FinalReleaseMarksTheWholeChainFree)
     EXPECT_NO_REPORTS(capture);
 }
 
-ORV_CHILD(UseStrings)
+/// Argument: a log file.
+ORV_CHILD(UseStringsAndLog)
 {
+    const std::filesystem::path log(args.at(0));
+    InitFileProcessLogger(log.string<WCHAR>().c_str(), lqlErrors);
+    for (int i = 0; i < 100; ++i)
+        GetProcessLogger()->LogOpt(lqlErrors, "line %d", i);
+    ReleaseProcessLogger();
     std::vector<COrvStr> texts;
     for (unsigned i = 0; i < 6000; ++i)
         texts.emplace_back(std::basic_string<WCHAR>(i % 500, ORVTEXT('x')).c_str());
@@ -308,8 +318,10 @@ ORV_CHILD(UseStrings)
 TEST(PlexTeardown, LeavesNothingOfWhatWasGivenBack)
 {
     // What is left would be found by the leak check of the sanitizer build, at the end of the child.
+    // A chain that something still uses is reported.
     CReportCapture capture;
-    const auto result = CChildProcess("UseStrings").Wait();
+    const CTempDir dir;
+    const auto result = CChildProcess("UseStringsAndLog", {(dir / "a.log").string()}).Wait();
     EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
     EXPECT_NO_REPORTS(capture);
 }

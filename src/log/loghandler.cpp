@@ -248,10 +248,13 @@ bool CLogFileInnerHandler::Flush(CLogWriter& writer, CBatch& batch)
 void CLogFileInnerHandler::Stop(bool bUnloading)
 {
     CRun* pRun;
+    // Goes back to its pool outside the lock; what stays of the handler must not keep a chain of the pool.
+    COrvStr sFormat;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         if (m_bStop.exchange(true))
             return;
+        std::swap(sFormat, m_sFormat);
         // The thread of another process, from which this one was forked, does its own work there.
         if (m_pRun->m_dwProcessId != GetCurrentProcessId())
             return;

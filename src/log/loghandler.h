@@ -73,7 +73,7 @@ private:
     CRun* m_pRun = nullptr;
     std::atomic<bool> m_bStop = false;
     LONG volatile m_nReferences = 0;
-    const COrvStr m_sFormat;
+    COrvStr m_sFormat; ///< empty when the handler has been stopped
 };
 
 class CLogFileHandlerList
