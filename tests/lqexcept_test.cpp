@@ -27,6 +27,16 @@ public:
     LQExcCategory GetCategory() const override { return static_cast<LQExcCategory>(12); }
 };
 
+static_assert(std::is_nothrow_move_constructible_v<CLQMemoryExcept>, "thrown where memory is missing");
+
+HMODULE ModuleAt(const void* pAddress)
+{
+    HMODULE hModule = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       static_cast<LPCWSTR>(pAddress), &hModule);
+    return hModule;
+}
+
 const void* g_pAddress = nullptr;
 std::string g_sText;
 
@@ -137,6 +147,7 @@ TEST(Throw, TellsTheExceptionLogger)
         EXPECT_EQ(26006u, e.GetMessages().Last().GetResId());
     }
     EXPECT_EQ("Exception of type \"CLQInvalidargExcept\" occurred.", g_sText);
+    EXPECT_EQ(ModuleAt(&g_pAddress), ModuleAt(g_pAddress)); // this program threw, not the library
     EXPECT_EQ(std::string::npos, debugger.Take().find("occurred"));
     EXPECT_EQ(nullptr, RegisterExceptionLogger(nullptr));
 

@@ -50,6 +50,9 @@ public:
     CLQExcept(LONG iCode, unsigned uResId, const LQSrcLocation& location);
     CLQExcept(const CLQExcept&) = default;
     CLQExcept& operator=(const CLQExcept&) = default;
+    /// Needs no memory, so that an exception can be thrown when there is none.
+    CLQExcept(CLQExcept&&) = default;
+    CLQExcept& operator=(CLQExcept&&) = default;
     virtual ~CLQExcept();
 
     virtual LQExcCategory GetCategory() const;

@@ -23,6 +23,7 @@
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/orvtime.h"
 
+#include <utility>
 #include <vector>
 
 namespace OCT
@@ -97,7 +98,15 @@ class ORV_API CLQMessages
 public:
     CLQMessages() noexcept : m_pMessages(nullptr) {}
     CLQMessages(const CLQMessages& messages);
-    CLQMessages& operator=(const CLQMessages& messages);
+    /// Leaves \p messages empty.
+    CLQMessages(CLQMessages&& messages) noexcept : m_pMessages(std::exchange(messages.m_pMessages, nullptr))
+    {
+    }
+    CLQMessages& operator=(CLQMessages messages) noexcept
+    {
+        std::swap(m_pMessages, messages.m_pMessages);
+        return *this;
+    }
     ~CLQMessages();
 
     void Add(LONG iCode, unsigned uResId, const WCHAR* p1 = nullptr, const WCHAR* p2 = nullptr,

@@ -4,13 +4,11 @@
 
 #include "utf.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
 
-#include <execinfo.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -60,15 +58,4 @@ void OutputDebugStringW(LPCWSTR lpOutputString) noexcept
     {
         // Running out of memory is told here too, and must not end the process.
     }
-}
-
-WORD CaptureStackBackTrace(DWORD FramesToSkip, DWORD FramesToCapture, PVOID* BackTrace,
-                           std::nullptr_t) noexcept
-{
-    void* addresses[64];
-    const auto nFrames = static_cast<DWORD>(backtrace(addresses, 64));
-    const DWORD dwSkip = FramesToSkip + 1; // this function
-    const DWORD dwCount = nFrames > dwSkip ? std::min(nFrames - dwSkip, FramesToCapture) : 0;
-    std::copy_n(addresses + std::min(dwSkip, nFrames), dwCount, BackTrace);
-    return static_cast<WORD>(dwCount);
 }

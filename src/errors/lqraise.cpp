@@ -15,15 +15,6 @@ constinit thread_local bool t_bThrowing = false;
 
 std::atomic<LQExceptionLogger> g_fnExceptionLogger = nullptr;
 
-/// Where the function that throws was called.
-const void* CallSite()
-{
-    constexpr DWORD dwOwnFrames = 3; // this one, AnnounceThrow and the thrower
-    PVOID pAddress = nullptr;
-    CaptureStackBackTrace(dwOwnFrames, 1, &pAddress, nullptr);
-    return pAddress;
-}
-
 } // namespace
 
 namespace OCT
@@ -36,7 +27,7 @@ CThrowScope::~CThrowScope()
     t_bThrowing = m_bNested;
 }
 
-void AnnounceThrow(const CLQExcept& e, const char* sTypeName) noexcept
+void AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddress) noexcept
 {
     try
     {
@@ -47,7 +38,6 @@ void AnnounceThrow(const CLQExcept& e, const char* sTypeName) noexcept
         // The exception on its way matters more than the line about it.
     }
     Sleep(kPauseMilliseconds);
-    const void* pAddress = CallSite();
     char sText[1024 + 1];
     if (const LQExceptionLogger fnLogger = g_fnExceptionLogger.load(std::memory_order_acquire))
     {

@@ -23,17 +23,18 @@ private:
 };
 
 /// Tells the process logger, then the exception logger or the debugger, what is about to be thrown.
-void AnnounceThrow(const CLQExcept& e, const char* sTypeName) noexcept;
+void AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddress) noexcept;
 
-/// Makes, announces and throws an exception. Inside of another throw it is thrown without an announcement.
+/// Makes, announces and throws an exception on behalf of who called from \p pAddress. Inside of another throw
+/// it is thrown without an announcement.
 template <class Except, class... Args>
-[[noreturn]] void Raise(const char* sTypeName, const Args&... args)
+[[noreturn]] void Raise(const char* sTypeName, const void* pAddress, const Args&... args)
 {
     const CThrowScope scope;
-    const Except e(args...);
+    Except e(args...);
     if (!scope.IsNested())
-        AnnounceThrow(e, sTypeName);
-    throw e;
+        AnnounceThrow(e, sTypeName, pAddress);
+    throw e; // moved: a copy would need memory, which may be what is missing
 }
 
 } // namespace OCT

@@ -1,6 +1,7 @@
 #include "orvcomtypes/lqthrow.h"
 
 #include "errors/lqraise.h"
+#include "returnaddress.h"
 
 #include <new>
 
@@ -10,10 +11,12 @@ void ORVCALL LQThrowMemory(const LQSrcLocation& location)
     // exception.
     if (OCT::CThrowScope().IsNested())
         throw std::bad_alloc();
-    OCT::Raise<CLQMemoryExcept>("CLQMemoryExcept", GetErrorMessResId(lqeMemory, 0), location);
+    OCT::Raise<CLQMemoryExcept>("CLQMemoryExcept", PortReturnAddress(), GetErrorMessResId(lqeMemory, 0),
+                                location);
 }
 
 void ORVCALL LQThrowInvalidArg(const LQSrcLocation& location)
 {
-    OCT::Raise<CLQInvalidargExcept>("CLQInvalidargExcept", GetErrorMessResId(lqeInvalidarg, 0), location);
+    OCT::Raise<CLQInvalidargExcept>("CLQInvalidargExcept", PortReturnAddress(),
+                                    GetErrorMessResId(lqeInvalidarg, 0), location);
 }

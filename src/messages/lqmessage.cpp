@@ -323,13 +323,6 @@ COrvStr CLQMessage::Format(const WCHAR* sFormat) const
 
 CLQMessages::CLQMessages(const CLQMessages& messages) : m_pMessages(CopyOf(messages.m_pMessages)) {}
 
-CLQMessages& CLQMessages::operator=(const CLQMessages& messages)
-{
-    CLQMessages copy(messages);
-    std::swap(m_pMessages, copy.m_pMessages);
-    return *this;
-}
-
 CLQMessages::~CLQMessages()
 {
     delete m_pMessages;

@@ -7,8 +7,3 @@
 
 void OutputDebugStringA(LPCSTR lpOutputString) noexcept;
 void OutputDebugStringW(LPCWSTR lpOutputString) noexcept;
-
-/// Return addresses of the running thread, without those of the first \p FramesToSkip functions, the caller
-/// being the first of them. How many were stored; none where the stack cannot be walked. There is no hash.
-WORD CaptureStackBackTrace(DWORD FramesToSkip, DWORD FramesToCapture, PVOID* BackTrace,
-                           std::nullptr_t BackTraceHash) noexcept;
