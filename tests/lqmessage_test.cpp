@@ -78,6 +78,17 @@ TEST(Message, FormatsResources)
     EXPECT_REPORTS(capture, {{"CLQMessage::Format", "sFormat.IsEmpty()", "2999", "lqmessage"}});
 }
 
+TEST(Message, ReadsNoArgumentThatIsNotThere)
+{
+    CReportCapture capture;
+    const CLQMessage message(0, 0, ORVTEXT("a"));
+    EXPECT_EQ(ORVTEXT("a||"), TextOf(message.Format(ORVTEXT("%1|%2|%99"))));
+    // Stars take texts for numbers, which are far too large.
+    EXPECT_TRUE(TextOf(message.Format(ORVTEXT("%99!*.*s!"))).starts_with(ORVTEXT("Internal error")));
+    EXPECT_EQ(ORVTEXT(""), TextOf(message.Format(static_cast<const WCHAR*>(nullptr))));
+    EXPECT_NO_REPORTS(capture);
+}
+
 TEST(Message, ListsParameters)
 {
     const CCurrentLanguage language;

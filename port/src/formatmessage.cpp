@@ -153,12 +153,13 @@ bool CExpansion::ParseInsertFormat(View field, CInsertFormat& format, unsigned& 
         field.remove_prefix(bStarts ? text.size() : 0);
         return bStarts;
     };
+    constexpr int nMost = 10000;
     const auto number = [&] {
         if (starts(u"*"))
-            return static_cast<int>(m_pArguments[nArgument++]);
+            return std::clamp(static_cast<int>(m_pArguments[nArgument++]), -nMost, nMost);
         int n = 0;
         for (; !field.empty() && field.front() >= u'0' && field.front() <= u'9'; field.remove_prefix(1))
-            n = std::min(n * 10 + (field.front() - u'0'), 10000);
+            n = std::min(n * 10 + (field.front() - u'0'), nMost);
         return n;
     };
     for (; !field.empty() && View(u"-0+ #").find(field.front()) != View::npos; field.remove_prefix(1))

@@ -31,8 +31,9 @@ namespace
 
 constexpr unsigned kMissingResource = 26004;
 constexpr unsigned kReferencedParams = 10;
-/// Places up to %99 can stand in a format; none may read outside the array.
-constexpr unsigned kPlaces = 99;
+/// Places up to %99 can stand in a format, and each may take two more for "*"; none may read outside the
+/// array.
+constexpr unsigned kPlaces = 99 + 2;
 constexpr unsigned kFormattedSize = 1000;
 /// ERROR_NO_WORK_DONE, for which not every SDK has a name: the formatter's way to say that the text is empty.
 constexpr DWORD kNoWorkDone = 235;
