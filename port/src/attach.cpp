@@ -7,6 +7,8 @@
 // tidy up as at an unload.
 #include <windows.h>
 
+#include "registryapi.h"
+
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
 
 namespace
@@ -22,7 +24,12 @@ HMODULE OwnModule()
 
 struct CAttachment
 {
-    CAttachment() { DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr); }
+    CAttachment()
+    {
+        DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr);
+        // What the library read at attach does not count as the program's first access.
+        OrvPort::ForgetHiveFiles();
+    }
     CAttachment(const CAttachment&) = delete;
     CAttachment& operator=(const CAttachment&) = delete;
     ~CAttachment() { DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr); }

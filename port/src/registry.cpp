@@ -89,6 +89,7 @@ public:
     /// Gives the key the values that stand in for those of a file, when it is one that has such and is only
     /// read.
     bool Serve(CRegKey& key) const;
+    void ForgetFiles();
     void LockAll();
     void UnlockAll();
 
@@ -103,8 +104,8 @@ private:
 };
 
 CRegistry::CRegistry()
-    : m_user(u"HKEY_CURRENT_USER", u"HKCU", UserHiveFile(), true),
-      m_machine(u"HKEY_LOCAL_MACHINE", u"HKLM", MachineHiveFile(), false),
+    : m_user(u"HKEY_CURRENT_USER", u"HKCU", UserHiveFile, true),
+      m_machine(u"HKEY_LOCAL_MACHINE", u"HKLM", MachineHiveFile, false),
       m_pUserKey(std::make_shared<CRegKey>(CRegKey{&m_user, {}, KEY_ALL_ACCESS, {}})),
       m_pMachineKey(std::make_shared<CRegKey>(CRegKey{&m_machine, {}, KEY_ALL_ACCESS, {}}))
 {
@@ -159,7 +160,12 @@ bool CRegistry::Serve(CRegKey& key) const
     return !key.m_served.empty();
 }
 
-/// Frees what can be read again.
+void CRegistry::ForgetFiles()
+{
+    m_user.ForgetFile();
+    m_machine.ForgetFile();
+}
+
 void CRegistry::LockAll()
 {
     m_lock.lock();
@@ -275,6 +281,11 @@ LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBY
     if (!data.empty())
         std::memcpy(lpData, data.data(), data.size());
     return ERROR_SUCCESS;
+}
+
+void ForgetHiveFiles() noexcept
+{
+    CRegistry::Get().ForgetFiles();
 }
 
 } // namespace OrvPort

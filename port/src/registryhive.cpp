@@ -127,6 +127,19 @@ CRegHive::CStamp::CStamp(const struct stat& status)
 {
 }
 
+void CRegHive::ChooseFile()
+{
+    if (m_sFile.empty())
+        m_sFile = m_fnFile();
+}
+
+void CRegHive::ForgetFile()
+{
+    const std::lock_guard guard(m_lock);
+    m_sFile.clear();
+    m_bTrusted = false;
+}
+
 LSTATUS CRegHive::Refresh()
 {
     struct stat status;
@@ -169,6 +182,7 @@ void CRegHive::ReportBadLine(unsigned nLine, CRegView sText) const
 LSTATUS CRegHive::Write(const std::function<LSTATUS(CRegDocument&, bool& bChanged)>& change)
 {
     const std::lock_guard guard(m_lock);
+    ChooseFile();
     const std::string sTarget = ResolveLinks(m_sFile);
     MakeFolders(FolderOf(sTarget), m_bPrivate ? 0700 : 0755);
     // The lock has a file of its own, because the hive's own file is replaced. It is never removed: a process

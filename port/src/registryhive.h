@@ -17,8 +17,8 @@ class CRegHive
 {
 public:
     /// \p bPrivate: a file or folder that has to be made is for its owner only.
-    CRegHive(CRegView sRoot, CRegView sShortRoot, std::string sFile, bool bPrivate)
-        : m_document(sRoot, sShortRoot), m_sFile(std::move(sFile)), m_bPrivate(bPrivate)
+    CRegHive(CRegView sRoot, CRegView sShortRoot, std::string (*fnFile)(), bool bPrivate)
+        : m_document(sRoot, sShortRoot), m_fnFile(fnFile), m_bPrivate(bPrivate)
     {
     }
 
@@ -27,6 +27,7 @@ public:
     LSTATUS Read(Fn&& read)
     {
         const std::lock_guard guard(m_lock);
+        ChooseFile();
         const LSTATUS lStatus = Refresh();
         return lStatus != ERROR_SUCCESS ? lStatus : read(std::as_const(m_document));
     }
@@ -34,6 +35,9 @@ public:
     /// Runs `LSTATUS change(CRegDocument&, bool& bChanged)` and stores the result when it succeeded and
     /// changed something.
     LSTATUS Write(const std::function<LSTATUS(CRegDocument&, bool& bChanged)>& change);
+
+    /// Makes the next access choose the file anew.
+    void ForgetFile();
 
     /// Around fork: no other thread may be inside while the process is copied.
     std::mutex& Lock() { return m_lock; }
@@ -53,6 +57,7 @@ private:
         bool operator==(const CStamp&) const = default;
     };
 
+    void ChooseFile();
     LSTATUS Refresh();
     LSTATUS Load();
     LSTATUS Replace(const std::string& sTarget);
@@ -62,7 +67,8 @@ private:
 
     std::mutex m_lock;
     CRegDocument m_document;
-    std::string m_sFile;
+    std::string (*m_fnFile)();
+    std::string m_sFile; ///< chosen at the first access
     bool m_bPrivate;
     bool m_bTrusted = false; ///< the document is what the stamp stands for
     CStamp m_stamp;
