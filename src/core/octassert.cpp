@@ -2,6 +2,7 @@
 
 #include "core/fixedline.h"
 
+#include <algorithm>
 #include <string_view>
 
 // A report must be possible from anywhere: under any lock, without memory, in static destructors. So it uses
@@ -131,7 +132,8 @@ bool FindDefaultDirectory(CPath& directory)
 void AppendProgramName(CPath& path)
 {
     WCHAR sBuffer[kValueSize];
-    std::basic_string_view<WCHAR> name(sBuffer, GetModuleFileNameW(nullptr, sBuffer, kValueSize));
+    const DWORD dwLength = std::min(GetModuleFileNameW(nullptr, sBuffer, kValueSize), kValueSize - 1);
+    std::basic_string_view<WCHAR> name(sBuffer, dwLength);
     name = name.substr(name.find_last_of(ORVTEXT("/\\")) + 1);
     path.Append(name.substr(0, name.rfind(ORVTEXT('.'))));
 }
