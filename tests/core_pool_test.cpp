@@ -84,6 +84,18 @@ private:
     OCT::CPlexAlloc<T, N> m_pool{&m_lock};
 };
 
+CPoolOf<CHuge, kHugeCount>& HugePool()
+{
+    static CPoolOf<CHuge, kHugeCount> s_pool;
+    return s_pool;
+}
+
+/// Who is told about an exception may need the pool in another thread.
+void ORVCALL LookElsewhere(const void*, const char*)
+{
+    std::thread([] { HugePool().Chains(); }).join();
+}
+
 } // namespace
 
 TEST(PlexAlloc, HandsOutAChainInAddressOrderAndTheLatestFreedFirst)
@@ -205,14 +217,12 @@ TEST(PlexAlloc, ReportsANullItem)
 
 TEST(PlexAlloc, ThrowsWhenTheHeapIsExhaustedAndReleasesTheLock)
 {
-    static CPoolOf<CHuge, kHugeCount> s_pool;
     CReportCapture capture;
-    // Who is told about the exception may need the lock in another thread.
-    RegisterExceptionLogger([](const void*, const char*) { std::thread([] { s_pool.Chains(); }).join(); });
-    EXPECT_THROW(s_pool.Take(), CLQMemoryExcept);
-    std::thread([] { EXPECT_THROW(s_pool.Take(), CLQMemoryExcept); }).join();
+    RegisterExceptionLogger(LookElsewhere);
+    EXPECT_THROW(HugePool().Take(), CLQMemoryExcept);
+    std::thread([] { EXPECT_THROW(HugePool().Take(), CLQMemoryExcept); }).join();
     RegisterExceptionLogger(nullptr);
-    EXPECT_EQ(0u, s_pool.Chains());
+    EXPECT_EQ(0u, HugePool().Chains());
     EXPECT_REPORTS(capture,
                    {{"::GetFreeItem", "p == nullptr", "", "plexalloc"}, {"::GetFreeItem", "p == nullptr"}});
 }

@@ -169,14 +169,8 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 
 void CLogFileInnerHandler::GetFileName(COrvStr& name)
 {
-    COrvStr sName;
-    {
-        const OCT::CCritSectGuard guard(&m_lock);
-        if (m_pRun != nullptr)
-            sName = m_pRun->m_writer.File().Name();
-    }
-    // The caller's former text goes back to its pool here: whoever holds a pool's lock may log.
-    name = sName;
+    const OCT::CCritSectGuard guard(&m_lock);
+    name = m_pRun != nullptr ? m_pRun->m_writer.File().Name() : COrvStr();
 }
 
 void CLogFileInnerHandler::AddRef()
@@ -248,13 +242,11 @@ bool CLogFileInnerHandler::Flush(CLogWriter& writer, CBatch& batch)
 void CLogFileInnerHandler::Stop(bool bUnloading)
 {
     CRun* pRun;
-    // Goes back to its pool outside the lock; what stays of the handler must not keep a chain of the pool.
-    COrvStr sFormat;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         if (m_bStop.exchange(true))
             return;
-        std::swap(sFormat, m_sFormat);
+        m_sFormat.Clear(); // or what stays of the handler would keep a chain of the pool
         // The thread of another process, from which this one was forked, does its own work there.
         if (m_pRun->m_dwProcessId != GetCurrentProcessId())
             return;
