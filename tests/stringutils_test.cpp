@@ -1,10 +1,13 @@
 // The conversions between UTF-16, code pages and UTF-8.
+#include "support/child_process.h"
 #include "support/report_capture.h"
+#include "support/test_environment.h"
 
 #include "orvcomtypes/stringutils.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <random>
@@ -397,6 +400,26 @@ TEST(Conversions, AClaimOfEndlessRoomWritesTheResultOnly)
     }
 }
 
+ORV_CHILD(ConvertByAnsiCodePage)
+{
+    if (GetACP() != CP_UTF8)
+        return 1;
+    char aNarrow[16];
+    WCHAR aWide[16];
+    const bool bEncodes = UnicodeToANSI(ORVTEXT("a\u20AC\u00E9"), aNarrow, 16, CP_ACP) == 6;
+    const bool bDecodes = ANSIToUnicode(aNarrow, aWide, 16, CP_ACP) == 3;
+    return bEncodes && bDecodes && CWide(ORVTEXT("a\u20AC\u00E9")) == aWide ? 0 : 2;
+}
+
+TEST(Conversions, TheAnsiCodePageMayBeUtf8)
+{
+    const CVariableGuard page("ORVCOMTYPES_ACP", "65001");
+    const int nResult = CChildProcess("ConvertByAnsiCodePage").Wait().m_iExitCode;
+    if (nResult == 1)
+        GTEST_SKIP() << "the system does not let its ANSI code page be chosen";
+    EXPECT_EQ(0, nResult);
+}
+
 TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
 {
     CReportCapture capture;
@@ -420,67 +443,111 @@ TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
     EXPECT_NO_REPORTS(capture);
 }
 
+namespace
+{
+
+// What is refused before anything is read, so the units may stand for bytes.
+struct CArguments
+{
+    const WCHAR* m_pFrom;
+    const WCHAR* m_pTo;
+    WCHAR* m_pDest;
+    unsigned m_cchDest;
+    unsigned m_nPage;
+
+    const char* From() const { return reinterpret_cast<const char*>(m_pFrom); }
+    const char* To() const { return reinterpret_cast<const char*>(m_pTo); }
+    char* Dest() const { return reinterpret_cast<char*>(m_pDest); }
+};
+
+struct CFunction
+{
+    const char* m_sName;
+    const char* m_sSource;
+    const char* m_sRest; ///< of the condition, behind the destination
+    bool m_bWide;        ///< the destination
+    int (*m_Call)(const CArguments&);
+
+    bool IsRange() const { return m_sSource[4] == 'F'; }
+    bool RefusesUtf8() const { return std::string(m_sRest).find("CP_UTF8") != std::string::npos; }
+    std::string Condition() const
+    {
+        return std::string(m_sSource) + " == nullptr || " +
+               (IsRange() ? "pSrcTo == nullptr || pSrcFrom > pSrcTo || " : "") + "pDest == nullptr || " +
+               m_sRest;
+    }
+};
+
+using A = const CArguments&;
+
+constexpr CFunction c_aFunctions[] = {
+    {"UnicodeToANSI", "pSrc", "cchDest < 2 || destCodePage == CP_UTF8", false,
+     [](A a) { return UnicodeToANSI(a.m_pFrom, a.Dest(), a.m_cchDest, a.m_nPage); }},
+    {"ANSIToUnicode", "pSrc", "cchDest < 2 || srcCodePage == CP_UTF8", true,
+     [](A a) { return ANSIToUnicode(a.From(), a.m_pDest, a.m_cchDest, a.m_nPage); }},
+    {"UnicodeToUTF8", "pSrc", "cbDest < 2", false,
+     [](A a) { return UnicodeToUTF8(a.m_pFrom, a.Dest(), a.m_cchDest); }},
+    {"UTF8ToUnicode", "pSrc", "cchDest < 2", true,
+     [](A a) { return UTF8ToUnicode(a.From(), a.m_pDest, a.m_cchDest); }},
+    {"ANSIToUTF8", "pSrc", "cbDest < 2", false,
+     [](A a) { return ANSIToUTF8(a.From(), a.Dest(), a.m_cchDest, a.m_nPage); }},
+    {"UTF8ToANSI", "pSrc", "cchDest < 2", false,
+     [](A a) { return UTF8ToANSI(a.From(), a.Dest(), a.m_cchDest, a.m_nPage); }},
+    {"UnicodeToANSIEx", "pSrcFrom", "cchDest < 2 || destCodePage == CP_UTF8", false,
+     [](A a) { return UnicodeToANSIEx(a.m_pFrom, a.m_pTo, a.Dest(), a.m_cchDest, a.m_nPage); }},
+    {"ANSIToUnicodeEx", "pSrcFrom", "cchDest < 2 || srcCodePage == CP_UTF8", true,
+     [](A a) { return ANSIToUnicodeEx(a.From(), a.To(), a.m_pDest, a.m_cchDest, a.m_nPage); }},
+    {"UnicodeToUTF8Ex", "pSrcFrom", "cbDest < 2", false,
+     [](A a) { return UnicodeToUTF8Ex(a.m_pFrom, a.m_pTo, a.Dest(), a.m_cchDest); }},
+    {"UTF8ToUnicodeEx", "pSrcFrom", "cchDest < 2", true,
+     [](A a) { return UTF8ToUnicodeEx(a.From(), a.To(), a.m_pDest, a.m_cchDest); }},
+    {"ANSIToUTF8Ex", "pSrcFrom", "cchDest < 2", false,
+     [](A a) { return ANSIToUTF8Ex(a.From(), a.To(), a.Dest(), a.m_cchDest, a.m_nPage); }},
+    {"UTF8ToANSIEx", "pSrcFrom", "cchDest < 2", false,
+     [](A a) { return UTF8ToANSIEx(a.From(), a.To(), a.Dest(), a.m_cchDest, a.m_nPage); }},
+};
+
+} // namespace
+
 TEST(Conversions, RefuseAndReportBadArguments)
 {
-    struct CRow
+    static const WCHAR c_aText[] = ORVTEXT("text");
+    WCHAR aDest[8];
+    enum class EFor
     {
-        const char* m_sFunction;
-        const char* m_sCondition;
-        std::function<int(char*, WCHAR*)> m_Call;
+        All,
+        Ranges,
+        NoUtf8
     };
-    static const WCHAR* const c_pWide = ORVTEXT("ab");
-    static const char* const c_pNarrow = "ab";
-    constexpr const char* c_sRange =
-        "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
-        "cchDest < 2";
-    const std::string sToAnsi = std::string(c_sRange) + " || destCodePage == CP_UTF8";
-    const std::string sFromAnsi = std::string(c_sRange) + " || srcCodePage == CP_UTF8";
-    const CRow c_aRows[] = {
-        {"UnicodeToANSI", "pSrc == nullptr || pDest == nullptr || cchDest < 2 || destCodePage == CP_UTF8",
-         [](char* p, WCHAR*) { return UnicodeToANSI(c_pWide, p, 8, CP_UTF8); }},
-        {"UnicodeToANSI", "pSrc == nullptr || pDest == nullptr || cchDest < 2 || destCodePage == CP_UTF8",
-         [](char* p, WCHAR*) { return UnicodeToANSI(nullptr, p, 8, 0); }},
-        {"ANSIToUnicode", "pSrc == nullptr || pDest == nullptr || cchDest < 2 || srcCodePage == CP_UTF8",
-         [](char*, WCHAR* p) { return ANSIToUnicode(c_pNarrow, p, 1, 0); }},
-        {"ANSIToUnicode", "pSrc == nullptr || pDest == nullptr || cchDest < 2 || srcCodePage == CP_UTF8",
-         [](char*, WCHAR* p) { return ANSIToUnicode(c_pNarrow, p, 8, CP_UTF8); }},
-        {"UnicodeToUTF8", "pSrc == nullptr || pDest == nullptr || cbDest < 2",
-         [](char* p, WCHAR*) { return UnicodeToUTF8(c_pWide, p, 1); }},
-        {"UTF8ToUnicode", "pSrc == nullptr || pDest == nullptr || cchDest < 2",
-         [](char*, WCHAR* p) { return UTF8ToUnicode(nullptr, p, 8); }},
-        {"ANSIToUTF8", "pSrc == nullptr || pDest == nullptr || cbDest < 2",
-         [](char* p, WCHAR*) { return ANSIToUTF8(c_pNarrow, p, 1, CP_UTF8); }},
-        {"UTF8ToANSI", "pSrc == nullptr || pDest == nullptr || cchDest < 2",
-         [](char* p, WCHAR*) { return UTF8ToANSI(nullptr, p, 8, CP_UTF8); }},
-        {"UnicodeToANSIEx", sToAnsi.c_str(),
-         [](char* p, WCHAR*) { return UnicodeToANSIEx(c_pWide + 1, c_pWide, p, 8, 0); }},
-        {"UnicodeToANSIEx", sToAnsi.c_str(),
-         [](char* p, WCHAR*) { return UnicodeToANSIEx(c_pWide, c_pWide + 1, p, 8, CP_UTF8); }},
-        {"ANSIToUnicodeEx", sFromAnsi.c_str(),
-         [](char*, WCHAR* p) { return ANSIToUnicodeEx(c_pNarrow, nullptr, p, 8, 0); }},
-        {"UnicodeToUTF8Ex",
-         "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cbDest < 2",
-         [](char* p, WCHAR*) { return UnicodeToUTF8Ex(c_pWide, c_pWide + 1, p, 1); }},
-        {"UTF8ToUnicodeEx", c_sRange,
-         [](char*, WCHAR* p) { return UTF8ToUnicodeEx(c_pNarrow + 1, c_pNarrow, p, 8); }},
-        {"UTF8ToANSIEx", c_sRange, [](char* p, WCHAR*) { return UTF8ToANSIEx(nullptr, c_pNarrow, p, 8, 0); }},
-        {"ANSIToUTF8Ex", c_sRange,
-         [](char* p, WCHAR*) { return ANSIToUTF8Ex(c_pNarrow, c_pNarrow + 1, p, 1, 0); }},
+    const struct
+    {
+        const char* m_sCase;
+        EFor m_For;
+        CArguments m_Arguments;
+    } aFaults[] = {
+        {"null source", EFor::All, {nullptr, c_aText + 4, aDest, 8, 0}},
+        {"null destination", EFor::All, {c_aText, c_aText + 4, nullptr, 8, 0}},
+        {"no room", EFor::All, {c_aText, c_aText + 4, aDest, 0, 0}},
+        {"room for the terminator only", EFor::All, {c_aText, c_aText + 4, aDest, 1, CP_UTF8}},
+        {"null end", EFor::Ranges, {c_aText, nullptr, aDest, 8, 0}},
+        {"end before the beginning", EFor::Ranges, {c_aText + 1, c_aText, aDest, 8, 0}},
+        {"UTF-8 as code page", EFor::NoUtf8, {c_aText, c_aText + 4, aDest, 8, CP_UTF8}},
     };
     CReportCapture capture;
-    for (const CRow& row : c_aRows)
-    {
-        char aNarrow[8] = "xyz";
-        WCHAR aWide[8] = ORVTEXT("xyz");
-        EXPECT_EQ(0, row.m_Call(aNarrow, aWide)) << row.m_sFunction;
-        EXPECT_REPORTS(capture, {{row.m_sFunction, row.m_sCondition, "", "stringutils"}});
-        EXPECT_TRUE(aNarrow[0] == 0 || aWide[0] == 0) << row.m_sFunction << " leaves the destination";
-    }
-    char cDest = 'x';
-    EXPECT_EQ(0, UnicodeToUTF8(c_pWide, &cDest, 0));
-    EXPECT_EQ('x', cDest) << "no room, no terminator";
-    EXPECT_EQ(0, UnicodeToUTF8(c_pWide, nullptr, 8));
-    capture.Take();
+    for (const CFunction& function : c_aFunctions)
+        for (const auto& fault : aFaults)
+        {
+            if ((fault.m_For == EFor::Ranges && !function.IsRange()) ||
+                (fault.m_For == EFor::NoUtf8 && !function.RefusesUtf8()))
+                continue;
+            SCOPED_TRACE(std::string(function.m_sName) + ", " + fault.m_sCase);
+            std::fill(std::begin(aDest), std::end(aDest), static_cast<WCHAR>(0x5A5A));
+            EXPECT_EQ(0, function.m_Call(fault.m_Arguments));
+            EXPECT_REPORTS(capture, {{function.m_sName, function.Condition().c_str(), "", "stringutils"}});
+            const bool bUsable = fault.m_Arguments.m_pDest != nullptr && fault.m_Arguments.m_cchDest > 0;
+            EXPECT_EQ(!bUsable ? 0x5A5A : function.m_bWide ? 0 : 0x5A00, aDest[0]);
+            EXPECT_EQ(0x5A5A, aDest[1]);
+        }
 }
 
 TEST(Conversions, Utf8AsAnsiIsReportedAndCopied)

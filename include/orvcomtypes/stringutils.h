@@ -76,13 +76,13 @@ ORV_EXTERN_C ORV_FUNC double ORVCALL naive_atof(const char* p);
 ORV_EXTERN_C ORV_FUNC double ORVCALL naive_wtof(const WCHAR* p);
 
 /// Writes two upper-case digits a byte and a terminator; returns 2 * \p cbData + 1, or 0 for null or no data.
+/// From 2 GB of data on the result wraps, though the whole text is written.
 ORV_EXTERN_C ORV_FUNC unsigned ORVCALL BinaryToHex(const unsigned char* pData, unsigned cbData, WCHAR* pOut);
 
 /// The text of a file's bytes: UTF-16 with or without a mark, UTF-8 with a mark or well-formed enough, else
 /// ANSI. \p cbData 0 means: up to the first zero byte. \p pwszConverted has room for \p cbData + 1 units (its
 /// length + 1 where that is 0). Returns the units written without the terminator, which is always written.
-/// Null is reported
-/// ("pszFileData == nullptr || pwszConverted == nullptr") and 0.
+/// Null is reported ("pszFileData == nullptr || pwszConverted == nullptr") and 0.
 ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetTextFileContents(const char* pszFileData, unsigned cbData,
                                                            WCHAR* pwszConverted);
 

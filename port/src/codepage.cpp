@@ -299,8 +299,8 @@ BOOL IsDBCSLeadByteEx(UINT CodePage, BYTE TestChar) noexcept
 
 BOOL GetCPInfo(UINT CodePage, LPCPINFO lpCPInfo) noexcept
 {
-    const CCodePage* pPage = CodePage == CP_UTF8 ? nullptr : CCodePage::Find(CodePage);
-    if (!lpCPInfo || (!pPage && CodePage != CP_UTF8))
+    const CCodePage* pPage = CCodePage::Find(CodePage);
+    if (!lpCPInfo || (!pPage && !IsUtf8(CodePage)))
     {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;

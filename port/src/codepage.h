@@ -9,6 +9,12 @@
 #include <utility>
 #include <vector>
 
+/// Whether the number means UTF-8, which has no tables here; the ANSI code page may be UTF-8.
+inline bool IsUtf8(UINT nCodePage) noexcept
+{
+    return (nCodePage == CP_ACP || nCodePage == CP_THREAD_ACP ? GetACP() : nCodePage) == CP_UTF8;
+}
+
 class CCodePage
 {
 public:

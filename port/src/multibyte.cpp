@@ -122,7 +122,7 @@ __m128i Set16(unsigned n)
 int DecodeLatin(const CCodePage& page, const unsigned char* pSrc, int nSrc, WCHAR* pDest)
 {
     int i = 0;
-    for (; i + 16 <= nSrc; i += 16)
+    for (; nSrc - i >= 16; i += 16)
     {
         const __m128i v = Load16(pSrc + i);
         Store16(pDest + i, _mm_unpacklo_epi8(v, _mm_setzero_si128()));
@@ -222,7 +222,7 @@ private:
     int EncodeLatin(const WCHAR* pSrc, int nSrc, char* pDest)
     {
         int i = 0;
-        for (; i + 16 <= nSrc; i += 16)
+        for (; nSrc - i >= 16; i += 16)
         {
             const __m128i a = Load16(pSrc + i);
             const __m128i b = Load16(pSrc + i + 8);
@@ -308,7 +308,7 @@ int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCSTR lpMultiByteStr, int
     if (cbMultiByte < 0)
         cbMultiByte = LengthWithTerminator(lpMultiByteStr);
     const bool bStrict = dwFlags & MB_ERR_INVALID_CHARS;
-    if (CodePage == CP_UTF8)
+    if (IsUtf8(CodePage))
         return dwFlags & ~MB_ERR_INVALID_CHARS
                    ? Fail(ERROR_INVALID_FLAGS)
                    : DecodeUtf8(lpMultiByteStr, cbMultiByte, bStrict, {lpWideCharStr, cchWideChar});
@@ -332,7 +332,7 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
         return Fail(ERROR_INVALID_PARAMETER);
     if (cchWideChar < 0)
         cchWideChar = LengthWithTerminator(lpWideCharStr);
-    if (CodePage == CP_UTF8)
+    if (IsUtf8(CodePage))
     {
         if (lpDefaultChar || lpUsedDefaultChar)
             return Fail(ERROR_INVALID_PARAMETER);

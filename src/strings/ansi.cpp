@@ -17,16 +17,31 @@ constexpr std::size_t c_nMaxRun = 0x10000000;
 // take.
 constexpr std::size_t c_nMaxBytes = 4;
 
+// Code pages such as UTF-8, which may be the ANSI code page, take no flags and need none: all their mappings
+// are exact.
+bool RefusesFlags(int nWritten)
+{
+    return nWritten == 0 && GetLastError() == ERROR_INVALID_FLAGS;
+}
+
 int EncodeRun(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, unsigned nCodePage)
 {
-    return WideCharToMultiByte(nCodePage, WC_NO_BEST_FIT_CHARS, p, static_cast<int>(n), pDest,
-                               static_cast<int>(std::min(nRoom, c_nMaxBytes * n)), nullptr, nullptr);
+    const auto Encode = [&](DWORD dwFlags) {
+        return WideCharToMultiByte(nCodePage, dwFlags, p, static_cast<int>(n), pDest,
+                                   static_cast<int>(std::min(nRoom, c_nMaxBytes * n)), nullptr, nullptr);
+    };
+    const int nWritten = Encode(WC_NO_BEST_FIT_CHARS);
+    return RefusesFlags(nWritten) ? Encode(0) : nWritten;
 }
 
 int DecodeRun(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom, unsigned nCodePage)
 {
-    return MultiByteToWideChar(nCodePage, MB_PRECOMPOSED, p, static_cast<int>(n), pDest,
-                               static_cast<int>(std::min(nRoom, n)));
+    const auto Decode = [&](DWORD dwFlags) {
+        return MultiByteToWideChar(nCodePage, dwFlags, p, static_cast<int>(n), pDest,
+                                   static_cast<int>(std::min(nRoom, n)));
+    };
+    const int nWritten = Decode(MB_PRECOMPOSED);
+    return RefusesFlags(nWritten) ? Decode(0) : nWritten;
 }
 
 // Whether the code page has nothing but single bytes, and ASCII stands for itself.
@@ -135,12 +150,10 @@ bool IsOutOfRoom()
 std::size_t WideToAnsi(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom,
                        unsigned nCodePage)
 {
-    if (IsSingleByte(nCodePage))
-    {
-        const std::size_t n = std::min(nSrc, nRoom);
-        if (EncodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
-            return n;
-    }
+    const std::size_t n = std::min(nSrc, nRoom);
+    if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
+        EncodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
+        return n;
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {
@@ -164,12 +177,10 @@ std::size_t WideToAnsi(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::si
 std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom,
                        unsigned nCodePage)
 {
-    if (IsSingleByte(nCodePage))
-    {
-        const std::size_t n = std::min(nSrc, nRoom);
-        if (DecodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
-            return n;
-    }
+    const std::size_t n = std::min(nSrc, nRoom);
+    if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
+        DecodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
+        return n;
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {
