@@ -2,6 +2,7 @@
 
 #include "strings/asciirun.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -50,13 +51,24 @@ inline CStep PutUnit(WCHAR* pDest, char32_t c, unsigned nUsed)
     return {nUsed, 1};
 }
 
+// Decodes a sequence of two bytes if there is one.
+inline bool DecodeTwo(const char* p, WCHAR* pDest)
+{
+    std::uint16_t n;
+    std::memcpy(&n, p, sizeof n);
+    if ((n & 0xC0E0) != 0x80C0 || !(n & 0x1E))
+        return false;
+    *pDest = static_cast<WCHAR>((n & 0x1F) << 6 | (n >> 8 & 0x3F));
+    return true;
+}
+
 // Decodes one sequence of which at least four bytes are there, into room for two units.
 inline CStep DecodeStep(const char* p, WCHAR* pDest)
 {
+    if (DecodeTwo(p, pDest))
+        return {2, 1};
     std::uint32_t n;
     std::memcpy(&n, p, sizeof n);
-    if ((n & 0xC0E0) == 0x80C0 && (n & 0x1E))
-        return PutUnit(pDest, (n & 0x1F) << 6 | (n >> 8 & 0x3F), 2);
     if ((n & 0xC0C0F0) == 0x8080E0)
     {
         const std::uint32_t c = (n & 0xF) << 12 | (n >> 2 & 0xFC0) | (n >> 16 & 0x3F);
@@ -93,13 +105,6 @@ bool IsZero(__m128i v)
 __m128i Select(__m128i isFirst, __m128i first, __m128i second)
 {
     return _mm_or_si128(_mm_and_si128(isFirst, first), _mm_andnot_si128(isFirst, second));
-}
-
-__m128i Load4(const char* p)
-{
-    int n;
-    std::memcpy(&n, p, sizeof n);
-    return _mm_cvtsi32_si128(n);
 }
 
 // Decodes four sequences of three bytes if there are such, reading 13 bytes.
@@ -141,9 +146,27 @@ bool DecodeFourOfFour(const char* p, WCHAR* pDest)
     return true;
 }
 
-// Decodes while 48 bytes and room for 32 units are there, and moves the source behind what is done. A block
-// is written before it is known to count: no unit takes more than three bytes, so the result fills it.
-std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, std::size_t nRoom)
+// Decodes one or several sequences if they fit; else nothing is used.
+inline CStep DecodeFitting(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom)
+{
+    const unsigned nLead = static_cast<unsigned char>(*p) & 0xF0;
+    if (nLead == 0xE0 && n >= 13 && nRoom >= 4 && DecodeFourOfThree(p, pDest))
+        return {12, 4};
+    if (nLead == 0xF0 && n >= 16 && nRoom >= 8 && DecodeFourOfFour(p, pDest))
+        return {16, 8};
+    if (n >= 4 && nRoom >= 2)
+        return DecodeStep(p, pDest);
+    unsigned nUsed;
+    const char32_t c = DecodeUtf8(reinterpret_cast<const unsigned char*>(p), n, nUsed);
+    if (c <= 0xFFFF)
+        return PutUnit(pDest, c, nUsed);
+    return nRoom >= 2 ? PutPair(pDest, c, nUsed) : CStep{0, 0};
+}
+
+// Decodes ASCII and sequences of two bytes up to another sequence, while 65 bytes and room for 32 units are
+// there, and moves the source behind what is done. 16 units are written before it is known that they count:
+// no unit takes more than three bytes, so the result fills them.
+inline std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, std::size_t nRoom)
 {
     std::size_t iDest = 0;
     const auto Advance = [&](std::size_t nSrc, std::size_t nDest) {
@@ -151,37 +174,29 @@ std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, std::size
         n -= nSrc;
         iDest += nDest;
     };
-    while (n >= 48 && nRoom - iDest >= 32)
+    while (n >= 65 && nRoom - iDest >= 32)
     {
-        const unsigned nForeign = ForeignBytes16(p);
-        Widen16(p, pDest + iDest);
-        if (nForeign == 0)
+        auto nForeign = static_cast<unsigned>(_mm_movemask_epi8(Load16(p)));
+        Copy16(p, pDest + iDest);
+        std::size_t nTwos = 0;
+        while (nForeign)
         {
-            Advance(16, 16);
-            continue;
-        }
-        const auto nAscii = static_cast<unsigned>(std::countr_zero(nForeign));
-        const auto nEnd = static_cast<unsigned>(std::bit_width(nForeign));
-        Advance(nAscii, nAscii);
-        const char* const pEnd = p + (nEnd - nAscii);
-        while (p < pEnd)
-        {
-            const unsigned nLead = static_cast<unsigned char>(*p) & 0xF0;
-            if (*p >= 0)
+            const auto i = static_cast<unsigned>(std::countr_zero(nForeign));
+            WCHAR* const pAt = pDest + iDest + i - nTwos;
+            if (!DecodeTwo(p + i, pAt))
             {
-                pDest[iDest] = static_cast<WCHAR>(*p);
+                Advance(i, i - nTwos);
+                return iDest;
+            }
+            Copy16(p + i + 2, pAt + 1);
+            ++nTwos;
+            nForeign &= nForeign - 1;
+            nForeign &= nForeign - 1;
+            // A branch, so that the next block need not wait for the sum.
+            if (i == 15)
                 Advance(1, 1);
-            }
-            else if (nLead == 0xE0 && DecodeFourOfThree(p, pDest + iDest))
-                Advance(12, 4);
-            else if (nLead == 0xF0 && DecodeFourOfFour(p, pDest + iDest))
-                Advance(16, 8);
-            else
-            {
-                const CStep step = DecodeStep(p, pDest + iDest);
-                Advance(step.m_nSrc, step.m_nDest);
-            }
         }
+        Advance(16, 16 - nTwos);
     }
     return iDest;
 }
@@ -222,43 +237,44 @@ bool EncodeEightOfThree(const WCHAR* p, char* pDest)
     return true;
 }
 
+// Encodes the units of at most two bytes at the beginning of a block of 16, of which the ASCII is written,
+// and copies what follows each. Returns what is done up to the end of the block or to a longer one.
+inline CStep EncodeTwos(const WCHAR* p, unsigned nForeign, char* pDest)
+{
+    unsigned nTwos = 0;
+    for (; nForeign; nForeign &= nForeign - 1)
+    {
+        const auto i = static_cast<unsigned>(std::countr_zero(nForeign));
+        if (p[i] >= 0x800)
+            return {i, i + nTwos};
+        EncodeStep(p[i], pDest + i + nTwos++);
+        Copy16(p + i + 1, pDest + i + 1 + nTwos);
+    }
+    return {16, 16 + nTwos};
+}
+
 // Encodes while 33 units and room for 96 bytes are there, and moves the source behind what is done. Blocks
 // and the fourth byte of a step are written before they are known to count: every unit that follows fills a
 // byte at least.
 std::size_t EncodeBlocks(const WCHAR*& p, std::size_t& n, char* pDest, std::size_t nRoom)
 {
     std::size_t iDest = 0;
-    const auto Advance = [&](std::size_t nSrc, std::size_t nDest) {
-        p += nSrc;
-        n -= nSrc;
-        iDest += nDest;
+    const auto Advance = [&](CStep step) {
+        p += step.m_nSrc;
+        n -= step.m_nSrc;
+        iDest += step.m_nDest;
     };
     while (n >= 33 && nRoom - iDest >= 96)
     {
-        const __m128i packed = Pack16(p);
-        const unsigned nForeign = ForeignOf16(packed);
-        Store16(pDest + iDest, packed);
-        if (nForeign == 0)
-        {
-            Advance(16, 16);
-            continue;
-        }
-        const auto nAscii = static_cast<unsigned>(std::countr_zero(nForeign));
-        const auto nEnd = static_cast<unsigned>(std::bit_width(nForeign));
-        Advance(nAscii, nAscii);
-        const WCHAR* const pEnd = p + (nEnd - nAscii);
-        while (p < pEnd)
-        {
-            if (*p < 0x80)
-            {
-                pDest[iDest] = static_cast<char>(*p);
-                Advance(1, 1);
-            }
-            else if (*p >= 0x800 && EncodeEightOfThree(p, pDest + iDest))
-                Advance(8, 24);
+        const WCHAR* const pEnd = p + 16;
+        const unsigned nForeign = Foreign16(p);
+        Copy16(p, pDest + iDest);
+        Advance(EncodeTwos(p, nForeign, pDest + iDest));
+        while (p < pEnd && *p >= 0x80)
+            if (*p >= 0x800 && EncodeEightOfThree(p, pDest + iDest))
+                Advance({8, 24});
             else
-                Advance(1, EncodeStep(*p, pDest + iDest));
-        }
+                Advance({1, EncodeStep(*p, pDest + iDest)});
     }
     return iDest;
 }
@@ -286,27 +302,22 @@ char32_t DecodeUtf8(const unsigned char* p, std::size_t n, unsigned& nUsed)
 
 std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom)
 {
-    std::size_t iDest = DecodeBlocks(pSrc, nSrc, pDest, nRoom);
+    std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {
-        CStep step{1, 1};
-        const unsigned nLead = static_cast<unsigned char>(*pSrc) & 0xF0;
+        if (static_cast<unsigned char>(*pSrc) < 0xE0)
+            iDest += DecodeBlocks(pSrc, nSrc, pDest + iDest, nRoom - iDest);
         if (*pSrc >= 0)
-            pDest[iDest] = static_cast<WCHAR>(*pSrc);
-        else if (nLead == 0xE0 && nSrc >= 13 && nRoom - iDest >= 4 && DecodeFourOfThree(pSrc, pDest + iDest))
-            step = {12, 4};
-        else if (nLead == 0xF0 && nSrc >= 16 && nRoom - iDest >= 8 && DecodeFourOfFour(pSrc, pDest + iDest))
-            step = {16, 8};
-        else if (nSrc >= 4 && nRoom - iDest >= 2)
-            step = DecodeStep(pSrc, pDest + iDest);
-        else
         {
-            const char32_t c = DecodeUtf8(reinterpret_cast<const unsigned char*>(pSrc), nSrc, step.m_nSrc);
-            if (c > 0xFFFF && nRoom - iDest < 2)
-                break;
-            step =
-                c > 0xFFFF ? PutPair(pDest + iDest, c, step.m_nSrc) : PutUnit(pDest + iDest, c, step.m_nSrc);
+            const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
+            pSrc += nAscii;
+            nSrc -= nAscii;
+            iDest += nAscii;
+            continue;
         }
+        const CStep step = DecodeFitting(pSrc, nSrc, pDest + iDest, nRoom - iDest);
+        if (!step.m_nSrc)
+            break;
         pSrc += step.m_nSrc;
         nSrc -= step.m_nSrc;
         iDest += step.m_nDest;
@@ -320,14 +331,14 @@ std::size_t WideToUtf8(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::si
     for (; nSrc && iDest < nRoom; ++pSrc, --nSrc)
         if (*pSrc < 0x80)
             pDest[iDest++] = static_cast<char>(*pSrc);
-        else if (*pSrc >= 0x800 && nSrc >= 9 && nRoom - iDest >= 25 &&
+        else if (*pSrc >= 0x800 && nSrc >= 8 && nRoom - iDest >= 24 &&
                  EncodeEightOfThree(pSrc, pDest + iDest))
         {
             pSrc += 7;
             nSrc -= 7;
             iDest += 24;
         }
-        else if (nSrc >= 2 && nRoom - iDest >= 4)
+        else if (nRoom - iDest >= 3)
             iDest += EncodeStep(*pSrc, pDest + iDest);
         else if (Utf8LengthOfUnit(*pSrc) <= nRoom - iDest)
         {

@@ -57,7 +57,7 @@ inline void EncodeUnitAsUtf8(WCHAR c, char* pDest)
 std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom);
 
 /// Encodes \p nSrc units one by one into at most \p nRoom bytes and returns the bytes written. A unit beyond
-/// ASCII that does not fit is dropped.
+/// ASCII that does not fit is dropped. The byte behind the result, where the terminator goes, may change.
 std::size_t WideToUtf8(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom);
 
 } // namespace OCT
