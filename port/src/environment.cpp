@@ -4,8 +4,10 @@
 #include "utf.h"
 
 #include <cstdlib>
+#include <new>
 
 DWORD GetEnvironmentVariableW(LPCWSTR lpName, LPWSTR lpBuffer, DWORD nSize) noexcept
+try
 {
     const char* sValue = std::getenv(PortToUtf8(lpName).c_str());
     if (!sValue)
@@ -15,4 +17,8 @@ DWORD GetEnvironmentVariableW(LPCWSTR lpName, LPWSTR lpBuffer, DWORD nSize) noex
     }
     SetLastError(ERROR_SUCCESS);
     return PortCopyOut(PortToUtf16(sValue), lpBuffer, nSize);
+}
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
 }

@@ -37,3 +37,9 @@ BOOL PortFail() noexcept
     SetLastError(PortWin32Error(errno));
     return FALSE;
 }
+
+BOOL PortFailWithoutMemory() noexcept
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+}

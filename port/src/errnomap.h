@@ -7,3 +7,6 @@ DWORD PortWin32Error(int nErrno) noexcept;
 
 /// Sets the thread's last error from errno and returns FALSE.
 BOOL PortFail() noexcept;
+
+/// Sets the thread's last error to ERROR_NOT_ENOUGH_MEMORY and returns FALSE.
+BOOL PortFailWithoutMemory() noexcept;

@@ -133,6 +133,7 @@ BOOL ByPath(int nResult, const std::string& sPath)
 HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
                    LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition, DWORD,
                    HANDLE) noexcept
+try
 {
     const std::string sPath = PortPath(lpFileName);
     const bool bInherit = lpSecurityAttributes && lpSecurityAttributes->bInheritHandle;
@@ -162,6 +163,11 @@ HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
     }
     SetLastError(bExisted ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return static_cast<CPortObject*>(pFile);
+}
+catch (const std::bad_alloc&)
+{
+    PortFailWithoutMemory();
+    return INVALID_HANDLE_VALUE;
 }
 
 BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,
@@ -221,12 +227,18 @@ BOOL FlushFileBuffers(HANDLE hFile) noexcept
 }
 
 BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES) noexcept
+try
 {
     const std::string sPath = PortPath(lpPathName);
     return ByPath(::mkdir(sPath.c_str(), 0777), sPath);
 }
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
+}
 
 DWORD GetLongPathNameW(LPCWSTR lpszShortPath, LPWSTR lpszLongPath, DWORD cchBuffer) noexcept
+try
 {
     // There are no short names: a path is long when it exists.
     const std::string sPath = PortPath(lpszShortPath);
@@ -234,4 +246,8 @@ DWORD GetLongPathNameW(LPCWSTR lpszShortPath, LPWSTR lpszLongPath, DWORD cchBuff
     if (!ByPath(::lstat(sPath.c_str(), &st), sPath))
         return 0;
     return PortCopyOut(PortToUtf16(sPath), lpszLongPath, cchBuffer);
+}
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
 }

@@ -2,9 +2,11 @@
 #include <windows.h>
 #include <shlobj.h>
 
+#include "errnomap.h"
 #include "utf.h"
 
 #include <cstdlib>
+#include <new>
 #include <string>
 
 #include <pwd.h>
@@ -52,14 +54,20 @@ std::string TempFolder()
 } // namespace
 
 DWORD GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer) noexcept
+try
 {
     std::u16string sPath = PortToUtf16(TempFolder());
     if (sPath.back() != u'/' && sPath.back() != u'\\')
         sPath += u'/';
     return PortCopyOut(sPath, lpBuffer, nBufferLength);
 }
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
+}
 
 HRESULT SHGetFolderPathW(HWND, int csidl, HANDLE, DWORD, LPWSTR pszPath) noexcept
+try
 {
     *pszPath = 0;
     if (csidl != CSIDL_APPDATA)
@@ -68,4 +76,8 @@ HRESULT SHGetFolderPathW(HWND, int csidl, HANDLE, DWORD, LPWSTR pszPath) noexcep
     if (sPath.empty())
         return E_FAIL;
     return PortCopyOut(sPath, pszPath, MAX_PATH) == sPath.size() ? S_OK : E_FAIL;
+}
+catch (const std::bad_alloc&)
+{
+    return E_OUTOFMEMORY;
 }

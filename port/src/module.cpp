@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <new>
 #include <string>
 
 #include <dlfcn.h>
@@ -66,6 +67,7 @@ BOOL GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) 
 }
 
 DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) noexcept
+try
 {
     const std::u16string sFile = PortToUtf16(FileOf(hModule));
     if (sFile.empty() || nSize == 0)
@@ -81,4 +83,8 @@ DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) noexce
     *std::copy_n(sFile.begin(), nSize - 1, lpFilename) = 0;
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return nSize;
+}
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
 }
