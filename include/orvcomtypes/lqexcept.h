@@ -8,8 +8,7 @@
 /// Ownership: exceptions are values, thrown by value and caught by reference; copies copy messages and file.
 /// Thread safety: register the exception logger once at start-up; everything else is reentrant.
 /// Errors: source `lqexcept`; "e == nullptr" from "ExceptFormatToLog". Formatting never throws for what is
-/// missing.
-///   Without memory for its message an exception is thrown without one.
+///   missing. Without memory for its message an exception is thrown without one.
 ///
 ///     try
 ///     {

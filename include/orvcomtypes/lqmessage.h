@@ -2,17 +2,15 @@
 ///
 /// A message is a code, the id of a string resource and a list of typed parameters; it becomes text only when
 /// it is shown, in the language of whoever looks. Ids 1 to 5 are built-in formats ("%1", "%1 %2", "%1 %2 %3",
-/// "%1|%2",
-/// "%1|%2|%3"); 0 is none. The array of parameters, and that of a list's messages, exists from the first one
-/// on.
+/// "%1|%2", "%1|%2|%3"); 0 is none. The array of parameters, and that of a list's messages, exists from the
+/// first one on.
 ///
 /// Ownership: messages and lists are values; copying copies everything.
 /// Thread safety: none; a message must not be changed while another thread formats it.
 /// Errors: source `lqmessage`; the getters report the wrong type (as "param.paramType == msty_String") and
-/// return
-///   the slot as it is; "sFormat.IsEmpty()" with the id when a resource is missing; a parameter that has no
-///   text form without a condition text. Only an index outside a list, or of a parameter, throws:
-///   `CLQInvalidargExcept`.
+///   return the slot as it is; "sFormat.IsEmpty()" with the id when a resource is missing; a parameter that
+///   has no text form without a condition text. An index outside a list, or of a parameter, throws
+///   `CLQInvalidargExcept`, missing memory `CLQMemoryExcept`.
 ///
 ///     CLQMessage message(26100, 0);
 ///     message.AddParam(ORVTEXT("orders"));
@@ -76,7 +74,7 @@ public:
     /// The text in the language of \p hModule; null for the current language.
     COrvStr Format(HINSTANCE hModule) const;
     /// The parameters put into \p sFormat, or listed one by one when it is ListParams(). The first ten can be
-    /// referenced; those beyond are empty.
+    /// referenced; those beyond are empty. A null format is an empty one.
     COrvStr Format(const WCHAR* sFormat) const;
     static const WCHAR* ListParams() noexcept { return reinterpret_cast<const WCHAR*>(1); }
 

@@ -10,10 +10,10 @@
 ///
 /// Thread safety: all functions may be called from any thread. Teardowns run under the registry's lock and
 ///   must not register or unregister.
-/// Errors: source `octalloc`; "g_bFinalRelease" from "SetFinalRelease"; "g_PlReg != nullptr", "dw > 0 && dw <
-///   arrsize(buffer)" and "i < 1024" from "RegisterPlexedAlloc"; "g_PlexedObjectRefCnt == 0" from
-///   "CallPlexedAllocUninit"; at process detach "g_PlexedObjectRefCnt == 0" and "g_PlReg != nullptr" from
-///   "ClearPlexedAllocUninit". Nothing throws.
+/// Errors: source `octalloc`; "g_bFinalRelease" from "SetFinalRelease"; "g_PlReg != nullptr",
+///   "dw > 0 && dw < arrsize(buffer)" and "i < 1024" from "RegisterPlexedAlloc"; "g_PlexedObjectRefCnt == 0"
+///   from "CallPlexedAllocUninit"; at process detach "g_PlexedObjectRefCnt == 0" and "g_PlReg != nullptr"
+///   from "ClearPlexedAllocUninit". Nothing throws.
 #pragma once
 
 #include "orvcomtypes/orvexport.h"

@@ -28,14 +28,12 @@
 ///     }
 ///
 /// Ownership: items belong to the caller until they are released. At teardown chains with items in use are
-/// reported
-///   and left allocated; releasing such an item later is allowed and changes nothing.
+///   reported and left allocated; releasing such an item later is allowed and changes nothing.
 /// Thread safety: every operation runs under the pool's lock, except releasing in final release.
 /// Errors: source `plexalloc`, function names as in "OCT::CPlexAlloc<class CLogMessage,64,class
 ///   OCT::CCritSect>::FreeItem". "p == nullptr", then `CLQMemoryExcept`, when the heap is exhausted; the text
 ///   of the broken free list (then null) and "pChain != nullptr" from `GetFreeItem`; "pItem == nullptr" from
-///   `FreeItem`;
-///   "!IsChainUsed(p)" from `FreeDataChain`, once for each chain in use.
+///   `FreeItem`; "!IsChainUsed(p)" from `FreeDataChain`, once for each chain in use.
 #pragma once
 
 #include "orvcomtypes/fixedtext.h"

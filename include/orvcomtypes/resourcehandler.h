@@ -1,7 +1,8 @@
 /// The module whose string tables hold the texts of the current language.
 ///
 /// Ownership: the handler remembers a module; whoever loaded it frees it, after it was taken out of the
-/// handler. Thread safety: every function may be called from any thread.
+/// handler.
+/// Thread safety: every function may be called from any thread.
 #pragma once
 
 #include "orvcomtypes/octassert.h"

@@ -315,7 +315,7 @@ COrvStr CLQMessage::Format(const WCHAR* sFormat) const
     for (unsigned i = 0; i < nParams; ++i)
         texts[i] = ParamText(m_pParams->Item(i));
     if (sFormat != ListParams())
-        return Substitute(sFormat, texts);
+        return Substitute(sFormat != nullptr ? sFormat : ORVTEXT(""), texts);
     const COrvStr sListing = ListingFormat(nParams);
     return Substitute(sListing, texts);
 }
