@@ -165,6 +165,11 @@ TEST(ReplaceToken, EveryTokenOfAText)
         EXPECT_EQ(Text(row.sText).substr(0, row.nBufferChars - 1), sBuffer);
         EXPECT_EQ(Text(sBuffer).size(), nLength);
     }
+    WCHAR cBuffer = ORVTEXT('?');
+    unsigned nLength = 77;
+    EXPECT_EQ(&cBuffer, ReplaceTokenW(ORVTEXT("a##7##b"), &nLength, &cBuffer, 0));
+    EXPECT_EQ(0u, nLength);
+    EXPECT_EQ(ORVTEXT('?'), cBuffer) << "no room, no terminator";
 }
 
 TEST(ReplaceToken, ASingleTokenIsTheResourceItself)

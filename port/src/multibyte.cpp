@@ -286,10 +286,12 @@ private:
     bool m_bUsedDefault = false;
 };
 
+// With the terminator; 0 for one that no int holds.
 template <class Unit>
-int LengthWithTerminator(const Unit* p)
+int MeasuredLength(const Unit* p)
 {
-    return static_cast<int>(std::char_traits<Unit>::length(p)) + 1;
+    const std::size_t n = std::char_traits<Unit>::length(p);
+    return n < INT_MAX ? static_cast<int>(n) + 1 : 0;
 }
 
 // What both functions demand of their texts.
@@ -303,10 +305,10 @@ bool AreTextsValid(const void* pSrc, int nSrc, const void* pDest, int nDest)
 int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCSTR lpMultiByteStr, int cbMultiByte,
                         LPWSTR lpWideCharStr, int cchWideChar) noexcept
 {
+    if (lpMultiByteStr && cbMultiByte < 0)
+        cbMultiByte = MeasuredLength(lpMultiByteStr);
     if (!AreTextsValid(lpMultiByteStr, cbMultiByte, lpWideCharStr, cchWideChar))
         return Fail(ERROR_INVALID_PARAMETER);
-    if (cbMultiByte < 0)
-        cbMultiByte = LengthWithTerminator(lpMultiByteStr);
     const bool bStrict = dwFlags & MB_ERR_INVALID_CHARS;
     if (IsUtf8(CodePage))
         return dwFlags & ~MB_ERR_INVALID_CHARS
@@ -328,10 +330,10 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
                         LPSTR lpMultiByteStr, int cbMultiByte, LPCSTR lpDefaultChar,
                         LPBOOL lpUsedDefaultChar) noexcept
 {
+    if (lpWideCharStr && cchWideChar < 0)
+        cchWideChar = MeasuredLength(lpWideCharStr);
     if (!AreTextsValid(lpWideCharStr, cchWideChar, lpMultiByteStr, cbMultiByte))
         return Fail(ERROR_INVALID_PARAMETER);
-    if (cchWideChar < 0)
-        cchWideChar = LengthWithTerminator(lpWideCharStr);
     if (IsUtf8(CodePage))
     {
         if (lpDefaultChar || lpUsedDefaultChar)
