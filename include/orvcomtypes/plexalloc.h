@@ -120,6 +120,16 @@ ORV_API void ORVCALL GiveBackPlexChain(CPlexChain*& pHead, CPlexChain* pChain,
 ORV_API void ORVCALL TakeDownPlexChains(CPlexChain* pChains, const CPlexLayout& layout,
                                         const char* sFunction) noexcept;
 
+/// A lock that is never destroyed: while a program ends, threads that still run go on using the pools.
+template <class Lock>
+union CLastingLock
+{
+    CLastingLock() noexcept : m_lock() {}
+    ~CLastingLock() {}
+
+    Lock m_lock;
+};
+
 template <class T, unsigned N, class Lock = CCritSect>
 class CPlexAlloc
 {
@@ -157,7 +167,7 @@ private:
     [[noreturn]] static void ThrowExhausted();
     CPlexChain* DetachChains();
 
-    static inline Lock s_lock;
+    static inline CLastingLock<Lock> s_lock;
     static CPlexAlloc s_pool;
     static inline std::atomic<CPlexAlloc*> s_pPool = nullptr; ///< s_pool while it is in use
 
@@ -166,7 +176,7 @@ private:
 };
 
 template <class T, unsigned N, class Lock>
-constinit CPlexAlloc<T, N, Lock> CPlexAlloc<T, N, Lock>::s_pool{&s_lock};
+constinit CPlexAlloc<T, N, Lock> CPlexAlloc<T, N, Lock>::s_pool{&s_lock.m_lock};
 
 template <class T, unsigned N, class Lock>
 T* CPlexAlloc<T, N, Lock>::AllocateItem()
@@ -189,14 +199,14 @@ void CPlexAlloc<T, N, Lock>::ReleaseItem(T* pItem)
 template <class T, unsigned N, class Lock>
 bool CPlexAlloc<T, N, Lock>::OpenPool()
 {
-    CLockGuard<Lock> guard(&s_lock);
+    CLockGuard<Lock> guard(&s_lock.m_lock);
     return s_pPool.exchange(&s_pool, std::memory_order_release) == nullptr;
 }
 
 template <class T, unsigned N, class Lock>
 void CPlexAlloc<T, N, Lock>::FreeDataChain()
 {
-    CLockGuard<Lock> guard(&s_lock);
+    CLockGuard<Lock> guard(&s_lock.m_lock);
     if (CPlexAlloc* pPool = s_pPool.exchange(nullptr, std::memory_order_relaxed))
         TakeDownPlexChains(pPool->DetachChains(), kLayout, kFreeDataChain.m_sText);
 }
