@@ -82,7 +82,10 @@ void Batch(benchmark::State& state)
     for (auto _ : state)
     {
         for (void*& p : blocks)
-            benchmark::DoNotOptimize(p = Pool::Allocate());
+        {
+            p = Pool::Allocate();
+            benchmark::ClobberMemory();
+        }
         for (void* p : blocks)
             Pool::Free(p);
     }
