@@ -102,8 +102,8 @@ TEST(TimeZone, SkippedAndRepeatedTimes)
 void CheckLocalForms(const COrvTime& t)
 {
     const COrvTime tBack = FromLocal(LocalOf(t));
-    SYSTEMTIME st;
-    double d;
+    SYSTEMTIME st = {};
+    double d = 0;
     EXPECT_TRUE(tBack == t || (LocalOf(tBack) == LocalOf(t) && tBack >= t - 3600)) << t.GetOrvTime();
     EXPECT_TRUE(t.GetLocalSystemTime(st) && Timet2LocalDATE(t.GetTimet(), &d)) << t.GetOrvTime();
     EXPECT_EQ(tBack, COrvTime::FromLocalSystemTime(st)) << t.GetOrvTime();

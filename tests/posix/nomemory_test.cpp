@@ -25,9 +25,14 @@ struct CExhausted
 
 } // namespace
 
+void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept
+{
+    return t_bExhausted ? nullptr : std::malloc(nSize != 0 ? nSize : 1);
+}
+
 void* operator new(std::size_t nSize)
 {
-    void* p = t_bExhausted ? nullptr : std::malloc(nSize != 0 ? nSize : 1);
+    void* const p = operator new(nSize, std::nothrow);
     if (p == nullptr)
         throw std::bad_alloc();
     return p;
