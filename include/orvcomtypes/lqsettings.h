@@ -34,7 +34,8 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQSettingsRootW(WCHAR* rootPath, unsigned 
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetLQSettingsRootA(const char* rootPath) noexcept;
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetLQSettingsRootW(const WCHAR* rootPath) noexcept;
 
-ORV_API COrvStr ORVCALL GetLQSettingsRootStr();
+/// Empty without memory.
+ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQSettingsRootStr() noexcept;
 
 // ---- Reading ----
 
@@ -65,9 +66,9 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQBinarySettingA(const char* subKey, const
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQBinarySettingW(const WCHAR* subKey, const WCHAR* valueName,
                                                        void* dest, DWORD* pcbDest) noexcept;
 
-/// Text as stored, of any length, from a key path of any length.
-ORV_API COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
-                                        const WCHAR* defaultValue);
+/// Text as stored, of any length, from a key path of any length. Empty without memory.
+ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
+                                                      const WCHAR* defaultValue) noexcept;
 
 // ---- Writing: true when the value is stored, or removed because it says what holds without it ----
 

@@ -12,11 +12,9 @@
 /// own WM_QUIT.
 ///
 /// Errors: two threads inside a guard report "dwOld == 0 || dwOld == dw" from
-/// "OCT::CCheckSingleThread::Start::Start"
-///   (source `syncutil`).
+///   "OCT::CCheckSingleThread::Start::Start" (source `syncutil`).
 /// Units: time-outs in milliseconds, INFINITE for none. They begin anew after each batch of messages, so a
-/// steady flow
-///   of messages lengthens the wait.
+///   steady flow of messages lengthens the wait.
 #pragma once
 
 #include "orvcomtypes/octassert.h"

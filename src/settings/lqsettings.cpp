@@ -3,6 +3,8 @@
 #include "orvcomtypes/regkeyw.h"
 #include "settingsform.h"
 
+#include <limits>
+
 namespace
 {
 
@@ -267,6 +269,8 @@ bool SetText(const char* sFunction, const typename Form::Char* subKey, const typ
     if (!ReadReferenceText<Form>(sFunction, path, valueName, defaultValue, sReference))
         return false;
     const std::basic_string_view<Char> sValue(value);
+    if (sValue.size() >= std::numeric_limits<DWORD>::max() / sizeof(Char))
+        return false;
     const bool bDiffers = sValue != static_cast<const Char*>(sReference);
     return StoreOrInherit<Form>(path, valueName, bDiffers, REG_SZ, value,
                                 static_cast<DWORD>((sValue.size() + 1) * sizeof(Char)));
@@ -370,9 +374,14 @@ bool ORVCALL GetLQSettingsRootW(WCHAR* rootPath, unsigned cchDest) noexcept
     return bWhole;
 }
 
-COrvStr ORVCALL GetLQSettingsRootStr()
+COrvStr ORVCALL GetLQSettingsRootStr() noexcept
+try
 {
     return COrvStr(s_lqSettingsRoot);
+}
+catch (...)
+{
+    return COrvStr();
 }
 
 void ORVCALL SetLQSettingsRootA(const char* rootPath) noexcept
@@ -430,7 +439,9 @@ bool ORVCALL GetLQBinarySettingW(const WCHAR* subKey, const WCHAR* valueName, vo
     return GetBytes<CWideForm>("GetLQBinarySettingW", subKey, valueName, dest, pcbDest);
 }
 
-COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName, const WCHAR* defaultValue)
+COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
+                                const WCHAR* defaultValue) noexcept
+try
 {
     COrvStr sPath(s_lqSettingsRoot);
     if (!IsEmptyText(subKey))
@@ -449,6 +460,10 @@ COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName, con
             return COrvStr(static_cast<const WCHAR*>(buffer));
     }
     return IsEmptyText(defaultValue) ? COrvStr() : COrvStr(defaultValue);
+}
+catch (...)
+{
+    return COrvStr();
 }
 
 bool ORVCALL SetLQDWORDSettingA(const char* subKey, const char* valueName, DWORD dwValue,
