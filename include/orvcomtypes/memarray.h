@@ -172,7 +172,8 @@ private:
         if (!bRoom) [[unlikely]]
             return InsertCopy(idx, value);
         if (idx != nOld)
-            std::memmove(m_pElement + idx + 1, m_pElement + idx, (nOld - idx) * sizeof(T));
+            std::memmove(static_cast<void*>(m_pElement + idx + 1), m_pElement + idx,
+                         (nOld - idx) * sizeof(T));
         m_pElement[idx] = value;
         m_iSize = nOld + 1;
         return idx;

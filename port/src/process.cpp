@@ -85,13 +85,14 @@ BOOL CreateProcessW(LPCWSTR, LPWSTR lpCommandLine, LPSECURITY_ATTRIBUTES, LPSECU
 {
     std::vector<std::string> words = Words(PortToUtf8(lpCommandLine));
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& sWord : words)
         pointers.push_back(sWord.data());
     pointers.push_back(nullptr);
     errno = words.empty() ? ENOENT : StartDetached(pointers.data());
     if (errno != 0)
         return PortFail();
-    *lpProcessInformation = {static_cast<CPortObject*>(new CProcess), static_cast<CPortObject*>(new CProcess),
-                             0, 0};
+    *lpProcessInformation = {static_cast<CPortObject*>(new (std::nothrow) CProcess),
+                             static_cast<CPortObject*>(new (std::nothrow) CProcess), 0, 0};
     return TRUE;
 }
