@@ -119,6 +119,12 @@ TEST(OrvStr, SelfAssignmentKeepsTheText)
     const COrvStr view(Handle(a) + 5, false);
     a = view;
     EXPECT_TRUE(Holds(a, ORVTEXT("text")));
+    a = COrvStr(Handle(a) + 1, false);
+    EXPECT_TRUE(Holds(a, ORVTEXT("ext")));
+    Text foreign = g_sText;
+    a = COrvStr(foreign.c_str(), false);
+    foreign.front() = ORVTEXT('x');
+    EXPECT_TRUE(Holds(a, g_sText));
 }
 
 TEST(OrvStr, DatabaseStringsAreShared)

@@ -5,8 +5,8 @@
 /// and is only looked at until the first change copies it. Empty values point at one static text, so they
 /// cost nothing.
 ///
-/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying attached
-///   text detaches the copy, moving and `Attach(const COrvStr&)` keep it attached.
+/// Ownership: an owned value holds one reference; attached text must outlive the value. Copying or assigning
+///   attached text detaches the copy, constructing by move and `Attach(const COrvStr&)` keep it attached.
 /// Thread safety: one object belongs to one thread at a time; objects that share a buffer may live in
 ///   different threads.
 /// Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr" from
@@ -48,7 +48,7 @@ public:
     /// From the ANSI code page.
     COrvStr(const char* s);
     /// Shares the database string's buffer.
-    explicit COrvStr(const COrvDBStr& str);
+    COrvStr(const COrvDBStr& str);
     /// String resource \p uID of \p hInstance, null for the current language's module; a missing one is
     /// reported.
     COrvStr(unsigned uID, HINSTANCE hInstance);
@@ -59,7 +59,8 @@ public:
     }
 
     COrvStr& operator=(const COrvStr& str);
-    COrvStr& operator=(COrvStr&& str) noexcept;
+    /// Takes an owned buffer over; attached text is copied, like any other that is assigned.
+    COrvStr& operator=(COrvStr&& str);
     COrvStr& operator=(const COrvDBStr& str);
     COrvStr& operator=(const WCHAR* s);
     COrvStr& operator=(const char* s);

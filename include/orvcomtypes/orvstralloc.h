@@ -111,7 +111,7 @@ inline void ReleaseStrRef(WCHAR* s)
     {
         if (iRC.fetch_sub(1, std::memory_order_acq_rel) > 1)
             return;
-        iRC.store(1, std::memory_order_relaxed); // the others left meanwhile: this one is the last
+        iRC.fetch_add(1, std::memory_order_relaxed); // the others left meanwhile: this may be the last
     }
     ORVS_ReleaseString(s);
 }

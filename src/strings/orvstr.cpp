@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 namespace
 {
@@ -129,13 +130,13 @@ COrvStr& COrvStr::operator=(const COrvStr& str)
     return *this;
 }
 
-COrvStr& COrvStr::operator=(COrvStr&& str) noexcept
+COrvStr& COrvStr::operator=(COrvStr&& str)
 {
-    if (this == &str)
-        return *this;
+    if (this == &str || !str.m_bOwn)
+        return *this = std::as_const(str);
     if (m_bOwn)
         OCT::ReleaseStrRef(m_pStr);
-    SetText(str.m_pStr, str.m_bOwn);
+    SetText(str.m_pStr, true);
     str.Forget();
     return *this;
 }

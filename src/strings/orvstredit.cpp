@@ -128,7 +128,7 @@ COrvStr COrvStr::SubStr(unsigned iStart, unsigned nCount) const
 void COrvStr::Erase(unsigned iStart, unsigned nCount)
 {
     const unsigned nLen = GetLength();
-    if (iStart >= nLen)
+    if (iStart >= nLen || nCount == 0)
         return;
     nCount = std::min(nCount, nLen - iStart);
     // Deliberately works on the characters that are there, shared or attached
