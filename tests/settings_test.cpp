@@ -305,6 +305,10 @@ TYPED_TEST(Settings, TextComesFromTheUserTheMachineOrTheDefault)
     EXPECT_EQ("-", this->GetText("t"));
     EXPECT_EQ("-x", this->GetText("t", 100, "  x "));
     EXPECT_EQ("-a", this->GetText("t", 4, "  a b")) << "a default is cut, then trimmed";
+    typename TypeParam::Char own[] = {'a', 'b', 0};
+    EXPECT_FALSE(TypeParam::GetString(nullptr, this->T("t").c_str(), own, sizeof own, own));
+    EXPECT_EQ('b', own[1]) << "the buffer may hold its own default";
+    EXPECT_EQ('a', own[0]);
     StoreText(HKEY_LOCAL_MACHINE, kSub, ORVTEXT("t"), ORVTEXT("%machine%"), REG_EXPAND_SZ);
     EXPECT_EQ("+%machine%", this->GetText("t", 100, "x"));
     StoreNumber(HKEY_CURRENT_USER, kSub, ORVTEXT("t"), 1);

@@ -215,8 +215,9 @@ bool GetText(const char* sFunction, const typename Form::Char* subKey, const typ
         if (result != TextResult::eMissing)
             return result == TextResult::eFound;
     }
-    dest[0] = 0;
-    if (!IsEmptyText(defaultValue))
+    if (IsEmptyText(defaultValue))
+        dest[0] = 0;
+    else
     {
         CopyCut(dest, cbDest / sizeof(dest[0]), defaultValue);
         TrimInPlace(dest);
@@ -355,8 +356,8 @@ bool ORVCALL GetLQSettingsRootA(char* rootPath, unsigned cchDest) noexcept
         ORV_REPORT("GetLQSettingsRootA", "rootPath == nullptr || cchDest < 2");
         return false;
     }
-    // A unit takes at most two bytes in an ANSI code page.
-    char sWhole[2 * g_cchSettingsPath];
+    // A unit takes at most three bytes, which it does where the ANSI code page is UTF-8.
+    char sWhole[3 * g_cchSettingsPath];
     const int nWhole = UnicodeToANSI(s_lqSettingsRoot, sWhole, sizeof sWhole, CP_ACP);
     return UnicodeToANSI(s_lqSettingsRoot, rootPath, cchDest, CP_ACP) == nWhole;
 }
@@ -454,9 +455,12 @@ try
         CRegKeyW key;
         CSettingsBuffer<WCHAR> buffer;
         DWORD cbData;
-        if (FindText<CWideForm>(hHive, sPath, valueName, key, cbData) &&
-            buffer.ReserveSize(cbData / sizeof(WCHAR) + 1) &&
-            ReadText<CWideForm>(key.Get(), valueName, buffer, cbData / sizeof(WCHAR) + 1))
+        if (!FindText<CWideForm>(hHive, sPath, valueName, key, cbData))
+            continue;
+        const std::size_t cchBuffer = cbData / sizeof(WCHAR) + 1;
+        if (!buffer.ReserveSize(cchBuffer))
+            return COrvStr();
+        if (ReadText<CWideForm>(key.Get(), valueName, buffer, cchBuffer))
             return COrvStr(static_cast<const WCHAR*>(buffer));
     }
     return IsEmptyText(defaultValue) ? COrvStr() : COrvStr(defaultValue);
