@@ -1,269 +1,223 @@
 // The conversions between UTF-16, code pages and UTF-8.
 #include "support/child_process.h"
+#include "support/random.h"
 #include "support/report_capture.h"
 #include "support/test_environment.h"
+#include "support/text.h"
 
 #include "orvcomtypes/stringutils.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
+#include <memory>
 
 namespace
 {
 
-using CWide = std::basic_string<WCHAR>;
-
 // ---- What the rules say, one character at a time ----
 
-struct CDecoded
+std::string Encoded(const Text& s, unsigned nPage)
 {
-    char32_t m_cChar;
-    std::size_t m_nBytes;
-};
-
-CDecoded SlowDecode(const std::string& s, std::size_t i)
-{
-    const auto At = [&](std::size_t n) { return n < s.size() ? static_cast<unsigned char>(s[n]) : 0u; };
-    const unsigned b = At(i);
-    const std::size_t nLength = b < 0x80 ? 1 : b < 0xC2 ? 0 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : b < 0xF5 ? 4 : 0;
-    if (nLength == 1)
-        return {b, 1};
-    char32_t c = b & (0x7Fu >> nLength);
-    for (std::size_t n = 1; n < nLength; ++n)
-    {
-        c = c << 6 | (At(i + n) & 0x3F);
-        const bool bForbidden =
-            n == 1 && ((b == 0xE0 && At(i + 1) < 0xA0) || (b == 0xED && At(i + 1) > 0x9F) ||
-                       (b == 0xF0 && At(i + 1) < 0x90) || (b == 0xF4 && At(i + 1) > 0x8F));
-        if ((At(i + n) & 0xC0) != 0x80 || bForbidden)
-            return {0xFFFD, n};
-    }
-    return nLength ? CDecoded{c, nLength} : CDecoded{0xFFFD, 1};
+    std::string sBytes(4 * s.size(), 0);
+    sBytes.resize(static_cast<std::size_t>(WideCharToMultiByte(
+        nPage, nPage == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS, s.data(), static_cast<int>(s.size()),
+        sBytes.data(), static_cast<int>(sBytes.size()), nullptr, nullptr)));
+    return sBytes;
 }
 
-CWide Units(char32_t c)
+Text Decoded(const std::string& s, unsigned nPage)
+{
+    Text sText(s.size(), 0);
+    sText.resize(static_cast<std::size_t>(MultiByteToWideChar(nPage, MB_PRECOMPOSED, s.data(),
+                                                              static_cast<int>(s.size()), sText.data(),
+                                                              static_cast<int>(sText.size()))));
+    return sText;
+}
+
+Text Units(char32_t c)
 {
     if (c <= 0xFFFF)
-        return CWide(1, static_cast<WCHAR>(c));
+        return Text(1, static_cast<WCHAR>(c));
     return {static_cast<WCHAR>(0xD800 + ((c - 0x10000) >> 10)),
             static_cast<WCHAR>(0xDC00 + ((c - 0x10000) & 0x3FF))};
 }
 
-std::string UnitAsUtf8(WCHAR c)
-{
-    const unsigned n = c >= 0xD800 && c <= 0xDFFF ? 0xFFFD : c;
-    if (n < 0x80)
-        return {static_cast<char>(n)};
-    if (n < 0x800)
-        return {static_cast<char>(0xC0 + n / 64), static_cast<char>(0x80 + n % 64)};
-    return {static_cast<char>(0xE0 + n / 4096), static_cast<char>(0x80 + n / 64 % 64),
-            static_cast<char>(0x80 + n % 64)};
-}
+// A step sets the character that begins at s[i], converted, and returns the units that it takes there.
 
-std::string UnitAsAnsi(WCHAR c, unsigned nPage)
+std::size_t StepUtf8ToUnicode(const std::string& s, std::size_t i, Text& sChar)
 {
-    char aBytes[8];
-    const int n = WideCharToMultiByte(nPage, WC_NO_BEST_FIT_CHARS, &c, 1, aBytes, 8, nullptr, nullptr);
-    return std::string(aBytes, static_cast<std::size_t>(n));
-}
-
-WCHAR AnsiAsUnit(const std::string& sBytes, unsigned nPage)
-{
-    WCHAR c = 0;
-    EXPECT_EQ(
-        1, MultiByteToWideChar(nPage, MB_PRECOMPOSED, sBytes.data(), static_cast<int>(sBytes.size()), &c, 1));
-    return c;
-}
-
-// Appends a character, or says that it does not fit.
-template <class Text>
-bool Fit(Text& sText, const Text& sChar, std::size_t nRoom)
-{
-    if (sChar.size() > nRoom - sText.size())
-        return false;
-    sText += sChar;
-    return true;
-}
-
-CWide SlowUtf8ToUnicode(const std::string& s, std::size_t nRoom)
-{
-    CWide sResult;
-    for (std::size_t i = 0; i < s.size();)
+    const auto At = [&](std::size_t n) { return n < s.size() ? static_cast<unsigned char>(s[n]) : 0u; };
+    const unsigned b = At(i);
+    const std::size_t nLength = b < 0x80 ? 1 : b < 0xC2 ? 0 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : b < 0xF5 ? 4 : 0;
+    const unsigned bSecond = At(i + 1);
+    const bool bForbidden = (b == 0xE0 && bSecond < 0xA0) || (b == 0xED && bSecond > 0x9F) ||
+                            (b == 0xF0 && bSecond < 0x90) || (b == 0xF4 && bSecond > 0x8F);
+    char32_t c = nLength == 1 ? b : nLength == 0 ? 0xFFFD : b & (0x7Fu >> nLength);
+    for (std::size_t n = 1; n < nLength; ++n)
     {
-        const CDecoded decoded = SlowDecode(s, i);
-        if (!Fit(sResult, Units(decoded.m_cChar), nRoom))
-            break;
-        i += decoded.m_nBytes;
+        if ((At(i + n) & 0xC0) != 0x80 || bForbidden)
+        {
+            sChar = Units(0xFFFD);
+            return n;
+        }
+        c = c << 6 | (At(i + n) & 0x3F);
     }
-    return sResult;
+    sChar = Units(c);
+    return std::max<std::size_t>(nLength, 1);
 }
 
-std::string SlowUnicodeToUtf8(const CWide& s, std::size_t nRoom)
+std::size_t StepUnicodeToUtf8(const Text& s, std::size_t i, std::string& sChar)
 {
-    std::string sResult;
-    for (const WCHAR c : s)
-        Fit(sResult, UnitAsUtf8(c), nRoom);
-    return sResult;
+    sChar = Encoded(s.substr(i, 1), CP_UTF8);
+    return 1;
 }
 
-std::string SlowUnicodeToAnsi(const CWide& s, std::size_t nRoom, unsigned nPage)
+std::size_t StepUnicodeToAnsi(const Text& s, std::size_t i, std::string& sChar, unsigned nPage)
 {
-    std::string sResult;
-    for (const WCHAR c : s)
-        if (!Fit(sResult, c < 0x80 ? std::string(1, static_cast<char>(c)) : UnitAsAnsi(c, nPage), nRoom))
-            break;
-    return sResult;
+    sChar = Encoded(s.substr(i, 1), nPage);
+    return 1;
 }
 
-CWide SlowAnsiToUnicode(const std::string& s, std::size_t nRoom, unsigned nPage)
+std::size_t StepAnsiToUnicode(const std::string& s, std::size_t i, Text& sChar, unsigned nPage)
 {
-    CWide sResult;
-    for (std::size_t i = 0; i < s.size() && sResult.size() < nRoom;)
+    const bool bPair = IsDBCSLeadByteEx(nPage, static_cast<BYTE>(s[i])) && i + 1 < s.size() && s[i + 1] < 0;
+    sChar = Decoded(s.substr(i, bPair ? 2 : 1), nPage);
+    return bPair ? 2 : 1;
+}
+
+std::size_t StepAnsiToUtf8(const std::string& s, std::size_t i, std::string& sChar, unsigned nPage)
+{
+    sChar = Encoded(Decoded(s.substr(i, 1), nPage), CP_UTF8);
+    return 1;
+}
+
+std::size_t StepUtf8ToAnsi(const std::string& s, std::size_t i, std::string& sChar, unsigned nPage)
+{
+    const auto b = static_cast<unsigned char>(s[i]);
+    const std::size_t nLength = b < 0xC0 || b >= 0xF8 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+    Text sUnits;
+    StepUtf8ToUnicode(s.substr(i, nLength), 0, sUnits);
+    sChar = Encoded(sUnits.substr(0, 1), nPage);
+    return nLength;
+}
+
+template <class Src, class Dest, class... Page>
+struct CConversion
+{
+    int(ORVCALL* m_Plain)(const Src*, Dest*, unsigned, Page...);
+    int(ORVCALL* m_Range)(const Src*, const Src*, Dest*, unsigned, Page...);
+    bool m_bDrops; ///< a character that does not fit; else the text ends before it
+    std::size_t (*m_Step)(const std::basic_string<Src>&, std::size_t, std::basic_string<Dest>&, Page...);
+
+    std::basic_string<Dest> Expected(const std::basic_string<Src>& s, std::size_t nRoom, Page... nPage) const
     {
-        const bool bPair =
-            s[i] < 0 && IsDBCSLeadByteEx(nPage, static_cast<BYTE>(s[i])) && i + 1 < s.size() && s[i + 1] < 0;
-        const std::size_t n = bPair ? 2 : 1;
-        sResult += s[i] < 0 ? AnsiAsUnit(s.substr(i, n), nPage) : static_cast<WCHAR>(s[i]);
-        i += n;
+        std::basic_string<Dest> sResult, sChar;
+        for (std::size_t i = 0; i < s.size();)
+        {
+            i += m_Step(s, i, sChar, nPage...);
+            if (sChar.size() <= nRoom - sResult.size())
+                sResult += sChar;
+            else if (!m_bDrops)
+                break;
+        }
+        return sResult;
     }
-    return sResult;
+};
+
+const CConversion c_unicodeToAnsi{UnicodeToANSI, UnicodeToANSIEx, false, StepUnicodeToAnsi};
+const CConversion c_ansiToUnicode{ANSIToUnicode, ANSIToUnicodeEx, false, StepAnsiToUnicode};
+const CConversion c_unicodeToUtf8{UnicodeToUTF8, UnicodeToUTF8Ex, true, StepUnicodeToUtf8};
+const CConversion c_utf8ToUnicode{UTF8ToUnicode, UTF8ToUnicodeEx, false, StepUtf8ToUnicode};
+const CConversion c_ansiToUtf8{ANSIToUTF8, ANSIToUTF8Ex, true, StepAnsiToUtf8};
+const CConversion c_utf8ToAnsi{UTF8ToANSI, UTF8ToANSIEx, true, StepUtf8ToAnsi};
+
+// What is written into a buffer between guards.
+template <class Dest, class Convert>
+std::basic_string<Dest> Written(std::size_t nBuffer, Convert convert)
+{
+    const std::basic_string<Dest> sGuard(32, static_cast<Dest>(0x5A5A));
+    std::basic_string<Dest> sBuffer(nBuffer + 2 * sGuard.size(), sGuard[0]);
+    const int n = convert(sBuffer.data() + sGuard.size());
+    EXPECT_TRUE(sBuffer.starts_with(sGuard) && sBuffer.ends_with(sGuard)) << "written outside the buffer";
+    sBuffer = sBuffer.substr(sGuard.size(), nBuffer);
+    EXPECT_EQ(static_cast<std::size_t>(n), sBuffer.find(Dest())) << "where the terminator is";
+    return sBuffer.c_str();
 }
 
-std::string SlowAnsiToUtf8(const std::string& s, std::size_t nRoom, unsigned nPage)
+// Both forms follow the rule, with room for cchDest units. Of more room than the result takes nothing is
+// there.
+template <class Src, class Dest, class... Page>
+void ExpectSame(const CConversion<Src, Dest, Page...>& conversion, const std::basic_string<Src>& s,
+                unsigned cchDest, Page... nPage)
 {
-    std::string sResult;
-    for (const char b : s)
-        Fit(sResult, b < 0 ? UnitAsUtf8(AnsiAsUnit({b}, nPage)) : std::string(1, b), nRoom);
-    return sResult;
-}
-
-std::string SlowUtf8ToAnsi(const std::string& s, std::size_t nRoom, unsigned nPage)
-{
-    std::string sResult;
-    for (std::size_t i = 0; i < s.size();)
-    {
-        const auto b = static_cast<unsigned char>(s[i]);
-        const std::size_t nLength = b < 0xC0 || b >= 0xF8 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
-        const WCHAR c = Units(SlowDecode(s.substr(i, nLength), 0).m_cChar)[0];
-        Fit(sResult, c < 0x80 ? std::string(1, static_cast<char>(c)) : UnitAsAnsi(c, nPage), nRoom);
-        i += nLength;
-    }
-    return sResult;
-}
-
-// ---- Calls with a destination of any size between guards ----
-
-constexpr unsigned c_nGuard = 32;
-
-template <class Dest>
-std::basic_string<Dest> Guarded(unsigned cchDest, const std::function<int(Dest*, unsigned)>& convert)
-{
-    const auto cGuard = static_cast<Dest>(0x5A5A);
-    std::vector<Dest> vBuffer(cchDest + 2 * c_nGuard, cGuard);
-    Dest* pDest = vBuffer.data() + c_nGuard;
-    const int n = convert(pDest, cchDest);
-    for (unsigned i = 0; i < c_nGuard; ++i)
-        if (vBuffer[i] != cGuard || vBuffer[c_nGuard + cchDest + i] != cGuard)
-            ADD_FAILURE() << "written outside a destination of " << cchDest;
-    if (n < 0 || static_cast<unsigned>(n) >= cchDest || pDest[n] != 0)
-    {
-        ADD_FAILURE() << n << " is not the length of a terminated text in " << cchDest;
-        return {};
-    }
-    return std::basic_string<Dest>(pDest, static_cast<std::size_t>(n));
-}
-
-// Compares the plain and the range form with the slow rule, for one size of the destination.
-template <class Src, class Dest, class Slow, class Plain, class Range, class... Page>
-void ExpectSame(const std::basic_string<Src>& s, unsigned cchDest, Slow slow, Plain plain, Range range,
-                Page... nPage)
-{
-    const std::basic_string<Dest> sExpected = slow(s, cchDest - 1, nPage...);
+    const std::basic_string<Dest> sExpected = conversion.Expected(s, cchDest - 1, nPage...);
+    const std::size_t nWhole = conversion.Expected(s, SIZE_MAX, nPage...).size() + 1;
+    const std::size_t nBuffer = std::min<std::size_t>(cchDest, nWhole);
     ASSERT_EQ(
         sExpected,
-        Guarded<Dest>(cchDest, [&](Dest* p, unsigned cch) { return plain(s.c_str(), p, cch, nPage...); }))
-        << "destination of " << cchDest << " for " << testing::PrintToString(s);
-    // A range of its own, so that a read past its end is seen.
-    const std::vector<Src> vSource(s.begin(), s.end());
-    if (vSource.empty())
-        return;
-    const auto Convert = [&](Dest* p, unsigned cch) {
-        return range(vSource.data(), vSource.data() + vSource.size(), p, cch, nPage...);
-    };
-    ASSERT_EQ(sExpected, Guarded<Dest>(cchDest, Convert))
-        << "range, destination of " << cchDest << " for " << testing::PrintToString(s);
+        Written<Dest>(nBuffer, [&](Dest* p) { return conversion.m_Plain(s.c_str(), p, cchDest, nPage...); }))
+        << "room for " << cchDest << ", from " << testing::PrintToString(s);
+    std::basic_string<Src> sLonger = s;
+    sLonger.append(1, 0).append(1, 'x');
+    for (const auto& sSource : {s, sLonger})
+    {
+        // Memory of its own, so that a read past the end is seen.
+        const auto pSource = std::make_unique<Src[]>(sSource.size());
+        const Src* const pEnd = std::copy(sSource.begin(), sSource.end(), pSource.get());
+        ASSERT_EQ(sExpected,
+                  Written<Dest>(
+                      nBuffer,
+                      [&](Dest* p) { return conversion.m_Range(pSource.get(), pEnd, p, cchDest, nPage...); }))
+            << "room for " << cchDest << ", from the range " << testing::PrintToString(sSource);
+    }
 }
 
 void ExpectSameFromBytes(const std::string& s, unsigned cchDest)
 {
-    ExpectSame<char, WCHAR>(s, cchDest, SlowUtf8ToUnicode, UTF8ToUnicode, UTF8ToUnicodeEx);
+    ExpectSame(c_utf8ToUnicode, s, cchDest);
     for (const unsigned nPage : {1252u, 932u})
     {
-        ExpectSame<char, WCHAR>(s, cchDest, SlowAnsiToUnicode, ANSIToUnicode, ANSIToUnicodeEx, nPage);
-        ExpectSame<char, char>(s, cchDest, SlowAnsiToUtf8, ANSIToUTF8, ANSIToUTF8Ex, nPage);
-        ExpectSame<char, char>(s, cchDest, SlowUtf8ToAnsi, UTF8ToANSI, UTF8ToANSIEx, nPage);
+        ExpectSame(c_ansiToUnicode, s, cchDest, nPage);
+        ExpectSame(c_ansiToUtf8, s, cchDest, nPage);
+        ExpectSame(c_utf8ToAnsi, s, cchDest, nPage);
     }
 }
 
-void ExpectSameFromUnits(const CWide& s, unsigned cchDest)
+void ExpectSameFromUnits(const Text& s, unsigned cchDest)
 {
-    ExpectSame<WCHAR, char>(s, cchDest, SlowUnicodeToUtf8, UnicodeToUTF8, UnicodeToUTF8Ex);
+    ExpectSame(c_unicodeToUtf8, s, cchDest);
     for (const unsigned nPage : {1252u, 932u})
-        ExpectSame<WCHAR, char>(s, cchDest, SlowUnicodeToAnsi, UnicodeToANSI, UnicodeToANSIEx, nPage);
+        ExpectSame(c_unicodeToAnsi, s, cchDest, nPage);
 }
-
-std::string Utf8Of(const CWide& s)
-{
-    std::string sResult;
-    for (std::size_t i = 0; i < s.size(); ++i)
-        if (s[i] >= 0xD800 && s[i] <= 0xDBFF && i + 1 < s.size())
-        {
-            const unsigned n = 0x10000u + ((s[i] - 0xD800u) << 10) + (s[i + 1] - 0xDC00u);
-            for (const unsigned b :
-                 {0xF0 + (n >> 18), 0x80 + (n >> 12 & 63), 0x80 + (n >> 6 & 63), 0x80 + (n & 63)})
-                sResult += static_cast<char>(b);
-            ++i;
-        }
-        else
-            sResult += UnitAsUtf8(s[i]);
-    return sResult;
-}
-
-const CWide c_aSamples[] = {
-    ORVTEXT(""),
-    ORVTEXT("The quick brown fox jumps over the lazy dog, and over the lazy dog again."),
-    ORVTEXT("\u00C1rv\u00EDzt\u0171r\u0151 t\u00FCk\u00F6rf\u00FAr\u00F3g\u00E9p, na\u00EFve \u20AC 12, "
-            "stra\u00DFe; pe\u0144 "
-            "and much plain text behind it\u2026"),
-    ORVTEXT("\u6F22\u5B57\u3068\u304B\u306A\u4EA4\u3058\u308A\u6587\u3001\u30C6\u30B9\u30C8\u3067\u3059\u3002"
-            "\u6F22\u5B57"
-            "\u3068\u304B\u306A\u4EA4\u3058\u308A\u6587"),
-    ORVTEXT(
-        "x\U0001F600\U0001F468\u200D\U0001F469\U0001F600yz\U0001F600\U0001F600\U0001F600\U0001F600\U0001F600"
-        "\U0001F600\U0001F600\U0001F600"),
-    ORVTEXT("0123456789abcdef0123456789abcdef0123456789abcde\u00E9"),
-};
 
 } // namespace
 
 TEST(Conversions, CutAtEverySize)
 {
+    const Text c_aSamples[] = {
+        ORVTEXT(""),
+        ORVTEXT("The quick brown fox jumps over the lazy dog, and over the lazy dog again."),
+        ORVTEXT("\u00C1rv\u00EDzt\u0171r\u0151 t\u00FCk\u00F6rf\u00FAr\u00F3g\u00E9p, na\u00EFve \u20AC 12, "
+                "stra\u00DFe; pe\u0144 and much plain text behind it\u2026"),
+        ORVTEXT("\u6F22\u5B57\u3068\u304B\u306A\u4EA4\u3058\u308A\u6587\u3001\u30C6\u30B9\u30C8\u3067\u3059"
+                "\u3002\u6F22\u5B57\u3068\u304B\u306A\u4EA4\u3058\u308A\u6587"),
+        ORVTEXT("x\U0001F600\U0001F468\u200D\U0001F469\U0001F600yz\U0001F600\U0001F600\U0001F600\U0001F600"
+                "\U0001F600\U0001F600\U0001F600\U0001F600"),
+        ORVTEXT("0123456789abcdef0123456789abcdef0123456789abcde\u00E9"),
+    };
     CReportCapture capture;
-    for (const CWide& s : c_aSamples)
+    for (const Text& s : c_aSamples)
     {
-        const std::string sUtf8 = Utf8Of(s);
-        const auto nMost = static_cast<unsigned>(sUtf8.size()) + 4;
-        for (unsigned cchDest = 2; cchDest <= nMost && !HasFatalFailure(); ++cchDest)
+        const std::string sUtf8 = Encoded(s, CP_UTF8);
+        std::vector<unsigned> vSizes = {0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
+        for (unsigned cchDest = 2; cchDest <= sUtf8.size() + 4; ++cchDest)
+            vSizes.push_back(cchDest);
+        for (const unsigned cchDest : vSizes)
         {
             ExpectSameFromUnits(s, cchDest);
             ExpectSameFromBytes(sUtf8, cchDest);
-            ExpectSameFromBytes(SlowUnicodeToAnsi(s, SIZE_MAX, 932), cchDest);
+            ExpectSameFromBytes(Encoded(s, 932), cchDest);
+            if (HasFatalFailure())
+                return;
         }
     }
     EXPECT_NO_REPORTS(capture);
@@ -273,131 +227,49 @@ TEST(Conversions, EveryTwoBytesAndEveryUnit)
 {
     for (unsigned n = 0x0101; n < 0x10000 && !HasFatalFailure(); ++n)
     {
-        const std::string s = {'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'};
         if (n & 0xFF)
-            ExpectSame<char, WCHAR>(s, 8, SlowUtf8ToUnicode, UTF8ToUnicode, UTF8ToUnicodeEx);
-        const CWide sWide = {ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')};
-        ExpectSame<WCHAR, char>(sWide, 8, SlowUnicodeToUtf8, UnicodeToUTF8, UnicodeToUTF8Ex);
+            ExpectSame(c_utf8ToUnicode, {'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, 8);
+        ExpectSame(c_unicodeToUtf8, {ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, 8);
     }
 }
 
 TEST(Conversions, AnyBytesAndUnits)
 {
-    const unsigned nSeed = std::random_device()();
-    SCOPED_TRACE(nSeed);
-    std::mt19937 generator(nSeed);
-    const auto Below = [&](std::size_t n) { return static_cast<unsigned>(generator() % n); };
     // Bytes and units at the borders of what is allowed, between stretches of ASCII.
     static constexpr unsigned char c_aBytes[] = {0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF,
                                                  0xE0, 0xE1, 0xEC, 0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF3, 0xF4,
                                                  0xF5, 0xF8, 0xFC, 0xFE, 0xFF, 0x83, 0x41, 0x7F, 0x01, 0x5C};
     static constexpr WCHAR c_aUnits[] = {0x7F,   0x80,   0x7FF,  0x800,  0xD7FF, 0xD800, 0xDBFF, 0xDC00,
                                          0xDFFF, 0xE000, 0xFFFF, 0x20AC, 0x6F22, 0xFF71, 0x41,   0x81};
-    for (int i = 0; i < 4000 && !HasFatalFailure(); ++i)
+    CTestRandom random;
+    for (int i = 0; i < 2000 && !HasFatalFailure(); ++i)
     {
         std::string sBytes;
-        CWide sUnits;
-        for (unsigned n = Below(90); n; --n)
+        Text sUnits;
+        for (unsigned n = random.UpTo(90); n; --n)
         {
-            sBytes.append(Below(8) ? 0 : Below(40), 'x');
-            sBytes += static_cast<char>(c_aBytes[Below(std::size(c_aBytes))]);
-            sUnits.append(Below(8) ? 0 : Below(40), ORVTEXT('x'));
-            sUnits += c_aUnits[Below(std::size(c_aUnits))];
+            sBytes.append(random.UpTo(7) ? 0 : random.UpTo(40), 'x');
+            sBytes += static_cast<char>(c_aBytes[random() % std::size(c_aBytes)]);
+            sUnits.append(random.UpTo(7) ? 0 : random.UpTo(40), ORVTEXT('x'));
+            sUnits += c_aUnits[random() % std::size(c_aUnits)];
         }
-        const unsigned cchDest = 2 + (i % 2 ? Below(60) : 1000);
-        ExpectSame<char, WCHAR>(sBytes, cchDest, SlowUtf8ToUnicode, UTF8ToUnicode, UTF8ToUnicodeEx);
-        ExpectSame<char, WCHAR>(sBytes, cchDest, SlowAnsiToUnicode, ANSIToUnicode, ANSIToUnicodeEx, 932u);
+        const unsigned cchDest = 2 + (i % 2 ? random.UpTo(60) : 1000);
+        ExpectSameFromBytes(sBytes, cchDest);
         ExpectSameFromUnits(sUnits, cchDest);
     }
 }
 
-TEST(Conversions, SequenceLengthFollowsTheLeadByte)
+TEST(Conversions, RangeThatCutsASequenceIsReported)
 {
-    char aDest[16];
-    EXPECT_EQ(2, UTF8ToANSI("\xE2"
-                            "abz",
-                            aDest, sizeof aDest, 1252));
-    EXPECT_STREQ("?z", aDest) << "two letters behind a damaged lead byte belong to it";
-    EXPECT_EQ(3, UTF8ToANSI("a\xF0\x9F\x98\x80z", aDest, sizeof aDest, 1252));
-    EXPECT_STREQ("a?z", aDest);
-
     CReportCapture capture;
+    char aDest[16];
     EXPECT_EQ(1, UTF8ToANSI("\xE2", aDest, sizeof aDest, 1252));
+    const char* const sEuro = "a\xE2\x82\xAC";
+    EXPECT_EQ(2, UTF8ToANSIEx(sEuro, sEuro + 4, aDest, sizeof aDest, 1252));
     EXPECT_NO_REPORTS(capture);
-    const char* const sCut = "a\xE2\x82\xAC";
-    EXPECT_EQ(2, UTF8ToANSIEx(sCut, sCut + 3, aDest, sizeof aDest, 1252));
+    EXPECT_EQ(2, UTF8ToANSIEx(sEuro, sEuro + 3, aDest, sizeof aDest, 1252));
     EXPECT_STREQ("a?", aDest);
     EXPECT_REPORTS(capture, {{"UTF8ToANSIEx", "p > pSrcTo", "", "stringutils"}});
-    EXPECT_EQ(2, UTF8ToANSIEx(sCut, sCut + 4, aDest, sizeof aDest, 1252));
-    EXPECT_STREQ("a\x80", aDest);
-    EXPECT_NO_REPORTS(capture);
-}
-
-TEST(Conversions, HalvesOfPairsAreEncodedAlone)
-{
-    char aDest[16];
-    EXPECT_EQ(8, UnicodeToUTF8(ORVTEXT("a\U0001F600z"), aDest, sizeof aDest));
-    EXPECT_STREQ("a\xEF\xBF\xBD\xEF\xBF\xBDz", aDest);
-}
-
-TEST(Conversions, UnitsThatDoNotFitAreDropped)
-{
-    char aDest[4];
-    EXPECT_EQ(3, UnicodeToUTF8(ORVTEXT("a\u20ACbc\u00E9"), aDest, sizeof aDest));
-    EXPECT_STREQ("abc", aDest);
-    EXPECT_EQ(2, UnicodeToUTF8(ORVTEXT("a\u00E9b"), aDest, 3));
-    EXPECT_STREQ("ab", aDest);
-    EXPECT_EQ(2, ANSIToUTF8("a\xE9"
-                            "b",
-                            aDest, 3, 1252));
-    EXPECT_STREQ("ab", aDest);
-    WCHAR aWide[3];
-    EXPECT_EQ(1, UTF8ToUnicode("a\xF0\x9F\x98\x80z", aWide, 3))
-        << "a run ends the text where it does not fit";
-}
-
-TEST(Conversions, RangesEndAtAZeroUnit)
-{
-    const std::string sBytes("ab\0cd", 5);
-    const CWide sUnits(ORVTEXT("ab\0cd"), 5);
-    char aNarrow[8];
-    WCHAR aWide[8];
-    EXPECT_EQ(2, UTF8ToUnicodeEx(sBytes.data(), sBytes.data() + 5, aWide, 8));
-    EXPECT_EQ(2, ANSIToUnicodeEx(sBytes.data(), sBytes.data() + 5, aWide, 8, 0));
-    EXPECT_EQ(2, ANSIToUTF8Ex(sBytes.data(), sBytes.data() + 5, aNarrow, 8, 0));
-    EXPECT_EQ(2, UTF8ToANSIEx(sBytes.data(), sBytes.data() + 5, aNarrow, 8, 0));
-    EXPECT_EQ(2, UnicodeToUTF8Ex(sUnits.data(), sUnits.data() + 5, aNarrow, 8));
-    EXPECT_EQ(2, UnicodeToANSIEx(sUnits.data(), sUnits.data() + 5, aNarrow, 8, 0));
-    EXPECT_EQ(0, UTF8ToUnicodeEx(sBytes.data(), sBytes.data(), aWide, 8));
-    EXPECT_EQ(0, aWide[0]);
-}
-
-TEST(Conversions, AClaimOfEndlessRoomWritesTheResultOnly)
-{
-    for (const CWide& s : c_aSamples)
-    {
-        const std::string sUtf8 = Utf8Of(s);
-        const CWide sDecoded = SlowUtf8ToUnicode(sUtf8, SIZE_MAX);
-        const std::string sEncoded = SlowUnicodeToUtf8(s, SIZE_MAX);
-        const std::string sAnsi = SlowUnicodeToAnsi(s, SIZE_MAX, 932);
-        for (const unsigned cchDest : {0xFFFFFFFFu, 0x80000001u, 0x80000000u, 0x7FFFFFFFu})
-        {
-            const auto Size = [](const auto& sText) { return static_cast<unsigned>(sText.size()) + 1; };
-            EXPECT_EQ(sDecoded, Guarded<WCHAR>(Size(sDecoded), [&](WCHAR* p, unsigned) {
-                          return UTF8ToUnicode(sUtf8.c_str(), p, cchDest);
-                      }));
-            EXPECT_EQ(sEncoded, Guarded<char>(Size(sEncoded), [&](char* p, unsigned) {
-                          return UnicodeToUTF8(s.c_str(), p, cchDest);
-                      }));
-            EXPECT_EQ(sAnsi, Guarded<char>(Size(sAnsi), [&](char* p, unsigned) {
-                          return UnicodeToANSI(s.c_str(), p, cchDest, 932);
-                      }));
-            const CWide sWide = SlowAnsiToUnicode(sAnsi, SIZE_MAX, 932);
-            EXPECT_EQ(sWide, Guarded<WCHAR>(Size(sWide), [&](WCHAR* p, unsigned) {
-                          return ANSIToUnicode(sAnsi.c_str(), p, cchDest, 932);
-                      }));
-        }
-    }
 }
 
 ORV_CHILD(ConvertByAnsiCodePage)
@@ -408,7 +280,7 @@ ORV_CHILD(ConvertByAnsiCodePage)
     WCHAR aWide[16];
     const bool bEncodes = UnicodeToANSI(ORVTEXT("a\u20AC\u00E9"), aNarrow, 16, CP_ACP) == 6;
     const bool bDecodes = ANSIToUnicode(aNarrow, aWide, 16, CP_ACP) == 3;
-    return bEncodes && bDecodes && CWide(ORVTEXT("a\u20AC\u00E9")) == aWide ? 0 : 2;
+    return bEncodes && bDecodes && Text(ORVTEXT("a\u20AC\u00E9")) == aWide ? 0 : 2;
 }
 
 TEST(Conversions, TheAnsiCodePageMayBeUtf8)
@@ -423,22 +295,16 @@ TEST(Conversions, TheAnsiCodePageMayBeUtf8)
 TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
 {
     CReportCapture capture;
-    char aNarrow[16];
-    WCHAR aWide[16];
     for (const unsigned nPage : {12345u, 0xFFFFFFFFu})
     {
-        EXPECT_EQ(2, UnicodeToANSI(ORVTEXT("a\u00E9\u4E00b"), aNarrow, 16, nPage));
+        char aNarrow[16];
+        WCHAR aWide[16];
+        EXPECT_EQ(2, UnicodeToANSI(ORVTEXT("\u00E9a\u00E9\u4E00b"), aNarrow, 16, nPage));
         EXPECT_STREQ("ab", aNarrow);
-        EXPECT_EQ(2, ANSIToUnicode("a\xE9\xE8"
-                                   "b",
-                                   aWide, 16, nPage));
-        EXPECT_EQ(CWide(ORVTEXT("ab")), aWide);
-        EXPECT_EQ(2, ANSIToUTF8("a\xE9"
-                                "b",
-                                aNarrow, 16, nPage));
-        EXPECT_EQ(2, UTF8ToANSI("a\xC3\xA9"
-                                "b",
-                                aNarrow, 16, nPage));
+        EXPECT_EQ(2, ANSIToUnicode("\xE9\x61\xE9\xE8\x62", aWide, 16, nPage));
+        EXPECT_EQ(Text(ORVTEXT("ab")), aWide);
+        EXPECT_EQ(2, ANSIToUTF8("\xE9\x61\xE9\x62", aNarrow, 16, nPage));
+        EXPECT_EQ(2, UTF8ToANSI("\xC3\xA9\x61\xC3\xA9\x62", aNarrow, 16, nPage));
     }
     EXPECT_NO_REPORTS(capture);
 }
@@ -446,133 +312,91 @@ TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
 namespace
 {
 
-// What is refused before anything is read, so the units may stand for bytes.
-struct CArguments
+// Both forms refuse bad arguments, report them and leave an empty text where they may.
+template <class Src, class Dest, class... Page>
+void ExpectRefusals(const CConversion<Src, Dest, Page...>& conversion, const std::string& sName,
+                    const std::string& sRoom, const std::string& sRangeRoom)
 {
-    const WCHAR* m_pFrom;
-    const WCHAR* m_pTo;
-    WCHAR* m_pDest;
-    unsigned m_cchDest;
-    unsigned m_nPage;
-
-    const char* From() const { return reinterpret_cast<const char*>(m_pFrom); }
-    const char* To() const { return reinterpret_cast<const char*>(m_pTo); }
-    char* Dest() const { return reinterpret_cast<char*>(m_pDest); }
-};
-
-struct CFunction
-{
-    const char* m_sName;
-    const char* m_sSource;
-    const char* m_sRest; ///< of the condition, behind the destination
-    bool m_bWide;        ///< the destination
-    int (*m_Call)(const CArguments&);
-
-    bool IsRange() const { return m_sSource[4] == 'F'; }
-    bool RefusesUtf8() const { return std::string(m_sRest).find("CP_UTF8") != std::string::npos; }
-    std::string Condition() const
+    static constexpr Src c_aText[] = {'t', 'e', 'x', 't', 0};
+    const Src* const pEnd = c_aText + 4;
+    Dest aDest[8];
+    const struct
     {
-        return std::string(m_sSource) + " == nullptr || " +
-               (IsRange() ? "pSrcTo == nullptr || pSrcFrom > pSrcTo || " : "") + "pDest == nullptr || " +
-               m_sRest;
+        const char* m_sCase;
+        const Src* m_pFrom;
+        const Src* m_pTo;
+        Dest* m_pDest;
+        unsigned m_cchDest;
+        unsigned m_nPage = 0;
+    } aFaults[] = {
+        {"null source", nullptr, pEnd, aDest, 8},
+        {"null destination", c_aText, pEnd, nullptr, 8},
+        {"no room", c_aText, pEnd, aDest, 0},
+        {"room for the terminator only", c_aText, pEnd, aDest, 1, CP_UTF8},
+        {"UTF-8 as code page", c_aText, pEnd, aDest, 8, CP_UTF8},
+        {"null end", c_aText, nullptr, aDest, 8},
+        {"end before the beginning", c_aText + 1, c_aText, aDest, 8},
+    };
+    CReportCapture capture;
+    const bool bTakesUtf8 = sRoom.find("CP_UTF8") == sRoom.npos;
+    for (const auto& fault : aFaults)
+    {
+        SCOPED_TRACE(sName + ", " + fault.m_sCase);
+        if (bTakesUtf8 && fault.m_nPage == CP_UTF8 && fault.m_cchDest == 8)
+            continue;
+        const auto Expect = [&](const std::string& sFunction, const std::string& sCondition, auto call) {
+            const auto cOld = static_cast<Dest>(0x5A5A);
+            aDest[0] = aDest[1] = cOld;
+            EXPECT_EQ(0, call(fault.m_pDest, fault.m_cchDest, static_cast<Page>(fault.m_nPage)...));
+            EXPECT_REPORTS(capture, {{sFunction.c_str(), sCondition.c_str(), "", "stringutils"}});
+            EXPECT_EQ(fault.m_pDest && fault.m_cchDest ? Dest() : cOld, aDest[0]);
+            EXPECT_EQ(cOld, aDest[1]);
+        };
+        if (fault.m_pTo == pEnd)
+            Expect(sName, "pSrc == nullptr || pDest == nullptr || " + sRoom,
+                   [&](auto... args) { return conversion.m_Plain(fault.m_pFrom, args...); });
+        Expect(sName + "Ex",
+               "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || " +
+                   sRangeRoom,
+               [&](auto... args) { return conversion.m_Range(fault.m_pFrom, fault.m_pTo, args...); });
     }
-};
-
-using A = const CArguments&;
-
-constexpr CFunction c_aFunctions[] = {
-    {"UnicodeToANSI", "pSrc", "cchDest < 2 || destCodePage == CP_UTF8", false,
-     [](A a) { return UnicodeToANSI(a.m_pFrom, a.Dest(), a.m_cchDest, a.m_nPage); }},
-    {"ANSIToUnicode", "pSrc", "cchDest < 2 || srcCodePage == CP_UTF8", true,
-     [](A a) { return ANSIToUnicode(a.From(), a.m_pDest, a.m_cchDest, a.m_nPage); }},
-    {"UnicodeToUTF8", "pSrc", "cbDest < 2", false,
-     [](A a) { return UnicodeToUTF8(a.m_pFrom, a.Dest(), a.m_cchDest); }},
-    {"UTF8ToUnicode", "pSrc", "cchDest < 2", true,
-     [](A a) { return UTF8ToUnicode(a.From(), a.m_pDest, a.m_cchDest); }},
-    {"ANSIToUTF8", "pSrc", "cbDest < 2", false,
-     [](A a) { return ANSIToUTF8(a.From(), a.Dest(), a.m_cchDest, a.m_nPage); }},
-    {"UTF8ToANSI", "pSrc", "cchDest < 2", false,
-     [](A a) { return UTF8ToANSI(a.From(), a.Dest(), a.m_cchDest, a.m_nPage); }},
-    {"UnicodeToANSIEx", "pSrcFrom", "cchDest < 2 || destCodePage == CP_UTF8", false,
-     [](A a) { return UnicodeToANSIEx(a.m_pFrom, a.m_pTo, a.Dest(), a.m_cchDest, a.m_nPage); }},
-    {"ANSIToUnicodeEx", "pSrcFrom", "cchDest < 2 || srcCodePage == CP_UTF8", true,
-     [](A a) { return ANSIToUnicodeEx(a.From(), a.To(), a.m_pDest, a.m_cchDest, a.m_nPage); }},
-    {"UnicodeToUTF8Ex", "pSrcFrom", "cbDest < 2", false,
-     [](A a) { return UnicodeToUTF8Ex(a.m_pFrom, a.m_pTo, a.Dest(), a.m_cchDest); }},
-    {"UTF8ToUnicodeEx", "pSrcFrom", "cchDest < 2", true,
-     [](A a) { return UTF8ToUnicodeEx(a.From(), a.To(), a.m_pDest, a.m_cchDest); }},
-    {"ANSIToUTF8Ex", "pSrcFrom", "cchDest < 2", false,
-     [](A a) { return ANSIToUTF8Ex(a.From(), a.To(), a.Dest(), a.m_cchDest, a.m_nPage); }},
-    {"UTF8ToANSIEx", "pSrcFrom", "cchDest < 2", false,
-     [](A a) { return UTF8ToANSIEx(a.From(), a.To(), a.Dest(), a.m_cchDest, a.m_nPage); }},
-};
+}
 
 } // namespace
 
 TEST(Conversions, RefuseAndReportBadArguments)
 {
-    static const WCHAR c_aText[] = ORVTEXT("text");
-    WCHAR aDest[8];
-    enum class EFor
-    {
-        All,
-        Ranges,
-        NoUtf8
-    };
-    const struct
-    {
-        const char* m_sCase;
-        EFor m_For;
-        CArguments m_Arguments;
-    } aFaults[] = {
-        {"null source", EFor::All, {nullptr, c_aText + 4, aDest, 8, 0}},
-        {"null destination", EFor::All, {c_aText, c_aText + 4, nullptr, 8, 0}},
-        {"no room", EFor::All, {c_aText, c_aText + 4, aDest, 0, 0}},
-        {"room for the terminator only", EFor::All, {c_aText, c_aText + 4, aDest, 1, CP_UTF8}},
-        {"null end", EFor::Ranges, {c_aText, nullptr, aDest, 8, 0}},
-        {"end before the beginning", EFor::Ranges, {c_aText + 1, c_aText, aDest, 8, 0}},
-        {"UTF-8 as code page", EFor::NoUtf8, {c_aText, c_aText + 4, aDest, 8, CP_UTF8}},
-    };
-    CReportCapture capture;
-    for (const CFunction& function : c_aFunctions)
-        for (const auto& fault : aFaults)
-        {
-            if ((fault.m_For == EFor::Ranges && !function.IsRange()) ||
-                (fault.m_For == EFor::NoUtf8 && !function.RefusesUtf8()))
-                continue;
-            SCOPED_TRACE(std::string(function.m_sName) + ", " + fault.m_sCase);
-            std::fill(std::begin(aDest), std::end(aDest), static_cast<WCHAR>(0x5A5A));
-            EXPECT_EQ(0, function.m_Call(fault.m_Arguments));
-            EXPECT_REPORTS(capture, {{function.m_sName, function.Condition().c_str(), "", "stringutils"}});
-            const bool bUsable = fault.m_Arguments.m_pDest != nullptr && fault.m_Arguments.m_cchDest > 0;
-            EXPECT_EQ(!bUsable ? 0x5A5A : function.m_bWide ? 0 : 0x5A00, aDest[0]);
-            EXPECT_EQ(0x5A5A, aDest[1]);
-        }
+    const std::string sToAnsi = "cchDest < 2 || destCodePage == CP_UTF8";
+    const std::string sFromAnsi = "cchDest < 2 || srcCodePage == CP_UTF8";
+    ExpectRefusals(c_unicodeToAnsi, "UnicodeToANSI", sToAnsi, sToAnsi);
+    ExpectRefusals(c_ansiToUnicode, "ANSIToUnicode", sFromAnsi, sFromAnsi);
+    ExpectRefusals(c_unicodeToUtf8, "UnicodeToUTF8", "cbDest < 2", "cbDest < 2");
+    ExpectRefusals(c_utf8ToUnicode, "UTF8ToUnicode", "cchDest < 2", "cchDest < 2");
+    ExpectRefusals(c_ansiToUtf8, "ANSIToUTF8", "cbDest < 2", "cchDest < 2");
+    ExpectRefusals(c_utf8ToAnsi, "UTF8ToANSI", "cchDest < 2", "cchDest < 2");
 }
 
 TEST(Conversions, Utf8AsAnsiIsReportedAndCopied)
 {
-    struct CRow
+    static constexpr char c_aText[] = "\xC3\xA9t\xC3";
+    const struct
     {
+        const CConversion<char, char, unsigned>& m_conversion;
         const char* m_sFunction;
+        const char* m_sRange;
         const char* m_sCondition;
-        std::function<int(char*)> m_Call;
-    };
-    static const char* const c_pText = "\xC3\xA9t\xC3";
-    const CRow c_aRows[] = {
-        {"ANSIToUTF8", "srcCodePage == CP_UTF8", [](char* p) { return ANSIToUTF8(c_pText, p, 4, CP_UTF8); }},
-        {"ANSIToUTF8Ex", "srcCodePage == CP_UTF8",
-         [](char* p) { return ANSIToUTF8Ex(c_pText, c_pText + 4, p, 4, CP_UTF8); }},
-        {"UTF8ToANSI", "destCodePage == CP_UTF8", [](char* p) { return UTF8ToANSI(c_pText, p, 4, CP_UTF8); }},
-        {"UTF8ToANSIEx", "destCodePage == CP_UTF8",
-         [](char* p) { return UTF8ToANSIEx(c_pText, c_pText + 4, p, 4, CP_UTF8); }},
-    };
+    } c_aRows[] = {{c_ansiToUtf8, "ANSIToUTF8", "ANSIToUTF8Ex", "srcCodePage == CP_UTF8"},
+                   {c_utf8ToAnsi, "UTF8ToANSI", "UTF8ToANSIEx", "destCodePage == CP_UTF8"}};
     CReportCapture capture;
-    for (const CRow& row : c_aRows)
+    for (const auto& row : c_aRows)
     {
-        char aDest[8] = "-------";
-        EXPECT_EQ(3, row.m_Call(aDest)) << row.m_sFunction;
-        EXPECT_STREQ("\xC3\xA9t", aDest) << row.m_sFunction;
-        EXPECT_REPORTS(capture, {{row.m_sFunction, row.m_sCondition, "", "stringutils"}});
+        EXPECT_EQ("\xC3\xA9t", Written<char>(4, [&](char* p) {
+                      return row.m_conversion.m_Plain(c_aText, p, 4, CP_UTF8);
+                  }));
+        EXPECT_EQ("\xC3\xA9t", Written<char>(4, [&](char* p) {
+                      return row.m_conversion.m_Range(c_aText, c_aText + 4, p, 4, CP_UTF8);
+                  }));
+        EXPECT_REPORTS(capture, {{row.m_sFunction, row.m_sCondition, "", "stringutils"},
+                                 {row.m_sRange, row.m_sCondition, "", "stringutils"}});
     }
 }
