@@ -1,40 +1,33 @@
 #include "log/logwriter.h"
 #include "orvcomtypes/lqsettings.h"
-#include "orvcomtypes/orvlog.h"
 #include "support/report_capture.h"
-#include "support/temp_dir.h"
+#include "support/test_log.h"
 #include "support/test_registry.h"
-#include "support/text.h"
 #include "support/wine.h"
-
-#include <gtest/gtest.h>
 
 #include <shlobj.h>
 
-#include <ctime>
-#include <sstream>
+#include <atomic>
 #include <thread>
 
 namespace
 {
 
-__time64_t g_tNow;
+std::atomic<__time64_t> g_tNow; // logs have threads
 
-__time64_t Now()
-{
-    return g_tNow;
-}
-
-/// Stops the log's clock and sets it.
+/// Stops the log's clock at a local time such as "2026-03-01 23:59:58" and sets it.
 class CFakeClock
 {
 public:
-    CFakeClock() : m_pfnReal(g_pfnLogTime) { g_pfnLogTime = Now; }
+    explicit CFakeClock(const char* sLocal) : m_pfnReal(g_pfnLogTime)
+    {
+        Set(sLocal);
+        g_pfnLogTime = [] { return g_tNow.load(); };
+    }
     CFakeClock(const CFakeClock&) = delete;
     CFakeClock& operator=(const CFakeClock&) = delete;
     ~CFakeClock() { g_pfnLogTime = m_pfnReal; }
 
-    /// "2026-03-01 23:59:58", local time.
     static void Set(const char* sLocal)
     {
         std::tm tm{};
@@ -49,12 +42,6 @@ public:
 private:
     __time64_t (*m_pfnReal)();
 };
-
-Text ToText(const std::filesystem::path& path)
-{
-    const auto sText = path.u16string();
-    return Text(sText.begin(), sText.end());
-}
 
 std::filesystem::path ToPath(const COrvStr& s)
 {
@@ -74,91 +61,81 @@ void PushLine(CLogQueue& queue, const std::string& sText)
     queue.Push(CLogMessage::Create(sText.data(), static_cast<std::uint32_t>(sText.size())));
 }
 
+class LogFileName : public CLogTest
+{
+protected:
+    std::filesystem::path TempFolder() const
+    {
+        WCHAR sFolder[MAX_PATH];
+        GetTempPathW(MAX_PATH, sFolder);
+        return sFolder;
+    }
+};
+using LogFile = CLogTest;
+using LogWriter = CLogTest;
+
 } // namespace
 
 // ---- Names ----
 
-TEST(LogFileName, PeriodsPutTheirDateBeforeTheExtension)
+TEST_F(LogFileName, PeriodsPutTheirDateBeforeTheExtension)
 {
-    const CFakeClock clock;
-    const CTempDir dir;
-    clock.Set("2026-03-01 07:08:09"); // a Sunday
-    const struct
-    {
-        const WCHAR* m_sPrefix;
-        const char* m_sName;
-    } cases[] = {{ORVTEXT(""), "app.txt"},
-                 {ORVTEXT("#MO"), "app_M2603.txt"},
-                 {ORVTEXT("#mo"), "app_M2603.txt"},
-                 {ORVTEXT("#WE"), "app_W260223.txt"},
-                 {ORVTEXT("#DA"), "app_D260301.txt"},
-                 {ORVTEXT("#AN"), "app_260301_070809.txt"}};
-    for (const auto& c : cases)
-    {
-        const std::basic_string<WCHAR> sPrefix = c.m_sPrefix;
-        EXPECT_EQ(dir / c.m_sName, NameFor(Text(sPrefix.begin(), sPrefix.end()) + ToText(dir / "app.txt")));
-    }
-    clock.Set("2026-01-01 00:00:00");
-    EXPECT_EQ(dir / "app_W251229.log", NameFor(ORVTEXT("#WE") + ToText(dir / "app")))
-        << "Monday of the year before";
+    const CFakeClock sunday("2026-03-01 07:08:09");
+    const std::pair<const WCHAR*, const char*> formats[] = {{ORVTEXT(""), "test.txt"},
+                                                            {ORVTEXT("#MO"), "test_M2603.txt"},
+                                                            {ORVTEXT("#mo"), "test_M2603.txt"},
+                                                            {ORVTEXT("#WE"), "test_W260223.txt"},
+                                                            {ORVTEXT("#DA"), "test_D260301.txt"},
+                                                            {ORVTEXT("#AN"), "test_260301_070809.txt"}};
+    for (const auto& [sPeriod, sName] : formats)
+        EXPECT_EQ(m_dir / sName, NameFor(sPeriod + m_sFile));
+    EXPECT_EQ(m_dir / "v1.2" / "app_D260301.log",
+              NameFor(ORVTEXT("#DA") + (m_dir / "v1.2" / "app").string<WCHAR>()));
+    EXPECT_TRUE(std::filesystem::is_directory(m_dir / "v1.2")) << "folders are made";
+    sunday.Set("2026-01-01 00:00:00");
+    EXPECT_EQ(m_dir / "test_W251229.txt", NameFor(ORVTEXT("#WE") + m_sFile)) << "Monday of the year before";
 }
 
-TEST(LogFileName, ExtensionIsThatOfTheName)
+TEST_F(LogFileName, TokensStandForFolders)
 {
-    const CTempDir dir;
-    EXPECT_EQ(dir / "v1.2" / "app.log", NameFor(ToText(dir / "v1.2" / "app")));
-    EXPECT_TRUE(std::filesystem::is_directory(dir / "v1.2")) << "folders are made";
-}
-
-TEST(LogFileName, TokensStandForFolders)
-{
-    const CFakeClock clock;
-    clock.Set("2026-03-01 07:08:09");
+    EXPECT_EQ(TempFolder() / "app.log", NameFor(ORVTEXT("(TEMP)app")));
     WCHAR sFolder[MAX_PATH];
-    GetTempPathW(MAX_PATH, sFolder);
-    EXPECT_EQ(std::filesystem::path(sFolder) / "app_D260301.log", NameFor(ORVTEXT("#DA(TEMP)app")));
     ASSERT_EQ(S_OK, SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, sFolder));
-    EXPECT_EQ((Text(sFolder) + ORVTEXT("\\app.txt")),
+    EXPECT_EQ(Text(sFolder) + ORVTEXT("\\app.txt"),
               TextOf(GenerateLogFileName(ORVTEXT("(LOCAPP)\\app.txt"))));
 }
 
-TEST(LogFileName, SettingsNameTheFolders)
+TEST_F(LogFileName, SettingsNameTheFolders)
 {
     const CTestRegistry registry;
-    const CTempDir dir;
-    WCHAR sTemp[MAX_PATH];
-    GetTempPathW(MAX_PATH, sTemp);
-    EXPECT_EQ(std::filesystem::path(sTemp) / "bare.log", NameFor(ORVTEXT("bare"))) << "without any setting";
-    EXPECT_EQ(std::filesystem::path(sTemp) / "#XYbare.log", NameFor(ORVTEXT("#XYbare"))) << "no known period";
-
-    const auto Set = [](const WCHAR* sName, const std::filesystem::path& path) {
-        ASSERT_TRUE(SetLQStringSettingW(nullptr, sName, ToText(path).c_str(), nullptr));
+    const auto Set = [&](const WCHAR* sName, const char* sFolder) {
+        ASSERT_TRUE(SetLQStringSettingW(nullptr, sName, (m_dir / sFolder).string<WCHAR>().c_str(), nullptr));
     };
-    Set(ORVTEXT("DataPath"), dir / "data");
-    EXPECT_EQ(dir / "data" / "Log" / "bare.log", NameFor(ORVTEXT("bare")));
-    EXPECT_EQ(dir / "data" / "x.log", NameFor(ORVTEXT("$x")));
-    EXPECT_EQ(dir / "data" / "x.log", NameFor(ORVTEXT("*\\x")));
-    Set(ORVTEXT("LocalDataPath"), dir / "local");
-    EXPECT_EQ(dir / "local" / "Log" / "bare.log", NameFor(ORVTEXT("bare")));
-    EXPECT_EQ(dir / "local" / "x.log", NameFor(ORVTEXT("$\\x")));
-    Set(ORVTEXT("DefaultLogPath"), dir / "log");
-    EXPECT_EQ(dir / "log" / "bare.log", NameFor(ORVTEXT("bare")));
-    EXPECT_EQ(dir / "local" / "x.log", NameFor(ORVTEXT("$x")));
+    EXPECT_EQ(TempFolder() / "bare.log", NameFor(ORVTEXT("bare"))) << "without any setting";
+    EXPECT_EQ(TempFolder() / "#XYbare.log", NameFor(ORVTEXT("#XYbare"))) << "no known period";
+    Set(ORVTEXT("DataPath"), "data");
+    EXPECT_EQ(m_dir / "data" / "Log" / "bare.log", NameFor(ORVTEXT("bare")));
+    EXPECT_EQ(m_dir / "data" / "x.log", NameFor(ORVTEXT("$x")));
+    EXPECT_EQ(m_dir / "data" / "x.log", NameFor(ORVTEXT("*\\x")));
+    Set(ORVTEXT("LocalDataPath"), "local");
+    EXPECT_EQ(m_dir / "local" / "Log" / "bare.log", NameFor(ORVTEXT("bare")));
+    EXPECT_EQ(m_dir / "local" / "x.log", NameFor(ORVTEXT("$\\x")));
+    Set(ORVTEXT("DefaultLogPath"), "log");
+    EXPECT_EQ(m_dir / "log" / "bare.log", NameFor(ORVTEXT("bare")));
+    EXPECT_EQ(m_dir / "local" / "x.log", NameFor(ORVTEXT("$x")));
 }
 
-TEST(LogFileName, LongNameGetsNoDate)
+TEST_F(LogFileName, LongNameGetsNoDate)
 {
-    const CTempDir dir;
-    const auto LongPath = [&](std::size_t nLength) {
-        return dir / std::string(nLength - dir.Path().native().size() - 5, 'n').append(".txt");
-    };
-    const auto fits = LongPath(MAX_PATH - 25);
-    EXPECT_NE(fits, NameFor(ORVTEXT("#DA") + ToText(fits)));
-    const auto longer = LongPath(MAX_PATH - 24);
-    EXPECT_EQ(longer, NameFor(ORVTEXT("#DA") + ToText(longer)));
+    for (const std::size_t nLength : {MAX_PATH - 25, MAX_PATH - 24})
+    {
+        const auto file = m_dir / std::string(nLength - m_dir.Path().native().size() - 5, 'n').append(".txt");
+        const bool bDate = file != NameFor(ORVTEXT("#DA") + file.string<WCHAR>());
+        EXPECT_EQ(nLength == MAX_PATH - 25, bDate);
+    }
 }
 
-TEST(LogFileName, EmptyFormatIsReported)
+TEST_F(LogFileName, EmptyFormatIsReported)
 {
     CReportCapture capture;
     EXPECT_TRUE(GenerateLogFileName(ORVTEXT("")).IsEmpty());
@@ -168,7 +145,7 @@ TEST(LogFileName, EmptyFormatIsReported)
 
 // ---- Periods ----
 
-TEST(LogFile, ChangesWithItsPeriod)
+TEST_F(LogFile, ChangesWithItsPeriod)
 {
     const struct
     {
@@ -190,13 +167,12 @@ TEST(LogFile, ChangesWithItsPeriod)
         {ORVTEXT("#AN"), "2026-01-05 00:00:00", "2027-02-06 11:00:00", false},
         {ORVTEXT(""), "2026-01-05 00:00:00", "2027-02-06 11:00:00", false},
     };
-    const CFakeClock clock;
     for (const auto& c : cases)
     {
         SCOPED_TRACE(std::string(c.m_sFirst) + " to " + c.m_sSecond);
         const CTempDir dir;
-        CLogFile file(COrvStr((c.m_sPeriod + ToText(dir / "app.txt")).c_str()));
-        clock.Set(c.m_sFirst);
+        const CFakeClock clock(c.m_sFirst);
+        CLogFile file(COrvStr((c.m_sPeriod + (dir / "app.txt").string<WCHAR>()).c_str()));
         ASSERT_TRUE(file.Prepare());
         const auto first = ToPath(file.Name());
         EXPECT_EQ(1u, file.Write("1", 1));
@@ -209,80 +185,73 @@ TEST(LogFile, ChangesWithItsPeriod)
     }
 }
 
-TEST(LogFile, FileOfAStartKeepsItsNameWhenItIsOpenedAgain)
+TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)
 {
-    const CFakeClock clock;
-    const CTempDir dir;
-    CLogFile file(COrvStr((ORVTEXT("#AN") + ToText(dir / "app.txt")).c_str()));
-    clock.Set("2026-03-01 07:08:09");
+    const CFakeClock clock("2026-03-01 07:08:09");
+    CLogFile file(COrvStr((ORVTEXT("#AN") + m_sFile).c_str()));
     ASSERT_TRUE(file.Prepare());
     file.Close();
     clock.Set("2026-03-05 10:11:12");
     ASSERT_TRUE(file.Prepare());
-    EXPECT_EQ("app_260301_070809.txt", ToPath(file.Name()).filename().string());
+    EXPECT_EQ("test_260301_070809.txt", ToPath(file.Name()).filename().string());
 }
 
 // ---- Lines into the file ----
 
-TEST(LogMessage, PoolTakesUpTo478Bytes)
+TEST_F(LogFile, LinesShowTheLocalTime)
 {
-    EXPECT_TRUE(CLogMessage::IsPooled(478));
-    EXPECT_FALSE(CLogMessage::IsPooled(479));
-    for (const std::uint32_t nLength : {1u, 478u, 479u, 480u, 100000u})
-    {
-        const std::string sText(nLength, 'x');
-        CLogMessage* pMessage = CLogMessage::Create(sText.data(), nLength);
-        EXPECT_EQ(nLength, pMessage->Length());
-        EXPECT_EQ(sText, pMessage->Text());
-        CLogMessage::Destroy(pMessage);
-    }
+    const CFakeClock clock("2026-03-01 07:08:09");
+    Init(lqlErrors);
+    m_log.LogErr(ORVTEXT("x"));
+    clock.Set("2026-12-31 23:59:00");
+    m_log.LogErr(ORVTEXT("y"));
+    m_log.ReleaseLog();
+    EXPECT_EQ("=E> 260301_070809 x\r\n=E> 261231_235900 y\r\n", ReadBytes(m_file));
 }
 
-TEST(LogQueue, KeepsTheOrderAcrossAppending)
+TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)
 {
     CLogQueue first;
     CLogQueue second;
+    std::string sExpected;
     first.Append(second);
-    EXPECT_TRUE(first.IsEmpty());
-    PushLine(second, "1");
-    first.Append(second);
-    PushLine(second, "2");
-    PushLine(first, "x");
-    first.Append(second);
-    PushLine(first, "3");
-    std::string sOrder;
+    // The longest of the pool has 478 bytes.
+    for (const std::size_t nLength : {1, 478, 479, 480, 478, 100000, 477, 476})
+    {
+        const std::string sLine(nLength, static_cast<char>('a' + sExpected.size() % 26));
+        PushLine(nLength % 2 ? first : second, sLine);
+        first.Append(second);
+        sExpected += sLine;
+    }
+    std::string sActual;
     for (; !first.IsEmpty(); first.DropFirst())
-        sOrder += first.First()->Text();
-    EXPECT_EQ("1x23", sOrder);
+        sActual.append(first.First()->Text(), first.First()->Length());
+    EXPECT_EQ(sExpected, sActual);
     EXPECT_TRUE(second.IsEmpty());
 }
 
-TEST(LogWriter, BatchesBeyondTheBufferAreWhole)
+TEST_F(LogWriter, BatchesBeyondTheBufferAreWhole)
 {
-    const CTempDir dir;
-    CLogWriter writer(COrvStr(ToText(dir / "big.txt").c_str()));
+    CLogWriter writer(COrvStr(m_sFile.c_str()));
     CLogQueue lines;
     std::string sExpected;
-    // The odd length puts borders of the buffer inside lines; the last line alone exceeds the buffer.
-    for (int i = 0; i < 60; ++i)
+    // Lines do not end where the buffer does; the last one alone exceeds it.
+    for (int i = 0; i < 61; ++i)
     {
-        const std::string sLine(99991, static_cast<char>('a' + i % 26));
+        const std::string sLine(i < 60 ? 99991 : 5000000, static_cast<char>('a' + i % 26));
         PushLine(lines, sLine);
         sExpected += sLine;
     }
-    sExpected += std::string(5000000, 'z');
-    PushLine(lines, std::string(5000000, 'z'));
     EXPECT_TRUE(writer.Flush(lines));
     EXPECT_FALSE(writer.HasBacklog());
-    EXPECT_TRUE(sExpected == ReadBytes(dir / "big.txt"));
+    EXPECT_TRUE(sExpected == ReadBytes(m_file));
 }
 
-TEST(LogWriter, LeavesLinesWholeBesideAnotherWriter)
+TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)
 {
     ORV_SKIP_WINE("finds the end of a file and writes there in two steps");
-    const CTempDir dir;
     const auto Write = [&](char c) {
-        CLogWriter writer(COrvStr(ToText(dir / "two.txt").c_str()));
+        CLogWriter writer(COrvStr(m_sFile.c_str()));
         CLogQueue lines;
         for (int i = 0; i < 200; ++i)
             PushLine(lines, std::string(99990, c) + '\n');
@@ -291,27 +260,9 @@ TEST(LogWriter, LeavesLinesWholeBesideAnotherWriter)
     std::thread other(Write, 'a');
     Write('b');
     other.join();
-    std::istringstream text(ReadBytes(dir / "two.txt"));
+    std::istringstream text(ReadBytes(m_file));
     int nLines = 0;
     for (std::string sLine; std::getline(text, sLine); ++nLines)
         ASSERT_EQ(std::string(99990, sLine[0]), sLine);
     EXPECT_EQ(400, nLines);
-}
-
-TEST(LogWriter, KeepsLinesUntilTheFileCanBeOpened)
-{
-    const CTempDir dir;
-    WriteBytes(dir / "sub", "");
-    CLogWriter writer(COrvStr(ToText(dir / "sub" / "x.txt").c_str()));
-    CLogQueue lines;
-    PushLine(lines, "1");
-    EXPECT_FALSE(writer.Flush(lines));
-    EXPECT_TRUE(lines.IsEmpty());
-    EXPECT_TRUE(writer.HasBacklog());
-    PushLine(lines, "2");
-    EXPECT_FALSE(writer.Flush(lines));
-    std::filesystem::remove(dir / "sub");
-    PushLine(lines, "3");
-    EXPECT_TRUE(writer.Flush(lines));
-    EXPECT_EQ("123", ReadBytes(dir / "sub" / "x.txt"));
 }

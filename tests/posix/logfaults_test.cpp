@@ -1,15 +1,9 @@
 // What only this side can bring about: a full disk, a write that is cut short, a fork.
-#include "orvcomtypes/orvlog.h"
 #include "support/debug_capture.h"
-#include "support/temp_dir.h"
-#include "support/text.h"
-
-#include <gtest/gtest.h>
+#include "support/test_log.h"
 
 #include <atomic>
 #include <csignal>
-#include <map>
-#include <sstream>
 #include <thread>
 
 #include <sys/resource.h>
@@ -19,12 +13,6 @@
 namespace
 {
 
-Text ToText(const std::filesystem::path& path)
-{
-    const auto sText = path.u16string();
-    return Text(sText.begin(), sText.end());
-}
-
 void WaitFor(CDebugCapture& debugger, const char* sText)
 {
     std::string sAll;
@@ -32,17 +20,32 @@ void WaitFor(CDebugCapture& debugger, const char* sText)
         sAll += debugger.Take();
 }
 
-class LogFaults : public testing::Test
+class LogFaults : public CLogTest
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_log.InitFileLog(ToText(m_file).c_str(), lqlInformation, nullptr)); }
+    void SetUp() override { Init(lqlInformation); }
 
-    CTempDir m_dir;
-    const std::filesystem::path m_file = m_dir / "x.txt";
-    COrvLog m_log;
+    /// A child that logs so many lines and ends.
+    pid_t Fork(const char* sWriter, int nLines)
+    {
+        const pid_t pid = fork();
+        if (pid != 0)
+            return pid;
+        for (int i = 0; i < nLines; ++i)
+            m_log.LogOpt(lqlInformation, "%s %d", sWriter, i);
+        m_log.ReleaseLog();
+        _exit(0);
+    }
+
+    static void ExpectEnd(pid_t pid)
+    {
+        int nStatus = -1;
+        EXPECT_EQ(pid, waitpid(pid, &nStatus, 0));
+        EXPECT_EQ(0, nStatus);
+    }
 };
 
-/// The file may grow to so many bytes while the object lives.
+/// Files may grow to so many bytes while the object lives.
 class CFileSizeLimit
 {
 public:
@@ -72,8 +75,7 @@ TEST_F(LogFaults, LinesWaitWhileTheDiskIsFull)
     m_log.LogRaw("2\n");
     std::filesystem::remove(m_file);
     m_log.LogRaw("3\n");
-    m_log.ReleaseLog();
-    EXPECT_EQ("1\n2\n3\n", ReadBytes(m_file));
+    EXPECT_EQ("1\n2\n3\n", Written());
 }
 
 TEST_F(LogFaults, WriteThatIsCutShortGoesOnWhereItEnded)
@@ -90,8 +92,7 @@ TEST_F(LogFaults, WriteThatIsCutShortGoesOnWhereItEnded)
         }
         WaitFor(debugger, "Could not write to logfile\n");
     }
-    m_log.ReleaseLog();
-    EXPECT_EQ(sExpected, ReadBytes(m_file));
+    EXPECT_EQ(sExpected, Written());
 }
 
 // Threads of the parent log all the time, so that children begin while queues are full and locks are taken.
@@ -100,71 +101,37 @@ TEST_F(LogFaults, ForkedChildrenNeitherRepeatNorLoseLinesNorHang)
 #ifdef ORV_TEST_SANITIZED
     GTEST_SKIP() << "the sanitizers' own locks and threads are not made whole in a forked child";
 #endif
-    constexpr int nThreads = 4;
-    constexpr int nChildren = 12;
-    constexpr int nLines = 40;
     std::atomic<bool> bStop = false;
-    std::vector<std::thread> threads;
-    std::vector<int> written(nThreads);
-    for (int t = 0; t < nThreads; ++t)
-        threads.emplace_back([&, t] {
-            for (; !bStop; ++written[t])
+    std::vector<std::jthread> threads;
+    std::map<std::string, int> logged;
+    for (const char* sWriter : {"p0", "p1", "p2", "p3"})
+        threads.emplace_back([&, sWriter, &nLines = logged[sWriter]] {
+            for (; !bStop; ++nLines)
             {
-                m_log.LogOpt(lqlInformation, "parent %d %d", t, written[t]);
-                if (written[t] % 16 == 0)
+                m_log.LogOpt(lqlInformation, "%s %d", sWriter, nLines);
+                if (nLines % 16 == 0) // or the file grows too large
                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         });
     std::vector<pid_t> children;
-    for (int c = 0; c < nChildren; ++c)
+    for (int c = 0; c < 12; ++c)
     {
-        const pid_t pid = fork();
-        if (pid == 0)
-        {
-            for (int i = 0; i < nLines; ++i)
-                m_log.LogOpt(lqlInformation, "child %d %d", c, i);
-            m_log.ReleaseLog();
-            _exit(0);
-        }
-        children.push_back(pid);
+        const std::string sWriter = "c" + std::to_string(c);
+        children.push_back(Fork(sWriter.c_str(), 40));
+        logged[sWriter] = 40;
     }
     for (const pid_t pid : children)
-    {
-        int nStatus = -1;
-        ASSERT_EQ(pid, waitpid(pid, &nStatus, 0));
-        EXPECT_EQ(0, nStatus);
-    }
+        ExpectEnd(pid);
     bStop = true;
-    for (auto& thread : threads)
-        thread.join();
-    m_log.ReleaseLog();
-
-    std::map<std::pair<std::string, int>, int> next;
-    std::istringstream lines(ReadBytes(m_file));
-    std::string sMark, sStamp, sWho;
-    for (int nWho, nLine; lines >> sMark >> sStamp >> sWho >> nWho >> nLine;)
-        ASSERT_EQ((next[{sWho, nWho}]++), nLine) << sWho << ' ' << nWho;
-    EXPECT_TRUE(lines.eof());
-    for (int t = 0; t < nThreads; ++t)
-        EXPECT_EQ(written[t], (next[{"parent", t}]));
-    for (int c = 0; c < nChildren; ++c)
-        EXPECT_EQ(nLines, (next[{"child", c}]));
+    threads.clear();
+    EXPECT_EQ(logged, CountLines(Written()));
 }
 
 TEST_F(LogFaults, ChildThatDoesNotLogEndsWithoutTheParentsLines)
 {
     m_log.LogRaw("parent\n");
-    const pid_t pid = fork();
-    if (pid == 0)
-    {
-        m_log.ReleaseLog();
-        _exit(0);
-    }
-    int nStatus = -1;
-    ASSERT_EQ(pid, waitpid(pid, &nStatus, 0));
-    EXPECT_EQ(0, nStatus);
-    m_log.ReleaseLog();
-    EXPECT_EQ("parent\n", ReadBytes(m_file));
+    ExpectEnd(Fork("none", 0));
+    EXPECT_EQ("parent\n", Written());
 }
 
 TEST_F(LogFaults, FileIsShownInTheEditorOfThePath)
@@ -185,7 +152,6 @@ TEST_F(LogFaults, FileIsShownInTheEditorOfThePath)
     while (!ReadBytes(shown).ends_with('\n'))
         std::this_thread::yield();
     EXPECT_EQ(m_file.string() + "\n", ReadBytes(shown));
-    m_log.ReleaseLog();
     EXPECT_NE(std::string::npos,
-              ReadBytes(m_file).find(") HR: 80070002 Could not show log file in notepad because: "));
+              Written().find(") HR: 80070002 Could not show log file in notepad because: "));
 }
