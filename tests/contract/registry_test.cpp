@@ -1,8 +1,7 @@
-#include "orvcomtypes/orvexport.h"
+#include "support/registry_values.h"
+#include "support/test_registry.h"
 
 #include <gtest/gtest.h>
-
-#include <windows.h>
 
 #include <string>
 #include <vector>
@@ -10,77 +9,27 @@
 namespace
 {
 
-using Text = std::basic_string<WCHAR>;
-using Data = std::vector<BYTE>;
-
-struct Value
-{
-    LSTATUS m_lStatus;
-    DWORD m_dwType;
-    Data m_data;
-    bool operator==(const Value&) const = default;
-};
-
-Data Bytes(const Text& s)
-{
-    Data data;
-    for (WCHAR c : s)
-    {
-        data.push_back(LOBYTE(c));
-        data.push_back(HIBYTE(c));
-    }
-    return data;
-}
-
-constexpr const WCHAR* kRoot = ORVTEXT("Software\\OrvComTypes contract");
-
-void DeleteTree(HKEY hParent, const WCHAR* sName)
-{
-    HKEY hKey;
-    if (RegOpenKeyExW(hParent, sName, 0, KEY_READ, &hKey) != ERROR_SUCCESS)
-        return;
-    WCHAR sChild[256];
-    DWORD cchChild = 256;
-    while (RegEnumKeyExW(hKey, 0, sChild, &cchChild, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
-    {
-        DeleteTree(hKey, sChild);
-        cchChild = 256;
-    }
-    RegCloseKey(hKey);
-    RegDeleteKeyW(hParent, sName);
-}
+const Text kRoot = ORVTEXT("Software\\OrvComTypes contract");
 
 class Registry : public testing::Test
 {
 protected:
-    Registry()
-    {
-        DeleteTree(HKEY_CURRENT_USER, kRoot);
-        m_hKey = Create(HKEY_CURRENT_USER, kRoot);
-    }
     ~Registry() override
     {
         for (HKEY hKey : m_opened)
             RegCloseKey(hKey);
-        DeleteTree(HKEY_CURRENT_USER, kRoot);
     }
 
-    HKEY Create(HKEY hParent, const WCHAR* sName, REGSAM sam = KEY_ALL_ACCESS)
+    /// Opens a key below the user's hive, made where it is missing.
+    HKEY Key(const Text& sPath, REGSAM sam = KEY_ALL_ACCESS)
     {
         HKEY hKey = nullptr;
-        EXPECT_EQ(ERROR_SUCCESS,
-                  RegCreateKeyExW(hParent, sName, 0, nullptr, 0, sam, nullptr, &hKey, nullptr));
+        EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, sPath.c_str(), 0, nullptr, 0, sam,
+                                                 nullptr, &hKey, nullptr));
         m_opened.push_back(hKey);
         return hKey;
     }
-    HKEY Open(HKEY hParent, const WCHAR* sName, REGSAM sam = KEY_ALL_ACCESS)
-    {
-        HKEY hKey = nullptr;
-        EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(hParent, sName, 0, sam, &hKey));
-        m_opened.push_back(hKey);
-        return hKey;
-    }
-    LSTATUS OpenStatus(HKEY hParent, const WCHAR* sName)
+    static LSTATUS Open(HKEY hParent, const WCHAR* sName)
     {
         HKEY hKey = nullptr;
         const LSTATUS lStatus = RegOpenKeyExW(hParent, sName, 0, KEY_READ, &hKey);
@@ -88,260 +37,241 @@ protected:
             RegCloseKey(hKey);
         return lStatus;
     }
+    static LSTATUS Set(const WCHAR* sName, const RegistryValue& value)
+    {
+        return StoreValue(HKEY_CURRENT_USER, kRoot, sName, value);
+    }
+    static std::optional<RegistryValue> Get(const WCHAR* sName)
+    {
+        return ReadValue(HKEY_CURRENT_USER, kRoot, sName);
+    }
+    static LSTATUS SetByte(HKEY hKey)
+    {
+        const BYTE byte = 1;
+        return RegSetValueExW(hKey, ORVTEXT("v"), 0, REG_BINARY, &byte, 1);
+    }
+    static LSTATUS Query(HKEY hKey, const WCHAR* sName)
+    {
+        return RegQueryValueExW(hKey, sName, nullptr, nullptr, nullptr, nullptr);
+    }
+    /// The name of the child or value with an index, read into room for so many units.
+    using Name = std::pair<LSTATUS, Text>;
+    static Name Named(const WCHAR* sName) { return {ERROR_SUCCESS, sName}; }
+    template <class Enum>
+    static Name Enumerate(HKEY hKey, Enum enumerate, DWORD dwIndex, DWORD cchRoom = 20)
+    {
+        WCHAR sName[20];
+        const LSTATUS lStatus = enumerate(hKey, dwIndex, sName, &cchRoom, nullptr, nullptr, nullptr, nullptr);
+        return {lStatus, lStatus == ERROR_SUCCESS ? Text(sName, cchRoom) : Text()};
+    }
 
-    LSTATUS Set(const WCHAR* sName, DWORD dwType, const Data& data)
-    {
-        // Windows looks behind unterminated text and takes a terminator that happens to stand there along.
-        Data guarded = data;
-        guarded.insert(guarded.end(), {0xFF, 0xFF});
-        return RegSetValueExW(m_hKey, sName, 0, dwType, guarded.data(), static_cast<DWORD>(data.size()));
-    }
-    static Value Get(HKEY hKey, const WCHAR* sName)
-    {
-        Value value{0, 0, Data(2'000'000)};
-        DWORD cb = static_cast<DWORD>(value.m_data.size());
-        value.m_lStatus = RegQueryValueExW(hKey, sName, nullptr, &value.m_dwType, value.m_data.data(), &cb);
-        value.m_data.resize(value.m_lStatus == ERROR_SUCCESS ? cb : 0);
-        return value;
-    }
-    Value Get(const WCHAR* sName) { return Get(m_hKey, sName); }
-    Value GetA(const char* sName)
-    {
-        Value value{0, 0, Data(100)};
-        DWORD cb = static_cast<DWORD>(value.m_data.size());
-        value.m_lStatus = RegQueryValueExA(m_hKey, sName, nullptr, &value.m_dwType, value.m_data.data(), &cb);
-        value.m_data.resize(value.m_lStatus == ERROR_SUCCESS ? cb : 0);
-        return value;
-    }
-
-    HKEY m_hKey = nullptr;
+    const RegistryValue m_byte{REG_BINARY, "1"};
+    CTestRegistry m_registry;
     std::vector<HKEY> m_opened;
+    const HKEY m_hKey = Key(kRoot);
 };
 
 TEST_F(Registry, KeepsTypeAndBytesOfEveryValue)
 {
+    std::string sMegabyte(1 << 20, '\0');
+    for (std::size_t i = 0; i < sMegabyte.size(); ++i)
+        sMegabyte[i] = static_cast<char>(i * 7 + (i >> 8));
     const struct
     {
         const char* m_sCase;
-        DWORD m_dwType;
-        Data m_data;
+        RegistryValue m_value;
     } rows[] = {
-        {"text", REG_SZ, Bytes(Text(ORVTEXT("a \"quoted\" C:\\path\\;#=[x]\0"), 26))},
-        {"empty text", REG_SZ, {0, 0}},
-        {"text of no bytes", REG_SZ, {}},
-        {"unterminated text", REG_SZ, {'a', 0, 'b', 0}},
-        {"odd length", REG_SZ, {'a', 0, 'b'}},
-        {"text with a NUL inside", REG_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0}},
-        {"two terminators", REG_SZ, {'a', 0, 0, 0, 0, 0}},
-        {"line ends and tab", REG_SZ, Bytes(Text(ORVTEXT("a\r\nb\tc\x01\0"), 8))},
-        {"beyond ASCII", REG_SZ, Bytes(Text(ORVTEXT("\x0150r\x0171\x4E2D\xD83D\xDE00\0"), 7))},
-        {"lone surrogates", REG_SZ, {0x00, 0xDC, 'x', 0, 0x00, 0xD8, 0, 0}},
-        {"expandable", REG_EXPAND_SZ, Bytes(Text(ORVTEXT("%TEMP%\\x\0"), 9))},
-        {"several texts", REG_MULTI_SZ, Bytes(Text(ORVTEXT("a\0b\0\0"), 5))},
-        {"number", REG_DWORD, {0x78, 0x56, 0x34, 0xF2}},
-        {"number of the wrong size", REG_DWORD, {1, 2, 3}},
-        {"long number", REG_QWORD, {1, 2, 3, 4, 5, 6, 7, 0xF8}},
-        {"bytes", REG_BINARY, Data(1000, 0xA5)},
-        {"no bytes", REG_BINARY, {}},
-        {"no type", REG_NONE, {1, 2}},
-        {"a type of its own", 0x12345, {7}},
+        {"text", TextValue(ORVTEXT("a \"quoted\" C:\\path\\;#=[x]"))},
+        {"empty text", TextValue(ORVTEXT(""))},
+        {"text of no bytes", {REG_SZ, ""}},
+        {"unterminated text", {REG_SZ, std::string("a\0b\0", 4)}},
+        {"odd length", {REG_SZ, std::string("a\0b", 3)}},
+        {"text with a NUL inside", TextValue(Text(ORVTEXT("a\0b"), 3))},
+        {"two terminators", TextValue(Text(ORVTEXT("a\0"), 2))},
+        {"line ends and tab", TextValue(ORVTEXT("a\r\nb\tc\x01"))},
+        {"beyond ASCII", TextValue(ORVTEXT("\x0150r\x0171\x4E2D\xD83D\xDE00"))},
+        {"lone surrogates", TextValue(ORVTEXT("\xDC00x\xD800"))},
+        {"expandable", TextValue(ORVTEXT("%TEMP%\\x"), REG_EXPAND_SZ)},
+        {"several texts", TextValue(Text(ORVTEXT("a\0b\0"), 4), REG_MULTI_SZ)},
+        {"number", NumberValue(0xF2345678)},
+        {"number of the wrong size", {REG_DWORD, "123"}},
+        {"long number", NumberValue(0xF807060504030201)},
+        {"bytes", {REG_BINARY, sMegabyte}},
+        {"no bytes", {REG_BINARY, ""}},
+        {"no type", {REG_NONE, "12"}},
+        {"a type of its own", {0x12345, "7"}},
     };
     for (const auto& row : rows)
     {
-        ASSERT_EQ(ERROR_SUCCESS, Set(ORVTEXT("v"), row.m_dwType, row.m_data)) << row.m_sCase;
-        EXPECT_EQ((Value{ERROR_SUCCESS, row.m_dwType, row.m_data}), Get(ORVTEXT("v"))) << row.m_sCase;
+        ASSERT_EQ(ERROR_SUCCESS, Set(ORVTEXT("v"), row.m_value)) << row.m_sCase;
+        EXPECT_TRUE(row.m_value == Get(ORVTEXT("v"))) << row.m_sCase;
     }
-}
-
-TEST_F(Registry, HoldsAMegabyte)
-{
-    Data data(1 << 20);
-    for (std::size_t i = 0; i < data.size(); ++i)
-        data[i] = static_cast<BYTE>(i * 7 + (i >> 8));
-    ASSERT_EQ(ERROR_SUCCESS, Set(ORVTEXT("big"), REG_BINARY, data));
-    EXPECT_TRUE(Get(ORVTEXT("big")).m_data == data);
 }
 
 TEST_F(Registry, AsksForTheSizeAndRefusesShortBuffers)
 {
-    Set(ORVTEXT("v"), REG_BINARY, {1, 2, 3});
+    Set(ORVTEXT("v"), {REG_BINARY, "123"});
     DWORD dwType = 99;
     EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, &dwType, nullptr, nullptr));
     EXPECT_EQ(REG_BINARY, dwType);
-    DWORD cb = 0;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, nullptr, nullptr, &cb));
-    EXPECT_EQ(3u, cb);
-    BYTE buffer[4] = {};
-    cb = 2;
-    dwType = 99;
-    EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, &dwType, buffer, &cb));
-    EXPECT_EQ(3u, cb);
-    EXPECT_EQ(REG_BINARY, dwType);
-    cb = 3;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, &dwType, buffer, &cb));
-    EXPECT_EQ(3, buffer[2]);
+    BYTE buffer[3] = {};
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
               RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, nullptr, buffer, nullptr));
+    const struct
+    {
+        LPBYTE m_pBuffer;
+        DWORD m_cb;
+        LSTATUS m_lExpected;
+    } rows[] = {{nullptr, 0, ERROR_SUCCESS}, {buffer, 2, ERROR_MORE_DATA}, {buffer, 3, ERROR_SUCCESS}};
+    for (const auto& row : rows)
+    {
+        DWORD cb = row.m_cb;
+        dwType = 99;
+        EXPECT_EQ(row.m_lExpected,
+                  RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, &dwType, row.m_pBuffer, &cb));
+        EXPECT_EQ(3u, cb);
+        EXPECT_EQ(REG_BINARY, dwType);
+    }
+    EXPECT_EQ('3', buffer[2]);
 }
 
 TEST_F(Registry, ComparesNamesWithoutCase)
 {
-    Set(ORVTEXT("N\x00E9v \x0105"), REG_DWORD, {1, 0, 0, 0});
-    Set(ORVTEXT("n\x00C9V \x0104"), REG_DWORD, {2, 0, 0, 0});
-    EXPECT_EQ((Data{2, 0, 0, 0}), Get(ORVTEXT("N\x00E9V \x0105")).m_data);
-    WCHAR sName[20];
-    DWORD cchName = 20;
-    EXPECT_EQ(ERROR_SUCCESS, RegEnumValueW(m_hKey, 0, sName, &cchName, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(Text(ORVTEXT("N\x00E9v \x0105")), Text(sName, cchName)) << "the first spelling stays";
-    cchName = 20;
-    EXPECT_EQ(ERROR_NO_MORE_ITEMS,
-              RegEnumValueW(m_hKey, 1, sName, &cchName, nullptr, nullptr, nullptr, nullptr));
+    Set(ORVTEXT("N\x00E9v \x0105"), NumberValue(1));
+    Set(ORVTEXT("n\x00C9V \x0104"), NumberValue(2));
+    EXPECT_EQ(NumberValue(2), Get(ORVTEXT("N\x00E9V \x0105")));
+    EXPECT_EQ(Named(ORVTEXT("N\x00E9v \x0105")), Enumerate(m_hKey, RegEnumValueW, 0))
+        << "the first spelling stays";
+    EXPECT_EQ(ERROR_NO_MORE_ITEMS, Enumerate(m_hKey, RegEnumValueW, 1).first);
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(m_hKey, ORVTEXT("n\x00C9V \x0104")));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, Query(m_hKey, ORVTEXT("N\x00E9v \x0105")));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(m_hKey, ORVTEXT("n\x00C9V \x0104")));
 
-    Create(m_hKey, ORVTEXT("\x00C1rv\x00EDz"));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("\x00E1RV\x00CDZ")));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(HKEY_CURRENT_USER, ORVTEXT("SOFTWARE\\ORVCOMTYPES CONTRACT")));
+    Key(kRoot + ORVTEXT("\\\x00C1rv\x00EDz"));
+    EXPECT_EQ(ERROR_SUCCESS, Open(m_hKey, ORVTEXT("\x00E1RV\x00CDZ")));
+    EXPECT_EQ(ERROR_SUCCESS, Open(HKEY_CURRENT_USER, ORVTEXT("SOFTWARE\\ORVCOMTYPES CONTRACT")));
 }
 
 TEST_F(Registry, TheNamelessValueHasTwoNames)
 {
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, Get(nullptr).m_lStatus);
-    Set(ORVTEXT(""), REG_BINARY, {5});
-    EXPECT_EQ(Data{5}, Get(nullptr).m_data);
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, Query(m_hKey, nullptr));
+    Set(ORVTEXT(""), m_byte);
+    EXPECT_EQ(m_byte, Get(nullptr));
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(m_hKey, nullptr));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, Get(ORVTEXT("")).m_lStatus);
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, Query(m_hKey, ORVTEXT("")));
 }
 
 TEST_F(Registry, ReadsPathsPartByPart)
 {
-    Create(m_hKey, ORVTEXT("a\\b\\c"));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("a\\b")));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("a\\b\\")));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("")));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("a\\\\b")));
-    EXPECT_EQ(ERROR_BAD_PATHNAME, OpenStatus(m_hKey, ORVTEXT("\\a")));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenStatus(m_hKey, ORVTEXT("a\\x")));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenStatus(m_hKey, ORVTEXT("b")));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenStatus(m_hKey, ORVTEXT("a\\b\\c!")));
+    Key(kRoot + ORVTEXT("\\a\\b\\c"));
+    for (const WCHAR* sPath : {ORVTEXT("a\\b"), ORVTEXT("a\\b\\"), ORVTEXT("a\\\\b"), ORVTEXT("")})
+        EXPECT_EQ(ERROR_SUCCESS, Open(m_hKey, sPath)) << testing::PrintToString(Text(sPath));
+    EXPECT_EQ(ERROR_SUCCESS, Open(m_hKey, nullptr));
+    EXPECT_EQ(ERROR_BAD_PATHNAME, Open(m_hKey, ORVTEXT("\\a")));
+    for (const WCHAR* sPath : {ORVTEXT("a\\x"), ORVTEXT("b"), ORVTEXT("a\\b\\c!")})
+        EXPECT_EQ(ERROR_FILE_NOT_FOUND, Open(m_hKey, sPath)) << testing::PrintToString(Text(sPath));
 }
 
 TEST_F(Registry, GrantsWhatTheHandleWasOpenedFor)
 {
-    const HKEY hRead = Open(m_hKey, nullptr, READ_CONTROL | KEY_QUERY_VALUE);
-    const BYTE byte = 1;
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExW(hRead, ORVTEXT("v"), 0, REG_BINARY, &byte, 1));
+    const HKEY hRead = Key(kRoot, READ_CONTROL | KEY_QUERY_VALUE);
+    const HKEY hWrite = Key(kRoot, READ_CONTROL | KEY_SET_VALUE);
+    EXPECT_EQ(ERROR_SUCCESS, SetByte(hWrite));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, SetByte(hRead));
+    EXPECT_EQ(ERROR_SUCCESS, Query(hRead, ORVTEXT("v")));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, Query(hWrite, ORVTEXT("v")));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, Enumerate(hRead, RegEnumKeyExW, 0).first);
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(hRead, ORVTEXT("v")));
-    const HKEY hWrite = Open(m_hKey, nullptr, READ_CONTROL | KEY_SET_VALUE);
-    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExW(hWrite, ORVTEXT("v"), 0, REG_BINARY, &byte, 1));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, Get(hWrite, ORVTEXT("v")).m_lStatus);
-    WCHAR sName[20];
-    DWORD cchName = 20;
-    EXPECT_EQ(ERROR_ACCESS_DENIED,
-              RegEnumKeyExW(hRead, 0, sName, &cchName, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(hWrite, ORVTEXT("v")));
-}
-
-TEST_F(Registry, DeletesValues)
-{
-    Set(ORVTEXT("v"), REG_BINARY, {1});
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(m_hKey, ORVTEXT("V")));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, Get(ORVTEXT("v")).m_lStatus);
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(m_hKey, ORVTEXT("v")));
 }
 
 TEST_F(Registry, NarrowCallsSpeakTheAnsiCodePage)
 {
-    const char sAnsi[] = "Aut\xF3 \xE9";
-    WCHAR sWide[sizeof sAnsi];
-    ASSERT_EQ(static_cast<int>(sizeof sAnsi),
-              MultiByteToWideChar(CP_ACP, 0, sAnsi, sizeof sAnsi, sWide, sizeof sAnsi));
-    const Data ansi(sAnsi, sAnsi + sizeof sAnsi);
-    const Data wide = Bytes(Text(sWide, sizeof sAnsi));
-
-    Set(sWide, REG_EXPAND_SZ, wide);
-    EXPECT_EQ((Value{ERROR_SUCCESS, REG_EXPAND_SZ, ansi}), GetA(sAnsi));
-    DWORD cb = 0;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(m_hKey, sAnsi, nullptr, nullptr, nullptr, &cb));
-    EXPECT_EQ(sizeof sAnsi, cb);
-    BYTE buffer[sizeof sAnsi];
-    cb = sizeof sAnsi - 1;
-    EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExA(m_hKey, sAnsi, nullptr, nullptr, buffer, &cb));
-    EXPECT_EQ(sizeof sAnsi, cb);
-
-    const auto setA = [&](DWORD dwType) {
-        return RegSetValueExA(m_hKey, sAnsi, 0, dwType, reinterpret_cast<const BYTE*>(sAnsi), sizeof sAnsi);
+    const std::string sText("Aut\xF3 \xE9", 7); // with its terminator
+    const char* sName = sText.c_str();
+    WCHAR sWide[7];
+    ASSERT_EQ(7, MultiByteToWideChar(CP_ACP, 0, sName, 7, sWide, 7));
+    const auto set = [&](DWORD dwType) {
+        return RegSetValueExA(m_hKey, sName, 0, dwType, reinterpret_cast<const BYTE*>(sName), 7);
     };
-    EXPECT_EQ(ERROR_SUCCESS, setA(REG_SZ));
-    EXPECT_EQ((Value{ERROR_SUCCESS, REG_SZ, wide}), Get(sWide));
-    EXPECT_EQ(ERROR_SUCCESS, setA(REG_BINARY));
-    EXPECT_EQ((Value{ERROR_SUCCESS, REG_BINARY, ansi}), Get(sWide));
-    EXPECT_EQ((Value{ERROR_SUCCESS, REG_BINARY, ansi}), GetA(sAnsi));
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(m_hKey, sAnsi));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueA(m_hKey, sAnsi));
+    DWORD cb = 0;
+    const auto get = [&](DWORD cbRoom) {
+        RegistryValue value(0, std::string(20, '\0'));
+        const auto pData = reinterpret_cast<LPBYTE>(value.second.data());
+        cb = cbRoom;
+        const LSTATUS lStatus =
+            RegQueryValueExA(m_hKey, sName, nullptr, &value.first, cb != 0 ? pData : nullptr, &cb);
+        value.second.resize(cb);
+        return lStatus == ERROR_SUCCESS ? std::optional(value) : std::nullopt;
+    };
+    Set(sWide, TextValue(sWide, REG_EXPAND_SZ));
+    EXPECT_EQ(RegistryValue(REG_EXPAND_SZ, sText), get(7));
+    EXPECT_EQ(RegistryValue(REG_EXPAND_SZ, std::string(7, '\0')), get(0)) << "asks for the size";
+    EXPECT_EQ(std::nullopt, get(6));
+    EXPECT_EQ(7u, cb);
+
+    EXPECT_EQ(ERROR_SUCCESS, set(REG_SZ));
+    EXPECT_EQ(TextValue(sWide), Get(sWide));
+    EXPECT_EQ(ERROR_SUCCESS, set(REG_BINARY));
+    EXPECT_EQ(RegistryValue(REG_BINARY, sText), Get(sWide));
+    EXPECT_EQ(RegistryValue(REG_BINARY, sText), get(20));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(m_hKey, sName));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueA(m_hKey, sName));
 }
 
 TEST_F(Registry, KeysAreDeletedFromTheLeavesUp)
 {
-    const HKEY hChild = Create(m_hKey, ORVTEXT("a\\b"));
+    const HKEY hChild = Key(kRoot + ORVTEXT("\\a\\b"));
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyW(m_hKey, ORVTEXT("a")));
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyW(m_hKey, ORVTEXT("A\\B")));
-    EXPECT_EQ(ERROR_SUCCESS, OpenStatus(m_hKey, ORVTEXT("a"))) << "the parent stays";
+    EXPECT_EQ(ERROR_SUCCESS, Open(m_hKey, ORVTEXT("a"))) << "the parent stays";
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyW(m_hKey, ORVTEXT("a\\b")));
 
-    EXPECT_EQ(ERROR_KEY_DELETED, Get(hChild, ORVTEXT("v")).m_lStatus);
-    const BYTE byte = 1;
-    EXPECT_EQ(ERROR_KEY_DELETED, RegSetValueExW(hChild, ORVTEXT("v"), 0, REG_BINARY, &byte, 1));
+    EXPECT_EQ(ERROR_KEY_DELETED, Query(hChild, ORVTEXT("v")));
+    EXPECT_EQ(ERROR_KEY_DELETED, SetByte(hChild));
     EXPECT_EQ(ERROR_KEY_DELETED, RegDeleteValueW(hChild, ORVTEXT("v")));
-    EXPECT_EQ(ERROR_KEY_DELETED, OpenStatus(hChild, ORVTEXT("x")));
+    EXPECT_EQ(ERROR_KEY_DELETED, Open(hChild, ORVTEXT("x")));
 }
 
 TEST_F(Registry, EnumeratesChildrenInOrder)
 {
     for (const WCHAR* sName :
          {ORVTEXT("b"), ORVTEXT("a\\x"), ORVTEXT("A!"), ORVTEXT("c\\y\\z"), ORVTEXT("a\\w")})
-        Create(m_hKey, sName);
-    std::vector<Text> names;
-    WCHAR sName[4];
-    DWORD cchName = 4;
-    while (RegEnumKeyExW(m_hKey, static_cast<DWORD>(names.size()), sName, &cchName, nullptr, nullptr, nullptr,
-                         nullptr) == ERROR_SUCCESS)
-    {
-        names.emplace_back(sName, cchName);
-        cchName = 4;
-    }
-    EXPECT_EQ((std::vector<Text>{ORVTEXT("a"), ORVTEXT("A!"), ORVTEXT("b"), ORVTEXT("c")}), names);
-    cchName = 2;
-    EXPECT_EQ(ERROR_MORE_DATA, RegEnumKeyExW(m_hKey, 1, sName, &cchName, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(ERROR_NO_MORE_ITEMS,
-              RegEnumKeyExW(m_hKey, 4, sName, &cchName, nullptr, nullptr, nullptr, nullptr));
+        Key(kRoot + ORVTEXT('\\') + sName);
+    DWORD dwIndex = 0;
+    for (const WCHAR* sName : {ORVTEXT("a"), ORVTEXT("A!"), ORVTEXT("b"), ORVTEXT("c")})
+        EXPECT_EQ(Named(sName), Enumerate(m_hKey, RegEnumKeyExW, dwIndex++));
+    EXPECT_EQ(Named(ORVTEXT("A!")), Enumerate(m_hKey, RegEnumKeyExW, 1, 3));
+    EXPECT_EQ(ERROR_MORE_DATA, Enumerate(m_hKey, RegEnumKeyExW, 1, 2).first);
+    EXPECT_EQ(ERROR_NO_MORE_ITEMS, Enumerate(m_hKey, RegEnumKeyExW, 4).first);
 }
 
 TEST_F(Registry, EnumeratesValuesWithTheirData)
 {
-    Set(ORVTEXT("abc"), REG_BINARY, {1, 2, 3});
+    Set(ORVTEXT("abc"), {REG_BINARY, "123"});
+    EXPECT_EQ(Named(ORVTEXT("abc")), Enumerate(m_hKey, RegEnumValueW, 0, 4));
+    EXPECT_EQ(ERROR_MORE_DATA, Enumerate(m_hKey, RegEnumValueW, 0, 3).first);
     WCHAR sName[20];
-    DWORD cchName = 20;
-    DWORD dwType = 0;
     BYTE data[4];
-    DWORD cb = 4;
-    EXPECT_EQ(ERROR_SUCCESS, RegEnumValueW(m_hKey, 0, sName, &cchName, nullptr, &dwType, data, &cb));
-    EXPECT_EQ(Text(ORVTEXT("abc")), Text(sName, cchName));
-    EXPECT_EQ(REG_BINARY, dwType);
-    EXPECT_EQ(3u, cb);
-    cchName = 3;
-    EXPECT_EQ(ERROR_MORE_DATA, RegEnumValueW(m_hKey, 0, sName, &cchName, nullptr, nullptr, nullptr, nullptr));
-    cchName = 20;
-    cb = 2;
-    EXPECT_EQ(ERROR_MORE_DATA, RegEnumValueW(m_hKey, 0, sName, &cchName, nullptr, nullptr, data, &cb));
-    EXPECT_EQ(3u, cb);
+    for (const DWORD cbRoom : {2, 4})
+    {
+        DWORD cchName = 20;
+        DWORD dwType = 0;
+        DWORD cb = cbRoom;
+        EXPECT_EQ(cbRoom < 3 ? ERROR_MORE_DATA : ERROR_SUCCESS,
+                  RegEnumValueW(m_hKey, 0, sName, &cchName, nullptr, &dwType, data, &cb));
+        EXPECT_EQ(3u, cb);
+        EXPECT_EQ(REG_BINARY, dwType);
+    }
+    EXPECT_EQ("123", std::string(data, data + 3));
 }
 
 TEST_F(Registry, SaysWhetherAKeyIsNew)
 {
-    HKEY hKey = nullptr;
-    DWORD dwDisposition = 0;
-    for (DWORD dwExpected : {REG_CREATED_NEW_KEY, REG_OPENED_EXISTING_KEY})
+    for (const DWORD dwExpected : {REG_CREATED_NEW_KEY, REG_OPENED_EXISTING_KEY})
     {
+        HKEY hKey = nullptr;
+        DWORD dwDisposition = 0;
         ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_hKey, ORVTEXT("n"), 0, nullptr, 0, KEY_READ, nullptr,
                                                  &hKey, &dwDisposition));
         EXPECT_EQ(dwExpected, dwDisposition);
@@ -351,9 +281,9 @@ TEST_F(Registry, SaysWhetherAKeyIsNew)
 
 TEST_F(Registry, RefusesHandlesThatAreNone)
 {
-    EXPECT_EQ(ERROR_INVALID_HANDLE, Get(nullptr, ORVTEXT("v")).m_lStatus);
+    EXPECT_EQ(ERROR_INVALID_HANDLE, Query(nullptr, ORVTEXT("v")));
     EXPECT_EQ(ERROR_INVALID_HANDLE, RegCloseKey(nullptr));
-    EXPECT_EQ(ERROR_INVALID_HANDLE, OpenStatus(nullptr, ORVTEXT("x")));
+    EXPECT_EQ(ERROR_INVALID_HANDLE, Open(nullptr, ORVTEXT("x")));
     EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(HKEY_CURRENT_USER));
 }
 

@@ -26,15 +26,15 @@ inline std::optional<RegistryValue> ReadValue(HKEY hHive, const Text& sKey, cons
     HKEY hKey;
     if (RegOpenKeyExW(hHive, sKey.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
         return std::nullopt;
-    RegistryValue value{0, std::string(100'000, '\0')};
-    DWORD cb = static_cast<DWORD>(value.second.size());
-    const LSTATUS lStatus = RegQueryValueExW(hKey, sName, nullptr, &value.first,
-                                             reinterpret_cast<LPBYTE>(value.second.data()), &cb);
-    RegCloseKey(hKey);
-    if (lStatus != ERROR_SUCCESS)
-        return std::nullopt;
+    RegistryValue value;
+    DWORD cb = 0;
+    LSTATUS lStatus = RegQueryValueExW(hKey, sName, nullptr, &value.first, nullptr, &cb);
     value.second.resize(cb);
-    return value;
+    if (lStatus == ERROR_SUCCESS)
+        lStatus = RegQueryValueExW(hKey, sName, nullptr, nullptr,
+                                   reinterpret_cast<LPBYTE>(value.second.data()), &cb);
+    RegCloseKey(hKey);
+    return lStatus == ERROR_SUCCESS ? std::optional(value) : std::nullopt;
 }
 
 /// Makes the key where it is missing; without a value deletes the one that is there.
@@ -46,10 +46,15 @@ inline LSTATUS StoreValue(HKEY hHive, const Text& sKey, const WCHAR* sName,
         RegCreateKeyExW(hHive, sKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &hKey, nullptr);
     if (lStatus != ERROR_SUCCESS)
         return lStatus;
-    lStatus = value ? RegSetValueExW(hKey, sName, 0, value->first,
-                                     reinterpret_cast<const BYTE*>(value->second.data()),
-                                     static_cast<DWORD>(value->second.size()))
-                    : RegDeleteValueW(hKey, sName);
+    if (value)
+    {
+        // Windows looks behind unterminated text and takes a terminator that happens to stand there along.
+        const std::string sGuarded = value->second + "\xFF\xFF";
+        lStatus = RegSetValueExW(hKey, sName, 0, value->first, reinterpret_cast<const BYTE*>(sGuarded.data()),
+                                 static_cast<DWORD>(value->second.size()));
+    }
+    else
+        lStatus = RegDeleteValueW(hKey, sName);
     RegCloseKey(hKey);
     return lStatus;
 }
