@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <thread>
 
 ORV_CHILD(Echo)
@@ -55,21 +54,13 @@ TEST(ReportCapture, ReadsWhatWasAddedSinceTheLastLook)
 
 TEST(ReportCapture, DoesNotMatchOtherReports)
 {
-    const std::vector<CapturedReport> made{{"src", 1, "Cls::Fn", "7", "cond"}};
-    EXPECT_TRUE(ReportsMatch(made, {{"Cls::Fn", "cond"}}));
+    const std::vector<CapturedReport> made{{"", "src", "Cls::Fn", "7", "cond"}};
+    EXPECT_TRUE(ReportsMatch(made, {{"Cls::Fn", "cond"}}) && ReportsMatch(made, {{"::Fn", nullptr}}));
     EXPECT_FALSE(ReportsMatch(made, {}));
     EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn", "cond"}, {"Cls::Fn", "cond"}}));
     EXPECT_FALSE(ReportsMatch(made, {{"Fn", "cond"}}));
+    EXPECT_FALSE(ReportsMatch(made, {{"::n", "cond"}}));
     EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn"}}));
     EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn", "cond", "8"}}));
     EXPECT_FALSE(ReportsMatch(made, {{"Cls::Fn", "cond", "7", "other"}}));
-}
-
-TEST(TestEnvironment, VariablesAreSeenAndRestored)
-{
-    {
-        const CVariableGuard guard("ORVCOMTYPES_SOMETHING", "1");
-        EXPECT_STREQ("1", std::getenv("ORVCOMTYPES_SOMETHING"));
-    }
-    EXPECT_EQ(nullptr, std::getenv("ORVCOMTYPES_SOMETHING"));
 }

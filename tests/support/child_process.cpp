@@ -2,23 +2,14 @@
 
 #include "support/test_environment.h"
 
-#include <cstdio>
 #include <map>
+#include <utility>
 
-namespace
-{
-std::map<std::string, ChildBody>& Bodies()
+static std::map<std::string, ChildBody>& Bodies()
 {
     static std::map<std::string, ChildBody> s_bodies;
     return s_bodies;
 }
-
-void DropCarriageReturns(std::string& sText)
-{
-    for (auto n = sText.find("\r\n"); n != sText.npos; n = sText.find("\r\n", n))
-        sText.erase(n, 1);
-}
-} // namespace
 
 ChildRegistration::ChildRegistration(const char* sName, ChildBody body)
 {
@@ -27,20 +18,13 @@ ChildRegistration::ChildRegistration(const char* sName, ChildBody body)
 
 int RunAsChild(const std::string& sName, const ChildArguments& args)
 {
-    const auto it = Bodies().find(sName);
-    if (it == Bodies().end())
-    {
-        std::fprintf(stderr, "no child body '%s'\n", sName.c_str());
-        return 127;
-    }
-    return it->second(args);
+    return Bodies().at(sName)(args);
 }
 
-static ChildArguments BodyArguments(const std::string& sName, const ChildArguments& args)
+static ChildArguments BodyArguments(const std::string& sName, ChildArguments args)
 {
-    ChildArguments all{std::string(kChildSwitch), sName};
-    all.insert(all.end(), args.begin(), args.end());
-    return all;
+    args.insert(args.begin(), {std::string(kChildSwitch), sName});
+    return args;
 }
 
 CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
@@ -51,18 +35,18 @@ CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& arg
 CChildProcess::~CChildProcess()
 {
     Kill();
-    Wait();
+    if (m_hProcess != 0)
+        Wait();
 }
 
 std::string CChildProcess::ReadLine()
 {
-    auto nEnd = m_sPending.find('\n');
-    while (nEnd == m_sPending.npos && ReadMore())
-        nEnd = m_sPending.find('\n');
-    std::string sLine = m_sPending.substr(0, nEnd);
-    m_sPending.erase(0, nEnd == m_sPending.npos ? nEnd : nEnd + 1);
-    if (sLine.ends_with('\r'))
-        sLine.pop_back();
+    while (m_sPending.find('\n') == m_sPending.npos && ReadMore())
+    {
+    }
+    const auto nEnd = std::min(m_sPending.find('\n'), m_sPending.size());
+    const std::string sLine = m_sPending.substr(0, nEnd);
+    m_sPending.erase(0, nEnd + 1);
     return sLine;
 }
 
@@ -71,11 +55,7 @@ ChildResult CChildProcess::Wait()
     while (ReadMore())
     {
     }
-    if (m_bRunning)
-        m_iExitCode = WaitForExit();
-    m_bRunning = false;
-    ChildResult result{m_iExitCode, m_sPending};
-    m_sPending.clear();
-    DropCarriageReturns(result.m_sOutput);
-    return result;
+    const int iExitCode = WaitForExit();
+    m_hProcess = 0;
+    return {iExitCode, std::move(m_sPending)};
 }

@@ -52,17 +52,15 @@ public:
     std::string ReadLine();
     /// Ends the process at once, as a power cut would.
     void Kill();
-    /// Reads the output to its end and waits for the process.
+    /// Reads the output to its end and waits for the process; once.
     ChildResult Wait();
 
 private:
     bool ReadMore();
     int WaitForExit();
 
-    std::intptr_t m_hProcess = 0;
+    std::intptr_t m_hProcess = 0; ///< 0 once it was waited for
     std::intptr_t m_hOutput = 0;
-    bool m_bRunning = false;
-    int m_iExitCode = 0;
     std::string m_sPending;
 };
 

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <initializer_list>
 #include <string>
@@ -11,16 +10,15 @@
 
 struct CapturedReport
 {
+    std::string m_sLine; ///< as it stands in the file
     std::string m_sSource;
-    int m_iLine = 0;
     std::string m_sFunction;
     std::string m_sValue;     ///< "12" or "0x000F4240"; empty without a value
     std::string m_sCondition; ///< empty without a condition text
 };
 
-/// What a test expects of one report. A function that begins with "::" is compared with what stands after the
-/// last
-/// "::" only, for templates whose arguments compilers spell differently. A null text matches anything.
+/// What a test expects of one report. Of a function that begins with "::" only the end is compared, for
+/// templates whose arguments compilers spell differently. A null text matches anything.
 struct ExpectedReport
 {
     const char* m_sFunction;
@@ -50,7 +48,7 @@ public:
 
 private:
     std::filesystem::path m_file;
-    std::uintmax_t m_nTaken;
+    std::size_t m_nTaken;
 };
 
 testing::AssertionResult ReportsMatch(const std::vector<CapturedReport>& reports,

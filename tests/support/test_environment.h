@@ -3,10 +3,11 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 /// The folder of this run of the program; removed when the program ends.
-const std::filesystem::path& TestRoot();
+std::filesystem::path TestRoot();
 
 /// The folder that takes reports while nothing else is configured.
 std::filesystem::path TestReportFolder();
@@ -42,6 +43,5 @@ public:
 
 private:
     std::string m_sName;
-    std::string m_sFormer;
-    bool m_bHadFormer;
+    std::optional<std::string> m_sFormer;
 };

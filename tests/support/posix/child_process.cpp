@@ -28,41 +28,30 @@ CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& 
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
     pid_t pid = 0;
-    const int iError = posix_spawn(&pid, texts[0].c_str(), &actions, nullptr, argv.data(), environ);
+    const int iError = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
     if (iError != 0)
-    {
-        close(ends[0]);
         throw std::runtime_error("posix_spawn");
-    }
     m_hProcess = pid;
     m_hOutput = ends[0];
-    m_bRunning = true;
 }
 
 bool CChildProcess::ReadMore()
 {
-    if (m_hOutput < 0)
-        return false;
     char buffer[4096];
     ssize_t nRead = 0;
     do
         nRead = read(static_cast<int>(m_hOutput), buffer, sizeof(buffer));
     while (nRead < 0 && errno == EINTR);
     if (nRead > 0)
-    {
         m_sPending.append(buffer, static_cast<std::size_t>(nRead));
-        return true;
-    }
-    close(static_cast<int>(m_hOutput));
-    m_hOutput = -1;
-    return false;
+    return nRead > 0;
 }
 
 void CChildProcess::Kill()
 {
-    if (m_bRunning)
+    if (m_hProcess != 0)
         kill(static_cast<pid_t>(m_hProcess), SIGKILL);
 }
 
@@ -72,5 +61,6 @@ int CChildProcess::WaitForExit()
     while (waitpid(static_cast<pid_t>(m_hProcess), &iStatus, 0) < 0 && errno == EINTR)
     {
     }
+    close(static_cast<int>(m_hOutput));
     return WIFSIGNALED(iStatus) ? -WTERMSIG(iStatus) : WEXITSTATUS(iStatus);
 }

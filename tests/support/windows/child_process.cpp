@@ -50,35 +50,26 @@ CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& 
                                          nullptr, nullptr, &startup, &process);
     CloseHandle(hWrite);
     if (!bStarted)
-    {
-        CloseHandle(hRead);
         throw std::runtime_error("CreateProcessW");
-    }
     CloseHandle(process.hThread);
     m_hProcess = reinterpret_cast<std::intptr_t>(process.hProcess);
     m_hOutput = reinterpret_cast<std::intptr_t>(hRead);
-    m_bRunning = true;
 }
 
 bool CChildProcess::ReadMore()
 {
-    if (m_hOutput == 0)
-        return false;
     char buffer[4096];
     DWORD dwRead = 0;
-    if (ReadFile(AsHandle(m_hOutput), buffer, sizeof(buffer), &dwRead, nullptr) && dwRead > 0)
-    {
-        m_sPending.append(buffer, dwRead);
-        return true;
-    }
-    CloseHandle(AsHandle(m_hOutput));
-    m_hOutput = 0;
-    return false;
+    if (!ReadFile(AsHandle(m_hOutput), buffer, sizeof(buffer), &dwRead, nullptr) || dwRead == 0)
+        return false;
+    m_sPending.append(buffer, dwRead);
+    std::erase(m_sPending, '\r');
+    return true;
 }
 
 void CChildProcess::Kill()
 {
-    if (m_bRunning)
+    if (m_hProcess != 0)
         TerminateProcess(AsHandle(m_hProcess), 9);
 }
 
@@ -88,5 +79,6 @@ int CChildProcess::WaitForExit()
     WaitForSingleObject(AsHandle(m_hProcess), INFINITE);
     GetExitCodeProcess(AsHandle(m_hProcess), &dwCode);
     CloseHandle(AsHandle(m_hProcess));
+    CloseHandle(AsHandle(m_hOutput));
     return static_cast<int>(dwCode);
 }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <filesystem>
 #include <mutex>
 #include <utility>
 
@@ -17,13 +18,8 @@ void* g_hHandler = nullptr;
 
 std::string Utf8(const wchar_t* sText)
 {
-    std::string sResult(
-        static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, sText, -1, nullptr, 0, nullptr, nullptr)),
-        '\0');
-    WideCharToMultiByte(CP_UTF8, 0, sText, -1, sResult.data(), static_cast<int>(sResult.size()), nullptr,
-                        nullptr);
-    sResult.pop_back();
-    return sResult;
+    const auto sUtf8 = std::filesystem::path(sText).u8string();
+    return std::string(sUtf8.begin(), sUtf8.end());
 }
 
 /// Debugger output travels as an exception that only a debugger would see.
