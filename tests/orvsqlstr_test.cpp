@@ -1,14 +1,10 @@
 #include "orvcomtypes/orvsqlstr.h"
+#include "support/random.h"
 #include "support/report_capture.h"
 #include "support/text.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <limits>
 #include <optional>
-#include <random>
-#include <vector>
 
 namespace
 {
@@ -22,37 +18,25 @@ Text Bound(const Value& value)
     return TextOf(sql);
 }
 
-/// Reads literals as the server does: [N]'…' with doubled quotes. Nothing when the text is no such literal,
-/// or when it ends early and leaves a rest that the server would run.
+/// Reads a literal as the server does: '…' with doubled quotes. Nothing when the text is no literal, or when
+/// it ends early and leaves a rest that the server would run.
 std::optional<Text> ReadLiteral(TextView sql)
 {
-    if (sql.starts_with(ORVTEXT('N')))
-        sql.remove_prefix(1);
-    if (!sql.starts_with(ORVTEXT('\'')))
-        return std::nullopt;
     Text text;
-    for (std::size_t i = 1; i < sql.size(); ++i)
+    for (std::size_t i = 1; i < sql.size() && sql[0] == '\''; ++i)
     {
-        if (sql[i] != ORVTEXT('\''))
-            text += sql[i];
-        else if (i + 1 == sql.size())
+        if (sql[i] == '\'' && i + 1 == sql.size())
             return text;
-        else if (sql[++i] == ORVTEXT('\''))
-            text += ORVTEXT('\'');
-        else
-            return std::nullopt;
+        if (sql[i] == '\'' && sql[++i] != '\'')
+            break;
+        text += sql[i];
     }
     return std::nullopt;
 }
 
-COrvSQLStr& operator<<(COrvSQLStr& sql, TextView text)
-{
-    return sql.Append(Text(text).c_str());
-}
-
 } // namespace
 
-TEST(OrvSqlStr, Integers)
+TEST(OrvSqlStr, NumbersAndDates)
 {
     EXPECT_EQ(ORVTEXT("255"), Bound(static_cast<unsigned char>(255)));
     EXPECT_EQ(ORVTEXT("-32768"), Bound(std::numeric_limits<short>::min()));
@@ -60,50 +44,38 @@ TEST(OrvSqlStr, Integers)
     EXPECT_EQ(ORVTEXT("4294967295"), Bound(std::numeric_limits<unsigned>::max()));
     EXPECT_EQ(ORVTEXT("-9223372036854775808"), Bound(std::numeric_limits<std::int64_t>::min()));
     EXPECT_EQ(ORVTEXT("18446744073709551615"), Bound(std::numeric_limits<std::uint64_t>::max()));
-    EXPECT_EQ(ORVTEXT("0"), Bound(0));
     EXPECT_EQ(ORVTEXT("-7"), Bound(SQLORVTIME{-7}));
     EXPECT_EQ(ORVTEXT("CAST(18446744073709551615 AS BIGINT)"), Bound(SQLMCOUNT{~std::uint64_t{0}}));
     EXPECT_EQ(ORVTEXT("CONVERT(TIMESTAMP, CAST(5 AS BIGINT))"), Bound(SQLTSTAMP{5}));
+    EXPECT_EQ(ORVTEXT("getdate()"), Bound(MSQLDATE{-1.0 + 9e-11}));
+    EXPECT_EQ(ORVTEXT("getutcdate()"), Bound(MSQLDATE{-2.0 - 9e-11}));
+    EXPECT_EQ(ORVTEXT("-3.000000001"), Bound(MSQLDATE{-1.000000001}));
+    EXPECT_EQ(ORVTEXT("36524.25"), Bound(MSQLDATE{36526.25}));
 }
 
 TEST(OrvSqlStr, Doubles)
 {
-    constexpr struct
-    {
-        double d;
-        const WCHAR* sText;
-    } rows[] = {{12.5, ORVTEXT("12.5")},
-                {3.0, ORVTEXT("3")},
-                {0.1, ORVTEXT("0.1")},
-                {-0.0, ORVTEXT("-0")},
-                {100.0, ORVTEXT("100")},
-                {1.0 / 3, ORVTEXT("0.333333333333333")},
-                {123456789012345.0, ORVTEXT("123456789012345")},
-                {1e15, ORVTEXT("1e+15")},
-                {0.0001, ORVTEXT("0.0001")},
-                {0.00001, ORVTEXT("1e-05")},
-                {-1.7976931348623157e308, ORVTEXT("-1.79769313486232e+308")}};
-    for (const auto& row : rows)
-        EXPECT_EQ(row.sText, Bound(row.d));
+    constexpr std::pair<double, const WCHAR*> rows[] = {
+        {12.5, ORVTEXT("12.5")},
+        {100.0, ORVTEXT("100")},
+        {-0.0, ORVTEXT("-0")},
+        {1.0 / 3, ORVTEXT("0.333333333333333")},
+        {123456789012345.0, ORVTEXT("123456789012345")},
+        {1e15, ORVTEXT("1e+15")},
+        {0.0001, ORVTEXT("0.0001")},
+        {0.00001, ORVTEXT("1e-05")},
+        {-1.7976931348623157e308, ORVTEXT("-1.79769313486232e+308")}};
+    for (const auto& [d, sText] : rows)
+        EXPECT_EQ(sText, Bound(d));
     COrvSQLStr sql;
     sql.Append(1234.5, 2).Append(ORVTEXT(' ')).Append(1.25, 0).Append(ORVTEXT(' ')).Append(0.1, 1000);
     EXPECT_EQ(ORVTEXT("1.2e+03 1 0.1000000000000000055511151231257827021182"), TextOf(sql));
-}
-
-TEST(OrvSqlStr, Dates)
-{
-    EXPECT_EQ(ORVTEXT("getdate()"), Bound(MSQLDATE{-1.0 + 9e-11}));
-    EXPECT_EQ(ORVTEXT("getutcdate()"), Bound(MSQLDATE{-2.0 - 9e-11}));
-    EXPECT_EQ(ORVTEXT("-3.000000001"), Bound(MSQLDATE{-1.000000001}));
-    EXPECT_EQ(ORVTEXT("0"), Bound(MSQLDATE{2.0}));
-    EXPECT_EQ(ORVTEXT("36524.25"), Bound(MSQLDATE{36526.25}));
 }
 
 TEST(OrvSqlStr, BytesAndGuids)
 {
     const unsigned char aBytes[] = {0x00, 0xAB, 0x10};
     EXPECT_EQ(ORVTEXT("0x00AB10"), Bound(BINARY{aBytes, 3}));
-    EXPECT_EQ(ORVTEXT("0x"), Bound(BINARY{aBytes, 0}));
     EXPECT_EQ(ORVTEXT("0x"), Bound(BINARY{nullptr, 3}));
     const GUID guid = {0x0123ABCD, 0x0004, 0xFF05, {0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D}};
     EXPECT_EQ(ORVTEXT("'{0123ABCD-0004-FF05-0607-08090A0B0C0D}'"), Bound(guid));
@@ -123,72 +95,39 @@ TEST(OrvSqlStr, IdLists)
     ids.AddId(0xFFFFFFFF);
     EXPECT_EQ(ORVTEXT(" in (7,4294967295)"), Bound(CSQLMIDINTArray(ids, false)));
     EXPECT_EQ(ORVTEXT(" not in (7,4294967295)"), Bound(CSQLMIDINTArray(ids, true)));
-    EXPECT_NO_REPORTS(capture);
-}
-
-TEST(OrvSqlStr, QuotedText)
-{
-    constexpr struct
-    {
-        const WCHAR* sText;
-        unsigned nMaxLen;
-        const WCHAR* sLiteral;
-    } rows[] = {{nullptr, 0, ORVTEXT("''")},
-                {ORVTEXT(""), 5, ORVTEXT("''")},
-                {ORVTEXT("O'Brien"), 0, ORVTEXT("'O''Brien'")},
-                {ORVTEXT("O'Brien"), 3, ORVTEXT("'O''B'")},
-                {ORVTEXT("O'Brien"), 2, ORVTEXT("'O'''")},
-                {ORVTEXT("O'Brien"), 1, ORVTEXT("'O'")},
-                {ORVTEXT("'"), 0, ORVTEXT("''''")},
-                {ORVTEXT("''"), 1, ORVTEXT("''''")},
-                {ORVTEXT("x"), 0xFFFFFFFF, ORVTEXT("'x'")},
-                {ORVTEXT("'; DROP TABLE T --"), 0, ORVTEXT("'''; DROP TABLE T --'")},
-                {ORVTEXT("a\\'--\x2019"), 0, ORVTEXT("'a\\''--\x2019'")}};
-    for (const auto& row : rows)
-    {
-        EXPECT_EQ(row.sLiteral, Bound(VARCHAR{row.sText, 0, row.nMaxLen}));
-        EXPECT_EQ(Text(ORVTEXT("N")) + row.sLiteral, Bound(NVARCHAR{row.sText, 0, row.nMaxLen}));
-    }
 }
 
 TEST(OrvSqlStr, NoTextEscapesItsLiteral)
 {
-    const auto nSeed = std::random_device()();
-    SCOPED_TRACE(nSeed);
-    std::mt19937 random(nSeed);
+    EXPECT_EQ(ORVTEXT("N''"), Bound(NVARCHAR{nullptr, 0, 5}));
+    EXPECT_EQ(ORVTEXT("'x'"), Bound(VARCHAR{ORVTEXT("x"), 0, 0xFFFFFFFF}));
+    CTestRandom random;
     constexpr TextView units = ORVTEXT("'''\\\"-;% N\n\xD83D\x2019\x02BC\xFF07");
     for (int i = 0; i < 2000; ++i)
     {
-        Text text(random() % 12, 0);
+        Text text(random.UpTo(11), 0);
         for (WCHAR& c : text)
-            c = units[random() % units.size()];
-        const auto nMaxLen = static_cast<unsigned>(random() % 14);
-        const Text expected = nMaxLen != 0 ? text.substr(0, nMaxLen) : text;
-        EXPECT_EQ(expected, ReadLiteral(Bound(VARCHAR{text.c_str(), 0, nMaxLen})));
-        EXPECT_EQ(expected, ReadLiteral(Bound(NVARCHAR{text.c_str(), 0, nMaxLen})));
+            c = units[random.UpTo(units.size() - 1)];
+        const unsigned nMaxLen = random.UpTo(13);
+        const Text literal = Bound(VARCHAR{text.c_str(), 0, nMaxLen});
+        EXPECT_EQ(nMaxLen != 0 ? text.substr(0, nMaxLen) : text, ReadLiteral(literal));
+        EXPECT_EQ(ORVTEXT("N") + literal, Bound(NVARCHAR{text.c_str(), 0, nMaxLen}));
     }
-}
-
-TEST(OrvSqlStr, Layout)
-{
-    COrvSQLStr sql;
-    sql.AddNL().AddSP();
-    EXPECT_EQ(0u, sql.Length());
-    sql.Append(ORVTEXT("a")).AddNL().AddNL().AddSP().Append(ORVTEXT("b")).AddSP().AddSP();
-    bool bFirst = true;
-    sql.AddCM(bFirst).Append(1).AddCM(bFirst).Append(2);
-    EXPECT_FALSE(bFirst);
-    EXPECT_EQ(ORVTEXT("a\nb 1,2"), TextOf(sql));
 }
 
 TEST(OrvSqlStr, FragmentsStandAsTheyAre)
 {
     COrvSQLStr sql;
     const WCHAR* const sNull = nullptr;
-    sql& ORVTEXT("SELECT '") & sNull& ORVTEXT('x') & static_cast<WCHAR>(0) & ORVTEXT("'");
+    sql.AddNL().AddSP();
+    sql& ORVTEXT("'") & sNull& ORVTEXT('x') & static_cast<WCHAR>(0) & ORVTEXT("'");
     sql.Append(ORVTEXT("abc"), 2).Append(ORVTEXT("a\0b"), 3);
-    EXPECT_EQ(ORVTEXT("SELECT 'x'aba"), TextOf(sql));
-    EXPECT_EQ(13u, sql.Length());
+    sql.AddNL().AddNL().AddSP().Append(ORVTEXT("b")).AddSP().AddSP();
+    bool bFirst = true;
+    sql.AddCM(bFirst).Append(1).AddCM(bFirst).Append(2);
+    EXPECT_FALSE(bFirst);
+    EXPECT_EQ(ORVTEXT("'x'aba\nb 1,2"), TextOf(sql));
+    EXPECT_EQ(12u, sql.Length());
 }
 
 TEST(OrvSqlStr, SharedTextIsCopiedBeforeItGrows)
@@ -216,34 +155,25 @@ TEST(OrvSqlStr, ItsOwnTextCanBeAppended)
     COrvSQLStr sql(expected.c_str());
     sql.Append(sql, 700);
     sql& static_cast<const WCHAR*>(sql);
-    expected += expected.substr(0, 700) + expected + expected.substr(0, 700);
-    EXPECT_TRUE(expected == TextOf(sql));
     sql& NVARCHAR{sql, 0, 3};
-    EXPECT_TRUE(expected + ORVTEXT("N'xxx'") == TextOf(sql));
+    expected += expected.substr(0, 700) + expected + expected.substr(0, 700) + ORVTEXT("N'xxx'");
+    EXPECT_TRUE(expected == TextOf(sql));
     sql = static_cast<const WCHAR*>(sql) + 2999;
     EXPECT_EQ(ORVTEXT("xN'xxx'"), TextOf(sql));
 }
 
 TEST(OrvSqlStr, Reserves)
 {
-    const auto bytes = [](const COrvSQLStr& sql) { return ORVS_GetAllocLen(sql); };
-    EXPECT_LE(2 * 1024 + 2u, bytes(COrvSQLStr(7u)));
-    EXPECT_LE(2 * 5000 + 2u, bytes(COrvSQLStr(5000u)));
-    EXPECT_EQ(802u, bytes(COrvSQLStr(ORVTEXT("x"))));
-    COrvSQLStr sql;
+    EXPECT_LE(2 * 1024 + 2u, ORVS_GetAllocLen(COrvSQLStr(7u)));
+    EXPECT_EQ(802u, ORVS_GetAllocLen(COrvSQLStr(ORVTEXT("x"))));
+    COrvSQLStr sql(5000u);
     const WCHAR* const sBefore = sql;
-    sql << Text(1024, ORVTEXT('x'));
+    sql& Text(5000, ORVTEXT('x')).c_str();
     EXPECT_EQ(sBefore, static_cast<const WCHAR*>(sql));
-    sql.SetSize(0);
-    EXPECT_EQ(2u, bytes(sql));
-}
-
-TEST(OrvSqlStr, WithoutMemoryTheTextStays)
-{
-    COrvSQLStr sql;
-    sql& ORVTEXT("DELETE FROM T ");
     EXPECT_ANY_THROW(sql.SetSize(0xFFFFFFFF));
-    EXPECT_EQ(ORVTEXT("DELETE FROM T "), TextOf(sql));
+    EXPECT_EQ(5000u, sql.Length()) << "without memory the text stays";
+    sql.SetSize(0);
+    EXPECT_EQ(2u, ORVS_GetAllocLen(sql));
 }
 
 TEST(OrvSqlStrArray, BeginsWithOneBlankStatement)
@@ -251,17 +181,12 @@ TEST(OrvSqlStrArray, BeginsWithOneBlankStatement)
     COrvSQLStrArray batch;
     ASSERT_EQ(1u, batch.GetCount());
     EXPECT_LE(524290u, ORVS_GetAllocLen(batch.Last()));
-    EXPECT_FALSE(batch.HasStatement());
     batch.Last() & ORVTEXT("  \n");
     EXPECT_FALSE(batch.HasStatement());
     EXPECT_TRUE(batch.Last().IsEmpty());
     batch.AddSQL();
     batch.Last() & ORVTEXT("SELECT 1");
     EXPECT_TRUE(batch.HasStatement());
-    COrvSQLStrArray copy = batch;
-    copy[0] & ORVTEXT("x");
-    EXPECT_EQ(ORVTEXT("  \n"), TextOf(batch[0]));
     batch.RemoveAll();
     EXPECT_FALSE(batch.HasStatement());
-    EXPECT_EQ(ORVTEXT("SELECT 1"), TextOf(copy[1]));
 }
