@@ -1,6 +1,7 @@
 // The resource library built from tests/resources/test_strings.rc.
 #pragma once
 
+#include "orvcomtypes/resourcehandler.h"
 #include "support/test_environment.h"
 
 #include <gtest/gtest.h>
@@ -25,4 +26,12 @@ public:
 
 private:
     HMODULE m_hModule;
+};
+
+/// The same as the library of the current language.
+class CCurrentTestResources : public CTestResources
+{
+public:
+    CCurrentTestResources() { CResourceHandler::SetHandle(*this); }
+    ~CCurrentTestResources() { CResourceHandler::DestroyGlobal(); }
 };
