@@ -11,43 +11,44 @@
 namespace
 {
 
-constexpr IID kUnknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 constexpr IID kErrorInfo = {0x1CF2B120, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
 constexpr IID kErrorRecords = {0x0C733A67, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
 constexpr IID kSQLErrorInfo = {0x0C733A74, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
 constexpr IID kSQLServerErrorInfo = {
     0x5CF4CA12, 0xEF21, 0x11D0, {0x97, 0xE7, 0x00, 0xC0, 0x4F, 0xC2, 0xAD, 0x98}};
 
-/// An object on the stack of a test that counts its references and has one interface.
-template <class Interface>
-class CFake : public Interface
+/// An object on the stack of a test that counts its references. The ids are those of the interfaces, in
+/// order.
+template <class... Interfaces>
+class CFake : public Interfaces...
 {
 public:
-    explicit CFake(const IID& iid) : m_iid(iid) {}
+    explicit CFake(const std::vector<IID>& ids) : m_ids(ids) {}
     virtual ~CFake() { EXPECT_EQ(0, m_nReferences) << "references that were not given back"; }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppObject) override
     {
+        void* const interfaces[] = {static_cast<Interfaces*>(this)...};
         *ppObject = nullptr;
-        if (!(riid == m_iid) && !(riid == kUnknown))
-            return E_NOINTERFACE;
-        *ppObject = static_cast<Interface*>(this);
-        AddRef();
-        return S_OK;
+        for (std::size_t i = 0; i < m_ids.size(); ++i)
+            if (m_ids[i] == riid)
+                *ppObject = interfaces[i];
+        return *ppObject != nullptr ? AddRef(), S_OK : E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++m_nReferences); }
     ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--m_nReferences); }
 
 private:
-    IID m_iid;
+    std::vector<IID> m_ids;
     int m_nReferences = 0;
 };
 
-class CFakeInfo : public CFake<IErrorInfo>
+/// An error with its details.
+class CFakeError : public CFake<IErrorInfo, ISQLErrorInfo, ISQLServerErrorInfo>
 {
 public:
-    explicit CFakeInfo(const WCHAR* sDescription, HRESULT hr = S_OK)
-        : CFake(kErrorInfo), m_sDescription(sDescription), m_hr(hr)
+    explicit CFakeError(const WCHAR* sDescription, HRESULT hr = S_OK)
+        : CFake({kErrorInfo, kSQLErrorInfo, kSQLServerErrorInfo}), m_sDescription(sDescription), m_hr(hr)
     {
     }
     HRESULT STDMETHODCALLTYPE GetGUID(GUID*) override { return E_NOTIMPL; }
@@ -59,28 +60,12 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetHelpFile(BSTR*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetHelpContext(DWORD*) override { return E_NOTIMPL; }
-
-private:
-    const WCHAR* m_sDescription;
-    HRESULT m_hr;
-};
-
-class CFakeSQLInfo : public CFake<ISQLErrorInfo>
-{
-public:
-    CFakeSQLInfo() : CFake(kSQLErrorInfo) {}
     HRESULT STDMETHODCALLTYPE GetSQLInfo(BSTR* psState, LONG* piNative) override
     {
         *psState = SysAllocString(ORVTEXT("23000"));
         *piNative = 547;
         return S_OK;
     }
-};
-
-class CFakeServerInfo : public CFake<ISQLServerErrorInfo>
-{
-public:
-    CFakeServerInfo() : CFake(kSQLServerErrorInfo) {}
     HRESULT STDMETHODCALLTYPE GetErrorInfo(SSERRORINFO** ppInfo, WCHAR** psTexts) override
     {
         constexpr WCHAR sMessage[] = ORVTEXT("server text");
@@ -91,22 +76,17 @@ public:
         (*ppInfo)->pwszMessage = *psTexts;
         return S_OK;
     }
+
+private:
+    const WCHAR* m_sDescription;
+    HRESULT m_hr;
 };
 
-struct CFakeRecord
-{
-    CFakeInfo* m_pInfo;
-    IUnknown* m_pSQL = nullptr;
-    IUnknown* m_pServer = nullptr;
-};
-
+/// Errors, of which every second one has details.
 class CFakeRecords : public CFake<IErrorRecords>
 {
 public:
-    explicit CFakeRecords(std::vector<CFakeRecord> records)
-        : CFake(kErrorRecords), m_records(std::move(records))
-    {
-    }
+    explicit CFakeRecords(std::vector<CFakeError*> errors) : CFake({kErrorRecords}), m_errors(errors) {}
     HRESULT STDMETHODCALLTYPE AddErrorRecord(ERRORINFO*, DWORD, DISPPARAMS*, IUnknown*, DWORD) override
     {
         return E_NOTIMPL;
@@ -114,36 +94,38 @@ public:
     HRESULT STDMETHODCALLTYPE GetBasicErrorInfo(ULONG, ERRORINFO*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetCustomErrorObject(ULONG n, REFIID riid, IUnknown** ppObject) override
     {
-        IUnknown* pObject = riid == kSQLErrorInfo ? m_records[n].m_pSQL : m_records[n].m_pServer;
         *ppObject = nullptr;
-        return pObject != nullptr ? pObject->QueryInterface(riid, reinterpret_cast<void**>(ppObject)) : S_OK;
+        return n % 2 == 0 ? S_OK : m_errors[n]->QueryInterface(riid, reinterpret_cast<void**>(ppObject));
     }
     HRESULT STDMETHODCALLTYPE GetErrorInfo(ULONG n, LCID, IErrorInfo** ppInfo) override
     {
-        return m_records[n].m_pInfo->QueryInterface(kErrorInfo, reinterpret_cast<void**>(ppInfo));
+        return m_errors[n]->QueryInterface(kErrorInfo, reinterpret_cast<void**>(ppInfo));
     }
     HRESULT STDMETHODCALLTYPE GetErrorParameters(ULONG, DISPPARAMS*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetRecordCount(ULONG* pnRecords) override
     {
-        *pnRecords = static_cast<ULONG>(m_records.size());
+        *pnRecords = static_cast<ULONG>(m_errors.size());
         return S_OK;
     }
 
 private:
-    std::vector<CFakeRecord> m_records;
+    std::vector<CFakeError*> m_errors;
 };
+
+Text Message(IUnknown* pError)
+{
+    return TextOf(GetComErrorString(E_FAIL, pError).m_sMessage);
+}
 
 } // namespace
 
 TEST(ComErrorText, JoinsTheDistinctDescriptionsOfRecords)
 {
-    CFakeInfo lower(ORVTEXT("x"));
-    CFakeInfo upper(ORVTEXT("X"));
-    CFakeInfo other(ORVTEXT("y"));
-    CFakeInfo none(nullptr);
-    CFakeSQLInfo sql;
-    CFakeServerInfo server;
-    CFakeRecords records({{&lower}, {&upper, &sql, &server}, {&other}, {&none, nullptr, &server}});
+    CFakeError lower(ORVTEXT("x"));
+    CFakeError upper(ORVTEXT("X"));
+    CFakeError other(ORVTEXT("y"));
+    CFakeError none(nullptr);
+    CFakeRecords records({&lower, &upper, &other, &none});
     const LQComErrorData data = GetComErrorString(E_FAIL, &records);
     EXPECT_EQ(E_FAIL, data.m_iCode);
     EXPECT_EQ(ORVTEXT("x - y - server text"), TextOf(data.m_sMessage));
@@ -153,26 +135,26 @@ TEST(ComErrorText, JoinsTheDistinctDescriptionsOfRecords)
 
 TEST(ComErrorText, EndsTheWalkAtAFailingCall)
 {
-    CFakeInfo first(ORVTEXT("first"));
-    CFakeInfo failing(ORVTEXT("lost"), E_FAIL);
-    CFakeInfo last(ORVTEXT("last"));
-    CFakeRecords records({{&first}, {&failing}, {&last}});
-    EXPECT_EQ(ORVTEXT("first"), TextOf(GetComErrorString(1, &records).m_sMessage));
+    CFakeError first(ORVTEXT("first"));
+    CFakeError failing(ORVTEXT("lost"), E_FAIL);
+    CFakeError last(ORVTEXT("last"));
+    CFakeRecords records({&first, &failing, &last});
+    EXPECT_EQ(ORVTEXT("first"), Message(&records));
 }
 
 TEST(ComErrorText, HasADescriptionForNothing)
 {
     const Text sNothing = ORVTEXT("There is no additional COM error info");
     CFakeRecords empty({});
-    CFakeInfo silent(nullptr);
-    EXPECT_EQ(sNothing, TextOf(GetComErrorString(1, &empty).m_sMessage));
-    EXPECT_EQ(sNothing, TextOf(GetComErrorString(1, &silent).m_sMessage));
-    EXPECT_EQ(sNothing, TextOf(GetComErrorString(1, static_cast<IUnknown*>(nullptr)).m_sMessage));
+    CFakeError silent(nullptr);
+    EXPECT_EQ(sNothing, Message(&empty));
+    EXPECT_EQ(sNothing, Message(static_cast<IErrorInfo*>(&silent)));
+    EXPECT_EQ(sNothing, Message(nullptr));
 }
 
 TEST(ComErrorText, TakesTheThreadsObject)
 {
-    CFakeInfo info(ORVTEXT("of the thread"));
+    CFakeError info(ORVTEXT("of the thread"));
     ASSERT_EQ(S_OK, SetErrorInfo(0, &info));
     EXPECT_EQ(ORVTEXT("of the thread"), TextOf(GetComErrorString(E_FAIL, true).m_sMessage));
     EXPECT_EQ(ORVTEXT("of the thread"), TextOf(GetComErrorString(E_FAIL, false).m_sMessage));
