@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
+#include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -15,7 +17,7 @@ class OrvSettings : public testing::Test
 {
 protected:
     /// Runs the tool with arguments in ASCII.
-    ToolResult Run(std::initializer_list<std::string> args)
+    ToolResult Run(const std::vector<std::string>& args)
     {
         std::vector<CText> words;
         for (const std::string& s : args)
@@ -25,7 +27,7 @@ protected:
         return RunTool(words, m_sOutput, m_sErrors);
     }
     /// What it prints, or its error when it fails.
-    std::string Print(std::initializer_list<std::string> args)
+    std::string Print(const std::vector<std::string>& args)
     {
         return Run(args) == eDone ? m_sOutput : m_sErrors;
     }
@@ -83,33 +85,18 @@ TEST_F(OrvSettings, SetsValuesOfEveryType)
 
 TEST_F(OrvSettings, RefusesWhatMakesNoSense)
 {
-    const std::initializer_list<std::string> rows[] = {
-        {},
-        {"gat"},
-        {"get"},
-        {"get", "K"},
-        {"get", "K", "n", "x"},
-        {"set", "K", "n"},
-        {"set", "K", "n", "a", "b"},
-        {"set", "--type", "dword", "K", "n", "4294967296"},
-        {"set", "--type", "dword", "K", "n", "-1"},
-        {"set", "--type", "dword", "K", "n", "1x"},
-        {"set", "--type", "dword", "K", "n", ""},
-        {"set", "--type", "binary", "K", "n", "0"},
-        {"set", "--type", "binary", "K", "n", "0g"},
-        {"set", "--type", "word", "K", "n", "1"},
-        {"delete"},
-        {"delete", "K"},
-        {"delete", "--tree", "\\"},
-        {"import"},
-        {"--output"},
-        {"--scope", "list"},
-    };
-    for (const auto& row : rows)
+    for (const char* sLine :
+         {"", "gat", "get K", "get K n x", "set K n", "set K n a b", "delete K", "delete --tree \\", "import",
+          "--output", "--scope list", "set --type word K n 1", "set --type dword K n 4294967296",
+          "set --type dword K n -1", "set --type dword K n 1x", "set --type binary K n 0",
+          "set --type binary K n 0g"})
     {
-        EXPECT_EQ(eBadUsage, Run(row)) << testing::PrintToString(std::vector<std::string>(row));
+        std::istringstream line(sLine);
+        EXPECT_EQ(eBadUsage, Run(std::vector<std::string>(std::istream_iterator<std::string>(line), {})))
+            << sLine;
         EXPECT_EQ(0u, m_sErrors.find("orvsettings: ")) << m_sErrors;
     }
+    EXPECT_EQ(eBadUsage, Run({"set", "--type", "dword", "K", "n", ""}));
     EXPECT_EQ(eNotFound, Run({"list"})) << "nothing was stored";
     EXPECT_EQ(eDone, Run({"--help"}));
     EXPECT_EQ(0u, m_sOutput.find("usage: "));
