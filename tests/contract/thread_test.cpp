@@ -1,3 +1,4 @@
+// Threads, and what keeps them apart.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -6,15 +7,18 @@
 #include "orvcomtypes/orvexport.h"
 
 #include <atomic>
+#include <thread>
+#include <vector>
 
 namespace
 {
+
+constexpr DWORD kTimeout = WAIT_TIMEOUT;
 
 class CHandle
 {
 public:
     explicit CHandle(HANDLE h) : m_h(h) {}
-    explicit CHandle(std::uintptr_t h) : m_h(reinterpret_cast<HANDLE>(h)) {}
     CHandle(const CHandle&) = delete;
     CHandle& operator=(const CHandle&) = delete;
     ~CHandle() { CloseHandle(m_h); }
@@ -29,41 +33,35 @@ HANDLE NewEvent(bool bManualReset, bool bSignaled = false)
     return CreateEventW(nullptr, bManualReset, bSignaled, nullptr);
 }
 
-unsigned ORVCALL WaitAndReturn(void* pEvent)
+/// Where a thread stays between its start and its end. The events stay open: an abandoned thread may still
+/// wait.
+struct CGate
 {
-    WaitForSingleObject(*static_cast<HANDLE*>(pEvent), INFINITE);
-    return 42;
-}
+    HANDLE m_hStarted = NewEvent(false);
+    HANDLE m_hOpen = NewEvent(true);
+};
 
-unsigned ORVCALL StartAndWait(void* pEvents)
+unsigned ORVCALL PassGate(void* pGate)
 {
-    const HANDLE* pEvent = static_cast<const HANDLE*>(pEvents);
-    SetEvent(pEvent[0]);
-    WaitForSingleObject(pEvent[1], INFINITE);
-    return 42;
-}
-
-unsigned ORVCALL ReturnOwnId(void*)
-{
+    const CGate& gate = *static_cast<CGate*>(pGate);
+    SetEvent(gate.m_hStarted);
+    WaitForSingleObject(gate.m_hOpen, INFINITE);
     return GetCurrentThreadId();
 }
 
-struct CPingPong
+HANDLE StartThread(CGate& gate, unsigned& nId)
 {
-    HANDLE m_hPing;
-    HANDLE m_hPong;
-    int m_nRounds;
-};
+    const auto h = _beginthreadex(nullptr, 65536, PassGate, &gate, 0, &nId);
+    // Wine fails when a 32-bit thread is ended on its way to its function.
+    WaitForSingleObject(gate.m_hStarted, INFINITE);
+    return reinterpret_cast<HANDLE>(h);
+}
 
-unsigned ORVCALL Answer(void* p)
+DWORD ExitCode(HANDLE hThread)
 {
-    const auto* pGame = static_cast<CPingPong*>(p);
-    for (int i = 0; i < pGame->m_nRounds; ++i)
-    {
-        WaitForSingleObject(pGame->m_hPing, INFINITE);
-        SetEvent(pGame->m_hPong);
-    }
-    return 0;
+    DWORD dwExit = 0;
+    EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
+    return dwExit;
 }
 
 } // namespace
@@ -72,19 +70,16 @@ TEST(Event, AutoResetLetsOneWaitThrough)
 {
     const CHandle hEvent(NewEvent(false, true));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, 0));
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hEvent, 0));
+    EXPECT_EQ(kTimeout, WaitForSingleObject(hEvent, 0));
     SetEvent(hEvent);
     SetEvent(hEvent);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, INFINITE));
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hEvent, 1));
-}
+    EXPECT_EQ(kTimeout, WaitForSingleObject(hEvent, 1));
 
-TEST(Event, ManualResetStaysSet)
-{
-    const CHandle hEvent(NewEvent(true));
-    SetEvent(hEvent);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, 0));
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, 0));
+    const CHandle hManual(NewEvent(true));
+    SetEvent(hManual);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hManual, 0));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hManual, 0)) << "stays set";
 }
 
 TEST(Event, WaitForSeveralTakesTheFirstOrAllAtOnce)
@@ -92,73 +87,150 @@ TEST(Event, WaitForSeveralTakesTheFirstOrAllAtOnce)
     const CHandle hFirst(NewEvent(false));
     const CHandle hSecond(NewEvent(false, true));
     const HANDLE handles[] = {hFirst, hSecond};
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForMultipleObjects(2, handles, TRUE, 0));
+    EXPECT_EQ(kTimeout, WaitForMultipleObjects(2, handles, TRUE, 0));
     EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitForMultipleObjects(2, handles, FALSE, INFINITE));
     SetEvent(hFirst);
     SetEvent(hSecond);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, handles, TRUE, INFINITE));
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForMultipleObjects(2, handles, FALSE, 0));
+    EXPECT_EQ(kTimeout, WaitForMultipleObjects(2, handles, FALSE, 0));
 }
 
 TEST(Event, WakesAcrossThreadsWithoutLoss)
 {
     const CHandle hPing(NewEvent(false));
     const CHandle hPong(NewEvent(false));
-    CPingPong game{hPing, hPong, 2000};
-    const CHandle hThread(_beginthreadex(nullptr, 0, Answer, &game, 0, nullptr));
-    for (int i = 0; i < game.m_nRounds; ++i)
-    {
-        SetEvent(hPing);
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hPong, INFINITE));
-    }
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
+    const auto Play = [](HANDLE hWait, HANDLE hSet) {
+        for (int i = 0; i < 2000; ++i)
+        {
+            ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hWait, INFINITE));
+            SetEvent(hSet);
+        }
+    };
+    SetEvent(hPing);
+    std::thread other(Play, static_cast<HANDLE>(hPong), static_cast<HANDLE>(hPing));
+    Play(hPing, hPong);
+    other.join();
 }
 
 TEST(Event, NullHandleIsRefused)
 {
     EXPECT_FALSE(SetEvent(nullptr));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_HANDLE), GetLastError());
+    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
     EXPECT_EQ(WAIT_FAILED, WaitForSingleObject(nullptr, 0));
 }
 
 TEST(Thread, IsSignalledWithItsExitCodeWhenItEnds)
 {
-    HANDLE hEvent = NewEvent(false);
-    const CHandle hThread(_beginthreadex(nullptr, 65536, WaitAndReturn, &hEvent, 0, nullptr));
-    DWORD dwExit = 0;
-    EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
-    EXPECT_EQ(static_cast<DWORD>(STILL_ACTIVE), dwExit);
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hThread, 1));
-    SetEvent(hEvent);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
-    EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
-    EXPECT_EQ(42u, dwExit);
-    CloseHandle(hEvent);
-}
-
-TEST(Thread, TellsItsId)
-{
+    static CGate s_gate;
     unsigned nId = 0;
-    const CHandle hThread(_beginthreadex(nullptr, 0, ReturnOwnId, nullptr, 0, &nId));
+    const CHandle hThread(StartThread(s_gate, nId));
+    EXPECT_EQ(DWORD{STILL_ACTIVE}, ExitCode(hThread));
+    EXPECT_EQ(kTimeout, WaitForSingleObject(hThread, 1));
+    SetEvent(s_gate.m_hOpen);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
-    DWORD dwExit = 0;
-    EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
-    EXPECT_EQ(nId, dwExit);
+    EXPECT_EQ(nId, ExitCode(hThread));
     EXPECT_NE(GetCurrentThreadId(), nId);
-    EXPECT_EQ(GetCurrentThreadId(), GetCurrentThreadId());
 }
 
 TEST(Thread, CountsAsEndedWhenTerminated)
 {
-    static HANDLE events[] = {NewEvent(true), NewEvent(true)};
-    const CHandle hThread(_beginthreadex(nullptr, 0, StartAndWait, events, 0, nullptr));
-    // Wine fails when a 32-bit thread is ended on its way to its function.
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(events[0], INFINITE));
+    static CGate s_gate;
+    unsigned nId = 0;
+    const CHandle hThread(StartThread(s_gate, nId));
     EXPECT_TRUE(TerminateThread(hThread, 7));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
-    DWORD dwExit = 0;
-    EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
-    EXPECT_EQ(7u, dwExit);
-    // The events stay open: an abandoned thread may still wait for one.
-    SetEvent(events[1]);
+    EXPECT_EQ(7u, ExitCode(hThread));
+    SetEvent(s_gate.m_hOpen);
+}
+
+TEST(Thread, HasALastErrorOfItsOwn)
+{
+    // Between the two calls this thread only spins: thread and framework functions set the last error
+    // themselves.
+    std::atomic<bool> bSet = false;
+    std::atomic<bool> bOtherDone = false;
+    DWORD dwOther = ERROR_ACCESS_DENIED;
+    std::thread other([&] {
+        while (!bSet)
+            ;
+        dwOther = GetLastError();
+        SetLastError(ERROR_DISK_FULL);
+        bOtherDone = true;
+    });
+    SetLastError(ERROR_ACCESS_DENIED);
+    bSet = true;
+    while (!bOtherDone)
+        ;
+    const DWORD dwOwn = GetLastError();
+    other.join();
+    EXPECT_NE(DWORD{ERROR_ACCESS_DENIED}, dwOther);
+    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, dwOwn);
+}
+
+TEST(CriticalSection, IsFreeAfterAsManyLeavesAsEnters)
+{
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    const auto IsFreeForOthers = [&] {
+        bool bFree = false;
+        std::thread([&] {
+            bFree = TryEnterCriticalSection(&section);
+            if (bFree)
+                LeaveCriticalSection(&section);
+        }).join();
+        return bFree;
+    };
+    EnterCriticalSection(&section);
+    EXPECT_TRUE(TryEnterCriticalSection(&section));
+    LeaveCriticalSection(&section);
+    EXPECT_FALSE(IsFreeForOthers());
+    LeaveCriticalSection(&section);
+    EXPECT_TRUE(IsFreeForOthers());
+    DeleteCriticalSection(&section);
+}
+
+// Some holders stay long enough for the others to go to sleep: a lost wake-up would hang this test.
+TEST(CriticalSection, LosesNoCountAndNoSleeperAmongManyThreads)
+{
+    constexpr int nThreads = 8;
+    constexpr int nRounds = 10000;
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    int nCount = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < nThreads; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < nRounds; ++i)
+            {
+                EnterCriticalSection(&section);
+                EnterCriticalSection(&section);
+                if ((i + t) % 100 == 0)
+                    Sleep(1);
+                ++nCount;
+                LeaveCriticalSection(&section);
+                LeaveCriticalSection(&section);
+                if (i % 7 == 0)
+                    Sleep(0);
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(nThreads * nRounds, nCount);
+    DeleteCriticalSection(&section);
+}
+
+TEST(Interlocked, ReturnsTheNewOrTheOldValue)
+{
+    LONG volatile nValue = 5;
+    EXPECT_EQ(6, InterlockedIncrement(&nValue));
+    EXPECT_EQ(5, InterlockedDecrement(&nValue));
+    EXPECT_EQ(5, InterlockedExchangeAdd(&nValue, -7));
+    EXPECT_EQ(-2, InterlockedExchange(&nValue, 9));
+    EXPECT_EQ(9, InterlockedCompareExchange(&nValue, 1, 8));
+    EXPECT_EQ(9, InterlockedCompareExchange(&nValue, 0x7FFFFFFF, 9));
+    EXPECT_EQ(static_cast<LONG>(0x80000000u), InterlockedIncrement(&nValue));
+    int nTarget = 0;
+    PVOID volatile pValue = nullptr;
+    EXPECT_EQ(nullptr, InterlockedCompareExchangePointer(&pValue, &nTarget, nullptr));
+    EXPECT_EQ(&nTarget, InterlockedExchangePointer(&pValue, nullptr));
 }
