@@ -7,21 +7,18 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 namespace
 {
 
 class CPlugin
 {
 public:
-    explicit CPlugin(const std::string& sFile, int* pCounter) : m_library(sFile)
+    CPlugin(const std::filesystem::path& file, int& nCalls) : m_library(file.string())
     {
-        m_library.Find<PluginSetCounter>("SetCounter")(pCounter);
+        m_library.Find<PluginSetCounter>("SetCounter")(&nCalls);
     }
 
     PluginUninit Uninit() const { return m_library.Find<PluginGetUninit>("GetUninit")(); }
-
     HMODULE Module() const
     {
         HMODULE hModule = nullptr;
@@ -45,70 +42,54 @@ void ORVCALL OwnUninit()
 class Plugins : public testing::Test
 {
 protected:
-    Plugins() { std::filesystem::copy_file(ORV_PLUGIN_FILE, CopyFile()); }
-    void SetUp() override
+    Plugins()
     {
+        std::filesystem::copy_file(ORV_PLUGIN_FILE, m_copy);
         CallPlexedAllocUninit(nullptr);
         g_nOwnCalls = 0;
     }
+    void TearDown() override { EXPECT_NO_REPORTS(m_capture); }
 
-    std::string CopyFile() const
-    {
-        return (m_dir / "copy").string() + std::filesystem::path(ORV_PLUGIN_FILE).extension().string();
-    }
-
-    CTempDir m_dir;
     CReportCapture m_capture;
-    int m_nCalls = 0;
-    int m_nCopyCalls = 0;
+    CTempDir m_dir;
+    const std::filesystem::path m_copy = m_dir / std::filesystem::path(ORV_PLUGIN_FILE).filename();
+    int m_nCalls = 0, m_nCopyCalls = 0;
 };
-
-} // namespace
 
 TEST_F(Plugins, AreTakenDownOneByOne)
 {
-    CPlugin plugin(ORV_PLUGIN_FILE, &m_nCalls);
-    CPlugin copy(CopyFile(), &m_nCopyCalls);
+    const CPlugin plugin(ORV_PLUGIN_FILE, m_nCalls), copy(m_copy, m_nCopyCalls);
     RegisterPlexedAlloc(plugin.Uninit());
     RegisterPlexedAlloc(copy.Uninit());
     RegisterPlexedAlloc(OwnUninit);
     RegisterPlexedAlloc(copy.Uninit());
     CallPlexedAllocUninit(copy.Module());
-    EXPECT_EQ(0, m_nCalls);
-    EXPECT_EQ(2, m_nCopyCalls);
-    EXPECT_EQ(0, g_nOwnCalls);
+    EXPECT_TRUE(m_nCalls == 0 && m_nCopyCalls == 2 && g_nOwnCalls == 0);
     CallPlexedAllocUninit(nullptr);
-    EXPECT_EQ(1, m_nCalls);
-    EXPECT_EQ(2, m_nCopyCalls);
-    EXPECT_EQ(1, g_nOwnCalls);
-    EXPECT_NO_REPORTS(m_capture);
+    EXPECT_TRUE(m_nCalls == 1 && m_nCopyCalls == 2 && g_nOwnCalls == 1);
 }
 
 TEST_F(Plugins, AreNotCalledAfterTheyWereUnloaded)
 {
-    RegisterPlexedAlloc(CPlugin(ORV_PLUGIN_FILE, &m_nCalls).Uninit());
+    RegisterPlexedAlloc(CPlugin(ORV_PLUGIN_FILE, m_nCalls).Uninit());
     RegisterPlexedAlloc(OwnUninit);
     CallPlexedAllocUninit(nullptr);
-    EXPECT_EQ(0, m_nCalls);
-    EXPECT_EQ(1, g_nOwnCalls);
-    EXPECT_NO_REPORTS(m_capture);
+    EXPECT_TRUE(m_nCalls == 0 && g_nOwnCalls == 1);
 }
 
 TEST_F(Plugins, AreNotTakenForAnotherModuleAtTheSameAddress)
 {
     PluginUninit fnFormer = nullptr;
     {
-        const CPlugin plugin(ORV_PLUGIN_FILE, &m_nCalls);
+        const CPlugin plugin(ORV_PLUGIN_FILE, m_nCalls);
         fnFormer = plugin.Uninit();
         RegisterPlexedAlloc(fnFormer);
     }
-    const CPlugin copy(CopyFile(), &m_nCopyCalls);
-    if (copy.Uninit() != fnFormer)
-    {
-        CallPlexedAllocUninit(nullptr);
-        GTEST_SKIP() << "the loader chose another address";
-    }
+    const CPlugin copy(m_copy, m_nCopyCalls);
     CallPlexedAllocUninit(nullptr);
+    if (copy.Uninit() != fnFormer)
+        GTEST_SKIP() << "the loader chose another address";
     EXPECT_EQ(0, m_nCopyCalls);
-    EXPECT_NO_REPORTS(m_capture);
 }
+
+} // namespace
