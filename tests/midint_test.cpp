@@ -1,4 +1,5 @@
 #include "orvcomtypes/midintarray.h"
+#include "orvcomtypes/simplebyteset.h"
 
 #include "support/random.h"
 #include "support/report_capture.h"
@@ -10,18 +11,33 @@
 namespace
 {
 
-CMIDINTArray Ids(std::initializer_list<unsigned> values)
+using CValues = std::vector<unsigned>;
+
+CMIDINTArray Ids(const CValues& values)
 {
     CMIDINTArray ids;
-    ids.AddIds(static_cast<unsigned>(values.size()), values.begin());
+    ids.AddIds(static_cast<unsigned>(values.size()), values.data());
     return ids;
 }
-
-using CValues = std::vector<unsigned>;
 
 CValues Values(const CMIDINTArray& ids)
 {
     return {ids.begin(), ids.end()};
+}
+
+CValues Values(const CMIDINTSet& set)
+{
+    CMIDINTArray ids = Ids({77});
+    set.CopyTo(ids);
+    return Values(ids);
+}
+
+CValues Values(const CSimpleByteSet& set)
+{
+    CValues values;
+    for (ULONG nPos = 0; set.GetNext(nPos) != 0;)
+        values.push_back(static_cast<unsigned>(nPos));
+    return values;
 }
 
 TEST(MidIntArray, OneFormOfAddIdsAppendsAndTheOtherReplaces)
@@ -91,15 +107,12 @@ TEST(MidIntArray, Split)
         CMIDINTArray narrow;
         CMIDINTArray wide;
         narrow.Split(c.m_sText, ',');
-        wide.Split(std::basic_string<WCHAR>(c.m_sText, c.m_sText + strlen(c.m_sText)).c_str(), ORVTEXT(','));
+        wide.Split(Text(c.m_sText, c.m_sText + strlen(c.m_sText)).c_str(), ORVTEXT(','));
         EXPECT_EQ(Values(narrow), c.m_expected);
         EXPECT_EQ(Values(wide), c.m_expected);
     }
     CMIDINTArray ids = Ids({5});
-    ids.Split(ORVTEXT("\x2003"
-                      "6\xFF0C"
-                      "7"),
-              0xFF0C);
+    ids.Split(ORVTEXT("\x2003") ORVTEXT("6\xFF0C") ORVTEXT("7"), 0xFF0C);
     ids.Split(static_cast<const char*>(nullptr), ',');
     EXPECT_EQ(Values(ids), (CValues{5, 6, 7})) << "it appends";
 }
@@ -119,11 +132,9 @@ TEST(MidIntArray, Join)
                        {Ids({}), ORVTEXT("x"), ORVTEXT("x")},
                        {Ids({4294967295, 0}), nullptr, ORVTEXT("4294967295,0")}};
     for (const auto& c : cases)
-        EXPECT_EQ(std::basic_string<WCHAR>(c.m_ids.Join(ORVTEXT(','), c.m_sAppend)), c.m_sExpected);
-    CMIDINTArray many;
-    const CValues values(1000, 4294967295);
-    many.AddIds(1000, values.data());
-    EXPECT_EQ(many.Join(ORVTEXT(','), nullptr).GetLength(), 1000U * 11 - 1) << "fills its buffer";
+        EXPECT_EQ(Text(c.m_ids.Join(ORVTEXT(','), c.m_sAppend)), c.m_sExpected);
+    EXPECT_EQ(Ids(CValues(1000, 4294967295)).Join(ORVTEXT(','), nullptr).GetLength(), 1000U * 11 - 1)
+        << "fills its buffer";
 }
 
 TEST(MidIntArray, SortAndUniqueAgreeWithTheStandardOnes)
@@ -134,12 +145,11 @@ TEST(MidIntArray, SortAndUniqueAgreeWithTheStandardOnes)
              {0xFFFFFFFFU, 0xFFU, 0xFF00FF00U, 0xFF000000U, 0x00FFFF00U, 0U, 0x80000001U})
         {
             SCOPED_TRACE(testing::Message() << nCount << " under " << std::hex << nMask);
-            CMIDINTArray ids;
-            for (unsigned i = 0; i < nCount; ++i)
-                ids.AddId(random.UpTo(9) == 0 ? nMask : random() & nMask);
-            CValues model = Values(ids);
+            CValues model(nCount);
+            for (unsigned& n : model)
+                n = random.UpTo(9) == 0 ? nMask : random() & nMask;
+            CMIDINTArray ids = Ids(model), copy = ids;
             std::sort(model.begin(), model.end());
-            CMIDINTArray copy = ids;
             ids.SortIds();
             ASSERT_TRUE(Values(ids) == model);
             model.erase(std::unique(model.begin(), model.end()), model.end());
@@ -162,11 +172,8 @@ TEST(MidIntSet, KeepsEachIdThatIsNotZeroOnce)
     EXPECT_REPORTS(capture, {{"::SetItem", "newItem == TItem(0)"}});
     CMIDINTSet other(std::move(set));
     set = CMIDINTSet(5);
-    CMIDINTArray ids = Ids({77});
-    other.CopyTo(ids);
-    EXPECT_EQ(Values(ids), (CValues{3, 4, 9})) << "what it held is gone";
-    set.CopyTo(ids);
-    EXPECT_TRUE(ids.IsEmpty());
+    EXPECT_EQ(Values(other), (CValues{3, 4, 9}));
+    EXPECT_EQ(Values(set), CValues());
 }
 
 TEST(MidIntSet, BulkInsertionKeepsWhatIsThere)
@@ -174,24 +181,115 @@ TEST(MidIntSet, BulkInsertionKeepsWhatIsThere)
     CTestRandom random;
     CMIDINTSet set;
     std::set<unsigned> model;
-    CMIDINTArray ids;
     for (const unsigned nCount : {10U, 100U, 20000U, 7U, 50000U})
     {
-        ids.Clear();
-        for (unsigned i = 0; i < nCount; ++i)
-            ids.AddId(1 + random.UpTo(1000000));
-        set.AddIds(ids);
-        model.insert(ids.begin(), ids.end());
+        CValues values(nCount);
+        for (unsigned& n : values)
+            n = 1 + random.UpTo(1000000);
+        set.AddIds(Ids(values));
+        model.insert(values.begin(), values.end());
     }
-    set.CopyTo(ids);
-    ids.SortIds();
-    EXPECT_TRUE(Values(ids) == CValues(model.begin(), model.end()));
+    CValues values = Values(set);
+    std::sort(values.begin(), values.end());
+    EXPECT_TRUE(values == CValues(model.begin(), model.end()));
 
     CMIDINTSet growing(Ids({1}));
     for (unsigned id = 2; id <= 1000; ++id)
         growing.Add(id);
-    growing.CopyTo(ids);
-    EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end())) << "there are more buckets than IDs";
+    values = Values(growing);
+    EXPECT_TRUE(std::is_sorted(values.begin(), values.end())) << "there are more buckets than IDs";
+}
+
+TEST(ByteSet, PackedArgumentsNameUpToFourItems)
+{
+    CSimpleByteSet set(0x00030201);
+    EXPECT_EQ(Values(set), (CValues{1, 2, 3}));
+    set.AddItem(0x0200FF02);
+    EXPECT_EQ(Values(set), (CValues{1, 2, 3, 255}));
+    EXPECT_EQ(set.GetCount(), 4U);
+    set.RemoveItem(0x0200);
+    set.RemoveItem(0x0200);
+    set.RemoveItem(0);
+    EXPECT_EQ(Values(set), (CValues{1, 3, 255}));
+    EXPECT_TRUE(set.GetCount() == 3 && set.IsAnyItemSet() && !set.IsAllItemsSet());
+    set.RemoveItem(0xFFFFFFFF);
+    EXPECT_FALSE(set.IsAnyItemSet());
+    EXPECT_TRUE(set.IsEqual(CSimpleByteSet(0)));
+    EXPECT_TRUE(CSimpleByteSet::Contains(0x10B, 0x0A0B0C0D) && CSimpleByteSet::Contains(0x0A, 0x0A000000));
+    EXPECT_FALSE(CSimpleByteSet::Contains(0x0E, 0x0A0B0C0D) || CSimpleByteSet::Contains(0x100, 0x0A0B0C00));
+}
+
+TEST(ByteSet, AllItemsIncludeTheFlagOfZero)
+{
+    CSimpleByteSet all;
+    all.SetAllItem();
+    CSimpleByteSet packed(0xFFFFFFFF);
+    CSimpleByteSet single;
+    for (ULONG n = 1; n <= 255; ++n)
+        single.AddItem(n);
+    EXPECT_TRUE(all.IsAllItemsSet() && single.IsAllItemsSet());
+    EXPECT_TRUE(all.IsEqual(packed) && !all.IsEqual(single));
+    EXPECT_TRUE(all.IsExists(0x105) && !all.IsExists(0));
+    EXPECT_EQ(Values(all), Values(single));
+    ULONG nPos = 255;
+    EXPECT_EQ(all.GetNext(nPos), 0U);
+}
+
+TEST(ByteSet, IntervalsUseTheLowBytesOfTheirBounds)
+{
+    CSimpleByteSet set(0x00050403);
+    set.AddItem(200);
+    struct
+    {
+        ULONG m_nFrom, m_nTo;
+        bool m_bAll, m_bAny;
+        const WCHAR* m_sJoined;
+    } const cases[] = {
+        {3, 5, true, true, ORVTEXT("3;4;5")},       {0, 255, false, true, ORVTEXT("3;4;5;200")},
+        {0x103, 0xF04, true, true, ORVTEXT("3;4")}, {10, 20, false, false, ORVTEXT("")},
+        {10, 5, true, false, ORVTEXT("")},          {0, 0, true, false, ORVTEXT("")},
+        {200, 200, true, true, ORVTEXT("200")}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.m_nFrom << " to " << c.m_nTo);
+        EXPECT_EQ(set.IsAllItemsIntervalSet(c.m_nFrom, c.m_nTo), c.m_bAll);
+        EXPECT_EQ(set.IsAnyItemIntervalSet(c.m_nFrom, c.m_nTo), c.m_bAny);
+        EXPECT_EQ(Text(set.JoinInterval(c.m_nFrom, c.m_nTo, ORVTEXT(';'))), c.m_sJoined);
+    }
+    EXPECT_EQ(CSimpleByteSet(0xFFFFFFFF).JoinInterval(0, 255, ORVTEXT(',')).GetLength(), 657U + 254);
+}
+
+TEST(ByteSet, AddFromString)
+{
+    struct
+    {
+        const WCHAR* m_sText;
+        CValues m_expected;
+        const char* m_sReported; ///< the character's code
+    } const cases[] = {{nullptr, {}, nullptr},
+                       {ORVTEXT(""), {}, nullptr},
+                       {ORVTEXT("3, 7 ,200"), {3, 7, 200}, nullptr},
+                       {ORVTEXT(",,5,"), {5}, nullptr},
+                       {ORVTEXT("1 2"), {12}, nullptr},
+                       {ORVTEXT("300"), {1, 44}, nullptr},
+                       {ORVTEXT("4294967301"), {5}, nullptr}, // wraps
+                       {ORVTEXT(" 1, 2 ,x3"), {1, 2}, "120"},
+                       {ORVTEXT("1,2\x2003-"), {1}, "45"}};
+    CReportCapture capture;
+    for (const auto& c : cases)
+    {
+        CSimpleByteSet set;
+        set.AddFromString(c.m_sText, ORVTEXT(','));
+        EXPECT_EQ(Values(set), c.m_expected);
+        if (c.m_sReported != nullptr)
+            EXPECT_REPORTS(capture, {{"CSimpleByteSet::AddFromString", "invalid character", c.m_sReported,
+                                      "midintarray"}});
+        else
+            EXPECT_NO_REPORTS(capture);
+    }
+    CSimpleByteSet set;
+    set.AddFromString(ORVTEXT("1 2 3"), ORVTEXT(' '));
+    EXPECT_EQ(Values(set), (CValues{1, 2, 3})) << "a separator comes before white space";
 }
 
 } // namespace

@@ -52,7 +52,7 @@ protected:
 
     CReportCapture m_capture;
     CTempDir m_dir;
-    const std::filesystem::path m_copy = m_dir / std::filesystem::path(ORV_PLUGIN_FILE).filename();
+    const std::filesystem::path m_copy = m_dir / "copy.dll"; // Windows asks for an extension
     int m_nCalls = 0, m_nCopyCalls = 0;
 };
 
