@@ -8,8 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -57,8 +58,6 @@ protected:
 
     static String T(const std::string& s) { return String(s.begin(), s.end()); }
     static std::string Ascii(const String& s) { return std::string(s.begin(), s.end()); }
-    /// Name of a function in this form.
-    static std::string F(const char* sName) { return std::string(sName) + Form::s_sSuffix; }
 
     static std::string Root(unsigned cch)
     {
@@ -149,29 +148,23 @@ TYPED_TEST(Settings, TextFollowsAModel)
 
 TYPED_TEST(Settings, TextIsTrimmedAndCut)
 {
-    const struct
-    {
-        const WCHAR* m_sText;
-        unsigned m_cch;
-        const char* m_sStored;
-        const char* m_sDefault; // is cut before it is trimmed
-    } rows[] = {
+    // The last column is what comes out of the text as a default: that is cut before it is trimmed.
+    const std::tuple<Text, unsigned, const char*, const char*> rows[] = {
         {ORVTEXT("  abc\t"), 100, "+abc", "-abc"}, {ORVTEXT("\r\n a b \x01"), 100, "+a b", "-a b"},
         {ORVTEXT("   "), 100, "+", "-"},           {ORVTEXT("abc"), 5, "+abc", "-abc"},
         {ORVTEXT("abc"), 4, "+abc", "-abc"},       {ORVTEXT("abc"), 3, "+ab", "-ab"},
         {ORVTEXT("abc"), 2, "+a", "-a"},           {ORVTEXT("  abcdef"), 4, "+abc", "-a"},
         {ORVTEXT("ab %d%"), 4, "+ab ", "-ab"},     {ORVTEXT("%d%"), 9, "+%d%", "-%d%"},
     };
-    for (const auto& row : rows)
+    for (const auto& [sText, cch, sStored, sDefault] : rows)
     {
-        const Text sText = row.m_sText;
-        EXPECT_EQ(row.m_sDefault, this->GetText(row.m_cch, std::string(sText.begin(), sText.end()).c_str()));
+        EXPECT_EQ(sDefault, this->GetText(cch, std::string(sText.begin(), sText.end()).c_str()));
         RegistryValue unterminated = TextValue(sText, REG_EXPAND_SZ);
         unterminated.second.resize(sText.size() * sizeof(WCHAR));
         Store(HKEY_LOCAL_MACHINE, unterminated);
-        EXPECT_EQ(row.m_sStored, this->GetText(row.m_cch)) << "without terminator";
+        EXPECT_EQ(sStored, this->GetText(cch)) << "without terminator";
         Store(HKEY_CURRENT_USER, TextValue(sText));
-        EXPECT_EQ(row.m_sStored, this->GetText(row.m_cch));
+        EXPECT_EQ(sStored, this->GetText(cch));
         Store(HKEY_CURRENT_USER, std::nullopt);
         Store(HKEY_LOCAL_MACHINE, std::nullopt);
     }
@@ -186,7 +179,8 @@ TYPED_TEST(Settings, ADefaultMayBeMissingOrInTheBuffer)
     EXPECT_EQ("ab", this->Ascii(own));
     const Char cEmpty = 0;
     EXPECT_TRUE(TypeParam::SetString(this->m_sSub.c_str(), this->m_sName.c_str(), &cEmpty, nullptr));
-    EXPECT_EQ(std::nullopt, ReadValue(HKEY_CURRENT_USER, kSub, ORVTEXT("v"))) << "the empty text is stored";
+    EXPECT_EQ(std::nullopt, ReadValue(HKEY_CURRENT_USER, kSub, ORVTEXT("v")))
+        << "no default is the empty text";
 }
 
 TYPED_TEST(Settings, BytesAreDeliveredWholeOrNotAtAll)
@@ -247,6 +241,9 @@ TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
         EXPECT_EQ(sExpected, this->Root(260));
     }
     EXPECT_NO_REPORTS(this->m_capture);
+    TypeParam::SetRoot(this->T("\\").c_str());
+    const std::string sFunction = std::string("SetLQSettingsRoot") + TypeParam::s_sSuffix;
+    EXPECT_REPORTS(this->m_capture, {{sFunction.c_str(), "s_lqSettingsRoot[0] != L'\\0'", "", "lqsettings"}});
 }
 
 // ---- Paths ----
@@ -255,17 +252,11 @@ TYPED_TEST(Settings, PathsExpandFromTheirBaseDirectory)
 {
     StoreValue(HKEY_LOCAL_MACHINE, kRoot, ORVTEXT("DataPath"), TextValue(ORVTEXT(" C:\\Data ")));
     StoreValue(HKEY_CURRENT_USER, kRoot, ORVTEXT("DefaultLogPath"), TextValue(ORVTEXT("D:\\Log\\")));
-    const struct
-    {
-        const char* m_sPath;
-        unsigned m_cch;
-        const char* m_sExpected;
-    } rows[] = {
+    const std::tuple<const char*, unsigned, const char*> rows[] = {
         {"*\\log\\a.txt", 100, "C:\\Data\\log\\a.txt"},
         {"$\\x", 100, "D:\\Log\\x"},
         {"*\\", 100, "C:\\Data\\"},
         {"*x\\a", 100, "*x\\a"},
-        {"#\\a", 100, "#\\a"},
         {"a*\\b", 100, "a*\\b"},
         {"*", 2, "*"},
         {"", 1, ""},
@@ -274,15 +265,14 @@ TYPED_TEST(Settings, PathsExpandFromTheirBaseDirectory)
         {"*\\a", 5, "C:\\D"},
         {"*\\a", 8, "C:\\Data"},
     };
-    for (const auto& row : rows)
+    for (const auto& [sShort, cch, sExpected] : rows)
     {
-        using Char = typename TypeParam::Char;
-        auto sPath = this->T(row.m_sPath);
-        sPath.resize(row.m_cch);
-        sPath += Char('#');
-        TypeParam::Expand(sPath.data(), static_cast<unsigned>(row.m_cch * sizeof(Char)));
-        EXPECT_EQ(Char('#'), sPath[row.m_cch]) << "written behind the buffer";
-        EXPECT_EQ(row.m_sExpected, this->Ascii(sPath.c_str())) << row.m_sPath;
+        auto sPath = this->T(sShort);
+        sPath.resize(cch);
+        sPath += '#';
+        TypeParam::Expand(sPath.data(), static_cast<unsigned>(cch * sizeof sPath[0]));
+        EXPECT_EQ('#', sPath[cch]) << "written behind the buffer";
+        EXPECT_EQ(sExpected, this->Ascii(sPath.c_str())) << sShort;
     }
     // One character has no room for a terminator.
     typename TypeParam::Char cStar = '*';
@@ -293,12 +283,12 @@ TYPED_TEST(Settings, PathsExpandFromTheirBaseDirectory)
 
 TYPED_TEST(Settings, APathWithoutBaseDirectoryStaysAndIsReported)
 {
+    const std::string sFunction = std::string("ExpandPath") + TypeParam::s_sSuffix;
+    const char* sCondition =
+        std::is_same_v<TypeParam, Wide> ? "!bRes || cBaseDir[0] == L'\\0'" : "!bRes || cBaseDir[0] == '\\0'";
     auto sPath = this->T("$\\x");
     TypeParam::Expand(sPath.data(), static_cast<unsigned>((sPath.size() + 1) * sizeof sPath[0]));
     EXPECT_EQ(this->T("$\\x"), sPath);
-    const std::string sFunction = this->F("ExpandPath");
-    const char* sCondition =
-        std::is_same_v<TypeParam, Wide> ? "!bRes || cBaseDir[0] == L'\\0'" : "!bRes || cBaseDir[0] == '\\0'";
     EXPECT_REPORTS(this->m_capture, {{sFunction.c_str(), sCondition, "", "lqsettings"},
                                      {sFunction.c_str(), "$\\x", "", "lqsettings"}});
 }
@@ -307,50 +297,41 @@ TYPED_TEST(Settings, APathWithoutBaseDirectoryStaysAndIsReported)
 
 TYPED_TEST(Settings, WrongArgumentsAreReportedAndChangeNothing)
 {
-    using Char = typename TypeParam::Char;
-    const auto sEmpty = this->T("");
-    const auto* sName = this->m_sName.c_str();
-    Char text[] = {'#', '#'};
+    using F = TypeParam;
+    const typename F::Char cEmpty = 0;
+    const auto* v = this->m_sName.c_str();
+    typename F::Char text[] = {'#', '#'};
     DWORD cb = 0;
-    EXPECT_FALSE(TypeParam::GetRoot(nullptr, 10));
-    EXPECT_FALSE(TypeParam::GetRoot(text, 1));
-    TypeParam::SetRoot(nullptr);
-    TypeParam::SetRoot(sEmpty.c_str());
-    EXPECT_EQ("+Software\\Orvanex\\Lumatrek", this->Root(100));
-    EXPECT_FALSE(TypeParam::SetDWORD(nullptr, nullptr, 1, 2));
-    EXPECT_FALSE(TypeParam::SetQWORD(nullptr, sEmpty.c_str(), 1, 2));
-    EXPECT_FALSE(TypeParam::GetString(nullptr, sName, nullptr, 100, nullptr));
-    EXPECT_FALSE(TypeParam::GetString(nullptr, sName, text, sizeof text - 1, nullptr));
-    EXPECT_FALSE(TypeParam::SetString(nullptr, sName, nullptr, nullptr));
-    EXPECT_FALSE(TypeParam::GetBinary(nullptr, sName, text, nullptr));
-    EXPECT_FALSE(TypeParam::GetBinary(nullptr, sName, text, &cb));
-    TypeParam::Expand(nullptr, 10);
-    TypeParam::Expand(text, sizeof(Char) - 1);
-    EXPECT_EQ(Char('#'), text[0]);
-    TypeParam::SetRoot(this->T("\\").c_str());
-
-    const bool bWide = std::is_same_v<TypeParam, Wide>;
+    const char* sNoDest = "rootPath == nullptr || cchDest < 2";
+    const char* sNoRoot = "rootPath == nullptr || *rootPath == 0";
     const char* sNoName = "valueName == nullptr || valueName[0] == L'\\0'";
     const char* sNoRoom = "dest == nullptr || cbDest < 2 * sizeof (dest[0])";
     const char* sNoSize = "pcbDest == nullptr || (dest != nullptr && *pcbDest < 1)";
-    const char* sNoPath = bWide ? "cPath == nullptr || cPathSizeInBytes < sizeof (wchar_t)"
-                                : "cPath == nullptr || cPathSizeInBytes < sizeof (char)";
-    EXPECT_REPORTS(
-        this->m_capture,
-        {{this->F("GetLQSettingsRoot").c_str(), "rootPath == nullptr || cchDest < 2"},
-         {this->F("GetLQSettingsRoot").c_str(), "rootPath == nullptr || cchDest < 2"},
-         {this->F("SetLQSettingsRoot").c_str(), "rootPath == nullptr || *rootPath == 0"},
-         {this->F("SetLQSettingsRoot").c_str(), "rootPath == nullptr || *rootPath == 0"},
-         {this->F("SetLQDWORDSetting").c_str(), sNoName},
-         {this->F("SetLQQWORDSetting").c_str(), sNoName},
-         {this->F("GetLQStringSetting").c_str(), sNoRoom},
-         {this->F("GetLQStringSetting").c_str(), sNoRoom},
-         {this->F("SetLQStringSetting").c_str(), "value == nullptr"},
-         {this->F("GetLQBinarySetting").c_str(), sNoSize},
-         {this->F("GetLQBinarySetting").c_str(), sNoSize},
-         {this->F("ExpandPath").c_str(), sNoPath},
-         {this->F("ExpandPath").c_str(), sNoPath},
-         {this->F("SetLQSettingsRoot").c_str(), "s_lqSettingsRoot[0] != L'\\0'", "", "lqsettings"}});
+    const char* sNoPath = std::is_same_v<F, Wide> ? "cPath == nullptr || cPathSizeInBytes < sizeof (wchar_t)"
+                                                  : "cPath == nullptr || cPathSizeInBytes < sizeof (char)";
+    const std::tuple<std::function<bool()>, std::string, const char*> rows[] = {
+        {[&] { return F::GetRoot(nullptr, 10); }, "GetLQSettingsRoot", sNoDest},
+        {[&] { return F::GetRoot(text, 1); }, "GetLQSettingsRoot", sNoDest},
+        {[&] { return F::SetRoot(nullptr), false; }, "SetLQSettingsRoot", sNoRoot},
+        {[&] { return F::SetRoot(&cEmpty), false; }, "SetLQSettingsRoot", sNoRoot},
+        {[&] { return F::SetDWORD(nullptr, nullptr, 1, 2); }, "SetLQDWORDSetting", sNoName},
+        {[&] { return F::SetQWORD(nullptr, &cEmpty, 1, 2); }, "SetLQQWORDSetting", sNoName},
+        {[&] { return F::GetString(nullptr, v, nullptr, 9, nullptr); }, "GetLQStringSetting", sNoRoom},
+        {[&] { return F::GetString(nullptr, v, text, sizeof text - 1, v); }, "GetLQStringSetting", sNoRoom},
+        {[&] { return F::SetString(nullptr, v, nullptr, nullptr); }, "SetLQStringSetting",
+         "value == nullptr"},
+        {[&] { return F::GetBinary(nullptr, v, text, nullptr); }, "GetLQBinarySetting", sNoSize},
+        {[&] { return F::GetBinary(nullptr, v, text, &cb); }, "GetLQBinarySetting", sNoSize},
+        {[&] { return F::Expand(nullptr, 10), false; }, "ExpandPath", sNoPath},
+        {[&] { return F::Expand(text, sizeof text[0] - 1), false; }, "ExpandPath", sNoPath},
+    };
+    for (const auto& [call, sFunction, sCondition] : rows)
+    {
+        EXPECT_FALSE(call());
+        EXPECT_REPORTS(this->m_capture, {{(sFunction + F::s_sSuffix).c_str(), sCondition, "", "lqsettings"}});
+    }
+    EXPECT_EQ('#', text[0]);
+    EXPECT_EQ("+Software\\Orvanex\\Lumatrek", this->Root(100));
 }
 
 // ---- What has a wide form only ----
@@ -395,29 +376,12 @@ TEST_F(WideSettings, NarrowAndWideFormsShareValues)
               TextOf(GetLQStrSetting(widen("\xC1rv").c_str(), widen("\xE9").c_str(), nullptr)));
 }
 
-TEST_F(WideSettings, KeysThatCannotBeMadeFail)
-{
-    SetLQSettingsRootW(ORVTEXT("\\k"));
-    EXPECT_FALSE(SetLQDWORDSettingW(nullptr, ORVTEXT("n"), 1, 0)) << "no key path begins with a backslash";
-    EXPECT_FALSE(SetLQStringSettingW(nullptr, ORVTEXT("t"), ORVTEXT("x"), nullptr));
-    EXPECT_FALSE(SetLQBinarySettingW(nullptr, ORVTEXT("b"), "x", 1));
-    EXPECT_EQ(4u, GetLQDWORDSettingW(nullptr, ORVTEXT("n"), 4));
-    EXPECT_NO_REPORTS(m_capture);
-}
-
 // ---- CRegKeyW ----
 
 TEST_F(WideSettings, AKeyDeliversItsText)
 {
     const RegistryValue text = TextValue(ORVTEXT("abc"), REG_EXPAND_SZ);
-    const struct
-    {
-        std::optional<RegistryValue> m_stored;
-        ULONG m_nRoom;
-        LSTATUS m_lExpected;
-        ULONG m_nExpected;
-    } rows[] = {
-        {text, 10, ERROR_SUCCESS, 4},
+    const std::tuple<std::optional<RegistryValue>, ULONG, LSTATUS, ULONG> rows[] = {
         {text, 4, ERROR_SUCCESS, 4},
         {text, 3, ERROR_MORE_DATA, 0},
         {std::nullopt, 10, ERROR_FILE_NOT_FOUND, 0},
@@ -429,18 +393,18 @@ TEST_F(WideSettings, AKeyDeliversItsText)
     CRegKeyW key;
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, key.Open(HKEY_CURRENT_USER, ORVTEXT("Software\\none"), KEY_READ));
     EXPECT_EQ(nullptr, key.Get());
-    for (const auto& row : rows)
+    for (const auto& [stored, nRoom, lExpected, nExpected] : rows)
     {
-        Store(HKEY_CURRENT_USER, row.m_stored);
+        Store(HKEY_CURRENT_USER, stored);
         ASSERT_EQ(ERROR_SUCCESS, key.Open(HKEY_CURRENT_USER, kSub.c_str(), KEY_READ))
             << "also over an open one";
         WCHAR sBuffer[10] = {'#', '#'};
-        ULONG nChars = row.m_nRoom;
-        EXPECT_EQ(row.m_lExpected, key.QueryStringValue(ORVTEXT("v"), sBuffer, &nChars));
-        EXPECT_EQ(row.m_nExpected, nChars);
-        if (row.m_lExpected == ERROR_SUCCESS)
+        ULONG nChars = nRoom;
+        EXPECT_EQ(lExpected, key.QueryStringValue(ORVTEXT("v"), sBuffer, &nChars));
+        EXPECT_EQ(nExpected, nChars);
+        if (lExpected == ERROR_SUCCESS)
         {
-            EXPECT_EQ(Text(row.m_nExpected == 0 ? ORVTEXT("") : ORVTEXT("abc")), Text(sBuffer));
+            EXPECT_EQ(Text(nExpected == 0 ? ORVTEXT("") : ORVTEXT("abc")), Text(sBuffer));
         }
     }
     Store(HKEY_CURRENT_USER, text);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -76,11 +77,7 @@ TEST_F(Registry, KeepsTypeAndBytesOfEveryValue)
     std::string sMegabyte(1 << 20, '\0');
     for (std::size_t i = 0; i < sMegabyte.size(); ++i)
         sMegabyte[i] = static_cast<char>(i * 7 + (i >> 8));
-    const struct
-    {
-        const char* m_sCase;
-        RegistryValue m_value;
-    } rows[] = {
+    const std::pair<const char*, RegistryValue> rows[] = {
         {"text", TextValue(ORVTEXT("a \"quoted\" C:\\path\\;#=[x]"))},
         {"empty text", TextValue(ORVTEXT(""))},
         {"text of no bytes", {REG_SZ, ""}},
@@ -101,10 +98,10 @@ TEST_F(Registry, KeepsTypeAndBytesOfEveryValue)
         {"no type", {REG_NONE, "12"}},
         {"a type of its own", {0x12345, "7"}},
     };
-    for (const auto& row : rows)
+    for (const auto& [sCase, value] : rows)
     {
-        ASSERT_EQ(ERROR_SUCCESS, Set(ORVTEXT("v"), row.m_value)) << row.m_sCase;
-        EXPECT_TRUE(row.m_value == Get(ORVTEXT("v"))) << row.m_sCase;
+        ASSERT_EQ(ERROR_SUCCESS, Set(ORVTEXT("v"), value)) << sCase;
+        EXPECT_TRUE(value == Get(ORVTEXT("v"))) << sCase;
     }
 }
 
@@ -117,18 +114,13 @@ TEST_F(Registry, AsksForTheSizeAndRefusesShortBuffers)
     BYTE buffer[3] = {};
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
               RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, nullptr, buffer, nullptr));
-    const struct
+    const std::tuple<LPBYTE, DWORD, LSTATUS> rows[] = {
+        {nullptr, 0, ERROR_SUCCESS}, {buffer, 2, ERROR_MORE_DATA}, {buffer, 3, ERROR_SUCCESS}};
+    for (const auto& [pBuffer, cbRoom, lExpected] : rows)
     {
-        LPBYTE m_pBuffer;
-        DWORD m_cb;
-        LSTATUS m_lExpected;
-    } rows[] = {{nullptr, 0, ERROR_SUCCESS}, {buffer, 2, ERROR_MORE_DATA}, {buffer, 3, ERROR_SUCCESS}};
-    for (const auto& row : rows)
-    {
-        DWORD cb = row.m_cb;
+        DWORD cb = cbRoom;
         dwType = 99;
-        EXPECT_EQ(row.m_lExpected,
-                  RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, &dwType, row.m_pBuffer, &cb));
+        EXPECT_EQ(lExpected, RegQueryValueExW(m_hKey, ORVTEXT("v"), nullptr, &dwType, pBuffer, &cb));
         EXPECT_EQ(3u, cb);
         EXPECT_EQ(REG_BINARY, dwType);
     }
@@ -264,19 +256,6 @@ TEST_F(Registry, EnumeratesValuesWithTheirData)
         EXPECT_EQ(REG_BINARY, dwType);
     }
     EXPECT_EQ("123", std::string(data, data + 3));
-}
-
-TEST_F(Registry, SaysWhetherAKeyIsNew)
-{
-    for (const DWORD dwExpected : {REG_CREATED_NEW_KEY, REG_OPENED_EXISTING_KEY})
-    {
-        HKEY hKey = nullptr;
-        DWORD dwDisposition = 0;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_hKey, ORVTEXT("n"), 0, nullptr, 0, KEY_READ, nullptr,
-                                                 &hKey, &dwDisposition));
-        EXPECT_EQ(dwExpected, dwDisposition);
-        EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(hKey));
-    }
 }
 
 TEST_F(Registry, RefusesHandlesThatAreNone)

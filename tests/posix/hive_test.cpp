@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <fcntl.h>
@@ -68,12 +69,7 @@ TEST_F(Hive, ReadsWhatIsExportedElsewhere)
     const std::string s4 = "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\Software\\K]\r\n";
     const auto bytes = [](const char* s) { return RegistryValue(REG_BINARY, s); };
     const RegistryValue x = TextValue(ORVTEXT("x"));
-    const struct
-    {
-        const char* m_sCase;
-        std::string m_sFile;
-        std::optional<RegistryValue> m_expected;
-    } rows[] = {
+    const std::tuple<const char*, std::string, std::optional<RegistryValue>> rows[] = {
         {"text", s5 + "\"v\"=\"a\\\\b \\\"c\\\"\"\n", TextValue(ORVTEXT("a\\b \"c\""))},
         {"UTF-8", s5 + "\"v\"=\"\xC5\x91\xF0\x9F\x98\x80\"\n", TextValue(ORVTEXT("\x0151\xD83D\xDE00"))},
         {"UTF-8 with mark", "\xEF\xBB\xBF" + s5 + "\"v\"=\"x\"\n", x},
@@ -100,15 +96,15 @@ TEST_F(Hive, ReadsWhatIsExportedElsewhere)
         {"another hive's key", s5 + "\"v\"=\"x\"\n[HKEY_LOCAL_MACHINE\\Software\\K]\n\"v\"=\"y\"\n", x},
         {"empty file", "", std::nullopt},
     };
-    for (const auto& row : rows)
+    for (const auto& [sCase, sFile, expected] : rows)
     {
-        Write(row.m_sFile);
-        EXPECT_EQ(row.m_expected, Get(kKey, ORVTEXT("v"))) << row.m_sCase;
+        Write(sFile);
+        EXPECT_EQ(expected, Get(kKey, ORVTEXT("v"))) << sCase;
         // Another change keeps it, in whatever form the file is.
         EXPECT_EQ(ERROR_SUCCESS, Set(ORVTEXT("Another"), ORVTEXT("w"), NumberValue(1)));
         Touch();
-        EXPECT_EQ(row.m_expected, Get(kKey, ORVTEXT("v"))) << row.m_sCase << ", written anew";
-        EXPECT_EQ(NumberValue(1), Get(ORVTEXT("Another"), ORVTEXT("w"))) << row.m_sCase;
+        EXPECT_EQ(expected, Get(kKey, ORVTEXT("v"))) << sCase << ", written anew";
+        EXPECT_EQ(NumberValue(1), Get(ORVTEXT("Another"), ORVTEXT("w"))) << sCase;
     }
 }
 

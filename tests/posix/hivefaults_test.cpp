@@ -200,58 +200,39 @@ ORV_CHILD(UseDeniedHives)
     return testing::Test::HasFailure();
 }
 
-class DeniedHive : public testing::Test
+TEST(HiveFaults, DeniedHivesCountAsMissingAndStay)
 {
-protected:
-    DeniedHive()
-    {
-        // Others may pass, so that nobody gets as far as the hive itself.
-        std::filesystem::permissions(TestRoot(), std::filesystem::perms(0755));
-        std::filesystem::permissions(m_folder.Path(), std::filesystem::perms(0755));
-        WriteBytes(m_user, Hive("HKCU", 4));
-        WriteBytes(m_machine, Hive("HKLM", 3));
-    }
-    static std::string Hive(const char* sRoot, int n)
-    {
-        return std::string("Windows Registry Editor Version 5.00\n[") + sRoot +
-               "\\Software\\Orvanex\\Lumatrek]\n\"n\"=dword:" + std::to_string(n) + "\n";
-    }
-    void Expect(DWORD dwRead, LSTATUS lOpen)
-    {
-        const CVariableGuard user("ORVCOMTYPES_USER_HIVE", m_user.c_str());
-        const CVariableGuard machine("ORVCOMTYPES_MACHINE_HIVE", m_machine.c_str());
+    const CTempDir folder;
+    const auto user = folder / "user.reg", machine = folder / "machine.reg";
+    const auto allow = [](const std::filesystem::path& path, unsigned nMode) {
+        std::filesystem::permissions(path, std::filesystem::perms(nMode));
+    };
+    const auto expect = [&](int iRead, LSTATUS lOpen) {
+        const CVariableGuard userHive("ORVCOMTYPES_USER_HIVE", user.c_str());
+        const CVariableGuard machineHive("ORVCOMTYPES_MACHINE_HIVE", machine.c_str());
         const ChildResult result =
-            CChildProcess("UseDeniedHives", {std::to_string(dwRead), std::to_string(lOpen)}).Wait();
+            CChildProcess("UseDeniedHives", {std::to_string(iRead), std::to_string(lOpen)}).Wait();
         EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
-    }
+    };
+    // Others may pass, so that nobody gets as far as the hive itself.
+    allow(TestRoot(), 0755);
+    const std::string sHeader = "Windows Registry Editor Version 5.00\n";
+    const std::string sUser = sHeader + "[HKCU\\Software\\Orvanex\\Lumatrek]\n\"n\"=dword:4\n";
+    WriteBytes(user, sUser);
+    WriteBytes(machine, sHeader + "[HKLM\\Software\\Orvanex\\Lumatrek]\n\"n\"=dword:3\n");
 
-    CTempDir m_folder;
-    const std::filesystem::path m_user = m_folder / "user.reg";
-    const std::filesystem::path m_machine = m_folder / "machine.reg";
-};
-
-TEST_F(DeniedHive, ThatCannotBeReadGivesWayToTheMachine)
-{
-    std::filesystem::permissions(m_user, std::filesystem::perms::none);
-    Expect(3, ERROR_ACCESS_DENIED);
-    std::filesystem::permissions(m_machine, std::filesystem::perms::none);
-    Expect(7, ERROR_ACCESS_DENIED);
-}
-
-TEST_F(DeniedHive, ThatIsAFolderGivesWayToTheMachine)
-{
-    std::filesystem::remove(m_user);
-    std::filesystem::create_directory(m_user);
-    Expect(3, ERROR_ACCESS_DENIED);
-}
-
-TEST_F(DeniedHive, ThatCannotBeWrittenIsRead)
-{
-    std::filesystem::permissions(m_user, std::filesystem::perms(0444));
-    std::filesystem::permissions(m_folder.Path(), std::filesystem::perms(0555));
-    Expect(4, ERROR_SUCCESS);
-    std::filesystem::permissions(m_folder.Path(), std::filesystem::perms(0755));
-    EXPECT_EQ(Hive("HKCU", 4), ReadBytes(m_user));
+    allow(user, 0444);
+    allow(folder.Path(), 0555);
+    expect(4, ERROR_SUCCESS);
+    allow(folder.Path(), 0755);
+    EXPECT_EQ(sUser, ReadBytes(user));
+    allow(user, 0);
+    expect(3, ERROR_ACCESS_DENIED);
+    std::filesystem::remove(user);
+    std::filesystem::create_directory(user);
+    expect(3, ERROR_ACCESS_DENIED);
+    allow(machine, 0);
+    expect(7, ERROR_ACCESS_DENIED);
 }
 
 // ---- The first write and the last read ----
