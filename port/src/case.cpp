@@ -6,6 +6,8 @@
 // digraphs in title case) stay as they are, as in Windows' own table.
 static WCHAR ToUpperUnit(WCHAR c)
 {
+    if (c < 0x80)
+        return c >= 'a' && c <= 'z' ? static_cast<WCHAR>(c - 32) : c;
     const UChar32 cUpper = u_toupper(c);
     return cUpper <= 0xFFFF && u_tolower(cUpper) == c ? static_cast<WCHAR>(cUpper) : c;
 }

@@ -1,6 +1,6 @@
 #include "registrydoc.h"
 
-#include <unicode/uchar.h>
+#include <windows.h>
 
 #include <algorithm>
 #include <utility>
@@ -9,15 +9,6 @@ namespace OrvPort
 {
 namespace
 {
-
-WCHAR FoldUnit(WCHAR c)
-{
-    if (c < 0x80)
-        return c >= 'a' && c <= 'z' ? static_cast<WCHAR>(c - 32) : c;
-    const UChar32 nUpper = u_toupper(c);
-    // The registry's table has no pair that leaves ASCII or the 16-bit range.
-    return nUpper < 0x80 || nUpper > 0xFFFF ? c : static_cast<WCHAR>(nUpper);
-}
 
 /// Sort key of a path: folded, and with NUL between the parts so that all below a key follows it directly.
 CRegString FoldPath(CRegView sPath)
@@ -60,7 +51,7 @@ void EraseEntry(std::vector<CRegEntry>& entries, CRegView sName)
 CRegString FoldRegName(CRegView sName)
 {
     CRegString s(sName);
-    std::transform(s.begin(), s.end(), s.begin(), FoldUnit);
+    CharUpperBuffW(s.data(), static_cast<DWORD>(s.size()));
     return s;
 }
 
@@ -94,17 +85,17 @@ void CRegDocument::LoadItem(CRegTextItem& item, CSection*& pSection, const BadLi
     const bool bOfKey = item.m_eKind == CRegTextItem::eKey || item.m_eKind == CRegTextItem::eDeleteKey;
     const bool bOfValue = item.m_eKind == CRegTextItem::eValue || item.m_eKind == CRegTextItem::eDeleteValue;
     const std::optional<CRegString> sPath = bOfKey ? PathBelowRoot(item.m_sName) : std::nullopt;
-    if (item.m_eKind == CRegTextItem::eMalformed || (bOfKey && !sPath) || (bOfValue && pSection == nullptr))
+    const bool bOfHive = item.m_eKind == CRegTextItem::eDeleteKey && sPath && sPath->empty();
+    if (item.m_eKind == CRegTextItem::eMalformed || (bOfKey && !sPath) || bOfHive ||
+        (bOfValue && pSection == nullptr))
         onBadLine(item.m_nLine, item.m_sText);
     if (item.m_eKind == CRegTextItem::eSignature)
         return;
     if (bOfKey)
         pSection = nullptr;
+    // The line stays: it also ends the key before, for values that stand behind it.
     if (item.m_eKind == CRegTextItem::eDeleteKey && sPath)
-    {
         DeleteKey(*sPath);
-        return;
-    }
     if (item.m_eKind == CRegTextItem::eKey && sPath)
     {
         pSection = &AddSection(*sPath, std::move(item.m_sText));
@@ -123,12 +114,14 @@ void CRegDocument::LoadItem(CRegTextItem& item, CSection*& pSection, const BadLi
                  CRegEntry(item.m_sName, item.m_dwType, std::move(item.m_data), std::move(item.m_sText)));
 }
 
-/// The section of a key; a new one is led by the waiting lines.
+/// The section of a key, led by the waiting lines. They do not go inside, as there may be headers of other
+/// hives among them.
 CRegDocument::CSection& CRegDocument::AddSection(CRegView sPath, CRegString sHeader)
 {
     if (CSection* pSection = FindSection(sPath))
     {
-        TakeTail(*pSection);
+        std::move(m_tail.begin(), m_tail.end(), std::back_inserter(pSection->m_lead));
+        m_tail.clear();
         return *pSection;
     }
     CSection& section = m_sections.emplace_back();
@@ -157,7 +150,7 @@ std::optional<CRegString> CRegDocument::PathBelowRoot(CRegView sName) const
     const CRegView sPath = nEnd == sName.npos ? CRegView() : sName.substr(nEnd + 1);
     const bool bEmptyPart =
         sPath.starts_with(WCHAR('\\')) || sPath.ends_with(WCHAR('\\')) || sPath.find(u"\\\\") != sPath.npos;
-    if (bEmptyPart)
+    if (bEmptyPart || sPath.find(WCHAR(0)) != sPath.npos)
         return std::nullopt;
     return CRegString(sPath);
 }
@@ -237,7 +230,8 @@ void CRegDocument::CreateKey(CRegView sPath)
 
 CRegDocument::CSection& CRegDocument::NewSection(CRegView sPath)
 {
-    m_tail.emplace_back();
+    if (m_tail.empty() || !m_tail.back().empty())
+        m_tail.emplace_back();
     CRegString sHeader = u"[" + m_sRoot;
     if (!sPath.empty())
         sHeader.append(1, WCHAR('\\')).append(sPath);
@@ -260,6 +254,16 @@ void CRegDocument::DeleteValue(CRegView sPath, CRegView sName)
         EraseEntry(pSection->m_entries, sName);
 }
 
+/// Its lead, unless it only separates the keys, goes on to what follows.
+void CRegDocument::EraseSection(Sections::iterator itSection)
+{
+    const std::vector<CRegString> lead = std::move(itSection->m_lead);
+    const auto itNext = m_sections.erase(itSection);
+    std::vector<CRegString>& target = itNext == m_sections.end() ? m_tail : itNext->m_lead;
+    if (!std::all_of(lead.begin(), lead.end(), [](const CRegString& s) { return s.empty(); }))
+        target.insert(target.begin(), lead.begin(), lead.end());
+}
+
 void CRegDocument::DeleteKey(CRegView sPath)
 {
     if (sPath.empty() || !HasKey(sPath))
@@ -268,7 +272,7 @@ void CRegDocument::DeleteKey(CRegView sPath)
     const auto itBegin = m_index.lower_bound(sKey);
     const auto itEnd = m_index.lower_bound(sKey + WCHAR(1));
     for (auto it = itBegin; it != itEnd; ++it)
-        m_sections.erase(it->second);
+        EraseSection(it->second);
     m_index.erase(itBegin, itEnd);
     CreateKey(ParentPath(sPath));
 }

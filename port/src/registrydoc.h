@@ -73,6 +73,7 @@ private:
     CSection& NewSection(CRegView sPath);
     CSection* FindSection(CRegView sPath) const;
     void TakeTail(CSection& section);
+    void EraseSection(Sections::iterator itSection);
 
     CRegString m_sRoot;
     CRegString m_sShortRoot;

@@ -94,6 +94,8 @@ TEST_F(Hive, ReadsWhatIsExportedElsewhere)
         {"key in two places", s5 + "\"v\"=\"y\"\n[hkcu\\Other]\n[HKCU\\software\\k]\n\"V\"=\"x\"\n", x},
         {"bracket in the name", s5 + "[HKCU\\a]b]\n\"v\"=\"1\"\n[HKCU\\Software\\K]\n\"v\"=\"x\"\n", x},
         {"another hive's key", s5 + "\"v\"=\"x\"\n[HKEY_LOCAL_MACHINE\\Software\\K]\n\"v\"=\"y\"\n", x},
+        {"another hive's key between", s5 + "[HKLM\\X]\n\"v\"=\"y\"\n[HKCU\\Software\\K]\n\"v\"=\"x\"\n", x},
+        {"value behind a deletion", s5 + "[-HKCU\\X]\n\"v\"=\"y\"\n", std::nullopt},
         {"empty file", "", std::nullopt},
     };
     for (const auto& [sCase, sFile, expected] : rows)
@@ -130,6 +132,7 @@ v="x"
 [HKCU]x
 []
 [HKCU\\a]
+[-HKCU]
 [HKEY_USERS\x])");
     for (std::string sLine; std::getline(badLines, sLine);)
     {
@@ -165,6 +168,11 @@ TEST_F(Hive, ChangesOnlyTheLinesOfWhatChanges)
     EXPECT_EQ(sBefore + "\"y\"=\"new\"\n\"n\"=dword:00000001\n" + sBehind +
                   "\n[HKEY_CURRENT_USER\\Software\\C\\D]\n@=hex:01\n",
               ReadBytes(File()));
+
+    Write(kHeader + std::string("; of the file\n[HKCU\\A]\n\n[HKLM\\X]\n\n[HKCU\\B]\n; of B\n\"v\"=\"1\"\n"));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyW(HKEY_CURRENT_USER, ORVTEXT("A")));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyW(HKEY_CURRENT_USER, ORVTEXT("B")));
+    EXPECT_EQ(kHeader + std::string("; of the file\n\n[HKLM\\X]\n\n"), ReadBytes(File()));
 
     const std::string sWide = "Windows Registry Editor Version 5.00\r\n\r\n[HKCU\\K]\r\n\"a\"=\"1\"\r\n";
     Write(Utf16(sWide));
