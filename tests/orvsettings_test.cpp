@@ -8,6 +8,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -56,26 +57,20 @@ TEST_F(OrvSettings, SaysWhichScopeAnswers)
 
 TEST_F(OrvSettings, SetsValuesOfEveryType)
 {
-    const struct
-    {
-        const char* m_sType;
-        const char* m_sValue;
-        const char* m_sExpected;
-    } rows[] = {
-        {"sz", "a b", "a b\n"},
-        {"expand", "%TEMP%\\x", "%TEMP%\\x\n"},
-        {"multi", "one", "one\n"},
-        {"dword", "4294967295", "4294967295\n"},
-        {"qword", "0xFFFFFFFFFFFFFFFF", "18446744073709551615\n"},
-        {"binary", "01 aB,ff", "01abff\n"},
-        {"binary", "", "\n"},
-        {"none", "00", "00\n"},
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"sz", "a b", "a b"},
+        {"expand", "%TEMP%\\x", "%TEMP%\\x"},
+        {"dword", "4294967295", "4294967295"},
+        {"qword", "0xFFFFFFFFFFFFFFFF", "18446744073709551615"},
+        {"binary", "01 aB,ff", "01abff"},
+        {"binary", "", ""},
+        {"none", "00", "00"},
     };
-    for (const auto& row : rows)
+    for (const auto& [sType, sValue, sExpected] : rows)
     {
-        EXPECT_EQ(eDone, Run({"set", "--type", row.m_sType, ".", "@", row.m_sValue})) << m_sErrors;
-        EXPECT_EQ(row.m_sExpected, Print({"get", ".", "@"}));
-        EXPECT_EQ(std::string("user, ") + row.m_sType + "\n", m_sErrors);
+        EXPECT_EQ(eDone, Run({"set", "--type", sType, ".", "@", sValue})) << m_sErrors;
+        EXPECT_EQ(sExpected + "\n", Print({"get", ".", "@"}));
+        EXPECT_EQ("user, " + sType + "\n", m_sErrors);
     }
     EXPECT_EQ(eDone, Run({"set", "--type", "multi", ".", "m", "one", "two", "three"}));
     EXPECT_EQ("one\ntwo\nthree\n", Print({"get", ".", "m"}));

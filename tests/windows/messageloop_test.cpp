@@ -13,14 +13,24 @@ namespace
 {
 
 constexpr UINT g_nMessage = WM_APP + 1;
-constexpr UINT g_nSendMessage = WM_APP + 2;
+constexpr UINT g_nSendMessage = WM_APP + 2; // its WPARAM is an event, which is signalled
+std::vector<LPARAM> g_received;
 
-/// A message-only window of the calling thread that keeps what it is sent and signals the event of
-/// g_nSendMessage.
-class CTestWindow
+LRESULT CALLBACK WindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
 {
-public:
-    CTestWindow()
+    if (nMessage != g_nMessage && nMessage != g_nSendMessage)
+        return DefWindowProcW(hWnd, nMessage, wParam, lParam);
+    g_received.push_back(lParam);
+    if (nMessage == g_nSendMessage)
+        SetEvent(reinterpret_cast<HANDLE>(wParam));
+    return 0;
+}
+
+/// A test with a message-only window of its thread.
+class MessageLoop : public testing::Test
+{
+protected:
+    MessageLoop()
     {
         WNDCLASSW windowClass = {};
         windowClass.lpfnWndProc = WindowProc;
@@ -28,32 +38,11 @@ public:
         RegisterClassW(&windowClass);
         m_hWnd = CreateWindowExW(0, windowClass.lpszClassName, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                  nullptr, nullptr);
-        SetWindowLongPtrW(m_hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        g_received.clear();
     }
-    ~CTestWindow() { DestroyWindow(m_hWnd); }
-    operator HWND() const { return m_hWnd; }
-
-    std::vector<LPARAM> m_received;
-
-private:
-    static LRESULT CALLBACK WindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
-    {
-        if (nMessage != g_nMessage && nMessage != g_nSendMessage)
-            return DefWindowProcW(hWnd, nMessage, wParam, lParam);
-        reinterpret_cast<CTestWindow*>(GetWindowLongPtrW(hWnd, GWLP_USERDATA))->m_received.push_back(lParam);
-        if (nMessage == g_nSendMessage)
-            SetEvent(reinterpret_cast<HANDLE>(wParam));
-        return 0;
-    }
-
-    HWND m_hWnd;
-};
-
-class MessageLoop : public testing::Test
-{
-protected:
     ~MessageLoop() override
     {
+        DestroyWindow(m_hWnd);
         CloseHandle(m_hEvent);
         MSG msg;
         while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE))
@@ -61,66 +50,66 @@ protected:
         }
     }
 
-    CTestWindow m_window;
+    HWND m_hWnd;
     HANDLE m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
 };
 
 TEST_F(MessageLoop, PostsToWindowsThatExist)
 {
-    EXPECT_EQ(0, ThPostMessage(m_window, g_nMessage, 1, 2));
+    EXPECT_EQ(0, ThPostMessage(m_hWnd, g_nMessage, 1, 2));
     EXPECT_EQ(5, DoEvents(5));
-    EXPECT_EQ(std::vector<LPARAM>{2}, m_window.m_received);
-    const HWND hDestroyed = CTestWindow();
-    EXPECT_EQ(1, ThPostMessage(hDestroyed, g_nMessage, 0, 0));
+    EXPECT_EQ(std::vector<LPARAM>{2}, g_received);
+    DestroyWindow(m_hWnd);
+    EXPECT_EQ(1, ThPostMessage(m_hWnd, g_nMessage, 0, 0));
 }
 
 TEST_F(MessageLoop, SendsAcrossThreads)
 {
     HRESULT hr = E_FAIL;
     std::thread sender([&] {
-        hr = ThSendMessage(m_window, g_nSendMessage, 9);
+        hr = ThSendMessage(m_hWnd, g_nSendMessage, 9);
         SetEvent(m_hEvent);
     });
     EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
     sender.join();
     EXPECT_EQ(S_OK, hr);
-    EXPECT_EQ(std::vector<LPARAM>{9}, m_window.m_received);
+    EXPECT_EQ(std::vector<LPARAM>{9}, g_received);
 }
 
 TEST_F(MessageLoop, DispatchesWhileItWaits)
 {
     std::thread other([&] {
         for (LPARAM i = 0; i < 100; ++i)
-            ThPostMessage(m_window, g_nMessage, 0, i);
-        ThPostMessage(m_window, g_nSendMessage, reinterpret_cast<WPARAM>(m_hEvent), 100);
+            ThPostMessage(m_hWnd, g_nMessage, 0, i);
+        ThPostMessage(m_hWnd, g_nSendMessage, reinterpret_cast<WPARAM>(m_hEvent), 100);
     });
     EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
     other.join();
-    EXPECT_EQ(101u, m_window.m_received.size());
-    ThPostMessage(m_window, g_nMessage, 0, 1);
+    EXPECT_EQ(101u, g_received.size());
+    ThPostMessage(m_hWnd, g_nMessage, 0, 1);
     EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
-    EXPECT_EQ(101u, m_window.m_received.size()) << "a signalled handle comes before messages";
+    EXPECT_EQ(101u, g_received.size()) << "a signalled handle comes before messages";
 }
 
 TEST_F(MessageLoop, DispatchesWhatCameBeforeAQuit)
 {
-    ThPostMessage(m_window, g_nMessage, 0, 1);
+    ThPostMessage(m_hWnd, g_nMessage, 0, 1);
     PostQuitMessage(3);
     EXPECT_EQ(1, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
-    EXPECT_EQ(std::vector<LPARAM>{1}, m_window.m_received);
+    EXPECT_EQ(std::vector<LPARAM>{1}, g_received);
 }
 
 TEST_F(MessageLoop, WaitsForItsMessage)
 {
-    ThPostMessage(m_window, g_nMessage, 0, 1);
-    std::thread other([&] { ThPostMessage(m_window, g_nSendMessage, 5, 6); });
+    ThPostMessage(m_hWnd, g_nMessage, 0, 1);
+    std::thread other([&] { ThPostMessage(m_hWnd, g_nSendMessage, 5, 6); });
     WPARAM wParam = 0;
     LPARAM lParam = 0;
     EXPECT_EQ(1, WaitForAsyncProc(g_nSendMessage, &wParam, &lParam));
     other.join();
     EXPECT_EQ(5u, wParam);
     EXPECT_EQ(6, lParam);
-    EXPECT_EQ(std::vector<LPARAM>{1}, m_window.m_received) << "others are dispatched, the awaited one is not";
+    EXPECT_EQ(std::vector<LPARAM>{1}, g_received) << "others are dispatched, the awaited one is not";
 }
 
 // ---- What a debugger sees of a name ----
