@@ -1,10 +1,8 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/octalloc.h"
-#include "orvcomtypes/orvlog.h"
 #include "support/child_process.h"
 #include "support/random.h"
 #include "support/report_capture.h"
-#include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
 
@@ -209,34 +207,6 @@ TEST(PlexTeardown, FinalReleaseMarksTheWholeChainFreeAndIsSetOnce)
     CReportCapture capture;
     EXPECT_EQ(0, CChildProcess("FinalRelease").Wait().m_iExitCode);
     EXPECT_REPORTS(capture, {{"SetFinalRelease", "g_bFinalRelease", "", "octalloc"}});
-}
-
-/// Argument: a log file.
-ORV_CHILD(UseStringsAndLog)
-{
-    const std::filesystem::path log(args.at(0));
-    InitFileProcessLogger(log.string<WCHAR>().c_str(), lqlErrors);
-    for (int i = 0; i < 100; ++i)
-        GetProcessLogger()->LogOpt(lqlErrors, "line %d", i);
-    ReleaseProcessLogger();
-    {
-        std::vector<COrvStr> texts;
-        for (unsigned i = 0; i < 6000; ++i)
-            texts.emplace_back(std::basic_string<WCHAR>(i % 500, ORVTEXT('x')).c_str());
-    }
-    UninitOrvComTypes();
-    return 0;
-}
-
-TEST(PlexTeardown, LeavesNothingOfWhatWasGivenBack)
-{
-    // What is left would be found by the leak check of the sanitizer build, at the end of the child.
-    // A chain that something still uses is reported.
-    CReportCapture capture;
-    const CTempDir dir;
-    const auto result = CChildProcess("UseStringsAndLog", {(dir / "a.log").string()}).Wait();
-    EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
-    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(CritSect, ReportsWhatItCannotDo)

@@ -2,16 +2,54 @@
 
 #include "orvcomtypes/lqexcept.h"
 
-#include "support/counted.h"
 #include "support/random.h"
 #include "support/report_capture.h"
 
+#include <memory>
 #include <numeric>
+#include <stdexcept>
 
 namespace
 {
 
 using CIds = CSimpleFixMarray<unsigned, 256, 8>;
+
+/// An element that shows every wrong lifetime: it counts itself, owns memory (so a sanitizer sees what is
+/// lost or freed twice) and can be made to throw.
+class CCounted
+{
+public:
+    CCounted(int iValue = 0) : m_pValue(Make(iValue)) {}
+    CCounted(const CCounted& other) : CCounted(*other.m_pValue) {}
+    CCounted& operator=(const CCounted& other)
+    {
+        Burn();
+        *m_pValue = int{*other.m_pValue};
+        return *this;
+    }
+    ~CCounted() { --s_nAlive; }
+
+    operator int() const { return *m_pValue; }
+
+    inline static int s_nAlive = 0;
+    /// The construction or assignment with this number, counted from 1, throws; 0: none.
+    inline static int s_nFuse = 0;
+
+private:
+    static void Burn()
+    {
+        if (s_nFuse > 0 && --s_nFuse == 0)
+            throw std::runtime_error("fuse");
+    }
+    static std::unique_ptr<int> Make(int iValue)
+    {
+        Burn();
+        ++s_nAlive;
+        return std::make_unique<int>(iValue);
+    }
+
+    std::unique_ptr<int> m_pValue; // one pointer: moving its bytes moves it
+};
 
 /// A heap that tells what was asked of it, hands out used memory and can run out.
 struct CWatchedHeap

@@ -10,29 +10,15 @@ HANDLE AsHandle(std::intptr_t h)
 {
     return reinterpret_cast<HANDLE>(h);
 }
-
-/// Quotes one argument by the rules with which the runtime splits a command line.
-std::wstring Quoted(const std::string& sText)
-{
-    std::wstring sResult = L"\"";
-    std::size_t nBackslashes = 0;
-    for (const char c : sText)
-    {
-        if (c == '"')
-            sResult.append(nBackslashes + 1, L'\\');
-        nBackslashes = c == '\\' ? nBackslashes + 1 : 0;
-        sResult += static_cast<wchar_t>(static_cast<unsigned char>(c));
-    }
-    return sResult.append(nBackslashes, L'\\') + L'"';
-}
 } // namespace
 
 CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& args)
 {
+    // No argument has quotation marks, or a backslash at its end.
     const std::wstring sProgram = program.m_Path.wstring();
-    std::wstring sCommand = L"\"" + sProgram + L"\"";
+    std::wstring sCommand = L'"' + sProgram + L'"';
     for (const auto& sArgument : args)
-        sCommand += L" " + Quoted(sArgument);
+        sCommand += L" \"" + std::wstring(sArgument.begin(), sArgument.end()) + L'"';
 
     SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
     HANDLE hRead = nullptr;
