@@ -8,26 +8,29 @@
 namespace
 {
 
-HANDLE Open(const Text& sPath, DWORD dwDisposition)
+HANDLE Open(const Text& sPath)
 {
-    return CreateFileW(sPath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                       nullptr, dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileW(sPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 /// Opens, closes, and tells the last error of the opening.
-DWORD ErrorOfOpening(const Text& sPath, DWORD dwDisposition)
+DWORD ErrorOfOpening(const Text& sPath)
 {
-    const HANDLE hFile = Open(sPath, dwDisposition);
+    const HANDLE hFile = Open(sPath);
     const DWORD dwError = GetLastError();
     if (hFile != INVALID_HANDLE_VALUE)
         CloseHandle(hFile);
     return dwError;
 }
 
-void Write(HANDLE hFile, const std::string& sText, LPOVERLAPPED pOverlapped = nullptr)
+/// Writes at what is the end of the file at that moment.
+void Append(HANDLE hFile, const std::string& sText)
 {
+    OVERLAPPED end{};
+    end.Offset = end.OffsetHigh = 0xFFFFFFFF;
     DWORD nWritten = 0;
-    EXPECT_TRUE(WriteFile(hFile, sText.data(), static_cast<DWORD>(sText.size()), &nWritten, pOverlapped));
+    EXPECT_TRUE(WriteFile(hFile, sText.data(), static_cast<DWORD>(sText.size()), &nWritten, &end));
     EXPECT_EQ(sText.size(), nWritten);
 }
 
@@ -44,53 +47,40 @@ protected:
 
 TEST_F(File, OpeningTellsWhetherItExistedOrWhyItFailed)
 {
-    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, ErrorOfOpening(m_sPath, OPEN_EXISTING));
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sPath, OPEN_ALWAYS));
-    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath, OPEN_ALWAYS));
-    EXPECT_EQ(DWORD{ERROR_FILE_EXISTS}, ErrorOfOpening(m_sPath, CREATE_NEW));
-    WriteBytes(m_path, "old");
-    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath, CREATE_ALWAYS));
-    EXPECT_EQ(0u, std::filesystem::file_size(m_path));
-    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, ErrorOfOpening(m_sDir + ORVTEXT("\\no\\file"), OPEN_ALWAYS));
-    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, ErrorOfOpening(m_sDir, OPEN_EXISTING));
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sDir + ORVTEXT("\\a.txt"), CREATE_NEW));
-    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sDir + ORVTEXT("/a.txt"), OPEN_ALWAYS));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sPath));
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath));
+    EXPECT_TRUE(std::filesystem::exists(m_path));
+    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, ErrorOfOpening(m_sDir + ORVTEXT("\\no\\file")));
+    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, ErrorOfOpening(m_sDir));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sDir + ORVTEXT("\\a.txt")));
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sDir + ORVTEXT("/a.txt")));
 }
 
-TEST_F(File, WritesWhereThePointerStands)
-{
-    const HANDLE hFile = Open(m_sPath, OPEN_ALWAYS);
-    Write(hFile, "0123456789");
-    EXPECT_EQ(4u, SetFilePointer(hFile, -6, nullptr, FILE_END));
-    Write(hFile, "ab");
-    EXPECT_EQ(5u, SetFilePointer(hFile, -1, nullptr, FILE_CURRENT));
-    EXPECT_TRUE(FlushFileBuffers(hFile));
-    EXPECT_EQ("0123ab6789", ReadBytes(m_path));
-
-    LONG nHigh = 3; // in 4 GB
-    EXPECT_EQ(0x80000000u, SetFilePointer(hFile, static_cast<LONG>(0x80000000u), &nHigh, FILE_BEGIN));
-    nHigh = 0;
-    EXPECT_EQ(0x80000001u, SetFilePointer(hFile, 1, &nHigh, FILE_CURRENT));
-    EXPECT_EQ(3, nHigh);
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(INVALID_SET_FILE_POINTER, SetFilePointer(hFile, -1, nullptr, FILE_BEGIN));
-    EXPECT_NE(DWORD{ERROR_SUCCESS}, GetLastError());
-    CloseHandle(hFile);
-}
-
-// Two handles to one file, as two processes have them: offset -1 is the end as it is at that moment.
+// Two handles to one file, as two processes have them.
 TEST_F(File, WritesAtTheEndWithoutOverwritingOthers)
 {
-    const HANDLE hFirst = Open(m_sPath, OPEN_ALWAYS);
-    const HANDLE hSecond = Open(m_sPath, OPEN_ALWAYS);
-    OVERLAPPED end{};
-    end.Offset = end.OffsetHigh = 0xFFFFFFFF;
-    Write(hFirst, "one ", &end);
-    Write(hSecond, "two ", &end);
-    Write(hFirst, "three", &end);
+    WriteBytes(m_path, "before ");
+    const HANDLE hFirst = Open(m_sPath);
+    const HANDLE hSecond = Open(m_sPath);
+    Append(hFirst, "one ");
+    Append(hSecond, "two ");
+    Append(hFirst, "three");
+    EXPECT_TRUE(FlushFileBuffers(hFirst));
     CloseHandle(hFirst);
     CloseHandle(hSecond);
-    EXPECT_EQ("one two three", ReadBytes(m_path));
+    EXPECT_EQ("before one two three", ReadBytes(m_path));
+}
+
+TEST_F(File, EndsBeyondFourGigabytes)
+{
+    std::ofstream(m_path).close();
+    std::filesystem::resize_file(m_path, 0x3'8000'0000); // sparse
+    const HANDLE hFile = Open(m_sPath);
+    LONG nHigh = 0;
+    EXPECT_EQ(0x80000000u, SetFilePointer(hFile, 0, &nHigh, FILE_END));
+    EXPECT_EQ(3, nHigh);
+    EXPECT_EQ(DWORD{NO_ERROR}, GetLastError());
+    CloseHandle(hFile);
 }
 
 TEST_F(File, DirectoriesAreMadeOneLevelAtATime)
