@@ -9,21 +9,8 @@
 #include <cstdlib>
 #include <new>
 
-namespace
-{
-
-thread_local bool t_bExhausted = false;
-
-/// While it lives the calling thread gets no memory from operator new.
-struct CExhausted
-{
-    CExhausted() { t_bExhausted = true; }
-    CExhausted(const CExhausted&) = delete;
-    CExhausted& operator=(const CExhausted&) = delete;
-    ~CExhausted() { t_bExhausted = false; }
-};
-
-} // namespace
+/// While it is true the thread gets no memory from operator new.
+static thread_local bool t_bExhausted = false;
 
 void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept
 {
@@ -51,10 +38,9 @@ void operator delete(void* p, std::size_t) noexcept
 TEST(NoMemory, AReportReturns)
 {
     SetLastError(77);
-    {
-        const CExhausted exhausted;
-        OrvReportAssertion("a.cpp", 1, "Function", "condition", 0);
-    }
+    t_bExhausted = true;
+    OrvReportAssertion("a.cpp", 1, "Function", "condition", 0);
+    t_bExhausted = false;
     EXPECT_EQ(77u, GetLastError());
 }
 
@@ -62,19 +48,16 @@ TEST(NoMemory, CallsWithPathsFail)
 {
     const WCHAR* const sPath = ORVTEXT("/a/path/that/is/longer/than/a/string/has/room/for");
     WCHAR sBuffer[MAX_PATH];
-    const CExhausted exhausted;
-    const bool bFile =
-        CreateFileW(sPath, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr) != INVALID_HANDLE_VALUE;
-    const DWORD dwError = GetLastError();
-    const bool bDirectory = CreateDirectoryW(sPath, nullptr);
-    const DWORD dwLong = GetLongPathNameW(sPath, sBuffer, MAX_PATH);
-    const DWORD dwModule = GetModuleFileNameW(nullptr, sBuffer, MAX_PATH);
-    const HRESULT hr = SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, sBuffer);
+    t_bExhausted = true;
+    const bool failed[] = {
+        CreateFileW(sPath, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr) == INVALID_HANDLE_VALUE,
+        GetLastError() == ERROR_NOT_ENOUGH_MEMORY,
+        !CreateDirectoryW(sPath, nullptr),
+        GetLongPathNameW(sPath, sBuffer, MAX_PATH) == 0,
+        GetModuleFileNameW(nullptr, sBuffer, MAX_PATH) == 0,
+        SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, sBuffer) == E_OUTOFMEMORY,
+    };
     t_bExhausted = false;
-    EXPECT_FALSE(bFile);
-    EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_MEMORY}, dwError);
-    EXPECT_FALSE(bDirectory);
-    EXPECT_EQ(0u, dwLong);
-    EXPECT_EQ(0u, dwModule);
-    EXPECT_EQ(E_OUTOFMEMORY, hr);
+    for (const bool& bFailed : failed)
+        EXPECT_TRUE(bFailed) << &bFailed - failed;
 }
