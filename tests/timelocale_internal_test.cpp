@@ -31,9 +31,9 @@ TEST(TimeLocale, ReadsBackWhatItWrites)
                                  ORVTEXT("fr-FR"), ORVTEXT("ja-JP")})
         for (int i = 0; i < 200; ++i)
         {
-            const unsigned uiFlags = (random.UpTo(1) != 0 ? COrvTime::Date_Short : COrvTime::Date_Long) |
-                                     (random.UpTo(1) != 0 ? COrvTime::Time_Short : COrvTime::Time_Long) |
-                                     (random.UpTo(1) != 0 ? COrvTime::Ext_TimeFirst : 0);
+            const unsigned uiFlags = (random.UpTo(1) * COrvTime::Ext_TimeFirst) |
+                                     (random.UpTo(1) != 0 ? COrvTime::Date_Short : COrvTime::Date_Long) |
+                                     (random.UpTo(1) != 0 ? COrvTime::Time_Short : COrvTime::Time_Long);
             SYSTEMTIME st;
             COrvTime(1 + static_cast<int>(random.UpTo(2145916800))).GetSystemTime(st);
             const Text sText = OCT::FormatForLocale(sLocale, st, uiFlags);
