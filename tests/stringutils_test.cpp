@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -189,39 +190,34 @@ void ExpectSameFromUnits(const Text& s, unsigned cchDest)
         ExpectSame(c_unicodeToAnsi, s, cchDest, nPage);
 }
 
-} // namespace
-
-TEST(Conversions, CutAtEverySize)
+// Runs of characters of one length, and what stands at the borders of what is allowed.
+std::u32string RandomText(CTestRandom& random)
 {
-    const Text c_aSamples[] = {
-        ORVTEXT(""),
-        ORVTEXT("The quick brown fox jumps over the lazy dog, and over the lazy dog again."),
-        ORVTEXT("\u00C1rv\u00EDzt\u0171r\u0151 t\u00FCk\u00F6rf\u00FAr\u00F3g\u00E9p, na\u00EFve \u20AC 12, "
-                "stra\u00DFe; pe\u0144 and much plain text behind it\u2026"),
-        ORVTEXT("\u6F22\u5B57\u3068\u304B\u306A\u4EA4\u3058\u308A\u6587\u3001\u30C6\u30B9\u30C8\u3067\u3059"
-                "\u3002\u6F22\u5B57\u3068\u304B\u306A\u4EA4\u3058\u308A\u6587"),
-        ORVTEXT("x\U0001F600\U0001F468\u200D\U0001F469\U0001F600yz\U0001F600\U0001F600\U0001F600\U0001F600"
-                "\U0001F600\U0001F600\U0001F600\U0001F600"),
-        ORVTEXT("0123456789abcdef0123456789abcdef0123456789abcde\u00E9"),
-    };
-    CReportCapture capture;
-    for (const Text& s : c_aSamples)
+    static constexpr char32_t c_aRuns[] = {'x', 0xE9, 0x6F22, 0x1F600};
+    static constexpr char32_t c_aBorders[] = {0x41,   0x7F,   0x80,    0x81,     0x7FF,    0x800,   0x20AC,
+                                              0xD7FF, 0xD800, 0xD900,  0xDBFF,   0xDC00,   0xDFFF,  0xE000,
+                                              0xFF71, 0xFFFF, 0x10000, 0x10FFFF, 0x110000, 0x11FFFF};
+    std::u32string s;
+    for (unsigned n = random.UpTo(12); n; --n)
     {
-        const std::string sUtf8 = Encoded(s, CP_UTF8);
-        std::vector<unsigned> vSizes = {0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
-        for (unsigned cchDest = 2; cchDest <= sUtf8.size() + 4; ++cchDest)
-            vSizes.push_back(cchDest);
-        for (const unsigned cchDest : vSizes)
-        {
-            ExpectSameFromUnits(s, cchDest);
-            ExpectSameFromBytes(sUtf8, cchDest);
-            ExpectSameFromBytes(Encoded(s, 932), cchDest);
-            if (HasFatalFailure())
-                return;
-        }
+        s.append(random.UpTo(1) * random.UpTo(40), c_aRuns[random.UpTo(3)]);
+        s += c_aBorders[random() % std::size(c_aBorders)];
     }
-    EXPECT_NO_REPORTS(capture);
+    return s;
 }
+
+// By the form alone, whether the character is allowed or not.
+std::string FormOfUtf8(char32_t c)
+{
+    static constexpr unsigned c_aMarks[] = {0, 0xC0, 0xE0, 0xF0};
+    unsigned nRest = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    std::string s(1, static_cast<char>(c_aMarks[nRest] | c >> 6 * nRest));
+    while (nRest)
+        s += static_cast<char>(0x80 | (c >> 6 * --nRest & 0x3F));
+    return s;
+}
+
+} // namespace
 
 TEST(Conversions, EveryTwoBytesAndEveryUnit)
 {
@@ -233,29 +229,37 @@ TEST(Conversions, EveryTwoBytesAndEveryUnit)
     }
 }
 
-TEST(Conversions, AnyBytesAndUnits)
+TEST(Conversions, AnyTextInAnyRoom)
 {
-    // Bytes and units at the borders of what is allowed, between stretches of ASCII.
-    static constexpr unsigned char c_aBytes[] = {0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF,
-                                                 0xE0, 0xE1, 0xEC, 0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF3, 0xF4,
-                                                 0xF5, 0xF8, 0xFC, 0xFE, 0xFF, 0x83, 0x41, 0x7F, 0x01, 0x5C};
-    static constexpr WCHAR c_aUnits[] = {0x7F,   0x80,   0x7FF,  0x800,  0xD7FF, 0xD800, 0xDBFF, 0xDC00,
-                                         0xDFFF, 0xE000, 0xFFFF, 0x20AC, 0x6F22, 0xFF71, 0x41,   0x81};
+    static constexpr unsigned char c_aBytes[] = {0x01, 0x41, 0x5C, 0x80, 0x83, 0xA0, 0xBF, 0xC0,
+                                                 0xC2, 0xE0, 0xED, 0xF0, 0xF4, 0xF5, 0xF8, 0xFF};
+    static constexpr unsigned c_aHuge[] = {0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
     CTestRandom random;
-    for (int i = 0; i < 2000 && !HasFatalFailure(); ++i)
+    for (unsigned i = 0; i < 150; ++i)
     {
-        std::string sBytes;
         Text sUnits;
-        for (unsigned n = random.UpTo(90); n; --n)
+        std::string sBytes;
+        for (const char32_t c : RandomText(random))
         {
-            sBytes.append(random.UpTo(7) ? 0 : random.UpTo(40), 'x');
-            sBytes += static_cast<char>(c_aBytes[random() % std::size(c_aBytes)]);
-            sUnits.append(random.UpTo(7) ? 0 : random.UpTo(40), ORVTEXT('x'));
-            sUnits += c_aUnits[random() % std::size(c_aUnits)];
+            sUnits += Units(c);
+            sBytes += FormOfUtf8(c);
         }
-        const unsigned cchDest = 2 + (i % 2 ? random.UpTo(60) : 1000);
-        ExpectSameFromBytes(sBytes, cchDest);
-        ExpectSameFromUnits(sUnits, cchDest);
+        if (!random.UpTo(3))
+            sBytes = Encoded(sUnits, 932);
+        if (!sBytes.empty())
+            for (unsigned n = random.UpTo(1) * random.UpTo(20); n; --n)
+                sBytes[random() % sBytes.size()] =
+                    static_cast<char>(c_aBytes[random() % std::size(c_aBytes)]);
+        std::vector<unsigned> vRooms = {c_aHuge[random.UpTo(3)]};
+        for (unsigned cch = 2; cch < sBytes.size() + 4; cch += 1 + random.UpTo(i % 20))
+            vRooms.push_back(cch);
+        for (const unsigned cchDest : vRooms)
+        {
+            ExpectSameFromBytes(sBytes, cchDest);
+            ExpectSameFromUnits(sUnits, cchDest);
+            if (HasFatalFailure())
+                return;
+        }
     }
 }
 
@@ -378,25 +382,19 @@ TEST(Conversions, RefuseAndReportBadArguments)
 
 TEST(Conversions, Utf8AsAnsiIsReportedAndCopied)
 {
-    static constexpr char c_aText[] = "\xC3\xA9t\xC3";
-    const struct
-    {
-        const CConversion<char, char, unsigned>& m_conversion;
-        const char* m_sFunction;
-        const char* m_sRange;
-        const char* m_sCondition;
-    } c_aRows[] = {{c_ansiToUtf8, "ANSIToUTF8", "ANSIToUTF8Ex", "srcCodePage == CP_UTF8"},
-                   {c_utf8ToAnsi, "UTF8ToANSI", "UTF8ToANSIEx", "destCodePage == CP_UTF8"}};
+    constexpr char c_aText[] = "\xC3\xA9t\xC3";
+    const char* const pEnd = c_aText + 4;
+    const auto Copied = [](auto convert) {
+        return Written<char>(4, [&](char* p) { return convert(p, 4, CP_UTF8); });
+    };
     CReportCapture capture;
-    for (const auto& row : c_aRows)
-    {
-        EXPECT_EQ("\xC3\xA9t", Written<char>(4, [&](char* p) {
-                      return row.m_conversion.m_Plain(c_aText, p, 4, CP_UTF8);
-                  }));
-        EXPECT_EQ("\xC3\xA9t", Written<char>(4, [&](char* p) {
-                      return row.m_conversion.m_Range(c_aText, c_aText + 4, p, 4, CP_UTF8);
-                  }));
-        EXPECT_REPORTS(capture, {{row.m_sFunction, row.m_sCondition, "", "stringutils"},
-                                 {row.m_sRange, row.m_sCondition, "", "stringutils"}});
-    }
+    for (const std::string& s : {Copied([&](auto... args) { return ANSIToUTF8(c_aText, args...); }),
+                                 Copied([&](auto... args) { return ANSIToUTF8Ex(c_aText, pEnd, args...); }),
+                                 Copied([&](auto... args) { return UTF8ToANSI(c_aText, args...); }),
+                                 Copied([&](auto... args) { return UTF8ToANSIEx(c_aText, pEnd, args...); })})
+        EXPECT_EQ("\xC3\xA9t", s);
+    EXPECT_REPORTS(capture, {{"ANSIToUTF8", "srcCodePage == CP_UTF8", "", "stringutils"},
+                             {"ANSIToUTF8Ex", "srcCodePage == CP_UTF8", "", "stringutils"},
+                             {"UTF8ToANSI", "destCodePage == CP_UTF8", "", "stringutils"},
+                             {"UTF8ToANSIEx", "destCodePage == CP_UTF8", "", "stringutils"}});
 }

@@ -22,13 +22,13 @@ std::string Repeated(std::string_view s, std::size_t n)
 
 } // namespace
 
-TEST(NaiveNumbers, ParseIntegers)
+TEST(NaiveNumbers, ParseWhatTheyUnderstand)
 {
     constexpr struct
     {
         std::string_view m_sText;
-        LONGLONG m_n64;
-        LONG m_n32;
+        LONGLONG m_n;
+        double m_d;
     } c_aRows[] = {{"", 0, 0},
                    {"  -12x", -12, -12},
                    {" \t7", 7, 7},
@@ -36,41 +36,25 @@ TEST(NaiveNumbers, ParseIntegers)
                    {"+5", 0, 0},
                    {"--5", 0, 0},
                    {"- 5", 0, 0},
-                   {"2147483648", 2147483648LL, INT32_MIN},
-                   {"-4294967297", -4294967297LL, -1},
-                   {"18446744073709551617", 1, 1},
-                   {"-9223372036854775808", INT64_MIN, 0}};
+                   {"3,25", 3, 3.25},
+                   {".5", 0, 0.5},
+                   {"-1.5e3", -1, -1.5},
+                   {"1.007", 1, 1 + 7 / 1000.0},
+                   {"1.2.3", 1, 1.2},
+                   {"0.3333333333333333333333333333", 0, 1 / 3.0},
+                   {"2147483648", 2147483648LL, 2147483648.0},
+                   {"-9223372036854775808", INT64_MIN, -9223372036854775808.0},
+                   {"18446744073709551617", 1, 18446744073709551617.0}};
     for (const auto& row : c_aRows)
     {
         SCOPED_TRACE(row.m_sText);
         const Text sWide(row.m_sText.begin(), row.m_sText.end());
-        EXPECT_EQ(row.m_n32, naive_atol(row.m_sText.data()));
-        EXPECT_EQ(row.m_n32, naive_wtol(sWide.c_str()));
-        EXPECT_EQ(row.m_n64, naive_atoll(row.m_sText.data()));
-        EXPECT_EQ(row.m_n64, naive_wtoll(sWide.c_str()));
-    }
-}
-
-TEST(NaiveNumbers, ParseDecimals)
-{
-    constexpr struct
-    {
-        std::string_view m_sText;
-        double m_d;
-    } c_aRows[] = {{"3,25", 3.25},
-                   {".5", 0.5},
-                   {"-1.5e3", -1.5},
-                   {"12.", 12},
-                   {"1.007", 1 + 7 / 1000.0},
-                   {"1.2.3", 1.2},
-                   {"+1", 0},
-                   {"0.3333333333333333333333333333", 1 / 3.0},
-                   {"10000000000000000000000", 1e22}};
-    for (const auto& row : c_aRows)
-    {
-        EXPECT_DOUBLE_EQ(row.m_d, naive_atof(row.m_sText.data())) << row.m_sText;
-        EXPECT_DOUBLE_EQ(row.m_d, naive_wtof(Text(row.m_sText.begin(), row.m_sText.end()).c_str()))
-            << row.m_sText;
+        EXPECT_EQ(static_cast<LONG>(row.m_n), naive_atol(row.m_sText.data()));
+        EXPECT_EQ(static_cast<LONG>(row.m_n), naive_wtol(sWide.c_str()));
+        EXPECT_EQ(row.m_n, naive_atoll(row.m_sText.data()));
+        EXPECT_EQ(row.m_n, naive_wtoll(sWide.c_str()));
+        EXPECT_DOUBLE_EQ(row.m_d, naive_atof(row.m_sText.data()));
+        EXPECT_DOUBLE_EQ(row.m_d, naive_wtof(sWide.c_str()));
     }
     EXPECT_TRUE(std::signbit(naive_atof("-0")));
 }
