@@ -122,10 +122,13 @@ CRegistry& CRegistry::Get()
 }
 
 /// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
+/// Threads that still run while the process exits end here: the locks are not given back.
 [[gnu::destructor(101)]] void DestroyRegistry()
 {
-    if (g_pRegistry != nullptr)
-        g_pRegistry->~CRegistry();
+    if (g_pRegistry == nullptr)
+        return;
+    g_pRegistry->LockAll();
+    g_pRegistry->~CRegistry();
 }
 
 HKEY CRegistry::Add(CRegKey key)
@@ -138,11 +141,11 @@ HKEY CRegistry::Add(CRegKey key)
 
 CRegKeyPtr CRegistry::Find(HKEY hKey)
 {
+    const std::lock_guard guard(m_lock);
     if (hKey == HKEY_CURRENT_USER)
         return m_pUserKey;
     if (hKey == HKEY_LOCAL_MACHINE)
         return m_pMachineKey;
-    const std::lock_guard guard(m_lock);
     const auto it = m_keys.find(reinterpret_cast<ULONG_PTR>(hKey));
     return it == m_keys.end() ? nullptr : it->second;
 }
@@ -320,18 +323,19 @@ LSTATUS RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, LPWSTR, DWORD, REGSA
     *phkResult = nullptr;
     const LSTATUS lOpen = RegOpenKeyExW(hKey, lpSubKey, 0, samDesired, phkResult);
     if (lpdwDisposition != nullptr)
-        *lpdwDisposition = lOpen == ERROR_SUCCESS ? REG_OPENED_EXISTING_KEY : REG_CREATED_NEW_KEY;
+        *lpdwDisposition = REG_OPENED_EXISTING_KEY;
     if (lOpen != ERROR_FILE_NOT_FOUND)
         return lOpen;
+    // What the parent was opened for does not matter here, nor where keys are deleted.
     return WithKey(hKey, [&](const CRegKey& parent) -> LSTATUS {
-        if (parent.MayNot(KEY_CREATE_SUB_KEY))
-            return ERROR_ACCESS_DENIED;
         CRegKey key{parent.m_pHive, parent.m_sPath, samDesired, {}};
         JoinPath(key.m_sPath, lpSubKey);
         const LSTATUS lStatus = key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
             if (parent.IsGone(document))
                 return ERROR_KEY_DELETED;
             bChanged = key.IsGone(document);
+            if (bChanged && lpdwDisposition != nullptr)
+                *lpdwDisposition = REG_CREATED_NEW_KEY;
             document.CreateKey(key.m_sPath);
             return ERROR_SUCCESS;
         });

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
 
 #include <fcntl.h>
@@ -22,8 +23,9 @@ namespace
 
 constexpr std::int64_t g_nNanosecondsPerSecond = 1'000'000'000;
 /// Coarser than the clock that stamps files: within this time of a change another one may leave the same
-/// stamp.
+/// stamp. Some file systems keep whole seconds, or every other.
 constexpr std::int64_t g_nSettleTime = 20'000'000;
+constexpr std::int64_t g_nCoarseSettleTime = 2 * g_nNanosecondsPerSecond;
 
 class CDescriptor
 {
@@ -98,11 +100,20 @@ std::string FolderOf(const std::string& sFile)
     return n == std::string::npos ? "." : n == 0 ? "/" : sFile.substr(0, n);
 }
 
-void MakeFolders(const std::string& sFolder, mode_t nMode)
+/// Makes what is missing of a folder's path; the first reason why that failed, or 0.
+int MakeFolders(const std::string& sFolder, mode_t nMode)
 {
-    for (std::size_t n = sFolder.find('/', 1); n != std::string::npos; n = sFolder.find('/', n + 1))
-        mkdir(sFolder.substr(0, n).c_str(), nMode);
-    mkdir(sFolder.c_str(), nMode);
+    int nError = 0;
+    for (std::size_t n = 0; n != std::string::npos;)
+    {
+        n = sFolder.find('/', n + 1);
+        const std::string sPart = sFolder.substr(0, n);
+        if (mkdir(sPart.c_str(), nMode) == 0)
+            chmod(sPart.c_str(), nMode); // whatever the process masks
+        else if (nError == 0 && errno != EEXIST)
+            nError = errno;
+    }
+    return nError;
 }
 
 /// The file that a link stands for, so that replacing it keeps the link.
@@ -129,8 +140,13 @@ CRegHive::CStamp::CStamp(const struct stat& status)
 
 void CRegHive::ChooseFile()
 {
-    if (m_sFile.empty())
-        m_sFile = m_fnFile();
+    if (!m_sFile.empty())
+        return;
+    m_sFile = m_fnFile();
+    // It stays the same file when the process changes its folder.
+    std::error_code error;
+    if (const std::filesystem::path absolute = std::filesystem::absolute(m_sFile, error); !error)
+        m_sFile = absolute.string();
 }
 
 void CRegHive::ForgetFile()
@@ -168,7 +184,8 @@ LSTATUS CRegHive::Load()
         return StatusOfErrno(errno);
     m_document.Load(sBytes, [this](unsigned nLine, CRegView sText) { ReportBadLine(nLine, sText); });
     m_stamp = CStamp(status);
-    m_bTrusted = std::abs(Now() - m_stamp.m_nModified) > g_nSettleTime;
+    const bool bCoarse = m_stamp.m_nModified % g_nNanosecondsPerSecond == 0;
+    m_bTrusted = std::abs(Now() - m_stamp.m_nModified) > (bCoarse ? g_nCoarseSettleTime : g_nSettleTime);
     return ERROR_SUCCESS;
 }
 
@@ -176,6 +193,7 @@ void CRegHive::ReportBadLine(unsigned nLine, CRegView sText) const
 {
     std::string sMessage = m_sFile + "(" + std::to_string(nLine) + "): registry line ignored: ";
     sMessage += EncodeRegText(sText.substr(0, 200), {}) + "\n";
+    std::replace(sMessage.begin(), sMessage.end(), '\0', '?');
     OutputDebugStringA(sMessage.c_str());
 }
 
@@ -184,14 +202,12 @@ LSTATUS CRegHive::Write(const std::function<LSTATUS(CRegDocument&, bool& bChange
     const std::lock_guard guard(m_lock);
     ChooseFile();
     const std::string sTarget = ResolveLinks(m_sFile);
-    MakeFolders(FolderOf(sTarget), m_bPrivate ? 0700 : 0755);
+    const int nFolderError = MakeFolders(FolderOf(sTarget), m_bPrivate ? 0700 : 0755);
     // The lock has a file of its own, because the hive's own file is replaced. It is never removed: a process
-    // that waits on a removed file would lock nothing.
-    const CDescriptor lock(
-        open((sTarget + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, m_bPrivate ? 0600 : 0644));
-    // A missing folder is one that could not be made.
+    // that waits on a removed file would lock nothing. Who may only read must not be able to hold it.
+    const CDescriptor lock(open((sTarget + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!lock.IsOpen() || !LockFile(lock.Get()))
-        return errno == ENOENT ? ERROR_ACCESS_DENIED : StatusOfErrno(errno);
+        return StatusOfErrno(errno == ENOENT ? nFolderError : errno);
     LSTATUS lStatus = Refresh();
     if (lStatus != ERROR_SUCCESS)
         return lStatus;
@@ -211,8 +227,9 @@ LSTATUS CRegHive::Replace(const std::string& sTarget)
     const std::string sBeside = sTarget + ".tmp";
     CStamp stamp;
     {
-        const CDescriptor file(open(sBeside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW,
-                                    m_bPrivate ? 0600 : 0644));
+        // A process that was killed may have left one that this one may not write.
+        unlink(sBeside.c_str());
+        const CDescriptor file(open(sBeside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         if (!file.IsOpen())
             return StatusOfErrno(errno);
         const LSTATUS lStatus = WriteBeside(file.Get(), sTarget, m_document.Store(), stamp);
@@ -237,23 +254,36 @@ LSTATUS CRegHive::Replace(const std::string& sTarget)
 LSTATUS CRegHive::WriteBeside(int nFile, const std::string& sTarget, const std::string& sBytes,
                               CStamp& stamp) const
 {
-    std::int64_t nModified = Now();
+    mode_t nMode = m_bPrivate ? 0600 : 0644;
+    CStamp old;
     struct stat status;
     if (stat(sTarget.c_str(), &status) == 0)
     {
-        if (!S_ISREG(status.st_mode))
+        // To replace a file takes no right to write it, but who took that right away means it.
+        if (!S_ISREG(status.st_mode) || faccessat(AT_FDCWD, sTarget.c_str(), W_OK, AT_EACCESS) != 0)
             return ERROR_ACCESS_DENIED;
-        nModified = std::max(nModified, CStamp(status).m_nModified + 1);
-        if (fchmod(nFile, status.st_mode & 07777) != 0 || fchown(nFile, status.st_uid, status.st_gid) != 0)
-            errno = 0; // kept where the process may
+        old = CStamp(status);
+        nMode = status.st_mode & 07777;
+        // Kept as far as the process may.
+        if (fchown(nFile, status.st_uid, status.st_gid) != 0 &&
+            fchown(nFile, static_cast<uid_t>(-1), status.st_gid) != 0)
+            errno = 0;
     }
-    const timespec modified{nModified / g_nNanosecondsPerSecond, nModified % g_nNanosecondsPerSecond};
-    const timespec times[] = {modified, modified};
-    if (!WriteAll(nFile, sBytes) || futimens(nFile, times) != 0 || fsync(nFile) != 0 ||
-        fstat(nFile, &status) != 0)
+    fchmod(nFile, nMode);
+    if (!WriteAll(nFile, sBytes))
         return StatusOfErrno(errno);
-    stamp = CStamp(status);
-    return ERROR_SUCCESS;
+    for (const std::int64_t nTime :
+         {std::max(Now(), old.m_nModified + 1), old.m_nModified + g_nCoarseSettleTime})
+    {
+        const timespec time{nTime / g_nNanosecondsPerSecond, nTime % g_nNanosecondsPerSecond};
+        const timespec times[] = {time, time};
+        if (futimens(nFile, times) != 0 || fstat(nFile, &status) != 0)
+            return StatusOfErrno(errno);
+        stamp = CStamp(status);
+        if (stamp.m_nModified > old.m_nModified)
+            break;
+    }
+    return fsync(nFile) == 0 ? ERROR_SUCCESS : StatusOfErrno(errno);
 }
 
 } // namespace OrvPort

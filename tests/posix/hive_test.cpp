@@ -261,6 +261,7 @@ TEST_F(Hive, KeepsLinkAndModeOfTheFile)
     WriteBytes(folder / "real.reg", kHeader);
     std::filesystem::permissions(folder / "real.reg", std::filesystem::perms(0640));
     std::filesystem::create_symlink(folder / "real.reg", File());
+    std::filesystem::create_symlink("left behind", folder / "real.reg.tmp");
     EXPECT_EQ(ERROR_SUCCESS, Set(kKey, ORVTEXT("v"), RegistryValue(REG_BINARY, "x")));
     EXPECT_TRUE(std::filesystem::is_symlink(File()));
     EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(folder / "real.reg").permissions());

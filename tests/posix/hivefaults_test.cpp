@@ -222,10 +222,13 @@ TEST(HiveFaults, DeniedHivesCountAsMissingAndStay)
     WriteBytes(machine, sHeader + "[HKLM\\Software\\Orvanex\\Lumatrek]\n\"n\"=dword:3\n");
 
     allow(user, 0444);
-    allow(folder.Path(), 0555);
-    expect(4, ERROR_SUCCESS);
+    for (const unsigned nFolder : {0777, 0555}) // a file that may be replaced is not to be written either
+    {
+        allow(folder.Path(), nFolder);
+        expect(4, ERROR_SUCCESS);
+        EXPECT_EQ(sUser, ReadBytes(user));
+    }
     allow(folder.Path(), 0755);
-    EXPECT_EQ(sUser, ReadBytes(user));
     allow(user, 0);
     expect(3, ERROR_ACCESS_DENIED);
     std::filesystem::remove(user);
