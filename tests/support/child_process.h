@@ -30,12 +30,7 @@ struct ChildProgram
 ///         std::printf("hello %s\n", args.at(0).c_str());
 ///         return 3;
 ///     }
-///     TEST(Child, Greets)
-///     {
-///         const auto result = CChildProcess("Greet", {"you"}).Wait();
-///         EXPECT_EQ(3, result.m_iExitCode);
-///         EXPECT_EQ("hello you\n", result.m_sOutput);
-///     }
+///     ... const ChildResult result = CChildProcess("Greet", {"you"}).Wait();
 class CChildProcess
 {
 public:
