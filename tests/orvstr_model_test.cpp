@@ -67,13 +67,20 @@ public:
             str.Truncate(nLongest), text.resize(nLongest);
     }
 
-    /// Every value holds its text, and no foreign text was written.
-    void Check() const
+    /// Every value holds its text and finds units in it, and no foreign text was written.
+    void Check()
     {
         for (unsigned i = 0; i < Count; ++i)
         {
-            ASSERT_EQ(m_texts[i], TextOf(m_strings[i]));
-            ASSERT_EQ(m_texts[i].size(), m_strings[i].GetLength());
+            const COrvStr& str = m_strings[i];
+            const Text& text = m_texts[i];
+            ASSERT_EQ(text, TextOf(str));
+            ASSERT_EQ(text.size(), str.GetLength());
+            const unsigned nFrom = m_random.UpTo(Size(text) + 1);
+            ASSERT_EQ(static_cast<int>(text.find(ORVTEXT('b'), nFrom)),
+                      str.Find(ORVTEXT('b'), static_cast<int>(nFrom)));
+            ASSERT_EQ(static_cast<int>(text.rfind(ORVTEXT('b'))), str.ReverseFind(ORVTEXT('b')));
+            ASSERT_EQ(static_cast<int>(text.find(ORVTEXT("ab"))), str.FindSubStr(ORVTEXT("ab")));
         }
         ASSERT_EQ(m_originals, m_foreign);
     }
