@@ -114,6 +114,12 @@ TEST(PlexAlloc, ReportsANullItem)
                               "pItem == nullptr", "", "plexalloc"}});
 }
 
+/// Who is told about an exception may need the pool in another thread.
+void ORVCALL LookElsewhere(const void*, const char*)
+{
+    std::thread([] { Pool<CHuge, kHugeCount>().CountChains(); }).join();
+}
+
 void TakeHuge()
 {
     EXPECT_THROW((Pool<CHuge, kHugeCount>().GetFreeItem()), CLQMemoryExcept);
@@ -122,10 +128,7 @@ void TakeHuge()
 TEST(PlexAlloc, ThrowsWhenTheHeapIsExhaustedAndReleasesTheLock)
 {
     CReportCapture capture;
-    // Who is told about an exception may need the pool in another thread.
-    RegisterExceptionLogger([](const void*, const char*) {
-        std::thread([] { Pool<CHuge, kHugeCount>().CountChains(); }).join();
-    });
+    RegisterExceptionLogger(LookElsewhere);
     TakeHuge();
     std::thread(TakeHuge).join();
     RegisterExceptionLogger(nullptr);
