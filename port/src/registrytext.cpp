@@ -244,14 +244,14 @@ CRegTextReader::CRegTextReader(std::string_view sBytes) : m_sRest(sBytes)
     using namespace std::string_view_literals;
     if (m_sRest.starts_with("\xEF\xBB\xBF"sv))
         m_sRest.remove_prefix(3);
-    else if (m_sRest.starts_with("\xFF\xFE"sv))
+    else if (m_sRest.size() >= 2)
     {
-        m_encoding.m_bUtf16 = true;
-        m_sRest.remove_prefix(2);
+        const bool bMark = m_sRest.starts_with("\xFF\xFE"sv) || m_sRest.starts_with("\xFE\xFF"sv);
+        // Without a mark the first character, which is an ASCII one, tells.
+        m_encoding.m_bUtf16 = bMark || (m_sRest[0] == 0) != (m_sRest[1] == 0);
+        m_encoding.m_bBigEndian = m_encoding.m_bUtf16 && (m_sRest[0] == 0 || m_sRest[0] == '\xFE');
+        m_sRest.remove_prefix(bMark ? 2 : 0);
     }
-    const std::size_t nEnd = m_sRest.find('\n');
-    const std::size_t nBack = m_encoding.m_bUtf16 ? 2 : 1;
-    m_encoding.m_bCrLf = nEnd != m_sRest.npos && nEnd >= nBack && m_sRest[nEnd - nBack] == '\r';
 }
 
 /// Reads one line without its end; false when none is left.
@@ -265,8 +265,9 @@ bool CRegTextReader::ReadLine(CRegString& sLine)
         WCHAR c = 0;
         while (m_sRest.size() >= 2 && c != '\n')
         {
-            c = static_cast<WCHAR>(static_cast<unsigned char>(m_sRest[0]) |
-                                   static_cast<unsigned char>(m_sRest[1]) << 8);
+            const auto nFirst = static_cast<BYTE>(m_sRest[0]);
+            const auto nSecond = static_cast<BYTE>(m_sRest[1]);
+            c = static_cast<WCHAR>(m_encoding.m_bBigEndian ? nFirst << 8 | nSecond : nSecond << 8 | nFirst);
             m_sRest.remove_prefix(2);
             if (c != '\n')
                 sLine.push_back(c);
@@ -280,9 +281,11 @@ bool CRegTextReader::ReadLine(CRegString& sLine)
         sLine = FromUtf8(m_sRest.substr(0, nEnd));
         m_sRest.remove_prefix(nEnd == m_sRest.npos ? m_sRest.size() : nEnd + 1);
     }
-    if (!sLine.empty() && sLine.back() == '\r')
+    const bool bCr = !sLine.empty() && sLine.back() == '\r';
+    if (bCr)
         sLine.pop_back();
-    ++m_nLine;
+    if (++m_nLine == 1)
+        m_encoding.m_bCrLf = bCr;
     return true;
 }
 
@@ -482,12 +485,14 @@ CRegString RegTextSignature()
 
 std::string EncodeRegText(CRegView sText, const CRegEncoding& encoding)
 {
-    std::string sBytes(encoding.m_bUtf16 ? "\xFF\xFE" : "");
+    std::string sBytes;
     sBytes.reserve(sText.size() * (encoding.m_bUtf16 ? 2 : 1) + 2);
     const auto put = [&](WCHAR c) {
-        sBytes.push_back(static_cast<char>(LOBYTE(c)));
-        sBytes.push_back(static_cast<char>(HIBYTE(c)));
+        sBytes.push_back(static_cast<char>(encoding.m_bBigEndian ? HIBYTE(c) : LOBYTE(c)));
+        sBytes.push_back(static_cast<char>(encoding.m_bBigEndian ? LOBYTE(c) : HIBYTE(c)));
     };
+    if (encoding.m_bUtf16)
+        put(0xFEFF);
     for (std::size_t i = 0; i < sText.size(); ++i)
     {
         const WCHAR c = sText[i];

@@ -1,10 +1,10 @@
 // The text format of exported registry files: a reader that yields one item at a time, and the writing of
 // values.
 //
-// Both "Windows Registry Editor Version 5.00" and REGEDIT4 are read, as UTF-8, UTF-16 (with mark) or, line by
-// line where the bytes are not UTF-8, in the ANSI code page. Lone surrogates survive as three bytes each.
-// Nothing here depends on where the text came from, and nothing is lost: every item carries its text as it
-// stood.
+// Both "Windows Registry Editor Version 5.00" and REGEDIT4 are read, as UTF-8, UTF-16 of either byte order
+// or, line by line where the bytes are not UTF-8, in the ANSI code page. Lone surrogates survive as three
+// bytes each. Nothing here depends on where the text came from, and nothing is lost: every item carries its
+// text as it stood.
 #pragma once
 
 #include <windows.h>
@@ -26,6 +26,7 @@ struct CRegEncoding
 {
     bool m_bUtf16 = false;
     bool m_bCrLf = false;
+    bool m_bBigEndian = false; ///< UTF-16 only
 };
 
 /// One header, value, comment, blank or unreadable line of a registry text, with its continuation lines.

@@ -75,6 +75,8 @@ TEST_F(Hive, ReadsWhatIsExportedElsewhere)
         {"UTF-8 with mark", "\xEF\xBB\xBF" + s5 + "\"v\"=\"x\"\n", x},
         {"bytes that are not UTF-8", s5 + "\"v\"=\"\xE9\"\n", TextValue(ORVTEXT("\x00E9"))},
         {"UTF-16", Utf16(s5 + "\"v\"=\"x\"\r\n"), x},
+        {"UTF-16 without mark", Utf16(s5 + "\"v\"=\"x\"\n").substr(2), x},
+        {"UTF-16, big-endian", "\xFE" + Utf16("\xFF" + s5 + "\"v\"=\"x\"").substr(2), x},
         {"UTF-16 cut inside a unit", Utf16(s5 + "\"v\"=\"x\"\r\n") + "\"", x},
         {"version 4", s4 + "\"v\"=\"\xE9\"\r\n", TextValue(ORVTEXT("\x00E9"))},
         {"version 4, narrow data", s4 + "\"v\"=hex(2):25,41,e9,00\r\n",
