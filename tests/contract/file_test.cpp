@@ -83,17 +83,6 @@ TEST_F(File, EndsBeyondFourGigabytes)
     CloseHandle(hFile);
 }
 
-TEST_F(File, DirectoriesAreMadeOneLevelAtATime)
-{
-    const Text sDir = m_sDir + ORVTEXT("\\sub");
-    EXPECT_FALSE(CreateDirectoryW((sDir + ORVTEXT("\\deep")).c_str(), nullptr));
-    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, GetLastError());
-    EXPECT_TRUE(CreateDirectoryW(sDir.c_str(), nullptr));
-    EXPECT_FALSE(CreateDirectoryW(sDir.c_str(), nullptr));
-    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, GetLastError());
-    EXPECT_TRUE(std::filesystem::is_directory(m_dir / "sub"));
-}
-
 TEST_F(File, LongPathIsThatOfWhatExists)
 {
     WCHAR buffer[MAX_PATH];

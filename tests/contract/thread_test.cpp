@@ -6,7 +6,7 @@
 
 #include "orvcomtypes/orvexport.h"
 
-#include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -15,53 +15,32 @@ namespace
 
 constexpr DWORD kTimeout = WAIT_TIMEOUT;
 
-class CHandle
+struct CCloseHandle
 {
-public:
-    explicit CHandle(HANDLE h) : m_h(h) {}
-    CHandle(const CHandle&) = delete;
-    CHandle& operator=(const CHandle&) = delete;
-    ~CHandle() { CloseHandle(m_h); }
-    operator HANDLE() const { return m_h; }
-
-private:
-    HANDLE m_h;
+    void operator()(HANDLE h) const { CloseHandle(h); }
 };
+using CHandle = std::unique_ptr<void, CCloseHandle>;
 
 HANDLE NewEvent(bool bManualReset, bool bSignaled = false)
 {
     return CreateEventW(nullptr, bManualReset, bSignaled, nullptr);
 }
 
-/// Where a thread stays between its start and its end. The events stay open: an abandoned thread may still
-/// wait.
-struct CGate
+/// The first event tells that the thread runs, the second lets it end.
+unsigned ORVCALL WaitAndReturnId(void* pEvents)
 {
-    HANDLE m_hStarted = NewEvent(false);
-    HANDLE m_hOpen = NewEvent(true);
-};
-
-unsigned ORVCALL PassGate(void* pGate)
-{
-    const CGate& gate = *static_cast<CGate*>(pGate);
-    SetEvent(gate.m_hStarted);
-    WaitForSingleObject(gate.m_hOpen, INFINITE);
+    const HANDLE* const events = static_cast<HANDLE*>(pEvents);
+    SetEvent(events[0]);
+    WaitForSingleObject(events[1], INFINITE);
     return GetCurrentThreadId();
 }
 
-HANDLE StartThread(CGate& gate, unsigned& nId)
+void ExpectEnd(HANDLE hThread, DWORD dwExitCode)
 {
-    const auto h = _beginthreadex(nullptr, 65536, PassGate, &gate, 0, &nId);
-    // Wine fails when a 32-bit thread is ended on its way to its function.
-    WaitForSingleObject(gate.m_hStarted, INFINITE);
-    return reinterpret_cast<HANDLE>(h);
-}
-
-DWORD ExitCode(HANDLE hThread)
-{
-    DWORD dwExit = 0;
-    EXPECT_TRUE(GetExitCodeThread(hThread, &dwExit));
-    return dwExit;
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
+    DWORD dwActual = 0;
+    EXPECT_TRUE(GetExitCodeThread(hThread, &dwActual));
+    EXPECT_EQ(dwExitCode, dwActual);
 }
 
 } // namespace
@@ -69,28 +48,28 @@ DWORD ExitCode(HANDLE hThread)
 TEST(Event, AutoResetLetsOneWaitThrough)
 {
     const CHandle hEvent(NewEvent(false, true));
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, 0));
-    EXPECT_EQ(kTimeout, WaitForSingleObject(hEvent, 0));
-    SetEvent(hEvent);
-    SetEvent(hEvent);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, INFINITE));
-    EXPECT_EQ(kTimeout, WaitForSingleObject(hEvent, 1));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent.get(), 0));
+    EXPECT_EQ(kTimeout, WaitForSingleObject(hEvent.get(), 0));
+    SetEvent(hEvent.get());
+    SetEvent(hEvent.get());
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent.get(), INFINITE));
+    EXPECT_EQ(kTimeout, WaitForSingleObject(hEvent.get(), 1));
 
     const CHandle hManual(NewEvent(true));
-    SetEvent(hManual);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hManual, 0));
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hManual, 0)) << "stays set";
+    SetEvent(hManual.get());
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hManual.get(), 0));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hManual.get(), 0)) << "stays set";
 }
 
 TEST(Event, WaitForSeveralTakesTheFirstOrAllAtOnce)
 {
     const CHandle hFirst(NewEvent(false));
     const CHandle hSecond(NewEvent(false, true));
-    const HANDLE handles[] = {hFirst, hSecond};
+    const HANDLE handles[] = {hFirst.get(), hSecond.get()};
     EXPECT_EQ(kTimeout, WaitForMultipleObjects(2, handles, TRUE, 0));
     EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitForMultipleObjects(2, handles, FALSE, INFINITE));
-    SetEvent(hFirst);
-    SetEvent(hSecond);
+    SetEvent(hFirst.get());
+    SetEvent(hSecond.get());
     EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, handles, TRUE, INFINITE));
     EXPECT_EQ(kTimeout, WaitForMultipleObjects(2, handles, FALSE, 0));
 }
@@ -106,58 +85,44 @@ TEST(Event, WakesAcrossThreadsWithoutLoss)
             SetEvent(hSet);
         }
     };
-    SetEvent(hPing);
-    std::thread other(Play, static_cast<HANDLE>(hPong), static_cast<HANDLE>(hPing));
-    Play(hPing, hPong);
+    SetEvent(hPing.get());
+    std::thread other(Play, hPong.get(), hPing.get());
+    Play(hPing.get(), hPong.get());
     other.join();
 }
 
-TEST(Thread, IsSignalledWithItsExitCodeWhenItEnds)
+TEST(Thread, IsSignalledWhenItEndsOrIsTerminated)
 {
-    static CGate s_gate;
+    // Never closed: an abandoned thread may still wait.
+    static HANDLE events[] = {NewEvent(false), NewEvent(false)};
     unsigned nId = 0;
-    const CHandle hThread(StartThread(s_gate, nId));
-    EXPECT_EQ(DWORD{STILL_ACTIVE}, ExitCode(hThread));
-    EXPECT_EQ(kTimeout, WaitForSingleObject(hThread, 1));
-    SetEvent(s_gate.m_hOpen);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
-    EXPECT_EQ(nId, ExitCode(hThread));
+    const auto Start = [&] {
+        const auto hThread = _beginthreadex(nullptr, 65536, WaitAndReturnId, events, 0, &nId);
+        // Wine fails when a 32-bit thread is ended on its way to its function.
+        WaitForSingleObject(events[0], INFINITE);
+        return CHandle(reinterpret_cast<HANDLE>(hThread));
+    };
+    const CHandle hReturning = Start();
     EXPECT_NE(GetCurrentThreadId(), nId);
-}
+    DWORD dwExitCode = 0;
+    EXPECT_TRUE(GetExitCodeThread(hReturning.get(), &dwExitCode));
+    EXPECT_EQ(DWORD{STILL_ACTIVE}, dwExitCode);
+    EXPECT_EQ(kTimeout, WaitForSingleObject(hReturning.get(), 1));
+    SetEvent(events[1]);
+    ExpectEnd(hReturning.get(), nId);
 
-TEST(Thread, CountsAsEndedWhenTerminated)
-{
-    static CGate s_gate;
-    unsigned nId = 0;
-    const CHandle hThread(StartThread(s_gate, nId));
-    EXPECT_TRUE(TerminateThread(hThread, 7));
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hThread, INFINITE));
-    EXPECT_EQ(7u, ExitCode(hThread));
-    SetEvent(s_gate.m_hOpen);
+    const CHandle hTerminated = Start();
+    EXPECT_TRUE(TerminateThread(hTerminated.get(), 7));
+    ExpectEnd(hTerminated.get(), 7);
+    SetEvent(events[1]);
 }
 
 TEST(Thread, HasALastErrorOfItsOwn)
 {
-    // Between the two calls this thread only spins: thread and framework functions set the last error
-    // themselves.
-    std::atomic<bool> bSet = false;
-    std::atomic<bool> bOtherDone = false;
-    DWORD dwOther = ERROR_ACCESS_DENIED;
-    std::thread other([&] {
-        while (!bSet)
-            ;
-        dwOther = GetLastError();
-        SetLastError(ERROR_DISK_FULL);
-        bOtherDone = true;
-    });
-    SetLastError(ERROR_ACCESS_DENIED);
-    bSet = true;
-    while (!bOtherDone)
-        ;
-    const DWORD dwOwn = GetLastError();
-    other.join();
-    EXPECT_NE(DWORD{ERROR_ACCESS_DENIED}, dwOther);
-    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, dwOwn);
+    DWORD dwOther = 0;
+    SetLastError(ERROR_DISK_FULL);
+    std::thread([&] { dwOther = GetLastError(); }).join();
+    EXPECT_NE(DWORD{ERROR_DISK_FULL}, dwOther);
 }
 
 // Some holders stay long enough for the others to go to sleep: a lost wake-up would hang this test. The count

@@ -45,24 +45,15 @@ protected:
     }
 };
 
-/// Files may grow to so many bytes while the object lives.
-class CFileSizeLimit
+/// The size to which files may grow.
+void LimitFiles(rlim_t nBytes)
 {
-public:
-    explicit CFileSizeLimit(rlim_t nBytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_former);
-        const rlimit limit{nBytes, m_former.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    CFileSizeLimit(const CFileSizeLimit&) = delete;
-    CFileSizeLimit& operator=(const CFileSizeLimit&) = delete;
-    ~CFileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_former); }
-
-private:
-    rlimit m_former;
-};
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit;
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = nBytes;
+    EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+}
 
 } // namespace
 
@@ -82,16 +73,15 @@ TEST_F(LogFaults, WriteThatIsCutShortGoesOnWhereItEnded)
 {
     CDebugCapture debugger;
     std::string sExpected;
+    LimitFiles(1000);
+    for (int i = 0; i < 300; ++i)
     {
-        const CFileSizeLimit limit(1000);
-        for (int i = 0; i < 300; ++i)
-        {
-            const std::string sLine = "line " + std::to_string(i) + "\n";
-            m_log.LogRaw(sLine.c_str());
-            sExpected += sLine;
-        }
-        WaitFor(debugger, "Could not write to logfile\n");
+        const std::string sLine = "line " + std::to_string(i) + "\n";
+        m_log.LogRaw(sLine.c_str());
+        sExpected += sLine;
     }
+    WaitFor(debugger, "Could not write to logfile\n");
+    LimitFiles(RLIM_INFINITY);
     EXPECT_EQ(sExpected, Written());
 }
 
