@@ -34,7 +34,7 @@ public:
         // A cut of this one, which may reach past its end.
         const unsigned nFrom = m_random.UpTo(Size(text) + 2);
         const unsigned nCount = m_random.UpTo(30);
-        switch (m_random.UpTo(17))
+        switch (m_random.UpTo(20))
         {
         case 0: str = other, text = otherText; break;
         case 1: str = COrvStr(other), text = otherText; break;
@@ -60,6 +60,12 @@ public:
         case 14: str.MakeLower(), Shift(text, ORVTEXT('A'), ORVTEXT('Z'), 32); break;
         case 15: str.TrimLeft(), text.erase(0, text.find_first_not_of(m_spaces)); break;
         case 16: str.TrimRight(), text.resize(text.find_last_not_of(m_spaces) + 1); break;
+        case 17: str = std::move(static_cast<COrvStr&>(str)); break;
+        // The source looks at text that the target gives up.
+        case 18: str = COrvStr(sPlace, false), text = otherText.substr(nAt); break;
+        case 19:
+            str = static_cast<const COrvStr&>(COrvStr(sPlace, false)), text = otherText.substr(nAt);
+            break;
         default: str.Empty(), text.clear(); break;
         }
         // Appending values to each other doubles them.

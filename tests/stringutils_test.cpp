@@ -16,8 +16,12 @@ namespace
 
 // ---- What the rules say, one character at a time ----
 
+// ASCII is the same in every code page, also in one that the system does not know.
+
 std::string Encoded(const Text& s, unsigned nPage)
 {
+    if (s.size() == 1 && s[0] < 0x80)
+        return {static_cast<char>(s[0])};
     std::string sBytes(4 * s.size(), 0);
     sBytes.resize(static_cast<std::size_t>(WideCharToMultiByte(
         nPage, nPage == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS, s.data(), static_cast<int>(s.size()),
@@ -27,11 +31,11 @@ std::string Encoded(const Text& s, unsigned nPage)
 
 Text Decoded(const std::string& s, unsigned nPage)
 {
-    Text sText(s.size(), 0);
-    sText.resize(static_cast<std::size_t>(MultiByteToWideChar(nPage, MB_PRECOMPOSED, s.data(),
-                                                              static_cast<int>(s.size()), sText.data(),
-                                                              static_cast<int>(sText.size()))));
-    return sText;
+    if (s.size() == 1 && s[0] >= 0)
+        return {static_cast<WCHAR>(s[0])};
+    WCHAR aUnits[2];
+    return Text(aUnits, static_cast<std::size_t>(MultiByteToWideChar(nPage, MB_PRECOMPOSED, s.data(),
+                                                                     static_cast<int>(s.size()), aUnits, 2)));
 }
 
 Text Units(char32_t c)
@@ -101,36 +105,6 @@ std::size_t StepUtf8ToAnsi(const std::string& s, std::size_t i, std::string& sCh
     return nLength;
 }
 
-template <class Src, class Dest, class... Page>
-struct CConversion
-{
-    int(ORVCALL* m_Plain)(const Src*, Dest*, unsigned, Page...);
-    int(ORVCALL* m_Range)(const Src*, const Src*, Dest*, unsigned, Page...);
-    bool m_bDrops; ///< a character that does not fit; else the text ends before it
-    std::size_t (*m_Step)(const std::basic_string<Src>&, std::size_t, std::basic_string<Dest>&, Page...);
-
-    std::basic_string<Dest> Expected(const std::basic_string<Src>& s, std::size_t nRoom, Page... nPage) const
-    {
-        std::basic_string<Dest> sResult, sChar;
-        for (std::size_t i = 0; i < s.size();)
-        {
-            i += m_Step(s, i, sChar, nPage...);
-            if (sChar.size() <= nRoom - sResult.size())
-                sResult += sChar;
-            else if (!m_bDrops)
-                break;
-        }
-        return sResult;
-    }
-};
-
-const CConversion c_unicodeToAnsi{UnicodeToANSI, UnicodeToANSIEx, false, StepUnicodeToAnsi};
-const CConversion c_ansiToUnicode{ANSIToUnicode, ANSIToUnicodeEx, false, StepAnsiToUnicode};
-const CConversion c_unicodeToUtf8{UnicodeToUTF8, UnicodeToUTF8Ex, true, StepUnicodeToUtf8};
-const CConversion c_utf8ToUnicode{UTF8ToUnicode, UTF8ToUnicodeEx, false, StepUtf8ToUnicode};
-const CConversion c_ansiToUtf8{ANSIToUTF8, ANSIToUTF8Ex, true, StepAnsiToUtf8};
-const CConversion c_utf8ToAnsi{UTF8ToANSI, UTF8ToANSIEx, true, StepUtf8ToAnsi};
-
 // What is written into a buffer between guards.
 template <class Dest, class Convert>
 std::basic_string<Dest> Written(std::size_t nBuffer, Convert convert)
@@ -144,50 +118,127 @@ std::basic_string<Dest> Written(std::size_t nBuffer, Convert convert)
     return sBuffer.c_str();
 }
 
-// Both forms follow the rule, with room for cchDest units. Of more room than the result takes nothing is
-// there.
-template <class Src, class Dest, class... Page>
-void ExpectSame(const CConversion<Src, Dest, Page...>& conversion, const std::basic_string<Src>& s,
-                unsigned cchDest, Page... nPage)
+// The two forms of a conversion, and its rule. (Constructed, as the pointers' types are the compiler's
+// matter.)
+template <class Src, class Dest, class Plain, class Range, class... Page>
+class CConversion
 {
-    const std::basic_string<Dest> sExpected = conversion.Expected(s, cchDest - 1, nPage...);
-    const std::size_t nWhole = conversion.Expected(s, SIZE_MAX, nPage...).size() + 1;
-    const std::size_t nBuffer = std::min<std::size_t>(cchDest, nWhole);
-    ASSERT_EQ(
-        sExpected,
-        Written<Dest>(nBuffer, [&](Dest* p) { return conversion.m_Plain(s.c_str(), p, cchDest, nPage...); }))
-        << "room for " << cchDest << ", from " << testing::PrintToString(s);
-    std::basic_string<Src> sLonger = s;
-    sLonger.append(1, 0).append(1, 'x');
-    for (const auto& sSource : {s, sLonger})
+public:
+    using Step = std::size_t(const std::basic_string<Src>&, std::size_t, std::basic_string<Dest>&, Page...);
+
+    /// bDrops: drops a character that does not fit; else the text ends before it.
+    CConversion(Plain* plain, Range* range, bool bDrops, Step* step)
+        : m_Plain(plain), m_Range(range), m_bDrops(bDrops), m_Step(step)
     {
-        // Memory of its own, so that a read past the end is seen.
-        const auto pSource = std::make_unique<Src[]>(sSource.size());
-        const Src* const pEnd = std::copy(sSource.begin(), sSource.end(), pSource.get());
-        ASSERT_EQ(sExpected,
-                  Written<Dest>(
-                      nBuffer,
-                      [&](Dest* p) { return conversion.m_Range(pSource.get(), pEnd, p, cchDest, nPage...); }))
-            << "room for " << cchDest << ", from the range " << testing::PrintToString(sSource);
     }
-}
+
+    // Both forms follow the rule, with room for cchDest units. Of more room than the result takes nothing is
+    // there.
+    void ExpectSame(const std::basic_string<Src>& s, unsigned cchDest, Page... nPage) const
+    {
+        const std::basic_string<Dest> sExpected = Expected(s, cchDest - 1, nPage...);
+        const std::size_t nWhole = Expected(s, SIZE_MAX, nPage...).size() + 1;
+        const std::size_t nBuffer = std::min<std::size_t>(cchDest, nWhole);
+        ASSERT_EQ(sExpected,
+                  Written<Dest>(nBuffer, [&](Dest* p) { return m_Plain(s.c_str(), p, cchDest, nPage...); }))
+            << "room for " << cchDest << ", from " << testing::PrintToString(s);
+        std::basic_string<Src> sLonger = s;
+        sLonger.append(1, 0).append(1, 'x');
+        for (const auto& sSource : {s, sLonger})
+        {
+            // Memory of its own, so that a read past the end is seen.
+            const auto pSource = std::make_unique<Src[]>(sSource.size());
+            const Src* const pEnd = std::copy(sSource.begin(), sSource.end(), pSource.get());
+            ASSERT_EQ(sExpected, Written<Dest>(nBuffer,
+                                               [&](Dest* p) {
+                                                   return m_Range(pSource.get(), pEnd, p, cchDest, nPage...);
+                                               }))
+                << "room for " << cchDest << ", from the range " << testing::PrintToString(sSource);
+        }
+    }
+
+    // Both forms refuse bad arguments, report them and leave an empty text where they may.
+    void ExpectRefusals(const std::string& sName, const std::string& sRoom,
+                        const std::string& sRangeRoom) const
+    {
+        const Src aText[] = {'t', 'e', 'x', 't'};
+        const Src* const pEnd = std::end(aText);
+        Dest aDest[8];
+        const auto Expect = [&](bool bRange, const Src* pFrom, const Src* pTo, Dest* pDest, unsigned cchDest,
+                                [[maybe_unused]] unsigned nPage = 0) {
+            const std::string sFunction = bRange ? sName + "Ex" : sName;
+            const std::string sCondition = bRange ? "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > "
+                                                    "pSrcTo || pDest == nullptr || " +
+                                                        sRangeRoom
+                                                  : "pSrc == nullptr || pDest == nullptr || " + sRoom;
+            const auto cOld = static_cast<Dest>(0x5A5A);
+            aDest[0] = aDest[1] = cOld;
+            CReportCapture capture;
+            EXPECT_EQ(0, bRange ? m_Range(pFrom, pTo, pDest, cchDest, static_cast<Page>(nPage)...)
+                                : m_Plain(pFrom, pDest, cchDest, static_cast<Page>(nPage)...));
+            EXPECT_REPORTS(capture, {{sFunction.c_str(), sCondition.c_str(), "", "stringutils"}});
+            EXPECT_EQ(pDest && cchDest ? Dest() : cOld, aDest[0]);
+            EXPECT_EQ(cOld, aDest[1]);
+        };
+        for (const bool bRange : {false, true})
+        {
+            Expect(bRange, nullptr, pEnd, aDest, 8);
+            Expect(bRange, aText, pEnd, nullptr, 8);
+            Expect(bRange, aText, pEnd, aDest, 0);
+            Expect(bRange, aText, pEnd, aDest, 1, CP_UTF8);
+            if (sRoom.ends_with("CP_UTF8"))
+                Expect(bRange, aText, pEnd, aDest, 8, CP_UTF8);
+        }
+        Expect(true, aText, nullptr, aDest, 8);
+        Expect(true, aText + 1, aText, aDest, 8);
+    }
+
+private:
+    std::basic_string<Dest> Expected(const std::basic_string<Src>& s, std::size_t nRoom, Page... nPage) const
+    {
+        std::basic_string<Dest> sResult, sChar;
+        for (std::size_t i = 0; i < s.size();)
+        {
+            i += m_Step(s, i, sChar, nPage...);
+            if (sChar.size() <= nRoom - sResult.size())
+                sResult += sChar;
+            else if (!m_bDrops)
+                break;
+        }
+        return sResult;
+    }
+
+    Plain* m_Plain;
+    Range* m_Range;
+    bool m_bDrops;
+    Step* m_Step;
+};
+
+const CConversion c_unicodeToAnsi{UnicodeToANSI, UnicodeToANSIEx, false, StepUnicodeToAnsi};
+const CConversion c_ansiToUnicode{ANSIToUnicode, ANSIToUnicodeEx, false, StepAnsiToUnicode};
+const CConversion c_unicodeToUtf8{UnicodeToUTF8, UnicodeToUTF8Ex, true, StepUnicodeToUtf8};
+const CConversion c_utf8ToUnicode{UTF8ToUnicode, UTF8ToUnicodeEx, false, StepUtf8ToUnicode};
+const CConversion c_ansiToUtf8{ANSIToUTF8, ANSIToUTF8Ex, true, StepAnsiToUtf8};
+const CConversion c_utf8ToAnsi{UTF8ToANSI, UTF8ToANSIEx, true, StepUtf8ToAnsi};
+
+constexpr unsigned c_nUnknownPage = 12345;
 
 void ExpectSameFromBytes(const std::string& s, unsigned cchDest)
 {
-    ExpectSame(c_utf8ToUnicode, s, cchDest);
-    for (const unsigned nPage : {1252u, 932u})
+    c_utf8ToUnicode.ExpectSame(s, cchDest);
+    for (const unsigned nPage : {1252u, 932u, c_nUnknownPage})
     {
-        ExpectSame(c_ansiToUnicode, s, cchDest, nPage);
-        ExpectSame(c_ansiToUtf8, s, cchDest, nPage);
-        ExpectSame(c_utf8ToAnsi, s, cchDest, nPage);
+        c_ansiToUnicode.ExpectSame(s, cchDest, nPage);
+        c_ansiToUtf8.ExpectSame(s, cchDest, nPage);
+        c_utf8ToAnsi.ExpectSame(s, cchDest, nPage);
     }
 }
 
 void ExpectSameFromUnits(const Text& s, unsigned cchDest)
 {
-    ExpectSame(c_unicodeToUtf8, s, cchDest);
-    for (const unsigned nPage : {1252u, 932u})
-        ExpectSame(c_unicodeToAnsi, s, cchDest, nPage);
+    c_unicodeToUtf8.ExpectSame(s, cchDest);
+    for (const unsigned nPage : {1252u, 932u, c_nUnknownPage})
+        c_unicodeToAnsi.ExpectSame(s, cchDest, nPage);
 }
 
 // Runs of characters of one length, and what stands at the borders of what is allowed.
@@ -224,8 +275,8 @@ TEST(Conversions, EveryTwoBytesAndEveryUnit)
     for (unsigned n = 0x0101; n < 0x10000 && !HasFatalFailure(); ++n)
     {
         if (n & 0xFF)
-            ExpectSame(c_utf8ToUnicode, {'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, 8);
-        ExpectSame(c_unicodeToUtf8, {ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, 8);
+            c_utf8ToUnicode.ExpectSame({'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, 8);
+        c_unicodeToUtf8.ExpectSame({ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, 8);
     }
 }
 
@@ -296,88 +347,16 @@ TEST(Conversions, TheAnsiCodePageMayBeUtf8)
     EXPECT_EQ(0, nResult);
 }
 
-TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
-{
-    CReportCapture capture;
-    for (const unsigned nPage : {12345u, 0xFFFFFFFFu})
-    {
-        char aNarrow[16];
-        WCHAR aWide[16];
-        EXPECT_EQ(2, UnicodeToANSI(ORVTEXT("\u00E9a\u00E9\u4E00b"), aNarrow, 16, nPage));
-        EXPECT_STREQ("ab", aNarrow);
-        EXPECT_EQ(2, ANSIToUnicode("\xE9\x61\xE9\xE8\x62", aWide, 16, nPage));
-        EXPECT_EQ(Text(ORVTEXT("ab")), aWide);
-        EXPECT_EQ(2, ANSIToUTF8("\xE9\x61\xE9\x62", aNarrow, 16, nPage));
-        EXPECT_EQ(2, UTF8ToANSI("\xC3\xA9\x61\xC3\xA9\x62", aNarrow, 16, nPage));
-    }
-    EXPECT_NO_REPORTS(capture);
-}
-
-namespace
-{
-
-// Both forms refuse bad arguments, report them and leave an empty text where they may.
-template <class Src, class Dest, class... Page>
-void ExpectRefusals(const CConversion<Src, Dest, Page...>& conversion, const std::string& sName,
-                    const std::string& sRoom, const std::string& sRangeRoom)
-{
-    static constexpr Src c_aText[] = {'t', 'e', 'x', 't', 0};
-    const Src* const pEnd = c_aText + 4;
-    Dest aDest[8];
-    const struct
-    {
-        const char* m_sCase;
-        const Src* m_pFrom;
-        const Src* m_pTo;
-        Dest* m_pDest;
-        unsigned m_cchDest;
-        unsigned m_nPage = 0;
-    } aFaults[] = {
-        {"null source", nullptr, pEnd, aDest, 8},
-        {"null destination", c_aText, pEnd, nullptr, 8},
-        {"no room", c_aText, pEnd, aDest, 0},
-        {"room for the terminator only", c_aText, pEnd, aDest, 1, CP_UTF8},
-        {"UTF-8 as code page", c_aText, pEnd, aDest, 8, CP_UTF8},
-        {"null end", c_aText, nullptr, aDest, 8},
-        {"end before the beginning", c_aText + 1, c_aText, aDest, 8},
-    };
-    CReportCapture capture;
-    const bool bTakesUtf8 = sRoom.find("CP_UTF8") == sRoom.npos;
-    for (const auto& fault : aFaults)
-    {
-        SCOPED_TRACE(sName + ", " + fault.m_sCase);
-        if (bTakesUtf8 && fault.m_nPage == CP_UTF8 && fault.m_cchDest == 8)
-            continue;
-        const auto Expect = [&](const std::string& sFunction, const std::string& sCondition, auto call) {
-            const auto cOld = static_cast<Dest>(0x5A5A);
-            aDest[0] = aDest[1] = cOld;
-            EXPECT_EQ(0, call(fault.m_pDest, fault.m_cchDest, static_cast<Page>(fault.m_nPage)...));
-            EXPECT_REPORTS(capture, {{sFunction.c_str(), sCondition.c_str(), "", "stringutils"}});
-            EXPECT_EQ(fault.m_pDest && fault.m_cchDest ? Dest() : cOld, aDest[0]);
-            EXPECT_EQ(cOld, aDest[1]);
-        };
-        if (fault.m_pTo == pEnd)
-            Expect(sName, "pSrc == nullptr || pDest == nullptr || " + sRoom,
-                   [&](auto... args) { return conversion.m_Plain(fault.m_pFrom, args...); });
-        Expect(sName + "Ex",
-               "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || " +
-                   sRangeRoom,
-               [&](auto... args) { return conversion.m_Range(fault.m_pFrom, fault.m_pTo, args...); });
-    }
-}
-
-} // namespace
-
 TEST(Conversions, RefuseAndReportBadArguments)
 {
     const std::string sToAnsi = "cchDest < 2 || destCodePage == CP_UTF8";
     const std::string sFromAnsi = "cchDest < 2 || srcCodePage == CP_UTF8";
-    ExpectRefusals(c_unicodeToAnsi, "UnicodeToANSI", sToAnsi, sToAnsi);
-    ExpectRefusals(c_ansiToUnicode, "ANSIToUnicode", sFromAnsi, sFromAnsi);
-    ExpectRefusals(c_unicodeToUtf8, "UnicodeToUTF8", "cbDest < 2", "cbDest < 2");
-    ExpectRefusals(c_utf8ToUnicode, "UTF8ToUnicode", "cchDest < 2", "cchDest < 2");
-    ExpectRefusals(c_ansiToUtf8, "ANSIToUTF8", "cbDest < 2", "cchDest < 2");
-    ExpectRefusals(c_utf8ToAnsi, "UTF8ToANSI", "cchDest < 2", "cchDest < 2");
+    c_unicodeToAnsi.ExpectRefusals("UnicodeToANSI", sToAnsi, sToAnsi);
+    c_ansiToUnicode.ExpectRefusals("ANSIToUnicode", sFromAnsi, sFromAnsi);
+    c_unicodeToUtf8.ExpectRefusals("UnicodeToUTF8", "cbDest < 2", "cbDest < 2");
+    c_utf8ToUnicode.ExpectRefusals("UTF8ToUnicode", "cchDest < 2", "cchDest < 2");
+    c_ansiToUtf8.ExpectRefusals("ANSIToUTF8", "cbDest < 2", "cchDest < 2");
+    c_utf8ToAnsi.ExpectRefusals("UTF8ToANSI", "cchDest < 2", "cchDest < 2");
 }
 
 TEST(Conversions, Utf8AsAnsiIsReportedAndCopied)
