@@ -92,6 +92,7 @@ TEST_F(OrvSettings, RefusesWhatMakesNoSense)
         EXPECT_EQ(0u, m_sErrors.find("orvsettings: ")) << m_sErrors;
     }
     EXPECT_EQ(eBadUsage, Run({"set", "--type", "dword", "K", "n", ""}));
+    EXPECT_EQ(eBadUsage, Run({"delete", "--tree", ""}));
     EXPECT_EQ(eNotFound, Run({"list"})) << "nothing was stored";
     EXPECT_EQ(eDone, Run({"--help"}));
     EXPECT_EQ(0u, m_sOutput.find("usage: "));
@@ -111,7 +112,7 @@ TEST_F(OrvSettings, ExportsAndImports)
                   "\"n\"=dword:000000ff\n"));
     EXPECT_NE(std::string::npos, sExported.find("\\A\\B]\n\"quoted \\\"x\\\"\"=\"C:\\\\x\"\n")) << sExported;
 
-    EXPECT_EQ(eDone, Run({"export", "--output", sFile, "A"})) << m_sErrors;
+    EXPECT_EQ(eDone, Run({"export", "--output", sFile, "A\\\\"})) << m_sErrors;
     EXPECT_TRUE(ReadBytes(sFile).starts_with("\xFF\xFEW"));
     EXPECT_EQ(eDone, Run({"delete", "--tree", "A"}));
     EXPECT_EQ(eNotFound, Run({"list", "A"}));
@@ -122,6 +123,7 @@ TEST_F(OrvSettings, ExportsAndImports)
     EXPECT_EQ("C:\\x\n", Print({"--machine", "get", "A\\B", "quoted \"x\""}));
     EXPECT_EQ(eNotFound, Run({"export", "None"}));
     EXPECT_EQ(eNotFound, Run({"import", (folder / "none").string()}));
+    EXPECT_EQ(eFailed, Run({"import", folder.Path().string()})) << "a folder";
     EXPECT_EQ(eFailed, Run({"export", "--output", (folder / "no" / "folder").string()}));
 }
 
@@ -133,7 +135,7 @@ TEST_F(OrvSettings, ImportsAroundBadLinesAndDeletes)
     Run({"set", "\\L\\M", "gone", "1"});
     WriteBytes(
         sFile,
-        "REGEDIT4\r\n[HKEY_CURRENT_USER\\K]\r\n\"gone\"=-\r\n\"a\"=\"1\"\r\nnonsense\r\n\"b\"=\"2\"\r\n"
+        "REGEDIT4\r\n[hkey_current_user\\\\K]\r\n\"gone\"=-\r\n\"a\"=\"1\"\r\nnonsense\r\n\"b\"=\"2\"\r\n"
         "[-HKCU\\L]\r\n[HKEY_USERS\\x]\r\n\"c\"=\"3\"\r\n[-HKCU]\r\n");
     EXPECT_EQ(eBadLines, Run({"import", sFile}));
     for (const char* sLine : {"(5): line ignored: nonsense\n", "(8): line ignored: [HKEY_USERS\\x]\n",

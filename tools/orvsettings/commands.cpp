@@ -7,9 +7,10 @@
 #include "orvcomtypes/lqsettings.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <system_error>
 
 namespace
 {
@@ -17,29 +18,78 @@ namespace
 constexpr const char* g_sUsage =
     "usage: orvsettings [--user | --machine] COMMAND\n"
     "\n"
-    "  get KEY NAME                    print a value; the error stream says which scope has it\n"
-    "  set KEY NAME VALUE              store text\n"
-    "  set --type TYPE KEY NAME VALUE  store sz, expand, dword, qword, binary, none, or multi (VALUE...)\n"
-    "  delete KEY NAME                 delete a value\n"
-    "  delete --tree KEY               delete a key and everything below it\n"
-    "  list [KEY]                      print the values and keys below a key\n"
-    "  export [--output FILE] [KEY]    write a key and everything below it as a registry file\n"
-    "  import FILE                     store, and delete, what a registry file says\n"
+    "  get KEY NAME                  print a value, on the error stream its scope\n"
+    "  set KEY NAME VALUE            store text\n"
+    "  set --type TYPE KEY NAME VALUE\n"
+    "                                store sz, expand, dword, qword, binary, none,\n"
+    "                                or multi (any number of VALUEs)\n"
+    "  delete KEY NAME               delete a value\n"
+    "  delete --tree KEY             delete a key and everything below it\n"
+    "  list [KEY]                    print the values and keys below a key\n"
+    "  export [--output FILE] [KEY]  write a key and everything below it as a\n"
+    "                                registry file\n"
+    "  import FILE                   store, and delete, what a registry file says\n"
     "\n"
-    "KEY is below the settings root, '.' the root itself; with a backslash in front it is below the hive. "
-    "NAME '@' is\n"
-    "the key's default value. Without a scope, get and list look at the user's settings, then at the "
-    "machine's; all\n"
-    "others work on the user's, and import on the hives that the file names. A registry file on the standard "
-    "output is\n"
-    "UTF-8, with --output it is UTF-16. Numbers are decimal, or hexadecimal behind 0x; bytes are "
-    "hexadecimal.\n"
+    "KEY is below the settings root, '.' the root itself; with a backslash in front\n"
+    "it is below the hive. NAME '@' is the key's default value. Words behind '--'\n"
+    "are no options.\n"
     "\n"
-    "exit status: 0 done, 1 not found, 2 wrong usage, 3 failed, 4 imported except for some lines\n";
+    "Without a scope, get and list look at the user's settings, then at the\n"
+    "machine's; import works on the hives that the file names, all others on the\n"
+    "user's. A registry file on the standard output is UTF-8, with --output it is\n"
+    "UTF-16. Numbers are decimal, or hexadecimal behind 0x; bytes are hexadecimal.\n"
+    "\n"
+    "exit status: 0 done, 1 not found, 2 wrong usage, 3 failed,\n"
+    "             4 imported except for some lines\n";
 
 CToolError UsageError(const std::string& sText)
 {
     return CToolError(eBadUsage, sText + "; 'orvsettings --help' explains the usage");
+}
+
+/// A path without needless backslashes, as registry texts have it.
+CText CleanPath(const CText& sPath)
+{
+    CText sClean;
+    for (const WCHAR c : sPath)
+        if (c != '\\' || (!sClean.empty() && sClean.back() != '\\'))
+            sClean.push_back(c);
+    if (sClean.ends_with(WCHAR('\\')))
+        sClean.pop_back();
+    return sClean;
+}
+
+/// Text in one piece of a line.
+std::string OneLine(std::string s)
+{
+    std::replace_if(
+        s.begin(), s.end(), [](char c) { return c >= 0 && c < ' '; }, '|');
+    return s;
+}
+
+/// The failure of a file, with the reason that the system gave last.
+CToolError FileError(ToolResult result, const char* sWhat, const CText& sFile)
+{
+    return CToolError(result, sWhat + Utf8(sFile) + ": " + std::generic_category().message(errno));
+}
+
+std::string ReadFile(const CText& sFile)
+{
+    std::ifstream file(std::filesystem::path(sFile), std::ios::binary);
+    std::string sBytes;
+    char buffer[65536];
+    while (file.read(buffer, sizeof buffer), file.gcount() > 0)
+        sBytes.append(buffer, static_cast<std::size_t>(file.gcount()));
+    if (!file.is_open() || file.bad())
+        throw FileError(errno == ENOENT ? eNotFound : eFailed, "cannot read ", sFile);
+    return sBytes;
+}
+
+void WriteFile(const CText& sFile, const std::string& sBytes)
+{
+    std::ofstream file(std::filesystem::path(sFile), std::ios::binary);
+    if (!file.write(sBytes.data(), static_cast<std::streamsize>(sBytes.size())).flush())
+        throw FileError(eFailed, "cannot write ", sFile);
 }
 
 struct COptions
@@ -167,7 +217,9 @@ CText CTool::Path() const
     if (m_words.size() < 2 || m_words[1] == ORVTEXT("."))
         return sRoot;
     const CText& sKey = m_words[1];
-    return sKey.starts_with(WCHAR('\\')) ? sKey.substr(1) : sRoot + ORVTEXT('\\') + sKey;
+    if (sKey.empty())
+        throw UsageError("a key is empty");
+    return CleanPath(sKey.starts_with(WCHAR('\\')) ? sKey : sRoot + ORVTEXT('\\') + sKey);
 }
 
 CText CTool::ValueName() const
@@ -252,10 +304,9 @@ void CTool::ListScope(const CScope& scope, const CToolKey& key)
 {
     for (const CStoredValue& value : key.Values())
     {
-        std::string sValue = ShowValue(value);
-        std::replace(sValue.begin(), sValue.end(), '\n', '|');
         m_sOutput += std::string(scope.m_sName) + "\t" + TypeName(value.m_dwType) + "\t" +
-                     (value.m_sName.empty() ? "@" : Utf8(value.m_sName)) + "\t" + sValue + "\n";
+                     (value.m_sName.empty() ? "@" : OneLine(Utf8(value.m_sName))) + "\t" +
+                     OneLine(ShowValue(value)) + "\n";
     }
     for (const CText& sChild : key.Children())
         m_sOutput += std::string(scope.m_sName) + "\tkey\t" + Utf8(sChild) + "\\\n";
@@ -289,14 +340,9 @@ ToolResult CTool::Export()
     CText sText = OrvPort::RegTextSignature() + WCHAR('\n');
     AppendExport(WriteScope(), sPath, *key, sText);
     if (m_options.m_sOutput.empty())
-    {
         m_sOutput = OrvPort::EncodeRegText(sText, {});
-        return eDone;
-    }
-    std::ofstream file(std::filesystem::path(m_options.m_sOutput), std::ios::binary);
-    file << OrvPort::EncodeRegText(sText, {true, true});
-    if (!file.flush())
-        throw CToolError(eFailed, "cannot write " + Utf8(m_options.m_sOutput));
+    else
+        WriteFile(m_options.m_sOutput, OrvPort::EncodeRegText(sText, {true, true}));
     return eDone;
 }
 
@@ -308,10 +354,12 @@ bool CTool::ImportItem(const OrvPort::CRegTextItem& item, std::optional<CToolKey
     {
         key.reset();
         const std::size_t nEnd = std::min(item.m_sName.find(WCHAR('\\')), item.m_sName.size());
-        const std::string sHive = Utf8(item.m_sName.substr(0, nEnd));
+        std::string sHive = Utf8(item.m_sName.substr(0, nEnd));
+        for (char& c : sHive)
+            c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
         const bool bUser = sHive == "HKEY_CURRENT_USER" || sHive == "HKCU";
         const bool bMachine = sHive == "HKEY_LOCAL_MACHINE" || sHive == "HKLM";
-        const CText sPath = item.m_sName.substr(std::min(nEnd + 1, item.m_sName.size()));
+        const CText sPath = CleanPath(item.m_sName.substr(nEnd));
         if (!bUser && !bMachine)
             return false;
         const CScope& scope = m_options.m_pScope != nullptr ? *m_options.m_pScope
@@ -337,10 +385,7 @@ ToolResult CTool::Import()
 {
     const CText& sFile = Word(1, "a file");
     NoMoreThan(2);
-    std::ifstream file(std::filesystem::path(sFile), std::ios::binary);
-    const std::string sBytes(std::istreambuf_iterator<char>(file), {});
-    if (!file)
-        throw CToolError(eNotFound, "cannot read " + Utf8(sFile));
+    const std::string sBytes = ReadFile(sFile);
     OrvPort::CRegTextReader reader(sBytes);
     OrvPort::CRegTextItem item;
     std::optional<CToolKey> key;
@@ -367,5 +412,10 @@ ToolResult RunTool(const std::vector<CText>& args, std::string& sOutput, std::st
     {
         sErrors += std::string("orvsettings: ") + error.what() + "\n";
         return error.m_result;
+    }
+    catch (const std::exception& error)
+    {
+        sErrors += std::string("orvsettings: ") + error.what() + "\n";
+        return eFailed;
     }
 }
