@@ -187,6 +187,7 @@ TEST(TimeParse, OffsetsAreTheWideFormsOnly)
         {sTime + "+02", "kept", TWO_LESS},
         {sTime + "-0545x", "kept", "2024-05-06 12:53:09Z"},
         {sTime + "+02:", "kept", TWO_LESS},
+        {sTime + "+02:3", "kept", TWO_LESS},
         {sTime + "+29:59", "kept", "2024-05-05 01:09:09Z"},
         {sTime + "+130", "kept", "2024-05-06 05:38:09Z"},
         {sTime + "+", "kept"},
