@@ -74,10 +74,10 @@ TEST_F(File, WritesAtTheEndWithoutOverwritingOthers)
 TEST_F(File, EndsBeyondFourGigabytes)
 {
     std::ofstream(m_path).close();
-    std::filesystem::resize_file(m_path, 0x3'8000'0000); // sparse
+    std::filesystem::resize_file(m_path, 0x3'FFFF'FFFF); // sparse
     const HANDLE hFile = Open(m_sPath);
     LONG nHigh = 0;
-    EXPECT_EQ(0x80000000u, SetFilePointer(hFile, 0, &nHigh, FILE_END));
+    EXPECT_EQ(INVALID_SET_FILE_POINTER, SetFilePointer(hFile, 0, &nHigh, FILE_END));
     EXPECT_EQ(3, nHigh);
     EXPECT_EQ(DWORD{NO_ERROR}, GetLastError());
     CloseHandle(hFile);
