@@ -61,7 +61,7 @@ public:
         }
         if (!m_pStorage) [[unlikely]]
             InitHashTable(0);
-        const TItem found = m_pStorage->Insert(newItem);
+        const TItem found = Storage::Insert(m_pStorage, newItem);
         if (found == TItem(0))
             RehashWhenDue();
         return found;
@@ -181,7 +181,7 @@ void CPrtvHashMap<TItem, TKey, TCompare>::Rehash(unsigned n, bool bForce)
     if (!bForce && bAutomatic && HashBucketCount(n, fLoadFactor) == m_pStorage->GetBucketCount())
         return; // the last bucket count: the table cannot grow any more
     auto pNew = Storage::Create(n, fLoadFactor);
-    pNew->InsertAll(*m_pStorage);
+    Storage::InsertAll(pNew, *m_pStorage);
     if (m_pStorage->GetSize() != pNew->GetSize()) [[unlikely]]
         ORV_REPORT("CPrtvHashMap::RehashInner", "m_nSize == pNew->m_nSize");
     m_pStorage = std::move(pNew);

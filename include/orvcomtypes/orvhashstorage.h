@@ -2,13 +2,16 @@
 /// rebuilt.
 ///
 /// One heap block holds a header and the slots: one slot for every bucket, then a reserve of nodes. When the
-/// reserve is used up, further nodes come in blocks. A bucket's first value lies in its slot; a further one
-/// is linked directly after it. What holds no value is 0, so all values can be found without following links;
-/// nodes that never held one are counted, not linked, and thus not touched before they are used.
+/// reserve is used up, the block grows by a fifth of the values, at least 256 nodes; it may move then. A
+/// bucket's first value lies in its slot; a further one is linked directly after it. Links are distances, so
+/// they survive the move and are half as large as 64-bit pointers: in a large table, what a look-up costs is
+/// decided by how much of the table the caches hold. What holds no value is 0, so all values can be found
+/// without following links; nodes that never held one are counted, not linked, and thus not touched before
+/// they are used.
 ///
-/// Ownership: `Ptr` owns a table with its node blocks.
+/// Ownership: `Ptr` owns a table.
 /// Thread safety: none.
-/// Errors: without memory `CLQMemoryExcept` is thrown and the table is as before.
+/// Errors: without memory, or beyond 2^31 slots, `CLQMemoryExcept` is thrown and the table is as before.
 #pragma once
 
 #include "orvcomtypes/memarraytreat.h"
@@ -61,11 +64,7 @@ class CHashMapStorage
 public:
     struct CDestroy
     {
-        void operator()(CHashMapStorage* pStorage) const noexcept
-        {
-            pStorage->FreeNodeBlocks();
-            CStaticCRTAllocator::Free(pStorage);
-        }
+        void operator()(CHashMapStorage* pStorage) const noexcept { CStaticCRTAllocator::Free(pStorage); }
     };
     using Ptr = std::unique_ptr<CHashMapStorage, CDestroy>;
 
@@ -84,20 +83,21 @@ public:
     TItem Find(TKey key, void* pContext) const noexcept { return FindIn(Head(key), key, pContext); }
 
     /// Returns 0 when the item is new, else the equal item that stays.
-    TItem Insert(TItem item)
+    static TItem Insert(Ptr& pStorage, TItem item)
     {
         const TKey key = TCompare::GetKey(item);
-        CNode& head = Head(key);
-        const TItem found = FindIn(head, key, nullptr);
+        CNode& head = pStorage->Head(key);
+        const TItem found = pStorage->FindIn(head, key, nullptr);
         if (found == TItem(0))
-            Put(head, item);
+            Put(pStorage, head, item);
         return found;
     }
 
     /// Inserts all items of another storage; none of them is here yet.
-    void InsertAll(const CHashMapStorage& other)
+    static void InsertAll(Ptr& pStorage, const CHashMapStorage& other)
     {
-        other.ForEachInOrder([this](TItem item) { Put(Head(TCompare::GetKey(item)), item); });
+        other.ForEachInOrder(
+            [&](TItem item) { Put(pStorage, pStorage->Head(TCompare::GetKey(item)), item); });
     }
 
     TItem Remove(TKey key, void* pContext) noexcept
@@ -106,14 +106,17 @@ public:
         CNode* pPrev = nullptr;
         CNode* pNode = &head;
         while (pNode != nullptr && !TCompare::IsEqual(pNode->data, key, pContext))
-            pPrev = std::exchange(pNode, pNode->pNext);
+            pPrev = std::exchange(pNode, pNode->Next());
         if (pNode == nullptr || pNode->data == TItem(0))
             return TItem(0);
         const TItem found = pNode->data;
         if (pPrev != nullptr)
-            pPrev->pNext = pNode->pNext;
-        else if ((pNode = head.pNext) != nullptr)
-            head = *pNode;
+            pPrev->SetNext(pNode->Next());
+        else if ((pNode = head.Next()) != nullptr)
+        {
+            head.data = pNode->data;
+            head.SetNext(pNode->Next());
+        }
         else
             head.data = TItem(0);
         if (pNode != nullptr)
@@ -128,9 +131,9 @@ public:
     template <class Fn>
     void ForEachInOrder(Fn fn) const
     {
-        for (CNode *pHead = m_pSlots, *const pEnd = m_pSlots + m_nBuckets; pHead != pEnd; ++pHead)
+        for (CNode *pHead = Slots(), *const pEnd = pHead + m_nBuckets; pHead != pEnd; ++pHead)
             if (pHead->data != TItem(0))
-                for (CNode* pNode = pHead; pNode != nullptr; pNode = pNode->pNext)
+                for (CNode* pNode = pHead; pNode != nullptr; pNode = pNode->Next())
                     fn(pNode->data);
     }
 
@@ -138,101 +141,88 @@ public:
     template <class Fn>
     void ForEach(Fn fn) const
     {
-        const CNode* pEnd = m_pFresh; // what is older than the fresh nodes was all used
-        for (const CNodeBlock* pBlock = m_pNodeBlocks; pBlock != nullptr; pBlock = pBlock->pNext)
-        {
-            ForEachIn(pBlock->Nodes(), pEnd, fn);
-            pEnd = pBlock->pNext != nullptr ? pBlock->pNext->Nodes() + pBlock->pNext->nNodes
-                                            : m_pSlots + m_nSlots;
-        }
-        ForEachIn(m_pSlots, pEnd, fn);
+        for (const CNode *pNode = Slots(), *const pEnd = pNode + m_nFresh; pNode != pEnd; ++pNode)
+            if (pNode->data != TItem(0))
+                fn(pNode->data);
     }
 
 private:
     struct CNode
     {
         TItem data; ///< 0: empty
-        CNode* pNext;
-    };
-    struct CNodeBlock
-    {
-        CNodeBlock* pNext;
-        std::size_t nNodes;
+        int nNext;  ///< how many nodes further on the next one lies; 0: none
 
-        const CNode* Nodes() const noexcept { return reinterpret_cast<const CNode*>(this + 1); }
+        CNode* Next() noexcept { return nNext != 0 ? this + nNext : nullptr; }
+        const CNode* Next() const noexcept { return nNext != 0 ? this + nNext : nullptr; }
+        void SetNext(const CNode* pNode) noexcept
+        {
+            nNext = pNode != nullptr ? static_cast<int>(pNode - this) : 0;
+        }
     };
-    static_assert(sizeof(CNodeBlock) % alignof(CNode) == 0);
 
     /// Fewer buckets than this are a small table.
     static constexpr unsigned SmallBuckets = 2000;
 
     CHashMapStorage(unsigned nApproxCount, float fLoadFactor, unsigned nBuckets) noexcept;
 
-    CNode& Head(TKey key) const noexcept { return m_pSlots[m_bucketOf(TCompare::GetHash(key))]; }
+    CNode* Slots() const noexcept { return reinterpret_cast<CNode*>(const_cast<CHashMapStorage*>(this) + 1); }
+    CNode& Head(TKey key) const noexcept { return Slots()[m_bucketOf(TCompare::GetHash(key))]; }
 
     /// Whether a value lies in the slot or is the first of the chain cannot be predicted in a large table,
-    /// and a wrong guess waits for memory. So the node to look at is chosen without a branch there; that most
-    /// values end there can be predicted. A small table lies in the cache, and its guesses are mostly
+    /// and a wrong guess waits for memory. So the node to look at is computed without a branch there; that
+    /// most values end there can be predicted. A small table lies in the cache, and its guesses are mostly
     /// learned.
     TItem FindIn(const CNode& head, TKey key, void* pContext) const noexcept
     {
         const CNode* pNode = &head;
         if (m_nBuckets >= SmallBuckets)
-        {
-            const CNode* const aCandidates[] = {head.pNext != nullptr ? head.pNext : &head, &head};
-            pNode = aCandidates[TCompare::IsEqual(head.data, key, pContext) ? 1 : 0];
-        }
+            pNode += head.nNext & -static_cast<int>(!TCompare::IsEqual(head.data, key, pContext));
         do
         {
             if (TCompare::IsEqual(pNode->data, key, pContext))
                 return pNode->data; // 0 from an empty slot, for the key 0
-            pNode = pNode->pNext;
+            pNode = pNode->Next();
         }
         while (pNode != nullptr);
         return TItem(0);
     }
 
     /// Stores an item that is new in the bucket of \p head.
-    void Put(CNode& head, TItem item)
+    static void Put(Ptr& pStorage, CNode& head, TItem item)
     {
         if (head.data == TItem(0))
             head.data = item;
+        else if (pStorage->m_nFreeNode == 0 && pStorage->m_nFresh == pStorage->m_nSlots) [[unlikely]]
+        {
+            AddNodes(pStorage);
+            return Put(pStorage, pStorage->Head(TCompare::GetKey(item)), item);
+        }
         else
-            head.pNext = new (TakeNode()) CNode{item, head.pNext};
-        ++m_nSize;
+        {
+            CNode& node = pStorage->TakeNode();
+            node.data = item;
+            node.SetNext(head.Next());
+            head.SetNext(&node);
+        }
+        ++pStorage->m_nSize;
     }
 
-    CNode* TakeNode()
+    CNode& TakeNode() noexcept
     {
-        if (m_pFreeNodes != nullptr)
-            return std::exchange(m_pFreeNodes, m_pFreeNodes->pNext);
-        if (m_pFresh == m_pFreshEnd) [[unlikely]]
-            AddNodeBlock();
-        return m_pFresh++;
+        if (m_nFreeNode == 0)
+            return Slots()[m_nFresh++];
+        CNode& node = Slots()[m_nFreeNode];
+        m_nFreeNode = static_cast<unsigned>(node.nNext);
+        return node;
     }
 
     void FreeNode(CNode* pNode) noexcept
     {
-        *pNode = {TItem(0), m_pFreeNodes};
-        m_pFreeNodes = pNode;
+        *pNode = {TItem(0), static_cast<int>(m_nFreeNode)};
+        m_nFreeNode = static_cast<unsigned>(pNode - Slots());
     }
 
-    void SetFresh(CNode* pFirst, std::size_t nNodes) noexcept
-    {
-        m_pFresh = pFirst;
-        m_pFreshEnd = pFirst + nNodes;
-    }
-
-    void AddNodeBlock();
-    void FreeNodeBlocks() noexcept;
-
-    template <class Fn>
-    static void ForEachIn(const CNode* pNode, const CNode* pEnd, Fn& fn)
-    {
-        for (; pNode != pEnd; ++pNode)
-            if (pNode->data != TItem(0))
-                fn(pNode->data);
-    }
+    static void AddNodes(Ptr& pStorage);
 
     /// Buckets, then spare nodes.
     static unsigned SlotCount(unsigned nBuckets) noexcept
@@ -240,7 +230,12 @@ private:
         return nBuckets < SmallBuckets ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
     }
 
-    float m_fLoadFactor;
+    static std::uint64_t BlockBytes(unsigned nSlots) noexcept
+    {
+        return sizeof(CHashMapStorage) + std::uint64_t{nSlots} * sizeof(CNode);
+    }
+
+    alignas(CNode) float m_fLoadFactor; ///< aligned as the slots, which follow the header
     float m_fShrinkRatio = 0.25F;
     float m_fGrowRatio = 1.5F;
     unsigned m_nGrowThreshold;
@@ -248,14 +243,11 @@ private:
     unsigned m_nApproxCount;
     unsigned m_nSize = 0;
     unsigned m_nBuckets;
-    CNode* m_pSlots;
     unsigned m_nReserved = 0;
     unsigned m_nSlots;
     unsigned m_nUnused = 0xFFFFFFFF;
-    CNodeBlock* m_pNodeBlocks = nullptr;
-    CNode* m_pFreeNodes = nullptr; ///< that held a value before
-    CNode* m_pFresh;               ///< the nodes that never did, in the newest block or else the reserve
-    CNode* m_pFreshEnd;
+    unsigned m_nFreeNode = 0; ///< the slot of a node that held a value before; its link is the next such slot
+    unsigned m_nFresh;        ///< from this slot on, nodes that never did
     CFastRemainder m_bucketOf;
 };
 
@@ -264,8 +256,7 @@ typename CHashMapStorage<TItem, TKey, TCompare>::Ptr CHashMapStorage<TItem, TKey
     unsigned nApproxCount, float fLoadFactor)
 {
     const unsigned nBuckets = HashBucketCount(nApproxCount, fLoadFactor);
-    const std::uint64_t nBytes = sizeof(CHashMapStorage) + std::uint64_t{SlotCount(nBuckets)} * sizeof(CNode);
-    void* const pBlock = CStaticCRTAllocator::AllocZeroed(nBytes);
+    void* const pBlock = CStaticCRTAllocator::AllocZeroed(BlockBytes(SlotCount(nBuckets)));
     if (pBlock == nullptr)
         LQThrowMemory(LQSrcLocation{ORVTEXT("orvhashmap"), __LINE__});
     return Ptr(new (pBlock) CHashMapStorage(nApproxCount, fLoadFactor, nBuckets));
@@ -277,68 +268,62 @@ CHashMapStorage<TItem, TKey, TCompare>::CHashMapStorage(unsigned nApproxCount, f
     : m_fLoadFactor(fLoadFactor),
       m_nApproxCount(nApproxCount),
       m_nBuckets(nBuckets),
-      m_pSlots(reinterpret_cast<CNode*>(this + 1)),
       m_nSlots(SlotCount(nBuckets)),
+      m_nFresh(nBuckets),
       m_bucketOf(nBuckets)
 {
     const auto nShrink = static_cast<unsigned>(double{m_fShrinkRatio} * nBuckets);
     m_nGrowThreshold =
         nBuckets >= 13316089 ? 0xFFFFFFFF : static_cast<unsigned>(double{m_fGrowRatio} * nBuckets);
     m_nShrinkThreshold = nShrink < 100 ? 0 : nShrink;
-    SetFresh(m_pSlots + m_nBuckets, m_nSlots - m_nBuckets);
 }
 
 template <class TItem, class TKey, class TCompare>
 void CHashMapStorage<TItem, TKey, TCompare>::RemoveAll() noexcept
 {
-    FreeNodeBlocks();
-    std::memset(static_cast<void*>(m_pSlots), 0, m_nBuckets * sizeof(CNode));
-    m_pFreeNodes = nullptr;
-    SetFresh(m_pSlots + m_nBuckets, m_nSlots - m_nBuckets);
+    std::memset(static_cast<void*>(Slots()), 0, m_nBuckets * sizeof(CNode));
+    m_nFreeNode = 0;
+    m_nFresh = m_nBuckets;
     m_nSize = 0;
 }
 
 template <class TItem, class TKey, class TCompare>
 TItem CHashMapStorage<TItem, TKey, TCompare>::GetNextItem(TItem prev) const noexcept
 {
-    const CNode* pHead = m_pSlots;
+    const CNode* pHead = Slots();
     if (prev != TItem(0))
     {
         pHead = &Head(TCompare::GetKey(prev));
         const CNode* pNode = pHead;
         while (pNode != nullptr && pNode->data != prev)
-            pNode = pNode->pNext;
+            pNode = pNode->Next();
         if (pNode == nullptr) [[unlikely]]
         {
             ORV_REPORT_FROM("orvhashmap", "CHashMapStorage::GetNextItem", "pNode->data != TItem(0)", prev);
             return TItem(0);
         }
-        if (pNode->pNext != nullptr)
-            return pNode->pNext->data;
+        if (const CNode* const pNext = pNode->Next())
+            return pNext->data;
         ++pHead;
     }
-    for (const CNode* const pEnd = m_pSlots + m_nBuckets; pHead != pEnd; ++pHead)
+    for (const CNode* const pEnd = Slots() + m_nBuckets; pHead != pEnd; ++pHead)
         if (pHead->data != TItem(0))
             return pHead->data;
     return TItem(0);
 }
 
 template <class TItem, class TKey, class TCompare>
-void CHashMapStorage<TItem, TKey, TCompare>::AddNodeBlock()
+void CHashMapStorage<TItem, TKey, TCompare>::AddNodes(Ptr& pStorage)
 {
-    const std::size_t nNodes = std::clamp(m_nSize / 5, 256U, 24000U);
-    void* const pBlock = CStaticCRTAllocator::Realloc(nullptr, sizeof(CNodeBlock) + nNodes * sizeof(CNode));
+    static_assert(std::is_trivially_copyable_v<CHashMapStorage> && std::is_trivially_copyable_v<CNode>);
+    const unsigned nSlots = pStorage->m_nSlots + std::max(pStorage->m_nSize / 5, 256U);
+    void* const pBlock =
+        nSlots <= 0x80000000 ? CStaticCRTAllocator::Realloc(pStorage.get(), BlockBytes(nSlots)) : nullptr;
     if (pBlock == nullptr)
         LQThrowMemory(LQSrcLocation{ORVTEXT("orvhashmap"), __LINE__});
-    m_pNodeBlocks = new (pBlock) CNodeBlock{m_pNodeBlocks, nNodes};
-    SetFresh(reinterpret_cast<CNode*>(m_pNodeBlocks + 1), nNodes);
-}
-
-template <class TItem, class TKey, class TCompare>
-void CHashMapStorage<TItem, TKey, TCompare>::FreeNodeBlocks() noexcept
-{
-    while (m_pNodeBlocks != nullptr)
-        CStaticCRTAllocator::Free(std::exchange(m_pNodeBlocks, m_pNodeBlocks->pNext));
+    static_cast<void>(pStorage.release());
+    pStorage.reset(static_cast<CHashMapStorage*>(pBlock));
+    pStorage->m_nSlots = nSlots;
 }
 
 } // namespace OCT
