@@ -116,15 +116,19 @@ int MakeFolders(const std::string& sFolder, mode_t nMode)
     return nError;
 }
 
-/// The file that a link stands for, so that replacing it keeps the link.
+/// The file that a link stands for, there or not, so that replacing it keeps the link.
 std::string ResolveLinks(const std::string& sFile)
 {
-    char* sResolved = realpath(sFile.c_str(), nullptr);
-    if (sResolved == nullptr)
-        return sFile;
-    std::string sResult(sResolved);
-    std::free(sResolved);
-    return sResult;
+    std::filesystem::path file(sFile);
+    std::error_code error;
+    for (int nLinks = 0; nLinks < 40; ++nLinks)
+    {
+        const std::filesystem::path target = std::filesystem::read_symlink(file, error);
+        if (error)
+            break;
+        file = file.parent_path() / target;
+    }
+    return file.string();
 }
 
 } // namespace
@@ -207,7 +211,7 @@ LSTATUS CRegHive::Write(const std::function<LSTATUS(CRegDocument&, bool& bChange
     // that waits on a removed file would lock nothing. Who may only read must not be able to hold it.
     const CDescriptor lock(open((sTarget + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!lock.IsOpen() || !LockFile(lock.Get()))
-        return StatusOfErrno(errno == ENOENT ? nFolderError : errno);
+        return StatusOfErrno(errno != ENOENT ? errno : nFolderError != 0 ? nFolderError : EACCES);
     LSTATUS lStatus = Refresh();
     if (lStatus != ERROR_SUCCESS)
         return lStatus;

@@ -268,6 +268,10 @@ TEST_F(Hive, KeepsLinkAndModeOfTheFile)
     EXPECT_TRUE(std::filesystem::is_symlink(File()));
     EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(folder / "real.reg").permissions());
     EXPECT_NE(std::string::npos, ReadBytes(folder / "real.reg").find("\"v\"=hex:78"));
+
+    std::filesystem::remove(folder / "real.reg");
+    EXPECT_EQ(ERROR_SUCCESS, Set(kKey, ORVTEXT("v"), RegistryValue(REG_BINARY, "y")));
+    EXPECT_NE(std::string::npos, ReadBytes(folder / "real.reg").find("\"v\"=hex:79")) << "made anew";
 }
 
 TEST_F(Hive, ThreadsShareIt)
