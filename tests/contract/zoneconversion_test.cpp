@@ -43,6 +43,7 @@ const TIME_ZONE_INFORMATION EUROPE = {-60, {}, Rule(10, 0, 5, 3), 0, {}, Rule(3,
 const TIME_ZONE_INFORMATION SYDNEY = {-600, {}, Rule(4, 0, 1, 3), 0, {}, Rule(10, 0, 1, 2), -60};
 const TIME_ZONE_INFORMATION SANTIAGO = {
     240, {}, Rule(4, 6, 1, 23, 59, 59, 999), 0, {}, Rule(9, 6, 1, 23, 59, 59, 999), -60};
+const TIME_ZONE_INFORMATION FOURTH = {0, {}, Rule(9, 0, 4, 2), 0, {}, Rule(3, 0, 4, 1), -60}; // not last
 const TIME_ZONE_INFORMATION NEPAL = {-345, {}, {}, 0, {}, {}, 0};
 const TIME_ZONE_INFORMATION DATES = {0, {}, Time(2024, 9, 15, 2), 0, {}, Time(2024, 5, 15, 1), -60};
 
@@ -63,6 +64,7 @@ TEST(ZoneConversion, FollowsTheRulesOfTheRecord)
         // Wine drops the seconds of a rule.
         {SANTIAGO, Time(2024, 4, 7, 2, 58, 59), Time(2024, 4, 6, 23, 58, 59)},
         {SANTIAGO, Time(2024, 4, 7, 3), Time(2024, 4, 6, 23)},
+        {FOURTH, Time(2020, 3, 22, 1), Time(2020, 3, 22, 2)},
         {NEPAL, Time(1999, 12, 31, 18, 15), Time(2000, 1, 1)},
         {DATES, Time(2024, 5, 15, 0, 59, 59), Time(2024, 5, 15, 0, 59, 59)},
         {DATES, Time(2024, 5, 15, 1), Time(2024, 5, 15, 2)},
