@@ -199,7 +199,8 @@ TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)
     CLogQueue second;
     std::string sExpected;
     first.Append(second);
-    // The longest of the pool has 478 bytes.
+    EXPECT_TRUE(CLogMessage::IsPooled(478));
+    EXPECT_FALSE(CLogMessage::IsPooled(479));
     for (const std::size_t nLength : {1, 478, 479, 480, 478, 100000, 477, 476})
     {
         const std::string sLine(nLength, static_cast<char>('a' + sExpected.size() % 26));

@@ -359,8 +359,10 @@ TEST_F(RegistryLog, IsConfiguredByItsKey)
         EXPECT_TRUE(m_log.NeedSQLLogToWorkerDB(17));
         EXPECT_FALSE(m_log.NeedSQLLogToWorkerDB(1));
     }
+    COrvLog child(&m_log, -1, nullptr);
     for (const unsigned nId : {1u, 17u})
-        SQLStrSaveToLog(ORVTEXT("S"), &m_log, LQComErrorData(), nId, -1, ~0u);
+        SQLStrSaveToLog(ORVTEXT("S"), &child, LQComErrorData(), nId, -1, ~0u);
+    child.ReleaseLog();
     EXPECT_EQ("=S> P <t> SQL SUCCEEDED [17]:\r\nSQL 17P\tS\r\n", Written());
 }
 
