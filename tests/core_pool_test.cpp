@@ -227,18 +227,28 @@ TEST(CritSect, ReportsWhatItCannotDo)
                              {"OCT::CCritSect::Unlock", "m_bInitialized", "", "smartcls"}});
 }
 
-TEST(CritSect, GuardReleasesOnceAndOnExceptions)
+/// A lock that counts how often it is held.
+struct CDepth
 {
-    OCT::CCritSect lock;
+    void Lock() { ++m_nDepth; }
+    void Unlock() { --m_nDepth; }
+    int m_nDepth = 0;
+};
+
+TEST(LockGuard, ReleasesOnceAndOnExceptions)
+{
+    CDepth lock;
     const auto hold = [&lock] {
-        OCT::CCritSectGuard outer(&lock);
-        OCT::CCritSectGuard inner(&lock);
+        OCT::CLockGuard<CDepth> outer(&lock);
+        OCT::CLockGuard<CDepth> inner(&lock);
+        EXPECT_EQ(2, lock.m_nDepth);
         inner.Unlock();
         inner.Unlock();
+        EXPECT_EQ(1, lock.m_nDepth);
         throw 1;
     };
     EXPECT_THROW(hold(), int);
-    std::thread([&lock] { OCT::CCritSectGuard guard(&lock); }).join(); // hangs when it is still held
+    EXPECT_EQ(0, lock.m_nDepth);
 }
 
 } // namespace
