@@ -10,6 +10,7 @@
 #include <atomic>
 #include <map>
 #include <sstream>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -292,13 +293,18 @@ TEST_F(Hive, ThreadsShareIt)
 
 TEST_F(Hive, AForkedProcessGoesOn)
 {
-    std::atomic<bool> bStop{false};
-    std::thread writer([&] {
-        for (DWORD dw = 0; !bStop; ++dw)
-            Set(kKey, ORVTEXT("w"), NumberValue(dw));
+    std::atomic<DWORD> dwWrites{0};
+    const std::jthread writer([&](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+        {
+            ++dwWrites;
+            dwWrites.notify_one();
+            Set(kKey, ORVTEXT("w"), NumberValue(dwWrites.load()));
+        }
     });
     for (DWORD dwRound = 0; dwRound < 10; ++dwRound)
     {
+        dwWrites.wait(dwWrites); // most forks then fall into a write
         const pid_t nProcess = fork();
         if (nProcess == 0)
         {
@@ -308,11 +314,9 @@ TEST_F(Hive, AForkedProcessGoesOn)
         }
         int nStatus = -1;
         waitpid(nProcess, &nStatus, 0);
-        EXPECT_EQ(0, nStatus);
+        ASSERT_EQ(0, nStatus);
         EXPECT_EQ(NumberValue(dwRound), Get(kKey, ORVTEXT("child")));
     }
-    bStop = true;
-    writer.join();
 }
 
 TEST_F(Hive, ServesTimeZonesThatNoFileHas)
