@@ -223,9 +223,12 @@ TEST_F(Hive, FollowsAModelThroughRandomChanges)
         LSTATUS lExpected = ERROR_SUCCESS;
         if (random.UpTo(3) != 0)
         {
-            value = RegistryValue(random.UpTo(12), std::string(random.UpTo(40), '\0'));
+            value =
+                RegistryValue(random.UpTo(12) << (4 * random.UpTo(6)), std::string(random.UpTo(40), '\0'));
             for (char& c : value->second)
                 c = static_cast<char>(random.UpTo(1) == 0 ? random.UpTo(255) : random.UpTo(3) * 30);
+            if (random.UpTo(2) == 0)
+                value = TextValue(names[random.UpTo(5)]);
         }
         else
         {
