@@ -17,12 +17,12 @@ constexpr IID kSQLErrorInfo = {0x0C733A74, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0x
 constexpr IID kSQLServerErrorInfo = {
     0x5CF4CA12, 0xEF21, 0x11D0, {0x97, 0xE7, 0x00, 0xC0, 0x4F, 0xC2, 0xAD, 0x98}};
 
-/// An object on the stack of a test that counts its references. The ids are those of the interfaces, in
-/// order.
+/// An object on the stack of a test that counts its references and has some interfaces.
 template <class... Interfaces>
 class CFake : public Interfaces...
 {
 public:
+    /// The ids of the interfaces, in the same order.
     explicit CFake(const std::vector<IID>& ids) : m_ids(ids) {}
     virtual ~CFake() { EXPECT_EQ(0, m_nReferences) << "references that were not given back"; }
 

@@ -7,39 +7,23 @@
 
 #include <shlobj.h>
 
-#include <atomic>
 #include <iomanip>
 #include <thread>
 
 namespace
 {
 
-std::atomic<__time64_t> g_tNow; // logs have threads
+__time64_t g_tNow;
 
-/// Stops the log's clock at a local time such as "2026-03-01 23:59:58" and sets it.
-class CFakeClock
+/// Stops the log's clock at a local time such as "2026-03-01 23:59:58"; not while a log is open.
+void SetClock(const char* sLocal)
 {
-public:
-    explicit CFakeClock(const char* sLocal) : m_pfnReal(g_pfnLogTime)
-    {
-        Set(sLocal);
-        g_pfnLogTime = [] { return g_tNow.load(); };
-    }
-    CFakeClock(const CFakeClock&) = delete;
-    CFakeClock& operator=(const CFakeClock&) = delete;
-    ~CFakeClock() { g_pfnLogTime = m_pfnReal; }
-
-    static void Set(const char* sLocal)
-    {
-        std::tm tm{};
-        std::istringstream(sLocal) >> std::get_time(&tm, "%Y-%m-%d %H:%M:%S");
-        tm.tm_isdst = -1;
-        g_tNow = std::mktime(&tm);
-    }
-
-private:
-    __time64_t (*m_pfnReal)();
-};
+    std::tm tm{};
+    std::istringstream(sLocal) >> std::get_time(&tm, "%Y-%m-%d %H:%M:%S");
+    tm.tm_isdst = -1;
+    g_tNow = std::mktime(&tm);
+    g_pfnLogTime = [] { return g_tNow; };
+}
 
 std::filesystem::path TempFolder()
 {
@@ -71,7 +55,7 @@ using LogWriter = CLogTest;
 
 TEST_F(LogFileName, PeriodsPutTheirDateBeforeTheExtension)
 {
-    const CFakeClock sunday("2026-03-01 07:08:09");
+    SetClock("2026-03-01 07:08:09"); // a Sunday
     const std::pair<const WCHAR*, const char*> formats[] = {{ORVTEXT(""), "test.txt"},
                                                             {ORVTEXT("#MO"), "test_M2603.txt"},
                                                             {ORVTEXT("#mo"), "test_M2603.txt"},
@@ -83,7 +67,7 @@ TEST_F(LogFileName, PeriodsPutTheirDateBeforeTheExtension)
     EXPECT_EQ(m_dir / "v1.2" / "app_D260301.log",
               NameFor(ORVTEXT("#DA") + (m_dir / "v1.2" / "app").string<WCHAR>()));
     EXPECT_TRUE(std::filesystem::is_directory(m_dir / "v1.2")) << "folders are made";
-    sunday.Set("2026-01-01 00:00:00");
+    SetClock("2026-01-01 00:00:00");
     EXPECT_EQ(m_dir / "test_W251229.txt", NameFor(ORVTEXT("#WE") + m_sFile)) << "Monday of the year before";
 }
 
@@ -154,11 +138,10 @@ TEST_F(LogFile, ChangesWithItsPeriod)
     for (const auto& c : cases)
     {
         const CTempDir dir;
-        const CFakeClock clock(c.m_sFirst);
         CLogFile file(COrvStr((c.m_sPeriod + (dir / "app.txt").string()).c_str()));
         for (const char* sTime : {c.m_sFirst, c.m_sSecond})
         {
-            clock.Set(sTime);
+            SetClock(sTime);
             ASSERT_TRUE(file.Prepare());
             EXPECT_EQ(1u, file.Write("x", 1));
         }
@@ -171,11 +154,11 @@ TEST_F(LogFile, ChangesWithItsPeriod)
 
 TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)
 {
-    const CFakeClock clock("2026-03-01 07:08:09");
+    SetClock("2026-03-01 07:08:09");
     CLogFile file(COrvStr((ORVTEXT("#AN") + m_sFile).c_str()));
     ASSERT_TRUE(file.Prepare());
     file.Close();
-    clock.Set("2026-03-05 10:11:12");
+    SetClock("2026-03-05 10:11:12");
     ASSERT_TRUE(file.Prepare());
     EXPECT_TRUE(TextOf(file.Name()).ends_with(ORVTEXT("test_260301_070809.txt")));
 }
@@ -184,13 +167,14 @@ TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)
 
 TEST_F(LogFile, LinesShowTheLocalTime)
 {
-    const CFakeClock clock("2026-03-01 07:08:09");
-    Init(lqlErrors);
-    m_log.LogErr(ORVTEXT("x"));
-    clock.Set("2026-12-31 23:59:00");
-    m_log.LogErr(ORVTEXT("y"));
-    m_log.ReleaseLog();
-    EXPECT_EQ("=E> 260301_070809 x\r\n=E> 261231_235900 y\r\n", ReadBytes(m_file));
+    for (const char* sTime : {"2026-03-01 07:08:09", "2026-12-31 23:59:00"})
+    {
+        SetClock(sTime);
+        Init(lqlErrors);
+        m_log.LogErr(ORVTEXT("x"));
+        m_log.ReleaseLog();
+    }
+    EXPECT_EQ("=E> 260301_070809 x\r\n=E> 261231_235900 x\r\n", ReadBytes(m_file));
 }
 
 TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)

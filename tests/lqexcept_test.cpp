@@ -89,10 +89,8 @@ TEST(Except, FormatsToTheLog)
 
 TEST(Except, HasGenericMessages)
 {
-    EXPECT_EQ(26007u, GetErrorMessResId(lqeMemory, 0));
-    EXPECT_EQ(26006u, GetErrorMessResId(lqeInvalidarg, 0));
+    EXPECT_EQ(26007u, GetErrorMessResId(lqeMemory, 1));
     EXPECT_EQ(26005u, GetErrorMessResId(lqeInvalidarg, 1));
-    EXPECT_EQ(26005u, GetErrorMessResId(lqeInternal, 1));
     EXPECT_EQ(26006u, GetErrorMessResId(lqeInternal, 2));
     EXPECT_EQ(26008u, GetErrorMessResId(lqeWindows, 0));
     EXPECT_EQ(3517u, GetErrorMessResId(lqeUserCancel, 1));

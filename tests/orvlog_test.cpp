@@ -248,18 +248,6 @@ TEST_F(Log, LinesWaitUntilTheFileCanBeOpened)
     EXPECT_EQ("=E> <t> 1\r\n=E> <t> 2\r\n=E> <t> 3\r\n", WithoutTimes(ReadBytes(file)));
 }
 
-TEST_F(Log, AppendsBesideAnotherWriter)
-{
-    WriteBytes(m_file, "first\r\n");
-    Init(lqlErrors);
-    m_log.LogErr(ORVTEXT("1"));
-    while (!ReadBytes(m_file).ends_with(" 1\r\n"))
-        std::this_thread::yield();
-    std::ofstream(m_file, std::ios::binary | std::ios::app) << "other\r\n";
-    m_log.LogErr(ORVTEXT("2"));
-    EXPECT_EQ("first\r\n=E> <t> 1\r\nother\r\n=E> <t> 2\r\n", Written());
-}
-
 ORV_CHILD(LogAtTheEnd)
 {
     static struct CLateLogger

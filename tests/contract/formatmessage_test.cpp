@@ -72,23 +72,3 @@ TEST(FormatMessage, TellsWhyThereIsNoText)
     EXPECT_EQ(Error(ERROR_INSUFFICIENT_BUFFER), Formatted(ORVTEXT("abc"), {}, 3));
     EXPECT_EQ(ORVTEXT("abc"), Formatted(ORVTEXT("abc"), {}, 4));
 }
-
-TEST(FormatMessage, GivesSystemTextsInABufferOfItsOwn)
-{
-    WCHAR* sText = nullptr;
-    const auto Length = [&](DWORD dwCode) {
-        constexpr DWORD dwFlags =
-            FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
-        return FormatMessageW(dwFlags, nullptr, dwCode, 0x400, reinterpret_cast<LPWSTR>(&sText), 0, nullptr);
-    };
-    for (const DWORD dwCode : {DWORD{ERROR_ACCESS_DENIED}, static_cast<DWORD>(E_OUTOFMEMORY)})
-    {
-        ASSERT_LT(3u, Length(dwCode));
-        EXPECT_TRUE(TextOf(sText).ends_with(ORVTEXT(".\r\n")));
-        LocalFree(sText);
-    }
-    sText = nullptr;
-    EXPECT_EQ(0u, Length(0x2FFFFFFF));
-    EXPECT_EQ(DWORD{ERROR_MR_MID_NOT_FOUND}, GetLastError());
-    EXPECT_EQ(nullptr, sText);
-}
