@@ -1,26 +1,7 @@
-#include "support/child_process.h"
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdio>
-
-ORV_CHILD(Echo)
-{
-    for (const auto& sArgument : args)
-        std::printf("<%s>\n", sArgument.c_str());
-    std::fflush(stdout);
-    std::fputs("to stderr\n", stderr);
-    return 3;
-}
-
-TEST(ChildProcess, PassesArgumentsAndCollectsBothStreams)
-{
-    const auto result = CChildProcess("Echo", {"a b", ""}).Wait();
-    EXPECT_EQ(3, result.m_iExitCode);
-    EXPECT_EQ("<a b>\n<>\nto stderr\n", result.m_sOutput);
-}
 
 TEST(ReportCapture, ReadsWhatWasAddedSinceTheLastLook)
 {
