@@ -132,28 +132,28 @@ public:
     {
     }
 
-    // Both forms follow the rule, with room for cchDest units. Of more room than the result takes nothing is
-    // there.
-    void ExpectSame(const std::basic_string<Src>& s, unsigned cchDest, Page... nPage) const
+    // Both forms follow the rule, whatever the room. Of more room than the result takes nothing is there.
+    void ExpectSame(const std::basic_string<Src>& s, const std::vector<unsigned>& vRooms, Page... nPage) const
     {
-        const std::basic_string<Dest> sExpected = Expected(s, cchDest - 1, nPage...);
-        const std::size_t nWhole = Expected(s, SIZE_MAX, nPage...).size() + 1;
-        const std::size_t nBuffer = std::min<std::size_t>(cchDest, nWhole);
-        ASSERT_EQ(sExpected,
-                  Written<Dest>(nBuffer, [&](Dest* p) { return m_Plain(s.c_str(), p, cchDest, nPage...); }))
-            << "room for " << cchDest << ", from " << testing::PrintToString(s);
-        std::basic_string<Src> sLonger = s;
-        sLonger.append(1, 0).append(1, 'x');
-        for (const auto& sSource : {s, sLonger})
+        const std::vector<std::basic_string<Dest>> vCharacters = Characters(s, nPage...);
+        const std::size_t nWhole = Fitting(vCharacters, SIZE_MAX).size() + 1;
+        for (const unsigned cchDest : vRooms)
         {
-            // Memory of its own, so that a read past the end is seen.
-            const auto pSource = std::make_unique<Src[]>(sSource.size());
-            const Src* const pEnd = std::copy(sSource.begin(), sSource.end(), pSource.get());
-            ASSERT_EQ(sExpected, Written<Dest>(nBuffer,
-                                               [&](Dest* p) {
-                                                   return m_Range(pSource.get(), pEnd, p, cchDest, nPage...);
-                                               }))
-                << "room for " << cchDest << ", from the range " << testing::PrintToString(sSource);
+            SCOPED_TRACE("room for " + std::to_string(cchDest) + ", from " + testing::PrintToString(s));
+            const std::basic_string<Dest> sExpected = Fitting(vCharacters, cchDest - 1);
+            const std::size_t nBuffer = std::min<std::size_t>(cchDest, nWhole);
+            const auto CallPlain = [&](Dest* p) { return m_Plain(s.c_str(), p, cchDest, nPage...); };
+            ASSERT_EQ(sExpected, Written<Dest>(nBuffer, CallPlain));
+            for (const auto& sSource : {s, s + Src() + s})
+            {
+                // Memory of its own, so that a read past the end is seen.
+                const auto pSource = std::make_unique<Src[]>(sSource.size());
+                const Src* const pEnd = std::copy(sSource.begin(), sSource.end(), pSource.get());
+                const auto CallRange = [&](Dest* p) {
+                    return m_Range(pSource.get(), pEnd, p, cchDest, nPage...);
+                };
+                ASSERT_EQ(sExpected, Written<Dest>(nBuffer, CallRange)) << "a range";
+            }
         }
     }
 
@@ -194,17 +194,23 @@ public:
     }
 
 private:
-    std::basic_string<Dest> Expected(const std::basic_string<Src>& s, std::size_t nRoom, Page... nPage) const
+    std::vector<std::basic_string<Dest>> Characters(const std::basic_string<Src>& s, Page... nPage) const
     {
-        std::basic_string<Dest> sResult, sChar;
+        std::vector<std::basic_string<Dest>> vCharacters;
         for (std::size_t i = 0; i < s.size();)
-        {
-            i += m_Step(s, i, sChar, nPage...);
+            i += m_Step(s, i, vCharacters.emplace_back(), nPage...);
+        return vCharacters;
+    }
+
+    std::basic_string<Dest> Fitting(const std::vector<std::basic_string<Dest>>& vCharacters,
+                                    std::size_t nRoom) const
+    {
+        std::basic_string<Dest> sResult;
+        for (const std::basic_string<Dest>& sChar : vCharacters)
             if (sChar.size() <= nRoom - sResult.size())
                 sResult += sChar;
             else if (!m_bDrops)
                 break;
-        }
         return sResult;
     }
 
@@ -220,26 +226,6 @@ const CConversion c_unicodeToUtf8{UnicodeToUTF8, UnicodeToUTF8Ex, true, StepUnic
 const CConversion c_utf8ToUnicode{UTF8ToUnicode, UTF8ToUnicodeEx, false, StepUtf8ToUnicode};
 const CConversion c_ansiToUtf8{ANSIToUTF8, ANSIToUTF8Ex, true, StepAnsiToUtf8};
 const CConversion c_utf8ToAnsi{UTF8ToANSI, UTF8ToANSIEx, true, StepUtf8ToAnsi};
-
-constexpr unsigned c_nUnknownPage = 12345;
-
-void ExpectSameFromBytes(const std::string& s, unsigned cchDest)
-{
-    c_utf8ToUnicode.ExpectSame(s, cchDest);
-    for (const unsigned nPage : {1252u, 932u, c_nUnknownPage})
-    {
-        c_ansiToUnicode.ExpectSame(s, cchDest, nPage);
-        c_ansiToUtf8.ExpectSame(s, cchDest, nPage);
-        c_utf8ToAnsi.ExpectSame(s, cchDest, nPage);
-    }
-}
-
-void ExpectSameFromUnits(const Text& s, unsigned cchDest)
-{
-    c_unicodeToUtf8.ExpectSame(s, cchDest);
-    for (const unsigned nPage : {1252u, 932u, c_nUnknownPage})
-        c_unicodeToAnsi.ExpectSame(s, cchDest, nPage);
-}
 
 // Runs of characters of one length, and what stands at the borders of what is allowed.
 std::u32string RandomText(CTestRandom& random)
@@ -275,8 +261,8 @@ TEST(Conversions, EveryTwoBytesAndEveryUnit)
     for (unsigned n = 0x0101; n < 0x10000 && !HasFatalFailure(); ++n)
     {
         if (n & 0xFF)
-            c_utf8ToUnicode.ExpectSame({'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, 8);
-        c_unicodeToUtf8.ExpectSame({ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, 8);
+            c_utf8ToUnicode.ExpectSame({'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, {8});
+        c_unicodeToUtf8.ExpectSame({ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, {8});
     }
 }
 
@@ -304,14 +290,31 @@ TEST(Conversions, AnyTextInAnyRoom)
         std::vector<unsigned> vRooms = {c_aHuge[random.UpTo(3)]};
         for (unsigned cch = 2; cch < sBytes.size() + 4; cch += 1 + random.UpTo(i % 20))
             vRooms.push_back(cch);
-        for (const unsigned cchDest : vRooms)
+        c_utf8ToUnicode.ExpectSame(sBytes, vRooms);
+        c_unicodeToUtf8.ExpectSame(sUnits, vRooms);
+        for (const unsigned nPage : {1252u, 932u})
         {
-            ExpectSameFromBytes(sBytes, cchDest);
-            ExpectSameFromUnits(sUnits, cchDest);
-            if (HasFatalFailure())
-                return;
+            c_unicodeToAnsi.ExpectSame(sUnits, vRooms, nPage);
+            c_ansiToUnicode.ExpectSame(sBytes, vRooms, nPage);
+            c_ansiToUtf8.ExpectSame(sBytes, vRooms, nPage);
+            c_utf8ToAnsi.ExpectSame(sBytes + "end", vRooms, nPage); // a cut sequence would be reported
         }
+        if (HasFatalFailure())
+            return;
     }
+}
+
+TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
+{
+    CReportCapture capture;
+    for (const unsigned nPage : {12345u, 0xFFFFFFFFu})
+    {
+        c_unicodeToAnsi.ExpectSame(ORVTEXT("\u00E9a\u00E9\u4E00b"), {2, 16}, nPage);
+        c_ansiToUnicode.ExpectSame("\xE9\x61\xE9\xE8\x62", {2, 16}, nPage);
+        c_ansiToUtf8.ExpectSame("\xE9\x61\xE9\x62", {2, 16}, nPage);
+        c_utf8ToAnsi.ExpectSame("\xC3\xA9\x61\xC3\xA9\x62", {2, 16}, nPage);
+    }
+    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(Conversions, RangeThatCutsASequenceIsReported)
