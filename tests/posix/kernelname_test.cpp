@@ -31,12 +31,12 @@ TEST(KernelThreadName, IsShortenedInTheMiddleBetweenCharacters)
          "1234\xE2\x82\xAC~\xE2\x82\xAC\xE2\x82\xAC"},
     };
     const DWORD dwWaiting = GetCurrentThreadId();
-    for (const auto& [sName, sExpected] : rows)
+    for (const auto& row : rows)
         std::thread([&] {
-            SetThreadName(dwWaiting, sName);
-            EXPECT_EQ(sExpected, KernelName(dwWaiting));
-            SetThreadName(static_cast<DWORD>(-1), sName);
-            EXPECT_EQ(sExpected, KernelName(GetCurrentThreadId()));
+            SetThreadName(dwWaiting, row.first);
+            EXPECT_EQ(row.second, KernelName(dwWaiting));
+            SetThreadName(static_cast<DWORD>(-1), row.first);
+            EXPECT_EQ(row.second, KernelName(GetCurrentThreadId()));
         }).join();
 }
 
