@@ -166,7 +166,7 @@ TEST(HashMap, TheLockAlsoCountsBelowZero)
 TEST(HashMap, RandomOperationsKeepTheStatedOrder)
 {
     CTestRandom random;
-    for (const unsigned nApproxCount : {0U, 130U, 1000U})
+    for (const unsigned nApproxCount : {0U, 130U, 3000U})
     {
         CMap map(nApproxCount);
         CSlowMap slow(nApproxCount);

@@ -182,11 +182,11 @@ TEST(MidIntSet, BulkInsertionKeepsWhatIsThere)
     CTestRandom random;
     CMIDINTSet set;
     std::set<unsigned> model;
-    for (const unsigned nCount : {10U, 100U, 20000U, 7U, 50000U})
+    for (const unsigned nCount : {10U, 100U, 20000U, 7U, 300000U})
     {
         CValues values(nCount);
         for (unsigned& n : values)
-            n = 1 + random.UpTo(1000000);
+            n = 1 + random.UpTo(100000000);
         set.AddIds(Ids(values));
         model.insert(values.begin(), values.end());
     }
