@@ -41,14 +41,16 @@ TEST(OrvStr, EmptyValuesShareTheEmptyText)
     COrvStr cleared(emptied);
     COrvStr detached(emptied);
     COrvStr blank(ORVTEXT("   "));
+    COrvStr blankToo(blank);
     emptied.Empty();
     cleared.Clear();
     EXPECT_TRUE(detached.Attach(sNull));
     blank.TrimRight();
+    blankToo.TrimLeft();
     const COrvStr abc(ORVTEXT("abc"));
     for (const COrvStr& str :
          {COrvStr(), COrvStr(sNull), COrvStr(ORVTEXT("")), COrvStr(ORVTEXT(""), false), COrvStr(sNarrowNull),
-          COrvStr(""), COrvStr(COrvStr()), emptied, cleared, detached, blank, abc.SubStr(3, 1),
+          COrvStr(""), COrvStr(COrvStr()), emptied, cleared, detached, blank, blankToo, abc.SubStr(3, 1),
           abc.SubStr(0xFFFFFFFF, 0xFFFFFFFF), abc.SubStr(1, 0)})
         EXPECT_EQ(g_sEmpty, Handle(str));
 }

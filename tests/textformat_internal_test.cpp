@@ -38,7 +38,7 @@ TEST(TextFormat, TextOfEitherWidth)
     EXPECT_EQ("[ab][cd]", Print("[%hs][%ls]", "ab", ORVTEXT("cd")));
     EXPECT_EQ("[ab][cd]", Print(ORVTEXT("[%s][%S]"), ORVTEXT("ab"), "cd"));
     EXPECT_EQ("[ab][cd]", Print(ORVTEXT("[%ls][%hs]"), ORVTEXT("ab"), "cd"));
-    EXPECT_EQ("[  ab][ab  ][a]", Print("[%4s][%-4s][%.1s]", "ab", "ab", "ab"));
+    EXPECT_EQ("[  ab][ab  ][a][ab]", Print("[%4s][%-4s][%.1s][%1s]", "ab", "ab", "ab", "ab"));
     EXPECT_EQ("[  ab][ab  ][a]", Print("[%4S][%-4S][%.1S]", ORVTEXT("ab"), ORVTEXT("ab"), ORVTEXT("ab")));
     EXPECT_EQ("x|y| z", Print("%c|%C|%2c", 'x', ORVTEXT('y'), 'z'));
     EXPECT_EQ("(null)(null)", Print("%s%S", static_cast<char*>(nullptr), static_cast<WCHAR*>(nullptr)));
@@ -100,6 +100,21 @@ TEST(TextFormat, ConversionsWithoutAnArgumentOfTheirTypePrintNothing)
     EXPECT_EQ("[x][]", PrintAs("[%s][%s]", "%s", "x"));
     EXPECT_EQ("[][]", PrintAs("[%s][%I64d]", "plain"));
     EXPECT_EQ("[][5]", PrintAs("[%S][%d]", "%d", 5));
+}
+
+TEST(TextFormat, ArgumentsBeyondTheLastThatIsFetchedPrintNothing)
+{
+    std::string sFormat, sExpected;
+    for (int i = 0; i < 70; ++i)
+    {
+        sFormat += "%d";
+        sExpected += i < 62 ? std::to_string(i % 10) : ""; // of 64 a conversion may need three
+    }
+    const auto PrintAll = [&]<int... i>(std::integer_sequence<int, i...>)
+    {
+        return Print(sFormat.c_str(), i % 10 ...);
+    };
+    EXPECT_EQ(sExpected, PrintAll(std::make_integer_sequence<int, 70>()));
 }
 
 TEST(TextFormat, CutsAtTheCapacityAndSaysSo)
