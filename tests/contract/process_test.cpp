@@ -35,12 +35,8 @@ TEST(Module, IsFoundByAnAddressInside)
     EXPECT_FALSE(GetModuleHandleExW(dwFlags, reinterpret_cast<LPCWSTR>(&nOnStack), &hByAddress));
     EXPECT_EQ(nullptr, hByAddress);
     WCHAR sFile[1024];
-    for (const HMODULE hModule : {hProgram, HMODULE{}})
-    {
-        const DWORD nLength = GetModuleFileNameW(hModule, sFile, 1024);
-        EXPECT_EQ(TextOf(sFile).size(), nLength);
-        EXPECT_TRUE(std::filesystem::equivalent(TestProgram(), sFile));
-    }
+    EXPECT_LT(0u, GetModuleFileNameW(hProgram, sFile, 1024));
+    EXPECT_TRUE(std::filesystem::equivalent(TestProgram(), sFile));
     EXPECT_EQ(5u, GetModuleFileNameW(nullptr, sFile, 5));
 }
 
