@@ -174,6 +174,10 @@ TEST_F(Registry, GrantsWhatTheHandleWasOpenedFor)
     EXPECT_EQ(ERROR_ACCESS_DENIED, Query(hWrite, ORVTEXT("v")));
     EXPECT_EQ(ERROR_ACCESS_DENIED, Enumerate(hRead, RegEnumKeyExW, 0).first);
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(hRead, ORVTEXT("v")));
+    HKEY hKey = nullptr;
+    EXPECT_EQ(ERROR_SUCCESS,
+              RegCreateKeyExW(hRead, ORVTEXT("x"), 0, nullptr, 0, KEY_READ, nullptr, &hKey, nullptr));
+    m_opened.push_back(hKey);
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(hWrite, ORVTEXT("v")));
 }
 
