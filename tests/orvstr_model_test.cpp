@@ -34,7 +34,7 @@ public:
         // A cut of this one, which may reach past its end.
         const unsigned nFrom = m_random.UpTo(Size(text) + 2);
         const unsigned nCount = m_random.UpTo(30);
-        switch (m_random.UpTo(20))
+        switch (m_random.UpTo(24))
         {
         case 0: str = other, text = otherText; break;
         case 1: str = COrvStr(other), text = otherText; break;
@@ -58,14 +58,18 @@ public:
         case 12: Replace(str, text, m_random.UpTo(2) != 0 ? ORVTEXT("a.") : sPlace); break;
         case 13: str.MakeUpper(), Shift(text, ORVTEXT('a'), ORVTEXT('z'), -32); break;
         case 14: str.MakeLower(), Shift(text, ORVTEXT('A'), ORVTEXT('Z'), 32); break;
-        case 15: str.TrimLeft(), text.erase(0, text.find_first_not_of(m_spaces)); break;
-        case 16: str.TrimRight(), text.resize(text.find_last_not_of(m_spaces) + 1); break;
+        case 15: str.TrimLeft(), TrimLeft(text); break;
+        case 16: str.TrimRight(), TrimRight(text); break;
         case 17: str = std::move(static_cast<COrvStr&>(str)); break;
         // The source looks at text that the target gives up.
         case 18: str = COrvStr(sPlace, false), text = otherText.substr(nAt); break;
         case 19:
             str = static_cast<const COrvStr&>(COrvStr(sPlace, false)), text = otherText.substr(nAt);
             break;
+        case 20: str.Trim(), TrimLeft(text), TrimRight(text); break;
+        case 21: str.RemoveExt(ORVTEXT('.')), text = text.substr(0, text.rfind(ORVTEXT('.'))); break;
+        case 22: str.AddBackslashToEnd(), text += EndsInSeparator(text) ? ORVTEXT("") : ORVTEXT("\\"); break;
+        case 23: str.RemoveBackslashFromEnd(), text.resize(text.size() - EndsInSeparator(text)); break;
         default: str.Empty(), text.clear(); break;
         }
         // Appending values to each other doubles them.
@@ -102,7 +106,7 @@ private:
     {
         constexpr unsigned lengths[] = {0,   1,   2,   5,   19,  20,  21,  39,  40,  41,
                                         149, 150, 151, 399, 400, 401, 504, 506, 1100};
-        const Text units = ORVTEXT("aaaabcXYz.[`{@\x00E9\x0131") + m_spaces;
+        const Text units = ORVTEXT("aaaabcXYz..[`{@\\/\x00E9\x0131") + m_spaces;
         Text text(lengths[m_random() % std::size(lengths)], 0);
         for (WCHAR& c : text)
             c = units[m_random() % units.size()];
@@ -120,6 +124,14 @@ private:
             return;
         for (std::size_t nAt = text.find(find); nAt != text.npos; nAt = text.find(find, nAt + with.size()))
             text.replace(nAt, find.size(), with);
+    }
+
+    void TrimLeft(Text& text) const { text.erase(0, text.find_first_not_of(m_spaces)); }
+    void TrimRight(Text& text) const { text.resize(text.find_last_not_of(m_spaces) + 1); }
+
+    static bool EndsInSeparator(const Text& text)
+    {
+        return text.ends_with(ORVTEXT('\\')) || text.ends_with(ORVTEXT('/'));
     }
 
     static void Shift(Text& text, WCHAR cFirst, WCHAR cLast, int iBy)
