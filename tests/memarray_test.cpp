@@ -283,7 +283,7 @@ TYPED_TEST(MarrayModel, RandomOperations)
     {
         const unsigned nSize = array.GetSize();
         const unsigned idx = random.UpTo(nSize), nTo = random.UpTo(nSize);
-        const unsigned nCount = random.UpTo(nSize - idx);
+        const unsigned nCount = std::min(random.UpTo(nSize - idx), 300U);
         const int iValue = static_cast<int>(random.UpTo(1000));
         switch (random.UpTo(nSize > 700 ? 13 : 6))
         {
@@ -325,7 +325,7 @@ TYPED_TEST(MarrayModel, RandomOperations)
             break;
         }
         default:
-            array.RemoveAt(idx, std::min(nCount, random.UpTo(9) == 0 ? nSize : 9U));
+            array.RemoveAt(idx, std::min(nCount, random.UpTo(9) == 0 ? nSize : 2U));
             model.erase(model.begin() + idx, model.begin() + idx + (nSize - array.GetSize()));
         }
         ASSERT_EQ(Values(array), model) << "step " << iStep;
