@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 TEST(LoadStringRes, FindsWhatTheTablesHold)
 {
     constexpr struct
@@ -83,35 +81,23 @@ TEST(LoadStringRes, AskTheHandlerWhenNoModuleIsGiven)
 TEST(LoadDBStringRes, TokensAtTheBeginning)
 {
     const CCurrentTestResources current;
-    constexpr struct
-    {
-        std::string_view sSource;
-        const char* sText; ///< null: no token
-    } rows[] = {{"##7##", "seven"},
-                {"##000000007## and more", "seven"},
-                {"##8##", "Error: Resource string could not be loaded!"},
-                {"##999999999##", "Error: Resource string could not be loaded!"},
-                {"#7##", nullptr},
-                {"##7#", nullptr},
-                {"##7", nullptr},
-                {"####", nullptr},
-                {"##0##", nullptr},
-                {"##-7##", nullptr},
-                {"##0000000007##", nullptr},
-                {" ##7##", nullptr},
-                {"", nullptr}};
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.sSource);
-        const Text source(row.sSource.begin(), row.sSource.end());
-        const std::string text = row.sText != nullptr ? row.sText : "?";
-        WCHAR sWide[50] = {ORVTEXT('?'), 0};
-        EXPECT_EQ(row.sText != nullptr, LoadDBStringResW(source.c_str(), sWide, 1));
-        EXPECT_EQ(Text(text.begin(), text.end()), sWide);
-        char sNarrow[50] = "?";
-        EXPECT_EQ(row.sText != nullptr, LoadDBStringResA(row.sSource.data(), sNarrow, 50));
-        EXPECT_EQ(text, sNarrow);
-    }
+    const auto Load = [](const std::string& sSource) {
+        char sNarrow[50] = "(none)";
+        WCHAR sWide[50] = ORVTEXT("(none)");
+        const bool bLoaded = LoadDBStringResA(sSource.c_str(), sNarrow, 50);
+        EXPECT_EQ(bLoaded, LoadDBStringResW(Text(sSource.begin(), sSource.end()).c_str(), sWide, 1));
+        const std::string sText = sNarrow;
+        EXPECT_EQ(Text(sText.begin(), sText.end()), sWide);
+        EXPECT_EQ(bLoaded, sText != "(none)");
+        return sText;
+    };
+    EXPECT_EQ("seven", Load("##7##"));
+    EXPECT_EQ("seven", Load("##000000007## and more"));
+    EXPECT_EQ("Error: Resource string could not be loaded!", Load("##8##"));
+    EXPECT_EQ("Error: Resource string could not be loaded!", Load("##999999999##"));
+    for (const char* sSource :
+         {"#7##", "##7#", "##7", "####", "##0##", "##-7##", "##0000000007##", " ##7##", ""})
+        EXPECT_EQ("(none)", Load(sSource)) << sSource;
     char sText[50] = "##1000##";
     EXPECT_FALSE(LoadDBStringResA(sText, sText, 0));
     EXPECT_FALSE(LoadDBStringResA(nullptr, sText, 50));
@@ -124,29 +110,22 @@ TEST(LoadDBStringRes, TokensAtTheBeginning)
 TEST(ReplaceToken, EveryTokenOfAText)
 {
     const CCurrentTestResources current;
-    constexpr struct
-    {
-        const WCHAR* sSource;
-        unsigned nBufferChars;
-        const WCHAR* sText;
-    } rows[] = {{ORVTEXT("<##7##|##1##>"), 100, ORVTEXT("<seven|first>")},
-                {ORVTEXT("##7####1##"), 100, ORVTEXT("sevenfirst")},
-                {ORVTEXT("a##0##b##x#7##c##"), 100, ORVTEXT("a##0##b##x#7##c##")},
-                {ORVTEXT("###7##"), 100, ORVTEXT("#seven")},
-                {ORVTEXT("plain"), 3, ORVTEXT("pl")},
-                {ORVTEXT("plain"), 1, ORVTEXT("")},
-                {ORVTEXT("a##7##b"), 7, ORVTEXT("aseven")},
-                {ORVTEXT("a##7##b"), 6, ORVTEXT("ab")},
-                {ORVTEXT(""), 100, ORVTEXT("")}};
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(testing::PrintToString(Text(row.sSource)));
+    const auto Replaced = [](const WCHAR* sSource, unsigned nBufferChars = 100) {
         WCHAR sBuffer[100];
         unsigned nLength = 77;
-        EXPECT_EQ(sBuffer, ReplaceTokenW(row.sSource, &nLength, sBuffer, row.nBufferChars));
-        EXPECT_EQ(Text(row.sText), sBuffer);
+        EXPECT_EQ(sBuffer, ReplaceTokenW(sSource, &nLength, sBuffer, nBufferChars));
         EXPECT_EQ(Text(sBuffer).size(), nLength);
-    }
+        return Text(sBuffer);
+    };
+    EXPECT_EQ(ORVTEXT("<seven|first>"), Replaced(ORVTEXT("<##7##|##1##>")));
+    EXPECT_EQ(ORVTEXT("sevenfirst"), Replaced(ORVTEXT("##7####1##")));
+    EXPECT_EQ(ORVTEXT("a##0##b##x#7##c##"), Replaced(ORVTEXT("a##0##b##x#7##c##")));
+    EXPECT_EQ(ORVTEXT("#seven"), Replaced(ORVTEXT("###7##")));
+    EXPECT_EQ(ORVTEXT(""), Replaced(ORVTEXT("")));
+    EXPECT_EQ(ORVTEXT("pl"), Replaced(ORVTEXT("plain"), 3));
+    EXPECT_EQ(ORVTEXT(""), Replaced(ORVTEXT("plain"), 1));
+    EXPECT_EQ(ORVTEXT("aseven"), Replaced(ORVTEXT("a##7##b"), 7));
+    EXPECT_EQ(ORVTEXT("ab"), Replaced(ORVTEXT("a##7##b"), 6));
     WCHAR cBuffer = ORVTEXT('?');
     EXPECT_EQ(&cBuffer, ReplaceTokenW(ORVTEXT("a##7##b"), nullptr, &cBuffer, 0));
     EXPECT_EQ(ORVTEXT('?'), cBuffer) << "no room, no terminator";

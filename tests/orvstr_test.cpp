@@ -266,29 +266,22 @@ TEST(OrvStr, CapitalizesOneUnit)
 
 TEST(OrvStr, AddPath)
 {
-    constexpr struct
-    {
-        const WCHAR* sBefore;
-        const WCHAR* sPath;
-        const WCHAR* sAfter;
-        WCHAR cSep = ORVTEXT('\\');
-    } rows[] = {{ORVTEXT("dir"), ORVTEXT("file"), ORVTEXT("dir\\file")},
-                {ORVTEXT("dir/"), ORVTEXT("\\file"), ORVTEXT("dir/file")},
-                {ORVTEXT("dir/"), ORVTEXT("file"), ORVTEXT("dir/file")},
-                {ORVTEXT("dir"), ORVTEXT("/file"), ORVTEXT("dir/file")},
-                {ORVTEXT(" dir "), ORVTEXT(" file "), ORVTEXT("dir \\file ")},
-                {ORVTEXT("  "), ORVTEXT(" file"), ORVTEXT(" file")},
-                {ORVTEXT(" dir"), ORVTEXT(" \t"), ORVTEXT(" dir")},
-                {ORVTEXT(" dir"), ORVTEXT(""), ORVTEXT(" dir")},
-                {ORVTEXT(" dir"), nullptr, ORVTEXT(" dir")},
-                {ORVTEXT("a"), ORVTEXT("b"), ORVTEXT("a:b"), ORVTEXT(':')},
-                {ORVTEXT("a"), ORVTEXT("b"), ORVTEXT("ab"), 0}};
-    for (const auto& row : rows)
-    {
-        COrvStr str(row.sBefore);
-        str.AddPath(row.sPath, row.cSep);
-        EXPECT_TRUE(Holds(str, row.sAfter));
-    }
+    const auto Joined = [](const WCHAR* sText, const WCHAR* sPath, WCHAR cSep = ORVTEXT('\\')) {
+        COrvStr str(sText);
+        str.AddPath(sPath, cSep);
+        EXPECT_EQ(TextOf(str).size(), str.GetLength());
+        return TextOf(str);
+    };
+    EXPECT_EQ(ORVTEXT("dir\\file"), Joined(ORVTEXT("dir"), ORVTEXT("file")));
+    EXPECT_EQ(ORVTEXT("dir/file"), Joined(ORVTEXT("dir/"), ORVTEXT("\\file")));
+    EXPECT_EQ(ORVTEXT("dir/file"), Joined(ORVTEXT("dir/"), ORVTEXT("file")));
+    EXPECT_EQ(ORVTEXT("dir/file"), Joined(ORVTEXT("dir"), ORVTEXT("/file")));
+    EXPECT_EQ(ORVTEXT("dir \\file "), Joined(ORVTEXT(" dir "), ORVTEXT(" file ")));
+    EXPECT_EQ(ORVTEXT(" file"), Joined(ORVTEXT("  "), ORVTEXT(" file")));
+    EXPECT_EQ(ORVTEXT(" dir"), Joined(ORVTEXT(" dir"), ORVTEXT(" \t")));
+    EXPECT_EQ(ORVTEXT(" dir"), Joined(ORVTEXT(" dir"), nullptr));
+    EXPECT_EQ(ORVTEXT("a:b"), Joined(ORVTEXT("a"), ORVTEXT("b"), ORVTEXT(':')));
+    EXPECT_EQ(ORVTEXT("ab"), Joined(ORVTEXT("a"), ORVTEXT("b"), 0));
     COrvStr str(ORVTEXT("ext"));
     str.AddPath(Handle(str) + 1, ORVTEXT('\\'));
     EXPECT_TRUE(Holds(str, ORVTEXT("ext\\xt"))) << "its own text";

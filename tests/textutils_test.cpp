@@ -78,26 +78,19 @@ TEST(NaiveNumbers, ReportNull)
 
 TEST(UcnToUnicode, DecodesUpToTheFirstMistake)
 {
-    const struct
-    {
-        const char* m_sText;
-        int m_cchDest;
-        Text m_sResult;
-    } c_aRows[] = {{"a\\u0041b", 16, ORVTEXT("aAb")},
-                   {"\\u20aC\\uD83D\\uDE00", 16, ORVTEXT("\u20AC\U0001F600")},
-                   {"ab\\x41", 16, ORVTEXT("ab")},
-                   {"ab\\u00G1", 16, ORVTEXT("ab")},
-                   {"ab\\u00", 16, ORVTEXT("ab")},
-                   {"ab\\", 16, ORVTEXT("ab")},
-                   {"\x80\xFF", 16, ORVTEXT("\uFF80\uFFFF")},
-                   {"abc", 3, ORVTEXT("ab")},
-                   {"abc", 1, ORVTEXT("")}};
-    for (const auto& row : c_aRows)
-    {
+    const auto Decoded = [](const char* sText, int cchDest = 16) {
         WCHAR aDest[17] = ORVTEXT("----------------");
-        EXPECT_EQ(static_cast<int>(row.m_sResult.size()), UCNToUnicode(row.m_sText, aDest, row.m_cchDest));
-        EXPECT_EQ(row.m_sResult, aDest) << row.m_sText;
-    }
+        const int n = UCNToUnicode(sText, aDest, cchDest);
+        EXPECT_EQ(static_cast<int>(Text(aDest).size()), n);
+        return Text(aDest);
+    };
+    EXPECT_EQ(ORVTEXT("aAb"), Decoded("a\\u0041b"));
+    EXPECT_EQ(ORVTEXT("\u20AC\U0001F600"), Decoded("\\u20aC\\uD83D\\uDE00"));
+    EXPECT_EQ(ORVTEXT("\uFF80\uFFFF"), Decoded("\x80\xFF"));
+    for (const char* sMistake : {"ab\\x41", "ab\\u00G1", "ab\\u00", "ab\\"})
+        EXPECT_EQ(ORVTEXT("ab"), Decoded(sMistake)) << sMistake;
+    EXPECT_EQ(ORVTEXT("ab"), Decoded("abc", 3));
+    EXPECT_EQ(ORVTEXT(""), Decoded("abc", 1));
     WCHAR cDest = 'x';
     EXPECT_EQ(0, UCNToUnicode("a", &cDest, 0));
     EXPECT_EQ(0, UCNToUnicode("a", &cDest, -1));
