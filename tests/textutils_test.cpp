@@ -122,35 +122,26 @@ TEST(LuhnKey, IsTheCheckDigit)
 TEST(TextFile, EncodingIsRecognized)
 {
     using namespace std::string_literals;
-    const struct
-    {
-        const char* m_sCase;
-        std::string m_sData;
-        Text m_sText;
-    } c_aRows[] = {
-        {"ASCII", "plain", ORVTEXT("plain")},
-        {"UTF-16 with mark", "\xFF\xFE\x61\0\xAC\x20"s, ORVTEXT("a\u20AC")},
-        {"only a mark", "\xFF\xFE", ORVTEXT("")},
-        {"UTF-16 with mark and terminator", "\xFF\xFE\x61\0\0\0"s, ORVTEXT("a")},
-        {"UTF-16 with mark, odd", "\xFF\xFE\x61\0b"s, ORVTEXT("a")},
-        {"UTF-16 without mark", "a\0b\0"s, ORVTEXT("ab")},
-        {"too few zeros for UTF-16", "abc\0ef"s, ORVTEXT("abc")},
-        {"zeros in odd data", "a\0b\0c"s, ORVTEXT("a")},
-        {"damaged UTF-8 with mark", "\xEF\xBB\xBF\x61\xE9z", ORVTEXT("a\uFFFDz")},
-        {"only a UTF-8 mark", "\xEF\xBB\xBF", ORVTEXT("")},
-        {"UTF-8 without mark", "\xC3\xA9\xF0\x9F\x98\x80", ORVTEXT("\u00E9\U0001F600")},
-        {"sequence past the end", "a\xC3", ORVTEXT("a\u00C3")},
-        {"sequence with ASCII inside", "\xE9t\xE9", ORVTEXT("\u00E9t\u00E9")},
-        {"not UTF-8, yet passes the check", "\x80\x80", ORVTEXT("\uFFFD\uFFFD")},
+    const auto Converted = [](const std::string& s) {
+        Text sOut(s.size() + 1, 0x5A5A);
+        const auto n = GetTextFileContents(s.data(), static_cast<unsigned>(s.size()), sOut.data());
+        EXPECT_EQ(Text(sOut.c_str()).size(), n);
+        return Text(sOut.c_str());
     };
-    for (const auto& row : c_aRows)
-    {
-        const auto cb = static_cast<unsigned>(row.m_sData.size());
-        Text sOut(cb + 1, 0x5A5A);
-        EXPECT_EQ(row.m_sText.size(), GetTextFileContents(row.m_sData.data(), cb, sOut.data()))
-            << row.m_sCase;
-        EXPECT_EQ(row.m_sText, sOut.c_str()) << row.m_sCase;
-    }
+    EXPECT_EQ(ORVTEXT("plain"), Converted("plain")) << "ASCII";
+    EXPECT_EQ(ORVTEXT("a\u20AC"), Converted("\xFF\xFE\x61\0\xAC\x20"s)) << "UTF-16 with mark";
+    EXPECT_EQ(ORVTEXT(""), Converted("\xFF\xFE")) << "only a mark";
+    EXPECT_EQ(ORVTEXT("a"), Converted("\xFF\xFE\x61\0\0\0"s)) << "UTF-16 with mark and terminator";
+    EXPECT_EQ(ORVTEXT("a"), Converted("\xFF\xFE\x61\0b"s)) << "UTF-16 with mark, odd";
+    EXPECT_EQ(ORVTEXT("ab"), Converted("a\0b\0"s)) << "UTF-16 without mark";
+    EXPECT_EQ(ORVTEXT("abc"), Converted("abc\0ef"s)) << "too few zeros for UTF-16";
+    EXPECT_EQ(ORVTEXT("a"), Converted("a\0b\0c"s)) << "zeros in odd data";
+    EXPECT_EQ(ORVTEXT("a\uFFFDz"), Converted("\xEF\xBB\xBF\x61\xE9z")) << "damaged UTF-8 with mark";
+    EXPECT_EQ(ORVTEXT(""), Converted("\xEF\xBB\xBF")) << "only a UTF-8 mark";
+    EXPECT_EQ(ORVTEXT("\u00E9\U0001F600"), Converted("\xC3\xA9\xF0\x9F\x98\x80")) << "UTF-8 without mark";
+    EXPECT_EQ(ORVTEXT("a\u00C3"), Converted("a\xC3")) << "sequence past the end";
+    EXPECT_EQ(ORVTEXT("\u00E9t\u00E9"), Converted("\xE9t\xE9")) << "sequence with ASCII inside";
+    EXPECT_EQ(ORVTEXT("\uFFFD\uFFFD"), Converted("\x80\x80")) << "not UTF-8, yet passes the check";
     WCHAR aOut[8];
     EXPECT_EQ(3u, GetTextFileContents("a\xC3\xA9z", 0, aOut)) << "terminated data";
     EXPECT_EQ(0u, GetTextFileContents("", 0, aOut));
