@@ -1,23 +1,8 @@
+// What the library relies on; that blocks hold their texts is tested with loading them.
 #include "support/temp_dir.h"
 #include "support/test_strings.h"
-#include "support/text.h"
 
 #include <gtest/gtest.h>
-
-TEST(Resource, BlocksAreFoundByNumber)
-{
-    const CTestResources library;
-    ASSERT_NE(nullptr, library);
-    const HRSRC hBlock = FindResourceW(library, MAKEINTRESOURCEW(1), RT_STRING);
-    ASSERT_NE(nullptr, hBlock);
-    // Sixteen texts behind their lengths: ids 1, 7 and 15.
-    const Text expected(
-        TextView(ORVTEXT("\0\5first\0\0\0\0\0\5seven\0\0\0\0\0\0\0\x11last of its block"), 43));
-    const DWORD nBytes = SizeofResource(library, hBlock);
-    ASSERT_GE(nBytes, expected.size() * sizeof(WCHAR));
-    const auto* const pText = static_cast<const WCHAR*>(LockResource(LoadResource(library, hBlock)));
-    EXPECT_EQ(expected, TextView(pText, expected.size()));
-}
 
 TEST(Resource, MissingNamesAndTypesAreToldApart)
 {
