@@ -27,6 +27,9 @@ namespace OCT
 /// nCount / fLoadFactor, or the last one.
 ORV_API unsigned HashBucketCount(unsigned nCount, float fLoadFactor) noexcept;
 
+/// Fewer buckets than this are a small table.
+constexpr unsigned SmallHashBuckets = 2000;
+
 /// The remainder by a divisor above 1 that is not a power of two, by multiplication. With s = 32 + floor(log2
 /// d), one of the multipliers that enclose 2^s / d is near enough for every 32-bit value, the lower one with
 /// the value increased by one.
@@ -160,9 +163,6 @@ private:
         }
     };
 
-    /// Fewer buckets than this are a small table.
-    static constexpr unsigned SmallBuckets = 2000;
-
     CHashMapStorage(unsigned nApproxCount, float fLoadFactor, unsigned nBuckets) noexcept;
 
     CNode* Slots() const noexcept { return reinterpret_cast<CNode*>(const_cast<CHashMapStorage*>(this) + 1); }
@@ -175,7 +175,7 @@ private:
     TItem FindIn(const CNode& head, TKey key, void* pContext) const noexcept
     {
         const CNode* pNode = &head;
-        if (m_nBuckets >= SmallBuckets)
+        if (m_nBuckets >= SmallHashBuckets)
             pNode += head.nNext & -static_cast<int>(!TCompare::IsEqual(head.data, key, pContext));
         do
         {
@@ -227,7 +227,7 @@ private:
     /// Buckets, then spare nodes.
     static unsigned SlotCount(unsigned nBuckets) noexcept
     {
-        return nBuckets < SmallBuckets ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
+        return nBuckets < SmallHashBuckets ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
     }
 
     static std::uint64_t BlockBytes(unsigned nSlots) noexcept

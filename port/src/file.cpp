@@ -56,32 +56,18 @@ int OpenRetrying(const std::string& sPath, int nFlags)
 }
 
 // Opens what exists or creates it; tells which. Another process may create or delete the file in between.
-int OpenOrCreate(const std::string& sPath, int nFlags, int nFlagsOfExisting, bool& bExisted)
+int OpenOrCreate(const std::string& sPath, int nFlags, bool& bExisted)
 {
     for (;;)
     {
         bExisted = true;
-        int fd = OpenRetrying(sPath, nFlags | nFlagsOfExisting);
+        int fd = OpenRetrying(sPath, nFlags);
         if (fd >= 0 || errno != ENOENT)
             return fd;
         bExisted = false;
         fd = OpenRetrying(sPath, nFlags | O_CREAT | O_EXCL);
         if (fd >= 0 || errno != EEXIST)
             return fd;
-    }
-}
-
-int Open(const std::string& sPath, int nFlags, DWORD dwDisposition, bool& bExisted)
-{
-    bExisted = false;
-    switch (dwDisposition)
-    {
-    case CREATE_NEW: return OpenRetrying(sPath, nFlags | O_CREAT | O_EXCL);
-    case CREATE_ALWAYS: return OpenOrCreate(sPath, nFlags, O_TRUNC, bExisted);
-    case OPEN_ALWAYS: return OpenOrCreate(sPath, nFlags, 0, bExisted);
-    case OPEN_EXISTING: return OpenRetrying(sPath, nFlags);
-    case TRUNCATE_EXISTING: return OpenRetrying(sPath, nFlags | O_TRUNC);
-    default: errno = EINVAL; return -1;
     }
 }
 
@@ -135,11 +121,16 @@ HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
                    HANDLE) noexcept
 try
 {
+    if (dwCreationDisposition != OPEN_ALWAYS)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return INVALID_HANDLE_VALUE;
+    }
     const std::string sPath = PortPath(lpFileName);
     const bool bInherit = lpSecurityAttributes && lpSecurityAttributes->bInheritHandle;
     bool bExisted;
-    const int fd = Open(sPath, AccessFlags(dwDesiredAccess) | O_NOCTTY | (bInherit ? 0 : O_CLOEXEC),
-                        dwCreationDisposition, bExisted);
+    const int fd =
+        OpenOrCreate(sPath, AccessFlags(dwDesiredAccess) | O_NOCTTY | (bInherit ? 0 : O_CLOEXEC), bExisted);
     struct stat st;
     if (fd >= 0 && ::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode))
     {
@@ -150,8 +141,6 @@ try
     if (fd < 0)
     {
         FailForPath(sPath);
-        if (dwCreationDisposition == CREATE_NEW && GetLastError() == ERROR_ALREADY_EXISTS)
-            SetLastError(ERROR_FILE_EXISTS);
         return INVALID_HANDLE_VALUE;
     }
     CFile* pFile = new (std::nothrow) CFile(fd);
@@ -203,10 +192,7 @@ DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveH
     if (lpDistanceToMoveHigh)
         nDistance = static_cast<off_t>(static_cast<ULONGLONG>(*lpDistanceToMoveHigh) << 32 |
                                        static_cast<DWORD>(lDistanceToMove));
-    const int nWhence = dwMoveMethod == FILE_BEGIN     ? SEEK_SET
-                        : dwMoveMethod == FILE_CURRENT ? SEEK_CUR
-                                                       : SEEK_END;
-    const off_t nPosition = ::lseek(pFile->m_fd, nDistance, nWhence);
+    const off_t nPosition = ::lseek(pFile->m_fd, nDistance, dwMoveMethod == FILE_BEGIN ? SEEK_SET : SEEK_END);
     if (nPosition < 0)
     {
         PortFail();

@@ -88,11 +88,6 @@ inline LONG InterlockedIncrement(LONG volatile* lpAddend) noexcept
     return __atomic_add_fetch(lpAddend, 1, __ATOMIC_SEQ_CST);
 }
 
-inline LONG InterlockedDecrement(LONG volatile* lpAddend) noexcept
-{
-    return __atomic_sub_fetch(lpAddend, 1, __ATOMIC_SEQ_CST);
-}
-
 inline LONG InterlockedExchange(LONG volatile* Target, LONG Value) noexcept
 {
     return __atomic_exchange_n(Target, Value, __ATOMIC_SEQ_CST);
@@ -101,22 +96,4 @@ inline LONG InterlockedExchange(LONG volatile* Target, LONG Value) noexcept
 inline LONG InterlockedExchangeAdd(LONG volatile* Addend, LONG Value) noexcept
 {
     return __atomic_fetch_add(Addend, Value, __ATOMIC_SEQ_CST);
-}
-
-inline LONG InterlockedCompareExchange(LONG volatile* Destination, LONG Exchange, LONG Comperand) noexcept
-{
-    __atomic_compare_exchange_n(Destination, &Comperand, Exchange, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-    return Comperand;
-}
-
-inline PVOID InterlockedExchangePointer(PVOID volatile* Target, PVOID Value) noexcept
-{
-    return __atomic_exchange_n(Target, Value, __ATOMIC_SEQ_CST);
-}
-
-inline PVOID InterlockedCompareExchangePointer(PVOID volatile* Destination, PVOID Exchange,
-                                               PVOID Comperand) noexcept
-{
-    __atomic_compare_exchange_n(Destination, &Comperand, Exchange, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-    return Comperand;
 }
