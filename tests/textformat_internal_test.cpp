@@ -69,6 +69,7 @@ TEST(TextFormat, Integers)
     EXPECT_EQ("0x0000FF08 007", Print("0x%08lX %03d", 0xFF08, 7));
     EXPECT_EQ("[   42][42   ][  042][-0042]", Print("[%5d][%-5d][%5.3d][%05d]", 42, 42, 42, -42));
     EXPECT_EQ("[ 42][+42][0x2a][052]", Print("[% d][%+d][%#x][%#o]", 42, 42, 42, 42));
+    EXPECT_EQ("[0][0][]", Print("[%#o][%#.0o][%#.0x]", 0, 0, 0));
     EXPECT_EQ("[  7][007][7  ]", Print("[%*d][%.*d][%*d]", 3, 7, 3, 7, -3, 7));
     EXPECT_EQ("[]", Print("[%.0d]", 0));
     EXPECT_EQ(sizeof(void*) == 8 ? "00000000001ABCDE" : "001ABCDE",

@@ -110,7 +110,7 @@ void PutInteger(CFormatSink<Char>& sink, const CConversion<Char>& conversion, st
         text.m_sPrefix = conversion.m_cType == 'X' ? "0X" : "0x";
     if (conversion.m_nPrecision > static_cast<int>(text.m_sDigits.size()))
         text.m_nZeros = static_cast<std::size_t>(conversion.m_nPrecision) - text.m_sDigits.size();
-    else if (conversion.m_bAlternate && conversion.m_cType == 'o' && nMagnitude != 0)
+    else if (conversion.m_bAlternate && conversion.m_cType == 'o' && !text.m_sDigits.starts_with('0'))
         text.m_nZeros = 1;
     PutNumber(sink, conversion, text, conversion.m_bZero && conversion.m_nPrecision < 0);
 }
