@@ -24,28 +24,6 @@ CRegView ParentPath(CRegView sPath)
     return n == sPath.npos ? CRegView() : sPath.substr(0, n);
 }
 
-template <class Entries>
-auto FindEntry(Entries& entries, CRegView sName)
-{
-    return std::find_if(
-        entries.begin(), entries.end(),
-        [sFolded = FoldRegName(sName)](const CRegEntry& entry) { return entry.IsNamed(sFolded); });
-}
-
-void PutEntry(std::vector<CRegEntry>& entries, CRegEntry entry)
-{
-    if (const auto it = FindEntry(entries, entry.m_sName); it != entries.end())
-        *it = std::move(entry);
-    else
-        entries.push_back(std::move(entry));
-}
-
-void EraseEntry(std::vector<CRegEntry>& entries, CRegView sName)
-{
-    if (const auto it = FindEntry(entries, sName); it != entries.end())
-        entries.erase(it);
-}
-
 } // namespace
 
 CRegString FoldRegName(CRegView sName)
@@ -63,6 +41,32 @@ CRegEntry::CRegEntry(CRegView sName, DWORD dwType, CRegData data, CRegString sTe
       m_dwType(dwType),
       m_data(std::move(data))
 {
+}
+
+const CRegEntry* CRegDocument::CSection::Find(CRegView sName) const
+{
+    const auto it = m_values.find(FoldRegName(sName));
+    return it == m_values.end() ? nullptr : &*it->second;
+}
+
+void CRegDocument::CSection::Put(CRegEntry entry)
+{
+    if (const auto it = m_values.find(entry.m_sFolded); it != m_values.end())
+    {
+        *it->second = std::move(entry);
+        return;
+    }
+    m_entries.push_back(std::move(entry));
+    m_values.emplace(m_entries.back().m_sFolded, std::prev(m_entries.end()));
+}
+
+void CRegDocument::CSection::Erase(CRegView sName)
+{
+    if (const auto it = m_values.find(FoldRegName(sName)); it != m_values.end())
+    {
+        m_entries.erase(it->second);
+        m_values.erase(it);
+    }
 }
 
 void CRegDocument::Load(std::string_view sBytes, const BadLine& onBadLine)
@@ -108,10 +112,10 @@ void CRegDocument::LoadItem(CRegTextItem& item, CSection*& pSection, const BadLi
     }
     TakeTail(*pSection);
     if (item.m_eKind == CRegTextItem::eDeleteValue)
-        EraseEntry(pSection->m_entries, item.m_sName);
+        pSection->Erase(item.m_sName);
     else
-        PutEntry(pSection->m_entries,
-                 CRegEntry(item.m_sName, item.m_dwType, std::move(item.m_data), std::move(item.m_sText)));
+        pSection->Put(
+            CRegEntry(item.m_sName, item.m_dwType, std::move(item.m_data), std::move(item.m_sText)));
 }
 
 /// The section of a key, led by the waiting lines. They do not go inside, as there may be headers of other
@@ -206,10 +210,7 @@ std::optional<CRegString> CRegDocument::ChildName(CRegView sPath, std::size_t nI
 const CRegEntry* CRegDocument::FindValue(CRegView sPath, CRegView sName) const
 {
     const CSection* pSection = FindSection(sPath);
-    if (pSection == nullptr)
-        return nullptr;
-    const auto it = FindEntry(pSection->m_entries, sName);
-    return it == pSection->m_entries.end() ? nullptr : &*it;
+    return pSection == nullptr ? nullptr : pSection->Find(sName);
 }
 
 const CRegEntry* CRegDocument::ValueAt(CRegView sPath, std::size_t nIndex) const
@@ -242,16 +243,16 @@ void CRegDocument::SetValue(CRegView sPath, CRegView sName, DWORD dwType, CRegDa
 {
     CSection* pSection = FindSection(sPath);
     CSection& section = pSection != nullptr ? *pSection : NewSection(sPath);
-    const auto it = FindEntry(section.m_entries, sName);
-    const CRegString sKeptName(it == section.m_entries.end() ? sName : CRegView(it->m_sName));
+    const CRegEntry* pEntry = section.Find(sName);
+    const CRegString sKeptName(pEntry == nullptr ? sName : CRegView(pEntry->m_sName));
     CRegString sText = FormatRegValue(sKeptName, dwType, data);
-    PutEntry(section.m_entries, CRegEntry(sKeptName, dwType, std::move(data), std::move(sText)));
+    section.Put(CRegEntry(sKeptName, dwType, std::move(data), std::move(sText)));
 }
 
 void CRegDocument::DeleteValue(CRegView sPath, CRegView sName)
 {
     if (CSection* pSection = FindSection(sPath))
-        EraseEntry(pSection->m_entries, sName);
+        pSection->Erase(sName);
 }
 
 /// Its lead, unless it only separates the keys, goes on to what follows.

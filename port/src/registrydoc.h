@@ -63,7 +63,12 @@ private:
         std::vector<CRegString> m_lead; ///< lines between the key before and the header
         CRegString m_sHeader;
         CRegString m_sPath;
-        std::vector<CRegEntry> m_entries;
+        std::list<CRegEntry> m_entries;
+        std::map<CRegString, std::list<CRegEntry>::iterator> m_values; ///< by folded name
+
+        const CRegEntry* Find(CRegView sName) const;
+        void Put(CRegEntry entry);
+        void Erase(CRegView sName);
     };
     using Sections = std::list<CSection>;
 
