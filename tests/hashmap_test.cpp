@@ -154,7 +154,7 @@ TEST(HashMap, TheLockAlsoCountsBelowZero)
     map.EnableRehash();
     EXPECT_REPORTS(capture, {{"::EnableRehash", "m_RehashLockCnt > 0", "", "orvhashmap"}});
     slow.m_bLocked = true;
-    for (unsigned n = 1; n <= 100; ++n)
+    for (unsigned n = 1; n <= 1000; ++n) // many times the spare nodes
         map.SetItem(n * 101), slow.SetItem(n * 101);
     EXPECT_EQ(Iterated(map), slow.Values());
     map.DisableRehash();
@@ -171,23 +171,23 @@ TEST(HashMap, RandomOperationsKeepTheStatedOrder)
         CMap map(nApproxCount);
         CSlowMap slow(nApproxCount);
         const unsigned nRange = random.UpTo(4000);
-        for (int iStep = 0; iStep < 6000; ++iStep)
+        for (int iStep = 0; iStep < 12000; ++iStep)
         {
             const unsigned n = 1 + random.UpTo(nRange) * 7;
             const unsigned nWhat = random.UpTo(2499);
             if (nWhat < 1500)
                 ASSERT_EQ(map.SetItem(n), slow.SetItem(n));
-            else if (nWhat < 2450)
+            else if (nWhat < 2490)
                 ASSERT_EQ(map.RemoveItem(n), slow.RemoveItem(n));
-            else if (nWhat < 2475)
+            else if (nWhat < 2493)
             {
                 map.SetApproximateCount(n / 8);
                 if (n / 8 != 0 && n / 8 >= slow.m_nSize)
                     slow.Rehash(n / 8, false);
             }
-            else if (nWhat < 2487)
+            else if (nWhat < 2495)
                 map.Rehash(n / 8, n % 2 != 0), slow.Rehash(n / 8, n % 2 != 0);
-            else if (nWhat < 2499)
+            else if (nWhat < 2498)
                 (slow.m_bLocked = !slow.m_bLocked) ? map.DisableRehash() : map.EnableRehash();
             else
             {
