@@ -58,8 +58,13 @@ using PlexUninit = void(ORVCALL*)();
 
 /// Runs \p fnCreate under the lock of the teardown registry and, when it returns true, registers \p fnUninit
 /// before that lock is released. Teardown holds that lock while it takes the locks of pools, so creation
-/// takes it first too.
-ORV_API void ORVCALL CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit);
+/// takes it first too. For a pool of the library itself the loader is not asked where \p fnUninit lies.
+ORV_API void ORVCALL CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit, bool bLibraryPool);
+
+/// True for the types whose pools belong to the library. Its own threads use these while another thread,
+/// which waits for them, may hold the loader's lock.
+template <class T>
+inline constexpr bool kLibraryPool = false;
 
 /// How reports name an item or lock type; specialise it with a member `kText` of type `CFixedText`.
 template <class T>
@@ -185,7 +190,7 @@ T* CPlexAlloc<T, N, Lock>::AllocateItem()
     {
         if (CPlexAlloc* pPool = s_pPool.load(std::memory_order_acquire)) [[likely]]
             return pPool->GetFreeItem();
-        CreatePlexed(OpenPool, FreeDataChain);
+        CreatePlexed(OpenPool, FreeDataChain, kLibraryPool<T>);
     }
 }
 

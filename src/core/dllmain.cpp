@@ -12,6 +12,7 @@ CLQResLoader* g_pResLoader = nullptr;
 
 void OnProcessAttach(HINSTANCE hModule)
 {
+    RememberOwnModule(hModule);
     g_pResLoader = new (std::nothrow) CLQResLoader;
     if (g_pResLoader != nullptr && hModule != nullptr)
         g_pResLoader->Init(hModule);

@@ -25,5 +25,8 @@ inline void CallHook(const CTeardownHooks::Hook& hook)
         fn();
 }
 
+/// The first step of process attach: the registry of teardowns learns where the library's own code lies.
+void RememberOwnModule(HMODULE hModule) noexcept;
+
 /// The last step of process detach: drops the registry of teardowns and reports what it still holds.
 void ClearPlexedAllocUninit() noexcept;

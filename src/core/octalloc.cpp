@@ -63,23 +63,52 @@ bool CreateTable()
     return g_PlReg != nullptr;
 }
 
-/// The module that contains a function, without taking a reference; null when there is none.
-HMODULE ModuleOf(OCT::PlexUninit fnUninit)
+/// A module and its full path, which is empty when it cannot be read whole.
+struct CModule
 {
-    HMODULE hModule = nullptr;
-    const DWORD dwFlags =
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-    return GetModuleHandleExW(dwFlags, reinterpret_cast<LPCWSTR>(fnUninit), &hModule) ? hModule : nullptr;
-}
+    HMODULE m_hModule = nullptr;
+    WCHAR m_sPath[kPathSize] = {};
 
-/// Reads a module's full path; false, with an empty text, when that fails or the path is cut.
-bool ReadModulePath(HMODULE hModule, WCHAR (&sPath)[kPathSize])
+    void Set(HMODULE hModule)
+    {
+        m_hModule = hModule;
+        const DWORD dw = GetModuleFileNameW(hModule, m_sPath, kPathSize);
+        if (dw == 0 || dw >= kPathSize)
+            m_sPath[0] = 0;
+    }
+
+    /// The module that contains a function, without taking a reference; null when there is none. Asks the
+    /// loader, whose lock may be held by a thread that waits for the registry's: not to be called under that
+    /// one.
+    void Find(OCT::PlexUninit fnUninit)
+    {
+        HMODULE hModule = nullptr;
+        const DWORD dwFlags =
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+        if (GetModuleHandleExW(dwFlags, reinterpret_cast<LPCWSTR>(fnUninit), &hModule))
+            Set(hModule);
+    }
+};
+
+/// The library itself; unknown before its attach.
+constinit CModule g_ownModule;
+
+/// Under the lock.
+void Record(OCT::PlexUninit fnUninit, const CModule& module)
 {
-    const DWORD dw = GetModuleFileNameW(hModule, sPath, kPathSize);
-    if (dw > 0 && dw < kPathSize)
-        return true;
-    sPath[0] = 0;
-    return false;
+    if (g_PlReg == nullptr && !CreateTable())
+        return ORV_REPORT("RegisterPlexedAlloc", "g_PlReg != nullptr");
+    CPlexRegistration* pFree = FindRegistration(nullptr);
+    if (pFree == nullptr)
+        return ORV_REPORT("RegisterPlexedAlloc", "i < 1024");
+    *pFree = {fnUninit, module.m_hModule, nullptr};
+    ++g_PlexedObjectRefCnt;
+    if (module.m_hModule == nullptr)
+        return;
+    if (module.m_sPath[0] != 0)
+        pFree->sModulePath = SysAllocString(module.m_sPath);
+    else
+        ORV_REPORT("RegisterPlexedAlloc", "dw > 0 && dw < arrsize(buffer)");
 }
 
 /// Decides for one teardown after the other whether it may be called, and calls it.
@@ -88,29 +117,28 @@ class CUninitCaller
 public:
     void Call(const CPlexRegistration& entry)
     {
-        HMODULE hModule = m_hLast;
-        if (entry.hModule != m_hLast)
-        {
-            hModule = ModuleOf(entry.fnUninit);
-            if (hModule == nullptr)
-                return;
-            ReadModulePath(hModule, m_sPath);
-        }
-        if (!IsPathKept(entry) || (entry.hModule != nullptr && entry.hModule != hModule))
-            return;
-        entry.fnUninit();
-        m_hLast = hModule;
+        if (entry.hModule == nullptr || entry.hModule != m_module.m_hModule)
+            LookUp(entry);
+        const bool bFound = m_module.m_hModule != nullptr;
+        if (bFound && IsPathKept(entry) && (entry.hModule == nullptr || entry.hModule == m_module.m_hModule))
+            entry.fnUninit();
     }
 
 private:
+    void LookUp(const CPlexRegistration& entry)
+    {
+        m_module = entry.hModule == g_ownModule.m_hModule ? g_ownModule : CModule();
+        if (m_module.m_hModule == nullptr)
+            m_module.Find(entry.fnUninit);
+    }
+
     /// False when another module was loaded where the one that registered used to be.
     bool IsPathKept(const CPlexRegistration& entry) const
     {
-        return SysStringLen(entry.sModulePath) == 0 || OCT::IsSameText(entry.sModulePath, m_sPath);
+        return SysStringLen(entry.sModulePath) == 0 || OCT::IsSameText(entry.sModulePath, m_module.m_sPath);
     }
 
-    HMODULE m_hLast = nullptr;
-    WCHAR m_sPath[kPathSize] = {};
+    CModule m_module; ///< looked up last
 };
 
 } // namespace
@@ -150,33 +178,30 @@ std::uint32_t ORVCALL GetNextAllocCnt() noexcept
     return ++g_nAllocCnt;
 }
 
-void ORVCALL OCT::CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit)
+void RememberOwnModule(HMODULE hModule) noexcept
 {
+    g_ownModule.Set(hModule);
+}
+
+void ORVCALL OCT::CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit, bool bLibraryPool)
+{
+    CModule found;
+    const bool bKnown = bLibraryPool && g_ownModule.m_hModule != nullptr;
+    if (!bKnown)
+        found.Find(fnUninit);
     CCritSectGuard guard(&g_registryLock);
     if (fnCreate())
-        RegisterPlexedAlloc(fnUninit);
+        Record(fnUninit, bKnown ? g_ownModule : found);
 }
 
 void ORVCALL RegisterPlexedAlloc(OCT::PlexUninit fnUninit) noexcept
 {
     if (fnUninit == nullptr)
         return;
+    CModule module;
+    module.Find(fnUninit);
     OCT::CCritSectGuard guard(&g_registryLock);
-    if (g_PlReg == nullptr && !CreateTable())
-        return ORV_REPORT("RegisterPlexedAlloc", "g_PlReg != nullptr");
-    CPlexRegistration* pFree = FindRegistration(nullptr);
-    if (pFree == nullptr)
-        return ORV_REPORT("RegisterPlexedAlloc", "i < 1024");
-
-    *pFree = {fnUninit, ModuleOf(fnUninit), nullptr};
-    ++g_PlexedObjectRefCnt;
-    if (pFree->hModule == nullptr)
-        return;
-    WCHAR sPath[kPathSize];
-    if (ReadModulePath(pFree->hModule, sPath))
-        pFree->sModulePath = SysAllocString(sPath);
-    else
-        ORV_REPORT("RegisterPlexedAlloc", "dw > 0 && dw < arrsize(buffer)");
+    Record(fnUninit, module);
 }
 
 void ORVCALL UnregisterPlexedAlloc(OCT::PlexUninit fnUninit) noexcept

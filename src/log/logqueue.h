@@ -34,6 +34,8 @@ struct OCT::CPlexTypeName<CLogMessage>
 {
     static constexpr OCT::CFixedText kText{"class CLogMessage"};
 };
+template <>
+inline constexpr bool OCT::kLibraryPool<CLogMessage> = true;
 
 /// First in, first out. Owns its messages.
 class CLogQueue

@@ -16,6 +16,8 @@ struct OCT::CPlexTypeName<OrvStrBuffer<L>>
 {
     static constexpr auto kText = JoinTexts("class OrvStrBuffer<", DecimalText<L>.m_sText, ">");
 };
+template <unsigned L>
+constexpr bool OCT::kLibraryPool<OrvStrBuffer<L>> = true;
 
 namespace
 {
