@@ -1,5 +1,21 @@
-// OLE Automation. Strings are declared with the rest in windows.h; the name is here because Windows keeps
-// them apart.
+// OLE Automation: variants as text. (Strings are declared with the rest in windows.h.)
 #pragma once
 
 #include <oaidl.h>
+
+#define LOCALE_INVARIANT 0x007Fu
+
+#define DISP_E_TYPEMISMATCH (static_cast<HRESULT>(0x80020005u))
+#define DISP_E_BADVARTYPE (static_cast<HRESULT>(0x80020008u))
+
+#pragma GCC visibility push(default)
+
+// Sources are not const, as in the headers of some Windows tool chains: nothing changes them.
+void VariantInit(VARIANTARG* pvarg) noexcept;
+HRESULT VariantClear(VARIANTARG* pvarg) noexcept;
+/// To `VT_BSTR` without flags, in the user's locale: nothing else is there.
+HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt) noexcept;
+
+HRESULT VarBstrFromDec(DECIMAL* pdecIn, LCID lcid, ULONG dwFlags, BSTR* pbstrOut) noexcept;
+
+#pragma GCC visibility pop

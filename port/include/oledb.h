@@ -1,7 +1,66 @@
-// The date and time structures and the error records of OLE DB.
+// The values of OLE DB with their types and states, and its error records.
 #pragma once
 
 #include <oleauto.h>
+
+typedef WORD DBTYPE;
+typedef DWORD DBSTATUS;
+
+enum DBTYPEENUM
+{
+    DBTYPE_EMPTY = 0,
+    DBTYPE_NULL = 1,
+    DBTYPE_I2 = 2,
+    DBTYPE_I4 = 3,
+    DBTYPE_R4 = 4,
+    DBTYPE_R8 = 5,
+    DBTYPE_CY = 6,
+    DBTYPE_DATE = 7,
+    DBTYPE_BSTR = 8,
+    DBTYPE_IDISPATCH = 9,
+    DBTYPE_ERROR = 10,
+    DBTYPE_BOOL = 11,
+    DBTYPE_VARIANT = 12,
+    DBTYPE_IUNKNOWN = 13,
+    DBTYPE_DECIMAL = 14,
+    DBTYPE_I1 = 16,
+    DBTYPE_UI1 = 17,
+    DBTYPE_UI2 = 18,
+    DBTYPE_UI4 = 19,
+    DBTYPE_I8 = 20,
+    DBTYPE_UI8 = 21,
+    DBTYPE_GUID = 72,
+    DBTYPE_BYTES = 128,
+    DBTYPE_STR = 129,
+    DBTYPE_WSTR = 130,
+    DBTYPE_NUMERIC = 131,
+    DBTYPE_UDT = 132,
+    DBTYPE_DBDATE = 133,
+    DBTYPE_DBTIME = 134,
+    DBTYPE_DBTIMESTAMP = 135,
+    DBTYPE_VECTOR = 0x1000,
+    DBTYPE_ARRAY = 0x2000,
+    DBTYPE_BYREF = 0x4000,
+    DBTYPE_RESERVED = 0x8000
+};
+
+enum DBSTATUSENUM
+{
+    DBSTATUS_S_OK = 0,
+    DBSTATUS_E_CANTCONVERTVALUE = 2,
+    DBSTATUS_S_ISNULL = 3,
+    DBSTATUS_S_TRUNCATED = 4,
+    DBSTATUS_E_DATAOVERFLOW = 6
+};
+
+/// A number of 128 bits, the lowest byte first, divided by 10^scale.
+typedef struct tagDB_NUMERIC
+{
+    BYTE precision;
+    BYTE scale;
+    BYTE sign; // 1 for numbers from 0 on
+    BYTE val[16];
+} DB_NUMERIC;
 
 typedef struct tagDBDATE
 {
@@ -29,7 +88,6 @@ typedef struct tagDBTIMESTAMP
 } DBTIMESTAMP;
 
 struct ERRORINFO;
-struct DISPPARAMS;
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"

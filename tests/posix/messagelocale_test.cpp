@@ -1,9 +1,11 @@
-// Numbers in messages follow the locale that the environment names.
+// Numbers in messages and variants follow the locale that the environment names.
 #include "orvcomtypes/lqmessage.h"
 #include "support/test_environment.h"
 #include "support/text.h"
 
 #include <gtest/gtest.h>
+
+#include <oleauto.h>
 
 TEST(Message, ShowsWholeNumbersInTheLocalesManner)
 {
@@ -21,4 +23,15 @@ TEST(Message, ShowsWholeNumbersInTheLocalesManner)
         message.AddParam(LONG{-1234});
         EXPECT_EQ(c.m_sText, TextOf(message.Format(HINSTANCE()))) << c.m_sLocale;
     }
+}
+
+TEST(Variant, HasTheLocalesDecimalSeparator)
+{
+    const CVariableGuard locale("LC_ALL", "hu_HU.UTF-8");
+    VARIANT var = {};
+    var.vt = VT_R8;
+    var.dblVal = -1234.5;
+    ASSERT_EQ(S_OK, VariantChangeType(&var, &var, 0, VT_BSTR));
+    EXPECT_EQ(ORVTEXT("-1234,5"), TextOf(var.bstrVal));
+    VariantClear(&var);
 }
