@@ -4,7 +4,7 @@
 #   scripts/test.sh [target...]    targets: check linux linux-asan linux-tsan win32 win64      default: all
 #
 # A target that fails does not stop the others. The last line says how many tests passed, failed and were skipped.
-# A test counts by the report that its program wrote; a program that wrote none or ended badly after it failed.
+# read_reports.py says which tests count as which.
 set -uo pipefail
 source "$(dirname "$0")/env.sh"
 cd "$repo" || exit 1
@@ -12,7 +12,7 @@ cd "$repo" || exit 1
 unset LANG LANGUAGE
 export LC_ALL=C.UTF-8
 
-passed=0 skipped=0 failures=() skips=() broken_parts=' ' run_prefix=
+passed=0 failures=() skips=() broken_parts=' ' run_prefix=
 
 # A line of the summary for something that went wrong: where, what.
 failed() {
@@ -52,59 +52,17 @@ show_progress() {
     done
 }
 
-# Prints "tests skipped" of a complete report of at least one test, then a line "skip NAME REASON" or "fail NAME" for
-# each test that did not pass.
-read_report() {
-    [ -s "$1" ] && grep -q '</testsuites>' "$1" || return 1
-    awk '
-        function attribute(name,    text) {
-            text = $0
-            if (!sub(".* " name "=\"", "", text)) return ""
-            sub("\".*", "", text)
-            return text
-        }
-        /<testcase / { ++tests; test = attribute("classname") "." attribute("name"); failed = 0 }
-        /<testcase .* status="notrun"/ { ++skipped; lines = lines "skip " test " disabled\n" }
-        /<failure / { if (!failed++) lines = lines "fail " test "\n" }
-        /<skipped / {
-            reason = attribute("message"); sub(".*&#x0A;", "", reason)
-            gsub("&quot;", "\"", reason); gsub("&apos;", "\047", reason)
-            gsub("&lt;", "<", reason); gsub("&gt;", ">", reason); gsub("&amp;", "\\&", reason)
-            ++skipped; lines = lines "skip " test " " reason "\n"
-        }
-        END { printf "%d %d\n%s", tests, skipped, lines; exit tests == 0 }' "$1"
-}
-
-# Counts the test program NAME of TARGET, which ctest said ended with STATUS.
-count_program() {
-    local target=$1 name=$2 status=$3 report number_skipped number_failed=0 tests kind test reason
-    if ! report=$(read_report "build/$target/reports/$name.xml"); then
-        failed "$target" "$name wrote no report"
-        return
-    fi
-    {
-        read -r tests number_skipped
-        while read -r kind test reason; do
-            case $kind in
-                skip) skips+=("$target: $test: $reason") ;;
-                fail) failed "$target" "$test"; number_failed=$((number_failed + 1)) ;;
-            esac
-        done
-    } <<<"$report"
-    passed=$((passed + tests - number_skipped - number_failed))
-    skipped=$((skipped + number_skipped))
-    [ "$status" = run ] || [ $number_failed -gt 0 ] || failed "$target" "$name ended badly after its tests"
-}
-
+# Counts what became of the target's tests; the file holds what ctest printed.
 count_target() {
-    local target=$1 name status scripts
-    scripts=" $(ctest --test-dir "build/$target" -N -L script | sed -n 's/^ *Test *#[0-9]*: //p' | tr '\n' ' ') "
-    while read -r name status; do
-        if [[ $scripts != *" $name "* ]]; then count_program "$target" "$name" "$status"
-        elif [ "$status" = run ]; then passed=$((passed + 1))
-        else failed "$target" "$name"
-        fi
-    done < <(sed -n 's/.*<testcase name="\([^"]*\)".* status="\([^"]*\)".*/\1 \2/p' "build/$target/reports/ctest.xml")
+    local target=$1 kind name reason outcomes
+    outcomes=$(scripts/read_reports.py "build/$target" "$2") || { failed "$target" "reading the reports"; return; }
+    while IFS=$'\t' read -r kind name reason; do
+        case $kind in
+            passed) passed=$((passed + 1)) ;;
+            skipped) skips+=("$target: $name: $reason") ;;
+            failed) failed "$target" "$name${reason:+: $reason}" ;;
+        esac
+    done <<<"$outcomes"
 }
 
 # Configures, builds and runs a preset.
@@ -125,9 +83,8 @@ run_preset() {
     say "$target: testing"
     rm -rf "build/$target/reports"
     mkdir -p "build/$target/reports"
-    ctest --test-dir "build/$target" -j "$(nproc)" --output-on-failure --no-tests=error \
-        --output-junit reports/ctest.xml </dev/null || true
-    count_target "$target"
+    ctest --test-dir "build/$target" -j "$(nproc)" --output-on-failure --no-tests=error </dev/null 2>&1 | tee "$log"
+    count_target "$target" "$log"
 }
 
 run_check() {
@@ -174,6 +131,6 @@ print_list() {
 print_list Skipped "${skips[@]}"
 print_list Failed "${failures[@]}"
 printf '\n%d passed, %d failed' "$passed" "${#failures[@]}"
-[ "$skipped" = 0 ] || printf ', %d skipped' "$skipped"
+[ ${#skips[@]} = 0 ] || printf ', %d skipped' "${#skips[@]}"
 printf '\n'
 [ ${#failures[@]} = 0 ] && [ "$passed" -gt 0 ]
