@@ -116,6 +116,11 @@ void Exceptions(HINSTANCE hResources)
 #include "lqexcept.inc"
 }
 
+void Fields()
+{
+#include "orvtabbedstr.inc"
+}
+
 void Statements(const WCHAR* sName, const CMIDINTArray& ids)
 {
 #include "orvsqlstr.inc"

@@ -31,6 +31,7 @@
 #include "orvcomtypes/lqmessage.h"
 #include "orvcomtypes/orvlog.h"
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvtabbedstr.h"
 #include "orvcomtypes/orvsqlstr.h"
 #include "orvcomtypes/orvdbstr.h"
 // clang-format on
