@@ -12,9 +12,10 @@
 /// Errors: misuse is reported (source `orvstr`) and changes nothing: "sDest != nullptr" from
 ///   "COrvStr::CopyTo", "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from
 ///   "COrvStr::FindSubStr", "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace",
-///   "Load(uID, hInstance)" from "COrvStr::COrvStr". A heap buffer that cannot be had leaves a value that
-///   points at null: it reads as empty, measuring it is reported ("s == nullptr"), and it can be assigned
-///   anew.
+///   "Load(uID, hInstance)" from "COrvStr::COrvStr", "sFormat.IsEmpty()" and
+///   "ClientFunc == nullptr || pData == nullptr || sFrm == nullptr" from "COrvStr::FormatStr". A heap buffer
+///   that cannot be had leaves a value that points at null: it reads as empty, measuring it is reported ("s
+///   == nullptr"), and it can be assigned anew.
 /// Units: lengths, counts and positions are code units, those of narrow text bytes; `nLen` 0 means up to the
 ///   terminator. Text always ends at a terminator that comes before `nLen`.
 ///
@@ -118,6 +119,39 @@ public:
 
     /// Loads a string resource into the value; false, and an empty value, when it is missing.
     bool Load(unsigned uID, HINSTANCE hInstance);
+
+    // ---- Templates; each replaces the value and returns its length ----
+
+    /// \p sFrm in the system's message syntax with the texts in the places of "%1" to "%4"; other places, and
+    /// null texts, are empty. Empty, and 0, for an empty, null or broken format and beyond 1023 units.
+    int FormatStr(const WCHAR* sFrm, const WCHAR* p1, const WCHAR* p2 = nullptr, const WCHAR* p3 = nullptr,
+                  const WCHAR* p4 = nullptr);
+    /// The same with string resource \p uID as format, or with the value itself when that is 0. Without a
+    /// format "Missing format string", and a report.
+    int FormatStr(unsigned uID, HINSTANCE hInstance, const WCHAR* p1 = nullptr, const WCHAR* p2 = nullptr,
+                  const WCHAR* p3 = nullptr, const WCHAR* p4 = nullptr);
+
+    /// Gives tag \p sName its value; \p sValue comes empty.
+    using TagClient = void (*)(const WCHAR* sName, void* pData, COrvStr& sValue);
+    /// \p sFrm with its tags filled by \p ClientFunc, at most 1023 units; without white space at both ends,
+    /// and runs of blanks as one. None of the arguments may be null; a null one leaves the value alone.
+    ///
+    /// "\" makes the next character a plain one, or a line end or tab as "\n", "\r", "\t". A tag is "<" with
+    /// white space and modifiers in any order, a name (white space, and units after the ninth, are left out),
+    /// and ">"; without that the text ends before the tag. The modifiers, of whose first three one counts:
+    ///
+    /// - "+": what follows, up to "<-name>" (written so) or the end, is there only if the value has text
+    /// - "*": what follows is there only if the value has none
+    /// - "-": closes such a section
+    /// - "&": a blank goes before the inserted value
+    /// - "$": white space at the end of what is there so far is removed after the tag
+    /// - "#5": bookmark 5, of 0 to 9, is here, before the value
+    /// - "#d5": all behind bookmark 5 is removed after the tag
+    /// - "#e5": the same, unless a value with text was asked for since the bookmark was set
+    int FormatStr(const WCHAR* sFrm, TagClient ClientFunc, void* pData);
+
+    /// Replaces every "##7##" by string resource 7 (see loadstrres.h); the result is cut at 4095 units.
+    void ReplaceToken();
 
     // ---- Copying out ----
 

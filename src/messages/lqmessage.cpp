@@ -2,6 +2,7 @@
 
 #include "core/fixedline.h"
 #include "orvcomtypes/memarray.h"
+#include "strings/inserts.h"
 
 #include <algorithm>
 #include <memory>
@@ -31,12 +32,7 @@ namespace
 
 constexpr unsigned kMissingResource = 26004;
 constexpr unsigned kReferencedParams = 10;
-/// Places up to %99 can stand in a format, and each may take two more for "*"; none may read outside the
-/// array.
-constexpr unsigned kPlaces = 99 + 2;
 constexpr unsigned kFormattedSize = 1000;
-/// ERROR_NO_WORK_DONE, for which not every SDK has a name: the formatter's way to say that the text is empty.
-constexpr DWORD kNoWorkDone = 235;
 
 const WCHAR* const kBuiltInFormats[] = {ORVTEXT("%1"), ORVTEXT("%1 %2"), ORVTEXT("%1 %2 %3"),
                                         ORVTEXT("%1|%2"), ORVTEXT("%1|%2|%3")};
@@ -146,17 +142,11 @@ COrvStr FormatFailure(DWORD dwError, const WCHAR* sFormat)
 
 COrvStr Substitute(const WCHAR* sFormat, const COrvStr (&texts)[kReferencedParams])
 {
-    DWORD_PTR arguments[kPlaces];
-    std::fill(std::begin(arguments), std::end(arguments), reinterpret_cast<DWORD_PTR>(ORVTEXT("")));
-    std::transform(std::begin(texts), std::end(texts), arguments,
-                   [](const WCHAR* s) { return reinterpret_cast<DWORD_PTR>(s); });
+    const WCHAR* inserts[kReferencedParams];
+    std::copy(std::begin(texts), std::end(texts), inserts);
     WCHAR sFormatted[kFormattedSize];
-    SetLastError(ERROR_SUCCESS);
-    if (FormatMessageW(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ARGUMENT_ARRAY, sFormat, 0, 0, sFormatted,
-                       kFormattedSize, reinterpret_cast<va_list*>(arguments)) != 0)
-        return COrvStr(sFormatted);
-    const DWORD dwError = GetLastError();
-    return dwError == ERROR_SUCCESS || dwError == kNoWorkDone ? COrvStr() : FormatFailure(dwError, sFormat);
+    const DWORD dwError = OCT::PutInserts(sFormat, inserts, sFormatted, kFormattedSize);
+    return dwError == ERROR_SUCCESS ? COrvStr(sFormatted) : FormatFailure(dwError, sFormat);
 }
 
 } // namespace

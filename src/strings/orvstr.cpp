@@ -1,6 +1,5 @@
 #include "orvcomtypes/orvstr.h"
 
-#include "orvcomtypes/loadstrres.h"
 #include "orvcomtypes/orvdbstr.h"
 #include "strings/strbuffer.h"
 #include "strings/textlen.h"
@@ -111,12 +110,6 @@ COrvStr::COrvStr(const COrvDBStr& str)
 {
     OCT::AddStrRef(str.m_pStr);
     SetText(str.m_pStr, true);
-}
-
-COrvStr::COrvStr(unsigned uID, HINSTANCE hInstance) : COrvStr()
-{
-    if (!Load(uID, hInstance))
-        ORV_REPORT("COrvStr::COrvStr", "Load(uID, hInstance)");
 }
 
 COrvStr& COrvStr::operator=(const COrvStr& str)
@@ -307,13 +300,6 @@ void COrvStr::AppendUTF8(const char* s, unsigned nLen)
         TakeConverted(s, nLen, true, Utf8ToWide);
 }
 
-void COrvStr::Append(unsigned uID, HINSTANCE hInstance)
-{
-    unsigned nLen = 0;
-    if (const WCHAR* const s = LoadStringResImage(hInstance, uID, &nLen))
-        Append(s, nLen);
-}
-
 COrvStr& COrvStr::operator<<(const WCHAR* s)
 {
     Append(s);
@@ -324,17 +310,6 @@ COrvStr& COrvStr::operator+=(const WCHAR* s)
 {
     Append(s);
     return *this;
-}
-
-bool COrvStr::Load(unsigned uID, HINSTANCE hInstance)
-{
-    unsigned nLen = 0;
-    const WCHAR* const s = LoadStringResImage(hInstance, uID, &nLen);
-    if (s != nullptr)
-        Copy(s, nLen);
-    else
-        Empty();
-    return s != nullptr;
 }
 
 // ---- Copying out ----
