@@ -62,7 +62,7 @@ private:
     bool ParseInsertFormat(View field, CInsertFormat& format, unsigned& nArgument) const;
     void AppendInsert(const CInsertFormat& format, DWORD_PTR nValue);
     void AppendNumber(const CInsertFormat& format, DWORD_PTR nValue);
-    void AppendPadded(const CInsertFormat& format, View text, char16_t cFill = u' ');
+    void AppendPadded(const CInsertFormat& format, View text, View prefix = {});
 
     View m_rest;
     const DWORD_PTR* m_pArguments; ///< null: inserts stay as they are
@@ -106,6 +106,8 @@ bool CExpansion::ExpandEscape()
     }
     if (c > u'0' && c <= u'9')
         return ExpandInsert(c);
+    if (m_pArguments == nullptr)
+        m_sText += u'%';
     m_sText += c;
     return true;
 }
@@ -223,12 +225,13 @@ void CExpansion::AppendInsert(const CInsertFormat& format, DWORD_PTR nValue)
     }
 }
 
-std::u16string Digits(ULONGLONG n, unsigned nBase, bool bUpper)
+/// At least \p nLeast digits; none at all of 0 where that is 0.
+std::u16string Digits(ULONGLONG n, unsigned nBase, bool bUpper, int nLeast)
 {
     std::u16string sDigits;
-    do
+    for (; n != 0; n /= nBase)
         sDigits += static_cast<char16_t>((bUpper ? "0123456789ABCDEF" : "0123456789abcdef")[n % nBase]);
-    while ((n /= nBase) != 0);
+    sDigits.append(static_cast<std::size_t>(std::max(nLeast - static_cast<int>(sDigits.size()), 0)), u'0');
     std::reverse(sDigits.begin(), sDigits.end());
     return sDigits;
 }
@@ -247,33 +250,34 @@ void CExpansion::AppendNumber(const CInsertFormat& format, DWORD_PTR nValue)
 
     const bool bHex = format.m_cType == u'x' || format.m_cType == u'X' || format.m_cType == u'p';
     const unsigned nBase = bHex ? 16 : format.m_cType == u'o' ? 8 : 10;
-    std::u16string sDigits = Digits(nAbsolute, nBase, format.m_cType != u'x');
-    const int nDigits = format.m_cType == u'p' ? 16 : std::max(format.m_nPrecision, 0);
-    sDigits.insert(0, static_cast<std::size_t>(std::max(nDigits - static_cast<int>(sDigits.size()), 0)),
-                   u'0');
+    const int nLeast = format.m_cType == u'p' ? 16 : format.m_nPrecision < 0 ? 1 : format.m_nPrecision;
+    std::u16string sDigits = Digits(nAbsolute, nBase, format.m_cType != u'x', nLeast);
+    if (format.m_bAlternate && nBase == 8 && !sDigits.starts_with(u'0'))
+        sDigits.insert(0, 1, u'0');
 
-    std::u16string sSign = bNegative                    ? u"-"
-                           : bSigned && format.m_bPlus  ? u"+"
-                           : bSigned && format.m_bBlank ? u" "
-                                                        : u"";
-    if (format.m_bAlternate && nAbsolute != 0 && nBase != 10)
-        sSign = nBase == 8 ? u"0" : format.m_cType == u'X' ? u"0X" : u"0x";
-    if (format.m_bZero && !format.m_bLeft && format.m_nPrecision < 0)
-    {
-        const int nMissing = format.m_nWidth - static_cast<int>(sSign.size() + sDigits.size());
-        sDigits.insert(0, static_cast<std::size_t>(std::max(nMissing, 0)), u'0');
-    }
-    AppendPadded(format, sSign + sDigits);
+    View prefix = bNegative                    ? u"-"
+                  : bSigned && format.m_bPlus  ? u"+"
+                  : bSigned && format.m_bBlank ? u" "
+                                               : u"";
+    if (format.m_bAlternate && bHex && nAbsolute != 0)
+        prefix = format.m_cType == u'x' ? u"0x" : u"0X";
+    CInsertFormat padding = format;
+    padding.m_bZero = format.m_bZero && format.m_nPrecision < 0; // digits that are asked for stand alone
+    AppendPadded(padding, sDigits, prefix);
 }
 
-void CExpansion::AppendPadded(const CInsertFormat& format, View text, char16_t cFill)
+/// Blanks stand before the prefix, zeros behind it.
+void CExpansion::AppendPadded(const CInsertFormat& format, View text, View prefix)
 {
-    const int nWidth = std::abs(format.m_nWidth);
-    const auto nFill = static_cast<std::size_t>(std::max(nWidth - static_cast<int>(text.size()), 0));
+    const int nMissing = std::abs(format.m_nWidth) - static_cast<int>(prefix.size() + text.size());
+    const auto nFill = static_cast<std::size_t>(std::max(nMissing, 0));
     const bool bLeft = format.m_bLeft || format.m_nWidth < 0;
-    m_sText.append(bLeft ? 0 : nFill, cFill);
+    const bool bZero = format.m_bZero && !bLeft;
+    m_sText.append(bLeft || bZero ? 0 : nFill, u' ');
+    m_sText += prefix;
+    m_sText.append(bZero ? nFill : 0, u'0');
     m_sText += text;
-    m_sText.append(bLeft ? nFill : 0, cFill);
+    m_sText.append(bLeft ? nFill : 0, u' ');
 }
 
 /// Hands the text to the caller's buffer, or to one that is made for it.
