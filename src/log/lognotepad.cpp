@@ -16,11 +16,17 @@ bool COrvLog::ShowLogFileWithNotepad() const
                         &startup, &process))
     {
         const DWORD dwError = GetLastError();
+        COrvStr sReason = GetWinErrorString(dwError);
+        if (sReason.IsEmpty())
+        {
+            WCHAR sCode[11];
+            OCT::FormatTo(sCode, ORVTEXT("0x%08X"), dwError);
+            sReason = sCode;
+        }
         SetFL("orvlog", __LINE__);
         LogOpt(lqlErrors, HRESULT_FROM_WIN32(dwError),
                "Could not show log file in notepad because: %S; CommandLine: %S",
-               static_cast<const WCHAR*>(GetWinErrorString(dwError)),
-               static_cast<const WCHAR*>(sCommandLine));
+               static_cast<const WCHAR*>(sReason), static_cast<const WCHAR*>(sCommandLine));
         SetFL(nullptr, 0);
         return false;
     }
