@@ -15,6 +15,7 @@ DWORD PortWin32Error(int nErrno) noexcept
     case EPERM:
     case EROFS:
     case EISDIR: return ERROR_ACCESS_DENIED;
+    case ENOEXEC: return ERROR_BAD_EXE_FORMAT;
     case EBADF: return ERROR_INVALID_HANDLE;
     case ENOMEM: return ERROR_NOT_ENOUGH_MEMORY;
     case EIO: return ERROR_WRITE_FAULT;

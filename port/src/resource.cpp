@@ -7,11 +7,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <compare>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -37,14 +39,13 @@ public:
             munmap(m_pData, m_nSize);
     }
 
-    /// False, and errno, when the file cannot be mapped.
+    /// False, and errno, when the file cannot be mapped; ENOEXEC for what has nothing to map.
     bool Open(const char* sPath)
     {
-        const int fd = open(sPath, O_RDONLY | O_CLOEXEC);
+        const int fd = open(sPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK); // does not wait for a pipe's writer
         if (fd < 0)
             return false;
-        struct stat info;
-        const bool bMapped = fstat(fd, &info) == 0 && Map(fd, static_cast<std::size_t>(info.st_size));
+        const bool bMapped = MapFile(fd);
         const int iError = errno;
         close(fd);
         errno = iError;
@@ -55,8 +56,14 @@ public:
     std::size_t Size() const { return m_nSize; }
 
 private:
-    bool Map(int fd, std::size_t nSize)
+    bool MapFile(int fd)
     {
+        struct stat info;
+        if (fstat(fd, &info) != 0)
+            return false;
+        if (!S_ISREG(info.st_mode) || info.st_size == 0)
+            return errno = ENOEXEC, false;
+        const auto nSize = static_cast<std::size_t>(info.st_size);
         void* const pData = mmap(nullptr, nSize, PROT_READ, MAP_PRIVATE, fd, 0);
         if (pData == MAP_FAILED)
             return false;
@@ -82,12 +89,16 @@ struct ResourceId
         return {0, s};
     }
 
-    bool operator==(const ResourceId& other) const
+    /// Texts, whose number is 0, in the order of their capitals; then numbers.
+    std::strong_ordering operator<=>(const ResourceId& other) const
     {
-        return m_nId == other.m_nId &&
-               std::equal(m_sText.begin(), m_sText.end(), other.m_sText.begin(), other.m_sText.end(),
-                          [](WCHAR a, WCHAR b) { return Upper(a) == Upper(b); });
+        if (m_nId != other.m_nId)
+            return m_nId <=> other.m_nId;
+        return std::lexicographical_compare_three_way(m_sText.begin(), m_sText.end(), other.m_sText.begin(),
+                                                      other.m_sText.end(),
+                                                      [](WCHAR a, WCHAR b) { return Upper(a) <=> Upper(b); });
     }
+    bool operator==(const ResourceId& other) const { return (*this <=> other) == 0; }
 
 private:
     static WCHAR Upper(WCHAR c) { return c >= u'a' && c <= u'z' ? static_cast<WCHAR>(c - 0x20) : c; }
@@ -99,6 +110,8 @@ struct Resource
     ResourceId m_name;
     const char* m_pData;
     DWORD m_nSize;
+
+    std::pair<const ResourceId&, const ResourceId&> Key() const { return {m_type, m_name}; }
 };
 
 /// Reads a .res file from its start; every step fails at the end of the file.
@@ -197,15 +210,11 @@ public:
 
     const Resource* Find(const ResourceId& type, const ResourceId& name) const
     {
-        bool bTypeFound = false;
-        for (const Resource& resource : m_resources)
-        {
-            if (resource.m_type != type)
-                continue;
-            bTypeFound = true;
-            if (resource.m_name == name)
-                return &resource;
-        }
+        const std::pair<const ResourceId&, const ResourceId&> key(type, name);
+        const auto found = std::ranges::lower_bound(m_resources, key, {}, &Resource::Key);
+        if (found != m_resources.end() && found->Key() == key)
+            return &*found;
+        const bool bTypeFound = std::ranges::binary_search(m_resources, type, {}, &Resource::m_type);
         SetLastError(bTypeFound ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_RESOURCE_TYPE_NOT_FOUND);
         return nullptr;
     }
@@ -225,11 +234,13 @@ private:
                 return false;
             m_resources.push_back(*resource);
         }
+        // Of several languages the one that comes first stays first.
+        std::ranges::stable_sort(m_resources, {}, &Resource::Key);
         return true;
     }
 
     CMappedFile m_file;
-    std::vector<Resource> m_resources;
+    std::vector<Resource> m_resources; ///< sorted by their keys
 };
 
 } // namespace

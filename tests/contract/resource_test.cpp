@@ -1,6 +1,7 @@
 // What the library relies on; that blocks hold their texts is tested with loading them.
 #include "support/temp_dir.h"
 #include "support/test_strings.h"
+#include "support/wine.h"
 
 #include <gtest/gtest.h>
 
@@ -25,4 +26,17 @@ TEST(Resource, OtherFilesAreNotLoaded)
     const CTestResources missing(dir / "missing");
     EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
     EXPECT_EQ(nullptr, missing);
+}
+
+TEST(Resource, NothingIsNoLibraryEither)
+{
+    ORV_SKIP_WINE("tells a folder and an empty file by other codes");
+    const CTempDir dir;
+    WriteBytes(dir / "empty", "");
+    for (const auto& path : {dir / "empty", dir / "."})
+    {
+        const CTestResources none(path);
+        EXPECT_EQ(static_cast<DWORD>(ERROR_BAD_EXE_FORMAT), GetLastError()) << path;
+        EXPECT_EQ(nullptr, none);
+    }
 }
