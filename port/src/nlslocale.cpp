@@ -26,17 +26,6 @@ constexpr CLanguagePage c_LanguagePages[] = {
     {"uz", 1254}, {"vi", 1258}, {"yi", 1255},
 };
 
-const char* FirstSet(const char* sCategory)
-{
-    for (const char* sName : {"LC_ALL", sCategory, "LANG"})
-    {
-        const char* sValue = std::getenv(sName);
-        if (sValue && *sValue)
-            return sValue;
-    }
-    return "C";
-}
-
 bool IsNeutral(const char* sLocale)
 {
     const std::size_t n = std::strcspn(sLocale, ".@");
@@ -68,9 +57,20 @@ UINT PageOfLocale(const char* sLocale)
 
 } // namespace
 
+const char* EnvironmentLocaleName(const char* sCategory) noexcept
+{
+    for (const char* sName : {"LC_ALL", sCategory, "LANG"})
+    {
+        const char* sValue = std::getenv(sName);
+        if (sValue && *sValue)
+            return sValue;
+    }
+    return "C";
+}
+
 const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) noexcept
 {
-    const char* sLocale = FirstSet(sCategory);
+    const char* sLocale = EnvironmentLocaleName(sCategory);
     UErrorCode status = U_ZERO_ERROR;
     if (IsNeutral(sLocale) || uloc_canonicalize(sLocale, pName, cbName, &status) >= cbName ||
         U_FAILURE(status))

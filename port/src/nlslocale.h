@@ -3,6 +3,9 @@
 
 #include <windows.h>
 
+/// The locale as the environment names it: LC_ALL, else the given category's variable, else LANG, else "C".
+const char* EnvironmentLocaleName(const char* sCategory) noexcept;
+
 /// The ICU name of the locale: from LC_ALL, else the given category's variable, else LANG; "en_US" where
 /// these are absent or say C or POSIX, whose own order would be that of code points. Read once per category
 /// by its user.

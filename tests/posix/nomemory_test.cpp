@@ -1,5 +1,6 @@
 // Calls that cannot throw, where memory is missing.
 #include "orvcomtypes/octassert.h"
+#include "support/test_environment.h"
 
 #include <gtest/gtest.h>
 
@@ -60,4 +61,23 @@ TEST(NoMemory, CallsWithPathsFail)
     t_bExhausted = false;
     for (const bool& bFailed : failed)
         EXPECT_TRUE(bFailed) << &bFailed - failed;
+}
+
+TEST(NoMemory, NumbersAreNotFormatted)
+{
+    const CVariableGuard locale("LC_ALL", "hu_HU.UTF-8"); // not the locale of the last number
+    WCHAR sText[20];
+    const auto Formatted = [&] {
+        return GetNumberFormatW(LOCALE_USER_DEFAULT, 0, ORVTEXT("1234"), nullptr, sText, 20);
+    };
+    t_bExhausted = true;
+    const int nWithout = Formatted();
+    const DWORD dwError = GetLastError();
+    t_bExhausted = false;
+    EXPECT_EQ(0, nWithout);
+    EXPECT_EQ(static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY), dwError);
+    EXPECT_EQ(9, Formatted());
+    t_bExhausted = true; // what is known needs none
+    EXPECT_EQ(9, Formatted());
+    t_bExhausted = false;
 }
