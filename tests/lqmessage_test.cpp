@@ -37,8 +37,9 @@ TEST(Message, FormatsResources)
     const CCurrentTestResources current;
     CLQMessage message(2000);
     message.AddParam(ORVTEXT("%1"));
-    message.AddParam(LONG{12});
+    message.AddParam(12);
     EXPECT_EQ(ORVTEXT("Order %1 has 12 lines"), Formatted(message));
+    EXPECT_EQ(ORVTEXT("Order %1 has 12 lines"), TextOf(message.Format(nullptr)));
     EXPECT_EQ(ORVTEXT(""), Formatted(CLQMessage(2002)));
     EXPECT_EQ(ORVTEXT(" and "), Formatted(CLQMessage(2003)));
     EXPECT_EQ(ORVTEXT("Internal error, invalid resource parameters.  (87|broken %1!d)"),
@@ -105,6 +106,30 @@ TEST(Message, KeepsParametersOfAnyType)
                               "param.paramType == msty_OnlyTime"}});
     EXPECT_THROW(message.GetStrParam(5), CLQInvalidargExcept);
     EXPECT_THROW(CLQMessage().GetParamType(0), CLQInvalidargExcept);
+}
+
+TEST(Message, KeepsIntegersOfAnyTypeAlike)
+{
+    enum Code : DWORD
+    {
+        Refused = 0x80070005u
+    };
+    CLQMessage message;
+    message.AddParam(12);
+    message.AddParam(12L);
+    message.AddParam(12u);
+    message.AddParam(DWORD{12});
+    message.AddParam(std::size_t{12});
+    message.AddParam(std::uint64_t{0xFF0000000C});
+    message.AddParam(static_cast<short>(12));
+    for (unsigned i = 0; i < message.GetParamCount(); ++i)
+        EXPECT_EQ(12, message.GetLngParam(i)) << i;
+    message.AddParam(Refused);
+    message.AddParam(0);
+    EXPECT_EQ(static_cast<LONG>(0x80070005u), message.GetLngParam(7));
+    EXPECT_EQ(0, message.GetLngParam(8));
+    message.AddParam(1.5f);
+    EXPECT_EQ(msty_Double, message.GetParamType(9));
 }
 
 TEST(Messages, CopyDeeply)

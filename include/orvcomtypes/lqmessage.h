@@ -14,13 +14,15 @@
 ///
 ///     CLQMessage message(26100, 0);
 ///     message.AddParam(ORVTEXT("orders"));
-///     message.AddParam(LONG{12});
-///     COrvStr sText = message.Format(HINSTANCE());   // the resource's text with %1 and %2 replaced
+///     message.AddParam(12);
+///     COrvStr sText = message.Format(nullptr);   // the resource's text with %1 and %2 replaced
 #pragma once
 
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/orvtime.h"
 
+#include <cstddef>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -59,6 +61,12 @@ public:
     void AddParam(const WCHAR* sText);
     void AddParam(const COrvStr& sText);
     void AddParam(LONG iValue);
+    /// Any other integer. Every one is kept as a `LONG`, so that of a wider one the low 32 bits stay.
+    template <class Int>
+    requires(std::is_integral_v<Int> || std::is_enum_v<Int>) void AddParam(Int iValue)
+    {
+        AddParam(static_cast<LONG>(iValue));
+    }
     void AddParam(double dValue);
     /// \p type is one of the three time types.
     void AddParam(const COrvTime& time, LQMessageParamType type);
@@ -71,8 +79,10 @@ public:
     double GetDblParam(unsigned uIndex) const;
     COrvTime GetTimeParam(unsigned uIndex) const;
 
-    /// The text in the language of \p hModule; null for the current language.
+    /// The text in the language of \p hModule; null for the current language. Numbers are in the manner of
+    /// the user's locale, or plain digits where there is no memory for that.
     COrvStr Format(HINSTANCE hModule) const;
+    COrvStr Format(std::nullptr_t) const { return Format(HINSTANCE()); }
     /// The parameters put into \p sFormat, or listed one by one when it is ListParams(). The first ten can be
     /// referenced; those beyond are empty. A null format is an empty one.
     COrvStr Format(const WCHAR* sFormat) const;
