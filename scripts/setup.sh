@@ -8,9 +8,11 @@
 set -euo pipefail
 source "$(dirname "$0")/env.sh"
 
-# llvm: readable stacks of the sanitizers. binutils-mingw: compiles the string tables that tests load.
+# llvm: readable stacks of the sanitizers. default-jdk-headless, libh2-java: a database that executes statements.
+# binutils-mingw: compiles the string tables that tests load.
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
-    libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3)
+    libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
+    default-jdk-headless libh2-java)
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1

@@ -3,6 +3,7 @@
 #include "support/report_capture.h"
 #include "support/text.h"
 
+#include <cmath>
 #include <limits>
 #include <optional>
 
@@ -72,6 +73,17 @@ TEST(OrvSqlStr, Doubles)
     EXPECT_EQ(ORVTEXT("1.2e+03 1 0.1000000000000000055511151231257827021182"), TextOf(sql));
 }
 
+TEST(OrvSqlStr, DoublesWithoutALiteralAreNull)
+{
+    CReportCapture capture;
+    const double dInfinity = std::numeric_limits<double>::infinity();
+    COrvSQLStr sql;
+    sql & -dInfinity& std::nan("") & MSQLDATE{dInfinity};
+    EXPECT_EQ(ORVTEXT("NULLNULLNULL"), TextOf(sql));
+    const ExpectedReport report = {"COrvSQLStr::Append", "isfinite(d)", "", "orvsqlstr"};
+    EXPECT_REPORTS(capture, {report, report, report});
+}
+
 TEST(OrvSqlStr, IdLists)
 {
     CReportCapture capture;
@@ -93,13 +105,13 @@ TEST(OrvSqlStr, NoTextEscapesItsLiteral)
     EXPECT_EQ(ORVTEXT("N''"), Bound(NVARCHAR{nullptr, 0, 5}));
     EXPECT_EQ(ORVTEXT("'x'"), Bound(VARCHAR{ORVTEXT("x"), 0, 0xFFFFFFFF}));
     CTestRandom random;
-    constexpr TextView units = ORVTEXT("'''\\\"-;% N\n\xD83D\x2019\x02BC\xFF07");
+    constexpr TextView units = ORVTEXT("abcdefgh''\\\"-;% N\n\xD83D\x2019\x02BC\xFF07\x0127");
     for (int i = 0; i < 2000; ++i)
     {
-        Text text(random.UpTo(11), 0);
+        Text text(random.UpTo(1) != 0 ? random.UpTo(60) : random.UpTo(1200), 0);
         for (WCHAR& c : text)
             c = units[random.UpTo(units.size() - 1)];
-        const unsigned nMaxLen = random.UpTo(13);
+        const unsigned nMaxLen = random.UpTo(1) * random.UpTo(70);
         const Text literal = Bound(VARCHAR{text.c_str(), 0, nMaxLen});
         EXPECT_EQ(nMaxLen != 0 ? text.substr(0, nMaxLen) : text, ReadLiteral(literal));
         EXPECT_EQ(ORVTEXT("N") + literal, Bound(NVARCHAR{text.c_str(), 0, nMaxLen}));

@@ -121,6 +121,11 @@ void Fields()
 #include "orvtabbedstr.inc"
 }
 
+void LongTexts()
+{
+#include "orvlongstrbase.inc"
+}
+
 void Statements(const WCHAR* sName, const CMIDINTArray& ids)
 {
 #include "orvsqlstr.inc"

@@ -32,6 +32,7 @@
 #include "orvcomtypes/orvlog.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/orvtabbedstr.h"
+#include "orvcomtypes/orvlongstrbase.h"
 #include "orvcomtypes/orvsqlstr.h"
 #include "orvcomtypes/orvdbstr.h"
 // clang-format on

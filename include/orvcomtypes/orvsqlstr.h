@@ -3,15 +3,27 @@
 /// The fixed parts of a statement are appended as they stand; values are bound with `operator&`, which writes
 /// each type as the literal that the server reads back as that value. Text values go through `NVARCHAR` or
 /// `VARCHAR`: they are quoted, their quotes doubled, so no value ends its literal. A plain text operand is a
-/// fragment of the statement and must never come from outside.
+/// fragment of the statement and must never come from outside; binding a text object like that is deprecated.
+///
+/// What quoting does not cure:
+/// - Without `N` the server converts a literal to its database's code page; `VARCHAR` is for columns of that.
+/// - The server drops a backslash directly before a line break inside a literal, and the break with it.
+/// - `%`, `_` and `[` of a value stay wildcards in a LIKE pattern.
+/// - A list of very many IDs can be more than the server plans; join with a table instead.
+/// - A date that is bound as text is read by the session's date format; `MSQLDATE` is not.
+/// - A server that reads backslashes as escapes lets a value end its literal: the text is for SQL Server.
+/// - A driver manager that narrows wide statements may cut units to bytes; `\u0127` then becomes an
+/// apostrophe,
+///   which ends the literal. Call the wide functions, through drivers that keep them wide.
 ///
 /// Ownership: a statement holds one reference to a counted buffer, as `COrvStr` does, and copies share it.
 ///   `CSQLMIDINTArray` refers to its array; wrapped texts and bytes are read during the call only.
 /// Thread safety: one statement belongs to one thread at a time; statements that share a buffer may live in
 ///   several.
 /// Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a constant
-///   predicate. Without memory `CLQMemoryExcept` is thrown and the text stays as it was: no value is ever
-///   appended in part.
+///   predicate. A double that is infinite or not a number has no literal: it is reported ("isfinite(d)") and
+///   bound as NULL, which compares with nothing and computes to NULL. Without memory `CLQMemoryExcept` is
+///   thrown and the text stays as it was: no value is ever appended in part.
 /// Units: lengths are code units; `nLen` 0 means up to the terminator, a maximum length of 0 means none.
 ///
 ///     COrvSQLStr sql;
@@ -22,11 +34,24 @@
 
 #include "orvcomtypes/memarray.h"
 #include "orvcomtypes/midintarray.h"
-#include "orvcomtypes/orvstralloc.h"
+#include "orvcomtypes/orvlongstrbase.h"
 
+#include <concepts>
 #include <cstdint>
 #include <string_view>
-#include <utility>
+#include <type_traits>
+
+class COrvSQLStr;
+
+namespace OCT
+{
+
+/// A text that may come from outside. (A statement is built of fragments, so it is one.)
+template <class Text>
+concept SqlTextObject = std::is_class_v<Text> && std::convertible_to<const Text&, const WCHAR*> &&
+    !std::derived_from<Text, COrvSQLStr>;
+
+} // namespace OCT
 
 /// Text of a narrow column: '…'.
 struct VARCHAR
@@ -84,13 +109,15 @@ public:
     unsigned GetCount() const { return m_pIds->GetCount(); }
     unsigned operator[](unsigned idx) const { return m_pIds->Item(idx); }
     bool IsExclude() const noexcept { return m_bExclude; }
+    const unsigned* begin() const { return m_pIds->begin(); }
+    const unsigned* end() const { return m_pIds->end(); }
 
 private:
     const CMIDINTArray* m_pIds;
     bool m_bExclude;
 };
 
-class ORV_API COrvSQLStr
+class ORV_API COrvSQLStr : public COrvLongStrBase
 {
 public:
     static constexpr unsigned DefaultReserve = 1024;
@@ -98,20 +125,17 @@ public:
     explicit COrvSQLStr(unsigned nReserve = DefaultReserve);
     /// Without the reserve.
     explicit COrvSQLStr(const WCHAR* s);
-    COrvSQLStr(const COrvSQLStr& sql);
-    COrvSQLStr(COrvSQLStr&& sql) noexcept : m_pStr(std::exchange(sql.m_pStr, ORVS_GetDefaultEmptyString())) {}
-    ~COrvSQLStr() { OCT::ReleaseStrRef(m_pStr); }
-    COrvSQLStr& operator=(const COrvSQLStr& sql);
-    COrvSQLStr& operator=(COrvSQLStr&& sql) noexcept;
+    COrvSQLStr(const COrvSQLStr& sql) = default;
+    COrvSQLStr(COrvSQLStr&& sql) noexcept = default;
+    ~COrvSQLStr() = default;
+    COrvSQLStr& operator=(const COrvSQLStr& sql) = default;
+    COrvSQLStr& operator=(COrvSQLStr&& sql) noexcept = default;
     COrvSQLStr& operator=(const WCHAR* s);
 
-    /// Guarantees room for \p n units, at least 400; 0 empties the text.
+    /// Guarantees room for \p n units, at least 400; 0 empties the text. A shared text that is longer is cut.
     void SetSize(unsigned n);
-    void Clear();
-    unsigned Length() const { return ORVS_GetStrLen(m_pStr); }
     /// True for white space too.
     bool IsEmpty() const;
-    operator const WCHAR*() const noexcept { return m_pStr; }
 
     // ---- Layout ----
 
@@ -149,6 +173,14 @@ public:
     COrvSQLStr& Append(const SQLTSTAMP& value);
 
     COrvSQLStr& operator&(const WCHAR* s) { return Append(s); }
+    /// Binds the text of an object as it stands, although the text of an object is most often a value.
+    template <OCT::SqlTextObject Text>
+    [[deprecated("write NVARCHAR{text, 0, 0} for a value, or Append(text) for a fragment of the "
+                 "statement")]] COrvSQLStr&
+    operator&(const Text& text)
+    {
+        return Append(static_cast<const WCHAR*>(text));
+    }
     COrvSQLStr& operator&(WCHAR c) { return Append(c); }
     COrvSQLStr& operator&(unsigned char n) { return Append(static_cast<int>(n)); }
     COrvSQLStr& operator&(short n) { return Append(static_cast<int>(n)); }
@@ -168,15 +200,8 @@ public:
     COrvSQLStr& operator&(const SQLTSTAMP& value) { return Append(value); }
 
 private:
-    COrvSQLStr KeepIfInside(const WCHAR* s) const;
-    void Reserve(std::uint64_t n);
-    WCHAR* Tail(std::uint64_t nMore);
-    void EndAt(const WCHAR* pEnd) noexcept;
-    template <class Put>
-    COrvSQLStr& AppendNumber(Put put, std::string_view sBefore = {}, std::string_view sBehind = {});
-    COrvSQLStr& AppendLiteral(std::string_view sOpening, const WCHAR* s, unsigned nMaxLen);
-
-    WCHAR* m_pStr;
+    COrvSQLStr& AppendLiteral(const WCHAR* s, unsigned nMaxLen, bool bUnicode);
+    COrvSQLStr& AppendBigInt(std::uint64_t n, std::string_view sBefore, std::string_view sBehind);
 };
 
 ORV_EXTERN_TEMPLATE(CMarrayBase<COrvSQLStr, CFixMarrayTreat<COrvSQLStr, CStaticCRTAllocator, 16, 16>>);

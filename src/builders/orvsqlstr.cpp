@@ -1,9 +1,8 @@
 #include "orvcomtypes/orvsqlstr.h"
 
+#include "builders/longstrappend.h"
+#include "builders/sqlquotes.h"
 #include "strings/charclass.h"
-#include "strings/numtext.h"
-#include "strings/strbuffer.h"
-#include "strings/textlen.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +18,7 @@ namespace
 
 constexpr unsigned MinReserve = 400;
 constexpr unsigned BatchReserve = 262144;
-constexpr WCHAR Quote = ORVTEXT('\'');
+constexpr unsigned MaxIdText = 10;
 
 bool IsBlank(const WCHAR* s)
 {
@@ -40,32 +39,14 @@ bool IsNearly(double d, double dMarker)
 
 // ---- Construction and buffer ----
 
-COrvSQLStr::COrvSQLStr(unsigned nReserve) : m_pStr(ORVS_GetDefaultEmptyString())
+COrvSQLStr::COrvSQLStr(unsigned nReserve)
 {
     SetSize(std::max(nReserve, DefaultReserve));
 }
 
-COrvSQLStr::COrvSQLStr(const WCHAR* s) : m_pStr(ORVS_GetDefaultEmptyString())
+COrvSQLStr::COrvSQLStr(const WCHAR* s)
 {
     Append(s);
-}
-
-COrvSQLStr::COrvSQLStr(const COrvSQLStr& sql) : m_pStr(sql.m_pStr)
-{
-    OCT::AddStrRef(m_pStr);
-}
-
-COrvSQLStr& COrvSQLStr::operator=(const COrvSQLStr& sql)
-{
-    OCT::AddStrRef(sql.m_pStr);
-    OCT::ReleaseStrRef(std::exchange(m_pStr, sql.m_pStr));
-    return *this;
-}
-
-COrvSQLStr& COrvSQLStr::operator=(COrvSQLStr&& sql) noexcept
-{
-    std::swap(m_pStr, sql.m_pStr);
-    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::operator=(const WCHAR* s)
@@ -76,52 +57,13 @@ COrvSQLStr& COrvSQLStr::operator=(const WCHAR* s)
 void COrvSQLStr::SetSize(unsigned n)
 {
     if (n == 0)
-        Clear();
-    else
-        Reserve(n);
-}
-
-void COrvSQLStr::Clear()
-{
-    OCT::ReleaseStrRef(std::exchange(m_pStr, ORVS_GetDefaultEmptyString()));
+        return Clear();
+    Reserve(std::max(n, MinReserve));
 }
 
 bool COrvSQLStr::IsEmpty() const
 {
     return IsBlank(m_pStr);
-}
-
-/// Another holder of the buffer while text that lies in it is appended.
-COrvSQLStr COrvSQLStr::KeepIfInside(const WCHAR* s) const
-{
-    const auto nOffset = reinterpret_cast<std::uintptr_t>(s) - reinterpret_cast<std::uintptr_t>(m_pStr);
-    return nOffset < OCT::StrHeader(m_pStr).nAllocLen ? *this : COrvSQLStr(nullptr);
-}
-
-/// Makes the buffer private with room for exactly \p n units: builders reserve what they need beforehand.
-void COrvSQLStr::Reserve(std::uint64_t n)
-{
-    n = std::max<std::uint64_t>(n, MinReserve);
-    if (OCT::IsCountedStr(m_pStr) && OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (n + 1)))
-        return;
-    WCHAR* const pNew = OCT::NewStr(n);
-    if (pNew == nullptr)
-        LQThrowMemory(LQ_SRC_LOCATION);
-    OCT::EndStr(pNew, OrvStringCchCopy(pNew, static_cast<unsigned>(n + 1), m_pStr));
-    OCT::ReleaseStrRef(std::exchange(m_pStr, pNew));
-}
-
-/// Where the next \p nMore units go.
-WCHAR* COrvSQLStr::Tail(std::uint64_t nMore)
-{
-    const std::uint64_t nLen = Length();
-    Reserve(nLen + nMore);
-    return m_pStr + nLen;
-}
-
-void COrvSQLStr::EndAt(const WCHAR* pEnd) noexcept
-{
-    OCT::EndStr(m_pStr, static_cast<std::size_t>(pEnd - m_pStr));
 }
 
 // ---- Layout ----
@@ -147,83 +89,70 @@ COrvSQLStr& COrvSQLStr::AddCM(bool& bFirst)
 
 COrvSQLStr& COrvSQLStr::Append(const WCHAR* s, unsigned nLen)
 {
-    if (s == nullptr || *s == 0)
-        return *this;
-    const COrvSQLStr source = KeepIfInside(s);
-    const std::size_t nCount = nLen != 0 ? OCT::TextLength(s, nLen) : OCT::TextLength(s);
-    EndAt(std::copy_n(s, nCount, Tail(nCount)));
+    AppendText<MinReserve>(s, nLen);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(WCHAR c)
 {
-    if (c == 0)
-        return *this;
-    WCHAR* const p = Tail(1);
-    *p = c;
-    EndAt(p + 1);
-    return *this;
-}
-
-template <class Put>
-COrvSQLStr& COrvSQLStr::AppendNumber(Put put, std::string_view sBefore, std::string_view sBehind)
-{
-    char sText[std::max(OCT::MaxIntText, OCT::MaxDoubleText)];
-    const std::string_view sNumber(sText, static_cast<std::size_t>(put(sText) - sText));
-    WCHAR* p = Tail(sBefore.size() + sNumber.size() + sBehind.size());
-    for (const std::string_view sPart : {sBefore, sNumber, sBehind})
-        p = std::copy(sPart.begin(), sPart.end(), p);
-    EndAt(p);
+    AppendUnit<MinReserve>(c);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(int n)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, n); });
+    AppendDecimal<MinReserve>(n);
+    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(unsigned n)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, n); });
+    AppendDecimal<MinReserve>(n);
+    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(std::int64_t n)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, n); });
+    AppendDecimal<MinReserve>(n);
+    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(std::uint64_t n)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, n); });
+    AppendDecimal<MinReserve>(n);
+    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(double d, int nDigits)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDouble(p, d, nDigits); });
+    if (!std::isfinite(d))
+    {
+        ORV_REPORT("COrvSQLStr::Append", "isfinite(d)");
+        return Append(ORVTEXT("NULL"));
+    }
+    AppendDouble<MinReserve>(d, nDigits);
+    return *this;
 }
 
 COrvSQLStr& COrvSQLStr::AppendStrCol(const WCHAR* s, unsigned nMaxLen)
 {
-    return AppendLiteral("'", s, nMaxLen);
+    return AppendLiteral(s, nMaxLen, false);
 }
 
-COrvSQLStr& COrvSQLStr::AppendLiteral(std::string_view sOpening, const WCHAR* s, unsigned nMaxLen)
+COrvSQLStr& COrvSQLStr::AppendLiteral(const WCHAR* s, unsigned nMaxLen, bool bUnicode)
 {
-    const COrvSQLStr source = KeepIfInside(s);
-    const OCT::TextView text =
-        s == nullptr ? OCT::TextView()
-                     : OCT::TextView(s, nMaxLen != 0 ? OCT::TextLength(s, nMaxLen) : OCT::TextLength(s));
-    const auto nQuotes = std::count(text.begin(), text.end(), Quote);
-    WCHAR* p = Tail(sOpening.size() + text.size() + static_cast<std::uint64_t>(nQuotes) + 1);
-    p = std::copy(sOpening.begin(), sOpening.end(), p);
-    for (const WCHAR c : text)
-    {
-        if (c == Quote)
-            *p++ = Quote;
-        *p++ = c;
-    }
-    *p++ = Quote;
-    EndAt(p);
+    const std::size_t n = s == nullptr ? 0 : nMaxLen != 0 ? OCT::TextLength(s, nMaxLen) : OCT::TextLength(s);
+    const std::uint64_t nMore = bUnicode + 2 + std::uint64_t{n};
+    // A builder with room for nothing but quotes need not know how many there are.
+    const std::uint64_t nQuotes = HasRoom(Length() + nMore + n) ? n : OCT::CountQuotes(s, n);
+    AppendExactly<MinReserve>(nMore + nQuotes, [=](WCHAR* p) {
+        if (bUnicode)
+            *p++ = ORVTEXT('N');
+        *p++ = OCT::Quote;
+        p = OCT::PutDoubled(p, s, n);
+        *p++ = OCT::Quote;
+        return p;
+    });
     return *this;
 }
 
@@ -236,7 +165,7 @@ COrvSQLStr& COrvSQLStr::Append(const VARCHAR& value)
 
 COrvSQLStr& COrvSQLStr::Append(const NVARCHAR& value)
 {
-    return AppendLiteral("N'", value.m_sText, value.m_nMaxLen);
+    return AppendLiteral(value.m_sText, value.m_nMaxLen, true);
 }
 
 COrvSQLStr& COrvSQLStr::Append(const GUID& value)
@@ -251,12 +180,13 @@ COrvSQLStr& COrvSQLStr::Append(const GUID& value)
 COrvSQLStr& COrvSQLStr::Append(const BINARY& value)
 {
     const unsigned nBytes = value.m_pBytes != nullptr ? value.m_nBytes : 0;
-    WCHAR* p = Tail(2 + 2 * std::uint64_t{nBytes});
-    *p++ = ORVTEXT('0');
-    *p++ = ORVTEXT('x');
-    for (unsigned i = 0; i < nBytes; ++i)
-        p = OCT::PutHex(p, value.m_pBytes[i], 2);
-    EndAt(p);
+    AppendExactly<MinReserve>(2 + 2 * std::uint64_t{nBytes}, [&](WCHAR* p) {
+        *p++ = ORVTEXT('0');
+        *p++ = ORVTEXT('x');
+        for (unsigned i = 0; i < nBytes; ++i)
+            p = OCT::PutHex(p, unsigned{value.m_pBytes[i]}, 2);
+        return p;
+    });
     return *this;
 }
 
@@ -269,23 +199,20 @@ COrvSQLStr& COrvSQLStr::Append(const CSQLMIDINTArray& value)
         ORV_REPORT("COrvSQLStr::Append", nullptr);
         return Append(value.IsExclude() ? ORVTEXT(" <> 0") : ORVTEXT(" = 0"));
     }
-    const bool bList = nCount > 1;
-    const std::string_view sHead =
-        bList ? (value.IsExclude() ? " not in (" : " in (") : (value.IsExclude() ? " <> " : " = ");
-    std::uint64_t nLen = sHead.size() + (nCount - 1) + bList;
-    WCHAR sId[OCT::MaxIntText];
-    for (unsigned i = 0; i < nCount; ++i)
-        nLen += static_cast<std::uint64_t>(OCT::PutDecimal(sId, value[i]) - sId);
-    WCHAR* p = std::copy(sHead.begin(), sHead.end(), Tail(nLen));
-    for (unsigned i = 0; i < nCount; ++i)
-    {
-        if (i > 0)
+    if (nCount == 1)
+        return Append(value.IsExclude() ? ORVTEXT(" <> ") : ORVTEXT(" = ")).Append(value[0]);
+    const std::string_view sHead = value.IsExclude() ? " not in (" : " in (";
+    const std::uint64_t nMost = sHead.size() + std::uint64_t{nCount} * (MaxIdText + 1);
+    AppendAtMost<MinReserve>(nMost, [&](WCHAR* p) {
+        p = std::copy(sHead.begin(), sHead.end(), p);
+        for (const unsigned nId : value)
+        {
+            p = OCT::PutDecimal(p, nId);
             *p++ = ORVTEXT(',');
-        p = OCT::PutDecimal(p, value[i]);
-    }
-    if (bList)
-        *p++ = ORVTEXT(')');
-    EndAt(p);
+        }
+        p[-1] = ORVTEXT(')');
+        return p;
+    });
     return *this;
 }
 
@@ -306,13 +233,21 @@ COrvSQLStr& COrvSQLStr::Append(const SQLORVTIME& value)
 
 COrvSQLStr& COrvSQLStr::Append(const SQLMCOUNT& value)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, value.m_nValue); }, "CAST(", " AS BIGINT)");
+    return AppendBigInt(value.m_nValue, "CAST(", " AS BIGINT)");
 }
 
 COrvSQLStr& COrvSQLStr::Append(const SQLTSTAMP& value)
 {
-    return AppendNumber([=](char* p) { return OCT::PutDecimal(p, value.m_nValue); },
-                        "CONVERT(TIMESTAMP, CAST(", " AS BIGINT))");
+    return AppendBigInt(value.m_nValue, "CONVERT(TIMESTAMP, CAST(", " AS BIGINT))");
+}
+
+COrvSQLStr& COrvSQLStr::AppendBigInt(std::uint64_t n, std::string_view sBefore, std::string_view sBehind)
+{
+    AppendAtMost<MinReserve>(sBefore.size() + OCT::MaxIntText + sBehind.size(), [=](WCHAR* p) {
+        p = OCT::PutDecimal(std::copy(sBefore.begin(), sBefore.end(), p), n);
+        return std::copy(sBehind.begin(), sBehind.end(), p);
+    });
+    return *this;
 }
 
 // ---- Batches ----

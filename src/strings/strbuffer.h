@@ -31,19 +31,30 @@ inline WCHAR* NewStr(std::uint64_t nLen)
     return p;
 }
 
-/// Copies \p n units; a short text takes two overlapping moves instead of a call.
+/// Copies between \p nBlock and twice as many bytes by two moves that may overlap.
+template <std::size_t nBlock>
+void CopyTwoBlocks(WCHAR* pTo, const WCHAR* pFrom, std::size_t nBytes) noexcept
+{
+    char aTail[nBlock];
+    std::memcpy(aTail, reinterpret_cast<const char*>(pFrom) + nBytes - nBlock, nBlock);
+    std::memcpy(pTo, pFrom, nBlock);
+    std::memcpy(reinterpret_cast<char*>(pTo) + nBytes - nBlock, aTail, nBlock);
+}
+
+/// Copies \p n units; a short text takes a few moves instead of a call.
 inline void CopyUnits(WCHAR* pTo, const WCHAR* pFrom, std::size_t n) noexcept
 {
-    constexpr std::size_t nBlock = 8;
-    if (n >= nBlock && n <= 2 * nBlock)
-    {
-        WCHAR aTail[nBlock];
-        std::memcpy(aTail, pFrom + n - nBlock, sizeof(aTail));
-        std::memcpy(pTo, pFrom, sizeof(aTail));
-        std::memcpy(pTo + n - nBlock, aTail, sizeof(aTail));
-    }
-    else
-        std::memcpy(pTo, pFrom, n * sizeof(WCHAR));
+    const std::size_t nBytes = n * sizeof(WCHAR);
+    if (n > 16)
+        std::memcpy(pTo, pFrom, nBytes);
+    else if (n >= 8)
+        CopyTwoBlocks<16>(pTo, pFrom, nBytes);
+    else if (n >= 4)
+        CopyTwoBlocks<8>(pTo, pFrom, nBytes);
+    else if (n >= 2)
+        CopyTwoBlocks<4>(pTo, pFrom, nBytes);
+    else if (n == 1)
+        *pTo = *pFrom;
 }
 
 /// Ends the text of a private buffer at \p nLen.

@@ -1,0 +1,284 @@
+#include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvlongstrbase.h"
+#include "orvcomtypes/stringutils.h"
+#include "support/random.h"
+#include "support/report_capture.h"
+#include "support/text.h"
+
+#include <limits>
+#include <type_traits>
+
+namespace
+{
+
+/// A text class that has what the builders need of those of the Windows class library, and its conversion.
+template <class Char>
+class CStringLookAlike
+{
+public:
+    explicit CStringLookAlike(const std::basic_string<Char>& s) : m_s(s) {}
+    const Char* GetString() const { return m_s.c_str(); }
+    int GetLength() const { return static_cast<int>(m_s.size()); }
+    operator const Char*() const { return m_s.c_str(); }
+
+private:
+    std::basic_string<Char> m_s;
+};
+
+template <class Builder>
+struct CUnits;
+template <>
+struct CUnits<COrvLongStr>
+{
+    using Own = WCHAR;
+    using Other = char;
+};
+template <>
+struct CUnits<COrvLongAStr>
+{
+    using Own = char;
+    using Other = WCHAR;
+};
+
+template <class Builder>
+class LongStr : public testing::Test
+{
+public:
+    using Own = typename CUnits<Builder>::Own;
+    using Other = typename CUnits<Builder>::Other;
+    using OwnText = std::basic_string<Own>;
+    using OtherText = std::basic_string<Other>;
+
+    static OwnText Of(std::string_view s) { return OwnText(s.begin(), s.end()); }
+    static OwnText Of(const Builder& builder)
+    {
+        const OwnText text = static_cast<const Own*>(builder);
+        EXPECT_EQ(text.size(), builder.Length());
+        EXPECT_EQ(text.empty(), builder.IsEmpty());
+        return text;
+    }
+};
+using Builders = testing::Types<COrvLongStr, COrvLongAStr>;
+TYPED_TEST_SUITE(LongStr, Builders);
+
+constexpr auto MinInt64 = std::numeric_limits<std::int64_t>::min();
+
+} // namespace
+
+TYPED_TEST(LongStr, AppendsEveryTypeOfValue)
+{
+    using Fixture = LongStr<TypeParam>;
+    TypeParam s;
+    const typename Fixture::Own* const sNull = nullptr;
+    const typename Fixture::Other* const sOtherNull = nullptr;
+    s + sNull + sOtherNull + static_cast<typename Fixture::Own>(0);
+    EXPECT_EQ(Fixture::Of(""), Fixture::Of(s));
+    s + Fixture::Of("own ").c_str() + typename Fixture::OtherText(3, 'x').c_str() +
+        static_cast<typename Fixture::Own>('|');
+    s + std::numeric_limits<int>::min() + std::numeric_limits<unsigned>::max() + MinInt64 + ~std::uint64_t{0};
+    EXPECT_EQ(Fixture::Of("own xxx|-21474836484294967295-922337203685477580818446744073709551615"),
+              Fixture::Of(s));
+    s.Clear();
+    s + 2.50 + static_cast<typename Fixture::Own>(' ') + 100.0 + static_cast<typename Fixture::Own>(' ') -
+        255u - std::uint64_t{0xABCDEF} - static_cast<typename Fixture::Own>(0x0A);
+    EXPECT_EQ(Fixture::Of("2.5 100 000000FF0000000000ABCDEF0A"), Fixture::Of(s));
+    s = static_cast<typename Fixture::Own>('=');
+    s + CStringLookAlike<typename Fixture::Own>(Fixture::Of("own")) +
+        CStringLookAlike<typename Fixture::Other>(typename Fixture::OtherText(2, 'y')) +
+        CStringLookAlike<char>("");
+    s.Append(Fixture::Of("a\0b").c_str(), 3);
+    s.Append(1234.5, 2);
+    EXPECT_EQ(Fixture::Of("=ownyya1.2e+03"), Fixture::Of(s));
+    s = typename Fixture::OtherText(1, 'o').c_str();
+    EXPECT_EQ(Fixture::Of("o"), Fixture::Of(s));
+    s = sNull;
+    EXPECT_TRUE(s.IsEmpty());
+}
+
+TEST(LongStrOfUnits, OnlyTheLowByteIsHexadecimal)
+{
+    COrvLongStr s;
+    s - static_cast<WCHAR>(0x1234) - static_cast<WCHAR>(0xFF05);
+    EXPECT_EQ(ORVTEXT("3405"), TextOf(s));
+    COrvLongAStr sNarrow;
+    sNarrow - static_cast<char>(0xE9);
+    EXPECT_STREQ("E9", sNarrow);
+}
+
+TYPED_TEST(LongStr, AppendsVariantsByTheirTag)
+{
+    using Fixture = LongStr<TypeParam>;
+    const auto Appended = [](const VARIANT& var) {
+        TypeParam s;
+        s + var;
+        return Fixture::Of(s);
+    };
+    // The value itself, and what refers to it.
+    const auto Check = [&](VARTYPE vt, auto VARIANT::*pField, auto value, const char* sExpected) {
+        VARIANT var;
+        VariantInit(&var);
+        var.*pField = value;
+        var.vt = vt;
+        EXPECT_EQ(Fixture::Of(sExpected), Appended(var)) << vt;
+        VARIANT reference;
+        VariantInit(&reference);
+        reference.byref = &value;
+        reference.vt = static_cast<VARTYPE>(vt | VT_BYREF);
+        EXPECT_EQ(Fixture::Of(sExpected), Appended(reference)) << vt;
+        VARIANT outer;
+        VariantInit(&outer);
+        outer.pvarVal = &reference;
+        outer.vt = VT_VARIANT | VT_BYREF;
+        EXPECT_EQ(Fixture::Of(sExpected), Appended(outer)) << vt;
+        reference.byref = nullptr;
+        EXPECT_EQ(Fixture::Of(""), Appended(reference)) << vt;
+    };
+    DECIMAL dec = {};
+    dec.Lo64 = 12345;
+    dec.scale = 3;
+    dec.sign = DECIMAL_NEG;
+    Check(VT_NULL, &VARIANT::lVal, LONG{7}, "");
+    Check(VT_I2, &VARIANT::iVal, SHORT{-32768}, "-32768");
+    Check(VT_BOOL, &VARIANT::boolVal, VARIANT_BOOL{VARIANT_TRUE}, "-1");
+    Check(VT_I4, &VARIANT::lVal, LONG{-5}, "-5");
+    Check(VT_INT, &VARIANT::intVal, INT{-5}, "-5");
+    Check(VT_I1, &VARIANT::cVal, static_cast<CHAR>(-128), "-128");
+    Check(VT_UI1, &VARIANT::bVal, BYTE{200}, "200");
+    Check(VT_UI2, &VARIANT::uiVal, USHORT{0xFFFF}, "65535");
+    Check(VT_UI4, &VARIANT::ulVal, ULONG{0xFFFFFFFF}, "4294967295");
+    Check(VT_UINT, &VARIANT::uintVal, UINT{0xFFFFFFFF}, "4294967295");
+    Check(VT_R4, &VARIANT::fltVal, FLOAT{0.25f}, "0.25");
+    Check(VT_R8, &VARIANT::dblVal, DOUBLE{1.0 / 3}, "0.333333333333333");
+    Check(VT_DATE, &VARIANT::date, DATE{36526.25}, "36526.25");
+    Check(VT_DECIMAL, &VARIANT::decVal, dec, "-12.345");
+    Check(VT_I8, &VARIANT::llVal, LONGLONG{MinInt64}, "-9223372036854775808");
+    Check(VT_UI8, &VARIANT::ullVal, ULONGLONG{~0ull}, "18446744073709551615");
+    Check(VT_ERROR, &VARIANT::scode, SCODE{5}, "");
+    Check(VT_UNKNOWN, &VARIANT::punkVal, static_cast<IUnknown*>(nullptr), "");
+    const BSTR sText = SysAllocString(ORVTEXT("text"));
+    Check(VT_BSTR, &VARIANT::bstrVal, sText, "text");
+    SysFreeString(sText);
+    VARIANT circle;
+    VariantInit(&circle);
+    circle.pvarVal = &circle;
+    circle.vt = VT_VARIANT | VT_BYREF;
+    EXPECT_EQ(Fixture::Of(""), Appended(circle));
+}
+
+TYPED_TEST(LongStr, RandomSequencesAgreeWithPlainText)
+{
+    using Fixture = LongStr<TypeParam>;
+    CTestRandom random;
+    TypeParam builders[3];
+    typename Fixture::OwnText texts[3];
+    for (int i = 0; i < 4000; ++i)
+    {
+        const unsigned iTarget = random.UpTo(2), iSource = random.UpTo(2);
+        TypeParam& s = builders[iTarget];
+        typename Fixture::OwnText& text = texts[iTarget];
+        // Any place of any builder, of the target too.
+        const typename Fixture::OwnText source = texts[iSource];
+        const unsigned nAt = random.UpTo(static_cast<unsigned>(source.size()));
+        const auto* const sPlace = static_cast<const typename Fixture::Own*>(builders[iSource]) + nAt;
+        const unsigned nLen = random.UpTo(1) * random.UpTo(3000);
+        const auto part = source.substr(nAt, nLen != 0 ? nLen : source.npos);
+        const typename Fixture::OwnText filling(random.UpTo(1) * random.UpTo(2500) + 1, 'f');
+        switch (random.UpTo(9))
+        {
+        case 0: s.Append(sPlace, nLen), text += part; break;
+        case 1: s = sPlace, text = source.substr(nAt); break;
+        case 2: s = builders[iSource], text = source; break;
+        case 3: s + filling.c_str(), text += filling; break;
+        case 4: s + static_cast<int>(nLen), text += Fixture::Of(std::to_string(nLen)); break;
+        case 5: s - 0xFEDCBA98u, text += Fixture::Of("FEDCBA98"); break;
+        case 6: s + typename Fixture::OtherText(nLen, 'o').c_str(), text.append(nLen, 'o'); break;
+        case 7: s.SetSize(nLen), nLen == 0 ? text.clear() : void(); break;
+        case 8: std::swap(s, builders[iSource]), std::swap(text, texts[iSource]); break;
+        default: s + 0.5 + static_cast<typename Fixture::Own>('c'), text += Fixture::Of("0.5c"); break;
+        }
+        for (int j = 0; j < 3; ++j)
+        {
+            ASSERT_TRUE(texts[j] == Fixture::Of(builders[j])) << "step " << i;
+            if (texts[j].size() > 30000)
+                builders[j].Clear(), texts[j].clear();
+        }
+    }
+}
+
+TEST(LongStrWide, GrowsToTheNeedButNotBelow2000)
+{
+    COrvLongStr s;
+    EXPECT_EQ(ORVS_GetDefaultEmptyString(), static_cast<const WCHAR*>(s));
+    s + ORVTEXT('x');
+    const WCHAR* const sFirst = s;
+    EXPECT_LE(2 * 2000 + 2u, ORVS_GetAllocLen(s));
+    s + Text(1990, ORVTEXT('y')).c_str() + 123456789;
+    EXPECT_EQ(sFirst, static_cast<const WCHAR*>(s)) << "a number that just fits";
+    EXPECT_EQ(2000u, s.Length());
+    const COrvLongStr copy = s;
+    EXPECT_EQ(sFirst, static_cast<const WCHAR*>(copy));
+    s.SetSize(1);
+    EXPECT_NE(sFirst, static_cast<const WCHAR*>(s)) << "shared text is not reserved in place";
+    EXPECT_TRUE(TextOf(copy) == TextOf(s));
+    EXPECT_LE(2 * 5000 + 2u, ORVS_GetAllocLen(COrvLongStr(5000)));
+    EXPECT_THROW(s.SetSize(0xFFFFFFFF), CLQMemoryExcept);
+    EXPECT_TRUE(TextOf(copy) == TextOf(s));
+    s.SetSize(0);
+    EXPECT_EQ(ORVS_GetDefaultEmptyString(), static_cast<const WCHAR*>(s));
+}
+
+TEST(LongStrNarrow, GrowsInStepsOf4KiB)
+{
+    const auto Capacity = [](const COrvLongAStr& s) {
+        return CLongStrWrite<char>::GetFromCHR(s)->m_nCapacity + unsigned{sizeof(CLongStrWrite<char>)};
+    };
+    COrvLongAStr s;
+    EXPECT_LE(CLongStrWrite<char>::GetFromCHR(s)->m_nCapacity, 1u);
+    s.Clear();
+    s + ORVTEXT("") + "";
+    EXPECT_TRUE(s.IsEmpty());
+    s + 'x';
+    EXPECT_EQ(4096u, Capacity(s));
+    const unsigned nFull = 4096 - sizeof(CLongStrWrite<char>) - 1;
+    s + std::string(nFull - 1 - 16, 'y').c_str() + 1;
+    EXPECT_EQ(4096u, Capacity(s)) << "16 bytes are enough for a number";
+    s + 2;
+    EXPECT_EQ(8192u, Capacity(s)) << "and 15 are not";
+    s.SetSize(3 * 4096 - 1024);
+    EXPECT_EQ(4 * 4096u, Capacity(s));
+    const char* const sBlock = s;
+    s.Clear();
+    s = std::string(1000, 'a').c_str();
+    s = static_cast<const char*>(s) + 600;
+    EXPECT_EQ(sBlock, static_cast<const char*>(s)) << "the block is kept";
+    EXPECT_EQ(400u, s.Length());
+    EXPECT_EQ(sBlock + 400, CLongStrWrite<char>::GetFromCHR(s)->m_pEnd);
+    EXPECT_THROW(s.SetSize(0xFFFFFFFF), CLQMemoryExcept);
+    EXPECT_EQ(std::string(400, 'a'), static_cast<const char*>(s));
+}
+
+TEST(LongStrNarrow, NullHasNoBlock)
+{
+    CReportCapture capture;
+    EXPECT_THROW(CLongStrWrite<char>::GetFromCHR(nullptr), CLQInvalidargExcept);
+    EXPECT_REPORTS(capture, {{"::GetFromCHR", "s == nullptr", "", "orvlongstrbase"}});
+}
+
+TEST(LongStrNarrow, TextOfTheOtherWidthIsConvertedLikeAWhole)
+{
+    Text text;
+    for (int i = 0; i < 700; ++i)
+        text += i % 7 == 0 ? ORVTEXT("\u00E9\xD83D\xDE00") : ORVTEXT("a\u0105");
+    std::string expected(4 * text.size(), 0);
+    expected.resize(static_cast<std::size_t>(
+        UnicodeToANSI(text.c_str(), expected.data(), static_cast<unsigned>(expected.size()), CP_THREAD_ACP)));
+    COrvLongAStr s;
+    s + text.c_str();
+    EXPECT_TRUE(expected == static_cast<const char*>(s));
+    Text back(expected.size() + 1, 0);
+    back.resize(static_cast<std::size_t>(
+        ANSIToUnicode(expected.c_str(), back.data(), static_cast<unsigned>(back.size()), CP_THREAD_ACP)));
+    COrvLongStr sWide;
+    sWide + expected.c_str() + static_cast<const char*>(s);
+    EXPECT_TRUE(back + back == TextOf(sWide));
+}
