@@ -33,30 +33,29 @@ inline std::size_t CountQuotes(const WCHAR* s, std::size_t n)
     return nQuotes;
 }
 
-/// Copies \p n units, each quote twice, one by one. The unit behind what it writes may be overwritten.
-inline WCHAR* PutDoubledFew(WCHAR* p, const WCHAR* s, std::size_t n)
-{
-    for (std::size_t i = 0; i < n; ++i)
-    {
-        p[0] = s[i];
-        p[1] = Quote;
-        p += s[i] == Quote ? 2 : 1;
-    }
-    return p;
-}
-
 /// Copies \p n units, each quote twice. The unit behind what it writes may be overwritten.
 inline WCHAR* PutDoubled(WCHAR* p, const WCHAR* s, std::size_t n)
 {
-    const auto PutBlock = [&](__m128i units) {
-        if (_mm_movemask_epi8(QuotesOf8(units)) != 0) [[unlikely]]
-            return PutDoubledFew(p, s, 8);
+    while (n >= 8)
+    {
+        const __m128i units = Load16(s);
+        const auto nQuotes = static_cast<unsigned>(_mm_movemask_epi8(QuotesOf8(units)));
         Store16(p, units);
-        return p + 8;
-    };
-    for (; n >= 8; n -= 8, s += 8)
-        p = PutBlock(Load16(s));
-    return PutDoubledFew(p, s, n);
+        // Up to the first quote; what was written behind it is written again.
+        const unsigned nRun = nQuotes == 0 ? 8 : static_cast<unsigned>(std::countr_zero(nQuotes)) / 2 + 1;
+        p += nRun;
+        s += nRun;
+        n -= nRun;
+        if (nQuotes != 0)
+            *p++ = Quote;
+    }
+    for (; n > 0; --n, ++s)
+    {
+        p[0] = *s;
+        p[1] = Quote;
+        p += *s == Quote ? 2 : 1;
+    }
+    return p;
 }
 
 } // namespace OCT
