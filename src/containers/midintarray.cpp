@@ -1,10 +1,10 @@
 #include "orvcomtypes/midintarray.h"
 
 #include "containers/idsort.h"
+#include "core/numtext.h"
 #include "strings/charclass.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string>
 
 namespace
@@ -134,8 +134,7 @@ COrvStr CMIDINTArray::Join(WCHAR sep, const WCHAR* sAppend) const
     {
         if (p != text.Get())
             *p++ = sep;
-        char sDigits[10];
-        p = std::copy(sDigits, std::to_chars(sDigits, std::end(sDigits), id).ptr, p);
+        p = OCT::PutDecimal(p, id);
     }
     *p = 0;
     return COrvStr(text.Get());

@@ -1,11 +1,11 @@
 #include "orvcomtypes/simplebyteset.h"
 
+#include "core/numtext.h"
 #include "strings/charclass.h"
 
 #include "orvcomtypes/octassert.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -122,8 +122,7 @@ COrvStr CSimpleByteSet::JoinInterval(ULONG nFrom, ULONG nTo, WCHAR sep) const
             continue;
         if (p != sText)
             *p++ = sep;
-        char sDigits[3];
-        p = std::copy(sDigits, std::to_chars(sDigits, std::end(sDigits), nItem).ptr, p);
+        p = OCT::PutDecimal(p, nItem);
     }
     *p = 0;
     return COrvStr(sText);

@@ -2,6 +2,8 @@
 // locks.
 #pragma once
 
+#include "core/numtext.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -41,11 +43,20 @@ public:
     /// A number, filled up at the left to \p nWidth characters.
     CFixedLine& AppendDecimal(std::uint32_t n, std::size_t nWidth = 0, Char cFill = '0')
     {
-        return AppendDigits(n, 10, nWidth, cFill);
+        Char sDigits[MaxIntText];
+        const auto nLength = static_cast<std::size_t>(PutDecimal(sDigits, n) - sDigits);
+        for (std::size_t i = nLength; i < nWidth; ++i)
+            Append({&cFill, 1});
+        return Append({sDigits, nLength});
     }
 
     /// A number as eight upper-case hexadecimal digits.
-    CFixedLine& AppendHex8(std::uint32_t n) { return AppendDigits(n, 16, 8, '0'); }
+    CFixedLine& AppendHex8(std::uint32_t n)
+    {
+        Char sDigits[8];
+        PutHex(sDigits, n, 8);
+        return Append({sDigits, 8});
+    }
 
     /// A backslash, unless one stands at the end already.
     CFixedLine& AppendSeparator()
@@ -55,19 +66,6 @@ public:
     }
 
 private:
-    CFixedLine& AppendDigits(std::uint32_t n, std::uint32_t nBase, std::size_t nWidth, Char cFill)
-    {
-        Char sDigits[10];
-        Char* const pEnd = sDigits + 10;
-        Char* pStart = pEnd;
-        do
-            *--pStart = static_cast<Char>("0123456789ABCDEF"[n % nBase]);
-        while ((n /= nBase) != 0);
-        while (pStart > pEnd - nWidth)
-            *--pStart = cFill;
-        return Append({pStart, static_cast<std::size_t>(pEnd - pStart)});
-    }
-
     std::size_t m_nLength = 0;
     std::size_t m_nLimit = Size;
     Char m_sText[Size + 1] = {};

@@ -1,5 +1,9 @@
 #include "core/textformat.h"
 
+#include "core/numtext.h"
+
+#include <bit>
+#include <charconv>
 #include <cmath>
 
 namespace OCT
@@ -87,6 +91,19 @@ std::int64_t Narrowed(const CConversion<Char>& conversion, std::int64_t nValue, 
     }
 }
 
+/// Digits without leading zeros, for the conversions d, i, u, o, x and X.
+char* PutDigitsOf(char* p, std::uint64_t n, char cType)
+{
+    if (cType == 'o')
+        return std::to_chars(p, p + 24, n, 8).ptr;
+    if (cType != 'x' && cType != 'X')
+        return PutDecimal(p, n);
+    char* const pEnd = PutHex(p, n, n == 0 ? 1 : (static_cast<unsigned>(std::bit_width(n)) + 3) / 4);
+    if (cType == 'x')
+        std::for_each(p, pEnd, [](char& c) { c |= 0x20; }); // "0" to "9" have that bit
+    return pEnd;
+}
+
 template <class Char>
 void PutInteger(CFormatSink<Char>& sink, const CConversion<Char>& conversion, std::int64_t nArg)
 {
@@ -96,13 +113,8 @@ void PutInteger(CFormatSink<Char>& sink, const CConversion<Char>& conversion, st
     const auto nMagnitude = static_cast<std::uint64_t>(nValue);
     const bool bHex = IsOneOf(conversion.m_cType, "xX");
     char digits[24];
-    char* pEnd = std::to_chars(digits, std::end(digits), bNegative ? 0 - nMagnitude : nMagnitude,
-                               bHex                        ? 16
-                               : conversion.m_cType == 'o' ? 8
-                                                           : 10)
-                     .ptr;
-    if (conversion.m_cType == 'X')
-        MakeUpper(digits, pEnd);
+    const char* const pEnd =
+        PutDigitsOf(digits, bNegative ? 0 - nMagnitude : nMagnitude, static_cast<char>(conversion.m_cType));
     CNumberText text{bSigned ? SignOf(conversion, bNegative) : "", 0, {digits, pEnd}};
     if (conversion.m_nPrecision == 0 && nMagnitude == 0)
         text.m_sDigits = {};
@@ -124,21 +136,31 @@ void PutPointer(CFormatSink<Char>& sink, CConversion<Char> conversion, const voi
     PutInteger(sink, conversion, static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(pValue)));
 }
 
-template <class Char>
-void PutDouble(CFormatSink<Char>& sink, const CConversion<Char>& conversion, double dValue)
+/// The text of a magnitude in the form e, f, g or a; a negative precision of the last means all digits.
+char* PutMagnitude(char* p, double d, char cType, int nPrecision)
 {
-    const char cType = static_cast<char>(conversion.m_cType | 0x20);
+    if (cType == 'f' && nPrecision <= MaxFixedDecimals)
+        return PutFixed(p, d, nPrecision);
+    if (cType == 'g' && nPrecision <= MaxDoubleDigits)
+        return PutDouble(p, d, nPrecision);
     const auto eForm = cType == 'e'   ? std::chars_format::scientific
                        : cType == 'f' ? std::chars_format::fixed
                        : cType == 'a' ? std::chars_format::hex
                                       : std::chars_format::general;
-    char digits[g_nDoubleRoom];
-    const double dMagnitude = std::fabs(dValue);
-    const bool bShortest = cType == 'a' && conversion.m_nPrecision < 0;
+    char* const pEnd = p + g_nDoubleRoom;
+    return nPrecision < 0 ? std::to_chars(p, pEnd, d, eForm).ptr
+                          : std::to_chars(p, pEnd, d, eForm, nPrecision).ptr;
+}
+
+template <class Char>
+void PutDouble(CFormatSink<Char>& sink, const CConversion<Char>& conversion, double dValue)
+{
+    const char cType = static_cast<char>(conversion.m_cType | 0x20);
+    const int nDefault = cType == 'a' ? -1 : 6;
     const int nPrecision =
-        conversion.m_nPrecision < 0 ? 6 : std::min(conversion.m_nPrecision, g_nMaxPrecision);
-    char* pEnd = bShortest ? std::to_chars(digits, std::end(digits), dMagnitude, eForm).ptr
-                           : std::to_chars(digits, std::end(digits), dMagnitude, eForm, nPrecision).ptr;
+        conversion.m_nPrecision < 0 ? nDefault : std::min(conversion.m_nPrecision, g_nMaxPrecision);
+    char digits[g_nDoubleRoom];
+    char* pEnd = PutMagnitude(digits, std::fabs(dValue), cType, nPrecision);
     if (conversion.m_bAlternate && conversion.m_nPrecision == 0 && cType == 'f')
         *pEnd++ = '.';
     if (IsUpper(conversion.m_cType))

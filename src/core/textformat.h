@@ -21,7 +21,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,6 @@
 #include "log/logline.h"
 
+#include "core/numtext.h"
 #include "core/textformat.h"
 #include "log/logfilename.h"
 #include "log/loglocation.h"
@@ -27,17 +28,16 @@ char LevelMark(unsigned nLevel)
 
 void PutTwoDigits(CHeader& header, unsigned n)
 {
-    const char digits[] = {static_cast<char>('0' + n / 10 % 10), static_cast<char>('0' + n % 10)};
+    char digits[2];
+    OCT::PutPair(digits, n);
     header.Put(digits, 2);
 }
 
 void PutHex(CHeader& header, std::uint32_t n, unsigned nDigits)
 {
-    while (nDigits > 0)
-    {
-        const char cDigit = "0123456789ABCDEF"[n >> (4 * --nDigits) & 0xF];
-        header.Put(&cDigit, 1);
-    }
+    char digits[8];
+    OCT::PutHex(digits, n, nDigits);
+    header.Put(digits, nDigits);
 }
 
 /// The local time of the last second that was asked for, in one word so that threads can share it: bits 0-30

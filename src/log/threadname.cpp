@@ -1,10 +1,10 @@
 #include "orvcomtypes/threadname.h"
 
+#include "core/numtext.h"
 #include "threadnaming.h"
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <cstring>
 
 namespace
@@ -70,7 +70,7 @@ bool ORVCALL GetThreadName(DWORD threadId, char* dest, unsigned cbDest) noexcept
             return true;
         }
     char sId[12] = {};
-    std::to_chars(sId, sId + sizeof sId - 1, threadId);
+    OCT::PutDecimal(sId, threadId);
     CopyCut(dest, cbDest, sId);
     return false;
 }

@@ -1,6 +1,7 @@
 // The small text utilities of stringutils.h.
 #include "orvcomtypes/stringutils.h"
 
+#include "core/numtext.h"
 #include "strings/charclass.h"
 
 #include <cmath>
@@ -29,15 +30,26 @@ bool TakeSign(const Char*& p)
 }
 
 // Overflow wraps at the end: the low bits do not depend on the high ones.
-template <class Char>
-std::uint64_t ParseInteger(const Char* p, const char* sFunction)
+template <class Unsigned, class Char>
+Unsigned ParseInteger(const Char* p, const char* sFunction)
 {
     if (IsMissing(p, sFunction))
         return 0;
     const bool bNegative = TakeSign(p);
-    std::uint64_t n = 0;
-    for (; OCT::IsDigit(*p); ++p)
-        n = n * 10 + static_cast<std::uint64_t>(*p - '0');
+    Unsigned n = 0;
+    // Two digits a step: each step waits for the product of the one before.
+    for (;; p += 2)
+    {
+        if (!OCT::IsDigit(p[0]))
+            break;
+        const auto nDigit = static_cast<Unsigned>(p[0] - '0');
+        if (!OCT::IsDigit(p[1]))
+        {
+            n = n * 10 + nDigit;
+            break;
+        }
+        n = n * 100 + (nDigit * 10 + static_cast<Unsigned>(p[1] - '0'));
+    }
     return bNegative ? 0 - n : n;
 }
 
@@ -88,22 +100,22 @@ int ParseHexUnit(const char* p)
 
 LONG ORVCALL naive_atol(const char* p)
 {
-    return static_cast<LONG>(ParseInteger(p, "naive_atol"));
+    return static_cast<LONG>(ParseInteger<std::uint32_t>(p, "naive_atol"));
 }
 
 LONG ORVCALL naive_wtol(const WCHAR* p)
 {
-    return static_cast<LONG>(ParseInteger(p, "naive_wtol"));
+    return static_cast<LONG>(ParseInteger<std::uint32_t>(p, "naive_wtol"));
 }
 
 LONGLONG ORVCALL naive_atoll(const char* p)
 {
-    return static_cast<LONGLONG>(ParseInteger(p, "naive_atoll"));
+    return static_cast<LONGLONG>(ParseInteger<std::uint64_t>(p, "naive_atoll"));
 }
 
 LONGLONG ORVCALL naive_wtoll(const WCHAR* p)
 {
-    return static_cast<LONGLONG>(ParseInteger(p, "naive_wtoll"));
+    return static_cast<LONGLONG>(ParseInteger<std::uint64_t>(p, "naive_wtoll"));
 }
 
 double ORVCALL naive_atof(const char* p)
@@ -143,13 +155,7 @@ unsigned ORVCALL BinaryToHex(const unsigned char* pData, unsigned cbData, WCHAR*
 {
     if (pData == nullptr || cbData == 0 || pOut == nullptr)
         return 0;
-    static constexpr char c_aDigits[] = "0123456789ABCDEF";
-    for (unsigned i = 0; i < cbData; ++i)
-    {
-        *pOut++ = static_cast<WCHAR>(c_aDigits[pData[i] >> 4]);
-        *pOut++ = static_cast<WCHAR>(c_aDigits[pData[i] & 0xF]);
-    }
-    *pOut = 0;
+    *OCT::PutHexBytes(pOut, pData, cbData) = 0;
     return 2 * cbData + 1;
 }
 

@@ -1,10 +1,9 @@
+#include "core/numtext.h"
 #include "time/civil.h"
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <string_view>
 
 namespace
@@ -12,15 +11,6 @@ namespace
 
 /// Every form fits: "2024-05-06 09:08:09+02:00" with the terminator.
 constexpr unsigned MAX_TEXT = 28;
-
-/// 00 to 99, one after the other.
-template <class Char>
-constexpr auto TWO_DIGITS = [] {
-    std::array<Char, 200> digits{};
-    for (unsigned i = 0; i < 200; ++i)
-        digits[i] = static_cast<Char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
-    return digits;
-}();
 
 /// Writes a text of code units from left to right.
 template <class Char>
@@ -36,8 +26,7 @@ public:
     }
     CFieldWriter& Two(unsigned n)
     {
-        std::memcpy(m_pEnd, TWO_DIGITS<Char>.data() + 2 * n, 2 * sizeof(Char));
-        m_pEnd += 2;
+        m_pEnd = OCT::PutPair(m_pEnd, n);
         return *this;
     }
     /// \p cPad in place of a leading zero.
