@@ -19,7 +19,7 @@ windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine6
     googletest cmake ninja-build locales)
 # The libraries that ours is measured beside.
 bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
-    robin-map-dev)
+    robin-map-dev libdouble-conversion-dev)
 fuzz_packages=(clang libclang-rt-dev llvm)
 tidy_packages=(clang-tidy)
 
