@@ -33,9 +33,9 @@ function(orv_export target def)
 endfunction()
 
 # Visibility alone would let the standard library's templates out. C++ names are let through by our naming: classes
-# begin with C, the namespace is OCT, overloaded plain functions stand in the global namespace.
+# begin with C (but for ParamNumToStr), the namespace is OCT, overloaded plain functions stand in the global namespace.
 function(orv_export_elf target names)
-    set(patterns ${names} "_Z[0-9]*" "_ZT[ISV][0-9]C*" "_ZT[ISV][0-9][0-9]C*")
+    set(patterns ${names} "_Z[0-9]*" "_ZN13ParamNumToStr*" "_ZT[ISV][0-9]C*" "_ZT[ISV][0-9][0-9]C*")
     foreach(entity "" "T[ISV]" "Z" "GV" "GVZ")  # functions, type information, static variables and their guards
         foreach(scope "N" "NK")
             list(APPEND patterns "_Z${entity}${scope}[0-9]C*" "_Z${entity}${scope}[0-9][0-9]C*" "_Z${entity}${scope}3OCT*")

@@ -41,6 +41,11 @@ void Strings()
 #include "orvstr.inc"
 }
 
+void NumberText()
+{
+#include "modpnum.inc"
+}
+
 void Arrays()
 {
 #include "memarray.inc"

@@ -13,6 +13,7 @@
 #include "orvcomtypes/stringutils.h"
 #include "orvcomtypes/strconvert.h"
 #include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/modpnum.h"
 #include "orvcomtypes/memarraytreat.h"
 #include "orvcomtypes/memarray.h"
 #include "orvcomtypes/orvhashstorage.h"

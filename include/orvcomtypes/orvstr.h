@@ -13,9 +13,10 @@
 ///   "COrvStr::CopyTo", "dest == nullptr || cbDest < 1" from "COrvStr::GetANSI", "sToFind == nullptr" from
 ///   "COrvStr::FindSubStr", "sToFind == nullptr || sReplaceTo == nullptr" from "COrvStr::Replace",
 ///   "Load(uID, hInstance)" from "COrvStr::COrvStr", "sFormat.IsEmpty()" and
-///   "ClientFunc == nullptr || pData == nullptr || sFrm == nullptr" from "COrvStr::FormatStr". A heap buffer
-///   that cannot be had leaves a value that points at null: it reads as empty, measuring it is reported ("s
-///   == nullptr"), and it can be assigned anew.
+///   "ClientFunc == nullptr || pData == nullptr || sFrm == nullptr" from "COrvStr::FormatStr"; "iPaddedLen <=
+///   256" and "iPaddedLen >= -256" from "COrvStr::AppendNum", which then does not fill up. A heap buffer that
+///   cannot be had leaves a value that points at null: it reads as empty, measuring it is reported ("s ==
+///   nullptr"), and it can be assigned anew.
 /// Units: lengths, counts and positions are code units, those of narrow text bytes; `nLen` 0 means up to the
 ///   terminator. Text always ends at a terminator that comes before `nLen`.
 ///
@@ -114,6 +115,31 @@ public:
         const WCHAR cCopy = c; // c itself stays in its register above
         Append(&cCopy, 1);
     }
+
+    // ---- Numbers appended, alike in every locale ----
+
+    void AppendNum(int n);
+    void AppendNum(unsigned n);
+    void AppendNum(std::uint64_t n);
+    /// Filled up at the left to \p iPaddedLen units (at most 256) with blanks, or to -\p iPaddedLen with
+    /// zeros. The zeros stand before the sign as well: -5 and -4 give "00-5".
+    void AppendNum(int n, int iPaddedLen);
+    void AppendNum(unsigned n, int iPaddedLen);
+    void AppendNum(std::uint64_t n, int iPaddedLen);
+    /// "0x" and eight digits.
+    void AppendHex(unsigned n);
+    /// "0x" and sixteen digits.
+    void AppendHex(std::uint64_t n);
+    /// Without "0x", filled up at the left with blanks to \p iWidth units, or with zeros to -\p iWidth. After
+    /// 63 units the text is cut.
+    void AppendHex(unsigned n, int iWidth);
+    void AppendHex(std::uint64_t n, int iWidth);
+    /// "0x" and the digits of an address: eight or sixteen.
+    void AppendPtr(const void* p);
+    /// With \p iPrec decimals, 0 to 9. From 10 on, and at most 16, the ones digit alone counts: 12 gives two
+    /// decimals. After 63 units the text is cut.
+    void AppendDouble(double d, int iPrec);
+
     COrvStr& operator<<(const WCHAR* s);
     COrvStr& operator+=(const WCHAR* s);
 
@@ -160,6 +186,10 @@ public:
     const WCHAR* CopyTo(WCHAR* sDest, unsigned nCch) const;
     /// Converts into \p cbDest bytes of the ANSI code page without look-alikes, cut and always terminated.
     char* GetANSI(char* dest, unsigned cbDest) const;
+
+    /// The number that the whole text is, or \p nDefault: for \p iHex 1 at most 16 hexadecimal digits, behind
+    /// "0x" or not; else at most 20 decimal ones, and numbers above 2^63 - 1 count as that.
+    std::uint64_t ToUInt64(int iHex, std::uint64_t nDefault) const;
 
     // ---- Comparison; null compares as empty ----
 
@@ -210,6 +240,11 @@ public:
 private:
     using Converter = int (*)(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest);
 
+    template <class Put>
+    void AppendWritten(unsigned nMost, Put put);
+    template <class Int>
+    void AppendPadded(Int n, int iPaddedLen);
+    void AppendHexDigits(std::uint64_t n, int iWidth);
     bool CreateOwnBuffer(std::uint64_t nLen, bool bKeep);
     bool IsInside(const void* p) const noexcept;
     void CopyForeign(const WCHAR* s);
@@ -225,6 +260,17 @@ private:
 
     WCHAR* m_pStr; ///< never null, except after a failed allocation
     bool m_bOwn;   ///< a counted buffer of ours or the empty text; else attached, never written
+};
+
+/// A number as text that formats \p n like `printf`, cut to 99 units; for parameters of messages.
+class ORV_API ParamNumToStr
+{
+public:
+    ParamNumToStr(int n, const WCHAR* sFormat);
+    operator const WCHAR*() const noexcept { return m_sText; }
+
+private:
+    WCHAR m_sText[100];
 };
 
 /// Orders texts case-sensitively; the shape of a sorting policy, whose context is not used.
