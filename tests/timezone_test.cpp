@@ -3,7 +3,11 @@
 #include "support/local_time.h"
 #include "support/random.h"
 
+#include <atomic>
 #include <climits>
+#include <set>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -14,6 +18,9 @@ constexpr const WCHAR* EASTERN = ORVTEXT("Eastern Standard Time");
 constexpr const WCHAR* SYDNEY = ORVTEXT("AUS Eastern Standard Time");
 constexpr const WCHAR* LORD_HOWE = ORVTEXT("Lord Howe Standard Time");
 constexpr const WCHAR* AUCKLAND = ORVTEXT("New Zealand Standard Time");
+constexpr const WCHAR* CUBA = ORVTEXT("Cuba Standard Time");
+constexpr const WCHAR* SANTIAGO = ORVTEXT("Pacific SA Standard Time");
+constexpr const WCHAR* BEIRUT = ORVTEXT("Middle East Standard Time");
 constexpr const WCHAR* NEPAL = ORVTEXT("Nepal Standard Time");
 
 TEST(TimeUtils, FileTimes)
@@ -26,16 +33,57 @@ TEST(TimeUtils, FileTimes)
     EXPECT_EQ(1, FileTime2Timet({ft.dwLowDateTime + 19999999, ft.dwHighDateTime}));
 }
 
-TEST(TimeZone, UnknownNamesLeaveTheSystemsZone)
+TEST(TimeZone, OtherNamesLeaveTheSystemsZone)
 {
     const COrvTime t = FromUtc({2024, 7, 1, 12});
     const Fields inSystem = LocalOf(t);
+    for (const auto& [sName, iResult] :
+         {std::pair(ORVTEXT("Nowhere Standard Time"), 2), {ORVTEXT("Nowhere/Town"), 2}, {ORVTEXT(""), 0}})
     {
-        const CZone zone(NEPAL);
-        EXPECT_EQ((Fields{2024, 7, 1, 17, 45, 0}), LocalOf(t));
+        {
+            const CZone zone(NEPAL);
+            EXPECT_EQ((Fields{2024, 7, 1, 17, 45, 0}), LocalOf(t));
+        }
+        EXPECT_EQ(inSystem, LocalOf(t));
+        SetTimeZone(NEPAL);
+        EXPECT_EQ(iResult, SetTimeZone(sName));
+        EXPECT_EQ(inSystem, LocalOf(t));
     }
-    EXPECT_EQ(2, SetTimeZone(ORVTEXT("Nowhere Standard Time")));
-    EXPECT_EQ(inSystem, LocalOf(t));
+}
+
+TEST(TimeZone, IdentifiersNameTheSameZones)
+{
+    for (const auto& [sId, sName] : {std::pair(ORVTEXT("Europe/Budapest"), EUROPE),
+                                     {ORVTEXT("america/NEW_YORK"), EASTERN},
+                                     {ORVTEXT("Australia/Canberra"), SYDNEY},
+                                     {ORVTEXT("Asia/Katmandu"), NEPAL}})
+        for (const COrvTime t : {FromUtc({2024, 1, 15, 12}), FromUtc({2024, 7, 15, 12})})
+        {
+            Fields inZone;
+            {
+                const CZone zone(sName);
+                inZone = LocalOf(t);
+            }
+            const CZone zone(sId);
+            EXPECT_EQ(inZone, LocalOf(t)) << t.GetOrvTime();
+        }
+}
+
+TEST(TimeZone, RepeatedHoursAreToldApart)
+{
+    const CZone zone(EUROPE);
+    const COrvTime tFirst = FromUtc({2024, 10, 27, 0, 30}), tSecond = tFirst + 3600;
+    for (const auto& [t, which] :
+         {std::pair(tFirst, loFirst), {tSecond, loSecond}, {tSecond + 3600, loFirst}})
+    {
+        const Fields f = LocalOf(t);
+        EXPECT_EQ(which, GetLocalOccurrence(t.GetTimet())) << t.GetOrvTime();
+        EXPECT_EQ(t, COrvTime::FromLocalYMD(f[0], f[1], f[2], f[3], f[4], f[5], which)) << t.GetOrvTime();
+    }
+    // Shown once: both are that moment. Never shown: read as ever.
+    EXPECT_EQ(tFirst - 3600, COrvTime::FromLocalYMD(2024, 10, 27, 1, 30, 0, loSecond));
+    EXPECT_EQ(tSecond + 3600, COrvTime::FromLocalYMD(2024, 10, 27, 3, 30, 0, loFirst));
+    EXPECT_EQ(FromLocal({2024, 3, 31, 2, 30}), COrvTime::FromLocalYMD(2024, 3, 31, 2, 30, 0, loSecond));
 }
 
 TEST(TimeZone, ChangesOfNamedZones)
@@ -90,13 +138,15 @@ void CheckLocalForms(const COrvTime& t)
 TEST(TimeZone, LocalDaysOf23And24And25Hours)
 {
     CTestRandom random;
-    for (const WCHAR* sZone : {EUROPE, EASTERN, LORD_HOWE, NEPAL, AUCKLAND})
+    for (const WCHAR* sZone : {EUROPE, EASTERN, LORD_HOWE, NEPAL, AUCKLAND, CUBA, SANTIAGO, BEIRUT})
     {
         const CZone zone(sZone);
         for (int i = 0; i < 300; ++i)
         {
             // Half of them on the weekends of the changes.
-            const int iMonth = i % 4 == 0 ? 3 : i % 4 == 1 ? 10 : 1 + static_cast<int>(random.UpTo(11));
+            static constexpr int changeMonths[] = {3, 4, 9, 10, 11};
+            const int iMonth =
+                i % 2 == 0 ? changeMonths[random.UpTo(4)] : 1 + static_cast<int>(random.UpTo(11));
             const COrvTime t = FromUtc({1971 + static_cast<int>(random.UpTo(65)), iMonth,
                                         1 + static_cast<int>(random.UpTo(27))}) +
                                static_cast<int>(random.UpTo(5 * DAY));
@@ -109,6 +159,37 @@ TEST(TimeZone, LocalDaysOf23And24And25Hours)
             CheckLocalForms(t);
         }
     }
+}
+
+TEST(TimeZone, DaysBehindTheLastLocalDateGoOn)
+{
+    const CZone zone(EUROPE);
+    COrvTime t = FromLocal({2038, 1, 1, 12});
+    int nDays = 0;
+    for (; t.IsValid(); t = t.RoundLocalDayUp())
+        ++nDays;
+    EXPECT_EQ(19, nDays);
+}
+
+TEST(TimeZone, SelectedWhileOthersConvert)
+{
+    // 12:00 UTC in the system's zone and in the two that are selected in turns.
+    const COrvTime t = FromUtc({2024, 7, 1, 12});
+    const std::set<int> hours = {LocalOf(t)[3], 14, 22};
+    std::atomic<bool> bDone = false;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] {
+            while (!bDone)
+                if (const int iHour = LocalOf(t)[3]; hours.count(iHour) == 0)
+                    ADD_FAILURE() << iHour;
+        });
+    for (int i = 0; i < 300; ++i)
+        EXPECT_EQ(0, SetTimeZone(i % 2 == 0 ? EUROPE : SYDNEY));
+    bDone = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    SetTimeZone(nullptr);
 }
 
 } // namespace

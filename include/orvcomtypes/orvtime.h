@@ -252,8 +252,9 @@ public:
     COrvTime RoundDayUp() const noexcept { return RoundTo(86399, 86400); }
     COrvTime RoundDay() const noexcept { return RoundTo(43200, 86400); }
     COrvTime RoundMinute() const noexcept { return RoundTo(30, 60); }
-    /// Local midnights as `SetLocalYMD` reads them (timeutils.h), of days that have 23 or 25 hours too.
-    /// Midnight itself rounds up to the next one. A conversion that fails gives the time unchanged.
+    /// The first moment of the local day and of the next one: midnight, or where midnight is skipped what
+    /// follows the gap. Midnight itself rounds up to the next one. A conversion that fails gives the time
+    /// unchanged; down it fails as `SetLocalYMD` does, for days that this refuses.
     COrvTime RoundLocalDayDown() const noexcept;
     COrvTime RoundLocalDayUp() const noexcept;
 
@@ -326,8 +327,13 @@ public:
     bool SetYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
     /// 1970-01-01 to 2038-01-01 (`LocalYMD2Timet`).
     bool SetLocalYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
+    /// With the moment that is meant by a time that the clock shows twice (timeutils.h).
+    bool SetLocalYMD(int year, int month, int day, int hour, int minute, int second,
+                     LocalOccurrence which) noexcept;
     static COrvTime FromYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
     static COrvTime FromLocalYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
+    static COrvTime FromLocalYMD(int year, int month, int day, int hour, int minute, int second,
+                                 LocalOccurrence which) noexcept;
 
     // ---- Text ----
 
@@ -348,9 +354,10 @@ public:
     /// "dest == nullptr || cchDest < 2 || cchDest >= 0x80000000" writes nothing.
     void DebugFormat(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
     void DebugFormat(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
-    /// The local form. The offset comes from the two times of day alone, so one of more than 12 hours is
-    /// printed as the one 24 hours less. "dest == nullptr || cchDest < 2" writes nothing; there is no upper
-    /// bound of \p cchDest.
+    /// The local form. Beware of types 5 and 6 in zones of more than 12 hours (Auckland in summer, Apia,
+    /// Kiritimati): the offset comes from the two times of day alone, deliberately, so +13:00 is printed as
+    /// -11:00, and text that is read back with its offset is 24 hours off. "dest == nullptr || cchDest < 2"
+    /// writes nothing; there is no upper bound of \p cchDest.
     void DebugFormatLocal(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
     void DebugFormatLocal(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
 

@@ -3,8 +3,8 @@
 /// They are plain functions, exported by undecorated name; `TZ::` gives the names that reports use. Local
 /// time is that of the selected zone: the one named by `SetTimeZone`, or else the system's current zone.
 ///
-/// Thread safety: the selection is not locked. Call `SetTimeZone` once at start-up, before other threads
-/// convert.
+/// Thread safety: `SetTimeZone` may be called at any time, from any thread; a conversion then uses the zone
+/// before, the system's or the new one. A program that wants one zone calls it once at start-up.
 /// Errors: a missing output pointer or a year outside the local range is reported (source `timeutils`) and
 /// gives false: "pST == nullptr", "t == nullptr", "localTime == nullptr",
 /// "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || minute == nullptr ||
@@ -19,10 +19,12 @@
 /// is negative, which is no valid `COrvTime`. `LocalYMD2Timet` refuses every date after 2038-01-01 with the
 /// report above.
 ///
-/// At a change of the zone's offset a repeated wall-clock time is read as its first occurrence. A skipped one
-/// is read in a zone of `SetTimeZone` with the offset that follows the change, and in the system's zone with
-/// the one before it: as far behind the change as it would have been, so that where midnight is skipped it
-/// gives the first moment of its day. (On Windows these are the platform's choice and not promised by it.)
+/// At a change of the zone's offset a repeated wall-clock time is read as its first occurrence; the functions
+/// with `LocalOccurrence` name the one that is meant. A skipped one is read in a zone of `SetTimeZone` with
+/// the offset that follows the change, and in the system's zone with the one before it: as far behind the
+/// change as it would have been, so that where midnight is skipped it gives the first moment of its day. (In
+/// the system's zone on Windows these are the platform's choice and not promised by it, but for those with
+/// `LocalOccurrence`.)
 ///
 ///     if (SetTimeZone(ORVTEXT("Central Europe Standard Time")) == ERROR_SUCCESS)
 ///     {
@@ -35,10 +37,26 @@
 
 #include <windows.h>
 
-/// Selects the zone of that registry key below "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\",
-/// for all local conversions of the process. Its one pair of rules holds in every year. When the key cannot
-/// be opened the error is returned and the system's zone is in force; else the result is 0. What the key
-/// lacks stays as the last such zone had it, from the start zero.
+/// Which moment is meant by a wall-clock time that the clock shows twice.
+enum LocalOccurrence
+{
+    loFirst = 0, ///< the one before the clock is put back
+    loSecond = 1 ///< the one after it
+};
+
+/// Selects a zone for all local conversions of the process. Null or an empty name: the system's zone, which
+/// follows all changes that the platform knows for a date. Else the zone of that registry key below
+/// "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\", on Windows also by the tz identifiers that
+/// CLDR maps to such a key ("Europe/Budapest"); elsewhere the keys have both kinds of names, with the rules
+/// of the machine's zone files.
+///
+/// A key has one pair of rules, made for the current year, and the zone has it in every year. A year that has
+/// no such pair is not exact: where the changes follow another calendar (Morocco, Gaza) or another weekday
+/// (Israel, Greenland), other years differ by days or weeks, and a zone with more changes in the current year
+/// keeps the offset that it has at the end of that year.
+///
+/// When there is no such key the error of opening it is returned and the system's zone is in force; else the
+/// result is 0 (14 without memory). What a key lacks stays as the last such zone had it, from the start zero.
 ORV_EXTERN_C ORV_FUNC LONG ORVCALL SetTimeZone(const WCHAR* zoneName);
 
 ORV_EXTERN_C ORV_FUNC FILETIME ORVCALL Timet2FileTime(LONG t);
@@ -58,6 +76,11 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2YMD(LONG t, WORD* year, WORD* month, WO
 /// Local dates from 1970-01-01 to 2038-01-01.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute,
                                                   int second, LONG* t);
+/// The same of a time that may be shown twice; one that is shown once, or never, is read as ever.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL LocalYMD2TimetOf(int year, int month, int day, int hour, int minute,
+                                                    int second, LocalOccurrence which, LONG* t);
+/// `loSecond` when the local clock shows at \p t what it has shown before.
+ORV_EXTERN_C ORV_FUNC LocalOccurrence ORVCALL GetLocalOccurrence(LONG t);
 /// Needs all six pointers, on purpose unlike `Timet2YMD`.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalYMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour,
                                                   WORD* minute, WORD* second);
@@ -67,7 +90,9 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalDATE(LONG t, double* localTime);
 namespace TZ
 {
 using ::FileTime2Timet;
+using ::GetLocalOccurrence;
 using ::LocalYMD2Timet;
+using ::LocalYMD2TimetOf;
 using ::SetTimeZone;
 using ::Timet2FileTime;
 using ::Timet2LocalDATE;

@@ -23,6 +23,6 @@
 #include "orvport/sync.h"
 #include "orvport/systime.h"
 #include "orvport/thread.h"
-#include "orvport/timezone.h"
+#include "orvport/oledate.h"
 
 #pragma GCC visibility pop

@@ -1,4 +1,4 @@
-#include "orvport/timezone.h"
+#include "orvport/oledate.h"
 
 #include "calendar.h"
 

@@ -1,9 +1,11 @@
-// The keys "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\<name>" of the machine's hive, made from
-// ICU's zone data. The registry serves them where no hive file has the key.
+// The keys "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\<name>" of the machine's hive: names and
+// their identifiers in the tz database from ICU, the rules from the machine's zone files, or from ICU's own
+// data where a zone has no file. The registry serves the keys where no hive file has them.
 #pragma once
 
 #include "orvport/types.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,13 +21,21 @@ struct ZoneKeyRules
 };
 static_assert(sizeof(ZoneKeyRules) == 44);
 
+/// How many of the following years decide about the form of a rule.
+inline constexpr std::chrono::years ZONE_KEY_YEARS(8);
+
+/// "TZI" has one pair of rules. It is exact in the current year when that has one change forward and one
+/// back; of the forms that a rule may then have (the fourth or the last weekday) it has the one that is right
+/// in the most of the years that follow. In a year with any other changes the zone keeps the offset that it
+/// has at the end of the year.
 struct ZoneKeyValues
 {
     std::u16string m_sStd; ///< "Std", the name of standard time
     std::u16string m_sDlt; ///< "Dlt", the name of daylight-saving time
-    ZoneKeyRules m_rules;  ///< "TZI", with the rules of the current year
+    ZoneKeyRules m_rules;  ///< "TZI"
 };
 
-/// The values of the zone of that Windows name ("Central Europe Standard Time"), compared as key names are:
-/// without regard to the case of letters. Nothing when ICU knows no such zone.
+/// The values of the zone of that Windows name ("Central Europe Standard Time") or identifier
+/// ("Europe/Budapest"), compared as key names are: without regard to the case of letters. Nothing when there
+/// is no such zone.
 std::optional<ZoneKeyValues> FindZoneKey(std::u16string_view sZoneName);

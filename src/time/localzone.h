@@ -1,7 +1,8 @@
 /// Local time in the process-wide zone: the one that SetTimeZone selected, else the system's.
 #pragma once
 
-#include <windows.h>
+#include "orvcomtypes/timeutils.h"
+#include "systemzone.h"
 
 #include <cstdint>
 
@@ -12,6 +13,9 @@ namespace OCT
 /// the platform fails.
 LONG SelectedOffset(std::int64_t nUtc) noexcept;
 LONG SelectedOffsetOfLocal(std::int64_t nLocal) noexcept;
+
+/// The offset of a wall-clock time that the clock may show twice.
+LONG SelectedOffsetOfRepeated(std::int64_t nLocal, LocalOccurrence which) noexcept;
 
 /// \p t on the wall clock.
 bool LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept;

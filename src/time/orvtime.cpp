@@ -1,5 +1,6 @@
 #include "orvcomtypes/orvtime.h"
 
+#include "time/civil.h"
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
@@ -11,6 +12,8 @@ namespace
 constexpr int INVALID_SPAN = -0x7FFFFFFF - 1;
 constexpr int TWO_DAYS = 172800;
 constexpr int LONGEST_DAY = 90000; // 25 hours
+constexpr int HOUR = 3600;
+constexpr int DAY = 86400;
 
 bool AreValid(const char* sFunction, const char* sCondition, const COrvTime& a, const COrvTime& b) noexcept
 {
@@ -52,16 +55,53 @@ COrvTime ShiftedBack(const COrvTime& t, int iSeconds) noexcept
     return COrvTime(OCT::Subtract(t.GetOrvTime(), iSeconds));
 }
 
-bool SetLocalMidnight(COrvTime& t, const SYSTEMTIME& st) noexcept
+/// The day that the local clock shows at a moment, as the seconds of its midnight.
+bool GetLocalDay(std::int64_t nUtc, std::int64_t& nDay) noexcept
 {
-    return t.SetLocalYMD(st.wYear, st.wMonth, st.wDay, 0, 0, 0);
+    const LONG nOffset = OCT::SelectedOffset(nUtc);
+    const std::int64_t nLocal = nUtc + nOffset;
+    nDay = nLocal - ((nLocal % DAY) + DAY) % DAY;
+    return nOffset != PORT_NO_OFFSET;
 }
 
-/// The local midnight that begins the local day of \p t.
-bool GetLocalMidnight(const COrvTime& t, COrvTime& tMidnight) noexcept
+/// The first moment at which the local clock shows a day, near a moment that shows another time than its
+/// midnight: there the clock is changed, and midnight is skipped.
+std::int64_t FirstMomentOf(std::int64_t nDay, std::int64_t nNear) noexcept
 {
-    SYSTEMTIME st;
-    return OCT::LocalFieldsOf(t.GetTimet(), st) && SetLocalMidnight(tMidnight, st);
+    std::int64_t nBefore = nNear - DAY;
+    std::int64_t nFirst = nNear + DAY;
+    while (nFirst - nBefore > 1)
+    {
+        const std::int64_t nMiddle = nBefore + (nFirst - nBefore) / 2;
+        std::int64_t nShown;
+        if (!GetLocalDay(nMiddle, nShown))
+            return nNear;
+        (nShown < nDay ? nBefore : nFirst) = nMiddle;
+    }
+    return nFirst;
+}
+
+/// The beginning of a local day, in any year.
+bool GetDayStart(std::int64_t nDay, std::int64_t& nStart) noexcept
+{
+    const LONG nOffset = OCT::SelectedOffsetOfLocal(nDay);
+    if (nOffset == PORT_NO_OFFSET)
+        return false;
+    nStart = nDay - nOffset;
+    if (OCT::SelectedOffset(nStart) != nOffset)
+        nStart = FirstMomentOf(nDay, nStart);
+    return true;
+}
+
+/// The beginning of the local day behind \p nDay; \p nFrom is a moment some hours into it, or still in \p
+/// nDay when the clock was put back.
+bool GetNextDayStart(std::int64_t nDay, std::int64_t nFrom, std::int64_t& nNext) noexcept
+{
+    std::int64_t nOther = nDay;
+    for (; nOther <= nDay; nFrom += DAY)
+        if (!GetLocalDay(nFrom, nOther))
+            return false;
+    return GetDayStart(nOther, nNext);
 }
 
 } // namespace
@@ -205,22 +245,28 @@ bool COrvTime::IsSameLocalDay(const COrvTime& t) const noexcept
 
 COrvTime COrvTime::RoundLocalDayDown() const noexcept
 {
+    SYSTEMTIME st;
     COrvTime tMidnight;
-    return GetLocalMidnight(*this, tMidnight) ? tMidnight : *this;
+    if (!OCT::LocalFieldsOf(m_iTime, st) || !tMidnight.SetLocalYMD(st.wYear, st.wMonth, st.wDay, 0, 0, 0))
+        return *this;
+    std::int64_t nStart;
+    return GetDayStart(OCT::SecondsOf(st.wYear, st.wMonth, st.wDay, 0, 0, 0), nStart)
+               ? COrvTime(static_cast<int>(nStart))
+               : *this;
 }
 
 COrvTime COrvTime::RoundLocalDayUp() const noexcept
 {
-    COrvTime tNext;
-    if (!GetLocalMidnight(*this, tNext))
+    std::int64_t nDay, nStart, nNext;
+    if (!GetLocalDay(m_iTime, nDay) || !GetDayStart(nDay, nStart))
         return *this;
     // 24 hours on is the next midnight, unless the day has 23 or 25: then the clock two hours later still
     // tells the day.
-    tNext += COrvTimeDiff::FromDay(1);
-    SYSTEMTIME st;
-    if (!OCT::LocalFieldsOf(OCT::Add(tNext.m_iTime, 7200), st))
+    CanAdd("COrvTime::operator +=", static_cast<int>(nStart), COrvTimeDiff::FromDay(1));
+    if (!GetNextDayStart(nDay, nStart + DAY + 2 * HOUR, nNext))
         return *this;
-    if (st.wHour == 2 && st.wMinute == 0)
-        return tNext;
-    return SetLocalMidnight(tNext, st) ? tNext : *this;
+    // A clock that is put back just after midnight shows the same midnight again.
+    if (nNext <= m_iTime && GetLocalDay(nNext, nDay))
+        nNext = nDay - OCT::SelectedOffsetOfRepeated(nDay, loSecond);
+    return COrvTime(static_cast<int>(nNext));
 }

@@ -181,6 +181,15 @@ bool COrvTime::SetLocalYMD(int year, int month, int day, int hour, int minute, i
     return bDone;
 }
 
+bool COrvTime::SetLocalYMD(int year, int month, int day, int hour, int minute, int second,
+                           LocalOccurrence which) noexcept
+{
+    LONG t = 0;
+    const bool bDone = LocalYMD2TimetOf(year, month, day, hour, minute, second, which, &t);
+    m_iTime = static_cast<int>(t);
+    return bDone;
+}
+
 COrvTime COrvTime::FromYMD(int year, int month, int day, int hour, int minute, int second) noexcept
 {
     COrvTime t;
@@ -192,5 +201,13 @@ COrvTime COrvTime::FromLocalYMD(int year, int month, int day, int hour, int minu
 {
     COrvTime t;
     t.SetLocalYMD(year, month, day, hour, minute, second);
+    return t;
+}
+
+COrvTime COrvTime::FromLocalYMD(int year, int month, int day, int hour, int minute, int second,
+                                LocalOccurrence which) noexcept
+{
+    COrvTime t;
+    t.SetLocalYMD(year, month, day, hour, minute, second, which);
     return t;
 }

@@ -1,13 +1,15 @@
 #include "orvcomtypes/timeutils.h"
 
+#include "core/neverdestroyed.h"
 #include "orvcomtypes/octassert.h"
+#include "orvcomtypes/smartcls.h"
 #include "systemzone.h"
 #include "time/civil.h"
 #include "time/localzone.h"
+#include "time/namedzone.h"
+#include "zonekeyname.h"
 
 #include <algorithm>
-#include <atomic>
-#include <iterator>
 #include <string_view>
 
 namespace
@@ -15,15 +17,6 @@ namespace
 
 constexpr std::int64_t SECOND_IN_FILETIME = 10000000;
 constexpr std::int64_t BASE_IN_FILETIME = 116444736000000000;
-
-/// The record that SetTimeZone fills, and the selection: null means the system's zone.
-TIME_ZONE_INFORMATION g_timeZone;
-std::atomic<const TIME_ZONE_INFORMATION*> g_pTimeZone{nullptr};
-
-const TIME_ZONE_INFORMATION* SelectedZone() noexcept
-{
-    return g_pTimeZone.load(std::memory_order_acquire);
-}
 
 bool IsGiven(const char* sFunction, const WORD* year, const WORD* month, const WORD* day, const WORD* hour,
              const WORD* minute, const WORD* second) noexcept
@@ -42,55 +35,62 @@ void ReadZoneValue(HKEY hKey, const WCHAR* sName, void* pTarget, DWORD cbTarget)
     RegQueryValueExW(hKey, sName, nullptr, nullptr, static_cast<BYTE*>(pTarget), &cbTarget);
 }
 
-/// The value "TZI" of a zone's key.
-struct ZoneRecord
+/// What SetTimeZone read last.
+struct CReadZone
 {
-    LONG Bias;
-    LONG StandardBias;
-    LONG DaylightBias;
-    SYSTEMTIME StandardDate;
-    SYSTEMTIME DaylightDate;
+    OCT::CCritSect m_lock;
+    WCHAR m_sStandardName[32] = {};
+    WCHAR m_sDaylightName[32] = {};
+    OCT::ZoneRecord m_record = {};
 };
-static_assert(sizeof(ZoneRecord) == 44);
+CNeverDestroyed<CReadZone> g_readZone;
 
-void FillZone(HKEY hKey, TIME_ZONE_INFORMATION& zone) noexcept
+LONG OpenZoneKey(const WCHAR* sName, HKEY& hKey) noexcept
 {
-    ReadZoneValue(hKey, ORVTEXT("Std"), zone.StandardName, sizeof zone.StandardName);
-    ReadZoneValue(hKey, ORVTEXT("Dlt"), zone.DaylightName, sizeof zone.DaylightName);
-    ZoneRecord record = {zone.Bias, zone.StandardBias, zone.DaylightBias, zone.StandardDate,
-                         zone.DaylightDate};
-    ReadZoneValue(hKey, ORVTEXT("TZI"), &record, sizeof record);
-    zone.Bias = record.Bias;
-    zone.StandardBias = record.StandardBias;
-    zone.DaylightBias = record.DaylightBias;
-    zone.StandardDate = record.StandardDate;
-    zone.DaylightDate = record.DaylightDate;
+    static constexpr std::basic_string_view<WCHAR> sFolder =
+        ORVTEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\");
+    constexpr std::size_t nMaxName = 2048;
+    WCHAR sKey[sFolder.size() + nMaxName + 1];
+    WCHAR* pEnd = std::ranges::copy(sFolder, sKey).out;
+    for (std::size_t i = 0; i < nMaxName && sName[i] != 0; ++i)
+        *pEnd++ = sName[i];
+    *pEnd = 0;
+    return RegOpenKeyExW(HKEY_LOCAL_MACHINE, sKey, 0, KEY_READ, &hKey);
 }
 
-/// An offset that fields can be computed with: a record may hold anything.
-LONG CheckedOffset(std::int64_t nOffset) noexcept
+/// Reads the key's zone over the last one, and selects it.
+void ReadZone(HKEY hKey)
 {
-    constexpr std::int64_t nMost = 2 * 86400;
-    return nOffset >= -nMost && nOffset <= nMost ? static_cast<LONG>(nOffset) : PORT_NO_OFFSET;
+    CReadZone& zone = g_readZone.Get();
+    const OCT::CCritSectGuard guard(&zone.m_lock);
+    ReadZoneValue(hKey, ORVTEXT("Std"), zone.m_sStandardName, sizeof zone.m_sStandardName);
+    ReadZoneValue(hKey, ORVTEXT("Dlt"), zone.m_sDaylightName, sizeof zone.m_sDaylightName);
+    ReadZoneValue(hKey, ORVTEXT("TZI"), &zone.m_record, sizeof zone.m_record);
+    OCT::SelectZone(zone.m_record);
 }
 
-/// The offsets of a zone with rules, through the platform's conversions.
-LONG RuleOffset(const TIME_ZONE_INFORMATION& zone, std::int64_t nUtc) noexcept
+/// \p offsetOf gives the offset of a local time.
+template <class OffsetOf>
+bool FromLocalFields(int year, int month, int day, int hour, int minute, int second, OffsetOf offsetOf,
+                     LONG* t) noexcept
 {
-    const SYSTEMTIME stUtc = OCT::FieldsOf(nUtc);
-    SYSTEMTIME st;
-    if (!SystemTimeToTzSpecificLocalTime(&zone, &stUtc, &st))
-        return PORT_NO_OFFSET;
-    return CheckedOffset(OCT::SecondsOf(st) - nUtc);
-}
-
-LONG RuleOffsetOfLocal(const TIME_ZONE_INFORMATION& zone, std::int64_t nLocal) noexcept
-{
-    const SYSTEMTIME st = OCT::FieldsOf(nLocal);
-    SYSTEMTIME stUtc;
-    if (!TzSpecificLocalTimeToSystemTime(&zone, &st, &stUtc))
-        return PORT_NO_OFFSET;
-    return CheckedOffset(nLocal - OCT::SecondsOf(stUtc));
+    if (t == nullptr)
+    {
+        ORV_REPORT("TZ::LocalYMD2Timet", "t == nullptr");
+        return false;
+    }
+    if (year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1)))
+    {
+        ORV_REPORT("TZ::LocalYMD2Timet",
+                   "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))");
+        return false;
+    }
+    const std::int64_t nLocal = OCT::SecondsOf(year, month, day, hour, minute, second);
+    const LONG nOffset = nLocal != OCT::NO_SECONDS ? offsetOf(nLocal) : PORT_NO_OFFSET;
+    if (nOffset == PORT_NO_OFFSET)
+        return false;
+    *t = OCT::NarrowSeconds(nLocal - nOffset);
+    return true;
 }
 
 } // namespace
@@ -103,14 +103,29 @@ LONG OCT::ReportNarrowed(std::int64_t nSeconds) noexcept
 
 LONG OCT::SelectedOffset(std::int64_t nUtc) noexcept
 {
-    const TIME_ZONE_INFORMATION* const pZone = SelectedZone();
-    return pZone == nullptr ? PortZoneOffset(nUtc) : RuleOffset(*pZone, nUtc);
+    const CZonePeriods* const pZone = g_pSelectedZone.load(std::memory_order_acquire);
+    return pZone == nullptr ? PortZoneOffset(nUtc) : pZone->OffsetAt(nUtc);
 }
 
 LONG OCT::SelectedOffsetOfLocal(std::int64_t nLocal) noexcept
 {
-    const TIME_ZONE_INFORMATION* const pZone = SelectedZone();
-    return pZone == nullptr ? PortZoneOffsetOfLocal(nLocal) : RuleOffsetOfLocal(*pZone, nLocal);
+    const CZonePeriods* const pZone = g_pSelectedZone.load(std::memory_order_acquire);
+    return pZone == nullptr ? PortZoneOffsetOfLocal(nLocal) : pZone->OffsetOfLocal(nLocal);
+}
+
+LONG OCT::SelectedOffsetOfRepeated(std::int64_t nLocal, LocalOccurrence which) noexcept
+{
+    // No zone is changed twice within two days, so the offsets a day before and a day after are all there
+    // are.
+    constexpr std::int64_t nDay = 86400;
+    const LONG nBefore = SelectedOffset(nLocal - nDay);
+    const LONG nAfter = SelectedOffset(nLocal + nDay);
+    const auto isShown = [nLocal](LONG nOffset) {
+        return nOffset != PORT_NO_OFFSET && SelectedOffset(nLocal - nOffset) == nOffset;
+    };
+    if (isShown(nBefore) && (which == loFirst || !isShown(nAfter)))
+        return nBefore;
+    return isShown(nAfter) ? nAfter : SelectedOffsetOfLocal(nLocal);
 }
 
 bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
@@ -124,23 +139,27 @@ bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
 
 LONG ORVCALL SetTimeZone(const WCHAR* zoneName)
 {
-    static constexpr std::basic_string_view<WCHAR> sFolder =
-        ORVTEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\");
-    constexpr std::size_t nMaxName = 2048;
-    g_pTimeZone.store(nullptr, std::memory_order_release);
-    WCHAR sKey[sFolder.size() + nMaxName + 1];
-    WCHAR* pEnd = std::ranges::copy(sFolder, sKey).out;
-    for (std::size_t i = 0; zoneName != nullptr && i < nMaxName && zoneName[i] != 0; ++i)
-        *pEnd++ = zoneName[i];
-    *pEnd = 0;
+    OCT::g_pSelectedZone.store(nullptr, std::memory_order_release);
+    if (zoneName == nullptr || *zoneName == 0)
+        return ERROR_SUCCESS;
     HKEY hKey;
-    if (const LONG iError = RegOpenKeyExW(HKEY_LOCAL_MACHINE, sKey, 0, KEY_READ, &hKey);
-        iError != ERROR_SUCCESS)
+    LONG iError = OpenZoneKey(zoneName, hKey);
+    if (iError != ERROR_SUCCESS)
+        if (const WCHAR* const sKeyName = PortZoneKeyName(zoneName))
+            iError = OpenZoneKey(sKeyName, hKey);
+    if (iError != ERROR_SUCCESS)
         return iError;
-    FillZone(hKey, g_timeZone);
-    const LONG iError = RegCloseKey(hKey);
-    g_pTimeZone.store(&g_timeZone, std::memory_order_release);
-    return iError;
+    bool bSelected = true;
+    try
+    {
+        ReadZone(hKey);
+    }
+    catch (...) // no memory
+    {
+        bSelected = false;
+    }
+    iError = RegCloseKey(hKey);
+    return bSelected ? iError : ERROR_OUTOFMEMORY;
 }
 
 FILETIME ORVCALL Timet2FileTime(LONG t)
@@ -206,23 +225,23 @@ bool ORVCALL Timet2YMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, W
 
 bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
 {
-    if (t == nullptr)
-    {
-        ORV_REPORT("TZ::LocalYMD2Timet", "t == nullptr");
-        return false;
-    }
-    if (year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1)))
-    {
-        ORV_REPORT("TZ::LocalYMD2Timet",
-                   "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))");
-        return false;
-    }
-    const std::int64_t nLocal = OCT::SecondsOf(year, month, day, hour, minute, second);
-    const LONG nOffset = nLocal != OCT::NO_SECONDS ? OCT::SelectedOffsetOfLocal(nLocal) : PORT_NO_OFFSET;
+    return FromLocalFields(year, month, day, hour, minute, second, OCT::SelectedOffsetOfLocal, t);
+}
+
+bool ORVCALL LocalYMD2TimetOf(int year, int month, int day, int hour, int minute, int second,
+                              LocalOccurrence which, LONG* t)
+{
+    return FromLocalFields(
+        year, month, day, hour, minute, second,
+        [which](std::int64_t nLocal) { return OCT::SelectedOffsetOfRepeated(nLocal, which); }, t);
+}
+
+LocalOccurrence ORVCALL GetLocalOccurrence(LONG t)
+{
+    const LONG nOffset = OCT::SelectedOffset(t);
     if (nOffset == PORT_NO_OFFSET)
-        return false;
-    *t = OCT::NarrowSeconds(nLocal - nOffset);
-    return true;
+        return loFirst;
+    return OCT::SelectedOffsetOfRepeated(std::int64_t{t} + nOffset, loFirst) == nOffset ? loFirst : loSecond;
 }
 
 bool ORVCALL Timet2LocalYMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute,

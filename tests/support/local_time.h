@@ -14,7 +14,7 @@ public:
     explicit CZone(const WCHAR* sName) { EXPECT_EQ(0, SetTimeZone(sName)); }
     CZone(const CZone&) = delete;
     CZone& operator=(const CZone&) = delete;
-    ~CZone() { SetTimeZone(ORVTEXT("no such zone")); }
+    ~CZone() { SetTimeZone(nullptr); }
 };
 
 using Fields = std::array<int, 6>; // year to second

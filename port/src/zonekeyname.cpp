@@ -1,0 +1,6 @@
+#include "zonekeyname.h"
+
+const WCHAR* PortZoneKeyName(const WCHAR*) noexcept
+{
+    return nullptr;
+}

@@ -1,0 +1,136 @@
+// Named zones beside the C library, which reads the same zone files in its own way.
+#include "support/child_process.h"
+#include "support/local_time.h"
+#include "support/temp_dir.h"
+#include "support/test_environment.h"
+
+#include <ctime>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include <unicode/ucal.h>
+
+namespace
+{
+
+struct KeyName
+{
+    const WCHAR* m_sName;
+    std::string_view m_sIds;
+};
+
+/// All Windows names of zones.
+constexpr KeyName g_names[] = {
+#include "../port/windows/zonekeynames.inc"
+};
+
+std::string IdOf(const WCHAR* sName)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    char16_t sId[64];
+    const int nLength = ucal_getTimeZoneIDForWindowsID(sName, -1, nullptr, sId, 64, &error);
+    return std::string(sId, sId + nLength);
+}
+
+int LibraryOffset(std::time_t t)
+{
+    std::tm tm;
+    return localtime_r(&t, &tm) != nullptr ? static_cast<int>(tm.tm_gmtoff) : -1;
+}
+
+int OurOffset(const COrvTime& t)
+{
+    return (FromUtc(LocalOf(t)) - t).GetInSecond();
+}
+
+/// In how many of the years from this one on the selected zone is that of the C library in every hour.
+int CountExactYears()
+{
+    constexpr int HOUR = 3600;
+    SYSTEMTIME st;
+    COrvTime::Now().GetSystemTime(st);
+    int nExact = 0;
+    for (int y = st.wYear; y <= st.wYear + 5; ++y)
+    {
+        bool bExact = true;
+        // Only near the changes the hours need a look.
+        const COrvTime tEnd = COrvTime::FromYMD(y + 1, 1, 1, 0, 0, 0);
+        for (COrvTime t = COrvTime::FromYMD(y, 1, 1, 0, 0, 0); t < tEnd; t += 24 * HOUR)
+            if (LibraryOffset(t.GetTimet()) != LibraryOffset((t + 24 * HOUR).GetTimet()) ||
+                OurOffset(t) != OurOffset(t + 24 * HOUR))
+                for (int i = -HOUR / 2; i < 24 * HOUR; i += HOUR / 2)
+                    bExact = bExact && OurOffset(t + i) == LibraryOffset((t + i).GetTimet());
+            else
+                bExact = bExact && OurOffset(t) == LibraryOffset(t.GetTimet());
+        nExact += bExact;
+    }
+    return nExact;
+}
+
+TEST(ZoneRules, EveryWindowsNameFollowsTheZoneFiles)
+{
+    // What no pair of rules can say: changes by the moon, and by another weekday than the one they fall on.
+    const std::set<std::string> inexact = {"Africa/Casablanca", "Asia/Jerusalem", "Asia/Hebron",
+                                           "America/Godthab"};
+    for (const KeyName& name : g_names)
+    {
+        const std::string sId = IdOf(name.m_sName);
+        const CVariableGuard variable("TZ", sId.c_str());
+        tzset();
+        const CZone zone(name.m_sName);
+        const int nExact = CountExactYears();
+        EXPECT_TRUE(nExact == 6 || inexact.count(sId) != 0) << sId << ": " << nExact << " years";
+        EXPECT_GE(nExact, 1) << sId;
+    }
+}
+
+/// A folder of zone files with one zone, compiled as today's tools do ("slim") or as older ones ("fat").
+class CZoneFolder
+{
+public:
+    explicit CZoneFolder(const char* sForm) : m_variable("TZDIR", m_folder.Path().c_str())
+    {
+        WriteBytes(m_folder / "source", "Rule R 2000 max - Mar Sun>=8 2:00 1:00 D\n"
+                                        "Rule R 2000 max - Nov Sun>=1 2:00 0 S\n"
+                                        "Zone Test/Zone -7:00 R M%sT\n");
+        EXPECT_EQ(0, CChildProcess(ChildProgram{"/usr/sbin/zic"},
+                                   {"-b", sForm, "-d", m_folder.Path().string(), m_folder / "source"})
+                         .Wait()
+                         .m_iExitCode);
+    }
+
+    std::filesystem::path File() const { return m_folder / "Test/Zone"; }
+
+private:
+    CTempDir m_folder;
+    CVariableGuard m_variable;
+};
+
+TEST(ZoneRules, ReadsFilesOfBothForms)
+{
+    for (const char* sForm : {"slim", "fat"})
+    {
+        const CZoneFolder folder(sForm);
+        {
+            const CZone zone(ORVTEXT("Test/Zone"));
+            EXPECT_EQ((Fields{2026, 3, 8, 3}), LocalOf(FromUtc({2026, 3, 8, 9}))) << sForm;
+            EXPECT_EQ((Fields{2026, 11, 1, 1}), LocalOf(FromUtc({2026, 11, 1, 8}))) << sForm;
+        }
+        // ICU's own data stands in for a zone without a file.
+        const CZone zone(ORVTEXT("europe/BUDAPEST"));
+        EXPECT_EQ((Fields{2026, 3, 29, 3}), LocalOf(FromUtc({2026, 3, 29, 1})));
+
+        const std::string sBytes = ReadBytes(folder.File());
+        for (std::size_t n = 0; n + 1 < sBytes.size(); n += 1 + sBytes.size() / 100)
+        {
+            WriteBytes(folder.File(), sBytes.substr(0, n));
+            EXPECT_EQ(2, SetTimeZone(ORVTEXT("Test/Zone"))) << sForm << ", cut at " << n;
+        }
+    }
+    for (const WCHAR* sBad : {ORVTEXT("../zoneinfo/Europe/Paris"), ORVTEXT("Europe"), ORVTEXT("Europe/"),
+                              ORVTEXT("zone.tab"), ORVTEXT("/usr/share/zoneinfo/UTC")})
+        EXPECT_EQ(2, SetTimeZone(sBad));
+}
+
+} // namespace
