@@ -18,11 +18,11 @@
 #include "orvport/message.h"
 #include "orvport/module.h"
 #include "orvport/nls.h"
+#include "orvport/oledate.h"
 #include "orvport/registry.h"
 #include "orvport/resource.h"
 #include "orvport/sync.h"
 #include "orvport/systime.h"
 #include "orvport/thread.h"
-#include "orvport/oledate.h"
 
 #pragma GCC visibility pop

@@ -20,8 +20,8 @@ TEST(VariantTime, BreaksDown)
                                       {-1.25, Fields{1899, 12, 29, 6}}})
     {
         ASSERT_TRUE(VariantTimeToSystemTime(d, &st)) << d;
-        EXPECT_EQ(expected, (Fields{st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond,
-                                    st.wMilliseconds}))
+        EXPECT_EQ(expected,
+                  (Fields{st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds}))
             << d;
     }
     EXPECT_FALSE(VariantTimeToSystemTime(2958466.0, &st) || VariantTimeToSystemTime(-657435.0, &st));
