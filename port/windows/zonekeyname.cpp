@@ -11,6 +11,8 @@ struct KeyName
     std::string_view m_sIds; // a blank behind each
 };
 
+#define ORVTEXT(text) L##text
+
 constexpr KeyName g_names[] = {
 #include "zonekeynames.inc"
 };
