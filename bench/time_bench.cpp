@@ -231,6 +231,57 @@ void LocalValueMktime(benchmark::State& state)
 }
 BENCHMARK(LocalValueMktime)->Arg(0)->Arg(1);
 
+// ---- Named zones, and texts of the user's locale ----
+
+/// A zone for a benchmark.
+struct CNamedZone
+{
+    CNamedZone() { SetTimeZone(ORVTEXT("Central Europe Standard Time")); }
+    CNamedZone(const CNamedZone&) = delete;
+    CNamedZone& operator=(const CNamedZone&) = delete;
+    ~CNamedZone() { SetTimeZone(nullptr); }
+};
+
+void NamedFieldsOurs(benchmark::State& state)
+{
+    const CNamedZone zone;
+    LocalFieldsOurs(state);
+}
+BENCHMARK(NamedFieldsOurs)->Arg(0)->Arg(1);
+
+void NamedValueOurs(benchmark::State& state)
+{
+    const CNamedZone zone;
+    LocalValueOurs(state);
+}
+BENCHMARK(NamedValueOurs)->Arg(0)->Arg(1);
+
+void SelectZone(benchmark::State& state)
+{
+    for (auto _ : state)
+        SetTimeZone(ORVTEXT("Central Europe Standard Time"));
+    SetTimeZone(nullptr);
+}
+BENCHMARK(SelectZone);
+
+void FormatLocale(benchmark::State& state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(COrvTime(kTime).FormatLocal());
+}
+BENCHMARK(FormatLocale);
+
+void ParseLocale(benchmark::State& state)
+{
+    const COrvStr sText = COrvTime(kTime).FormatLocal();
+    for (auto _ : state)
+    {
+        COrvTime t;
+        benchmark::DoNotOptimize(t.ParseLocal(sText));
+    }
+}
+BENCHMARK(ParseLocale);
+
 #if defined(ORV_HAS_FMT)
 void FormatFmt(benchmark::State& state)
 {

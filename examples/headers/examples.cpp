@@ -81,6 +81,11 @@ void Times()
 #include "orvtime.inc"
 }
 
+void TimesOfChrono()
+{
+#include "orvtimechrono.inc"
+}
+
 void Timers()
 {
 #include "orvtimer.inc"

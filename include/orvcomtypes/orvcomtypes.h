@@ -22,6 +22,7 @@
 #include "orvcomtypes/simplebyteset.h"
 #include "orvcomtypes/timeutils.h"
 #include "orvcomtypes/orvtime.h"
+#include "orvcomtypes/orvtimechrono.h"
 #include "orvcomtypes/orvtimer.h"
 #include "orvcomtypes/regkeyw.h"
 #include "orvcomtypes/lqsettings.h"

@@ -389,14 +389,23 @@ public:
         Ext_TimeFirst = 0x100 ///< the time before the date; needs both
     };
 
-    /// The local time as the platform writes it for the user's locale, a blank between date and time. Empty
-    /// when not valid, when no part is asked for or when there is no memory.
-    /// "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) ==
-    /// 0)" gives the one part that there is.
+    /// The local time as the platform writes it for the user's locale, in the calendar of that locale
+    /// (elsewhere than on Windows the Gregorian one), a blank between date and time. Empty when not valid,
+    /// when no part is asked for or when there is no memory. "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst &&
+    /// ((uiFlags & Date_Mask)
+    /// == 0 || (uiFlags & Time_Mask) == 0)" gives the one part that there is.
     COrvStr FormatLocal(unsigned uiFlags = Date_Short | Time_Long) const noexcept;
-    /// Reads what `FormatLocal` writes for the same flags, as precisely as it was written. Separators and
-    /// weekdays do not count; the seconds and the century may be left out. Without a date in the flags that
-    /// of the time itself holds, or today's when it is not valid; without a time of day local midnight.
+    /// Reads what `FormatLocal` writes for the same flags, as precisely as it was written, and what people
+    /// type for it:
+    /// - other separators, digits of other scripts, no seconds, a year of two digits (1970 to 2069);
+    /// - the month as a number, by its name or its short name, in any case of letters; the day of the week;
+    /// - the half of the day by the locale's names or as AM and PM, also "p.m." or "P".
+    ///
+    /// Any other word is refused, and so are dates where the locale's calendar has other months than the
+    /// Gregorian one (Hijri, Persian, Hebrew), counts its years in eras, or where the user's own form lacks
+    /// the year. Years of another count (Thai) are read. Without a date in the flags that of the time itself
+    /// holds, or today's when it is not valid; without a time of day local midnight. The fields are read as
+    /// `SetLocalYMD` reads them.
     ///
     /// False leaves the time unchanged, except when the fields are no time: that stores null. "src ==
     /// nullptr".

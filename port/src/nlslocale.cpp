@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace
 {
@@ -68,14 +69,26 @@ const char* EnvironmentLocaleName(const char* sCategory) noexcept
     return "C";
 }
 
-const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) noexcept
+const char* CanonicalLocale(const char* sLocale, char* pName, int cbName) noexcept
 {
-    const char* sLocale = EnvironmentLocaleName(sCategory);
     UErrorCode status = U_ZERO_ERROR;
     if (IsNeutral(sLocale) || uloc_canonicalize(sLocale, pName, cbName, &status) >= cbName ||
         U_FAILURE(status))
         return "en_US";
     return pName;
+}
+
+const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) noexcept
+{
+    return CanonicalLocale(EnvironmentLocaleName(sCategory), pName, cbName);
+}
+
+bool HasMemoryForLocale() noexcept
+{
+    constexpr std::size_t nMost = 256 * 1024;               // six times what the largest takes
+    void* volatile p = ::operator new(nMost, std::nothrow); // volatile: must not be left out
+    ::operator delete(p);
+    return p != nullptr;
 }
 
 UINT AnsiCodePageOfEnvironment() noexcept

@@ -11,5 +11,12 @@ const char* EnvironmentLocaleName(const char* sCategory) noexcept;
 /// by its user.
 const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) noexcept;
 
+/// The ICU name of what the environment says.
+const char* CanonicalLocale(const char* sLocale, char* pName, int cbName) noexcept;
+
+/// Whether there is memory for what ICU makes of a locale. Where it is refused a block, ICU crashes or waits
+/// for ever, so that it must not be asked then.
+bool HasMemoryForLocale() noexcept;
+
 /// The ANSI code page that Windows gives the language of the locale, or the one that ORVCOMTYPES_ACP names.
 UINT AnsiCodePageOfEnvironment() noexcept;

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <new>
 #include <string_view>
 
 namespace
@@ -38,16 +37,6 @@ struct CKnownForm
 };
 
 thread_local constinit CKnownForm t_known;
-
-/// Whether there is memory for what ICU makes of a locale. Where it is refused a block, ICU crashes or waits
-/// for ever, so that it must not be asked then.
-bool HasMemoryForLocale()
-{
-    constexpr std::size_t nMost = 256 * 1024;               // six times what the largest takes
-    void* volatile p = ::operator new(nMost, std::nothrow); // volatile: must not be left out
-    ::operator delete(p);
-    return p != nullptr;
-}
 
 char16_t MarkOf(const UNumberFormat* pFormat, UNumberFormatSymbol symbol, UErrorCode& status)
 {

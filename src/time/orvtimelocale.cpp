@@ -11,9 +11,11 @@ COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
     SYSTEMTIME st;
     if (!IsValid() || !OCT::LocalFieldsOf(m_iTime, st))
         return COrvStr();
+    WCHAR text[OCT::LOCALE_TEXT_ROOM];
+    OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags, text);
     try
     {
-        return COrvStr(OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags).c_str());
+        return COrvStr(text);
     }
     catch (...) // no memory
     {
@@ -44,5 +46,5 @@ bool COrvTime::InternalParseLocal(const WCHAR* src, unsigned uiFlags)
     if ((uiFlags & Date_Mask) == 0 && !OCT::LocalFieldsOf((IsValid() ? *this : Now()).m_iTime, st))
         return false;
     st.wHour = st.wMinute = st.wSecond = 0;
-    return OCT::ParseForLocale(LOCALE_NAME_USER_DEFAULT, src, uiFlags, st) && SetLocalSystemTime(st);
+    return OCT::ParseForLocale(*OCT::UserLocaleForms(), src, uiFlags, st) && SetLocalSystemTime(st);
 }

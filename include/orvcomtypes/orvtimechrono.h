@@ -1,0 +1,86 @@
+/// `COrvTime` and `COrvTimeDiff` as times, spans and local days of `std::chrono`, and back.
+///
+/// A header of its own, since <chrono> is a large one. A time of the null kind or before 1970 is a
+/// `sys_seconds` like any other: ask `IsValid` first where that matters.
+///
+/// Thread safety: as `COrvTime`.
+/// Errors: what does not fit into 32 bits is nothing (`std::nullopt`), and so is a day outside 1970-01-01 to
+/// 2038-01-01 (local) or a conversion that the platform refuses. Nothing throws, nothing is reported.
+/// Units: whole seconds; a finer time is cut off towards the past (`std::chrono::floor`). Local days are
+/// those of the selected zone (timeutils.h).
+///
+///     using namespace std::chrono;
+///     const std::optional<COrvTime> tNow = OCT::FromSysTime(system_clock::now());
+///     const std::optional<local_days> today = tNow ? OCT::ToLocalDay(*tNow) : std::nullopt;
+///     // When this week began:
+///     const std::optional<COrvTime> tMonday =
+///         today ? OCT::FromLocalDay(*today - (weekday(*today) - Monday)) : std::nullopt;
+#pragma once
+
+#include "orvcomtypes/orvtime.h"
+
+#include <chrono>
+#include <limits>
+#include <optional>
+
+namespace OCT
+{
+
+inline std::chrono::sys_seconds ToSysSeconds(const COrvTime& t) noexcept
+{
+    return std::chrono::sys_seconds(std::chrono::seconds(t.GetOrvTime()));
+}
+
+template <class Duration>
+std::optional<COrvTime> FromSysTime(const std::chrono::sys_time<Duration>& time) noexcept
+{
+    using namespace std::chrono;
+    const auto nSeconds = floor<seconds>(time).time_since_epoch().count();
+    if (nSeconds < std::numeric_limits<int>::min() || nSeconds > std::numeric_limits<int>::max())
+        return std::nullopt;
+    return COrvTime(static_cast<int>(nSeconds));
+}
+
+/// Nothing for the invalid span.
+inline std::optional<std::chrono::seconds> ToSeconds(const COrvTimeDiff& span) noexcept
+{
+    return span.IsValid() ? std::optional(std::chrono::seconds(span.GetInSecond())) : std::nullopt;
+}
+
+/// Nothing for the seconds that mean the invalid span, too.
+template <class Rep, class Period>
+std::optional<COrvTimeDiff> FromDuration(const std::chrono::duration<Rep, Period>& duration) noexcept
+{
+    const auto nSeconds = std::chrono::floor<std::chrono::seconds>(duration).count();
+    if (nSeconds <= std::numeric_limits<int>::min() || nSeconds > std::numeric_limits<int>::max())
+        return std::nullopt;
+    return COrvTimeDiff(static_cast<int>(nSeconds));
+}
+
+/// The day that the local clock shows; nothing for a time that is not valid.
+inline std::optional<std::chrono::local_days> ToLocalDay(const COrvTime& t) noexcept
+{
+    using namespace std::chrono;
+    WORD wYear, wMonth, wDay;
+    if (!t.IsValid() || !t.GetLocalYMD(&wYear, &wMonth, &wDay, nullptr, nullptr, nullptr))
+        return std::nullopt;
+    return local_days(year(wYear) / month(wMonth) / day(wDay));
+}
+
+/// The first moment of a local day, also where midnight is skipped. Nothing for a day that the zone left out,
+/// and for 1970-01-01 where it began before 1970-01-01 00:00:01 UTC.
+inline std::optional<COrvTime> FromLocalDay(std::chrono::local_days localDay) noexcept
+{
+    using namespace std::chrono;
+    const year_month_day date(localDay);
+    if (localDay < local_days(year(1970) / 1 / 1) || localDay > local_days(year(2038) / 1 / 1))
+        return std::nullopt;
+    // Noon exists on every day.
+    const COrvTime tNoon = COrvTime::FromLocalYMD(
+        static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),
+        static_cast<int>(static_cast<unsigned>(date.day())), 12, 0, 0);
+    const COrvTime tStart = tNoon.RoundLocalDayDown();
+    return tStart.IsValid() && ToLocalDay(tStart) == localDay ? std::optional(tStart) : std::nullopt;
+}
+
+} // namespace OCT

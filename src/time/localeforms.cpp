@@ -1,0 +1,228 @@
+#include "core/neverdestroyed.h"
+#include "orvcomtypes/smartcls.h"
+#include "picture.h"
+#include "strings/charclass.h"
+#include "time/localetext.h"
+
+#include <algorithm>
+#include <string_view>
+
+using OCT::CLocaleForms;
+using OCT::FoldedText;
+using OCT::FoldedView;
+
+namespace
+{
+
+constexpr int MAX_TEXT = 256;
+constexpr FoldedView DATE_FIELDS = ORVTEXT("yMd");
+constexpr FoldedView TIME_FIELDS = ORVTEXT("Hms");
+
+FoldedText LocaleText(const WCHAR* sLocale, LCTYPE type)
+{
+    WCHAR text[MAX_TEXT];
+    return GetLocaleInfoEx(sLocale, type, text, MAX_TEXT) > 0 ? FoldedText(text) : FoldedText();
+}
+
+/// A name that is a number is read as one.
+void AddName(std::vector<CLocaleForms::Name>& names, const FoldedText& sName, int iValue)
+{
+    const auto isSame = [&](const CLocaleForms::Name& name) { return name.m_sName == sName; };
+    if (!std::ranges::all_of(sName, OCT::IsDigit<WCHAR>) && std::ranges::none_of(names, isSame))
+        names.push_back({sName, iValue});
+}
+
+// ---- Pictures ----
+
+/// Adds the words of a picture's text.
+void AddWords(FoldedView sText, std::vector<CLocaleForms::Name>& words)
+{
+    for (auto p = sText.begin(); p != sText.end();)
+    {
+        p = std::find_if(p, sText.end(), OCT::IsWordUnit);
+        const auto pEnd = std::find_if_not(p, sText.end(), OCT::IsWordUnit);
+        AddName(words, FoldedText(p, pEnd), 0);
+        p = pEnd;
+    }
+}
+
+/// Which of the fields that can be read a letter of a picture is, 0 for none.
+WCHAR FieldOf(WCHAR cLetter, std::size_t nCount, FoldedView sFields)
+{
+    const WCHAR c = cLetter == 'h' ? WCHAR('H') : cLetter;
+    const bool bWeekday = c == 'd' && nCount > 2;
+    return !bWeekday && sFields.find(c) != sFields.npos ? c : WCHAR(0);
+}
+
+/// The fields of a picture, each once, and its words.
+std::vector<CLocaleForms::Field> ReadPicture(FoldedView sPicture, FoldedView sFields,
+                                             std::vector<CLocaleForms::Name>& words)
+{
+    std::vector<CLocaleForms::Field> fields;
+    FoldedText sText;
+    std::size_t nBefore = 0; // digits of the number that ended just here
+    const auto onField = [&](WCHAR cLetter, std::size_t nCount) {
+        AddWords(OCT::FoldText(sText), words);
+        const WCHAR c = FieldOf(cLetter, nCount, sFields);
+        const bool bNumber = c != 0 && (c != 'M' || nCount < 3);
+        if (bNumber && nBefore != 0 && sText.empty())
+            fields.back().m_nDigits = nBefore;
+        nBefore = bNumber ? nCount : 0;
+        sText.clear();
+        if (c != 0 && std::ranges::find(fields, c, &CLocaleForms::Field::m_cField) == fields.end())
+            fields.push_back({c, 0});
+    };
+    WalkPicture(sPicture, onField, [&](WCHAR c) { sText += c; });
+    AddWords(OCT::FoldText(sText), words);
+    return fields;
+}
+
+/// What stands between minute and second.
+FoldedText SecondsMarkOf(FoldedView sPicture)
+{
+    FoldedText sMark;
+    WCHAR cLast = 0;
+    WalkPicture(
+        sPicture, [&](WCHAR c, std::size_t) { cLast = c; },
+        [&](WCHAR c) {
+            if (cLast == 'm')
+                sMark += c;
+        });
+    sMark = OCT::FoldText(sMark);
+    std::erase(sMark, WCHAR(' '));
+    return sMark;
+}
+
+// ---- Calendar ----
+
+/// The years by which the locale's calendar is ahead of the Gregorian one on a day; nothing when it has other
+/// days and months.
+std::optional<int> YearOffset(const WCHAR* sLocale, WORD wYear, WORD wMonth, WORD wDay)
+{
+    const SYSTEMTIME st = {wYear, wMonth, 0, wDay, 0, 0, 0, 0};
+    WCHAR text[MAX_TEXT];
+    if (GetDateFormatEx(sLocale, 0, &st, ORVTEXT("d'-'M'-'yyyy"), text, MAX_TEXT, nullptr) <= 0)
+        return std::nullopt;
+    const FoldedText sText = OCT::FoldText(text) + WCHAR('-');
+    int numbers[3] = {};
+    std::size_t i = 0;
+    for (int& n : numbers)
+    {
+        for (; i < sText.size() && OCT::IsDigit(sText[i]) && n < 100000; ++i)
+            n = n * 10 + (sText[i] - '0');
+        ++i;
+    }
+    return numbers[0] == wDay && numbers[1] == wMonth && i == sText.size() ? std::optional(numbers[2] - wYear)
+                                                                           : std::nullopt;
+}
+
+/// Only calendars that number the years otherwise, all by the same, can be read. (Eras begin anew, and months
+/// of the moon are others.)
+std::optional<int> YearOffset(const WCHAR* sLocale)
+{
+    const auto early = YearOffset(sLocale, 1970, 1, 2);
+    const auto late = YearOffset(sLocale, 2037, 12, 30);
+    return early && late && *early == *late ? early : std::nullopt;
+}
+
+// ---- Names ----
+
+/// Adds the names of the halves of the day, and what people type for them: in full or, where they differ by
+/// it, the first letter, with and without full stops. What else the locale writes between numbers stays that.
+void AddHalves(CLocaleForms& forms, const FoldedText& sMorning, const FoldedText& sAfternoon)
+{
+    const auto addTyped = [&forms](const FoldedText& sName, int i) {
+        if (std::ranges::find(forms.m_ignored, sName, &CLocaleForms::Name::m_sName) == forms.m_ignored.end())
+            AddName(forms.m_halves, sName, i);
+    };
+    const bool bLetters = !sMorning.empty() && !sAfternoon.empty() && sMorning[0] != sAfternoon[0];
+    for (const auto& [sName, i] : {std::pair(sMorning, 0), {sAfternoon, 1}})
+    {
+        AddName(forms.m_halves, sName, i);
+        if (sName.size() == 2)
+            addTyped({sName[0], '.', sName[1]}, i);
+        if (bLetters)
+            addTyped({sName[0]}, i);
+    }
+}
+
+/// All that the user can change about the forms, as one text.
+FoldedText SettingsOf(const WCHAR* sLocale)
+{
+    FoldedText sSettings;
+    for (const LCTYPE type : {LOCALE_SNAME, LOCALE_SSHORTDATE, LOCALE_SLONGDATE, LOCALE_STIMEFORMAT,
+                              LOCALE_SSHORTTIME, LOCALE_S1159, LOCALE_S2359})
+        (sSettings += LocaleText(sLocale, type)) += ORVTEXT('\n');
+    const SYSTEMTIME st = {2037, 12, 0, 30, 0, 0, 0, 0};
+    WCHAR text[MAX_TEXT];
+    if (GetDateFormatEx(sLocale, 0, &st, ORVTEXT("d M yyyy"), text, MAX_TEXT, nullptr) > 0)
+        sSettings += text;
+    return sSettings;
+}
+
+/// The forms that were used last.
+struct CLastForms
+{
+    OCT::CCritSect m_lock;
+    FoldedText m_sSettings;
+    std::shared_ptr<const CLocaleForms> m_pForms;
+};
+CNeverDestroyed<CLastForms> g_lastForms;
+
+/// Forgets them with the library's other static objects; who reads times even later makes them anew.
+struct CForgetForms
+{
+    CForgetForms() = default;
+    CForgetForms(const CForgetForms&) = delete;
+    CForgetForms& operator=(const CForgetForms&) = delete;
+    ~CForgetForms()
+    {
+        CLastForms& last = g_lastForms.Get();
+        const OCT::CCritSectGuard guard(&last.m_lock);
+        last.m_pForms.reset();
+        last.m_sSettings = FoldedText();
+    }
+};
+const CForgetForms g_forgetForms;
+
+} // namespace
+
+CLocaleForms::CLocaleForms(const WCHAR* sLocale) : m_yearOffset(YearOffset(sLocale))
+{
+    const FoldedText sTime = LocaleText(sLocale, LOCALE_STIMEFORMAT);
+    m_dates[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTDATE), DATE_FIELDS, m_ignored);
+    m_dates[1] = ReadPicture(LocaleText(sLocale, LOCALE_SLONGDATE), DATE_FIELDS, m_ignored);
+    m_times[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTTIME), TIME_FIELDS, m_ignored);
+    m_times[1] = ReadPicture(sTime, TIME_FIELDS, m_ignored);
+    m_sSecondsMark = SecondsMarkOf(sTime);
+    WalkPicture(
+        FoldedView(sTime), [this](WCHAR c, std::size_t) { m_b24Hours = m_b24Hours || c == 'H'; },
+        [](WCHAR) {});
+
+    const auto folded = [=](LCTYPE type) { return OCT::FoldText(LocaleText(sLocale, type)); };
+    for (const LCTYPE type : {LOCALE_SMONTHNAME1, LOCALE_SABBREVMONTHNAME1})
+        for (int i = 0; i < 12; ++i)
+        {
+            const LCTYPE ofMonth = type + static_cast<LCTYPE>(i);
+            AddName(m_months, folded(ofMonth), i + 1);
+            AddName(m_months, folded(ofMonth | LOCALE_RETURN_GENITIVE_NAMES), i + 1);
+        }
+    for (LCTYPE i = 0; i < 7; ++i)
+        for (const LCTYPE type : {LOCALE_SDAYNAME1, LOCALE_SABBREVDAYNAME1})
+            AddName(m_ignored, folded(type + i), 0);
+    AddHalves(*this, folded(LOCALE_S1159), folded(LOCALE_S2359));
+    AddHalves(*this, ORVTEXT("AM"), ORVTEXT("PM"));
+}
+
+std::shared_ptr<const CLocaleForms> OCT::UserLocaleForms()
+{
+    const FoldedText sSettings = SettingsOf(LOCALE_NAME_USER_DEFAULT);
+    CLastForms& last = g_lastForms.Get();
+    const CCritSectGuard guard(&last.m_lock);
+    if (last.m_pForms == nullptr || last.m_sSettings != sSettings)
+    {
+        last.m_pForms = std::make_shared<const CLocaleForms>(LOCALE_NAME_USER_DEFAULT);
+        last.m_sSettings = sSettings;
+    }
+    return last.m_pForms;
+}
