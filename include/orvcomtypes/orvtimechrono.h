@@ -10,11 +10,11 @@
 /// those of the selected zone (timeutils.h).
 ///
 ///     using namespace std::chrono;
-///     const std::optional<COrvTime> tNow = OCT::FromSysTime(system_clock::now());
-///     const std::optional<local_days> today = tNow ? OCT::ToLocalDay(*tNow) : std::nullopt;
-///     // When this week began:
-///     const std::optional<COrvTime> tMonday =
-///         today ? OCT::FromLocalDay(*today - (weekday(*today) - Monday)) : std::nullopt;
+///     char s[32] = "";
+///     if (const auto tNow = OCT::FromSysTime(system_clock::now()))
+///         if (const auto today = OCT::ToLocalDay(*tNow))
+///             if (const auto tMonday = OCT::FromLocalDay(*today - (weekday(*today) - Monday)))
+///                 tMonday->DebugFormatLocal(COrvTime::dftDate, s, sizeof s); // when this week began
 #pragma once
 
 #include "orvcomtypes/orvtime.h"

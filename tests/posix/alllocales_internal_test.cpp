@@ -56,10 +56,10 @@ TEST(AllLocales, ReadBackWhatTheyWrite)
     }
     // A name that ends with a number is not the beginning of another number.
     SYSTEMTIME st = {};
-    const OCT::CLocaleForms forms(u"vi-VN");
-    EXPECT_TRUE(OCT::ParseForLocale(forms, u"6 th\u00E1ng 12 2024", COrvTime::Date_Long, st) &&
+    const OCT::CLocaleForms forms(ORVTEXT("vi-VN"));
+    EXPECT_TRUE(OCT::ParseForLocale(forms, ORVTEXT("6 th\x00E1ng 12 2024"), COrvTime::Date_Long, st) &&
                 st.wMonth == 12);
-    EXPECT_FALSE(OCT::ParseForLocale(forms, u"6 th\u00E1ng 13 2024", COrvTime::Date_Long, st));
+    EXPECT_FALSE(OCT::ParseForLocale(forms, ORVTEXT("6 th\x00E1ng 13 2024"), COrvTime::Date_Long, st));
 }
 
 } // namespace
