@@ -1,5 +1,6 @@
 #include "zonekeys.h"
 
+#include "nlslocale.h"
 #include "zonefile.h"
 
 #include <unicode/basictz.h>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <vector>
 
 using namespace std::chrono;
@@ -236,6 +238,8 @@ ZoneKeyRules RulesOf(const std::vector<ZoneOffset>& offsets, year now)
 
 std::optional<ZoneKeyValues> FindZoneKey(std::u16string_view sZoneName)
 {
+    if (!HasMemoryForLocale())
+        throw std::bad_alloc();
     const std::optional<ZoneName> windowsName = FindWindowsName(sZoneName);
     ZoneName name = windowsName ? *windowsName : ZoneName{std::u16string(sZoneName), ToNarrow(sZoneName)};
     const year now = year_month_day(floor<days>(system_clock::now())).year();
