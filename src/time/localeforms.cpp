@@ -216,12 +216,13 @@ CLocaleForms::CLocaleForms(const WCHAR* sLocale) : m_yearOffset(YearOffset(sLoca
 
 std::shared_ptr<const CLocaleForms> OCT::UserLocaleForms()
 {
-    const FoldedText sSettings = SettingsOf(LOCALE_NAME_USER_DEFAULT);
+    const WCHAR* const sUser = LOCALE_NAME_USER_DEFAULT;
+    const FoldedText sSettings = SettingsOf(sUser);
     CLastForms& last = g_lastForms.Get();
     const CCritSectGuard guard(&last.m_lock);
     if (last.m_pForms == nullptr || last.m_sSettings != sSettings)
     {
-        last.m_pForms = std::make_shared<const CLocaleForms>(LOCALE_NAME_USER_DEFAULT);
+        last.m_pForms = std::make_shared<const CLocaleForms>(sUser);
         last.m_sSettings = sSettings;
     }
     return last.m_pForms;
