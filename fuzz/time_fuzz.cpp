@@ -40,7 +40,12 @@ void CheckLocale(const std::basic_string<WCHAR>& sText, unsigned uiFlags)
 {
     COrvTime t(KEPT);
     if (!t.ParseLocal(sText.c_str(), uiFlags))
+    {
         Require(t.GetOrvTime() == KEPT || t.IsNull());
+        return;
+    }
+    COrvTime tBack;
+    Require(!t.IsValid() || (tBack.ParseLocal(t.FormatLocal(uiFlags), uiFlags) && tBack == t));
 }
 
 } // namespace
@@ -55,7 +60,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     if (!sWide.empty())
         std::memcpy(sWide.data(), pData, sWide.size() * sizeof(WCHAR));
     CheckParser(sWide);
-    CheckLocale(std::basic_string<WCHAR>(sNarrow.begin(), sNarrow.end()),
-                COrvTime::Date_Short | COrvTime::Time_Long);
+    for (const unsigned uiFlags : {COrvTime::Date_Short | COrvTime::Time_Long,
+                                   COrvTime::Date_Long | COrvTime::Time_Long | COrvTime::Ext_TimeFirst})
+    {
+        CheckLocale(std::basic_string<WCHAR>(sNarrow.begin(), sNarrow.end()), uiFlags);
+        CheckLocale(sWide, uiFlags);
+    }
     return 0;
 }
