@@ -4,8 +4,8 @@
 /// place that it is given and returns the end of what it wrote; it does not throw.
 #pragma once
 
+#include "core/numtext.h"
 #include "orvcomtypes/orvlongstrbase.h"
-#include "strings/numtext.h"
 #include "strings/strbuffer.h"
 #include "strings/textlen.h"
 

@@ -183,9 +183,7 @@ COrvSQLStr& COrvSQLStr::Append(const BINARY& value)
     AppendExactly<MinReserve>(2 + 2 * std::uint64_t{nBytes}, [&](WCHAR* p) {
         *p++ = ORVTEXT('0');
         *p++ = ORVTEXT('x');
-        for (unsigned i = 0; i < nBytes; ++i)
-            p = OCT::PutHex(p, unsigned{value.m_pBytes[i]}, 2);
-        return p;
+        return OCT::PutHexBytes(p, value.m_pBytes, nBytes);
     });
     return *this;
 }
