@@ -16,21 +16,21 @@ inline void COrvLongStrBase::EndAt(const WCHAR* pEnd) noexcept
     OCT::EndStr(m_pStr, static_cast<std::uint64_t>(pEnd - m_pStr));
 }
 
-/// Appends what has \p nMore units. A buffer without room for them is kept until they are written: their
-/// source may lie in it.
+/// Appends what has \p nMore units.
 template <unsigned nMinRoom, class Put>
-void COrvLongStrBase::AppendExactly(std::uint64_t nMore, Put put)
+inline void COrvLongStrBase::AppendExactly(std::uint64_t nMore, Put put)
 {
-    COrvLongStrBase before(nullptr);
     const std::uint64_t nLen = Length();
-    if (!HasRoom(nLen + nMore)) [[unlikely]]
-        before = Grow(std::max<std::uint64_t>(nLen + nMore, nMinRoom));
+    if (HasRoom(nLen + nMore)) [[likely]]
+        return EndAt(put(m_pStr + nLen));
+    // What is appended may lie in the buffer that has no room, so that one is kept meanwhile.
+    const COrvLongStrBase before = Grow(std::max<std::uint64_t>(nLen + nMore, nMinRoom));
     EndAt(put(m_pStr + nLen));
 }
 
 /// Appends what has up to \p nMost units. A builder without room for as many grows by what it really is.
 template <unsigned nMinRoom, class Put>
-void COrvLongStrBase::AppendAtMost(std::uint64_t nMost, Put put)
+inline void COrvLongStrBase::AppendAtMost(std::uint64_t nMost, Put put)
 {
     const std::uint64_t nLen = Length();
     if (HasRoom(nLen + nMost)) [[likely]]
@@ -42,7 +42,7 @@ void COrvLongStrBase::AppendAtMost(std::uint64_t nMost, Put put)
 }
 
 template <unsigned nMinRoom>
-void COrvLongStrBase::AppendText(const WCHAR* s, unsigned nLen)
+inline void COrvLongStrBase::AppendText(const WCHAR* s, unsigned nLen)
 {
     if (s == nullptr)
         return;
@@ -56,7 +56,7 @@ void COrvLongStrBase::AppendText(const WCHAR* s, unsigned nLen)
 }
 
 template <unsigned nMinRoom>
-void COrvLongStrBase::AppendUnit(WCHAR c)
+inline void COrvLongStrBase::AppendUnit(WCHAR c)
 {
     if (c == 0)
         return;
@@ -67,13 +67,13 @@ void COrvLongStrBase::AppendUnit(WCHAR c)
 }
 
 template <unsigned nMinRoom, class Int>
-void COrvLongStrBase::AppendDecimal(Int n)
+inline void COrvLongStrBase::AppendDecimal(Int n)
 {
     AppendAtMost<nMinRoom>(OCT::MaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
 }
 
 template <unsigned nMinRoom>
-void COrvLongStrBase::AppendDouble(double d, int nDigits)
+inline void COrvLongStrBase::AppendDouble(double d, int nDigits)
 {
     AppendAtMost<nMinRoom>(OCT::MaxDoubleText, [=](WCHAR* p) { return OCT::PutDouble(p, d, nDigits); });
 }
