@@ -8,7 +8,9 @@
 struct CLogMessage
 {
 };
+std::int64_t FetchText(WCHAR* pBuffer, std::int64_t cbBuffer);
 void Import();
+void Show(const WCHAR* sText, unsigned nLen);
 void ShowText(const COrvStr& sText);
 void Step();
 void Use(unsigned id);
@@ -134,6 +136,22 @@ void Fields()
 void LongTexts()
 {
 #include "orvlongstrbase.inc"
+}
+
+void DatabaseValues()
+{
+#include "oledbconvert.inc"
+}
+
+void DatabaseTexts()
+{
+#include "orvdbstr.inc"
+}
+
+bool Totals(COrvSQLStr& sql)
+{
+#include "orvdecimal.inc"
+    return true;
 }
 
 void Statements(const WCHAR* sName, const CMIDINTArray& ids)

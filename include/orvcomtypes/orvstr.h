@@ -31,7 +31,19 @@
 #include "orvcomtypes/orvstralloc.h"
 #include "orvcomtypes/strconvert.h"
 
+#include <type_traits>
+
 class COrvDBStr;
+
+namespace OCT
+{
+
+/// What converts to narrow text and not to wide text too, as 0 and `nullptr` do.
+template <class Source>
+concept NarrowText =
+    std::is_convertible_v<const Source&, const char*> && !std::is_convertible_v<const Source&, const WCHAR*>;
+
+} // namespace OCT
 
 class ORV_API COrvStr
 {
@@ -48,7 +60,12 @@ public:
     /// Null or empty text gives an empty value; \p bCopy false attaches \p s.
     COrvStr(const WCHAR* s, bool bCopy = true);
     /// From the ANSI code page.
-    COrvStr(const char* s);
+    template <OCT::NarrowText Source>
+    COrvStr(const Source& s) : COrvStr()
+    {
+        if (const char* const sNarrow = s; sNarrow != nullptr && *sNarrow != 0)
+            Copy(sNarrow);
+    }
     /// Shares the database string's buffer.
     COrvStr(const COrvDBStr& str);
     /// String resource \p uID of \p hInstance, null for the current language's module; a missing one is
@@ -65,7 +82,12 @@ public:
     COrvStr& operator=(COrvStr&& str);
     COrvStr& operator=(const COrvDBStr& str);
     COrvStr& operator=(const WCHAR* s);
-    COrvStr& operator=(const char* s);
+    template <OCT::NarrowText Source>
+    COrvStr& operator=(const Source& s)
+    {
+        Copy(static_cast<const char*>(s));
+        return *this;
+    }
 
     void Empty();
     void Clear() { Empty(); }
@@ -197,8 +219,12 @@ public:
     bool operator>(const WCHAR* s) const;
     bool operator==(const WCHAR* s) const;
     bool operator!=(const WCHAR* s) const;
+    bool operator<=(const WCHAR* s) const { return !(*this > s); }
+    bool operator>=(const WCHAR* s) const { return !(*this < s); }
     bool operator<(const COrvStr& str) const { return *this < str.m_pStr; }
     bool operator>(const COrvStr& str) const { return *this > str.m_pStr; }
+    bool operator<=(const COrvStr& str) const { return *this <= str.m_pStr; }
+    bool operator>=(const COrvStr& str) const { return *this >= str.m_pStr; }
     bool operator==(const COrvStr& str) const { return *this == str.m_pStr; }
     bool operator!=(const COrvStr& str) const { return *this != str.m_pStr; }
 
@@ -238,6 +264,8 @@ public:
     void AddPath(const WCHAR* sPath, WCHAR cSep);
 
 private:
+    friend class COrvDBStr;
+
     using Converter = int (*)(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest);
 
     template <class Put>

@@ -100,12 +100,6 @@ COrvStr::COrvStr(const WCHAR* s, bool bCopy) : m_pStr(g_DefEmptyString.StrBuffer
         SetText(const_cast<WCHAR*>(s), false);
 }
 
-COrvStr::COrvStr(const char* s) : COrvStr()
-{
-    if (s != nullptr && *s != 0)
-        Copy(s);
-}
-
 COrvStr::COrvStr(const COrvDBStr& str)
 {
     OCT::AddStrRef(str.m_pStr);
@@ -141,12 +135,6 @@ COrvStr& COrvStr::operator=(const COrvDBStr& str)
 }
 
 COrvStr& COrvStr::operator=(const WCHAR* s)
-{
-    Copy(s);
-    return *this;
-}
-
-COrvStr& COrvStr::operator=(const char* s)
 {
     Copy(s);
     return *this;
