@@ -3,10 +3,12 @@ add_library(orvcomtypes_options INTERFACE)
 target_compile_features(orvcomtypes_options INTERFACE cxx_std_20)
 # Narrowing is warned about; a change of signedness alone is not: the interface's types (LONG, DWORD, int, size_t) mix
 # the two throughout, and casts at every turn would hide the narrowing ones.
-target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
-    -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror
-    # Functions exported by undecorated name may return the library's own values.
-    $<$<CXX_COMPILER_ID:Clang>:-Wno-return-type-c-linkage>)
+if(MSVC)
+    target_compile_options(orvcomtypes_options INTERFACE /utf-8 /permissive- /Zc:preprocessor /Zc:__cplusplus /EHsc /W4)
+else()
+    target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+        -Wno-sign-conversion -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+endif()
 target_compile_definitions(orvcomtypes_options INTERFACE
     $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;_WIN32_WINNT=0x0A00;STRSAFE_NO_DEPRECATE>)
 if(ORVCOMTYPES_SANITIZE)
@@ -17,7 +19,7 @@ endif()
 
 # Windows: the runtime DLLs stand beside ours, in the build tree as where it is installed. An exception crosses from
 # the library to its caller only when both use the same ones.
-if(WIN32)
+if(MINGW)
     set(ORV_RUNTIME_DLLS "")
     foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
         execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}

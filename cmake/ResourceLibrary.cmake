@@ -13,7 +13,8 @@ function(orv_add_resource_library name source)
         add_library(${name} MODULE ${source})
         set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ${ORV_RESOURCE_SUFFIX} LINKER_LANGUAGE C
             LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
-        target_link_options(${name} PRIVATE -nostdlib -nostartfiles -Wl,-e,0)
+        target_link_options(${name} PRIVATE
+            $<IF:$<BOOL:${MSVC}>,/NOENTRY,-nostdlib;-nostartfiles;-Wl$<COMMA>-e$<COMMA>0>)
     else()
         set(output ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}${ORV_RESOURCE_SUFFIX})
         add_custom_command(OUTPUT ${output}

@@ -39,6 +39,11 @@ literal_prefixes() {
             text ~ /(^|[^A-Za-z0-9_])(L|u|U)(""|\047\047)/ { print FILENAME ":" FNR ": " $0 }'
 }
 
+# A windows.h without NOMINMAX makes macros of these names; they take no argument list in parentheses.
+bare_min_max() {
+    sources 'include/*.h' | xargs -0 -r grep -nHE '(std::(min|max)\b[^)]*|::(min|max))\(' | grep -vE '\((std::(min|max)(<[^>]*>)?|[^()]*::(min|max))\)\('
+}
+
 # The list is reviewed as a list: sorted within each section, no name twice.
 definition_order() {
     local LC_ALL=C
@@ -77,6 +82,7 @@ shell_syntax() {
 
 rule "no conditional on platform or compiler in src/ and include/" platform_conditionals
 rule "text literals are written with ORVTEXT" literal_prefixes
+rule "min and max stand in parentheses in include/" bare_min_max
 rule "OrvComTypes.def is sorted" definition_order
 rule "public headers include only lower ones" header_order
 rule "sources are formatted" format

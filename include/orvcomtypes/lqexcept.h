@@ -120,6 +120,8 @@ ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, IUnknown* pErrorObject
 /// The id of a generic message for a category; 0 when there is none.
 ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetErrorMessResId(LQExcCategory category, int iVariant) noexcept;
 
+ORV_VALUES_BEGIN
+
 /// One line for the log: category, place, parameters of the messages and their text.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ExceptFormatToLog(const CLQExcept* e);
 
@@ -132,6 +134,8 @@ ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ComErrorDataToLogString(const LQComErrorDa
 
 /// The system's text of an error code without the line end; empty for 0 and for codes that have no text.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetWinErrorString(DWORD dwCode);
+
+ORV_VALUES_END
 
 /// Receives the address from which an exception was thrown, and a text that names its type.
 using LQExceptionLogger = void(ORVCALL*)(const void* pAddress, const char* sText);

@@ -34,6 +34,8 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQSettingsRootW(WCHAR* rootPath, unsigned 
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetLQSettingsRootA(const char* rootPath) noexcept;
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetLQSettingsRootW(const WCHAR* rootPath) noexcept;
 
+ORV_VALUES_BEGIN
+
 /// Empty without memory.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQSettingsRootStr() noexcept;
 
@@ -69,6 +71,8 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQBinarySettingW(const WCHAR* subKey, cons
 /// Text as stored, of any length, from a key path of any length. Empty without memory.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
                                                       const WCHAR* defaultValue) noexcept;
+
+ORV_VALUES_END
 
 // ---- Writing: true when the value is stored, or removed because it says what holds without it ----
 

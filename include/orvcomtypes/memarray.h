@@ -246,7 +246,7 @@ void CMarrayBase<T, Treat>::OpenGap(unsigned idx, unsigned cnt)
 template <class T, class Treat>
 void CMarrayBase<T, Treat>::CopyOwn(unsigned idx, unsigned cnt, unsigned sourceIdx)
 {
-    const unsigned nBefore = sourceIdx < idx ? std::min(cnt, idx - sourceIdx) : 0;
+    const unsigned nBefore = sourceIdx < idx ? (std::min)(cnt, idx - sourceIdx) : 0;
     const T* const pSource = m_pElement + sourceIdx;
     std::copy_n(pSource, nBefore, m_pElement + idx);
     std::copy_n(pSource + nBefore + cnt, cnt - nBefore, m_pElement + idx + nBefore);

@@ -132,7 +132,7 @@ protected:
     }
 
 private:
-    static constexpr unsigned MinCapacity = std::bit_ceil(std::max(Grow, 1U));
+    static constexpr unsigned MinCapacity = std::bit_ceil((std::max)(Grow, 1U));
     static constexpr unsigned MaxCapacity = 0x80000000; // the greatest that can be counted
 
     static std::uint64_t Capacity(std::uint64_t nCount) noexcept
@@ -148,7 +148,7 @@ private:
             pElement = static_cast<T*>(pBlock);
             return;
         }
-        std::destroy_n(pElement, std::min<std::uint64_t>(iSize, nNewSize));
+        std::destroy_n(pElement, (std::min<std::uint64_t>)(iSize, nNewSize));
         Alloc::Free(std::exchange(pElement, nullptr));
         iSize = 0;
         LQThrowMemory(LQSrcLocation{ORVTEXT("memarray"), __LINE__});
@@ -260,7 +260,7 @@ private:
         if (pElement != nullptr && (iSize == 0 || iSize > FixedSize)) [[unlikely]]
             ORV_REPORT_FROM("memarray", "CFixMarrayTreatBase::AllocArray",
                             "iSize > 0 && iSize <= FixedSize && iNewSize > FixedSize", 0);
-        const unsigned nOld = std::min(std::exchange(iSize, 0U), FixedSize);
+        const unsigned nOld = (std::min)(std::exchange(iSize, 0U), FixedSize);
         pElement = nullptr;
         try
         {

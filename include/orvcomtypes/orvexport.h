@@ -41,6 +41,16 @@
 #define ORVFASTCALL
 #endif
 
+// Around plain functions that return one of the library's values: callers in C++ may, whatever their linkage.
+#if defined(__clang__)
+#define ORV_VALUES_BEGIN \
+    _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wreturn-type-c-linkage\"")
+#define ORV_VALUES_END _Pragma("clang diagnostic pop")
+#else
+#define ORV_VALUES_BEGIN
+#define ORV_VALUES_END
+#endif
+
 /// A text or character literal of `WCHAR`.
 #define ORVTEXT(text) ORVTEXT_(text)
 

@@ -174,7 +174,7 @@ void CPrtvHashMap<TItem, TKey, TCompare>::Rehash(unsigned n, bool bForce)
     if (!m_pStorage)
         return InitHashTable(n);
     const bool bAutomatic = n == 0;
-    n = std::max(bAutomatic ? m_pStorage->GetApproximateCount() : n, GetCount());
+    n = (std::max)(bAutomatic ? m_pStorage->GetApproximateCount() : n, GetCount());
     if (!bForce && m_pStorage->IsWithinThresholds(n))
         return;
     const float fLoadFactor = m_pStorage->GetLoadFactor();

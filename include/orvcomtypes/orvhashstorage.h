@@ -316,7 +316,7 @@ template <class TItem, class TKey, class TCompare>
 void CHashMapStorage<TItem, TKey, TCompare>::AddNodes(Ptr& pStorage)
 {
     static_assert(std::is_trivially_copyable_v<CHashMapStorage> && std::is_trivially_copyable_v<CNode>);
-    const unsigned nSlots = pStorage->m_nSlots + std::max(pStorage->m_nSize / 5, 256U);
+    const unsigned nSlots = pStorage->m_nSlots + (std::max)(pStorage->m_nSize / 5, 256U);
     void* const pBlock =
         nSlots <= 0x80000000 ? CStaticCRTAllocator::Realloc(pStorage.get(), BlockBytes(nSlots)) : nullptr;
     if (pBlock == nullptr)

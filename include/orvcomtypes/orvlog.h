@@ -174,8 +174,10 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL LogStrRawExp(const char* text);
 /// Copies the file name, cut to \p size characters with the terminator, when size is more than 2; returns \p
 /// dest.
 ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size);
+ORV_VALUES_BEGIN
 /// The name that a format stands for now; its folders are made. Empty when none results.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat);
+ORV_VALUES_END
 /// One line with the thread, the milliseconds since the first call and since the last one, at level
 /// `lqlInformation`, and to the debugger.
 ORV_EXTERN_C ORV_FUNC void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value);

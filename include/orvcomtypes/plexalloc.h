@@ -107,7 +107,7 @@ struct CPlexLayout
     template <class T>
     static constexpr CPlexLayout Of(std::uint32_t nCount)
     {
-        constexpr std::size_t nAlignment = std::max(alignof(T), alignof(CPlexWrapper));
+        constexpr std::size_t nAlignment = (std::max)(alignof(T), alignof(CPlexWrapper));
         return {nAlignment, RoundUp(sizeof(CPlexWrapper) + sizeof(T), nAlignment), nCount};
     }
     static constexpr std::size_t RoundUp(std::size_t n, std::size_t nTo) { return (n + nTo - 1) / nTo * nTo; }
@@ -250,7 +250,7 @@ T* CPlexAlloc<T, N, Lock>::GetFreeItem()
         pWrapper->NextWrp->PrevWrp = nullptr;
     pWrapper->NextWrp = nullptr;
     if (CPlexChain* pChain = pWrapper->pChain) [[likely]]
-        pChain->nMinFree = std::min(pChain->nMinFree, --pChain->nFreeCount);
+        pChain->nMinFree = (std::min)(pChain->nMinFree, --pChain->nFreeCount);
     else
         ORV_REPORT(kGetFreeItem.m_sText, "pChain != nullptr");
     return reinterpret_cast<T*>(pWrapper + 1);

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "orvport/odbcnames.h"
+
 #define WINAPI
 #define CALLBACK
 
