@@ -1,8 +1,8 @@
 #include "orvcomtypes/oledbconvert.h"
 
 #include "builders/wideint.h"
+#include "core/numtext.h"
 #include "strings/ansi.h"
-#include "strings/numtext.h"
 
 #include <chrono>
 #include <cmath>
@@ -129,10 +129,9 @@ DBSTATUS PutNumeric(const CTarget& target, const DB_NUMERIC& numeric) noexcept
 class CFields
 {
 public:
-    CFields& Number(std::int64_t n, std::size_t nDigits) noexcept
+    CFields& Number(unsigned n, unsigned nDigits) noexcept
     {
-        for (std::size_t i = nDigits; i-- > 0; n /= 10)
-            m_sText[m_nLen + i] = static_cast<char>('0' + n % 10);
+        OCT::PutDigits(m_sText + m_nLen, n, nDigits);
         m_nLen += nDigits;
         return *this;
     }
@@ -149,7 +148,7 @@ public:
     }
     CFields& Date(int nYear, unsigned nMonth, unsigned nDay) noexcept
     {
-        return Number(nYear, 4).Char('-').Number(nMonth, 2).Char('-').Number(nDay, 2);
+        return Number(static_cast<unsigned>(nYear), 4).Char('-').Number(nMonth, 2).Char('-').Number(nDay, 2);
     }
     CFields& Time(unsigned nHour, unsigned nMinute, unsigned nSecond) noexcept
     {
