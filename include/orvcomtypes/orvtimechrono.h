@@ -36,7 +36,7 @@ std::optional<COrvTime> FromSysTime(const std::chrono::sys_time<Duration>& time)
 {
     using namespace std::chrono;
     const auto nSeconds = floor<seconds>(time).time_since_epoch().count();
-    if (nSeconds < std::numeric_limits<int>::min() || nSeconds > std::numeric_limits<int>::max())
+    if (nSeconds < (std::numeric_limits<int>::min)() || nSeconds > (std::numeric_limits<int>::max)())
         return std::nullopt;
     return COrvTime(static_cast<int>(nSeconds));
 }
@@ -52,7 +52,7 @@ template <class Rep, class Period>
 std::optional<COrvTimeDiff> FromDuration(const std::chrono::duration<Rep, Period>& duration) noexcept
 {
     const auto nSeconds = std::chrono::floor<std::chrono::seconds>(duration).count();
-    if (nSeconds <= std::numeric_limits<int>::min() || nSeconds > std::numeric_limits<int>::max())
+    if (nSeconds <= (std::numeric_limits<int>::min)() || nSeconds > (std::numeric_limits<int>::max)())
         return std::nullopt;
     return COrvTimeDiff(static_cast<int>(nSeconds));
 }

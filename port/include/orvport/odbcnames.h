@@ -1,5 +1,5 @@
-// unixODBC's headers bring Win32 names of their own, some of other types than ours. Whichever comes first in a
-// source file, from the second on ours hold, and its SQL types stay what they are.
+// unixODBC's headers bring Win32 names of their own, some of other types than ours. Whichever comes first in
+// a source file, from the second on ours hold, and its SQL types stay what they are.
 #pragma once
 
 #if defined(__SQLTYPES_H)
