@@ -36,7 +36,7 @@ private:
     bool ReadToDigit(int& iHalf);
     void ReadBehindTime(int& iHalf);
     bool ReadHalf(int& iHalf);
-    bool ReadSecondsMark();
+    bool ReadSecondsMark(WCHAR cMark);
     bool SetHour(int iHour, int iHalf, SYSTEMTIME& st) const;
     bool SkipWord();
     void SkipSeparators();
@@ -191,21 +191,22 @@ void CLocaleReader::ReadBehindTime(int& iHalf)
             return;
 }
 
-/// A number behind the minutes is the seconds when it stands there as the locale writes them, or behind a
-/// colon. Else it begins a date.
-bool CLocaleReader::ReadSecondsMark()
+/// A number behind the minutes is the seconds when it stands there as the locale writes them, or at once
+/// behind the mark \p cMark, which stands before the minutes, or a colon. Else it begins a date.
+bool CLocaleReader::ReadSecondsMark(WCHAR cMark)
 {
     const FoldedView sBefore = m_sRest;
     SkipBlanks();
     const FoldedView sMark = m_forms.m_sSecondsMark;
-    const bool bMark = sMark.empty() ? IsLong(COrvTime::Time_Long) : m_sRest.starts_with(sMark);
-    if (bMark)
+    if (sMark.empty() ? IsLong(COrvTime::Time_Long) : m_sRest.starts_with(sMark))
+    {
         m_sRest.remove_prefix(sMark.size());
-    else if (m_sRest.starts_with(':'))
-        m_sRest.remove_prefix(1);
+        SkipBlanks();
+    }
+    else if (sBefore.starts_with(cMark) || sBefore.starts_with(':'))
+        m_sRest = sBefore.substr(1);
     else
         m_sRest = FoldedView();
-    SkipBlanks();
     if (IsAtDigit())
         return true;
     m_sRest = sBefore;
@@ -230,10 +231,12 @@ bool CLocaleReader::ReadTime(SYSTEMTIME& st)
         return field != fields.end() ? field->m_nDigits : 0;
     };
     int iHour, iMinute, iSecond = 0, iHalf = -1;
-    if (!ReadToDigit(iHalf) || !ReadNumber(iHour, digitsOf('H')) || !ReadToDigit(iHalf) ||
-        !ReadNumber(iMinute, digitsOf('m')))
+    if (!ReadToDigit(iHalf) || !ReadNumber(iHour, digitsOf('H')) || m_sRest.empty())
         return false;
-    if (ReadSecondsMark() && !ReadNumber(iSecond, 0))
+    const WCHAR cMark = m_sRest.front() != ' ' ? m_sRest.front() : WCHAR(':');
+    if (!ReadToDigit(iHalf) || !ReadNumber(iMinute, digitsOf('m')))
+        return false;
+    if (ReadSecondsMark(cMark) && !ReadNumber(iSecond, 0))
         return false;
     ReadBehindTime(iHalf);
     st.wMinute = static_cast<WORD>(iMinute);
