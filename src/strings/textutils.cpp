@@ -35,7 +35,7 @@ Unsigned ParseInteger(const Char* p, const char* sFunction)
 {
     if (IsMissing(p, sFunction))
         return 0;
-    const bool bNegative = TakeSign(p);
+    const bool bNegative = !OCT::IsDigit(*p) && TakeSign(p);
     Unsigned n = 0;
     // Two digits a step: each step waits for the product of the one before.
     for (;; p += 2)
