@@ -21,18 +21,23 @@ struct CKnownPage
 
 constexpr CKnownPage c_KnownPages[] = {
     {437, "ibm-437"},
+    {708, "asmo-708"},
+    {720, "ibm-720"},
     {737, "ibm-737"},
     {775, "ibm-775"},
     {850, "ibm-850"},
     {852, "ibm-852"},
     {855, "ibm-855"},
     {857, "ibm-857"},
+    {858, "ibm-858"},
     {860, "ibm-860"},
     {861, "ibm-861"},
     {862, "ibm-862"},
     {863, "ibm-863"},
+    {864, "ibm-864"},
     {865, "ibm-865"},
     {866, "ibm-866"},
+    {869, "ibm-869"},
     {874, "windows-874-2000"},
     {932, "ibm-943_P15A-2003"},
     {936, "windows-936-2000"},
@@ -47,6 +52,7 @@ constexpr CKnownPage c_KnownPages[] = {
     {1256, "ibm-9448_X100-2005"},
     {1257, "ibm-9449_P100-2002"},
     {1258, "ibm-5354_P100-1998"},
+    {10000, "macintosh"},
     {20127, "US-ASCII"},
     {20866, "KOI8-R"},
     {21866, "KOI8-U"},
@@ -90,8 +96,25 @@ constexpr CCorrection c_Corrections[] = {
     {28597, 0xA1, 0xA1, 0x02BD}, {28597, 0xA2, 0xA2, 0x02BC}, {28597, 0xA4, 0xA5, 0xF7C2},
     {28597, 0xAA, 0xAA, 0xF7C4}, {28597, 0xAE, 0xAE, 0xF7C5}, {28597, 0xD2, 0xD2, 0xF7C6},
     {28597, 0xFF, 0xFF, 0xF7C7}, {28598, 0xA1, 0xA1, 0xF79C}, {28598, 0xAF, 0xAF, 0x203E},
-    {28598, 0xBF, 0xDE, 0xF79D}, {28598, 0xFB, 0xFF, 0xF7BD},
+    {28598, 0xBF, 0xDE, 0xF79D}, {28598, 0xFB, 0xFF, 0xF7BD}, {720, 0x80, 0x81, 0x0080},
+    {720, 0x84, 0x84, 0x0084},   {720, 0x86, 0x86, 0x0086},   {720, 0x8D, 0x90, 0x008D},
+    {864, 0x9B, 0x9C, 0x009B},   {864, 0x9F, 0x9F, 0x009F},   {864, 0xA6, 0xA7, 0xF8BE},
+    {864, 0xD7, 0xD7, 0xFEC1},   {864, 0xD8, 0xD8, 0xFEC5},   {864, 0xF1, 0xF1, 0x0651},
+    {864, 0xFF, 0xFF, 0xF8C0},   {869, 0x80, 0x85, 0x0080},   {869, 0x87, 0x87, 0x0087},
+    {869, 0x88, 0x88, 0x00B7},   {869, 0x93, 0x94, 0x0093},   {869, 0xEF, 0xEF, 0x0384},
+    {10000, 0xBD, 0xBD, 0x2126},
 };
+
+// Page 708 keeps only the letters of ICU's: all of its upper half, as Windows has it.
+constexpr WCHAR c_aPage708[] =
+    u"\x2502\x2524\x00E9\x00E2\x2561\x00E0\x2562\x00E7\x00EA\x00EB\x00E8\x00EF\x00EE\x2556\x2555\x2563"
+    u"\x2551\x2557\x255D\x00F4\x255C\x255B\x00FB\x00F9\x2510\x2514\x009A\x009B\x009C\x009D\x009E\x009F"
+    u"\xF8C1\x2534\x252C\x251C\x00A4\x2500\x253C\x255E\x255F\x255A\x2554\x2569\x060C\x2566\x00AB\x00BB"
+    u"\x2591\x2592\x2593\x2560\x2550\x256C\x2567\x2568\x2564\x2565\x2559\x061B\x2558\x2552\x2553\x061F"
+    u"\x256B\x0621\x0622\x0623\x0624\x0625\x0626\x0627\x0628\x0629\x062A\x062B\x062C\x062D\x062E\x062F"
+    u"\x0630\x0631\x0632\x0633\x0634\x0635\x0636\x0637\x0638\x0639\x063A\x2588\x2584\x258C\x2590\x2580"
+    u"\x0640\x0641\x0642\x0643\x0644\x0645\x0646\x0647\x0648\x0649\x064A\x064B\x064C\x064D\x064E\x064F"
+    u"\x0650\x0651\x0652\xF8C2\xF8C3\xF8C4\xF8C5\xF8C6\xF8C7\x256A\x2518\x250C\x00B5\x00A3\x25A0\x00A0";
 
 // Letters whose look-alike is not the base of a decomposition.
 constexpr std::pair<WCHAR, WCHAR> c_LookAlikes[] = {
@@ -255,6 +278,8 @@ void CCodePage::SetSingle(unsigned char b, WCHAR c)
 
 void CCodePage::CorrectSingles(UINT nCodePage)
 {
+    for (unsigned b = 0x80; nCodePage == 708 && b < 256; ++b)
+        SetSingle(static_cast<unsigned char>(b), c_aPage708[b - 0x80]);
     for (const CCorrection& run : c_Corrections)
         for (unsigned b = run.m_bFirst; run.m_nCodePage == nCodePage && b <= run.m_bLast; ++b)
             SetSingle(static_cast<unsigned char>(b), static_cast<WCHAR>(run.m_cFirst + (b - run.m_bFirst)));
