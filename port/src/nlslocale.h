@@ -20,3 +20,6 @@ bool HasMemoryForLocale() noexcept;
 
 /// The ANSI code page that Windows gives the language of the locale, or the one that ORVCOMTYPES_ACP names.
 UINT AnsiCodePageOfEnvironment() noexcept;
+
+/// The decimal separator of the user's locale; "." when there is no telling.
+char16_t UserDecimalSeparator() noexcept;

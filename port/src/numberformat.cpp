@@ -174,6 +174,12 @@ void PutWhole(CReverseText& out, CRounding& rounding, View whole, const CNumberF
 
 } // namespace
 
+char16_t UserDecimalSeparator() noexcept
+{
+    CNumberForm form;
+    return GetForm(form) == ERROR_SUCCESS ? form.m_cDecimal : u'.';
+}
+
 int GetNumberFormatW(LCID, DWORD, LPCWSTR lpValue, std::nullptr_t, LPWSTR lpNumberStr, int cchNumber) noexcept
 {
     View number(lpValue);

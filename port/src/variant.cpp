@@ -3,17 +3,11 @@
 
 #include "nlslocale.h"
 
-#include <unicode/localpointer.h>
-#include <unicode/uloc.h>
-#include <unicode/unum.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
-#include <limits>
+#include <new>
 #include <string>
-#include <utility>
 
 namespace
 {
@@ -24,28 +18,13 @@ constexpr WORD c_nPropertyGet = 2;
 
 // ---- Numbers ----
 
-/// The decimal separator of the user's locale.
-std::u16string UserSeparator()
-{
-    char sName[ULOC_FULLNAME_CAPACITY];
-    char16_t sText[16];
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::LocalUNumberFormatPointer format(unum_open(
-        UNUM_DECIMAL, nullptr, 0, EnvironmentLocale("LC_NUMERIC", sName, sizeof sName), nullptr, &status));
-    if (U_FAILURE(status))
-        return u".";
-    const int nLength =
-        unum_getSymbol(format.getAlias(), UNUM_DECIMAL_SEPARATOR_SYMBOL, sText, std::size(sText), &status);
-    return U_SUCCESS(status) ? std::u16string(sText, static_cast<std::size_t>(nLength)) : u".";
-}
-
 /// ASCII text with its "." in the manner of \p lcid.
 std::u16string Localized(const std::string& sNumber, LCID lcid = LOCALE_USER_DEFAULT)
 {
     std::u16string sText(sNumber.begin(), sNumber.end());
     const std::size_t iPoint = sNumber.find('.');
     if (iPoint != sNumber.npos && lcid != LOCALE_INVARIANT)
-        sText.replace(iPoint, 1, UserSeparator());
+        sText[iPoint] = UserDecimalSeparator();
     return sText;
 }
 
