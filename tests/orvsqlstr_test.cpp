@@ -3,6 +3,7 @@
 #include "support/report_capture.h"
 #include "support/text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -55,6 +56,30 @@ TEST(OrvSqlStr, NumbersDatesBytesAndGuids)
     EXPECT_EQ(ORVTEXT("0x"), Bound(BINARY{nullptr, 3}));
     const GUID guid = {0x0123ABCD, 0x0004, 0xFF05, {0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D}};
     EXPECT_EQ(ORVTEXT("'{0123ABCD-0004-FF05-0607-08090A0B0C0D}'"), Bound(guid));
+}
+
+TEST(OrvSqlStr, DecimalsAndConvertedValues)
+{
+    DECIMAL dec = {};
+    dec.Lo64 = 12345;
+    dec.scale = 3;
+    dec.sign = DECIMAL_NEG;
+    EXPECT_EQ(ORVTEXT("-12.345"), Bound(dec));
+    DB_NUMERIC numeric = {38, 38, 0, {}};
+    std::fill_n(numeric.val, 15, static_cast<BYTE>(0xFF));
+    EXPECT_EQ(ORVTEXT("-0.01329227995784915872903807060280344575"), Bound(numeric));
+    // With room to spare, and with none.
+    for (const unsigned nBefore : {0u, 399u})
+    {
+        const Text before(nBefore, ORVTEXT('-'));
+        COrvSQLStr sql(before.c_str());
+        sql.AddDataWithStrConversion(DBTYPE_WSTR, ORVTEXT("it's cut"), 4);
+        sql.AddDataWithStrConversion(DBTYPE_DECIMAL, &dec, 6)
+            .AddDataWithStrConversion(DBTYPE_DECIMAL, &dec, 0);
+        sql.AddDataWithStrConversion(DBTYPE_NULL, nullptr, 5)
+            .AddDataWithStrConversion(DBTYPE_DECIMAL, &dec, 7);
+        EXPECT_EQ(before + ORVTEXT("it's-12.345"), TextOf(sql));
+    }
 }
 
 TEST(OrvSqlStr, Doubles)
@@ -173,6 +198,13 @@ TEST(OrvSqlStr, Reserves)
     const WCHAR* const sBefore = sql;
     sql& Text(5000, ORVTEXT('x')).c_str();
     EXPECT_EQ(sBefore, static_cast<const WCHAR*>(sql));
+    // 400 units are the least room; a number and a literal that just fill it stay in it.
+    COrvSQLStr sqlFull(Text(396, ORVTEXT('x')).c_str());
+    const WCHAR* const sFull = sqlFull;
+    sqlFull & 7 & VARCHAR{ORVTEXT("y"), 0, 0};
+    EXPECT_EQ(sFull, static_cast<const WCHAR*>(sqlFull));
+    sqlFull & 8;
+    EXPECT_EQ(Text(396, ORVTEXT('x')) + ORVTEXT("7'y'8"), TextOf(sqlFull));
     EXPECT_ANY_THROW(sql.SetSize(0xFFFFFFFF));
     EXPECT_EQ(5000u, sql.Length()) << "without memory the text stays";
     sql.SetSize(0);

@@ -36,6 +36,8 @@
 #include "orvcomtypes/midintarray.h"
 #include "orvcomtypes/orvlongstrbase.h"
 
+#include <oledb.h>
+
 #include <concepts>
 #include <cstdint>
 #include <string_view>
@@ -159,12 +161,17 @@ public:
     COrvSQLStr& Append(double d, int nDigits);
     /// A quoted literal of at most \p nMaxLen units of \p s, each quote doubled; null gives ''.
     COrvSQLStr& AppendStrCol(const WCHAR* s, unsigned nMaxLen);
+    /// What `COLEDBConvert` makes of the value of OLE DB's type \p wType, at most \p nMaxLen units, unquoted:
+    /// never for text that comes from outside. A value without a text appends nothing.
+    COrvSQLStr& AddDataWithStrConversion(unsigned short wType, const void* pData, unsigned nMaxLen);
 
     // ---- Values ----
 
     COrvSQLStr& Append(const VARCHAR& value);
     COrvSQLStr& Append(const NVARCHAR& value);
     COrvSQLStr& Append(const GUID& value);
+    COrvSQLStr& Append(const DB_NUMERIC& value);
+    COrvSQLStr& Append(const DECIMAL& value);
     COrvSQLStr& Append(const BINARY& value);
     COrvSQLStr& Append(const CSQLMIDINTArray& value);
     COrvSQLStr& Append(const MSQLDATE& value);
@@ -192,6 +199,8 @@ public:
     COrvSQLStr& operator&(const VARCHAR& value) { return Append(value); }
     COrvSQLStr& operator&(const NVARCHAR& value) { return Append(value); }
     COrvSQLStr& operator&(const GUID& value) { return Append(value); }
+    COrvSQLStr& operator&(const DB_NUMERIC& value) { return Append(value); }
+    COrvSQLStr& operator&(const DECIMAL& value) { return Append(value); }
     COrvSQLStr& operator&(const BINARY& value) { return Append(value); }
     COrvSQLStr& operator&(const CSQLMIDINTArray& value) { return Append(value); }
     COrvSQLStr& operator&(const MSQLDATE& value) { return Append(value); }

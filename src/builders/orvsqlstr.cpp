@@ -2,6 +2,7 @@
 
 #include "builders/longstrappend.h"
 #include "builders/sqlquotes.h"
+#include "orvcomtypes/oledbconvert.h"
 #include "strings/charclass.h"
 
 #include <algorithm>
@@ -19,6 +20,7 @@ namespace
 constexpr unsigned MinReserve = 400;
 constexpr unsigned BatchReserve = 262144;
 constexpr unsigned MaxIdText = 10;
+constexpr unsigned MaxNumericText = 42;
 
 bool IsBlank(const WCHAR* s)
 {
@@ -156,6 +158,17 @@ COrvSQLStr& COrvSQLStr::AppendLiteral(const WCHAR* s, unsigned nMaxLen, bool bUn
     return *this;
 }
 
+COrvSQLStr& COrvSQLStr::AddDataWithStrConversion(unsigned short wType, const void* pData, unsigned nMaxLen)
+{
+    if (nMaxLen != 0)
+        AppendAtMost<MinReserve>(nMaxLen, [=](WCHAR* p) {
+            unsigned nLen = 0;
+            COLEDBConvert::ConvertToStr(wType, pData, p, nMaxLen + 1, nLen);
+            return p + nLen;
+        });
+    return *this;
+}
+
 // ---- Values ----
 
 COrvSQLStr& COrvSQLStr::Append(const VARCHAR& value)
@@ -175,6 +188,16 @@ COrvSQLStr& COrvSQLStr::Append(const GUID& value)
         return *this;
     const std::unique_ptr<WCHAR, CTaskMemFree> owner(sText);
     return AppendStrCol(sText, 0);
+}
+
+COrvSQLStr& COrvSQLStr::Append(const DB_NUMERIC& value)
+{
+    return AddDataWithStrConversion(DBTYPE_NUMERIC, &value, MaxNumericText);
+}
+
+COrvSQLStr& COrvSQLStr::Append(const DECIMAL& value)
+{
+    return AddDataWithStrConversion(DBTYPE_DECIMAL, &value, MaxNumericText);
 }
 
 COrvSQLStr& COrvSQLStr::Append(const BINARY& value)

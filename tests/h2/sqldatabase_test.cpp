@@ -1,5 +1,6 @@
 // What the statement builder writes, read by a database that its authors did not write: H2 in the mode of SQL
 // Server. All statements go to one run of it.
+#include "orvcomtypes/orvdecimal.h"
 #include "orvcomtypes/orvsqlstr.h"
 #include "support/child_process.h"
 #include "support/random.h"
@@ -188,6 +189,26 @@ void AddNumbers(CSqlScript& script, CTestRandom& random)
     }
 }
 
+/// Decimals of up to 28 digits, with the point anywhere.
+void AddDecimals(CSqlScript& script, CTestRandom& random)
+{
+    for (int i = 0; i < 500; ++i)
+    {
+        std::string sText(1 + random.UpTo(27), '1');
+        for (char& c : sText)
+            c = static_cast<char>('1' + random.UpTo(8));
+        const unsigned nScale = random.UpTo(static_cast<unsigned>(sText.size()) - 1);
+        if (nScale > 0)
+            sText.insert(sText.size() - nScale, 1, '.');
+        if (random.UpTo(1) != 0)
+            sText.insert(0, 1, '-');
+        COrvDecimal dec;
+        ASSERT_TRUE(dec.SetText(Text(sText.begin(), sText.end()).c_str()));
+        COrvSQLStr sql(ORVTEXT("SELECT "));
+        script.Add(sql & dec.Get(), "N" + sText);
+    }
+}
+
 void AddBinaries(CSqlScript& script, CTestRandom& random)
 {
     script.Add(ORVTEXT("CREATE TABLE Bytes (B VARBINARY)"));
@@ -231,6 +252,7 @@ TEST(SqlDatabase, ReadsBackWhatWasBound)
     CSqlScript script(folder);
     AddTexts(script, random);
     AddNumbers(script, random);
+    AddDecimals(script, random);
     AddBinaries(script, random);
     AddIdLists(script, random);
     script.Run();
