@@ -158,3 +158,11 @@ void Statements(const WCHAR* sName, const CMIDINTArray& ids)
 {
 #include "orvsqlstr.inc"
 }
+
+COrvStr FetchOneText(const COrvSQLStr& sql);
+void Refuse(const COrvStr& sFault);
+
+void Handshakes()
+{
+#include "sqlhandshake.inc"
+}

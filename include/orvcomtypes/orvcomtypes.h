@@ -35,6 +35,8 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/orvtabbedstr.h"
 #include "orvcomtypes/orvlongstrbase.h"
+#include "orvcomtypes/orvsqlstr.h"
+#include "orvcomtypes/sqlhandshake.h"
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/orvdecimal.h"
 #include "orvcomtypes/oledbconvert.h"
