@@ -13,10 +13,14 @@ source "$(dirname "$0")/env.sh"
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
     default-jdk-headless libh2-java)
+# What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
+# rest is a service.
+linux_packages+=(zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
+    odbc-mariadb chromium)
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
-    googletest cmake ninja-build locales)
+    googletest cmake ninja-build locales libz-mingw-w64-dev libjs-chart.js)
 # The libraries that ours is measured beside.
 bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
     robin-map-dev libdouble-conversion-dev)
@@ -24,7 +28,12 @@ fuzz_packages=(clang libclang-rt-dev llvm)
 tidy_packages=(clang-tidy)
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+cluster_settings= # a file of ours for the package of PostgreSQL
+cleanup() {
+    rm -rf "$work"
+    [ -z "$cluster_settings" ] || as_root rm -f "$cluster_settings"
+}
+trap cleanup EXIT
 log=$work/log
 
 # Runs a command silently; when it fails its last lines are shown and the set-up ends.
@@ -43,12 +52,20 @@ as_root() {
     fi
 }
 
+# The package of PostgreSQL makes and starts a cluster when it is installed, which nobody here asks for.
+forbid_cluster() {
+    cluster_settings=/etc/postgresql-common/createcluster.d/orvcomtypes.conf
+    as_root mkdir -p "${cluster_settings%/*}"
+    echo 'create_main_cluster = false' | as_root tee "$cluster_settings" >/dev/null
+}
+
 install_packages() {
     local missing=()
     mapfile -t missing < <(comm -13 <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | sort -u) \
         <(printf '%s\n' "$@" | sort -u))
     [ ${#missing[@]} -gt 0 ] || return 0
     say "packages: ${missing[*]}"
+    [[ " ${missing[*]} " != *" postgresql "* ]] || forbid_cluster
     local install=(env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=600
         -o Acquire::Retries=3 install --no-install-recommends "${missing[@]}")
     # The package index may be absent or old: then it is read again, once.

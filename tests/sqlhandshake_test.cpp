@@ -78,18 +78,43 @@ TEST(SqlHandshake, SaysWhatCameBack)
 
 TEST(SqlHandshake, ComparesTheServersBytes)
 {
-    const COrvStr sText = GetSQLHandshakeText();
-    const std::string sBytes = CToUTF8(sText).operator const char*();
-    EXPECT_TRUE(CheckSQLHandshakeHex(COrvStr(Hex(sBytes).c_str()), false).IsEmpty());
-    std::string sWide;
-    for (const WCHAR c : Text(sText))
-        sWide += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
-    EXPECT_TRUE(CheckSQLHandshakeHex(COrvStr(Hex(sWide).c_str()), true).IsEmpty());
-
+    std::string sBytes;
     std::string sTwice; // each byte taken for a character of Latin-1
+    std::string sUnits; // surrogates encoded each by itself
+    std::string sWide;
+    const Text sText(GetSQLHandshakeText());
+    const auto append = [](std::string& sTo, unsigned c) {
+        if (c >= 0x800)
+            sTo += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 63))};
+        else if (c >= 0x80)
+            sTo += static_cast<char>(0xC0 | c >> 6);
+        sTo += static_cast<char>(c < 0x80 ? c : 0x80 | (c & 63));
+    };
+    for (const WCHAR c : sText)
+    {
+        append(sUnits, c);
+        sWide += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+        if (c == 0xD83D) // the first half of U+1F600
+            sBytes += "\xF0\x9F\x98\x80";
+        else if (c != 0xDE00)
+            append(sBytes, c);
+    }
     for (const char c : sBytes)
-        sTwice += c & 0x80 ? std::string{'\xC3', c} : std::string{c};
-    EXPECT_FALSE(CheckSQLHandshakeHex(COrvStr(Hex(sTwice).c_str()), false).IsEmpty());
+        append(sTwice, static_cast<unsigned char>(c));
+    const struct
+    {
+        const std::string& m_sBytes;
+        bool m_bUTF16;
+        bool m_bGood;
+    } rows[] = {{sBytes, false, true},
+                {sWide, true, true},
+                {sTwice, false, false},
+                {sUnits, false, false},
+                {sBytes, true, false}};
+    for (const auto& row : rows)
+        EXPECT_EQ(row.m_bGood,
+                  CheckSQLHandshakeHex(COrvStr(Hex(row.m_sBytes).c_str()), row.m_bUTF16).IsEmpty())
+            << Hex(row.m_sBytes);
     EXPECT_STREQ(
         "the server holds other bytes than were meant: from byte 1 on 50 instead of 4F27427269656E20",
         CToUTF8(CheckSQLHandshakeHex(ORVTEXT("50"), false)));

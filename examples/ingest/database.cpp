@@ -8,44 +8,22 @@
 #include <sqlext.h>
 
 #include <algorithm>
-#include <vector>
-
-namespace
-{
-
-CSqlOutcome Failure(SQLSMALLINT iHandleType, SQLHANDLE hHandle)
-{
-    constexpr SQLSMALLINT c_nMessage = SQL_MAX_MESSAGE_LENGTH;
-    CSqlOutcome outcome;
-    SQLWCHAR sState[6] = {};
-    SQLWCHAR sMessage[c_nMessage] = {};
-    SQLINTEGER iNative = 0;
-    SQLSMALLINT nLength = 0;
-    if (SQL_SUCCEEDED(
-            SQLGetDiagRecW(iHandleType, hHandle, 1, sState, &iNative, sMessage, c_nMessage, &nLength)))
-    {
-        outcome.m_sState.assign(sState, sState + 5);
-        outcome.m_sMessage.assign(sMessage, sMessage + std::min<SQLSMALLINT>(nLength, c_nMessage - 1));
-        outcome.m_iNativeCode = iNative;
-    }
-    else
-        outcome.m_sMessage = u"the driver manager gave no description";
-    return outcome;
-}
-
-} // namespace
+#include <cstring>
 
 struct CDatabase::CHandles
 {
     SQLHENV m_hEnvironment = SQL_NULL_HENV;
     SQLHDBC m_hConnection = SQL_NULL_HDBC;
     SQLHSTMT m_hStatement = SQL_NULL_HSTMT;
+    bool m_bConnected = false;
 
     ~CHandles()
     {
         if (m_hStatement != SQL_NULL_HSTMT)
-        {
             SQLFreeHandle(SQL_HANDLE_STMT, m_hStatement);
+        if (m_bConnected)
+        {
+            SQLEndTran(SQL_HANDLE_DBC, m_hConnection, SQL_ROLLBACK);
             SQLDisconnect(m_hConnection);
         }
         if (m_hConnection != SQL_NULL_HDBC)
@@ -58,49 +36,179 @@ struct CDatabase::CHandles
 CDatabase::CDatabase() = default;
 CDatabase::~CDatabase() = default;
 
-CSqlOutcome CDatabase::Connect(const std::string& sConnect)
+CSqlOutcome CDatabase::Failure(short iHandleType, void* hHandle) const
 {
-    auto pHandles = std::make_unique<CHandles>();
-    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &pHandles->m_hEnvironment);
-    SQLSetEnvAttr(pHandles->m_hEnvironment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
-                  0);
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, pHandles->m_hEnvironment, &pHandles->m_hConnection)))
-        return Failure(SQL_HANDLE_ENV, pHandles->m_hEnvironment);
-
-    std::vector<SQLCHAR> text(sConnect.begin(), sConnect.end());
-    text.push_back(0);
-    if (!SQL_SUCCEEDED(SQLDriverConnectA(pHandles->m_hConnection, nullptr, text.data(), SQL_NTS, nullptr, 0,
-                                         nullptr, SQL_DRIVER_NOPROMPT)))
-        return Failure(SQL_HANDLE_DBC, pHandles->m_hConnection);
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, pHandles->m_hConnection, &pHandles->m_hStatement)))
+    constexpr SQLSMALLINT c_nMessage = SQL_MAX_MESSAGE_LENGTH;
+    CSqlOutcome outcome;
+    SQLINTEGER iNative = 0;
+    SQLSMALLINT nLength = 0;
+    SQLCHAR sState[6] = {};
+    SQLCHAR sMessage[c_nMessage] = {};
+    SQLWCHAR sWideState[6] = {};
+    SQLWCHAR sWideMessage[c_nMessage] = {};
+    const bool bWide = m_Path == ETextPath::Wide;
+    const SQLRETURN iReturn =
+        bWide ? SQLGetDiagRecW(iHandleType, hHandle, 1, sWideState, &iNative, sWideMessage, c_nMessage,
+                               &nLength)
+              : SQLGetDiagRecA(iHandleType, hHandle, 1, sState, &iNative, sMessage, c_nMessage, &nLength);
+    const auto nMessage = std::clamp<SQLSMALLINT>(nLength, 0, c_nMessage - 1);
+    if (!SQL_SUCCEEDED(iReturn))
+        outcome.m_sMessage = {u"the driver manager gave no description",
+                              "the driver manager gave no description"};
+    else if (bWide)
     {
-        CSqlOutcome outcome = Failure(SQL_HANDLE_DBC, pHandles->m_hConnection);
-        SQLDisconnect(pHandles->m_hConnection);
-        return outcome;
+        outcome.m_sState.assign(sWideState, sWideState + 5);
+        outcome.m_sMessage.m_sWide.assign(sWideMessage, sWideMessage + nMessage);
     }
-    m_pHandles = std::move(pHandles);
+    else
+    {
+        outcome.m_sState.assign(sState, sState + 5);
+        outcome.m_sMessage.m_sNarrow.assign(sMessage, sMessage + nMessage);
+    }
+    outcome.m_iNativeCode = iNative;
+    return outcome;
+}
+
+CSqlOutcome CDatabase::ConnectionOutcome(short iReturn) const
+{
+    if (!SQL_SUCCEEDED(iReturn))
+        return Failure(SQL_HANDLE_DBC, m_pHandles->m_hConnection);
     CSqlOutcome outcome;
     outcome.m_bOk = true;
     return outcome;
 }
 
-CSqlOutcome CDatabase::Execute(const void* pStatement, std::size_t nLength)
+CSqlOutcome CDatabase::Connect(const std::string& sConnect)
+{
+    m_pHandles = std::make_unique<CHandles>();
+    m_bManual = false;
+    CHandles& handles = *m_pHandles;
+    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &handles.m_hEnvironment);
+    SQLSetEnvAttr(handles.m_hEnvironment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
+                  0);
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, handles.m_hEnvironment, &handles.m_hConnection)))
+        return Failure(SQL_HANDLE_ENV, handles.m_hEnvironment);
+
+    std::vector<SQLCHAR> text(sConnect.begin(), sConnect.end());
+    text.push_back(0);
+    CSqlOutcome outcome = ConnectionOutcome(SQLDriverConnectA(
+        handles.m_hConnection, nullptr, text.data(), SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT));
+    handles.m_bConnected = outcome.m_bOk;
+    if (!outcome.m_bOk)
+        return outcome;
+    return ConnectionOutcome(SQLAllocHandle(SQL_HANDLE_STMT, handles.m_hConnection, &handles.m_hStatement));
+}
+
+void CDatabase::Disconnect()
+{
+    m_pHandles.reset();
+}
+
+std::string CDatabase::ServerName() const
+{
+    SQLCHAR sName[200] = {};
+    SQLSMALLINT nLength = 0;
+    if (!SQL_SUCCEEDED(SQLGetInfoA(m_pHandles->m_hConnection, SQL_DBMS_NAME, sName, sizeof(sName), &nLength)))
+        return {};
+    return reinterpret_cast<const char*>(sName);
+}
+
+CSqlOutcome CDatabase::Run(const void* pStatement, std::size_t nLength)
 {
     // The driver interface takes the text as writable, but only reads it.
-    auto* pText = static_cast<SQLWCHAR*>(const_cast<void*>(pStatement));
-    const SQLRETURN iReturn =
-        SQLExecDirectW(m_pHandles->m_hStatement, pText, static_cast<SQLINTEGER>(nLength));
+    void* const pText = const_cast<void*>(pStatement);
+    const auto iLength = static_cast<SQLINTEGER>(nLength);
+    SQLHSTMT hStatement = m_pHandles->m_hStatement;
+    const SQLRETURN iReturn = m_Path == ETextPath::Wide
+                                  ? SQLExecDirectW(hStatement, static_cast<SQLWCHAR*>(pText), iLength)
+                                  : SQLExecDirectA(hStatement, static_cast<SQLCHAR*>(pText), iLength);
     if (!SQL_SUCCEEDED(iReturn) && iReturn != SQL_NO_DATA)
-    {
-        CSqlOutcome outcome = Failure(SQL_HANDLE_STMT, m_pHandles->m_hStatement);
-        SQLFreeStmt(m_pHandles->m_hStatement, SQL_CLOSE);
-        return outcome;
-    }
+        return Failure(SQL_HANDLE_STMT, hStatement);
     CSqlOutcome outcome;
     outcome.m_bOk = true;
     SQLLEN nRows = -1;
-    if (SQL_SUCCEEDED(SQLRowCount(m_pHandles->m_hStatement, &nRows)))
+    if (SQL_SUCCEEDED(SQLRowCount(hStatement, &nRows)))
         outcome.m_nRows = static_cast<std::int64_t>(nRows);
+    return outcome;
+}
+
+CSqlOutcome CDatabase::Execute(const void* pStatement, std::size_t nLength)
+{
+    CSqlOutcome outcome = Run(pStatement, nLength);
     SQLFreeStmt(m_pHandles->m_hStatement, SQL_CLOSE);
     return outcome;
+}
+
+CSqlOutcome CDatabase::Query(const void* pStatement, std::size_t nLength, unsigned nColumns,
+                             const CRowReader& readRow)
+{
+    CSqlOutcome outcome = Run(pStatement, nLength);
+    if (outcome.m_bOk)
+        outcome = ReadRows(nColumns, readRow);
+    SQLFreeStmt(m_pHandles->m_hStatement, SQL_CLOSE);
+    return outcome;
+}
+
+CSqlOutcome CDatabase::ReadRows(unsigned nColumns, const CRowReader& readRow)
+{
+    CSqlOutcome outcome;
+    for (;;)
+    {
+        const SQLRETURN iReturn = SQLFetch(m_pHandles->m_hStatement);
+        if (iReturn == SQL_NO_DATA)
+            return outcome.m_bOk = true, outcome;
+        if (!SQL_SUCCEEDED(iReturn))
+            return Failure(SQL_HANDLE_STMT, m_pHandles->m_hStatement);
+        std::vector<CDriverText> row(nColumns);
+        for (unsigned i = 0; i < nColumns; ++i)
+            if (!ReadColumn(i + 1, row[i]))
+                return Failure(SQL_HANDLE_STMT, m_pHandles->m_hStatement);
+        readRow(row);
+    }
+}
+
+/// In pieces, each with a terminator of its own; null is empty.
+bool CDatabase::ReadColumn(unsigned nColumn, CDriverText& sText)
+{
+    constexpr std::size_t c_nPiece = 2000;
+    const bool bWide = m_Path == ETextPath::Wide;
+    for (;;)
+    {
+        SQLWCHAR sWide[c_nPiece] = {};
+        SQLCHAR sNarrow[c_nPiece] = {};
+        SQLLEN nLength = 0;
+        const SQLRETURN iReturn = SQLGetData(
+            m_pHandles->m_hStatement, static_cast<SQLUSMALLINT>(nColumn), bWide ? SQL_C_WCHAR : SQL_C_CHAR,
+            bWide ? static_cast<void*>(sWide) : sNarrow, bWide ? sizeof(sWide) : sizeof(sNarrow), &nLength);
+        if (iReturn == SQL_NO_DATA || nLength == SQL_NULL_DATA)
+            return true;
+        if (!SQL_SUCCEEDED(iReturn))
+            return false;
+        if (bWide)
+            sText.m_sWide.append(sWide, std::find(sWide, sWide + c_nPiece, 0));
+        else
+            sText.m_sNarrow.append(reinterpret_cast<const char*>(sNarrow));
+        if (iReturn == SQL_SUCCESS)
+            return true;
+    }
+}
+
+CSqlOutcome CDatabase::SetManualCommit(bool bManual)
+{
+    CSqlOutcome outcome;
+    outcome.m_bOk = true;
+    if (bManual == m_bManual)
+        return outcome;
+    const auto nMode = static_cast<std::uintptr_t>(bManual ? SQL_AUTOCOMMIT_OFF : SQL_AUTOCOMMIT_ON);
+    outcome = ConnectionOutcome(SQLSetConnectAttrA(m_pHandles->m_hConnection, SQL_ATTR_AUTOCOMMIT,
+                                                   reinterpret_cast<SQLPOINTER>(nMode), SQL_IS_UINTEGER));
+    if (outcome.m_bOk)
+        m_bManual = bManual;
+    return outcome;
+}
+
+CSqlOutcome CDatabase::EndTransaction(bool bCommit)
+{
+    return ConnectionOutcome(
+        SQLEndTran(SQL_HANDLE_DBC, m_pHandles->m_hConnection, bCommit ? SQL_COMMIT : SQL_ROLLBACK));
 }

@@ -1,20 +1,16 @@
 #include "ingest.h"
 
-#include "database.h"
-#include "linequeue.h"
-#include "progress.h"
-#include "statement.h"
+#include "batchqueue.h"
+#include "console.h"
+#include "input.h"
+#include "statementlog.h"
+#include "utf8.h"
+#include "worker.h"
 
 #include <orvcomtypes/lqexcept.h>
-#include <orvcomtypes/orvlog.h>
-#include <orvcomtypes/stringutils.h>
 
-#include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <thread>
 #include <vector>
 
@@ -24,226 +20,258 @@ namespace
 namespace fs = std::filesystem;
 using CClock = std::chrono::steady_clock;
 
-constexpr unsigned c_nLogOptions = lqlErrors | lqlWarnings | lqlInformation | lqlSQL | lqlThreadId;
-
-COrvStr ToText(const fs::path& path)
-{
-    return COrvStr(path.string<WCHAR>().c_str(), true);
-}
-
-COrvStr ToText(const std::u16string& sText)
-{
-    return COrvStr(std::basic_string<WCHAR>(sText.begin(), sText.end()).c_str(), true);
-}
-
-std::string ToUTF8(const WCHAR* pText)
-{
-    const std::size_t nLength = std::char_traits<WCHAR>::length(pText);
-    std::vector<char> buffer(3 * nLength + 1);
-    UnicodeToUTF8Ex(pText, pText + nLength, buffer.data(), static_cast<unsigned>(buffer.size()));
-    return buffer.data();
-}
-
-int ElapsedMs(CClock::time_point start)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(CClock::now() - start).count());
-}
-
-LQComErrorData ToErrorData(const CSqlOutcome& outcome)
-{
-    LQComErrorData data;
-    data.m_iCode = outcome.m_bOk ? S_OK : E_FAIL;
-    data.m_iNativeCode = outcome.m_iNativeCode;
-    data.m_sMessage = ToText(outcome.m_sMessage);
-    data.m_sSQLState = ToText(outcome.m_sState);
-    return data;
-}
+constexpr std::uint64_t c_nPredecessorBytes = 1 << 20;
 
 class CIngest
 {
 public:
-    CIngest(const COptions& options, std::uint64_t nInputSize)
-        : m_Options(options), m_sSource(ToText(fs::path(options.m_sInput).filename())), m_Progress(nInputSize)
+    explicit CIngest(const COptions& options)
+        : m_Options(options),
+          m_Console(options.m_sInput, SizeOf(options.m_sInput)),
+          m_Run(m_Console, m_StatementLog, LogName(options), options.m_nRetrySeconds),
+          m_SessionSettings{ConnectString(options), options.m_pDialect},
+          m_Queue(2 * options.m_nThreads)
     {
     }
 
-    bool OpenLog(std::string& sError);
-    bool OpenDatabases(std::string& sError);
-    void Run(std::istream& input);
-    void CloseLog();
-    void GetSummary(CSummary& summary) const;
+    bool Open(std::string& sError);
+    void Run();
+    void GetSummary(CSummary& summary);
 
 private:
-    void Work(CDatabase* pDatabase);
-    void Handle(const CLine& line, CDatabase* pDatabase, COrvLog& log, COrvSQLStr& sql);
-    void Execute(CDatabase& database, COrvLog& log, const COrvSQLStr& sql);
-    void Complain(std::size_t nLine, const std::string& sReason);
+    static std::uint64_t SizeOf(const fs::path& file)
+    {
+        std::error_code error;
+        const std::uint64_t nSize = fs::file_size(file, error);
+        return error ? 0 : nSize;
+    }
+    static COrvStr LogName(const COptions& options);
+
+    bool OpenSessions(std::string& sError);
+    bool CreateTable(std::string& sError);
+    void CountPredecessor();
+    void ReadAll();
+    void Take(const std::string& sLine);
+    void Complain(const std::string& sReason, const std::string& sLine);
+    void Print(const CPackageEvent& event);
+    void HandOver();
+    void TellProgress();
+    void Work(CSession& session);
 
     const COptions& m_Options;
-    const COrvStr m_sSource;
-    CProgress m_Progress;
-    COrvLog m_Log;
-    fs::path m_LogFile;
-    std::uint64_t m_nLogStart = 0;
-    std::vector<std::unique_ptr<CDatabase>> m_Databases;
-    CLineQueue m_Queue;
-    std::mutex m_OutputMutex; // the error stream, the progress bar and, on a dry run, the output
+    CConsole m_Console;
+    CStatementLog m_StatementLog;
+    CRun m_Run;
+    const CSessionSettings m_SessionSettings;
+    std::vector<std::unique_ptr<CSession>> m_Sessions;
+    CBatchQueue m_Queue;
+
+    // The reader's own.
+    CInput m_Input;
+    CPackageLineReader m_LineReader;
+    CEventOrder m_Order;
+    CBatch m_Batch;
+    COrvLog m_ReaderLog;
+    COrvSQLStr m_Printed;
     std::uint64_t m_nLines = 0;
-    std::atomic<std::uint64_t> m_nMalformed = 0;
-    std::atomic<std::uint64_t> m_nExecuted = 0;
-    std::atomic<std::uint64_t> m_nFailed = 0;
+    std::uint64_t m_nMalformed = 0;
+    std::uint64_t m_nTold = 0;
 };
 
-/// Refuses an unwritable folder here, since a log itself never reports failure to its caller.
-bool CIngest::OpenLog(std::string& sError)
+COrvStr CIngest::LogName(const COptions& options)
 {
-    std::error_code error;
-    const fs::path folder = fs::absolute(m_Options.m_sLogDir, error).lexically_normal();
-    fs::create_directories(folder, error);
-    COrvStr sFormat(ORVTEXT("#WE"), true);
-    sFormat += ToText(folder / "ingest.log");
-    m_LogFile = fs::path(static_cast<const WCHAR*>(GenerateLogFileName(sFormat)));
-    if (!std::ofstream(m_LogFile, std::ios::app | std::ios::binary))
-        return sError = "cannot write the log file " + m_LogFile.string(), false;
-    m_nLogStart = fs::file_size(m_LogFile, error);
-    if (!m_Log.InitFileLog(sFormat, c_nLogOptions, ORVTEXT("ingest")))
-        return sError = "cannot open the log " + m_LogFile.string(), false;
-    return true;
+    const std::string sName = options.m_sSource.empty() ? LogNameOf(options.m_sInput) : options.m_sSource;
+    COrvStr sResult;
+    sResult.SetUTF8(sName.c_str());
+    return sResult;
+}
+
+bool CIngest::Open(std::string& sError)
+{
+    if (!m_Input.Open(m_Options.m_sInput, m_Options.m_bFollow, sError))
+        return false;
+    if (m_Options.m_bDryRun)
+        return true;
+    if (!m_StatementLog.Open(m_Options.m_sLogDir, sError))
+        return false;
+    m_StatementLog.Share(m_ReaderLog);
+    return OpenSessions(sError);
 }
 
 /// One session a worker; the first one creates the table.
-bool CIngest::OpenDatabases(std::string& sError)
+bool CIngest::OpenSessions(std::string& sError)
 {
-    const std::string sConnect = m_Options.m_sConnect.empty()
-                                     ? "Driver=SQLite3;Database=" + m_Options.m_sDatabase +
-                                           ";Timeout=60000;JournalMode=WAL;SyncPragma=NORMAL"
-                                     : m_Options.m_sConnect;
     for (unsigned i = 0; i < m_Options.m_nThreads; ++i)
     {
-        auto pDatabase = std::make_unique<CDatabase>();
-        const CSqlOutcome connected = pDatabase->Connect(sConnect);
-        if (!connected.m_bOk)
-            return sError = "cannot connect to the database: " + ToUTF8(ToText(connected.m_sMessage)), false;
-        if (i == 0)
-        {
-            COrvSQLStr sql;
-            BuildCreateStatement(sql, m_Options.m_Dialect);
-            const CSqlOutcome created = pDatabase->Execute(static_cast<const WCHAR*>(sql), sql.Length());
-            SQLStrSaveToLog(sql, &m_Log, ToErrorData(created), 0, -1, static_cast<unsigned>(-1));
-            if (!created.m_bOk)
-                return sError = "cannot create the table: " + ToUTF8(ToText(created.m_sMessage)), false;
-        }
-        m_Databases.push_back(std::move(pDatabase));
+        m_Sessions.push_back(std::make_unique<CSession>(m_SessionSettings));
+        COrvStr sReason;
+        if (!m_Sessions.back()->Open(sReason))
+            return sError = "cannot use the database: " + ToUTF8(sReason), false;
+        if (i == 0 && !CreateTable(sError))
+            return false;
     }
     return true;
 }
 
-void CIngest::Run(std::istream& input)
+bool CIngest::CreateTable(std::string& sError)
+{
+    CSession& session = *m_Sessions.front();
+    const COrvSQLStr sql(session.Dialect().m_sCreate);
+    CSqlOutcome outcome;
+    // Two that create it at once can get into each other's way; then the second look finds it.
+    for (int nTry = 0; nTry < 2 && !outcome.m_bOk; ++nTry)
+    {
+        outcome = session.Execute(sql);
+        m_StatementLog.Record(m_ReaderLog, sql, outcome, -1);
+    }
+    if (!outcome.m_bOk)
+        sError = "cannot create the table: " + ToUTF8(ToText(outcome.m_sMessage));
+    return outcome.m_bOk;
+}
+
+/// Rotation may have cut the log in the middle of a second: what stands at the end of the file before is
+/// counted, so that the events of this one are numbered as if the log were whole.
+void CIngest::CountPredecessor()
+{
+    CInput input;
+    std::string sText;
+    const fs::path file = PredecessorOf(m_Options.m_sInput);
+    if (file.empty() || !input.Open(file, false, sText))
+        return;
+    input.SkipToLast(c_nPredecessorBytes);
+    CPackageEvent event;
+    std::string sReason;
+    while (input.Next(sText) == CInput::ENext::Line)
+        if (m_LineReader.Read(sText, event, sReason))
+            m_Order.Next(event.m_Time);
+}
+
+void CIngest::Run()
 {
     std::vector<std::thread> workers;
-    if (m_Options.m_bDryRun)
-        workers.emplace_back([this] { Work(nullptr); }); // one worker keeps the order of the lines
-    for (const auto& pDatabase : m_Databases)
-        workers.emplace_back([this, pWorker = pDatabase.get()] { Work(pWorker); });
-
-    CLine line;
-    std::uint64_t nOffset = 0;
-    while (std::getline(input, line.m_sText))
-    {
-        ++line.m_nNumber;
-        nOffset += line.m_sText.size() + 1;
-        if (!line.m_sText.empty() && line.m_sText.back() == '\r')
-            line.m_sText.pop_back();
-        if (line.m_sText.empty())
-            continue;
-        ++m_nLines;
-        m_Queue.Push(line);
-        const std::lock_guard lock(m_OutputMutex);
-        m_Progress.Show(nOffset);
-    }
+    for (const auto& pSession : m_Sessions)
+        workers.emplace_back([this, &session = *pSession] { Work(session); });
+    CountPredecessor();
+    ReadAll();
     m_Queue.Close();
     for (std::thread& worker : workers)
         worker.join();
-    m_Progress.Hide();
+    m_Console.HideProgress();
+    if (!m_Input.Failure().empty())
+        m_Console.Say(m_Input.Failure());
+    m_Console.SayCounts();
+    m_ReaderLog.ReleaseLog();
+    if (m_StatementLog.IsOpen())
+        m_StatementLog.Close();
 }
 
-void CIngest::Work(CDatabase* pDatabase)
+void CIngest::ReadAll()
 {
-    COrvLog log(&m_Log, -1, nullptr); // shares the file; the options are this worker's own
-    COrvSQLStr sql;
-    CLine line;
-    while (m_Queue.Pop(line))
-        Handle(line, pDatabase, log, sql);
+    std::string sLine;
+    while (!m_Run.IsGivenUp())
+    {
+        const CInput::ENext next = m_Input.Next(sLine);
+        if (next == CInput::ENext::End)
+            break;
+        if (next == CInput::ENext::Line)
+            Take(sLine);
+        if (m_Batch.size() == m_Options.m_nBatch || next == CInput::ENext::Idle)
+            HandOver();
+        if (next == CInput::ENext::Idle && m_Options.m_bFollow)
+            TellProgress();
+    }
+    HandOver();
 }
 
-void CIngest::Handle(const CLine& line, CDatabase* pDatabase, COrvLog& log, COrvSQLStr& sql)
+void CIngest::Take(const std::string& sLine)
 {
+    if (sLine.empty())
+        return;
+    ++m_nLines;
     CPackageEvent event;
     std::string sReason;
-    event.m_nLine = line.m_nNumber;
-    if (!ParsePackageLine(line.m_sText, event, sReason))
-        return Complain(line.m_nNumber, sReason);
-    BuildInsertStatement(sql, m_Options.m_Dialect, m_sSource, event);
-    if (pDatabase != nullptr)
-        return Execute(*pDatabase, log, sql);
-    const std::lock_guard lock(m_OutputMutex);
-    m_Progress.Hide();
-    std::printf("%s;\n", ToUTF8(sql).c_str());
-    ++m_nExecuted;
+    if (!m_LineReader.Read(sLine, event, sReason))
+        return Complain(sReason, sLine);
+    event.m_nLine = m_Input.LineNumber();
+    event.m_nOrder = m_Order.Next(event.m_Time);
+    if (m_Options.m_bDryRun)
+        return Print(event);
+    m_Batch.push_back(std::move(event));
 }
 
-void CIngest::Execute(CDatabase& database, COrvLog& log, const COrvSQLStr& sql)
-{
-    const CClock::time_point start = CClock::now();
-    const CSqlOutcome outcome = database.Execute(static_cast<const WCHAR*>(sql), sql.Length());
-    SQLStrSaveToLog(sql, &log, ToErrorData(outcome), 0, ElapsedMs(start),
-                    static_cast<unsigned>(outcome.m_nRows));
-    ++(outcome.m_bOk ? m_nExecuted : m_nFailed);
-}
-
-void CIngest::Complain(std::size_t nLine, const std::string& sReason)
+void CIngest::Complain(const std::string& sReason, const std::string& sLine)
 {
     ++m_nMalformed;
-    const std::lock_guard lock(m_OutputMutex);
-    m_Progress.Hide();
-    std::fprintf(stderr, "%s:%zu: %s\n", m_Options.m_sInput.c_str(), nLine, sReason.c_str());
+    m_Console.SayMalformed(m_Input.LineNumber(), sReason);
+    if (m_StatementLog.IsOpen())
+        m_StatementLog.RecordMalformed(m_ReaderLog, m_Run.m_sLogName, m_Input.LineNumber(), sReason, sLine);
 }
 
-void CIngest::CloseLog()
+void CIngest::Print(const CPackageEvent& event)
 {
-    m_Log.ReleaseLog();
+    const CDialect* const pDialect =
+        m_Options.m_pDialect != nullptr ? m_Options.m_pDialect : FindDialect("sqlite");
+    BuildStoreStatement(m_Printed, *pDialect, m_Run.m_sLogName, event);
+    const std::string sStatement = ToUTF8(m_Printed);
+    m_Console.Print(stdout, sStatement + (sStatement.ends_with(';') ? "\n" : ";\n"));
+    ++m_Run.m_nStored;
 }
 
-void CIngest::GetSummary(CSummary& summary) const
+void CIngest::HandOver()
+{
+    m_Console.ShowProgress(m_Input.Position());
+    if (m_Batch.empty())
+        return;
+    m_Queue.Push(std::move(m_Batch));
+    m_Batch = {};
+}
+
+/// Of a followed log, each time that all that is there has been dealt with.
+void CIngest::TellProgress()
+{
+    m_Queue.WaitFinished();
+    if (m_nLines == m_nTold)
+        return;
+    m_nTold = m_nLines;
+    m_Console.Say(std::to_string(m_nLines) + " lines read, " + std::to_string(m_Run.m_nStored) +
+                  " events stored; waiting for more");
+}
+
+void CIngest::Work(CSession& session)
+{
+    CWorker worker(m_Run, session);
+    CBatch batch;
+    while (m_Queue.Pop(batch))
+    {
+        worker.Store(batch);
+        m_Queue.Finished();
+    }
+}
+
+void CIngest::GetSummary(CSummary& summary)
 {
     summary.m_nLines = m_nLines;
     summary.m_nMalformed = m_nMalformed;
-    summary.m_nExecuted = m_nExecuted;
-    summary.m_nFailed = m_nFailed;
-    if (m_LogFile.empty())
-        return;
-    std::error_code error;
-    summary.m_sLogFile = m_LogFile.string();
-    summary.m_nLogBytes = fs::file_size(m_LogFile, error) - m_nLogStart;
+    summary.m_nStored = m_Run.m_nStored;
+    summary.m_nKnown = m_Run.m_nKnown;
+    summary.m_nFailed = m_Run.m_nFailed;
+    summary.m_nUndone = m_Run.m_nUndone;
+    summary.m_bGivenUp = m_Run.IsGivenUp();
+    summary.m_bCutShort = !m_Input.Failure().empty();
+    summary.m_nLogBytes = m_StatementLog.Bytes();
+    summary.m_nLostRecords = m_StatementLog.Lost();
+    summary.m_sLogFile = m_StatementLog.File().string();
 }
 
 } // namespace
 
 bool RunIngest(const COptions& options, CSummary& summary, std::string& sError)
 {
-    std::error_code error;
-    const std::uint64_t nSize = fs::file_size(options.m_sInput, error);
-    std::ifstream input(options.m_sInput, std::ios::binary);
-    if (error || !input)
-        return sError = "cannot read " + options.m_sInput, false;
-
     const CClock::time_point start = CClock::now();
-    CIngest ingest(options, nSize);
-    if (!options.m_bDryRun && !(ingest.OpenLog(sError) && ingest.OpenDatabases(sError)))
+    CIngest ingest(options);
+    if (!ingest.Open(sError))
         return false;
-    ingest.Run(input);
-    ingest.CloseLog();
+    ingest.Run();
     ingest.GetSummary(summary);
     summary.m_dSeconds = std::chrono::duration<double>(CClock::now() - start).count();
     return true;

@@ -17,9 +17,10 @@ struct CMagic
     std::string_view m_sBytes;
     const char* m_sKind;
 };
-constexpr CMagic c_Unreadable[] = {{"BZh", "bzip2"}, {"\xFD"
-                                                      "7zXZ",
-                                                      "xz"},
+constexpr CMagic c_Unreadable[] = {{"BZh", "bzip2"},
+                                   {"\xFD"
+                                    "7zXZ",
+                                    "xz"},
                                    {"\x28\xB5\x2F\xFD", "zstd"}};
 
 } // namespace
@@ -51,7 +52,8 @@ bool CInput::Open(const std::filesystem::path& path, bool bFollow, std::string& 
         return sError = "cannot read " + path.string(), false;
     for (const CMagic& magic : c_Unreadable)
         if (std::string_view(sStart, nRead).starts_with(magic.m_sBytes))
-            return sError = path.string() + " is compressed by " + magic.m_sKind + "; only gzip is read", false;
+            return sError = path.string() + " is compressed by " + magic.m_sKind + "; only gzip is read",
+                   false;
     if (sStart[0] != '\x1F' || sStart[1] != '\x8B')
         return true;
     if (bFollow)
@@ -72,10 +74,10 @@ CInput::ENext CInput::Next(std::string& sLine)
 {
     while (!CStop::IsRequested())
     {
-        if (TakeLine(sLine))
-            return ENext::Line;
+        if (TakeLine(sLine) || (m_bEnd && TakeRest(sLine)))
+            return ++m_nLine, ENext::Line;
         if (m_bEnd)
-            return TakeRest(sLine) ? ENext::Line : ENext::End;
+            return ENext::End;
         if (m_bWait || m_File.HasInput())
         {
             const EFill fill = Fill();
@@ -123,10 +125,10 @@ bool CInput::TakeLine(std::string& sLine)
     }
 }
 
-/// The last line of a file that does not end with a line end.
+/// The last line of a file that does not end with a line end. Of a damaged one nobody knows how it goes on.
 bool CInput::TakeRest(std::string& sLine)
 {
-    if (m_bFollow || m_nTaken == m_sBlock.size())
+    if (m_bFollow || !m_sFailure.empty() || m_nTaken == m_sBlock.size())
         return false;
     sLine.assign(m_sBlock, m_nTaken);
     if (sLine.back() == '\r')
@@ -162,8 +164,8 @@ CInputFile::ERead CInput::ReadBlock(char* pBuffer, std::size_t nRoom, std::size_
     return read;
 }
 
-/// At the end of a followed log. Waits a moment when the caller has been told; true when there is something to
-/// read on, in the same file or in the one that took its place.
+/// At the end of a followed log. Waits a moment when the caller has been told; true when there is something
+/// to read on, in the same file or in the one that took its place.
 bool CInput::IsMoreAfterEnd()
 {
     if (!m_bWait)
@@ -187,6 +189,7 @@ bool CInput::Reopen()
     if (!m_File.Open(m_Path, m_bFollow, sIgnored))
         return false;
     m_nPosition = 0;
+    m_nLine = 0;
     m_sBlock.clear();
     return true;
 }
@@ -204,7 +207,8 @@ CInput::EFill CInput::FillCompressed()
         if (stream.avail_in == 0)
         {
             std::size_t nRead = 0;
-            if (ReadBlock(m_pInflater->m_Block.data(), m_pInflater->m_Block.size(), nRead) != CInputFile::ERead::Data)
+            if (ReadBlock(m_pInflater->m_Block.data(), m_pInflater->m_Block.size(), nRead) !=
+                CInputFile::ERead::Data)
                 break;
             stream.next_in = reinterpret_cast<Bytef*>(m_pInflater->m_Block.data());
             stream.avail_in = static_cast<uInt>(nRead);

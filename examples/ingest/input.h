@@ -28,6 +28,8 @@ public:
     /// The next line without its end. Of a followed log only whole ones.
     ENext Next(std::string& sLine);
 
+    /// Of the line that Next gave, from 1 in each file.
+    std::size_t LineNumber() const { return m_nLine; }
     std::uint64_t Position() const { return m_nPosition; } ///< bytes of the file that were read
     std::uint64_t Size() const { return m_File.Size(); }
     /// Why reading ended before the end; empty when it did not.
@@ -53,9 +55,10 @@ private:
     std::filesystem::path m_Path;
     CInputFile m_File;
     std::unique_ptr<CInflater> m_pInflater;
-    std::string m_sBlock;       ///< read, lines not yet taken
-    std::size_t m_nTaken = 0;   ///< bytes of the block
+    std::string m_sBlock;     ///< read, lines not yet taken
+    std::size_t m_nTaken = 0; ///< bytes of the block
     std::uint64_t m_nPosition = 0;
+    std::size_t m_nLine = 0;
     bool m_bFollow = false;
     bool m_bSkipping = false; ///< the rest of a line that was too long
     bool m_bWait = false;     ///< Idle was returned

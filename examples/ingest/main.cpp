@@ -2,10 +2,13 @@
 // logs what became of it.
 #include "ingest.h"
 #include "options.h"
+#include "platform.h"
+#include "report.h"
 
 #include <orvcomtypes/octalloc.h>
 
 #include <cstdio>
+#include <fstream>
 
 namespace
 {
@@ -15,29 +18,64 @@ enum EExitCode
     ExitDone = 0,
     ExitPartly = 1,
     ExitUsage = 2,
-    ExitNothingDone = 3
+    ExitNothingDone = 3,
+    ExitGivenUp = 4
 };
 
-unsigned long long Number(std::uint64_t nValue)
+void PrintCount(std::FILE* pFile, const char* sName, std::uint64_t nValue, const char* sAfter = "\n")
 {
-    return nValue;
+    std::fprintf(pFile, "%-16s %llu%s", sName, static_cast<unsigned long long>(nValue), sAfter);
 }
 
 void PrintSummary(std::FILE* pFile, const COptions& options, const CSummary& summary)
 {
-    const double dRate =
-        summary.m_dSeconds > 0
-            ? static_cast<double>(summary.m_nExecuted + summary.m_nFailed) / summary.m_dSeconds
-            : 0;
-    std::fprintf(pFile, "lines read:      %llu (%llu malformed)\n", Number(summary.m_nLines),
-                 Number(summary.m_nMalformed));
-    std::fprintf(pFile, "%s %llu\n",
-                 options.m_bDryRun ? "printed:        " : "executed:       ", Number(summary.m_nExecuted));
-    std::fprintf(pFile, "failed:          %llu\n", Number(summary.m_nFailed));
-    std::fprintf(pFile, "statements/s:    %.0f\n", dRate);
-    if (!summary.m_sLogFile.empty())
-        std::fprintf(pFile, "bytes logged:    %llu\nlog file:        %s\n", Number(summary.m_nLogBytes),
-                     summary.m_sLogFile.c_str());
+    const auto dExecuted = static_cast<double>(summary.m_nStored + summary.m_nKnown + summary.m_nFailed);
+    PrintCount(pFile, "lines read:", summary.m_nLines, "");
+    std::fprintf(pFile, " (%llu malformed)\n", static_cast<unsigned long long>(summary.m_nMalformed));
+    PrintCount(pFile, options.m_bDryRun ? "printed:" : "stored:", summary.m_nStored);
+    if (options.m_bDryRun)
+        return;
+    PrintCount(pFile, "already stored:", summary.m_nKnown);
+    PrintCount(pFile, "failed:", summary.m_nFailed);
+    if (summary.m_nUndone > 0)
+        PrintCount(pFile, "not executed:", summary.m_nUndone);
+    PrintCount(pFile, "statements/s:",
+               summary.m_dSeconds > 0 ? static_cast<std::uint64_t>(dExecuted / summary.m_dSeconds) : 0);
+    PrintCount(pFile, "bytes logged:", summary.m_nLogBytes);
+    if (summary.m_nLostRecords > 0)
+        PrintCount(pFile, "log lost:", summary.m_nLostRecords, " records\n");
+    std::fprintf(pFile, "%-16s %s\n", "log file:", summary.m_sLogFile.c_str());
+}
+
+int ExitCode(const CSummary& summary)
+{
+    if (CStop::IsRequested())
+        return CStop::ExitStatus();
+    if (summary.m_bGivenUp)
+        return ExitGivenUp;
+    const bool bAll =
+        summary.m_nMalformed + summary.m_nFailed + summary.m_nLostRecords == 0 && !summary.m_bCutShort;
+    return bAll ? ExitDone : ExitPartly;
+}
+
+int Report(const COptions& options)
+{
+    CReport report;
+    std::string sError;
+    if (!GatherReport(options, report, sError))
+    {
+        std::fprintf(stderr, "ingest: %s\n", sError.c_str());
+        return ExitNothingDone;
+    }
+    std::fputs(ReportTable(report).c_str(), stdout);
+    if (options.m_sPage.empty())
+        return ExitDone;
+    std::ofstream page(options.m_sPage, std::ios::binary);
+    page << ReportPage(report) << std::flush;
+    if (page)
+        return ExitDone;
+    std::fprintf(stderr, "ingest: cannot write %s\n", options.m_sPage.c_str());
+    return ExitPartly;
 }
 
 int Run(int argc, char** argv)
@@ -54,6 +92,9 @@ int Run(int argc, char** argv)
         std::fputs(UsageText(), stdout);
         return ExitDone;
     }
+    CStop::Install();
+    if (options.m_bReport)
+        return Report(options);
     CSummary summary;
     if (!RunIngest(options, summary, sError))
     {
@@ -62,7 +103,7 @@ int Run(int argc, char** argv)
     }
     // On a dry run the statements alone go to the output.
     PrintSummary(options.m_bDryRun ? stderr : stdout, options, summary);
-    return summary.m_nMalformed + summary.m_nFailed == 0 ? ExitDone : ExitPartly;
+    return ExitCode(summary);
 }
 
 } // namespace

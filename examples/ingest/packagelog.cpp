@@ -1,5 +1,8 @@
 #include "packagelog.h"
 
+#include "input.h"
+
+#include <algorithm>
 #include <array>
 
 namespace
@@ -50,14 +53,6 @@ bool HasShape(std::string_view sText, std::string_view sShape)
     return true;
 }
 
-bool ParseTime(const CWords& words, COrvTime& time)
-{
-    if (!HasShape(words[0], "0000-00-00") || !HasShape(words[1], "00:00:00"))
-        return false;
-    const std::string sTime = std::string(words[0]) + ' ' + std::string(words[1]);
-    return time.SetFromString(sTime.c_str()) && time.IsValid();
-}
-
 void SetPackage(std::string_view sText, CPackageEvent& event)
 {
     const std::size_t nColon = sText.find(':');
@@ -73,26 +68,71 @@ bool IsPackageAction(std::string_view sAction)
     return false;
 }
 
+bool IsNumber(std::string_view sText)
+{
+    return !sText.empty() &&
+           std::all_of(sText.begin(), sText.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+struct CRotatedName
+{
+    std::string m_sLog;
+    unsigned m_nRotation = 0; ///< 0: the log itself, or rotated by date
+};
+
+CRotatedName Split(const std::filesystem::path& file)
+{
+    std::string sName = file.filename().string();
+    if (sName.ends_with(".gz"))
+        sName.resize(sName.size() - 3);
+    const std::size_t nDot = sName.rfind('.');
+    if (nDot != sName.npos && nDot > 0 && sName.size() - nDot <= 5 && IsNumber(sName.substr(nDot + 1)))
+        return {sName.substr(0, nDot), static_cast<unsigned>(std::stoul(sName.substr(nDot + 1)))};
+    const std::size_t nDash = sName.rfind('-');
+    if (nDash != sName.npos && nDash > 0 && sName.size() - nDash == 9 && IsNumber(sName.substr(nDash + 1)))
+        sName.resize(nDash);
+    return {sName, 0};
+}
+
 } // namespace
 
-bool ParsePackageLine(std::string_view sLine, CPackageEvent& event, std::string& sReason)
+bool CPackageLineReader::ReadTime(std::string_view sLine, COrvTime& time)
 {
+    const std::string_view sTime = sLine.substr(0, 19);
+    if (sTime == m_sLastTime)
+        return time = m_LastTime, true;
+    if (!HasShape(sTime, "0000-00-00 00:00:00"))
+        return false;
+    m_sLastTime = sTime;
+    if (!m_LastTime.SetFromString(m_sLastTime.c_str()) || !m_LastTime.IsValid())
+        return m_sLastTime.clear(), false;
+    time = m_LastTime;
+    return true;
+}
+
+bool CPackageLineReader::Read(std::string_view sLine, CPackageEvent& event, std::string& sReason)
+{
+    if (sLine.size() > CInput::s_nLongestLine)
+        return sReason = "line too long", false;
+    if (sLine.find('\0') != sLine.npos)
+        return sReason = "a zero byte in the line", false;
     const CWords words(sLine);
     if (words.m_nCount < 5)
         return sReason = "too few fields", false;
-    if (!ParseTime(words, event.m_Time))
+    if (!ReadTime(sLine, event.m_Time))
         return sReason = "no date and time at the start", false;
 
     const std::string_view sAction = words[2];
     const bool bStatus = sAction == "status";
     const bool bDetail = sAction == "startup" || sAction == "conffile";
     if (!bStatus && !bDetail && !IsPackageAction(sAction))
-        return sReason = "unknown action '" + std::string(sAction) + "'", false;
+        return sReason = "unknown action '" + std::string(sAction.substr(0, 40)) + "'", false;
     if (words.m_nCount != (bDetail ? 5u : 6u))
         return sReason = "wrong number of fields for '" + std::string(sAction) + "'", false;
 
     event.m_sAction = FromUTF8(sAction);
     event.m_sState = bStatus ? FromUTF8(words[3]) : bDetail ? FromUTF8(words[4]) : COrvStr();
+    event.m_sArchitecture = COrvStr();
     if (bDetail)
         event.m_sPackage = FromUTF8(words[3]);
     else
@@ -100,4 +140,35 @@ bool ParsePackageLine(std::string_view sLine, CPackageEvent& event, std::string&
     event.m_sVersionFrom = bStatus || bDetail ? COrvStr() : Version(words[4]);
     event.m_sVersionTo = bDetail ? COrvStr() : Version(words[5]);
     return true;
+}
+
+unsigned CEventOrder::Next(const COrvTime& time)
+{
+    const int iTime = time.GetOrvTime();
+    m_iNewest = std::max(m_iNewest, iTime);
+    if (m_Counts.size() >= m_nForgetAt)
+    {
+        std::erase_if(m_Counts, [&](const auto& entry) { return entry.first < m_iNewest - s_iKeptSeconds; });
+        m_nForgetAt = m_Counts.size() + s_nForgetStep;
+    }
+    return ++m_Counts[iTime];
+}
+
+std::string LogNameOf(const std::filesystem::path& file)
+{
+    return Split(file).m_sLog;
+}
+
+std::filesystem::path PredecessorOf(const std::filesystem::path& file)
+{
+    const CRotatedName name = Split(file);
+    std::error_code error;
+    for (const char* sEnd : {"", ".gz"})
+    {
+        const auto sName = name.m_sLog + '.' + std::to_string(name.m_nRotation + 1) + sEnd;
+        const auto predecessor = file.parent_path() / sName;
+        if (std::filesystem::is_regular_file(predecessor, error))
+            return predecessor;
+    }
+    return {};
 }

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <string>
 
-/// The request to end: Ctrl-C and SIGTERM, on Windows the console's events. The second one ends the program at
-/// once, as if nobody listened.
+/// The request to end: Ctrl-C and SIGTERM, on Windows the console's events. The second one ends the program
+/// at once, as if nobody listened.
 class CStop
 {
 public:
@@ -16,6 +16,8 @@ public:
     static bool IsRequested();
     /// Waits for a request, at most \p nMilliseconds; true when there is one.
     static bool Wait(unsigned nMilliseconds);
+    /// Waits that long, request or not.
+    static void Pause(unsigned nMilliseconds);
     /// 130 for Ctrl-C, 143 for the rest, 0 without a request.
     static int ExitStatus();
 };

@@ -1,23 +1,11 @@
 #include "progress.h"
 
+#include "platform.h"
+
 #include <cstdio>
 #include <string>
 
-#if __has_include(<io.h>)
-#include <io.h>
-static bool IsTerminal()
-{
-    return _isatty(_fileno(stderr)) != 0;
-}
-#else
-#include <unistd.h>
-static bool IsTerminal()
-{
-    return isatty(STDERR_FILENO) != 0;
-}
-#endif
-
-CProgress::CProgress(std::uint64_t nTotal) : m_nTotal(nTotal), m_bTerminal(IsTerminal()) {}
+CProgress::CProgress(std::uint64_t nTotal) : m_nTotal(nTotal), m_bTerminal(IsTerminal(stderr)) {}
 
 CProgress::~CProgress()
 {

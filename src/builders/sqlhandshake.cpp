@@ -3,8 +3,6 @@
 #include "core/textformat.h"
 #include "strings/textlen.h"
 
-#include "orvcomtypes/strconvert.h"
-
 #include <algorithm>
 #include <string_view>
 
@@ -60,9 +58,13 @@ COrvStr HandshakeHex(bool bUTF16)
     COrvStr sHex;
     if (!bUTF16)
     {
-        const CToUTF8 sBytes(kHandshake);
-        for (const char* p = sBytes; *p != 0; ++p)
-            AppendHex(sHex, static_cast<unsigned char>(*p));
+        // The library's own conversion takes units one by one and would damage the emoji.
+        char sBytes[3 * std::size(kHandshake)];
+        const int nBytes =
+            WideCharToMultiByte(CP_UTF8, 0, kHandshake, static_cast<int>(HandshakeText().size()), sBytes,
+                                static_cast<int>(sizeof(sBytes)), nullptr, nullptr);
+        for (int i = 0; i < nBytes; ++i)
+            AppendHex(sHex, static_cast<unsigned char>(sBytes[i]));
         return sHex;
     }
     for (const WCHAR c : HandshakeText())

@@ -37,8 +37,8 @@ bool GetInformation(HANDLE hFile, BY_HANDLE_FILE_INFORMATION& information)
 HANDLE OpenToRead(const std::filesystem::path& path)
 {
     // Whoever rotates the log may rename and delete it meanwhile.
-    return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 } // namespace
@@ -58,6 +58,11 @@ bool CStop::Wait(unsigned nMilliseconds)
 {
     WaitForSingleObject(g_hStop, nMilliseconds);
     return IsRequested();
+}
+
+void CStop::Pause(unsigned nMilliseconds)
+{
+    Sleep(nMilliseconds);
 }
 
 int CStop::ExitStatus()
@@ -120,9 +125,10 @@ bool CInputFile::IsReplacedAt(const std::filesystem::path& path) const
         return false;
     BY_HANDLE_FILE_INFORMATION named = {};
     BY_HANDLE_FILE_INFORMATION open = {};
-    const bool bReplaced = GetInformation(hNamed, named) && GetInformation(ToHandle(m_hFile), open) &&
-                           (named.nFileIndexLow != open.nFileIndexLow || named.nFileIndexHigh != open.nFileIndexHigh ||
-                            named.dwVolumeSerialNumber != open.dwVolumeSerialNumber);
+    const bool bReplaced =
+        GetInformation(hNamed, named) && GetInformation(ToHandle(m_hFile), open) &&
+        (named.nFileIndexLow != open.nFileIndexLow || named.nFileIndexHigh != open.nFileIndexHigh ||
+         named.dwVolumeSerialNumber != open.dwVolumeSerialNumber);
     CloseHandle(hNamed);
     return bReplaced;
 }

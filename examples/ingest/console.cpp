@@ -1,0 +1,65 @@
+#include "console.h"
+
+namespace
+{
+
+constexpr std::uint64_t c_nMalformedShown = 10;
+constexpr std::size_t c_nKindsKept = 100;
+
+} // namespace
+
+void CConsole::ShowProgress(std::uint64_t nDone)
+{
+    const std::lock_guard lock(m_Mutex);
+    m_Progress.Show(nDone);
+}
+
+void CConsole::HideProgress()
+{
+    const std::lock_guard lock(m_Mutex);
+    m_Progress.Hide();
+}
+
+void CConsole::Print(std::FILE* pFile, const std::string& sText)
+{
+    const std::lock_guard lock(m_Mutex);
+    m_Progress.Hide();
+    std::fputs(sText.c_str(), pFile);
+    if (pFile == stderr)
+        std::fflush(pFile);
+}
+
+void CConsole::SayMalformed(std::size_t nLine, const std::string& sReason)
+{
+    {
+        const std::lock_guard lock(m_Mutex);
+        if (++m_nMalformed > c_nMalformedShown)
+            return;
+    }
+    Print(stderr, Place(nLine) + sReason + '\n');
+}
+
+void CConsole::SayRefused(std::size_t nLine, const std::string& sKind, const std::string& sReason)
+{
+    {
+        const std::lock_guard lock(m_Mutex);
+        const auto it = m_Refused.find(sKind);
+        if (it != m_Refused.end() || m_Refused.size() == c_nKindsKept)
+        {
+            if (it != m_Refused.end())
+                ++it->second.m_nCount;
+            return;
+        }
+        m_Refused[sKind] = {sReason, 1};
+    }
+    Print(stderr, Place(nLine) + sReason + '\n');
+}
+
+void CConsole::SayCounts()
+{
+    if (m_nMalformed > c_nMalformedShown)
+        Say(std::to_string(m_nMalformed - c_nMalformedShown) + " more malformed lines are in the log");
+    for (const auto& [sKind, kind] : m_Refused)
+        if (kind.m_nCount > 1)
+            Say(std::to_string(kind.m_nCount) + " times in all: " + kind.m_sFirst);
+}

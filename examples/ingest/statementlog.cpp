@@ -1,0 +1,119 @@
+#include "statementlog.h"
+
+#include "platform.h"
+#include "session.h"
+
+#include <orvcomtypes/lqexcept.h>
+
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr unsigned c_nOptions = lqlErrors | lqlWarnings | lqlInformation | lqlSQL | lqlThreadId;
+constexpr unsigned c_nLookMs = 20;
+constexpr unsigned c_nPatienceMs = 3000; // with a file that does not grow
+
+LQComErrorData ToErrorData(const CSqlOutcome& outcome)
+{
+    LQComErrorData data;
+    data.m_iCode = outcome.m_bOk ? S_OK : E_FAIL;
+    data.m_iNativeCode = outcome.m_iNativeCode;
+    data.m_sSQLState = outcome.m_sState.c_str();
+    if (!outcome.m_bOk)
+    {
+        // The record has the database's number, which some set to 1 whatever happened; the state tells more.
+        data.m_sMessage = ("[" + outcome.m_sState + "] ").c_str();
+        data.m_sMessage += ToText(outcome.m_sMessage);
+    }
+    return data;
+}
+
+} // namespace
+
+bool CStatementLog::Open(const fs::path& folder, std::string& sError)
+{
+    std::error_code error;
+    const fs::path full = fs::absolute(folder, error).lexically_normal();
+    fs::create_directories(full, error);
+    m_sFormat = ORVTEXT("#WE");
+    m_sFormat += (full / "ingest.log").string<WCHAR>().c_str();
+    m_File = FileNow();
+    if (!std::ofstream(m_File, std::ios::app | std::ios::binary))
+        return sError = "cannot write the log file " + m_File.string(), m_File.clear(), false;
+    m_nOffset = fs::file_size(m_File, error);
+    const std::string sPrefix = "ingest[" + std::to_string(ProcessNumber()) + ']';
+    m_sHead = "> " + sPrefix + ' ';
+    if (!m_Log.InitFileLog(m_sFormat, c_nOptions, COrvStr(sPrefix.c_str())))
+        return sError = "cannot open the log " + m_File.string(), false;
+    return true;
+}
+
+fs::path CStatementLog::FileNow() const
+{
+    return fs::path(static_cast<const WCHAR*>(GenerateLogFileName(m_sFormat)));
+}
+
+void CStatementLog::Record(COrvLog& log, const COrvSQLStr& sql, const CSqlOutcome& outcome, int iElapsedMs)
+{
+    SQLStrSaveToLog(sql, &log, ToErrorData(outcome), 0, iElapsedMs, static_cast<unsigned>(outcome.m_nRows));
+    ++m_nExpected;
+}
+
+void CStatementLog::RecordMalformed(COrvLog& log, const COrvStr& sName, std::size_t nLine,
+                                    const std::string& sReason, const std::string& sLine)
+{
+    COrvStr sText;
+    sText.SetUTF8(sLine.c_str());
+    log.LogOpt(lqlWarnings, "%S(%u): %s: %S", static_cast<const WCHAR*>(sName), static_cast<unsigned>(nLine),
+               sReason.c_str(), static_cast<const WCHAR*>(sText));
+    ++m_nExpected;
+}
+
+void CStatementLog::Close()
+{
+    unsigned nWaitedMs = 0;
+    std::uint64_t nBefore = 0;
+    for (CountArrived(); m_nFound < m_nExpected && nWaitedMs < c_nPatienceMs; CountArrived())
+    {
+        nWaitedMs = m_nCounted > nBefore ? 0 : nWaitedMs + c_nLookMs;
+        nBefore = m_nCounted;
+        CStop::Pause(c_nLookMs);
+    }
+    m_Log.ReleaseLog();
+    CountArrived();
+}
+
+/// Reads what was added to the file, and goes over to the next one when a week has ended.
+void CStatementLog::CountArrived()
+{
+    std::vector<char> block(1 << 20);
+    for (;;)
+    {
+        std::ifstream file(m_File, std::ios::binary);
+        file.seekg(static_cast<std::streamoff>(m_nOffset));
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        const std::string_view sRead(block.data(), static_cast<std::size_t>(file.gcount()));
+        const std::size_t nWhole = sRead.rfind('\n') + 1; // 0 for none
+        std::size_t n = 0;
+        while (n < nWhole)
+        {
+            if (sRead[n] == '=' && sRead.substr(n + 2, m_sHead.size()) == m_sHead)
+                ++m_nFound;
+            n = sRead.find('\n', n) + 1;
+        }
+        m_nOffset += nWhole;
+        m_nCounted += nWhole;
+        if (nWhole > 0)
+            continue;
+        const fs::path now = FileNow();
+        if (now == m_File)
+            return;
+        m_File = now;
+        m_nOffset = 0;
+    }
+}

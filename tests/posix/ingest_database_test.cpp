@@ -1,0 +1,283 @@
+// The example service with its embedded database, read back by the database's own shell.
+#include "support/ingest_program.h"
+
+#include <signal.h>
+#include <sys/stat.h>
+
+namespace
+{
+
+class IngestDatabaseTest : public CIngestTest
+{
+protected:
+    std::string Sql(const std::string& sStatements)
+    {
+        return CChildProcess(ChildProgram{"/usr/bin/sqlite3"}, {m_Database.string(), sStatements})
+            .Wait()
+            .m_sOutput;
+    }
+
+    std::string Shell(const std::string& sScript, const ChildArguments& more = {})
+    {
+        ChildArguments args{"-c", sScript, "sh"};
+        args.insert(args.end(), more.begin(), more.end());
+        return CChildProcess(ChildProgram{"/bin/sh"}, args).Wait().m_sOutput;
+    }
+
+    /// Starts the service so that its first line of output is its process id.
+    std::unique_ptr<CChildProcess> Start(const ChildArguments& args, pid_t& pid)
+    {
+        ChildArguments all{"-c", "echo $$; exec \"$@\"", "sh", IngestProgram().m_Path.string()};
+        all.insert(all.end(), args.begin(), args.end());
+        auto child = std::make_unique<CChildProcess>(ChildProgram{"/bin/sh"}, all);
+        pid = std::stoi(child->ReadLine());
+        return child;
+    }
+
+    static std::string Events(int nFirst, int nCount)
+    {
+        std::string sLines;
+        for (int i = nFirst; i < nFirst + nCount; ++i)
+            sLines += "2024-05-06 07:08:10 install p" + std::to_string(i) + ":all <none> 1\n";
+        return sLines;
+    }
+
+    /// Whether each of the events 0 to \p nCount - 1 is stored once.
+    testing::AssertionResult EachStoredOnce(int nCount)
+    {
+        const std::string sFound = Sql("SELECT COUNT(*), COUNT(DISTINCT package) FROM package_event");
+        const std::string sWanted = std::to_string(nCount) + '|' + std::to_string(nCount) + '\n';
+        return sFound == sWanted ? testing::AssertionSuccess() : testing::AssertionFailure() << sFound;
+    }
+};
+
+} // namespace
+
+TEST_F(IngestDatabaseTest, AnEventIsStoredOnceWhateverFileItIsReadFrom)
+{
+    const std::string sOld = Events(0, 300) + Events(0, 1); // two alike in one second are two events
+    EXPECT_TRUE(Has(Ingest(IngestDone, sOld), Line("stored:", 301)));
+    EXPECT_TRUE(Has(Log(), "SQL SUCCEEDED [0]: (1 row; ", 301));
+    EXPECT_TRUE(Has(Ingest(IngestDone, sOld), Line("already stored:", 301)));
+
+    // Rotation in the middle of a second, then compression.
+    std::filesystem::rename(m_Input, m_Dir / "packages.log.1");
+    EXPECT_TRUE(Has(Ingest(IngestDone, Events(301, 200)), Line("stored:", 200)));
+    Shell("gzip \"$1\"", {(m_Dir / "packages.log.1").string()});
+    EXPECT_TRUE(Has(Run(IngestDone, Arguments()), Line("already stored:", 200)));
+    m_Input = m_Dir / "packages.log.1.gz";
+    EXPECT_TRUE(Has(Run(IngestDone, Arguments()), Line("already stored:", 301)));
+    EXPECT_EQ("501|500|501\n",
+              Sql("SELECT COUNT(*), COUNT(DISTINCT package), MAX(event_order) FROM package_event"));
+}
+
+TEST_F(IngestDatabaseTest, ADamagedArchiveGivesItsReadablePart)
+{
+    WriteBytes(m_Input, Events(0, 5000));
+    Shell("gzip \"$1\" && truncate -s -100 \"$1.gz\"", {m_Input.string()});
+    m_Input += ".gz";
+    EXPECT_TRUE(Has(Run(IngestPartly, Arguments()), "is damaged or cut"));
+    EXPECT_EQ("0\n", Sql("SELECT COUNT(*) FROM package_event WHERE version_to <> '1'"));
+}
+
+TEST_F(IngestDatabaseTest, OnlyBadEventsOfABatchFail)
+{
+    std::string sLines = Events(0, 250);
+    for (int i = 0; i < 3; ++i)
+        sLines.insert(sLines.find("2024", sLines.size() / 2), "2024-05-06 07:08:10 install :all <none> 1\n");
+    const auto sOutput = Ingest(IngestPartly, sLines, {"--threads", "4"});
+    EXPECT_TRUE(EachStoredOnce(250));
+    EXPECT_TRUE(Has(sOutput, Line("failed:", 3)));
+    EXPECT_TRUE(Has(sOutput, "CHECK constraint failed: package_has_a_name", 2))
+        << "the first, and their number";
+    EXPECT_TRUE(Has(sOutput, "3 times in all"));
+    const std::string sLog = Log();
+    EXPECT_EQ(3, Count(sLog, "SQL FAILED [0]: "));
+    EXPECT_EQ(250, Count(sLog, "SQL SUCCEEDED [0]: (1 row; "));
+    for (int i = 0; i < 250; ++i)
+        EXPECT_EQ(1, Count(sLog, "'p" + std::to_string(i) + "'")) << i;
+    EXPECT_TRUE(Has(sOutput, Line("bytes logged:", sLog.size())));
+}
+
+TEST_F(IngestDatabaseTest, ADatabaseThatRefusesEverythingStopsTheRun)
+{
+    Ingest(IngestDone, "");
+    Sql("CREATE TRIGGER no BEFORE INSERT ON package_event BEGIN SELECT RAISE(FAIL, 'out of paper'); END");
+    const auto sOutput = Ingest(IngestGivenUp, Events(0, 5000), {"--threads", "1"});
+    EXPECT_TRUE(Has(sOutput, Line("failed:", 100)));
+    EXPECT_TRUE(Has(sOutput, "not executed:"));
+    EXPECT_TRUE(Has(sOutput, ":1: [SQLite]out of paper"));
+    EXPECT_TRUE(Has(sOutput, "given up"));
+    EXPECT_TRUE(Has(Log(), "SQL FAILED", 100));
+}
+
+TEST_F(IngestDatabaseTest, MalformedLinesAreInTheLog)
+{
+    Ingest(IngestPartly, "2024-05-06 07:08:10 conjure %s%n\n" + Events(0, 1));
+    EXPECT_TRUE(Has(Log(), "packages.log(1): too few fields: 2024-05-06 07:08:10 conjure %s%n"));
+}
+
+TEST_F(IngestDatabaseTest, PathsOfAnyNameAreTakenLiterally)
+{
+    for (const char* sName : {"my data;x.db", "a%41'b?mode=ro#c&d.db", "\xC3\xA1rv\xC3\xADz {1}.db"})
+    {
+        m_Database = m_Dir / sName;
+        Ingest(IngestDone, Events(0, 1));
+        EXPECT_TRUE(std::filesystem::exists(m_Database)) << sName;
+        EXPECT_EQ("1\n", Sql("SELECT COUNT(*) FROM package_event"));
+    }
+}
+
+TEST_F(IngestDatabaseTest, AnUnusableDatabaseDialectOrLogFolderEndsTheRun)
+{
+    EXPECT_TRUE(
+        Has(Ingest(IngestNothingDone, "", {"--connect", "Driver=NoSuchDriver"}), "cannot use the database"));
+    EXPECT_TRUE(Has(Ingest(IngestNothingDone, "", {"--dialect", "mariadb"}),
+                    "the server calls itself 'SQLite', whose dialect is sqlite, not mariadb"));
+    EXPECT_TRUE(
+        Has(Ingest(IngestNothingDone, "", {"--log-dir", m_Input.string()}), "cannot write the log file"));
+}
+
+TEST_F(IngestDatabaseTest, APipeIsReadToItsEnd)
+{
+    mkfifo(m_Input.c_str(), 0600);
+    pid_t pid = 0;
+    const auto child = Start(Arguments(), pid);
+    WriteBytes(m_Input, Events(0, 30)); // waits until the service reads
+    EXPECT_EQ(0, child->Wait().m_iExitCode);
+    EXPECT_TRUE(EachStoredOnce(30));
+}
+
+TEST_F(IngestDatabaseTest, TwoProcessesStoreTheSameLogOnce)
+{
+    WriteBytes(m_Input, Events(0, 2000));
+    CChildProcess first(IngestProgram(), Arguments());
+    CChildProcess second(IngestProgram(), Arguments());
+    const ChildResult results[] = {first.Wait(), second.Wait()};
+    for (const ChildResult& result : results)
+        EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
+    EXPECT_TRUE(EachStoredOnce(2000));
+    EXPECT_TRUE(Has(Log(), "SQL SUCCEEDED [0]: (1 row; ", 2000));
+}
+
+TEST_F(IngestDatabaseTest, FollowsAcrossRotationAndSurvivesAKill)
+{
+    WriteBytes(m_Input, Events(0, 10));
+    pid_t pid = 0;
+    auto child = Start(Arguments({"--follow"}), pid);
+    EXPECT_EQ("ingest: 10 lines read, 10 events stored; waiting for more", child->ReadLine());
+    const auto append = [&](const std::string& sText) {
+        std::ofstream(m_Input, std::ios::app | std::ios::binary) << sText;
+    };
+    const std::string sNext = Events(10, 10);
+    append(sNext.substr(0, sNext.size() - 5));
+    EXPECT_EQ("ingest: 19 lines read, 19 events stored; waiting for more", child->ReadLine());
+    append(sNext.substr(sNext.size() - 5));
+    EXPECT_EQ("ingest: 20 lines read, 20 events stored; waiting for more", child->ReadLine());
+    std::filesystem::rename(m_Input, m_Dir / "packages.log.1");
+    WriteBytes(m_Input, Events(20, 5));
+    EXPECT_EQ("ingest: 25 lines read, 25 events stored; waiting for more", child->ReadLine());
+    WriteBytes(m_Input, Events(25, 1)); // cut short and begun anew
+    EXPECT_EQ("ingest: 26 lines read, 26 events stored; waiting for more", child->ReadLine());
+    child->Kill();
+    child->Wait();
+    append(Events(26, 4));
+
+    // The file holds the last five; the former one is no longer where it was.
+    std::filesystem::remove(m_Dir / "packages.log.1");
+    child = Start(Arguments({"--follow", "--source", "other"}), pid);
+    EXPECT_EQ("ingest: 5 lines read, 5 events stored; waiting for more", child->ReadLine());
+    kill(pid, SIGTERM);
+    EXPECT_EQ(143, child->Wait().m_iExitCode);
+}
+
+TEST_F(IngestDatabaseTest, AKilledRunIsResumedWithoutLossOrRepetition)
+{
+    // A pipe lets the test decide how far the first run comes.
+    const auto file = m_Input;
+    WriteBytes(file, Events(0, 1000));
+    m_Input = m_Dir / "pipe";
+    mkfifo(m_Input.c_str(), 0600);
+    pid_t pid = 0;
+    const auto child = Start(Arguments({"--follow", "--source", "packages.log"}), pid);
+    WriteBytes(m_Input, Events(0, 400));
+    // Pieces come as they come: the last one is known by its number.
+    for (std::string sLine; sLine != "ingest: 400 lines read, 400 events stored; waiting for more";)
+        ASSERT_NE("", sLine = child->ReadLine());
+    WriteBytes(m_Input, Events(400, 300)); // anywhere in the middle of these
+    child->Kill();
+    child->Wait();
+    m_Input = file;
+    Run(IngestDone, Arguments());
+    EXPECT_TRUE(EachStoredOnce(1000));
+}
+
+TEST_F(IngestDatabaseTest, SignalsEndTheRunInOrder)
+{
+    for (const auto& [iSignal, iExit] : {std::pair{SIGINT, 130}, {SIGTERM, 143}})
+    {
+        const std::string sSource = "signal" + std::to_string(iSignal);
+        m_Input = m_Dir / sSource;
+        mkfifo(m_Input.c_str(), 0600);
+        pid_t pid = 0;
+        const auto child = Start(Arguments({"--follow", "--batch", "7"}), pid);
+        std::ofstream writer(m_Input, std::ios::binary);
+        writer << Events(0, 500) << std::flush;
+        child->ReadLine(); // it is at work
+        kill(pid, iSignal);
+        const ChildResult result = child->Wait();
+        EXPECT_EQ(iExit, result.m_iExitCode) << result.m_sOutput;
+        const std::string sStored =
+            Sql("SELECT COUNT(*) FROM package_event WHERE log_name = '" + sSource + "'");
+        EXPECT_TRUE(Has(result.m_sOutput, Line("stored:", std::stoul(sStored))));
+        EXPECT_EQ(std::stoi(sStored), Count(Log(), "VALUES ('" + sSource + "'")) << "each is in the log";
+    }
+}
+
+TEST_F(IngestDatabaseTest, RecordsThatDoNotFitOnTheDiskAreCounted)
+{
+    const std::string sFirst = Ingest(IngestDone, Events(0, 1));
+    const std::string sLabel = "log file:";
+    std::string sFile = sFirst.substr(sFirst.find(sLabel) + sLabel.size());
+    sFile = sFile.substr(sFile.find('/'), sFile.find('\n') - sFile.find('/'));
+    WriteBytes(m_Input, Events(0, 2000));
+    const std::string sScript = "truncate -s 100M \"$1\"; shift; trap '' XFSZ; "
+                                "prlimit --fsize=$((100 * 1024 * 1024 + 50000)) -- \"$@\"; echo status $?";
+    ChildArguments args = Arguments();
+    args.insert(args.begin(), {sFile, IngestProgram().m_Path.string()});
+    const std::string sOutput = Shell(sScript, args);
+    EXPECT_TRUE(Has(sOutput, "status 1\n"));
+    EXPECT_TRUE(Has(sOutput, "log lost:"));
+    EXPECT_TRUE(EachStoredOnce(2000));
+}
+
+TEST_F(IngestDatabaseTest, TheReportIsATableAndAPageOfCharts)
+{
+    const ChildArguments report{"report", "--database", m_Database.string(), "--log-dir",
+                                (m_Dir / "log").string()};
+    EXPECT_TRUE(Has(Run(IngestNothingDone, report), "cannot use the database"));
+    EXPECT_FALSE(std::filesystem::exists(m_Database));
+
+    Ingest(IngestPartly, Events(0, 3) + "2024-05-06 07:08:11 purge </script><b>x:all 1 <none>\n"
+                                        "2024-05-07 07:08:11 install :all 1 <none>\n");
+    const auto page = m_Dir / "page.html";
+    ChildArguments args = report;
+    args.insert(args.end(), {"--html", page.string()});
+    const auto sTable = Run(IngestDone, args);
+    EXPECT_TRUE(Has(sTable, "4 events"));
+    EXPECT_TRUE(Has(sTable, "2024-05-06        3        1"));
+    EXPECT_TRUE(Has(sTable, "5 statements succeeded, 1 failed")); // the table's creation too
+    EXPECT_TRUE(Has(sTable, "1  HY000 19  [SQLite]CHECK constraint failed"));
+
+    const ChildResult browser =
+        CChildProcess(ChildProgram{"/usr/bin/chromium"},
+                      {"--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+                       "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                       "--user-data-dir=" + (m_Dir / "browser").string(), "--dump-dom",
+                       "file://" + page.string()})
+            .Wait();
+    EXPECT_TRUE(Has(browser.m_sOutput, "style=\"display: block; box-sizing: border-box;", 3))
+        << "drawn charts";
+    EXPECT_TRUE(Has(browser.m_sOutput, "install', '', '', 'all', '1', ''")) << "the failed statement";
+    EXPECT_TRUE(Has(browser.m_sOutput, "<b>", 0));
+}
