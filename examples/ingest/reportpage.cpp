@@ -12,7 +12,8 @@ constexpr const char* c_sHead =
 <html lang="en">
 <head>
 <meta charset="utf-8">
-<meta http-equiv="Content-Security-Policy" content="default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'">
+<meta http-equiv="Content-Security-Policy"
+content="default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'">
 <meta name="viewport" content="width=device-width">
 <title>Package events and their statements</title>
 <style>
@@ -42,7 +43,8 @@ constexpr const char* c_sScript =
     R"(
 Chart.defaults.animation = false;
 Chart.defaults.maintainAspectRatio = false;
-const colours = ['#4477aa', '#ee6677', '#228833', '#ccbb44', '#66ccee', '#aa3377', '#999933', '#882255', '#44aa99', '#bbbbbb'];
+const colours = ['#4477aa', '#ee6677', '#228833', '#ccbb44', '#66ccee', '#aa3377', '#999933', '#882255',
+  '#44aa99', '#bbbbbb'];
 function chart(id, title, stacked, labels, datasets) {
   datasets.forEach((set, i) => set.backgroundColor = colours[i % colours.length]);
   new Chart(id, {
@@ -55,7 +57,8 @@ function chart(id, title, stacked, labels, datasets) {
   });
 }
 chart('events', 'Events a day', true, data.days, data.actions);
-chart('milliseconds', 'Statements by milliseconds', false, data.buckets, [{ label: 'statements', data: data.milliseconds }]);
+chart('milliseconds', 'Statements by milliseconds', false, data.buckets,
+  [{ label: 'statements', data: data.milliseconds }]);
 chart('failures', 'Failed statements by code', false, data.codes, [{ label: 'failed', data: data.failures }]);
 )";
 
@@ -96,6 +99,8 @@ std::string List(const Range& range, Each each)
     return sResult + ']';
 }
 
+constexpr const char* c_sDash = "\xE2\x80\x93";
+
 std::string Buckets()
 {
     std::string sResult = "[\"0\"";
@@ -103,7 +108,7 @@ std::string Buckets()
     {
         const std::string sFrom = std::to_string(1 << (i - 1));
         const bool bLast = i + 1 == CReport::s_nBuckets;
-        const std::string sTo = bLast ? " and more" : i == 1 ? "" : "\u2013" + std::to_string((1 << i) - 1);
+        const std::string sTo = bLast ? " and more" : i == 1 ? "" : c_sDash + std::to_string((1 << i) - 1);
         sResult += ",\"" + sFrom + sTo + '"';
     }
     return sResult + ']';

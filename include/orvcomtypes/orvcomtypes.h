@@ -35,10 +35,9 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/orvtabbedstr.h"
 #include "orvcomtypes/orvlongstrbase.h"
-#include "orvcomtypes/orvsqlstr.h"
-#include "orvcomtypes/sqlhandshake.h"
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/orvdecimal.h"
 #include "orvcomtypes/oledbconvert.h"
 #include "orvcomtypes/orvsqlstr.h"
+#include "orvcomtypes/sqlhandshake.h"
 // clang-format on

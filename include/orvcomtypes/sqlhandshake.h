@@ -10,8 +10,8 @@
 /// A path that damages texts on the way in and repairs them on the way out passes that check, though others
 /// find the stored values damaged. Where the server can spell the bytes of a text, ask it for those as well.
 ///
-/// Which conversion a host uses matters too: `UnicodeToUTF8` and `CToUTF8` take code units one by one and keep
-/// no emoji; `WideCharToMultiByte` keeps all.
+/// Which conversion a host uses matters too: `UnicodeToUTF8` and `CToUTF8` take code units one by one and
+/// keep no emoji; `WideCharToMultiByte` keeps all.
 ///
 /// The text does no harm when it is misread: what stands behind any of its characters is no statement.
 ///
