@@ -9,7 +9,9 @@ struct CLogMessage
 {
 };
 std::int64_t FetchText(WCHAR* pBuffer, std::int64_t cbBuffer);
+COrvStr FetchOneText(const COrvSQLStr& sql);
 void Import();
+void Refuse(const COrvStr& sFault);
 void Show(const WCHAR* sText, unsigned nLen);
 void ShowText(const COrvStr& sText);
 void Step();
@@ -158,9 +160,6 @@ void Statements(const WCHAR* sName, const CMIDINTArray& ids)
 {
 #include "orvsqlstr.inc"
 }
-
-COrvStr FetchOneText(const COrvSQLStr& sql);
-void Refuse(const COrvStr& sFault);
 
 void Handshakes()
 {
