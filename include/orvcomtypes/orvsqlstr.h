@@ -12,9 +12,9 @@
 /// - A list of very many IDs can be more than the server plans; join with a table instead.
 /// - A date that is bound as text is read by the session's date format; `MSQLDATE` is not.
 /// - A server that reads backslashes as escapes lets a value end its literal: the text is for SQL Server.
-/// - A driver manager that narrows wide statements may cut units to bytes; `\u0127` then becomes an
-/// apostrophe,
-///   which ends the literal. Call the wide functions, through drivers that keep them wide.
+/// - A driver manager that narrows wide statements may cut units to bytes: `\u0127` then becomes an
+///   apostrophe, which ends the literal. Call the wide functions, through drivers that keep them wide.
+/// - A negative number directly behind a minus sign begins a comment; leave a blank between.
 ///
 /// Ownership: a statement holds one reference to a counted buffer, as `COrvStr` does, and copies share it.
 ///   `CSQLMIDINTArray` refers to its array; wrapped texts and bytes are read during the call only.

@@ -220,9 +220,9 @@ COrvSQLStr& COrvSQLStr::Append(const CSQLMIDINTArray& value)
         ORV_REPORT("COrvSQLStr::Append", nullptr);
         return Append(value.IsExclude() ? ORVTEXT(" <> 0") : ORVTEXT(" = 0"));
     }
-    if (nCount == 1)
-        return Append(value.IsExclude() ? ORVTEXT(" <> ") : ORVTEXT(" = ")).Append(value[0]);
-    const std::string_view sHead = value.IsExclude() ? " not in (" : " in (";
+    const bool bList = nCount > 1;
+    const std::string_view sHead =
+        bList ? (value.IsExclude() ? " not in (" : " in (") : (value.IsExclude() ? " <> " : " = ");
     const std::uint64_t nMost = sHead.size() + std::uint64_t{nCount} * (MaxIdText + 1);
     AppendAtMost<MinReserve>(nMost, [&](WCHAR* p) {
         p = std::copy(sHead.begin(), sHead.end(), p);
@@ -231,8 +231,8 @@ COrvSQLStr& COrvSQLStr::Append(const CSQLMIDINTArray& value)
             p = OCT::PutDecimal(p, nId);
             *p++ = ORVTEXT(',');
         }
-        p[-1] = ORVTEXT(')');
-        return p;
+        p[-1] = ORVTEXT(')'); // where one comma is too many
+        return bList ? p : p - 1;
     });
     return *this;
 }
