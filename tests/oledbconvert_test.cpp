@@ -188,6 +188,11 @@ TEST(OleDbConvert, ReferencesAndVariantsAreFollowed)
     unsigned nUnsigned = 0xFFFFFFFF;
     var.puintVal = &nUnsigned;
     EXPECT_EQ(ORVTEXT("4294967295"), TextOf(DBTYPE_VARIANT, outer));
+    for (const DBTYPE wNoTag : {DBTYPE_WSTR, DBTYPE_GUID, DBTYPE_NUMERIC, DBTYPE_DBTIMESTAMP})
+    {
+        var.vt = wNoTag;
+        EXPECT_EQ(Failed(DBSTATUS_E_CANTCONVERTVALUE), Convert(DBTYPE_VARIANT, outer)) << wNoTag;
+    }
     outer.pvarVal = &outer;
     EXPECT_EQ(Failed(DBSTATUS_E_CANTCONVERTVALUE), Convert(DBTYPE_VARIANT, outer));
 }

@@ -187,7 +187,8 @@ TEST(OrvSqlStr, ItsOwnTextCanBeAppended)
     expected += expected.substr(0, 700) + expected + expected.substr(0, 700) + ORVTEXT("N'xxx'");
     EXPECT_TRUE(expected == TextOf(sql));
     sql = static_cast<const WCHAR*>(sql) + 2999;
-    EXPECT_EQ(ORVTEXT("xN'xxx'"), TextOf(sql));
+    sql.AddDataWithStrConversion(DBTYPE_WSTR, static_cast<const WCHAR*>(sql) + 2, 100);
+    EXPECT_EQ(ORVTEXT("xN'xxx''xxx'"), TextOf(sql));
 }
 
 TEST(OrvSqlStr, Reserves)

@@ -13,9 +13,9 @@
 /// | `DBTYPE_STR`, `DBTYPE_WSTR`, `DBTYPE_BSTR` | the text; narrow text is in the ANSI code page |
 /// | `DBTYPE_GUID` | {00112233-4455-6677-8899-AABBCCDDEEFF} |
 /// | `DBTYPE_DBDATE`, `DBTYPE_DBTIME` | 2024-05-06; 07:08:09 |
-/// | `DBTYPE_DBTIMESTAMP`, `DBTYPE_DATE` | 2024-05-06 07:08:09, then the fraction: .25; DATE to milliseconds
-/// | | `DBTYPE_VARIANT` | what is in it, by the type of its tag | | any with `DBTYPE_BYREF` | what the
-/// pointer at the value points at |
+/// | `DBTYPE_DBTIMESTAMP`, `DBTYPE_DATE` | 2024-05-06 07:08:09.25; a DATE to milliseconds |
+/// | `DBTYPE_VARIANT` | what is in it, by the type of its tag |
+/// | any with `DBTYPE_BYREF` | what the pointer at the value points at |
 ///
 /// Ownership: nothing is kept.
 /// Thread safety: any thread at any time.

@@ -245,14 +245,15 @@ DBSTATUS PutGuid(const CTarget& target, const GUID& guid) noexcept
 
 DBSTATUS PutWide(const CTarget& target, const void* p, std::size_t cb) noexcept
 {
+    // Measured first: the text may end where the target begins.
     const auto* const pBytes = static_cast<const unsigned char*>(p);
-    for (std::size_t i = 0;; ++i)
-    {
-        const WCHAR c = i < cb / sizeof(WCHAR) ? Read<WCHAR>(pBytes + i * sizeof(WCHAR)) : WCHAR{};
-        if (c == 0 || i == target.Room())
-            return target.Keep(i, c != 0);
-        target.Begin()[i] = c;
-    }
+    const std::size_t nMax = std::min(cb / sizeof(WCHAR), target.Room() + 1);
+    std::size_t n = 0;
+    while (n < nMax && Read<WCHAR>(pBytes + n * sizeof(WCHAR)) != 0)
+        ++n;
+    const std::size_t nKept = std::min(n, target.Room());
+    std::memmove(target.Begin(), p, nKept * sizeof(WCHAR));
+    return target.Keep(nKept, n > nKept);
 }
 
 DBSTATUS PutNarrow(const CTarget& target, const char* p, std::size_t cb) noexcept
@@ -280,6 +281,8 @@ DBSTATUS Put(const CTarget& target, DBTYPE wType, const void* p, std::size_t cb)
 DBSTATUS PutVariant(const CTarget& target, const VARIANT& var) noexcept
 {
     constexpr DBTYPE wPlain = 0xFFFF ^ DBTYPE_BYREF;
+    if ((var.vt & wPlain) > VT_UINT) // no tag of variants: such a value may be larger than there is room for
+        return DBSTATUS_E_CANTCONVERTVALUE;
     const void* const p = var.vt == VT_DECIMAL ? static_cast<const void*>(&var.decVal) : &var.llVal;
     switch (var.vt & wPlain)
     {
@@ -289,8 +292,6 @@ DBSTATUS PutVariant(const CTarget& target, const VARIANT& var) noexcept
         if (var.vt == VT_VARIANT || var.pvarVal == nullptr || (var.pvarVal->vt & wPlain) == VT_VARIANT)
             return DBSTATUS_E_CANTCONVERTVALUE;
         return PutVariant(target, *var.pvarVal);
-    case DBTYPE_STR:
-    case DBTYPE_WSTR: return DBSTATUS_E_CANTCONVERTVALUE; // no tags of variants
     default: return Put(target, var.vt, p, 0);
     }
 }
