@@ -100,6 +100,7 @@ TEST(AppendHex, WritesPadsAndIsCut)
     EXPECT_EQ("FEDCBA9876543210", Hex(std::uint64_t{0xFEDCBA9876543210}, -16));
     EXPECT_EQ(Repeated(' ', 60) + "123", Hex(0x12345u, 65)) << "cut to 63 units";
     EXPECT_EQ(Repeated('0', 63), Hex(0x12345u, INT_MIN));
+    EXPECT_EQ(Repeated(' ', 63), Hex(std::uint64_t{0xFEDCBA9876543210}, 100)) << "no digit is left";
     const auto* const p = reinterpret_cast<const void*>(std::uintptr_t{0xABCDEF});
     EXPECT_EQ(sizeof p == 8 ? "0x0000000000ABCDEF" : "0x00ABCDEF",
               Appended([=](COrvStr& s) { s.AppendPtr(p); }));

@@ -4,9 +4,9 @@
 /// doubles up to 23. Thread safety: all functions are reentrant. Errors: none; \p str must be large enough.
 ///
 /// Doubles are rounded as binary arithmetic gives it, which is fast and not exact: the fraction is multiplied
-/// by the power of ten in double precision, and what is then within 1e-12 of a half counts as one. Such a tie
-/// is rounded up where the last digit is odd, and where all decimals are 0; without a carry, so 0.995 with
-/// two decimals is "0.100". Use `COrvStr::AppendDouble` for decimals that are exact.
+/// by the power of ten in double precision, and what is then a half, or less than 1e-12 below it, is a tie. A
+/// tie is rounded up where the last digit is odd, and where all decimals are 0; without a carry, so 0.995
+/// with two decimals is "0.100". Use `COrvStr::AppendDouble` for decimals that are exact.
 ///
 ///     char sPrice[32];
 ///     modp_dtoa(1.5, sPrice, 2); // "1.50"

@@ -129,7 +129,7 @@ void COrvStr::AppendHexDigits(std::uint64_t n, int iWidth)
     const unsigned nKept = std::min(nLen, MaxText - nPad);
     AppendWritten(nPad + nKept, [=](WCHAR* p) {
         p = std::fill_n(p, nPad, iWidth > 0 ? ORVTEXT(' ') : ORVTEXT('0'));
-        return OCT::PutHex(p, n >> 4 * (nLen - nKept), nKept);
+        return nKept != 0 ? OCT::PutHex(p, n >> 4 * (nLen - nKept), nKept) : p;
     });
 }
 
