@@ -115,6 +115,8 @@ TEST(SqlHandshake, ComparesTheServersBytes)
         EXPECT_EQ(row.m_bGood,
                   CheckSQLHandshakeHex(COrvStr(Hex(row.m_sBytes).c_str()), row.m_bUTF16).IsEmpty())
             << Hex(row.m_sBytes);
+    const Text sIgnorable = ORVTEXT("\x200B") + Text(COrvStr(Hex(sBytes).c_str()));
+    EXPECT_FALSE(CheckSQLHandshakeHex(sIgnorable.c_str(), false).IsEmpty()) << "equal to readers only";
     EXPECT_STREQ(
         "the server holds other bytes than were meant: from byte 1 on 50 instead of 4F27427269656E20",
         CToUTF8(CheckSQLHandshakeHex(ORVTEXT("50"), false)));

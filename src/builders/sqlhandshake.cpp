@@ -106,11 +106,11 @@ COrvStr ORVCALL CheckSQLHandshakeHex(const WCHAR* sReturned, bool bUTF16)
     COrvStr sBack(sReturned);
     sBack.MakeUpper();
     const COrvStr sSent = HandshakeHex(bUTF16);
-    COrvStr sFault;
-    if (sBack == sSent)
-        return sFault;
     const CText sSentView(sSent, sSent.GetLength());
     const CText sBackView(sBack, sBack.GetLength());
+    COrvStr sFault;
+    if (sBackView == sSentView)
+        return sFault;
     const std::size_t n = FirstDifference(sSentView, sBackView) / 2 * 2;
     char sWhere[100];
     OCT::FormatTo(sWhere, "the server holds other bytes than were meant: from byte %u on ",
