@@ -81,11 +81,6 @@ CExact Sum(CExact a, CExact b) noexcept
 
 // ---- Text ----
 
-bool IsDigit(WCHAR c) noexcept
-{
-    return c >= ORVTEXT('0') && c <= ORVTEXT('9');
-}
-
 const WCHAR* SkipSpace(const WCHAR* s) noexcept
 {
     while (OCT::IsSpace(*s))
@@ -125,7 +120,7 @@ bool ReadDigits(const WCHAR*& s, CExact& exact) noexcept
     {
         if (*s == ORVTEXT('.') && !bPoint)
             bPoint = true;
-        else if (IsDigit(*s))
+        else if (OCT::IsDigit(*s))
         {
             bAny = true;
             exact.m_nScale += bPoint;
@@ -144,9 +139,9 @@ bool ReadExponent(const WCHAR*& s, std::int64_t& nExponent) noexcept
     if (*s != ORVTEXT('e') && *s != ORVTEXT('E'))
         return true;
     const bool bNegative = ReadSign(++s);
-    if (!IsDigit(*s))
+    if (!OCT::IsDigit(*s))
         return false;
-    for (; IsDigit(*s); ++s)
+    for (; OCT::IsDigit(*s); ++s)
         if (nExponent < nMax / 10)
             nExponent = 10 * nExponent + (*s - ORVTEXT('0'));
     nExponent = bNegative ? -nExponent : nExponent;
