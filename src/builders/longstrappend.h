@@ -44,9 +44,7 @@ inline void COrvLongStrBase::AppendAtMost(std::uint64_t nMost, Put put)
 template <unsigned nMinRoom>
 inline void COrvLongStrBase::AppendText(const WCHAR* s, unsigned nLen)
 {
-    if (s == nullptr)
-        return;
-    const std::size_t n = nLen != 0 ? OCT::TextLength(s, nLen) : OCT::TextLength(s);
+    const std::size_t n = OCT::SourceLength(s, nLen);
     if (n == 0)
         return;
     AppendExactly<nMinRoom>(n, [=](WCHAR* p) {

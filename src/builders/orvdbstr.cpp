@@ -21,7 +21,7 @@ WCHAR* NewBuffer(std::uint64_t nCch)
 
 WCHAR* NewText(const WCHAR* s)
 {
-    const std::size_t nLen = s != nullptr ? OCT::TextLength(s) : 0;
+    const std::size_t nLen = OCT::SourceLength(s, 0);
     if (nLen == 0)
         return ORVS_GetDefaultEmptyString();
     WCHAR* const p = NewBuffer(nLen);

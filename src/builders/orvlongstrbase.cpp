@@ -24,14 +24,6 @@ char* EmptyText() noexcept
     return const_cast<char*>(g_EmptyBlock.m_sText);
 }
 
-template <class Char>
-std::size_t LengthOf(const Char* s, unsigned nLen)
-{
-    if (s == nullptr)
-        return 0;
-    return nLen != 0 ? OCT::TextLength(s, nLen) : OCT::TextLength(s);
-}
-
 } // namespace
 
 // ---- What wide builders share ----
@@ -90,7 +82,7 @@ void COrvLongStr::Append(const WCHAR* s, unsigned nLen)
 void COrvLongStr::Append(const char* s, unsigned nLen)
 {
     // No byte becomes more than one unit.
-    if (const std::size_t n = LengthOf(s, nLen); n != 0)
+    if (const std::size_t n = OCT::SourceLength(s, nLen); n != 0)
         AppendAtMost<MinReserve>(n, [=](WCHAR* p) { return p + OCT::AnsiToWide(s, n, p, n, CP_THREAD_ACP); });
 }
 
@@ -245,7 +237,7 @@ void COrvLongAStr::EndAt(char* pEnd) noexcept
 
 void COrvLongAStr::Append(const char* s, unsigned nLen)
 {
-    const std::size_t n = LengthOf(s, nLen);
+    const std::size_t n = OCT::SourceLength(s, nLen);
     if (n == 0)
         return;
     // The text may lie in the block, which moves when it grows.
@@ -264,7 +256,7 @@ void COrvLongAStr::Append(const WCHAR* s, unsigned nLen)
     const unsigned nBefore = Length();
     try
     {
-        for (std::size_t nRest = LengthOf(s, nLen); nRest != 0;)
+        for (std::size_t nRest = OCT::SourceLength(s, nLen); nRest != 0;)
         {
             std::size_t n = std::min(nRest, nPiece);
             if (n < nRest && (s[n - 1] & 0xFC00) == 0xD800)
@@ -347,7 +339,7 @@ void COrvLongAStr::AppendHex(char c)
 /// Keeps the block. The text may lie in it.
 COrvLongAStr& COrvLongAStr::operator=(const char* s)
 {
-    const std::size_t n = LengthOf(s, 0);
+    const std::size_t n = OCT::SourceLength(s, 0);
     if (n == 0)
         return Clear(), *this;
     if (n > Length())

@@ -143,7 +143,7 @@ COrvSQLStr& COrvSQLStr::AppendStrCol(const WCHAR* s, unsigned nMaxLen)
 
 COrvSQLStr& COrvSQLStr::AppendLiteral(const WCHAR* s, unsigned nMaxLen, bool bUnicode)
 {
-    const std::size_t n = s == nullptr ? 0 : nMaxLen != 0 ? OCT::TextLength(s, nMaxLen) : OCT::TextLength(s);
+    const std::size_t n = OCT::SourceLength(s, nMaxLen);
     const std::uint64_t nMore = bUnicode + 2 + std::uint64_t{n};
     // A builder with room for nothing but quotes need not know how many there are.
     const std::uint64_t nQuotes = HasRoom(Length() + nMore + n) ? n : OCT::CountQuotes(s, n);

@@ -5,7 +5,6 @@
 #include "strings/textlen.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -22,25 +21,6 @@ int AnsiToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDes
 int Utf8ToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
 {
     return UTF8ToUnicodeEx(pFrom, pTo, pDest, cchDest);
-}
-
-/// Units of \p s up to its terminator, at most \p nLen unless that is 0; a null
-/// \p s has none.
-unsigned SourceLength(const WCHAR* s, unsigned nLen)
-{
-    if (s == nullptr)
-        return 0;
-    return static_cast<unsigned>(nLen != 0 ? OCT::TextLength(s, nLen) : OCT::TextLength(s));
-}
-
-unsigned SourceLength(const char* s, unsigned nLen)
-{
-    if (s == nullptr)
-        return 0;
-    if (nLen == 0)
-        return static_cast<unsigned>(std::strlen(s));
-    const void* const pEnd = std::memchr(s, 0, nLen);
-    return pEnd != nullptr ? static_cast<unsigned>(static_cast<const char*>(pEnd) - s) : nLen;
 }
 
 int CompareText(const WCHAR* a, const WCHAR* b, DWORD dwFlags)
@@ -214,7 +194,7 @@ void COrvStr::CopyForeign(const WCHAR* s)
 void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
 {
     const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
-    const unsigned nCount = SourceLength(s, nLen);
+    const std::size_t nCount = OCT::SourceLength(s, nLen);
     const std::uint64_t nOld = bKeep ? GetLength() : 0;
     if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
         return;
@@ -225,11 +205,12 @@ void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
 void COrvStr::TakeConverted(const char* s, unsigned nLen, bool bKeep, Converter pfnConvert)
 {
     const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
-    const unsigned nCount = SourceLength(s, nLen);
+    const std::size_t nCount = OCT::SourceLength(s, nLen);
     const std::uint64_t nOld = bKeep ? GetLength() : 0;
     if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
         return;
-    const int nWritten = nCount != 0 ? pfnConvert(s, s + nCount, m_pStr + nOld, nCount + 1) : 0;
+    const auto cchRoom = static_cast<unsigned>(nCount + 1); // the buffer has no more than 2^31 units
+    const int nWritten = nCount != 0 ? pfnConvert(s, s + nCount, m_pStr + nOld, cchRoom) : 0;
     OCT::EndStr(m_pStr, nOld + static_cast<unsigned>(nWritten));
 }
 
@@ -252,7 +233,7 @@ void COrvStr::Share(WCHAR* pStr)
 
 unsigned COrvStr::GetLength() const
 {
-    return m_bOwn ? ORVS_GetStrLen(m_pStr) : SourceLength(m_pStr, 0);
+    return m_bOwn ? ORVS_GetStrLen(m_pStr) : static_cast<unsigned>(OCT::SourceLength(m_pStr, 0));
 }
 
 void COrvStr::Copy(const WCHAR* s, unsigned nLen)

@@ -31,6 +31,15 @@ inline std::size_t TextLength(const char* s, std::size_t nMax) noexcept
     return pZero != nullptr ? static_cast<std::size_t>(static_cast<const char*>(pZero) - s) : nMax;
 }
 
+/// What a caller's \p s and \p nLen stand for: nothing for null, the whole text for 0, else at most \p nLen.
+template <class Char>
+std::size_t SourceLength(const Char* s, unsigned nLen) noexcept
+{
+    if (s == nullptr)
+        return 0;
+    return nLen != 0 ? TextLength(s, nLen) : TextLength(s);
+}
+
 } // namespace OCT
 
 /// Copies at most \p nCch - 1 code units, always terminates, and returns the number copied. Null or empty
