@@ -120,6 +120,28 @@ const CDialect* FindDialectOfServer(std::string_view sServer)
     return nullptr;
 }
 
+void BuildCountStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr& sLog,
+                         const CPackageEvent& event)
+{
+    sql = ORVTEXT("SELECT COUNT(*) FROM package_event WHERE log_name = ");
+    dialect.m_pfnBindText(sql, sLog);
+    sql& ORVTEXT(" AND event_time = ") & SQLORVTIME{event.m_Time.GetOrvTime()} &
+        ORVTEXT(" AND event_order = ") & event.m_nOrder;
+    const struct
+    {
+        const WCHAR* m_sColumn;
+        const COrvStr& m_sText;
+    } columns[] = {{ORVTEXT(" AND action = "), event.m_sAction},
+                   {ORVTEXT(" AND state = "), event.m_sState},
+                   {ORVTEXT(" AND package = "), event.m_sPackage},
+                   {ORVTEXT(" AND version_to = "), event.m_sVersionTo}};
+    for (const auto& column : columns)
+    {
+        sql& column.m_sColumn;
+        dialect.m_pfnBindText(sql, column.m_sText);
+    }
+}
+
 void BuildStoreStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr& sLog,
                          const CPackageEvent& event)
 {

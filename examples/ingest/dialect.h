@@ -37,3 +37,7 @@ const CDialect* FindDialectOfServer(std::string_view sServer);
 /// Stores one event of a log. The log's name, the time and the order within that second are the key.
 void BuildStoreStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr& sLog,
                          const CPackageEvent& event);
+
+/// Counts the events in the place of this one that are this one: none when another one has it.
+void BuildCountStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr& sLog,
+                         const CPackageEvent& event);

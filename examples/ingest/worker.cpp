@@ -51,6 +51,7 @@ void CWorker::Store(const CBatch& batch)
 
 void CWorker::Build(const CBatch& batch)
 {
+    m_pBatch = &batch;
     while (m_Statements.GetCount() < batch.size())
         m_Statements.Add(COrvSQLStr());
     m_Done.resize(batch.size());
@@ -64,9 +65,32 @@ CWorker::CDone CWorker::Execute(std::size_t i)
     const CClock::time_point start = CClock::now();
     CDone done;
     done.m_Outcome = m_Session.Execute(m_Statements[static_cast<unsigned>(i)]);
+    if (done.m_Outcome.m_bOk && done.m_Outcome.m_nRows == 0)
+        CheckPlace((*m_pBatch)[i], done.m_Outcome);
     const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(CClock::now() - start);
     done.m_iElapsedMs = static_cast<int>(elapsed.count());
     return done;
+}
+
+/// Nothing was stored, since the event's place is taken: by that event, or, as with two machines' logs of one
+/// name, by another one, which must not pass for it.
+void CWorker::CheckPlace(const CPackageEvent& event, CSqlOutcome& outcome)
+{
+    COrvSQLStr sql;
+    BuildCountStatement(sql, m_Session.Dialect(), m_Run.m_sLogName, event);
+    bool bThere = false;
+    const CSqlOutcome counted =
+        m_Session.Query(sql, 1, [&](const std::vector<COrvStr>& row) { bThere = row[0] != ORVTEXT("0"); });
+    if (!counted.m_bOk)
+        outcome = counted;
+    else if (!bThere)
+    {
+        constexpr const char* c_sReason =
+            "another event is stored in this place: is it another log of that name?";
+        outcome.m_bOk = false;
+        outcome.m_sState = "23000";
+        outcome.m_sMessage.m_sNarrow = c_sReason;
+    }
 }
 
 /// Whether a failure lies with the statement or the connection: a driver's codes are not asked alone.

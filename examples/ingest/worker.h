@@ -71,6 +71,7 @@ private:
     EResult TryAlone(std::size_t i);
     bool IsWorthAnotherSession();
     CDone Execute(std::size_t i);
+    void CheckPlace(const CPackageEvent& event, CSqlOutcome& outcome);
     EResult Judge(const CSqlOutcome& outcome);
     void Record(std::size_t i, const CDone& done, std::size_t nLine);
     bool Reconnect();
@@ -78,6 +79,7 @@ private:
     CRun& m_Run;
     CSession& m_Session;
     COrvLog m_Log;
-    COrvSQLStrArray m_Statements;
+    const CBatch* m_pBatch = nullptr; ///< being stored
+    COrvSQLStrArray m_Statements;     ///< of its events
     std::vector<CDone> m_Done;
 };

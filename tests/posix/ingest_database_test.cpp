@@ -71,6 +71,17 @@ TEST_F(IngestDatabaseTest, AnEventIsStoredOnceWhateverFileItIsReadFrom)
               Sql("SELECT COUNT(*), COUNT(DISTINCT package), MAX(event_order) FROM package_event"));
 }
 
+TEST_F(IngestDatabaseTest, AnotherMachinesLogOfTheSameNameIsNotTakenForTheFirst)
+{
+    Ingest(IngestDone, Events(0, 3));
+    const auto sOutput = Ingest(IngestPartly, Events(0, 2) + Events(7, 1) + Events(3, 1));
+    EXPECT_TRUE(Has(sOutput, "another event is stored in this place"));
+    EXPECT_TRUE(Has(sOutput, Line("failed:", 1)));
+    EXPECT_TRUE(Has(sOutput, Line("already stored:", 2)));
+    EXPECT_TRUE(EachStoredOnce(4));
+    Ingest(IngestDone, Events(7, 3), {"--source", "other.log"});
+}
+
 TEST_F(IngestDatabaseTest, ADamagedArchiveGivesItsReadablePart)
 {
     WriteBytes(m_Input, Events(0, 5000));

@@ -283,5 +283,10 @@ TEST_F(IngestServerTest, TwoProcessesAndAKilledOneStoreEachEventOnce)
         EXPECT_EQ(IngestDone, second.Wait().m_iExitCode);
         EXPECT_EQ(IngestDone, third.Wait().m_iExitCode);
         EXPECT_TRUE(EachStoredOnce(server, "shared.log", 3000));
+
+        WriteBytes(m_Input, Events(0, 2) + Events(5000, 1)); // another log of that name
+        const auto sOutput = Run(IngestPartly, ServerArguments(sConnect));
+        EXPECT_TRUE(Has(sOutput, "another event is stored in this place"));
+        EXPECT_TRUE(Has(sOutput, Line("already stored:", 2)));
     });
 }
