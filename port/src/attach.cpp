@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "registryapi.h"
+#include "threadhooks.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
 
@@ -32,7 +33,11 @@ struct CAttachment
     }
     CAttachment(const CAttachment&) = delete;
     CAttachment& operator=(const CAttachment&) = delete;
-    ~CAttachment() { DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr); }
+    ~CAttachment()
+    {
+        DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr);
+        PortParkThreads();
+    }
 };
 
 const CAttachment g_attachment;

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "errnomap.h"
+#include "filedata.h"
 #include "handle.h"
 #include "utf.h"
 
@@ -11,6 +12,9 @@
 #include <string>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -21,9 +25,12 @@ namespace
 class CFile : public CPortObject
 {
 public:
-    explicit CFile(int fd) noexcept : CPortObject(EKind::File), m_fd(fd) {}
+    CFile(int fd, mode_t nMode) noexcept : CPortObject(EKind::File), m_fd(fd), m_nMode(nMode) {}
     static bool IsKind(EKind eKind) noexcept { return eKind == EKind::File; }
+    bool IsOnDisk() const noexcept { return S_ISREG(m_nMode) || S_ISBLK(m_nMode); }
+
     const int m_fd;
+    const mode_t m_nMode;
 
 private:
     ~CFile() override { ::close(m_fd); }
@@ -75,7 +82,57 @@ int AccessFlags(DWORD dwAccess)
 {
     const bool bRead = dwAccess & GENERIC_READ;
     const bool bWrite = dwAccess & GENERIC_WRITE;
-    return bRead && bWrite ? O_RDWR : bWrite ? O_WRONLY : O_RDONLY;
+    return bRead && bWrite ? O_RDWR : bWrite ? O_WRONLY : bRead ? O_RDONLY : O_PATH;
+}
+
+// Waits until a pipe or terminal takes more.
+bool WaitForRoom(int fd) noexcept
+{
+    pollfd look{fd, POLLOUT, 0};
+    return ::poll(&look, 1, -1) > 0 || errno == EINTR;
+}
+
+// A pipe whose reader has gone raises a signal that ends the process, unless it is held back until it can be
+// taken away.
+class CPipeSignalGuard
+{
+public:
+    CPipeSignalGuard() noexcept
+    {
+        sigemptyset(&m_pipe);
+        sigaddset(&m_pipe, SIGPIPE);
+        sigset_t pending;
+        m_bPending = sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &m_pipe, &m_former);
+    }
+    CPipeSignalGuard(const CPipeSignalGuard&) = delete;
+    CPipeSignalGuard& operator=(const CPipeSignalGuard&) = delete;
+    ~CPipeSignalGuard()
+    {
+        const int nErrno = errno;
+        const timespec none{};
+        if (!m_bPending)
+            sigtimedwait(&m_pipe, nullptr, &none);
+        pthread_sigmask(SIG_SETMASK, &m_former, nullptr);
+        errno = nErrno;
+    }
+
+private:
+    sigset_t m_pipe;
+    sigset_t m_former;
+    bool m_bPending;
+};
+
+// One write of what is left to a pipe or terminal.
+ssize_t WriteToStream(int fd, const char* pData, std::size_t nBytes) noexcept
+{
+    const CPipeSignalGuard guard;
+    for (;;)
+    {
+        const ssize_t nDone = ::write(fd, pData, nBytes);
+        if (nDone >= 0 || (errno != EINTR && (errno != EAGAIN || !WaitForRoom(fd))))
+            return nDone;
+    }
 }
 
 // One write of what is left, retried when a signal interrupts it. At the end of the file when asked to, in
@@ -121,17 +178,21 @@ HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
                    HANDLE) noexcept
 try
 {
-    if (dwCreationDisposition != OPEN_ALWAYS)
+    if (dwCreationDisposition != OPEN_ALWAYS && dwCreationDisposition != OPEN_EXISTING)
     {
         SetLastError(ERROR_INVALID_PARAMETER);
         return INVALID_HANDLE_VALUE;
     }
     const std::string sPath = PortPath(lpFileName);
     const bool bInherit = lpSecurityAttributes && lpSecurityAttributes->bInheritHandle;
-    bool bExisted;
-    const int fd =
-        OpenOrCreate(sPath, AccessFlags(dwDesiredAccess) | O_NOCTTY | (bInherit ? 0 : O_CLOEXEC), bExisted);
-    struct stat st;
+    // Opening a pipe does not wait for its reader.
+    const int nFlags = AccessFlags(dwDesiredAccess) | O_NOCTTY | O_NONBLOCK | (bInherit ? 0 : O_CLOEXEC);
+    bool bExisted = true;
+    const int fd = dwCreationDisposition == OPEN_EXISTING ? OpenRetrying(sPath, nFlags)
+                                                          : OpenOrCreate(sPath, nFlags, bExisted);
+    struct stat st
+    {
+    };
     if (fd >= 0 && ::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode))
     {
         ::close(fd);
@@ -143,14 +204,15 @@ try
         FailForPath(sPath);
         return INVALID_HANDLE_VALUE;
     }
-    CFile* pFile = new (std::nothrow) CFile(fd);
+    CFile* pFile = new (std::nothrow) CFile(fd, st.st_mode);
     if (!pFile)
     {
         ::close(fd);
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return INVALID_HANDLE_VALUE;
     }
-    SetLastError(bExisted ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    const bool bTells = dwCreationDisposition == OPEN_ALWAYS && bExisted;
+    SetLastError(bTells ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return static_cast<CPortObject*>(pFile);
 }
 catch (const std::bad_alloc&)
@@ -173,8 +235,10 @@ BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDW
         return PortFail();
     while (nWritten < nNumberOfBytesToWrite)
     {
-        const ssize_t nDone = WriteSome(pFile->m_fd, static_cast<const char*>(lpBuffer) + nWritten,
-                                        nNumberOfBytesToWrite - nWritten, bAppend);
+        const char* pData = static_cast<const char*>(lpBuffer) + nWritten;
+        const DWORD nLeft = nNumberOfBytesToWrite - nWritten;
+        const ssize_t nDone = pFile->IsOnDisk() ? WriteSome(pFile->m_fd, pData, nLeft, bAppend)
+                                                : WriteToStream(pFile->m_fd, pData, nLeft);
         if (nDone < 0)
             return PortFail();
         nWritten += static_cast<DWORD>(nDone);
@@ -209,7 +273,51 @@ BOOL FlushFileBuffers(HANDLE hFile) noexcept
     const CFile* pFile = CPortObject::Of<CFile>(hFile);
     if (!pFile)
         return FALSE;
-    return ::fdatasync(pFile->m_fd) == 0 ? TRUE : PortFail();
+    // A pipe or terminal keeps nothing that could be lost.
+    return !pFile->IsOnDisk() || ::fdatasync(pFile->m_fd) == 0 ? TRUE : PortFail();
+}
+
+BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
+              LPOVERLAPPED) noexcept
+{
+    *lpNumberOfBytesRead = 0;
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    if (!pFile)
+        return FALSE;
+    ssize_t nDone;
+    do
+        nDone = ::read(pFile->m_fd, lpBuffer, nNumberOfBytesToRead);
+    while (nDone < 0 && errno == EINTR);
+    if (nDone < 0)
+        return PortFail();
+    *lpNumberOfBytesRead = static_cast<DWORD>(nDone);
+    return TRUE;
+}
+
+DWORD GetFileType(HANDLE hFile) noexcept
+{
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    if (!pFile)
+        return 0;
+    SetLastError(NO_ERROR);
+    return pFile->IsOnDisk() ? FILE_TYPE_DISK : S_ISCHR(pFile->m_nMode) ? FILE_TYPE_CHAR : FILE_TYPE_PIPE;
+}
+
+BOOL GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFileInformation) noexcept
+{
+    const CFile* pFile = CPortObject::Of<CFile>(hFile);
+    struct stat st;
+    if (!pFile)
+        return FALSE;
+    if (::fstat(pFile->m_fd, &st) != 0)
+        return PortFail();
+    *lpFileInformation = {};
+    PortFillFileData(*lpFileInformation, st);
+    lpFileInformation->dwVolumeSerialNumber = static_cast<DWORD>(st.st_dev ^ st.st_dev >> 32);
+    lpFileInformation->nNumberOfLinks = static_cast<DWORD>(st.st_nlink);
+    lpFileInformation->nFileIndexHigh = static_cast<DWORD>(st.st_ino >> 32);
+    lpFileInformation->nFileIndexLow = static_cast<DWORD>(st.st_ino);
+    return TRUE;
 }
 
 BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES) noexcept

@@ -12,6 +12,7 @@ public:
     enum class EKind
     {
         File,
+        Find,
         Event,
         Thread,
         Process

@@ -3,14 +3,19 @@
 
 #include "errnomap.h"
 #include "forkhooks.h"
+#include "threadhooks.h"
 #include "wait.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <new>
+#include <string_view>
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,6 +24,77 @@ namespace
 
 __thread DWORD t_dwThreadId;
 std::atomic<DWORD> g_dwProcessId{0};
+
+class CThread;
+constinit std::atomic<CThread*> g_pAbandoned{nullptr};
+
+// The library's threads leave the program's signals to the program's own threads. They take what a fault of
+// their own raises, and what parks them.
+class CThreadSignals
+{
+public:
+    CThreadSignals() noexcept
+    {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        for (const int nSignal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
+            sigdelset(&blocked, nSignal);
+        for (int nSignal = SIGRTMIN; nSignal <= SIGRTMAX; ++nSignal)
+            sigdelset(&blocked, nSignal);
+        pthread_sigmask(SIG_SETMASK, &blocked, &m_former);
+    }
+    CThreadSignals(const CThreadSignals&) = delete;
+    CThreadSignals& operator=(const CThreadSignals&) = delete;
+    ~CThreadSignals() { pthread_sigmask(SIG_SETMASK, &m_former, nullptr); }
+
+private:
+    sigset_t m_former;
+};
+
+// Whether a thread runs, as the kernel says; false when it sleeps in the kernel, or has ended.
+bool IsRunning(DWORD dwThreadId) noexcept
+{
+    char sText[64];
+    std::snprintf(sText, sizeof sText, "/proc/self/task/%u/stat", dwThreadId);
+    const int fd = ::open(sText, O_RDONLY | O_CLOEXEC);
+    const ssize_t nLength = fd >= 0 ? ::read(fd, sText, sizeof sText - 1) : 0;
+    if (fd >= 0)
+        ::close(fd);
+    const std::string_view sStat(sText, nLength > 0 ? static_cast<std::size_t>(nLength) : 0);
+    const std::size_t nName = sStat.rfind(')');
+    return nName != sStat.npos && sStat.substr(nName).starts_with(") R");
+}
+
+// A signal that nobody uses; 0 when there is none.
+int UnusedSignal() noexcept
+{
+    for (int nSignal = SIGRTMAX - 1; nSignal > SIGRTMIN; --nSignal)
+    {
+        struct sigaction action;
+        if (sigaction(nSignal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
+            return nSignal;
+    }
+    return 0;
+}
+
+// Makes a thread sleep for good in the C library, which stays when this one goes: a signal whose handler is
+// pause(), during which every other signal is held back. A thread that waits for a disk meets it on its way
+// out of the kernel, before it comes to the code that called.
+void Park(pthread_t thread, DWORD dwThreadId) noexcept
+{
+    const int nSignal = UnusedSignal();
+    struct sigaction action
+    {
+    };
+    action.sa_handler = reinterpret_cast<void (*)(int)>(reinterpret_cast<void*>(&::pause));
+    sigfillset(&action.sa_mask);
+    if (nSignal == 0 || sigaction(nSignal, &action, nullptr) != 0 || pthread_kill(thread, nSignal) != 0)
+        return;
+    const timespec moment{0, 1'000'000};
+    do
+        nanosleep(&moment, nullptr);
+    while (IsRunning(dwThreadId));
+}
 
 // Owned by its handle and by the running thread together, so that either may go first.
 class CThread : public CWaitable
@@ -37,6 +113,7 @@ public:
         if (nStackSize != 0)
             pthread_attr_setstacksize(&attributes, std::max<std::size_t>(nStackSize, PTHREAD_STACK_MIN));
         AddRef();
+        const CThreadSignals signals;
         const int nError = pthread_create(&m_thread, &attributes, Run, this);
         pthread_attr_destroy(&attributes);
         if (nError != 0)
@@ -55,7 +132,7 @@ public:
         if (!m_dwExitCode.compare_exchange_strong(dwActive, dwExitCode))
             return false;
         if (bAbandoned)
-            Reap([](pthread_t thread) { pthread_detach(thread); });
+            Reap([this](pthread_t) { Abandon(); });
         Signal();
         return true;
     }
@@ -67,6 +144,16 @@ public:
         m_dwId.wait(0);
         return m_dwId;
     }
+
+    // Under an abandoned thread the code is about to go away.
+    void Leave() noexcept
+    {
+        if (m_bReturned.load(std::memory_order_acquire))
+            pthread_join(m_thread, nullptr);
+        else
+            Park(m_thread, m_dwId);
+    }
+    CThread* NextAbandoned() const noexcept { return m_pNextAbandoned; }
 
     // The thread's function has returned; wait for its last instructions, which lie in this module.
     void OnWaited() noexcept override
@@ -87,12 +174,23 @@ private:
             how(m_thread);
     }
 
+    // Stays listed, with a reference, until the library is unloaded.
+    void Abandon() noexcept
+    {
+        AddRef();
+        m_pNextAbandoned = g_pAbandoned.load(std::memory_order_relaxed);
+        while (!g_pAbandoned.compare_exchange_weak(m_pNextAbandoned, this, std::memory_order_acq_rel))
+        {
+        }
+    }
+
     static void* Run(void* p) noexcept
     {
         auto* pThread = static_cast<CThread*>(p);
         pThread->m_dwId = GetCurrentThreadId();
         pThread->m_dwId.notify_all();
         pThread->End(pThread->m_start(pThread->m_pArgument), false);
+        pThread->m_bReturned.store(true, std::memory_order_release);
         pThread->Release();
         return nullptr;
     }
@@ -103,6 +201,8 @@ private:
     std::atomic<DWORD> m_dwId{0};
     std::atomic<DWORD> m_dwExitCode{STILL_ACTIVE};
     std::atomic<bool> m_bReaped{false};
+    std::atomic<bool> m_bReturned{false};
+    CThread* m_pNextAbandoned = nullptr;
 };
 
 } // namespace
@@ -140,7 +240,7 @@ BOOL GetExitCodeThread(HANDLE hThread, LPDWORD lpExitCode) noexcept
 BOOL TerminateThread(HANDLE hThread, DWORD dwExitCode) noexcept
 {
     // A thread cannot be ended from outside without losing what it holds. It is left alone and counts as
-    // ended.
+    // ended; it is stopped when its code goes away.
     CThread* pThread = CPortObject::Of<CThread>(hThread);
     if (pThread)
         pThread->End(dwExitCode, true);
@@ -165,8 +265,15 @@ DWORD GetCurrentProcessId() noexcept
     return dwId;
 }
 
+void PortParkThreads() noexcept
+{
+    for (CThread* p = g_pAbandoned.exchange(nullptr); p; p = p->NextAbandoned())
+        p->Leave();
+}
+
 void PortForgetThreadIds() noexcept
 {
+    g_pAbandoned.store(nullptr, std::memory_order_relaxed); // the parent's
     t_dwThreadId = 0;
     g_dwProcessId.store(0, std::memory_order_relaxed);
 }

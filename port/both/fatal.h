@@ -1,0 +1,11 @@
+// What has no Win32 name of its own: both port/src and port/windows supply it.
+#pragma once
+
+/// Is told in one line what ends the process, on the thread where it happens, which may hold any lock.
+using PortFatalHandler = void (*)(const char* sWhat) noexcept;
+
+/// From now on abort and what ends the process by the system's decision call the handler first: fatal signals,
+/// on Windows exceptions that nobody handles. Then the former handlers have their turn. Not called twice
+/// without the other between.
+void PortCatchFatal(PortFatalHandler pfnHandler) noexcept;
+void PortLeaveFatal() noexcept;

@@ -1,0 +1,5 @@
+// What the library's end asks of its threads.
+#pragma once
+
+/// Stops the threads that TerminateThread abandoned: their code is about to be unmapped.
+void PortParkThreads() noexcept;

@@ -1,0 +1,6 @@
+#include "textviewer.h"
+
+const WCHAR* PortTextViewer() noexcept
+{
+    return L"notepad.exe";
+}
