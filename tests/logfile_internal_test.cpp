@@ -1,4 +1,4 @@
-#include "log/logwriter.h"
+#include "log/loghandler.h"
 #include "orvcomtypes/lqsettings.h"
 #include "support/report_capture.h"
 #include "support/test_log.h"
@@ -40,6 +40,13 @@ std::filesystem::path NameFor(const Text& sFormat)
     return std::filesystem::path(TextOf(sName)).make_preferred();
 }
 
+CLogText FormatOf(const std::string& sFormat)
+{
+    return std::filesystem::path(sFormat).string<WCHAR>();
+}
+
+CLogFileOptions g_options;
+
 void PushLine(CLogQueue& queue, const std::string& sText)
 {
     queue.Push(CLogMessage::Create(sText.data(), static_cast<std::uint32_t>(sText.size())));
@@ -48,6 +55,7 @@ void PushLine(CLogQueue& queue, const std::string& sText)
 using LogFileName = CLogTest;
 using LogFile = CLogTest;
 using LogWriter = CLogTest;
+using LogHandler = CLogTest;
 
 } // namespace
 
@@ -138,16 +146,16 @@ TEST_F(LogFile, ChangesWithItsPeriod)
     for (const auto& c : cases)
     {
         const CTempDir dir;
-        CLogFile file(COrvStr((c.m_sPeriod + (dir / "app.txt").string()).c_str()));
+        CLogFile file(FormatOf(c.m_sPeriod + (dir / "app.txt").string()), g_options);
         for (const char* sTime : {c.m_sFirst, c.m_sSecond})
         {
             SetClock(sTime);
             ASSERT_TRUE(file.Prepare());
-            EXPECT_EQ(1u, file.Write("x", 1));
+            EXPECT_EQ(2u, file.Write("x\n", 2));
         }
         file.Close();
-        const auto last = ReadBytes(static_cast<const WCHAR*>(file.Name()));
-        EXPECT_EQ(c.m_bChanges ? "x" : "xx", last)
+        const auto last = ReadBytes(file.Name());
+        EXPECT_EQ(c.m_bChanges ? "x\n" : "x\nx\n", last)
             << c.m_sPeriod << " from " << c.m_sFirst << " to " << c.m_sSecond;
     }
 }
@@ -155,12 +163,12 @@ TEST_F(LogFile, ChangesWithItsPeriod)
 TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)
 {
     SetClock("2026-03-01 07:08:09");
-    CLogFile file(COrvStr((ORVTEXT("#AN") + m_sFile).c_str()));
+    CLogFile file(ORVTEXT("#AN") + m_sFile, g_options);
     ASSERT_TRUE(file.Prepare());
     file.Close();
     SetClock("2026-03-05 10:11:12");
     ASSERT_TRUE(file.Prepare());
-    EXPECT_TRUE(TextOf(file.Name()).ends_with(ORVTEXT("test_260301_070809.txt")));
+    EXPECT_TRUE(file.Name().ends_with(ORVTEXT("test_260301_070809.txt")));
 }
 
 // ---- Lines into the file ----
@@ -201,8 +209,10 @@ TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)
 
 TEST_F(LogWriter, BatchesBeyondTheBufferAreWhole)
 {
-    CLogWriter writer(COrvStr(m_sFile.c_str()));
+    CLogWriter writer(m_sFile, g_options);
     CLogQueue lines;
+    CLogLoss untold;
+    CLogLoss lost;
     std::string sExpected;
     // Lines do not end where the buffer does; the last one alone exceeds it.
     for (int i = 0; i < 61; ++i)
@@ -211,20 +221,24 @@ TEST_F(LogWriter, BatchesBeyondTheBufferAreWhole)
         PushLine(lines, sLine);
         sExpected += sLine;
     }
-    EXPECT_TRUE(writer.Flush(lines));
-    EXPECT_FALSE(writer.HasBacklog());
+    EXPECT_TRUE(writer.Flush(lines, untold, lost));
+    EXPECT_TRUE(lines.IsEmpty());
     EXPECT_TRUE(sExpected == ReadBytes(m_file));
 }
 
 TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)
 {
     ORV_SKIP_WINE("finds the end of a file and writes there in two steps");
+    CLogWriter writers[2] = {{m_sFile, g_options}, {m_sFile, g_options}};
+    for (CLogWriter& writer : writers)
+        ASSERT_TRUE(writer.File().Prepare());
     const auto Write = [&](char c) {
-        CLogWriter writer(COrvStr(m_sFile.c_str()));
+        CLogWriter& writer = writers[c - 'a'];
         CLogQueue lines;
+        CLogLoss untold;
         for (int i = 0; i < 200; ++i)
             PushLine(lines, std::string(99990, c) + '\n');
-        EXPECT_TRUE(writer.Write(lines));
+        EXPECT_TRUE(writer.Write(lines, untold));
     };
     std::thread other(Write, 'a');
     Write('b');
@@ -234,4 +248,31 @@ TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)
     for (std::string sLine; std::getline(text, sLine); ++nLines)
         ASSERT_EQ(std::string(99990, sLine[0]), sLine);
     EXPECT_EQ(400, nLines);
+}
+
+// ---- The handler ----
+
+TEST_F(LogHandler, DoneEventTellsThatItsLineIsWritten)
+{
+    const auto IsSet = [](HANDLE h) { return WaitForSingleObject(h, 0) == WAIT_OBJECT_0; };
+    const HANDLE hFirst = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE hSecond = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    WriteBytes(m_dir / "sub", ""); // where the folder is to be
+    const auto file = m_dir / "sub" / "late.txt";
+    CLogFileInnerHandler handler(file.string<WCHAR>().c_str());
+    handler.Write("1\n", 0, hFirst);
+    EXPECT_FALSE(handler.WaitUntilDone(60000, true)) << "one try";
+    EXPECT_FALSE(IsSet(hFirst));
+    handler.Write(nullptr, 0, hSecond);
+    EXPECT_TRUE(IsSet(hSecond)) << "while another one is pending";
+    std::filesystem::remove(m_dir / "sub");
+    handler.Wake();
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hFirst, 60000));
+    EXPECT_EQ("1\n", ReadBytes(file));
+    EXPECT_TRUE(handler.BeginStop());
+    handler.FinishStop(GetTickCount() + 60000, false);
+    handler.Write("2\n", 0, nullptr);
+    EXPECT_EQ("1\n", ReadBytes(file));
+    CloseHandle(hFirst);
+    CloseHandle(hSecond);
 }

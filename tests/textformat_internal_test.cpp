@@ -23,7 +23,7 @@ std::string PrintAs(const char* sPrinted, const char* sOwn, ...)
     char buffer[256];
     va_list args;
     va_start(args, sOwn);
-    OCT::CFormatArgs<char> fetched(sOwn, args);
+    OCT::CFetchedArgs<char> fetched(sOwn, args);
     va_end(args);
     OCT::CFormatSink<char> sink(buffer, sizeof(buffer));
     OCT::FormatText(sink, sPrinted, fetched);
@@ -103,19 +103,19 @@ TEST(TextFormat, ConversionsWithoutAnArgumentOfTheirTypePrintNothing)
     EXPECT_EQ("[][5]", PrintAs("[%S][%d]", "%d", 5));
 }
 
-TEST(TextFormat, ArgumentsBeyondTheLastThatIsFetchedPrintNothing)
+TEST(TextFormat, NoCutSplitsACharacter)
 {
-    std::string sFormat, sExpected;
-    for (int i = 0; i < 70; ++i)
-    {
-        sFormat += "%d";
-        sExpected += i < 62 ? std::to_string(i % 10) : ""; // of 64 a conversion may need three
-    }
-    const auto PrintAll = [&]<int... i>(std::integer_sequence<int, i...>)
-    {
-        return Print(sFormat.c_str(), i % 10 ...);
-    };
-    EXPECT_EQ(sExpected, PrintAll(std::make_integer_sequence<int, 70>()));
+    const WCHAR* const sPair = ORVTEXT("a\U0001F600");
+    EXPECT_EQ(1u, OCT::WholeCharacters(sPair, 2, CP_ACP));
+    EXPECT_EQ(3u, OCT::WholeCharacters(sPair, 3, CP_ACP));
+    const char* const sUtf8 = "aaaa\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80";
+    const std::size_t whole[] = {0, 1, 2, 3, 4, 4, 6, 6, 6, 9, 9, 9, 9, 13};
+    for (std::size_t i = 0; i < std::size(whole); ++i)
+        EXPECT_EQ(whole[i], OCT::WholeCharacters(sUtf8, i, CP_UTF8)) << i;
+    const char* const sShiftJis = "a\x93\xFA\x96\x7B";
+    EXPECT_EQ(1u, OCT::WholeCharacters(sShiftJis, 2, 932));
+    EXPECT_EQ(3u, OCT::WholeCharacters(sShiftJis, 4, 932));
+    EXPECT_EQ(5u, OCT::WholeCharacters(sShiftJis, 5, 932));
 }
 
 TEST(TextFormat, CutsAtTheCapacityAndSaysSo)

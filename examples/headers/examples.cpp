@@ -125,6 +125,18 @@ void Logs(const WCHAR* sFile, unsigned nRead, unsigned nRows)
 #include "orvlog.inc"
 }
 
+void BadEnds()
+{
+#include "logcrash.inc"
+}
+
+const char* ReadFormat();
+
+void Formats(const COrvLog& log, unsigned nRead, unsigned nRows, const char (&sBuffer)[100])
+{
+#include "formatcheck.inc"
+}
+
 void Exceptions(HINSTANCE hResources)
 {
 #include "lqexcept.inc"

@@ -2,9 +2,17 @@
 ///
 /// A log is a set of option bits, a short prefix and a reference to the handler of one file. Any number of
 /// logs may share a file: there is one handler for each file-name format. A call builds its line on the stack
-/// and queues it; the handler's own thread opens, writes, flushes and switches the file. Calls never wait for
-/// the disk, never throw and report no failure: lines that cannot be written yet (full disk, missing folder)
-/// are kept and written when that has become possible.
+/// and queues it; the handler's own thread opens, writes, flushes and switches the file. Calls do not wait
+/// for the disk (but see `SetFlushLevel`), never throw and report no failure.
+///
+/// Lines that cannot be written yet (full disk, missing folder, no handle) wait in memory, up to a limit
+/// (`lqfMaxWaiting`); beyond it lines are dropped, errors last. Whatever is dropped, or may not have come to
+/// the disk, is counted (`GetLostLines`) and told in the file, in front of the next line:
+///
+///   =W> 261112_213005 Lost log lines: 3 (210 bytes), logged between 261112_212950 and 261112_213004
+///
+/// A file that was deleted, renamed or replaced is made again at the next flush, with its folders. A log may
+/// be linked to a pipe or terminal, such as /dev/stdout. What a crash left of a line is ended first.
 ///
 /// A line reads
 ///
@@ -13,8 +21,10 @@
 /// level mark, prefix, local date and time, thread id (option 0x4000), position from `SetFL`, HRESULT; each
 /// of these only where there is one. All of that stands in front of the caller's format and is formatted with
 /// it: "%" in a prefix is a conversion. One that finds no argument of its type prints nothing. Formats are in
-/// the dialect of Windows on every target: `%s` narrow text, `%S` wide text, `%ld` 32 bits, `%I64d` 64 bits.
-/// Further lines of a message begin with a tab.
+/// the dialect of Windows on every target (formatcheck.h): `%s` narrow text, `%S` wide text, `%ld` 32 bits,
+/// `%I64d` 64 bits. Further lines of a message begin with a tab. No text can pass for a line of its own or
+/// move a terminal's cursor: control characters other than tabs and line breaks show as `\x1B`, in lines and
+/// in statements; only `LogRaw` writes what it is given.
 ///
 /// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one, and
 ///   releasing any of them gives that one back: the others fall silent.
@@ -26,7 +36,8 @@
 ///   "CLogFileHandlerList::AddFileHandler", "sBuffer == nullptr || STRISEMPTY(sFileNameFormat)" and
 ///   "hr == S_OK" (no data folder) from "CreateLogFileName", "p == nullptr" (a name without any folder) from
 ///   "CreateDirRecursive". Failures of the file go to the debugger output.
-/// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023.
+/// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023, between
+///   characters.
 ///
 ///     COrvLog log;
 ///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors, ORVTEXT("Imp"));
@@ -44,12 +55,15 @@
 /// whole.
 #pragma once
 
+#include "orvcomtypes/formatcheck.h"
 #include "orvcomtypes/midintarray.h"
 #include "orvcomtypes/orvstr.h"
 
 #include <atomic>
 #include <cstdarg>
+#include <type_traits>
 
+class CLogFileInnerHandler;
 class CLQExcept;
 struct LQComErrorData;
 
@@ -67,6 +81,15 @@ enum LQLogOption : unsigned
     lqlThreadId = 0x4000,       ///< thread id in every line
     lqlToDebugger = 0x8000,     ///< a copy of every line to the debugger; alone: to the debugger only
     lqlSQLToDebugger = 0x10000, ///< keeps the debugger copy for SQL
+};
+
+/// What can be chosen for a file.
+enum LQLogFileOption
+{
+    lqfMaxWaiting,   ///< bytes of text that may wait to be written; 64 MB at first
+    lqfMaxFileBytes, ///< a file of this size or more is followed by one with "_2", "_3" and so on in its name
+    lqfKeepFiles,    ///< so many files of the format are kept, the newest; older ones are deleted
+    lqfUTF8,         ///< 1: the file is UTF-8, whatever the ANSI code page is; narrow text is converted
 };
 
 /// What a log sees of a file. Slots in this order.
@@ -100,8 +123,10 @@ public:
     /// False when the format is empty.
     bool InitFileLog(const WCHAR* fileNameFormat, int options, const WCHAR* prefix);
     /// Options and file from the values "EventLog" and "EventDir" of a registry key, of the user or the
-    /// machine. True only when they were read there; else the log works with its defaults (0x4027, a weekly
-    /// file in the user's data folder).
+    /// machine. True only when both were read there; else the log works with a weekly file in the user's data
+    /// folder and, without "EventLog", with options 0x4027. The numbers "EventFlushLevel", "EventMaxWaiting",
+    /// "EventMaxFileSize", "EventKeepFiles" and "EventUTF8", where present, are what `SetFlushLevel` and
+    /// `SetFileOption` take.
     bool InitRegLog(const WCHAR* keyName, const WCHAR* prefix);
     void ReleaseLog();
 
@@ -120,14 +145,43 @@ public:
     /// Does nothing: the writer flushes by itself.
     void WaitFlushLog() const {}
 
+    /// Waits until everything that was queued for the file before this call is on the disk. False when that
+    /// did not happen in time, or when lines were lost since the last such call; true without a file.
+    bool Flush(DWORD milliseconds) const;
+    /// From this level on (errors, warnings, information, SQL, custom levels) a line is flushed before the
+    /// call that logs it returns; 0, as at first: none. Such a call waits while the disk works, at most 5
+    /// seconds, and does not wait for a disk that is full. Heirs and copies take the level over.
+    void SetFlushLevel(unsigned level) { m_nFlushLevel.store(level, std::memory_order_relaxed); }
+    unsigned GetFlushLevel() const { return m_nFlushLevel.load(std::memory_order_relaxed); }
+
+    /// An option of the log's file, for all logs that share it; false without a file.
+    bool SetFileOption(LQLogFileOption option, std::uint64_t value) const;
+    std::uint64_t GetFileOption(LQLogFileOption option) const;
+    /// How many lines of the file were lost since it was first opened, and their bytes.
+    std::uint64_t GetLostLines(std::uint64_t* bytes = nullptr) const;
+
     void LogErr(const WCHAR* text) const { LogSimpleStr(lqlErrors, text); }
     void LogWarn(const WCHAR* text) const { LogSimpleStr(lqlWarnings, text); }
     void LogInf(const WCHAR* text) const { LogSimpleStr(lqlInformation, text); }
     void LogCust(int level, const WCHAR* text) const { LogSimpleStr(static_cast<unsigned>(level), text); }
     void LogSimpleStr(unsigned level, const char* text) const;
     void LogSimpleStr(unsigned level, const WCHAR* text) const;
-    void LogOpt(unsigned level, const char* format, ...) const;
-    void LogOpt(unsigned level, LONG hr, const char* format, ...) const;
+    /// A line by a format: a literal is checked against its arguments by the compiler, other text is not (see
+    /// formatcheck.h). \p hr is shown in the line.
+    template <class... Args>
+    void LogOpt(unsigned level, OCT::CCheckedFormat<char, std::type_identity_t<Args>...> format,
+                const Args&... args) const
+    {
+        LogOpt(level, OCT::CRunTimeFormat(format.Text()), OCT::FormatArgument(args)...);
+    }
+    template <class... Args>
+    void LogOpt(unsigned level, LONG hr, OCT::CCheckedFormat<char, std::type_identity_t<Args>...> format,
+                const Args&... args) const
+    {
+        LogOpt(level, hr, OCT::CRunTimeFormat(format.Text()), OCT::FormatArgument(args)...);
+    }
+    void LogOpt(unsigned level, OCT::CRunTimeFormat format, ...) const;
+    void LogOpt(unsigned level, LONG hr, OCT::CRunTimeFormat format, ...) const;
     void LogInner(unsigned level, const LONG* phr, const char* format, va_list args) const;
 
     /// The text as it is: no level filter, no decoration.
@@ -146,17 +200,18 @@ public:
 
 private:
     friend class CSQLRecord;
-    void LogInnerAs(unsigned options, unsigned level, const LONG* phr, const char* format,
-                    va_list args) const;
-    void LogAs(unsigned options, unsigned level, const LONG* phr, const char* format, ...) const;
+    void QueueLine(unsigned options, unsigned level, const LONG* phr, const char* format, va_list args) const;
+    void Queue(const char* text, unsigned length, unsigned level) const;
     ILogFileHandler* Handler() const { return m_pHandler.load(std::memory_order_acquire); }
-    void Write(const char* text, unsigned length) const;
+    CLogFileInnerHandler* FileHandler() const;
+    UINT CodePage() const;
     void Adopt(ILogFileHandler* pHandler);
 
     std::atomic<unsigned> m_nOptions = 0;
     char m_sPrefix[64] = {};
     CMIDINTArray m_WorkerDBIds;
     std::atomic<ILogFileHandler*> m_pHandler = nullptr; ///< released while threads log at the process's end
+    std::atomic<unsigned> m_nFlushLevel = 0;
 };
 
 // ---- The process logger: one log of the library, for code that holds none. Never null; silent until
@@ -174,6 +229,10 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL LogStrRawExp(const char* text);
 /// Copies the file name, cut to \p size characters with the terminator, when size is more than 2; returns \p
 /// dest.
 ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size);
+/// Flushes all logs of the process, as `COrvLog::Flush` does one.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL FlushLogs(DWORD milliseconds);
+/// How many lines were lost in all logs since the library was loaded, and their bytes.
+ORV_EXTERN_C ORV_FUNC std::uint64_t ORVCALL GetLostLogLines(std::uint64_t* bytes);
 ORV_VALUES_BEGIN
 /// The name that a format stands for now; its folders are made. Empty when none results.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat);

@@ -4,8 +4,8 @@
 /// Is told in one line what ends the process, on the thread where it happens, which may hold any lock.
 using PortFatalHandler = void (*)(const char* sWhat) noexcept;
 
-/// From now on abort and what ends the process by the system's decision call the handler first: fatal signals,
-/// on Windows exceptions that nobody handles. Then the former handlers have their turn. Not called twice
-/// without the other between.
+/// From now on abort and what ends the process by the system's decision call the handler first: fatal
+/// signals, on Windows exceptions that nobody handles. Then the former handlers have their turn. Not called
+/// twice without the other between.
 void PortCatchFatal(PortFatalHandler pfnHandler) noexcept;
 void PortLeaveFatal() noexcept;

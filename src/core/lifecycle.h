@@ -11,6 +11,7 @@ struct CTeardownHooks
 {
     using Hook = std::atomic<void (*)()>;
 
+    Hook m_fnFlushLogs = nullptr;              ///< no log line stays in a pool
     Hook m_fnDestroySourceLocations = nullptr; ///< the log's table of source locations per thread
     Hook m_fnDestroyResourceHandler = nullptr; ///< the resource handler's global state, then this thread's
     Hook m_fnReleaseProcessLogger = nullptr;   ///< the process logger and its option word

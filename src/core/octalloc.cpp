@@ -248,6 +248,7 @@ void ClearPlexedAllocUninit() noexcept
 
 void ORVCALL UninitOrvComTypes() noexcept
 {
+    CallHook(g_TeardownHooks.m_fnFlushLogs);
     CallPlexedAllocUninit(nullptr);
     CallHook(g_TeardownHooks.m_fnDestroySourceLocations);
     if (!g_bResourceHandlerDestroyed.exchange(true))

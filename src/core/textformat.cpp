@@ -5,6 +5,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <string>
 
 namespace OCT
 {
@@ -14,21 +15,8 @@ namespace
 
 // More digits than this are not significant for any double in the sizes that logs and messages print.
 constexpr int g_nMaxPrecision = 512;
-constexpr int g_nMaxWidth = 0x10000;
 // Digits of the largest double, its point and sign, and a full precision.
 constexpr std::size_t g_nDoubleRoom = 320 + g_nMaxPrecision;
-
-template <class Char>
-bool IsOneOf(Char c, std::string_view sSet)
-{
-    return c > 0 && c < 0x80 && sSet.find(static_cast<char>(c)) != sSet.npos;
-}
-
-template <class Char>
-bool IsDigit(Char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 template <class Char>
 bool IsUpper(Char c)
@@ -111,7 +99,7 @@ void PutInteger(CFormatSink<Char>& sink, const CConversion<Char>& conversion, st
     const std::int64_t nValue = Narrowed(conversion, nArg, bSigned);
     const bool bNegative = bSigned && nValue < 0;
     const auto nMagnitude = static_cast<std::uint64_t>(nValue);
-    const bool bHex = IsOneOf(conversion.m_cType, "xX");
+    const bool bHex = conversion.m_cType == 'x' || conversion.m_cType == 'X';
     char digits[24];
     const char* const pEnd =
         PutDigitsOf(digits, bNegative ? 0 - nMagnitude : nMagnitude, static_cast<char>(conversion.m_cType));
@@ -158,7 +146,7 @@ void PutDouble(CFormatSink<Char>& sink, const CConversion<Char>& conversion, dou
     const char cType = static_cast<char>(conversion.m_cType | 0x20);
     const int nDefault = cType == 'a' ? -1 : 6;
     const int nPrecision =
-        conversion.m_nPrecision < 0 ? nDefault : std::min(conversion.m_nPrecision, g_nMaxPrecision);
+        conversion.m_nPrecision < 0 ? nDefault : (std::min)(conversion.m_nPrecision, g_nMaxPrecision);
     char digits[g_nDoubleRoom];
     char* pEnd = PutMagnitude(digits, std::fabs(dValue), cType, nPrecision);
     if (conversion.m_bAlternate && conversion.m_nPrecision == 0 && cType == 'f')
@@ -191,16 +179,16 @@ std::size_t BoundedLength(const Text* pText, std::size_t nMax)
 constexpr std::size_t g_nPiece = 128;
 
 template <class Put>
-void ForConverted(const WCHAR* pText, std::size_t nLength, Put put)
+void ForConverted(const WCHAR* pText, std::size_t nLength, UINT nCodePage, Put put)
 {
     while (nLength > 0)
     {
-        std::size_t nTaken = std::min(nLength, g_nPiece);
+        std::size_t nTaken = (std::min)(nLength, g_nPiece);
         // A pair of surrogates stays together.
         if (nTaken < nLength && (pText[nTaken - 1] & 0xFC00) == 0xD800)
             --nTaken;
         char piece[4 * g_nPiece];
-        const int nBytes = WideCharToMultiByte(CP_ACP, 0, pText, static_cast<int>(nTaken), piece,
+        const int nBytes = WideCharToMultiByte(nCodePage, 0, pText, static_cast<int>(nTaken), piece,
                                                static_cast<int>(sizeof(piece)), nullptr, nullptr);
         if (nBytes > 0)
             put(piece, static_cast<std::size_t>(nBytes));
@@ -211,28 +199,30 @@ void ForConverted(const WCHAR* pText, std::size_t nLength, Put put)
     }
 }
 
-// How many bytes the character at the start takes in the ANSI code page.
-std::size_t CharacterBytes(const char* pText, std::size_t nLength)
+// How many bytes the character at the start takes in a code page.
+std::size_t CharacterBytes(const char* pText, std::size_t nLength, UINT nCodePage)
 {
     const auto cLead = static_cast<unsigned char>(*pText);
     if (cLead < 0x80)
         return 1;
     std::size_t nBytes = 1;
-    if (GetACP() == CP_UTF8)
+    if (nCodePage == CP_UTF8)
         nBytes = cLead >= 0xF0 ? 4 : cLead >= 0xE0 ? 3 : cLead >= 0xC0 ? 2 : 1;
-    else if (IsDBCSLeadByteEx(CP_ACP, cLead))
+    else if (IsDBCSLeadByteEx(nCodePage, cLead))
         nBytes = 2;
-    return std::min(nBytes, nLength);
+    return (std::min)(nBytes, nLength);
 }
 
+// Narrow arguments are in the ANSI code page.
 template <class Put>
-void ForConverted(const char* pText, std::size_t nLength, Put put)
+void ForConverted(const char* pText, std::size_t nLength, UINT, Put put)
 {
+    const UINT nAnsi = GetACP();
     while (nLength > 0)
     {
         std::size_t nTaken = 0;
         while (nTaken < nLength && nTaken < g_nPiece - 4)
-            nTaken += CharacterBytes(pText + nTaken, nLength - nTaken);
+            nTaken += CharacterBytes(pText + nTaken, nLength - nTaken, nAnsi);
         WCHAR piece[g_nPiece];
         const int nUnits = MultiByteToWideChar(CP_ACP, 0, pText, static_cast<int>(nTaken), piece,
                                                static_cast<int>(g_nPiece));
@@ -245,17 +235,26 @@ void ForConverted(const char* pText, std::size_t nLength, Put put)
     }
 }
 
+// Calls for the pieces of a text as the sink is to get them: as they are, or converted.
+template <class Char, class Text, class Put>
+void ForPieces(const CFormatSink<Char>& sink, const Text* pText, std::size_t nLength, Put put)
+{
+    const UINT nCodePage = sink.CodePage();
+    if constexpr (!std::is_same_v<Char, Text>)
+        ForConverted(pText, nLength, nCodePage, put);
+    else if (std::is_same_v<Char, WCHAR> || nCodePage == CP_ACP)
+        put(pText, nLength);
+    else if constexpr (std::is_same_v<Char, char>)
+        ForConverted(pText, nLength, nCodePage, [&](const WCHAR* pWide, std::size_t nWide) {
+            ForConverted(pWide, nWide, nCodePage, put);
+        });
+}
+
 // Puts text of the format's width (taken as it is) or of the other (converted) into its field.
 template <class Char, class Text>
 void PutSized(CFormatSink<Char>& sink, const CConversion<Char>& conversion, const Text* pText,
               std::size_t nLength)
 {
-    const auto ForPieces = [&](auto put) {
-        if constexpr (std::is_same_v<Char, Text>)
-            put(pText, nLength);
-        else
-            ForConverted(pText, nLength, put);
-    };
     // The precision counts what is printed.
     std::size_t nLimit = conversion.m_nPrecision < 0 ? static_cast<std::size_t>(-1)
                                                      : static_cast<std::size_t>(conversion.m_nPrecision);
@@ -263,17 +262,16 @@ void PutSized(CFormatSink<Char>& sink, const CConversion<Char>& conversion, cons
     if (conversion.m_nWidth > 0)
     {
         std::size_t nPrinted = 0;
-        ForPieces([&](const Char*, std::size_t n) { nPrinted += n; });
-        nPrinted = std::min(nPrinted, nLimit);
+        ForPieces(sink, pText, nLength, [&](const Char*, std::size_t n) { nPrinted += n; });
+        nPrinted = (std::min)(nPrinted, nLimit);
         const auto nWidth = static_cast<std::size_t>(conversion.m_nWidth);
         nPad = nWidth > nPrinted ? nWidth - nPrinted : 0;
     }
     if (!conversion.m_bLeft)
         sink.Fill(conversion.m_bZero ? '0' : ' ', nPad);
-    ForPieces([&](const Char* p, std::size_t n) {
-        n = std::min(n, nLimit);
-        nLimit -= n;
-        sink.Put(p, n);
+    ForPieces(sink, pText, nLength, [&](const Char* p, std::size_t n) {
+        sink.Put(p, n <= nLimit ? n : WholeCharacters(p, nLimit, sink.CodePage()));
+        nLimit -= (std::min)(n, nLimit);
     });
     if (conversion.m_bLeft)
         sink.Fill(' ', nPad);
@@ -288,7 +286,10 @@ void PutText(CFormatSink<Char>& sink, const CConversion<Char>& conversion, const
     // With a precision the text need not be terminated.
     const std::size_t nMax = conversion.m_nPrecision < 0 ? static_cast<std::size_t>(-1)
                                                          : static_cast<std::size_t>(conversion.m_nPrecision);
-    PutSized(sink, conversion, pText, BoundedLength(pText, nMax));
+    std::size_t nLength = BoundedLength(pText, nMax);
+    if (nLength == nMax)
+        nLength = WholeCharacters(pText, nLength, CP_ACP);
+    PutSized(sink, conversion, pText, nLength);
 }
 
 template <class Char>
@@ -303,20 +304,9 @@ void PutCharacter(CFormatSink<Char>& sink, CConversion<Char> conversion, bool bW
         PutSized(sink, conversion, &cNarrow, 1);
 }
 
-// Whether a text or character conversion takes wide text.
-template <class Char>
-bool IsWide(const CConversion<Char>& conversion)
-{
-    if (conversion.m_cSize == 'h')
-        return false;
-    if (conversion.m_cSize == 'l' || conversion.m_cSize == 'w')
-        return true;
-    return std::is_same_v<Char, WCHAR> == (conversion.m_cType == 's' || conversion.m_cType == 'c');
-}
-
 template <class Char>
 void PutArgument(CFormatSink<Char>& sink, const CConversion<Char>& conversion, EFormatKind eKind,
-                 const typename CFormatArgs<Char>::CArg& arg)
+                 const CFormatArg& arg)
 {
     switch (eKind)
     {
@@ -326,8 +316,8 @@ void PutArgument(CFormatSink<Char>& sink, const CConversion<Char>& conversion, E
     case EFormatKind::Pointer: PutPointer(sink, conversion, arg.m_pValue); break;
     case EFormatKind::Int32:
     case EFormatKind::Int64:
-        if (IsOneOf(conversion.m_cType, "cC"))
-            PutCharacter(sink, conversion, IsWide(conversion), arg.m_nValue);
+        if (conversion.m_cType == 'c' || conversion.m_cType == 'C')
+            PutCharacter(sink, conversion, conversion.IsWide(), arg.m_nValue);
         else
             PutInteger(sink, conversion, arg.m_nValue);
         break;
@@ -335,129 +325,86 @@ void PutArgument(CFormatSink<Char>& sink, const CConversion<Char>& conversion, E
     }
 }
 
-template <class Char>
-void ResolveStars(CConversion<Char>& conversion, CFormatArgs<Char>& args)
+template <class Args>
+int TakeStar(Args& args, int nDefault)
+{
+    const CFormatArg* pArg = args.Take(EFormatKind::Int32);
+    return pArg ? static_cast<int>(pArg->m_nValue) : nDefault;
+}
+
+template <class Char, class Args>
+void ResolveStars(CConversion<Char>& conversion, Args& args)
 {
     if (conversion.m_bStarWidth)
     {
-        const int nWidth = args.TakeStar(0);
+        const int nWidth = TakeStar(args, 0);
         conversion.m_bLeft |= nWidth < 0;
-        conversion.m_nWidth =
-            std::min(nWidth < 0 ? static_cast<int>(0u - static_cast<unsigned>(nWidth)) & 0x7FFFFFFF : nWidth,
-                     g_nMaxWidth);
+        conversion.m_nWidth = (std::min)(
+            nWidth < 0 ? static_cast<int>(0u - static_cast<unsigned>(nWidth)) & 0x7FFFFFFF : nWidth,
+            conversion.kMaxWidth);
     }
     if (conversion.m_bStarPrecision)
-        conversion.m_nPrecision = std::max(args.TakeStar(-1), -1);
+        conversion.m_nPrecision = (std::max)(TakeStar(args, -1), -1);
+}
+
+// A conversion of one letter, which most are; false when this is none that is quick.
+template <class Char>
+bool PutQuickly(CFormatSink<Char>& sink, Char cType, const CFormatArg& arg)
+{
+    if (cType == 'd' || cType == 'u')
+    {
+        Char digits[MaxIntText];
+        const Char* const pEnd = cType == 'd' ? PutDecimal(digits, static_cast<std::int32_t>(arg.m_nValue))
+                                              : PutDecimal(digits, static_cast<std::uint32_t>(arg.m_nValue));
+        sink.Put(digits, static_cast<std::size_t>(pEnd - digits));
+        return true;
+    }
+    if (cType != 's' || arg.m_pValue == nullptr || (std::is_same_v<Char, char> && sink.CodePage() != CP_ACP))
+        return false;
+    const auto* sText = static_cast<const Char*>(arg.m_pValue);
+    sink.Put(sText, std::char_traits<Char>::length(sText));
+    return true;
+}
+
+/// Puts text of the format itself.
+template <class Char>
+void PutPlain(CFormatSink<Char>& sink, const Char* pText, std::size_t nLength)
+{
+    if (std::is_same_v<Char, WCHAR> || sink.CodePage() == CP_ACP)
+        sink.Put(pText, nLength);
+    else
+        PutSized(sink, CConversion<Char>(), pText, nLength);
 }
 
 } // namespace
 
-template <class Char>
-void CConversion<Char>::ParseFlags(const Char*& p)
+std::size_t WholeCharacters(const char* pText, std::size_t nLength, UINT nCodePage)
 {
-    for (;; ++p)
-        switch (*p)
-        {
-        case '-': m_bLeft = true; break;
-        case '+': m_bPlus = true; break;
-        case ' ': m_bBlank = true; break;
-        case '0': m_bZero = true; break;
-        case '#': m_bAlternate = true; break;
-        default: return;
-        }
-}
-
-template <class Char>
-int CConversion<Char>::ParseNumber(const Char*& p)
-{
-    int nValue = 0;
-    for (; IsDigit(*p); ++p)
-        nValue = std::min(nValue * 10 + (*p - '0'), g_nMaxWidth);
-    return nValue;
-}
-
-template <class Char>
-void CConversion<Char>::ParseIntegerWidth(const Char*& p)
-{
-    if (p[0] == '6' && p[1] == '4')
-        m_cSize = 'q', p += 2;
-    else if (p[0] == '3' && p[1] == '2')
-        p += 2;
-    else if (sizeof(void*) == 8)
-        m_cSize = 'q';
-}
-
-template <class Char>
-void CConversion<Char>::ParseSize(const Char*& p)
-{
-    const Char cSize = *p;
-    if (!IsOneOf(cSize, "hlwIjztL"))
-        return;
-    ++p;
-    if (cSize == 'I')
-        ParseIntegerWidth(p);
-    else if (cSize == 'j' || (IsOneOf(cSize, "zt") && sizeof(void*) == 8))
-        m_cSize = 'q';
-    else if (cSize == 'h' || cSize == 'l')
+    if (nCodePage == CP_ACP)
+        nCodePage = GetACP();
+    // UTF-8 shows at the end whether it is whole; elsewhere only the way from the start tells.
+    std::size_t nStart = nCodePage == CP_UTF8 && nLength > 4 ? nLength - 4 : 0;
+    while (nCodePage == CP_UTF8 && nStart < nLength && (pText[nStart] & 0xC0) == 0x80)
+        ++nStart;
+    while (nStart < nLength)
     {
-        const bool bTwice = *p == cSize;
-        p += bTwice;
-        m_cSize = cSize == 'h' ? (bTwice ? 'H' : 'h') : (bTwice ? 'q' : 'l');
+        const std::size_t nBytes = CharacterBytes(pText + nStart, 4, nCodePage);
+        if (nBytes > nLength - nStart)
+            return nStart;
+        nStart += nBytes;
     }
-    else if (cSize == 'w')
-        m_cSize = 'w';
+    return nLength;
+}
+
+std::size_t WholeCharacters(const WCHAR* pText, std::size_t nLength, UINT)
+{
+    return nLength > 0 && (pText[nLength - 1] & 0xFC00) == 0xD800 ? nLength - 1 : nLength;
 }
 
 template <class Char>
-bool CConversion<Char>::Parse(const Char*& p)
+CFetchedArgs<Char>::CFetchedArgs(const Char* sFormat, va_list args)
 {
-    ParseFlags(p);
-    m_bStarWidth = *p == '*';
-    if (m_bStarWidth)
-        ++p;
-    else
-        m_nWidth = ParseNumber(p);
-    if (*p == '.')
-    {
-        m_bStarPrecision = *++p == '*';
-        if (m_bStarPrecision)
-            ++p;
-        else
-            m_nPrecision = ParseNumber(p);
-    }
-    ParseSize(p);
-    if (!IsOneOf(*p, "diouxXcCsSpeEfFgGaAn"))
-        return false;
-    m_cType = *p++;
-    return true;
-}
-
-template <class Char>
-EFormatKind CConversion<Char>::Kind() const
-{
-    switch (m_cType)
-    {
-    case 's':
-    case 'S': return IsWide(*this) ? EFormatKind::Wide : EFormatKind::Narrow;
-    case 'c':
-    case 'C': return EFormatKind::Int32;
-    case 'p': return EFormatKind::Pointer;
-    case 'n': return EFormatKind::Count;
-    default:
-        return IsOneOf(m_cType, "diouxX") ? (m_cSize == 'q' ? EFormatKind::Int64 : EFormatKind::Int32)
-                                          : EFormatKind::Double;
-    }
-}
-
-template <class Char>
-CFormatArgs<Char>::CFormatArgs(const Char* sFormat, va_list args)
-{
-    va_list rest;
-    va_copy(rest, args);
-    const auto Add = [this](EFormatKind eKind) -> CArg& {
-        m_args[m_nCount].m_eKind = eKind;
-        return m_args[m_nCount++];
-    };
+    CFormatArgs<Char> rest(args);
     while (*sFormat)
     {
         if (*sFormat++ != '%')
@@ -472,53 +419,46 @@ CFormatArgs<Char>::CFormatArgs(const Char* sFormat, va_list args)
         if (m_nCount + 3 > s_nMax)
             break;
         for (int nStars = conversion.m_bStarWidth + conversion.m_bStarPrecision; nStars > 0; --nStars)
-            Add(EFormatKind::Int32).m_nValue = va_arg(rest, int);
-        CArg& arg = Add(conversion.Kind());
-        switch (arg.m_eKind)
-        {
-        case EFormatKind::Int32: arg.m_nValue = va_arg(rest, int); break;
-        case EFormatKind::Int64: arg.m_nValue = va_arg(rest, std::int64_t); break;
-        case EFormatKind::Double: arg.m_dValue = va_arg(rest, double); break;
-        default: arg.m_pValue = va_arg(rest, const void*); break;
-        }
+            m_args[m_nCount++] = *rest.Take(EFormatKind::Int32);
+        m_args[m_nCount++] = *rest.Take(conversion.Kind());
     }
-    va_end(rest);
 }
 
-template <class Char>
-void FormatText(CFormatSink<Char>& sink, const Char* sFormat, CFormatArgs<Char>& args)
+template <class Char, class Args>
+void FormatText(CFormatSink<Char>& sink, const Char* sFormat, Args& args)
 {
     while (*sFormat && !sink.IsFull())
     {
         const Char* pPlain = sFormat;
         while (*sFormat && *sFormat != '%')
             ++sFormat;
-        sink.Put(pPlain, static_cast<std::size_t>(sFormat - pPlain));
+        PutPlain(sink, pPlain, static_cast<std::size_t>(sFormat - pPlain));
         if (!*sFormat)
-            return;
+            break;
         const Char* pPercent = sFormat++;
         CConversion<Char> conversion;
         if (conversion.Parse(sFormat))
         {
             ResolveStars(conversion, args);
             const EFormatKind eKind = conversion.Kind();
-            if (const auto* pArg = args.Take(eKind))
+            const CFormatArg* pArg = args.Take(eKind);
+            const bool bOneLetter = sFormat - pPercent == 2;
+            if (pArg && !(bOneLetter && PutQuickly(sink, conversion.m_cType, *pArg)))
                 PutArgument(sink, conversion, eKind, *pArg);
         }
         else if (*sFormat == '%')
             sink.Put(sFormat++, 1);
         else
-            sink.Put(pPercent, static_cast<std::size_t>(sFormat - pPercent));
+            PutPlain(sink, pPercent, static_cast<std::size_t>(sFormat - pPercent));
     }
     if (*sFormat)
         sink.Fill(' ', 1); // no room is left: notes the cut
+    sink.EndCut();
 }
 
-template struct CConversion<char>;
-template struct CConversion<WCHAR>;
-template class CFormatArgs<char>;
-template class CFormatArgs<WCHAR>;
+template class CFetchedArgs<char>;
 template void FormatText(CFormatSink<char>& sink, const char* sFormat, CFormatArgs<char>& args);
+template void FormatText(CFormatSink<char>& sink, const char* sFormat, CFetchedArgs<char>& args);
 template void FormatText(CFormatSink<WCHAR>& sink, const WCHAR* sFormat, CFormatArgs<WCHAR>& args);
 
 } // namespace OCT

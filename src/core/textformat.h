@@ -1,11 +1,11 @@
 /// printf-style formatting in the Windows dialect, the same on every target.
 ///
 /// The runtimes differ where it matters here: what `%s` and `%S` take, how wide `%ld` is, whether a character
-/// outside the code page fails the whole text. So the library formats by itself. Arguments are first fetched
-/// with the types that one format names (`CFormatArgs`); formatting then takes them from there. That lets a
-/// text with a header in front be formatted whose own "%" nobody provided an argument for: a conversion takes
-/// the next argument when it is of the type that the conversion names, else it takes none and prints nothing.
-/// `%n` prints nothing and writes nothing.
+/// outside the code page fails the whole text. So the library formats by itself. Arguments are taken as the
+/// format names them (`CFormatArgs`), or fetched before with the types that one format names
+/// (`CFetchedArgs`). That lets a text with a header in front be formatted whose own "%" nobody provided an
+/// argument for: a conversion takes the next argument when it is of the type that the conversion names, else
+/// it takes none and prints nothing. `%n` prints nothing and writes nothing.
 ///
 /// Conversions: `d i u o x X c C s S p e E f F g G a A %`; flags `- + 0 # blank`; width and precision, also
 /// `*`; sizes `h hh l ll w I I32 I64 j z t L` (`l` is 32 bits). A narrow format takes narrow text for `%s`
@@ -16,7 +16,7 @@
 /// "(null)". Units: capacities and results in code units of the format, terminators not counted in results.
 #pragma once
 
-#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/formatcheck.h"
 
 #include <windows.h>
 
@@ -30,88 +30,80 @@
 namespace OCT
 {
 
-enum class EFormatKind
+/// One argument, as wide as its kind says.
+struct CFormatArg
 {
-    None,
-    Int32,
-    Int64,
-    Double,
-    Pointer,
-    Narrow,
-    Wide,
-    Count // %n
+    EFormatKind m_eKind;
+    union
+    {
+        std::int64_t m_nValue;
+        double m_dValue;
+        const void* m_pValue;
+    };
 };
 
-/// What stands between "%" and the end of a conversion.
-template <class Char>
-struct CConversion
-{
-    bool m_bLeft = false;
-    bool m_bPlus = false;
-    bool m_bBlank = false;
-    bool m_bZero = false;
-    bool m_bAlternate = false;
-    bool m_bStarWidth = false;
-    bool m_bStarPrecision = false;
-    int m_nWidth = 0;
-    int m_nPrecision = -1; ///< -1: none given
-    char m_cSize = 0;      ///< 'h', 'H' for hh, 'l', 'q' for 64 bits; 0: none
-    Char m_cType = 0;
-
-    /// Reads from behind the "%" to behind the conversion. False when it is none; the position is then where
-    /// that showed.
-    bool Parse(const Char*& p);
-    EFormatKind Kind() const;
-
-private:
-    void ParseFlags(const Char*& p);
-    static int ParseNumber(const Char*& p);
-    void ParseSize(const Char*& p);
-    void ParseIntegerWidth(const Char*& p);
-};
-
-/// The arguments of a call, fetched with the types that its format names; what exceeds 64 is not fetched.
+/// The arguments of a call, taken one after the other as the format that is printed names them.
 template <class Char>
 class CFormatArgs
 {
 public:
-    CFormatArgs(const Char* sFormat, va_list args);
+    explicit CFormatArgs(va_list args) { va_copy(m_rest, args); }
+    CFormatArgs(const CFormatArgs&) = delete;
+    CFormatArgs& operator=(const CFormatArgs&) = delete;
+    ~CFormatArgs() { va_end(m_rest); }
+
+    const CFormatArg* Take(EFormatKind eKind)
+    {
+        m_arg.m_eKind = eKind;
+        switch (eKind)
+        {
+        case EFormatKind::Int32: m_arg.m_nValue = va_arg(m_rest, int); break;
+        case EFormatKind::Int64: m_arg.m_nValue = va_arg(m_rest, std::int64_t); break;
+        case EFormatKind::Double: m_arg.m_dValue = va_arg(m_rest, double); break;
+        default: m_arg.m_pValue = va_arg(m_rest, const void*); break;
+        }
+        return &m_arg;
+    }
+
+private:
+    va_list m_rest;
+    CFormatArg m_arg;
+};
+
+/// The arguments of a call, fetched with the types that one format names, for printing another one around
+/// it; what exceeds 64 is not fetched.
+template <class Char>
+class CFetchedArgs
+{
+public:
+    CFetchedArgs(const Char* sFormat, va_list args);
 
     /// Takes the next argument if it is of the kind; null when it is not.
-    struct CArg
-    {
-        EFormatKind m_eKind;
-        union
-        {
-            std::int64_t m_nValue;
-            double m_dValue;
-            const void* m_pValue;
-        };
-    };
-    const CArg* Take(EFormatKind eKind)
+    const CFormatArg* Take(EFormatKind eKind)
     {
         return m_nNext < m_nCount && m_args[m_nNext].m_eKind == eKind ? &m_args[m_nNext++] : nullptr;
-    }
-    int TakeStar(int nDefault)
-    {
-        const CArg* pArg = Take(EFormatKind::Int32);
-        return pArg ? static_cast<int>(pArg->m_nValue) : nDefault;
     }
 
 private:
     static constexpr int s_nMax = 64;
-    CArg m_args[s_nMax];
+    CFormatArg m_args[s_nMax];
     int m_nCount = 0;
     int m_nNext = 0;
 };
+
+/// How much of a text that was cut behind \p nLength units is whole characters; \p nCodePage is that of
+/// narrow text.
+std::size_t WholeCharacters(const char* pText, std::size_t nLength, UINT nCodePage);
+std::size_t WholeCharacters(const WCHAR* pText, std::size_t nLength, UINT nCodePage);
 
 /// The destination: keeps what fits, notes that something did not.
 template <class Char>
 class CFormatSink
 {
 public:
-    CFormatSink(Char* pDest, std::size_t nCapacity)
-        : m_pStart(pDest), m_pNext(pDest), m_pEnd(pDest + nCapacity)
+    /// Narrow formats and arguments are in the ANSI code page; with another \p nCodePage they are converted.
+    CFormatSink(Char* pDest, std::size_t nCapacity, UINT nCodePage = CP_ACP)
+        : m_pStart(pDest), m_pNext(pDest), m_pEnd(pDest + nCapacity), m_nCodePage(nCodePage)
     {
     }
 
@@ -131,6 +123,14 @@ public:
         m_pNext = std::fill_n(m_pNext, Room(nCount), static_cast<Char>(c));
     }
 
+    UINT CodePage() const { return m_nCodePage; }
+    /// Takes back what a cut left of a character.
+    void EndCut()
+    {
+        if (m_bCut)
+            m_pNext = m_pStart + WholeCharacters(m_pStart, Length(), m_nCodePage);
+    }
+
     std::size_t Length() const { return static_cast<std::size_t>(m_pNext - m_pStart); }
     bool IsFull() const { return m_pNext == m_pEnd; }
     bool IsCut() const { return m_bCut; }
@@ -140,18 +140,19 @@ private:
     {
         const auto nRoom = static_cast<std::size_t>(m_pEnd - m_pNext);
         m_bCut |= nWanted > nRoom;
-        return std::min(nWanted, nRoom);
+        return (std::min)(nWanted, nRoom);
     }
 
     Char* m_pStart;
     Char* m_pNext;
     Char* m_pEnd;
+    const UINT m_nCodePage;
     bool m_bCut = false;
 };
 
-/// Formats with arguments fetched before; writes no terminator.
-template <class Char>
-void FormatText(CFormatSink<Char>& sink, const Char* sFormat, CFormatArgs<Char>& args);
+/// Formats into the sink, cut between characters; writes no terminator.
+template <class Char, class Args>
+void FormatText(CFormatSink<Char>& sink, const Char* sFormat, Args& args);
 
 /// Formats into a buffer of `nSize` code units (at least one) and terminates. The length written; `pbCut`
 /// tells whether the text was cut.
@@ -159,9 +160,9 @@ template <class Char>
 std::size_t FormatTextV(Char* sDest, std::size_t nSize, const Char* sFormat, va_list args,
                         bool* pbCut = nullptr)
 {
-    CFormatArgs<Char> fetched(sFormat, args);
+    CFormatArgs<Char> taken(args);
     CFormatSink<Char> sink(sDest, nSize - 1);
-    FormatText(sink, sFormat, fetched);
+    FormatText(sink, sFormat, taken);
     sDest[sink.Length()] = 0;
     if (pbCut)
         *pbCut = sink.IsCut();
@@ -186,11 +187,9 @@ std::size_t FormatTo(Char (&sDest)[Size], const std::type_identity_t<Char>* sFor
     return FormatTextInto(sDest, Size, sFormat, args...);
 }
 
-extern template struct CConversion<char>;
-extern template struct CConversion<WCHAR>;
-extern template class CFormatArgs<char>;
-extern template class CFormatArgs<WCHAR>;
+extern template class CFetchedArgs<char>;
 extern template void FormatText(CFormatSink<char>& sink, const char* sFormat, CFormatArgs<char>& args);
+extern template void FormatText(CFormatSink<char>& sink, const char* sFormat, CFetchedArgs<char>& args);
 extern template void FormatText(CFormatSink<WCHAR>& sink, const WCHAR* sFormat, CFormatArgs<WCHAR>& args);
 
 } // namespace OCT

@@ -2,30 +2,66 @@
 
 #include "core/textformat.h"
 
-#include <string_view>
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace
 {
 
 constexpr const char* kSource = "orvlog";
+constexpr DWORD kLookAgainMs = 10;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+HANDLE OpenExisting(const CLogText& sPath, DWORD dwAccess)
+{
+    return CreateFileW(sPath.c_str(), dwAccess, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                       nullptr);
+}
+
+ULONGLONG Joined(DWORD dwHigh, DWORD dwLow)
+{
+    return ULONGLONG{dwHigh} << 32 | dwLow;
+}
+
+/// Calls \p fn with the name and the time of the last write of every file in a folder.
+template <class Fn>
+void ForFilesIn(const CLogText& sFolder, Fn fn)
+{
+    WIN32_FIND_DATAW found;
+    const HANDLE hFind = FindFirstFileW((sFolder + ORVTEXT('*')).c_str(), &found);
+    if (hFind == INVALID_HANDLE_VALUE)
+        return;
+    do
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            fn(CLogText(found.cFileName),
+               Joined(found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime));
+    while (FindNextFileW(hFind, &found));
+    FindClose(hFind);
+}
 
 /// The folder's long path with the file's name behind it; empty when the folder has none.
-COrvStr LongPath(const WCHAR* sPath)
+CLogText LongPath(const CLogText& sPath)
 {
-    const std::basic_string_view<WCHAR> sWhole(sPath);
-    const auto nName = sWhole.find_last_of(ORVTEXT("\\/"));
-    WCHAR sLong[MAX_PATH];
-    if (nName == sWhole.npos || nName == 0)
-        return COrvStr();
-    const COrvStr sFolder = COrvStr(sPath).SubStr(0, static_cast<unsigned>(nName));
-    const DWORD nLength = GetLongPathNameW(sFolder, sLong, MAX_PATH);
-    if (nLength == 0 || nLength >= MAX_PATH)
-        return COrvStr();
+    const auto nName = sPath.find_last_of(ORVTEXT("\\/"));
+    if (nName == sPath.npos || nName == 0)
+        return CLogText();
+    const CLogText sFolder = sPath.substr(0, nName);
+    CLogText sLong(MAX_PATH, 0);
+    DWORD nLength = GetLongPathNameW(sFolder.c_str(), sLong.data(), MAX_PATH);
+    if (nLength > MAX_PATH)
+    {
+        sLong.resize(nLength);
+        nLength = GetLongPathNameW(sFolder.c_str(), sLong.data(), nLength);
+    }
+    if (nLength == 0 || nLength >= sLong.size())
+        return CLogText();
+    sLong.resize(nLength);
     // Joined with the separator that the system itself uses.
-    const auto nSeparator = std::basic_string_view<WCHAR>(sLong).find_first_of(ORVTEXT("\\/"));
-    COrvStr sResult(sLong);
-    sResult.AddPath(sPath + nName + 1, nSeparator != sWhole.npos ? sLong[nSeparator] : WCHAR{'\\'});
-    return sResult;
+    const auto nSeparator = sLong.find_first_of(ORVTEXT("\\/"));
+    if (!sLong.ends_with(ORVTEXT('/')) && !sLong.ends_with(ORVTEXT('\\')))
+        sLong += nSeparator != sLong.npos ? sLong[nSeparator] : ORVTEXT('\\');
+    return sLong + sPath.substr(nName + 1);
 }
 
 } // namespace
@@ -33,22 +69,26 @@ COrvStr LongPath(const WCHAR* sPath)
 bool CLogFile::Prepare()
 {
     const __time64_t tNow = g_pfnLogTime();
-    if (IsNewPeriod(tNow))
+    m_bContinues = true;
+    if (IsNewPeriod(tNow) || (IsOpen() && IsFull()))
     {
         Close();
-        m_sPath.Empty();
+        m_sPath.clear();
     }
+    else if (IsOpen() && m_bOnDisk && !IsStillNamed())
+        Close();
     m_tLastCheck = tNow;
-    return m_hFile != INVALID_HANDLE_VALUE || CreateLogFile();
+    return IsOpen() || Open();
 }
 
 bool CLogFile::IsNewPeriod(__time64_t tNow) const
 {
-    if (m_ePeriod == ELogPeriod::None || m_ePeriod == ELogPeriod::PerStart || m_tLastCheck == 0)
+    const ELogPeriod ePeriod = m_expanded.m_ePeriod;
+    if (ePeriod == ELogPeriod::None || ePeriod == ELogPeriod::PerStart || m_tLastCheck == 0)
         return false;
     const CLogDate now(tNow);
     const CLogDate last(m_tLastCheck);
-    switch (m_ePeriod)
+    switch (ePeriod)
     {
     case ELogPeriod::Daily: return now.Day() != last.Day();
     case ELogPeriod::Weekly: return now.Monday() != last.Monday();
@@ -56,52 +96,175 @@ bool CLogFile::IsNewPeriod(__time64_t tNow) const
     }
 }
 
+bool CLogFile::IsFull() const
+{
+    const std::uint64_t nMax = m_options.m_nMaxFileBytes.load(std::memory_order_relaxed);
+    return nMax > 0 && m_bOnDisk && StateOf(m_hFile).m_nSize >= nMax;
+}
+
+/// Whether the open file is the one of its name: it may have been deleted, renamed or replaced.
+bool CLogFile::IsStillNamed() const
+{
+    const HANDLE hNamed = OpenExisting(m_sPath, 0);
+    if (hNamed == INVALID_HANDLE_VALUE)
+    {
+        const DWORD dwError = GetLastError();
+        return dwError != ERROR_FILE_NOT_FOUND && dwError != ERROR_PATH_NOT_FOUND;
+    }
+    const bool bSame = StateOf(hNamed).IsSameFile(StateOf(m_hFile));
+    CloseHandle(hNamed);
+    return bSame;
+}
+
+CLogFile::CState CLogFile::StateOf(HANDLE hFile)
+{
+    CState state;
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (GetFileInformationByHandle(hFile, &information))
+        state = {Joined(information.nFileIndexHigh, information.nFileIndexLow),
+                 information.dwVolumeSerialNumber,
+                 Joined(information.nFileSizeHigh, information.nFileSizeLow)};
+    return state;
+}
+
+/// A file that failed within its period is opened again by its name, which may contain the time.
+bool CLogFile::Open()
+{
+    const bool bBegins = m_sPath.empty();
+    if (bBegins && !ChooseName())
+        return false;
+    if (!CreateLogFile())
+    {
+        if (bBegins)
+            m_sPath.clear();
+        return false;
+    }
+    SetName();
+    if (bBegins)
+        DropOldFiles();
+    return true;
+}
+
+/// With a greatest size: the last file of the period if it has room, else the one behind it.
+bool CLogFile::ChooseName()
+{
+    if (!m_expanded.Expand(m_sFormat.c_str()))
+        return false;
+    const std::uint64_t nMax = m_options.m_nMaxFileBytes.load(std::memory_order_relaxed);
+    unsigned nNumber = 1;
+    if (nMax > 0)
+        ForFilesIn(m_expanded.Folder(), [&](const CLogText& sName, ULONGLONG) {
+            nNumber = std::max(nNumber, m_expanded.NumberOf(sName, false));
+        });
+    m_sPath = m_expanded.Path(nNumber);
+    if (nMax == 0)
+        return true;
+    const HANDLE hLast = OpenExisting(m_sPath, 0);
+    if (hLast == INVALID_HANDLE_VALUE)
+        return true;
+    if (StateOf(hLast).m_nSize >= nMax)
+        m_sPath = m_expanded.Path(nNumber + 1);
+    CloseHandle(hLast);
+    return true;
+}
+
+/// Leaves as many files of the format as are to be kept: the newest.
+void CLogFile::DropOldFiles() const
+{
+    const std::uint64_t nKeep = m_options.m_nKeepFiles.load(std::memory_order_relaxed);
+    if (nKeep == 0)
+        return;
+    const CLogText sFolder = m_expanded.Folder();
+    std::vector<std::pair<ULONGLONG, CLogText>> files;
+    ForFilesIn(sFolder, [&](const CLogText& sName, ULONGLONG nWritten) {
+        if (m_expanded.NumberOf(sName, true) > 0 && sFolder + sName != m_sPath)
+            files.emplace_back(nWritten, sName);
+    });
+    if (files.size() < nKeep)
+        return;
+    std::sort(files.begin(), files.end());
+    files.resize(static_cast<std::size_t>(files.size() + 1 - nKeep));
+    for (const auto& [nWritten, sName] : files)
+        DeleteFileW((sFolder + sName).c_str());
+}
+
 bool CLogFile::CreateLogFile()
 {
     // The text states the failing condition.
-    if (m_hFile != INVALID_HANDLE_VALUE)
+    if (IsOpen())
         ORV_REPORT_FROM(kSource, "CLogFileInnerHandler::CreateLogFile", "m_hFile != INVALID_HANDLE_VALUE", 0);
-    WCHAR sPath[MAX_PATH];
-    m_sPath.CopyTo(sPath, MAX_PATH);
-    // A file that failed within its period is opened again by its name, which may contain the time.
-    if (!m_sPath.IsEmpty())
-        CreateDirRecursive(sPath);
-    else if (!CreateLogFileName(sPath, m_sFormat, m_ePeriod))
-        return false;
-    m_hFile = CreateFileW(sPath, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    if (m_hFile == INVALID_HANDLE_VALUE)
+    m_bContinues = false;
+    CreateDirRecursive(m_sPath);
+    m_hFile = CreateFileW(m_sPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+    if (!IsOpen())
     {
-        WCHAR sText[MAX_PATH + 100];
-        OCT::FormatTo(sText,
-                      ORVTEXT("Log creation error: Cannot create or open log file: %s, error code: %u\n"),
-                      sPath, GetLastError());
-        OutputDebugStringW(sText);
+        WCHAR sError[16];
+        OCT::FormatTo(sError, ORVTEXT("%u\n"), GetLastError());
+        OutputDebugStringW((ORVTEXT("Log creation error: Cannot create or open log file: ") + m_sPath +
+                            ORVTEXT(", error code: ") + sError)
+                               .c_str());
         return false;
     }
-    LONG lHigh = 0; // without it files of 4 GB and more fail
-    if (SetFilePointer(m_hFile, 0, &lHigh, FILE_END) == INVALID_SET_FILE_POINTER &&
-        GetLastError() != NO_ERROR)
+    m_bOnDisk = GetFileType(m_hFile) == FILE_TYPE_DISK;
+    if (!m_bOnDisk)
+        return true;
+    if (!SeekToEnd())
     {
         OutputDebugStringW(ORVTEXT("Log creation error: SetFilePointer error\n"));
         Close();
         return false;
     }
-    m_sPath = sPath;
-    SetName(sPath);
+    const CState now = StateOf(m_hFile);
+    m_bContinues = now.IsSameFile(m_left) && now.m_nSize == m_left.m_nSize;
+    return m_bContinues || EndHalfLine(now);
+}
+
+bool CLogFile::SeekToEnd()
+{
+    LONG lHigh = 0; // without it files of 4 GB and more fail
+    return SetFilePointer(m_hFile, 0, &lHigh, FILE_END) != INVALID_SET_FILE_POINTER ||
+           GetLastError() == NO_ERROR;
+}
+
+/// What a crash or a full disk left of a line is ended, so that the next one stands on its own. A file that
+/// grows meanwhile has another writer, which has not come to the end of its block.
+bool CLogFile::EndHalfLine(CState now)
+{
+    while (now.m_nSize > 0 && EndsInsideALine())
+    {
+        Sleep(kLookAgainMs);
+        const CState then = std::exchange(now, StateOf(m_hFile));
+        if (now.m_nSize == then.m_nSize)
+            return Write("\r\n", 2) == 2;
+    }
     return true;
 }
 
-void CLogFile::SetName(const WCHAR* sPath)
+bool CLogFile::EndsInsideALine() const
 {
-    COrvStr sName = LongPath(sPath);
-    if (sName.IsEmpty())
-        sName = sPath;
-    const OCT::CCritSectGuard guard(&m_nameLock);
-    m_sName = sName;
+    const HANDLE hFile = OpenExisting(m_sPath, GENERIC_READ);
+    if (hFile == INVALID_HANDLE_VALUE)
+        return false;
+    char cLast = '\n';
+    DWORD nRead = 0;
+    LONG lHigh = -1;
+    SetFilePointer(hFile, -1, &lHigh, FILE_END);
+    const bool bRead = ReadFile(hFile, &cLast, 1, &nRead, nullptr) && nRead == 1;
+    CloseHandle(hFile);
+    return bRead && cLast != '\n';
 }
 
-COrvStr CLogFile::Name() const
+void CLogFile::SetName()
+{
+    CLogText sName = LongPath(m_sPath);
+    if (sName.empty())
+        sName = m_sPath;
+    const OCT::CCritSectGuard guard(&m_nameLock);
+    m_sName.swap(sName);
+}
+
+CLogText CLogFile::Name() const
 {
     const OCT::CCritSectGuard guard(&m_nameLock);
     return m_sName;
@@ -113,21 +276,26 @@ DWORD CLogFile::Write(const char* pData, DWORD nBytes)
     OVERLAPPED end{};
     end.Offset = end.OffsetHigh = 0xFFFFFFFF;
     DWORD nWritten = 0;
-    if (WriteFile(m_hFile, pData, nBytes, &nWritten, &end) && nWritten == nBytes)
+    if (WriteFile(m_hFile, pData, nBytes, &nWritten, m_bOnDisk ? &end : nullptr) && nWritten == nBytes)
         return nBytes;
     OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
+    m_left = StateOf(m_hFile);
     Close();
     return nWritten;
 }
 
-void CLogFile::Flush()
+bool CLogFile::Flush()
 {
-    FlushFileBuffers(m_hFile);
+    if (!m_bOnDisk || FlushFileBuffers(m_hFile))
+        return true;
+    OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
+    Close();
+    return false;
 }
 
 void CLogFile::Close()
 {
-    if (m_hFile != INVALID_HANDLE_VALUE)
+    if (IsOpen())
         CloseHandle(m_hFile);
     m_hFile = INVALID_HANDLE_VALUE;
 }

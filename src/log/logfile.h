@@ -1,39 +1,98 @@
-// The file behind a handler: opened late, switched with its period, appended to in whole blocks.
+// The file behind a handler: opened late, switched with its period or size, appended to in whole blocks, and
+// made again when somebody has taken it away.
 #pragma once
 
 #include "log/logfilename.h"
+#include "orvcomtypes/orvlog.h"
 #include "orvcomtypes/smartcls.h"
+
+#include <atomic>
+
+/// What users have chosen for a file; may change at any time.
+struct CLogFileOptions
+{
+    std::atomic<std::uint64_t> m_nMaxWaiting = 64 << 20; ///< bytes of text that may wait
+    std::atomic<std::uint64_t> m_nMaxFileBytes = 0;      ///< from here on the next file is begun; 0: never
+    std::atomic<std::uint64_t> m_nKeepFiles = 0;         ///< the newest that are kept; 0: all
+    std::atomic<std::uint64_t> m_bUTF8 = 0;
+
+    void Set(LQLogFileOption eOption, std::uint64_t nValue) { Of(eOption) = nValue; }
+    std::uint64_t Get(LQLogFileOption eOption) { return Of(eOption); }
+
+private:
+    std::atomic<std::uint64_t>& Of(LQLogFileOption eOption)
+    {
+        return eOption == lqfMaxWaiting     ? m_nMaxWaiting
+               : eOption == lqfMaxFileBytes ? m_nMaxFileBytes
+               : eOption == lqfKeepFiles    ? m_nKeepFiles
+                                            : m_bUTF8;
+    }
+};
 
 /// Belongs to one thread at a time, except for its name.
 class CLogFile
 {
 public:
-    explicit CLogFile(const COrvStr& sFormat) : m_sFormat(sFormat) {}
+    CLogFile(const CLogText& sFormat, const CLogFileOptions& options) : m_sFormat(sFormat), m_options(options)
+    {
+    }
     CLogFile(const CLogFile&) = delete;
     CLogFile& operator=(const CLogFile&) = delete;
     ~CLogFile() { Close(); }
 
-    /// Opens the file, or the next one when a new period has begun. False when that is not possible now.
+    /// Opens the file, or the next one when a new period has begun or the file is full, or that name anew
+    /// when it stands for another file by now. False when that is not possible.
     bool Prepare();
+    /// False when the file was opened since the last write and does not end where that one did: what was left
+    /// of a line must be written from its start.
+    bool Continues() const { return m_bContinues; }
     /// Appends at the end, also beside other processes. Less than all bytes means failure; the file is then
     /// closed, so that the next Prepare tries anew.
     DWORD Write(const char* pData, DWORD nBytes);
-    void Flush();
+    /// False when what was written may not have come to the disk; the file is then closed.
+    bool Flush();
     void Close();
 
     /// The full path of the open file, or of the last one; from any thread.
-    COrvStr Name() const;
+    CLogText Name() const;
 
 private:
-    bool IsNewPeriod(__time64_t tNow) const;
-    bool CreateLogFile();
-    void SetName(const WCHAR* sPath);
+    /// What tells files apart, and the size.
+    struct CState
+    {
+        ULONGLONG m_nIndex = 0;
+        DWORD m_dwVolume = 0;
+        ULONGLONG m_nSize = 0;
 
-    const COrvStr m_sFormat;
+        bool IsSameFile(const CState& other) const
+        {
+            return m_nIndex == other.m_nIndex && m_dwVolume == other.m_dwVolume;
+        }
+    };
+
+    bool IsOpen() const { return m_hFile != INVALID_HANDLE_VALUE; }
+    bool IsNewPeriod(__time64_t tNow) const;
+    bool IsFull() const;
+    bool IsStillNamed() const;
+    bool Open();
+    bool CreateLogFile();
+    bool SeekToEnd();
+    bool EndHalfLine(CState now);
+    bool EndsInsideALine() const;
+    bool ChooseName();
+    void DropOldFiles() const;
+    void SetName();
+    static CState StateOf(HANDLE hFile);
+
+    const CLogText m_sFormat;
+    const CLogFileOptions& m_options;
     HANDLE m_hFile = INVALID_HANDLE_VALUE;
-    ELogPeriod m_ePeriod = ELogPeriod::None;
+    bool m_bOnDisk = true; ///< neither a pipe nor a terminal
+    bool m_bContinues = false;
+    CState m_left; ///< when the last write failed
+    CLogFileName m_expanded;
     __time64_t m_tLastCheck = 0;
-    COrvStr m_sPath; ///< as built for this period; empty until a file of that name was opened
-    COrvStr m_sName;
+    CLogText m_sPath; ///< as built for this period; empty until a file of that name was opened
+    CLogText m_sName;
     mutable OCT::CCritSect m_nameLock;
 };

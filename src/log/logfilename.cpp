@@ -16,6 +16,7 @@ using CView = std::basic_string_view<WCHAR>;
 
 constexpr const char* kSource = "orvlog";
 constexpr std::size_t kSuffixRoom = 25;
+constexpr std::size_t kSettingChars = 2048; ///< a longer setting would not be read whole
 
 __time64_t CurrentTime()
 {
@@ -51,75 +52,66 @@ ELogPeriod TakePeriod(CView& sFormat)
     return ELogPeriod::None;
 }
 
-COrvStr TempFolder()
+CLogText TempFolder()
 {
     WCHAR sFolder[MAX_PATH];
     const DWORD nLength = GetTempPathW(MAX_PATH, sFolder);
-    return nLength > 0 && nLength < MAX_PATH ? COrvStr(sFolder) : COrvStr(ORVTEXT("C:\\Temp"));
+    return nLength > 0 && nLength < MAX_PATH ? CLogText(sFolder) : CLogText(ORVTEXT("C:\\Temp"));
 }
 
-COrvStr ApplicationDataFolder()
+CLogText ApplicationDataFolder()
 {
     WCHAR sFolder[MAX_PATH];
     const HRESULT hr = SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, sFolder);
     if (hr == S_OK)
-        return COrvStr(sFolder);
+        return CLogText(sFolder);
     ORV_REPORT_FROM(kSource, "CreateLogFileName", "hr == S_OK", hr);
     return TempFolder();
 }
 
-COrvStr PathSetting(const WCHAR* sName)
+/// The first of the settings that has a value, else nothing.
+CLogText FirstPathSetting(std::initializer_list<const WCHAR*> names)
 {
-    WCHAR sValue[MAX_PATH];
-    return GetLQStringSettingW(nullptr, sName, sValue, sizeof(sValue), nullptr) ? COrvStr(sValue) : COrvStr();
+    WCHAR sValue[kSettingChars];
+    for (const WCHAR* sName : names)
+        if (GetLQStringSettingW(nullptr, sName, sValue, sizeof(sValue), nullptr) && sValue[0] != 0)
+            return CLogText(sValue);
+    return CLogText();
 }
 
-/// The first of the settings that has a value, else nothing.
-COrvStr FirstPathSetting(std::initializer_list<const WCHAR*> names)
+/// Joins with one separator.
+CLogText Joined(CLogText sFolder, CView sName)
 {
-    COrvStr sValue;
-    for (const WCHAR* sName : names)
-        if (sValue.IsEmpty())
-            sValue = PathSetting(sName);
-    return sValue;
+    if (sFolder.empty() || sName.empty())
+        return sFolder.append(sName);
+    if (IsSeparator(sFolder.back()) && IsSeparator(sName.front()))
+        sName.remove_prefix(1);
+    else if (!IsSeparator(sFolder.back()) && !IsSeparator(sName.front()))
+        sFolder += ORVTEXT('\\');
+    return sFolder.append(sName);
 }
 
 /// Where names without a folder go; the same settings as for the process error file.
-COrvStr DefaultLogFolder()
+CLogText DefaultLogFolder()
 {
-    COrvStr sFolder = PathSetting(ORVTEXT("DefaultLogPath"));
-    if (!sFolder.IsEmpty())
+    CLogText sFolder = FirstPathSetting({ORVTEXT("DefaultLogPath")});
+    if (!sFolder.empty())
         return sFolder;
     sFolder = FirstPathSetting({ORVTEXT("LocalDataPath"), ORVTEXT("DataPath")});
-    if (sFolder.IsEmpty())
-        return TempFolder();
-    sFolder.AddPath(ORVTEXT("Log"), '\\');
-    return sFolder;
+    return sFolder.empty() ? TempFolder() : Joined(sFolder, ORVTEXT("Log"));
 }
 
-COrvStr Joined(COrvStr sFolder, CView sName)
+CLogText ExpandedByMarker(CView sName)
 {
-    const COrvStr sOwn = [&] {
-        COrvStr s;
-        if (!sName.empty())
-            s.Copy(sName.data(), static_cast<unsigned>(sName.size()));
-        return s;
-    }();
-    if (!sOwn.IsEmpty())
-        sFolder.AddPath(sOwn, '\\');
-    return sFolder;
-}
-
-COrvStr ExpandedByMarker(CView sName)
-{
-    WCHAR sPath[MAX_PATH];
-    *std::copy_n(sName.data(), std::min<std::size_t>(sName.size(), MAX_PATH - 1), sPath) = 0;
-    ExpandPathW(sPath, sizeof(sPath));
-    return COrvStr(sPath);
+    CLogText sPath(sName);
+    sPath.resize(sName.size() + kSettingChars);
+    ExpandPathW(sPath.data(), static_cast<unsigned>(sPath.size() * sizeof(WCHAR)));
+    sPath.resize(std::char_traits<WCHAR>::length(sPath.c_str()));
+    return sPath;
 }
 
 /// The whole path without suffix and extension rules applied.
-COrvStr BasePath(CView sName)
+CLogText BasePath(CView sName)
 {
     if (TakeToken(sName, ORVTEXT("(LOCAPP)")))
         return Joined(ApplicationDataFolder(), sName);
@@ -130,17 +122,16 @@ COrvStr BasePath(CView sName)
     if (sName.starts_with(ORVTEXT('$')))
     {
         sName.remove_prefix(1);
-        COrvStr sFolder =
+        const CLogText sFolder =
             FirstPathSetting({ORVTEXT("LocalDataPath"), ORVTEXT("DataPath"), ORVTEXT("DefaultLogPath")});
-        return Joined(sFolder.IsEmpty() ? DefaultLogFolder() : sFolder, sName);
+        return Joined(sFolder.empty() ? DefaultLogFolder() : sFolder, sName);
     }
     const bool bBare =
         std::none_of(sName.begin(), sName.end(), [](WCHAR c) { return IsSeparator(c) || c == ':'; });
-    return Joined(bBare ? DefaultLogFolder() : COrvStr(), sName);
+    return Joined(bBare ? DefaultLogFolder() : CLogText(), sName);
 }
 
-/// What tells the files of different periods apart; empty without a period.
-COrvStr PeriodSuffix(ELogPeriod ePeriod, const CLogDate& date)
+CLogText PeriodSuffix(ELogPeriod ePeriod, const CLogDate& date)
 {
     const std::chrono::year_month_day ymd(ePeriod == ELogPeriod::Weekly ? date.Monday() : date.Day());
     const int nYear = static_cast<int>(ymd.year()) % 100;
@@ -159,7 +150,29 @@ COrvStr PeriodSuffix(ELogPeriod ePeriod, const CLogDate& date)
         break;
     case ELogPeriod::None: break;
     }
-    return COrvStr(sSuffix);
+    return CLogText(sSuffix);
+}
+
+/// Reads the digits in front; their number is told.
+std::size_t TakeDigits(CView& sText, unsigned& nValue)
+{
+    std::size_t nDigits = 0;
+    for (nValue = 0; nDigits < sText.size() && sText[nDigits] >= '0' && sText[nDigits] <= '9'; ++nDigits)
+        nValue = nValue * 10 + static_cast<unsigned>(sText[nDigits] - '0');
+    sText.remove_prefix(nDigits);
+    return nDigits;
+}
+
+/// Removes a suffix of the same shape: digits stand for digits.
+bool TakeSuffix(CView& sText, CView sShape)
+{
+    const auto IsAlike = [](WCHAR cShape, WCHAR c) {
+        return cShape == c || (cShape >= '0' && cShape <= '9' && c >= '0' && c <= '9');
+    };
+    if (sText.size() < sShape.size() || !std::equal(sShape.begin(), sShape.end(), sText.begin(), IsAlike))
+        return false;
+    sText.remove_prefix(sShape.size());
+    return true;
 }
 
 /// Where the extension begins, its dot included; the length when there is none.
@@ -192,49 +205,73 @@ std::chrono::sys_days CLogDate::Monday() const
     return Day() - std::chrono::days((m_tm.tm_wday + 6) % 7);
 }
 
-bool CreateLogFileName(WCHAR* sBuffer, const WCHAR* sFileNameFormat, ELogPeriod& ePeriod)
+bool CLogFileName::Expand(const WCHAR* sFileNameFormat)
 {
-    ePeriod = ELogPeriod::None;
-    if (sBuffer != nullptr)
-        *sBuffer = 0;
-    if (sBuffer == nullptr || sFileNameFormat == nullptr || *sFileNameFormat == 0)
+    *this = {};
+    if (sFileNameFormat == nullptr || *sFileNameFormat == 0)
     {
         ORV_REPORT_FROM(kSource, "CreateLogFileName", "sBuffer == nullptr || STRISEMPTY(sFileNameFormat)", 0);
         return false;
     }
     CView sFormat(sFileNameFormat);
-    ePeriod = TakePeriod(sFormat);
-    const COrvStr sBase = BasePath(sFormat);
-    const CView sPath(sBase);
-    const std::size_t nExtension = ExtensionStart(sPath);
-    const bool bSuffix = sPath.size() + kSuffixRoom <= MAX_PATH;
-    const COrvStr sSuffix = bSuffix ? PeriodSuffix(ePeriod, CLogDate(g_pfnLogTime())) : COrvStr();
-    const COrvStr sStem = sBase.SubStr(0, static_cast<unsigned>(nExtension));
-    const WCHAR* sExtension = nExtension < sPath.size() ? sPath.data() + nExtension : ORVTEXT(".log");
-    if (sPath.empty())
+    m_ePeriod = TakePeriod(sFormat);
+    m_sStem = BasePath(sFormat);
+    if (m_sStem.empty())
         return false;
-    OCT::FormatTextInto(sBuffer, MAX_PATH, ORVTEXT("%s%s%s"), static_cast<const WCHAR*>(sStem),
-                        static_cast<const WCHAR*>(sSuffix), sExtension);
-    CreateDirRecursive(sBuffer);
+    if (m_sStem.size() + kSuffixRoom <= MAX_PATH)
+        m_sSuffix = PeriodSuffix(m_ePeriod, CLogDate(g_pfnLogTime()));
+    const std::size_t nExtension = ExtensionStart(m_sStem);
+    m_sExtension = nExtension < m_sStem.size() ? m_sStem.substr(nExtension) : CLogText(ORVTEXT(".log"));
+    m_sStem.resize(nExtension);
     return true;
 }
 
-void CreateDirRecursive(const WCHAR* sFilePath)
+CLogText CLogFileName::Path(unsigned nNumber) const
 {
-    const CView sPath(sFilePath);
-    const auto nLast = sPath.find_last_of(ORVTEXT("\\/"));
-    if (nLast == CView::npos)
+    WCHAR sNumber[16] = {};
+    if (nNumber > 1)
+        OCT::FormatTo(sNumber, ORVTEXT("_%u"), nNumber);
+    return m_sStem + m_sSuffix + sNumber + m_sExtension;
+}
+
+CLogText CLogFileName::Folder() const
+{
+    return m_sStem.substr(0, m_sStem.find_last_of(ORVTEXT("\\/")) + 1);
+}
+
+unsigned CLogFileName::NumberOf(CView sName, bool bAnyPeriod) const
+{
+    const CView sStem = CView(m_sStem).substr(Folder().size());
+    unsigned nNumber = 1;
+    if (!sName.starts_with(sStem) || !sName.ends_with(m_sExtension) ||
+        sName.size() < sStem.size() + m_sExtension.size())
+        return 0;
+    sName = sName.substr(sStem.size(), sName.size() - sStem.size() - m_sExtension.size());
+    const bool bPeriod = bAnyPeriod || sName.starts_with(m_sSuffix);
+    if (!bPeriod || !TakeSuffix(sName, m_sSuffix))
+        return 0;
+    if (sName.starts_with(ORVTEXT('_')))
+    {
+        sName.remove_prefix(1);
+        if (TakeDigits(sName, nNumber) == 0 || nNumber < 2)
+            return 0;
+    }
+    return sName.empty() ? nNumber : 0;
+}
+
+void CreateDirRecursive(const CLogText& sFilePath)
+{
+    const auto nLast = sFilePath.find_last_of(ORVTEXT("\\/"));
+    if (nLast == sFilePath.npos)
     {
         ORV_REPORT_FROM(kSource, "CreateDirRecursive", "p == nullptr", 0);
         return;
     }
-    WCHAR sFolder[MAX_PATH];
-    for (std::size_t i = 1; i <= nLast && i < MAX_PATH; ++i)
-        if (IsSeparator(sPath[i]))
+    for (std::size_t i = 1; i <= nLast; ++i)
+        if (IsSeparator(sFilePath[i]))
         {
-            *std::copy_n(sPath.data(), i, sFolder) = 0;
             // What exists already, or is a drive or a share, fails; whether the file can be made shows that
             // later.
-            CreateDirectoryW(sFolder, nullptr);
+            CreateDirectoryW(sFilePath.substr(0, i).c_str(), nullptr);
         }
 }

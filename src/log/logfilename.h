@@ -1,11 +1,17 @@
 // Names of log files: what a file-name format stands for at a moment.
 #pragma once
 
-#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 #include <chrono>
 #include <cstdint>
 #include <ctime>
+#include <string>
+
+/// The handlers' own texts lie outside of the library's pools: logs live until the process ends.
+using CLogText = std::basic_string<WCHAR>;
 
 enum class ELogPeriod
 {
@@ -29,9 +35,24 @@ struct CLogDate
     std::tm m_tm;
 };
 
-/// Expands a format into \p sBuffer of MAX_PATH characters and makes the file's folders. False, with an empty
-/// text, when no name results.
-bool CreateLogFileName(WCHAR* sBuffer, const WCHAR* sFileNameFormat, ELogPeriod& ePeriod);
+/// A log file's path in its parts, of any length.
+struct CLogFileName
+{
+    /// Expands a format for this moment. False when it is empty, which is reported, or no name results.
+    bool Expand(const WCHAR* sFileNameFormat);
+    /// The path; of the files that follow when one is full, numbered from 2 on.
+    CLogText Path(unsigned nNumber = 1) const;
+    /// The number of the file \p sName (without folder) if it belongs to this format, in this period or, for
+    /// \p bAnyPeriod, in any; else 0.
+    unsigned NumberOf(std::basic_string_view<WCHAR> sName, bool bAnyPeriod) const;
+    /// The folder with its separator; empty when the path has none.
+    CLogText Folder() const;
+
+    ELogPeriod m_ePeriod = ELogPeriod::None;
+    CLogText m_sStem;
+    CLogText m_sSuffix; ///< what tells the files of different periods apart; may be empty
+    CLogText m_sExtension;
+};
 
 /// Makes the folders of a file's path that are missing.
-void CreateDirRecursive(const WCHAR* sFilePath);
+void CreateDirRecursive(const CLogText& sFilePath);

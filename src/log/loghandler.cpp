@@ -1,22 +1,16 @@
 #include "log/loghandler.h"
 
-#include "core/lifecycle.h"
-#include "core/neverdestroyed.h"
-#include "errors/lqraise.h"
-#include "orvcomtypes/threadname.h"
-#include "strings/charclass.h"
+#include "log/loglist.h"
+#include "log/writername.h"
 
 #include <process.h>
 
 #include <cstring>
-#include <memory>
 #include <new>
 #include <utility>
 
 namespace
 {
-
-constexpr const char* kSource = "orvlog";
 
 // After a flush the thread stays awake for a moment: what comes meanwhile is written together, and callers
 // need not wake it.
@@ -27,37 +21,24 @@ constexpr DWORD kStopMs = 1000;
 // cannot be ended by force, the code must not go away under it.
 constexpr DWORD kLeaveMs = 100;
 
-bool IsEmptyText(const WCHAR* s)
+/// Milliseconds until a tick, none when it has passed.
+DWORD TimeUntil(DWORD dwTick)
 {
-    return s == nullptr || *s == 0;
+    const auto nLeft = static_cast<std::int32_t>(dwTick - GetTickCount());
+    return nLeft > 0 ? static_cast<DWORD>(nLeft) : 0;
 }
 
 /// The line, or null when there is no memory for it.
-CLogMessage* NewMessage(const char* sText, unsigned nLength) noexcept
+CLogMessage* NewMessage(const char* sText, unsigned nLength)
 {
-    // What is thrown here is not announced: that would log it, and hold up the caller.
-    const OCT::CThrowScope scope;
-    try
-    {
-        return CLogMessage::Create(sText, nLength);
-    }
-    catch (...)
+    CLogMessage* pMessage = CLogMessage::Create(sText, nLength);
+    if (pMessage == nullptr)
     {
         OutputDebugStringA("Cannot allocate log line: ");
         OutputDebugStringA(sText);
-        return nullptr;
     }
+    return pMessage;
 }
-
-CLogFileHandlerList& MakeList()
-{
-    g_TeardownHooks.m_fnReleaseProcessLogger.store(ReleaseLogsAtDetach, std::memory_order_release);
-    static CNeverDestroyed<CLogFileHandlerList> s_list;
-    return s_list.Get();
-}
-
-// Made at load, since a first use could coincide with a fork, and never destroyed.
-CLogFileHandlerList& g_list = MakeList();
 
 void CloseIfOpen(HANDLE& h)
 {
@@ -70,66 +51,178 @@ void CloseIfOpen(HANDLE& h)
 
 ILogFileHandler::~ILogFileHandler() = default;
 
-CLogFileInnerHandler::CLogFileInnerHandler(const WCHAR* sFileNameFormat) : m_sFormat(sFileNameFormat)
+// ---- The thread ----
+
+CLogFileInnerHandler::CRun::CRun(CLogFileInnerHandler& handler)
+    : m_handler(handler), m_writer(handler.m_sFormat, handler.m_options)
 {
-    if (IsEmptyText(sFileNameFormat))
+}
+
+CLogFileInnerHandler::CRun::~CRun()
+{
+    CloseIfOpen(m_hThread);
+    CloseIfOpen(m_hFinished);
+    CloseIfOpen(m_WrtEvent);
+}
+
+bool CLogFileInnerHandler::CRun::StartThread()
+{
+    if (m_WrtEvent == nullptr)
+        m_WrtEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    if (m_hFinished == nullptr)
+        m_hFinished = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (m_WrtEvent == nullptr || m_hFinished == nullptr)
     {
-        ORV_REPORT_FROM(kSource, "CLogFileInnerHandler::CLogFileInnerHandler", "STRISEMPTY(sFileNameFormat)",
+        OutputDebugStringW(ORVTEXT("Log creation error: Cannot create m_WrtEvent event\n"));
+        return false;
+    }
+    m_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, this, 0, nullptr));
+    if (m_hThread == nullptr)
+        OutputDebugStringW(ORVTEXT("Log creation error: Cannot create log monitor thread\n"));
+    return m_hThread != nullptr;
+}
+
+unsigned ORVCALL CLogFileInnerHandler::ThreadMain(void* pRun)
+{
+    auto& run = *static_cast<CRun*>(pRun);
+    run.m_bBegun = true;
+    {
+        const CWriterName name;
+        run.m_handler.WriteQueued(run);
+    }
+    SetEvent(run.m_hFinished);
+    return 0;
+}
+
+void CLogFileInnerHandler::WriteQueued(CRun& run)
+{
+    DWORD dwWait = INFINITE;
+    for (;;)
+    {
+        WaitForSingleObject(run.m_WrtEvent, dwWait);
+        if (!run.TryTakeTurn())
+            return;
+        const bool bWritten = WriteRound(run);
+        dwWait = !bWritten ? kRetryMs : run.m_batch.m_bIdle ? INFINITE : kStayAwakeMs;
+        if (run.m_batch.m_bStop)
+            return run.m_writer.File().Close();
+        run.GiveTurnBack();
+    }
+}
+
+/// False when lines are left that could not be written. Nothing escapes.
+bool CLogFileInnerHandler::WriteRound(CRun& run)
+{
+    Take(run.m_batch);
+    if (run.m_batch.m_bIdle)
+    {
+        PutBack(run.m_batch, {}, true);
+        return true;
+    }
+    CLogLoss lost;
+    bool bWritten = false;
+    try
+    {
+        bWritten = run.m_writer.Flush(run.m_batch.m_lines, run.m_batch.m_untold, lost);
+    }
+    catch (...)
+    {
+        OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
+    }
+    PutBack(run.m_batch, lost, bWritten);
+    return bWritten;
+}
+
+/// Takes the whole queue. The stop flag is read with it, so nothing can come after the last batch. With
+/// nothing to take the thread goes to sleep and must be woken.
+void CLogFileInnerHandler::Take(CBatch& batch)
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    batch.m_lines.Append(m_queue);
+    batch.m_untold.Add(std::exchange(m_untold, {}));
+    batch.m_nTicket = m_nQueued;
+    batch.m_bIdle = batch.m_lines.IsEmpty() && batch.m_untold.m_nLines == 0;
+    batch.m_bStop = m_bStop;
+    m_nBytesInRound = batch.m_lines.Bytes();
+    m_nLinesInRound = batch.m_lines.Lines();
+    m_bAsleep = batch.m_bIdle;
+}
+
+void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten)
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    m_nBytesInRound = m_nLinesInRound = 0;
+    m_queue.Prepend(batch.m_lines);
+    m_untold.Add(std::exchange(batch.m_untold, {}));
+    m_untold.Add(lost);
+    m_lost.Add(lost);
+    if (bWritten)
+        m_nDone = batch.m_nTicket;
+    SignalDone(batch.m_nTicket);
+}
+
+/// Tells those whose lines are done; the event of a done event's caller only then, others also after a try.
+void CLogFileInnerHandler::SignalDone(std::uint64_t nTried)
+{
+    if (m_hPendingDone != nullptr && m_nPendingDone <= m_nDone)
+        SetEvent(std::exchange(m_hPendingDone, nullptr));
+    for (CFlushWaiter* p = m_pWaiters; p != nullptr; p = p->m_pNext)
+        if (p->m_nTicket <= m_nDone || (p->m_bOneTry && p->m_nTicket <= nTried))
+            SetEvent(p->m_hEvent);
+}
+
+// ---- Callers ----
+
+CLogFileInnerHandler::CLogFileInnerHandler(const WCHAR* sFileNameFormat)
+    : m_sFormat(sFileNameFormat != nullptr ? sFileNameFormat : ORVTEXT(""))
+{
+    if (m_sFormat.empty())
+    {
+        ORV_REPORT_FROM("orvlog", "CLogFileInnerHandler::CLogFileInnerHandler", "STRISEMPTY(sFileNameFormat)",
                         0);
         m_bStop = true;
         return;
     }
     const OCT::CCritSectGuard guard(&m_lock);
-    Start();
+    EnsureThread();
 }
 
 CLogFileInnerHandler::~CLogFileInnerHandler()
 {
-    Stop(false);
+    if (BeginStop())
+        FinishStop(GetTickCount() + kStopMs, false);
 }
 
-/// Under the lock: gives the handler a thread. Without one it is inert.
-void CLogFileInnerHandler::Start()
+/// Without a thread tries to have one, once in a while.
+void CLogFileInnerHandler::EnsureThread()
 {
-    auto* pRun = new (std::nothrow) CRun(m_sFormat);
-    if (pRun == nullptr || !StartThread(*pRun))
-    {
-        delete pRun;
-        m_bStop = true;
+    if (m_pRun != nullptr && m_pRun->m_hThread != nullptr)
         return;
-    }
-    pRun->m_pFormer = m_pRun;
-    m_pRun = pRun;
+    const DWORD dwNow = GetTickCount();
+    if (m_dwLastStart != 0 && dwNow - m_dwLastStart < kRetryMs)
+        return;
+    m_dwLastStart = dwNow | 1;
+    if (m_pRun == nullptr)
+        m_pRun = new (std::nothrow) CRun(*this);
     m_bAsleep = true;
+    if (m_pRun != nullptr)
+        m_pRun->StartThread();
 }
 
-bool CLogFileInnerHandler::StartThread(CRun& run)
+/// What the process that forked this one had queued is written there.
+void CLogFileInnerHandler::BeginAnewInChild()
 {
-    run.m_pHandler = this;
-    run.m_dwProcessId = GetCurrentProcessId();
-    run.m_WrtEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    run.m_hFinished = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    unsigned nThreadId = 0;
-    if (run.m_WrtEvent == nullptr || run.m_hFinished == nullptr)
-        OutputDebugStringW(ORVTEXT("Log creation error: Cannot create m_WrtEvent event\n"));
-    else
-    {
-        run.m_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, &run, 0, &nThreadId));
-        if (run.m_hThread == nullptr)
-            OutputDebugStringW(ORVTEXT("Log creation error: Cannot create log monitor thread\n"));
-    }
-    if (run.m_hThread != nullptr)
-        SetThreadName(nThreadId, "CLogFileInnerHandler.Logger");
-    else
-        CloseRun(run);
-    return run.m_hThread != nullptr;
-}
-
-void CLogFileInnerHandler::CloseRun(CRun& run)
-{
-    CloseIfOpen(run.m_hThread);
-    CloseIfOpen(run.m_hFinished);
-    CloseIfOpen(run.m_WrtEvent);
+    if (m_pRun == nullptr || m_pRun->IsOurs())
+        return;
+    m_queue.Clear();
+    m_nBytesInRound = m_nLinesInRound = 0;
+    m_untold = m_lost = {};
+    m_nLostAtFlush = 0;
+    m_hPendingDone = nullptr;
+    m_pWaiters = nullptr;
+    m_nDone = m_nQueued;
+    m_pRun = nullptr;
+    m_dwLastStart = 0;
 }
 
 void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneEvent)
@@ -142,35 +235,150 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
         length = static_cast<unsigned>(std::strlen(text));
     CLogMessage* pMessage = length > 0 ? NewMessage(text, length) : nullptr;
     CLogQueue refused;
-    HANDLE hSignalNow = nullptr;
+    bool bSignalNow;
     {
         const OCT::CCritSectGuard guard(&m_lock);
-        if (!m_bStop && m_pRun->m_dwProcessId != GetCurrentProcessId())
-        {
-            m_queue.Clear();
-            m_hPendingDone = nullptr;
-            Start();
-        }
-        if (pMessage != nullptr)
-            (m_bStop ? refused : m_queue).Push(pMessage);
+        BeginAnewInChild();
         if (m_bStop)
+        {
+            if (pMessage != nullptr)
+                refused.Push(pMessage);
             return;
-        if (m_hPendingDone == nullptr)
-            m_hPendingDone = doneEvent;
-        else
-            hSignalNow = doneEvent;
+        }
+        EnsureThread();
+        if (pMessage != nullptr)
+            Accept(pMessage, refused);
+        else if (length > 0)
+            Lose(1, length);
+        bSignalNow = doneEvent != nullptr && !SetDone(doneEvent);
         if (m_bAsleep || doneEvent != nullptr)
-            SetEvent(m_pRun->m_WrtEvent);
-        m_bAsleep = false;
+            WakeThread();
     }
-    if (hSignalNow != nullptr)
-        SetEvent(hSignalNow);
+    if (bSignalNow)
+        SetEvent(doneEvent);
+}
+
+void CLogFileInnerHandler::WakeThread()
+{
+    m_bAsleep = false;
+    if (m_pRun != nullptr && m_pRun->m_WrtEvent != nullptr)
+        SetEvent(m_pRun->m_WrtEvent);
+}
+
+/// False when another event is pending.
+bool CLogFileInnerHandler::SetDone(HANDLE doneEvent)
+{
+    if (m_hPendingDone != nullptr)
+        return false;
+    m_hPendingDone = doneEvent;
+    m_nPendingDone = m_nQueued;
+    return true;
+}
+
+/// Queues the line if there is room for it, or if it is an error for which others make room.
+void CLogFileInnerHandler::Accept(CLogMessage* pMessage, CLogQueue& refused)
+{
+    const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
+    const std::uint64_t nBytes = pMessage->Length();
+    if (Waiting() + nBytes > nMax && !(pMessage->IsError() && MakeRoom(nBytes, refused)))
+    {
+        Lose(1, nBytes);
+        refused.Push(pMessage);
+        return;
+    }
+    m_queue.Push(pMessage);
+    ++m_nQueued;
+}
+
+bool CLogFileInnerHandler::MakeRoom(std::uint64_t nBytes, CLogQueue& refused)
+{
+    const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
+    while (Waiting() + nBytes > nMax)
+    {
+        CLogMessage* pOther = m_queue.TakeOther();
+        if (pOther == nullptr)
+            return false;
+        Lose(1, pOther->Length());
+        refused.Push(pOther);
+    }
+    return true;
+}
+
+void CLogFileInnerHandler::Lose(std::uint64_t nLines, std::uint64_t nBytes)
+{
+    CLogLoss loss;
+    loss.Add(nLines, nBytes, g_pfnLogTime());
+    m_untold.Add(loss);
+    m_lost.Add(loss);
+}
+
+CLogLoss CLogFileInnerHandler::Lost() const
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    return m_lost;
+}
+
+void CLogFileInnerHandler::Wake()
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    BeginAnewInChild();
+    if (!m_bStop)
+        WakeThread();
+}
+
+bool CLogFileInnerHandler::Flush(DWORD dwMilliseconds)
+{
+    const bool bDone = WaitUntilDone(dwMilliseconds, false);
+    const OCT::CCritSectGuard guard(&m_lock);
+    return std::exchange(m_nLostAtFlush, m_lost.m_nLines) == m_lost.m_nLines && bDone;
+}
+
+bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
+{
+    CFlushWaiter waiter{CreateEventW(nullptr, TRUE, FALSE, nullptr), 0, bOneTry, nullptr};
+    HANDLE hThread = nullptr;
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        BeginAnewInChild();
+        waiter.m_nTicket = m_nQueued;
+        if (m_nDone < m_nQueued && !m_bStop)
+            EnsureThread();
+        if (m_nDone < m_nQueued && !m_bStop && waiter.m_hEvent != nullptr && m_pRun != nullptr)
+        {
+            hThread = m_pRun->m_hThread;
+            waiter.m_pNext = std::exchange(m_pWaiters, &waiter);
+            WakeThread();
+        }
+    }
+    if (hThread != nullptr)
+    {
+        // A thread that was ended by force signals nothing else.
+        const HANDLE handles[] = {waiter.m_hEvent, hThread};
+        WaitForMultipleObjects(2, handles, FALSE, dwMilliseconds);
+    }
+    bool bDone;
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        CFlushWaiter** pp = &m_pWaiters;
+        while (*pp != nullptr && *pp != &waiter)
+            pp = &(*pp)->m_pNext;
+        if (*pp != nullptr)
+            *pp = waiter.m_pNext;
+        bDone = m_nDone >= waiter.m_nTicket;
+    }
+    CloseIfOpen(waiter.m_hEvent);
+    return bDone;
 }
 
 void CLogFileInnerHandler::GetFileName(COrvStr& name)
 {
-    const OCT::CCritSectGuard guard(&m_lock);
-    name = m_pRun != nullptr ? m_pRun->m_writer.File().Name() : COrvStr();
+    CLogText sName;
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        if (m_pRun != nullptr)
+            sName = m_pRun->m_writer.File().Name();
+    }
+    name = sName.c_str();
 }
 
 void CLogFileInnerHandler::AddRef()
@@ -183,83 +391,76 @@ void CLogFileInnerHandler::Release()
     CLogFileHandlerList::Instance().ReleaseHandler(this);
 }
 
-unsigned ORVCALL CLogFileInnerHandler::ThreadMain(void* pRun)
-{
-    auto& run = *static_cast<CRun*>(pRun);
-    run.m_pHandler->WriteQueued(run);
-    SetEvent(run.m_hFinished);
-    return 0;
-}
+// ---- The end ----
 
-void CLogFileInnerHandler::WriteQueued(CRun& run)
+bool CLogFileInnerHandler::BeginStop()
 {
-    DWORD dwWait = INFINITE;
-    for (bool bStop = false; !bStop;)
-    {
-        WaitForSingleObject(run.m_WrtEvent, dwWait);
-        const bool bFailing = run.m_writer.HasBacklog();
-        CBatch batch = Take(bFailing);
-        bStop = batch.m_bStop;
-        const bool bAwake = bFailing || !batch.m_lines.IsEmpty();
-        const bool bWritten = Flush(run.m_writer, batch);
-        dwWait = !bWritten ? kRetryMs : bAwake ? kStayAwakeMs : INFINITE;
-    }
-    run.m_writer.File().Close();
-}
-
-/// The stop flag is read with the queue, so nothing can come after the last batch. With nothing to take the
-/// thread goes to sleep and must be woken; while the file fails it looks again every second, whatever comes.
-CLogFileInnerHandler::CBatch CLogFileInnerHandler::Take(bool bFailing)
-{
-    CBatch batch;
     const OCT::CCritSectGuard guard(&m_lock);
-    m_bAsleep = m_queue.IsEmpty() && !bFailing;
-    batch.m_lines.Append(m_queue);
-    batch.m_hDone = std::exchange(m_hPendingDone, nullptr);
-    batch.m_bStop = m_bStop;
-    return batch;
+    if (m_bStop.exchange(true))
+        return false;
+    // The thread of another process, from which this one was forked, does its own work there.
+    if (m_pRun != nullptr && !m_pRun->IsOurs())
+        m_pRun = nullptr;
+    else
+    {
+        if (m_pRun == nullptr && !m_queue.IsEmpty())
+            m_pRun = new (std::nothrow) CRun(*this);
+        WakeThread();
+    }
+    return true;
 }
 
-/// False when lines are left that could not be written. Nothing escapes.
-bool CLogFileInnerHandler::Flush(CLogWriter& writer, CBatch& batch)
-{
-    bool bWritten = true;
-    try
-    {
-        if (!batch.m_lines.IsEmpty() || batch.m_hDone != nullptr || writer.HasBacklog())
-            bWritten = writer.Flush(batch.m_lines);
-    }
-    catch (...)
-    {
-        OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
-        bWritten = false;
-    }
-    if (batch.m_hDone != nullptr)
-        SetEvent(batch.m_hDone);
-    return bWritten;
-}
-
-void CLogFileInnerHandler::Stop(bool bUnloading)
+void CLogFileInnerHandler::FinishStop(DWORD dwEndTick, bool bUnloading)
 {
     CRun* pRun;
     {
         const OCT::CCritSectGuard guard(&m_lock);
-        if (m_bStop.exchange(true))
-            return;
-        m_sFormat.Clear(); // or what stays of the handler would keep a chain of the pool
-        // The thread of another process, from which this one was forked, does its own work there.
-        if (m_pRun->m_dwProcessId != GetCurrentProcessId())
-            return;
         pRun = std::exchange(m_pRun, nullptr);
-        SetEvent(pRun->m_WrtEvent);
     }
-    if (!WaitForEnd(*pRun, bUnloading))
-        return WriteBehind(*pRun);
-    // The end of a process on Windows kills the thread before it could write everything.
-    CBatch batch = Take(false);
-    Flush(pRun->m_writer, batch);
-    CloseRun(*pRun);
-    delete pRun;
+    if (pRun == nullptr)
+        return;
+    if (pRun->TakeLastTurn(dwEndTick, bUnloading))
+    {
+        // What the thread did not come to, because it was never there or ended before its time.
+        WriteRound(*pRun);
+        pRun->m_writer.File().Close();
+        GiveUp();
+        if (pRun->EndThread(bUnloading))
+            delete pRun;
+        return;
+    }
+    WriteBehind(*pRun);
+    GiveUp();
+    pRun->EndThread(bUnloading); // it may go on using its state
+}
+
+/// Waits until nobody else can write any more; false when the thread is held up in its turn.
+bool CLogFileInnerHandler::CRun::TakeLastTurn(DWORD dwEndTick, bool bUnloading)
+{
+    if (m_hThread == nullptr)
+        return true;
+    // While the library is unloaded a thread that has not begun cannot.
+    if (bUnloading && !m_bBegun && TryTakeTurn())
+        return true;
+    const HANDLE handles[] = {m_hThread, m_hFinished};
+    const DWORD dwResult = WaitForMultipleObjects(2, handles, FALSE, TimeUntil(dwEndTick));
+    return dwResult == WAIT_OBJECT_0 || dwResult == WAIT_OBJECT_0 + 1 || TryTakeTurn();
+}
+
+/// False when the thread may still use its state.
+bool CLogFileInnerHandler::CRun::EndThread(bool bUnloading)
+{
+    if (m_hThread == nullptr)
+        return true;
+    SetEvent(m_WrtEvent);
+    if (m_bBegun)
+        WaitForSingleObject(m_hThread, bUnloading ? kLeaveMs : kStopMs);
+    DWORD dwExitCode = STILL_ACTIVE;
+    if (GetExitCodeThread(m_hThread, &dwExitCode) && dwExitCode != STILL_ACTIVE)
+        return true;
+    TerminateThread(m_hThread, 1);
+    WaitForSingleObject(m_hThread, kLeaveMs); // it is not gone at once
+    return false;
 }
 
 /// The thread did not end in time. When all it waits for is the disk, what was queued meanwhile is written
@@ -268,108 +469,28 @@ void CLogFileInnerHandler::WriteBehind(const CRun& run)
 {
     if (!run.m_writer.IsFlushing())
         return;
+    CBatch batch;
+    Take(batch);
     try
     {
-        CLogWriter writer(run.m_writer.File().Name());
-        CBatch batch = Take(false);
-        writer.Write(batch.m_lines);
-        if (batch.m_hDone != nullptr)
-            SetEvent(batch.m_hDone);
+        CLogWriter writer(run.m_writer.File().Name(), m_options);
+        writer.Write(batch.m_lines, batch.m_untold);
     }
     catch (...)
     {
         OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
     }
+    PutBack(batch, {}, false);
 }
 
-/// False when the thread may still use its state.
-bool CLogFileInnerHandler::WaitForEnd(CRun& run, bool bUnloading)
-{
-    const HANDLE handles[] = {run.m_hThread, run.m_hFinished};
-    const DWORD dwResult = WaitForMultipleObjects(2, handles, FALSE, kStopMs);
-    const bool bFinished = dwResult != WAIT_TIMEOUT && dwResult != WAIT_FAILED;
-    if (bFinished)
-        WaitForSingleObject(run.m_hThread, bUnloading ? kLeaveMs : kStopMs);
-    DWORD dwExitCode = STILL_ACTIVE;
-    if (!GetExitCodeThread(run.m_hThread, &dwExitCode) || dwExitCode == STILL_ACTIVE)
-        TerminateThread(run.m_hThread, 1);
-    return bFinished;
-}
-
-CLogFileHandlerList& CLogFileHandlerList::Instance()
-{
-    return g_list;
-}
-
-unsigned CLogFileHandlerList::Find(const WCHAR* sFileNameFormat) const
-{
-    for (unsigned i = 0; i < m_files.GetSize(); ++i)
-        if (OCT::IsSameText<WCHAR>(m_files[i].m_sFormat, sFileNameFormat))
-            return i;
-    return kNotFound;
-}
-
-unsigned CLogFileHandlerList::Find(const CLogFileInnerHandler* pHandler) const
-{
-    for (unsigned i = 0; i < m_files.GetSize(); ++i)
-        if (m_files[i].m_pHandler == pHandler)
-            return i;
-    return kNotFound;
-}
-
-ILogFileHandler* CLogFileHandlerList::AddFileHandler(const WCHAR* sFileNameFormat)
+/// What has not been written by now never will be.
+void CLogFileInnerHandler::GiveUp()
 {
     const OCT::CCritSectGuard guard(&m_lock);
-    CLogFileInnerHandler* pHandler = nullptr;
-    if (!IsEmptyText(sFileNameFormat))
-    {
-        const unsigned i = Find(sFileNameFormat);
-        pHandler = i != kNotFound ? m_files[i].m_pHandler : MakeHandler(sFileNameFormat);
-    }
-    if (pHandler == nullptr)
-    {
-        ORV_REPORT_FROM(kSource, "CLogFileHandlerList::AddFileHandler",
-                        "STRNOTEMPTY(sFileNameFormat) && pHandler != nullptr", 0);
-        return nullptr;
-    }
-    pHandler->AddRef();
-    return pHandler;
-}
-
-/// Null when there is no memory for it.
-CLogFileInnerHandler* CLogFileHandlerList::MakeHandler(const WCHAR* sFileNameFormat)
-{
-    try
-    {
-        auto pHandler = std::make_unique<CLogFileInnerHandler>(sFileNameFormat);
-        m_files.Add({COrvStr(sFileNameFormat), pHandler.get()});
-        return pHandler.release();
-    }
-    catch (...)
-    {
-        return nullptr;
-    }
-}
-
-void CLogFileHandlerList::ReleaseHandler(CLogFileInnerHandler* pHandler)
-{
-    bool bUnloading;
-    {
-        const OCT::CCritSectGuard guard(&m_lock);
-        // A handler that was released before stays at zero.
-        const unsigned i = Find(pHandler);
-        if (i == kNotFound || pHandler->ChangeReferences(-1) > 0)
-            return;
-        m_files.RemoveAt(i);
-        bUnloading = m_bUnloading;
-    }
-    pHandler->Stop(bUnloading);
-}
-
-void CLogFileHandlerList::StopAll()
-{
-    const OCT::CCritSectGuard guard(&m_lock);
-    m_bUnloading = true;
-    for (const _LogFile& file : m_files)
-        file.m_pHandler->Stop(true);
+    if (!m_queue.IsEmpty() || m_nLinesInRound > 0)
+        Lose(m_queue.Lines() + m_nLinesInRound, Waiting());
+    m_queue.Clear();
+    m_nBytesInRound = m_nLinesInRound = 0;
+    m_nDone = m_nQueued;
+    SignalDone(m_nQueued);
 }

@@ -4,13 +4,16 @@
 // be used. What is left of it ignores every call. Its thread is stopped, its file closed and its buffer
 // freed.
 //
+// Lines stay in the queue until they are written, so that what waits is bounded in one place. The thread
+// works in rounds; whoever has the turn may write: the thread, or, at the end, who stops it. Outside of its
+// turn the thread does nothing but wait for events, so it can be ended there without harm.
+//
 // A forked child has the handlers but not their threads, and the lines that were queued at that moment are
 // written by the parent. The first line that the child writes gives the handler a new thread and an empty
 // queue. The state that the former thread worked on is left alone: nobody knows where it stood.
 #pragma once
 
 #include "log/logwriter.h"
-#include "orvcomtypes/memarray.h"
 #include "orvcomtypes/orvlog.h"
 
 class CLogFileInnerHandler : public ILogFileHandler
@@ -26,85 +29,110 @@ public:
     void AddRef() override;
     void Release() override;
 
-    /// Writes what is queued and ends the thread. While the library is being unloaded a thread cannot end
-    /// wholly, so it is not waited for when its work is done.
-    void Stop(bool bUnloading);
+    /// Waits until everything queued so far is on the disk. False when that did not happen in time, or when
+    /// lines were lost since the last call.
+    bool Flush(DWORD dwMilliseconds);
+    /// Waits until everything queued so far is on the disk or given up; true then. With \p bOneTry not longer
+    /// than the next round takes.
+    bool WaitUntilDone(DWORD dwMilliseconds, bool bOneTry);
+    /// Makes the thread write now.
+    void Wake();
+
+    /// Refuses lines from now on and makes the thread write what is queued; true the first time.
+    bool BeginStop();
+    /// After BeginStop: waits for the thread until the tick, writes what is left, and ends the thread. While
+    /// the library is being unloaded a thread cannot end wholly, so it is not waited for when its work is
+    /// done.
+    void FinishStop(DWORD dwEndTick, bool bUnloading);
+
+    CLogFileOptions& Options() { return m_options; }
+    /// Lines and bytes that were lost so far.
+    CLogLoss Lost() const;
+    const CLogText& Format() const { return m_sFormat; }
 
     /// Changed under the list's lock; the new count.
     LONG ChangeReferences(LONG nDelta) { return InterlockedExchangeAdd(&m_nReferences, nDelta) + nDelta; }
 
 private:
-    /// A thread and what it works with.
-    struct CRun
-    {
-        explicit CRun(const COrvStr& sFormat) : m_writer(sFormat) {}
-
-        CLogFileInnerHandler* m_pHandler = nullptr;
-        CLogWriter m_writer;
-        HANDLE m_WrtEvent = nullptr;  ///< lines are there, or the thread is to end; auto-reset
-        HANDLE m_hFinished = nullptr; ///< the thread has done its work; manual-reset
-        HANDLE m_hThread = nullptr;
-        DWORD m_dwProcessId = 0;
-        CRun* m_pFormer = nullptr; ///< of the process that forked this one
-    };
-
-    /// What the thread takes from the callers at once.
+    /// What a round takes from the callers at once.
     struct CBatch
     {
         CLogQueue m_lines;
-        HANDLE m_hDone = nullptr;
+        CLogLoss m_untold;
+        std::uint64_t m_nTicket = 0;
+        bool m_bIdle = true; ///< nothing was there
         bool m_bStop = false;
     };
 
-    void Start();
-    bool StartThread(CRun& run);
+    /// A thread and what it works with.
+    struct CRun
+    {
+        explicit CRun(CLogFileInnerHandler& handler);
+        ~CRun();
+        bool IsOurs() const { return m_dwProcessId == GetCurrentProcessId(); }
+        bool StartThread();
+        /// The thread's turn; false when somebody else has taken it for good.
+        bool TryTakeTurn() { return !m_bTurnTaken.exchange(true); }
+        void GiveTurnBack() { m_bTurnTaken.store(false); }
+        bool TakeLastTurn(DWORD dwEndTick, bool bUnloading);
+        bool EndThread(bool bUnloading);
+
+        CLogFileInnerHandler& m_handler;
+        CLogWriter m_writer;
+        CBatch m_batch; ///< here, not on the stack: the end of a process on Windows may end the thread
+        HANDLE m_WrtEvent = nullptr;  ///< lines are there, or the thread is to end; auto-reset
+        HANDLE m_hFinished = nullptr; ///< the thread has done its work; manual-reset
+        HANDLE m_hThread = nullptr;
+        const DWORD m_dwProcessId = GetCurrentProcessId();
+        std::atomic<bool> m_bBegun = false;
+        std::atomic<bool> m_bTurnTaken = false;
+    };
+
+    /// A call that waits for its lines.
+    struct CFlushWaiter
+    {
+        HANDLE m_hEvent;
+        std::uint64_t m_nTicket;
+        bool m_bOneTry;
+        CFlushWaiter* m_pNext;
+    };
+
     static unsigned ORVCALL ThreadMain(void* pRun);
     void WriteQueued(CRun& run);
-    CBatch Take(bool bFailing);
-    bool Flush(CLogWriter& writer, CBatch& batch);
-    bool WaitForEnd(CRun& run, bool bUnloading);
+    bool WriteRound(CRun& run);
+    void Take(CBatch& batch);
+    void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
     void WriteBehind(const CRun& run);
-    static void CloseRun(CRun& run);
+    void GiveUp();
 
-    OCT::CCritSect m_lock; ///< guards the queue and what follows
+    // Under the lock:
+    void BeginAnewInChild();
+    void EnsureThread();
+    void Accept(CLogMessage* pMessage, CLogQueue& refused);
+    bool MakeRoom(std::uint64_t nBytes, CLogQueue& refused);
+    void Lose(std::uint64_t nLines, std::uint64_t nBytes);
+    bool SetDone(HANDLE doneEvent);
+    void SignalDone(std::uint64_t nTried);
+    void WakeThread();
+    std::uint64_t Waiting() const { return m_queue.Bytes() + m_nBytesInRound; }
+
+    CLogFileOptions m_options;
+    mutable OCT::CCritSect m_lock; ///< guards the queue and what follows
     CLogQueue m_queue;
+    CLogLoss m_untold;                ///< lost, and not yet told in the file
+    CLogLoss m_lost;                  ///< all that was lost
+    std::uint64_t m_nLostAtFlush = 0; ///< lines, when Flush was last called
+    std::uint64_t m_nBytesInRound = 0;
+    std::uint64_t m_nLinesInRound = 0;
+    std::uint64_t m_nQueued = 0; ///< lines so far; the number of the last one
+    std::uint64_t m_nDone = 0;   ///< up to this number all are on the disk or given up
     HANDLE m_hPendingDone = nullptr;
-    bool m_bAsleep = true; ///< the thread waits without end, so it must be woken
+    std::uint64_t m_nPendingDone = 0; ///< the line after which the event is signalled
+    CFlushWaiter* m_pWaiters = nullptr;
+    bool m_bAsleep = true;   ///< the thread waits without end, so it must be woken
+    DWORD m_dwLastStart = 0; ///< tick of the last try to start the thread
     CRun* m_pRun = nullptr;
     std::atomic<bool> m_bStop = false;
     LONG volatile m_nReferences = 0;
-    COrvStr m_sFormat; ///< empty when the handler has been stopped
+    const CLogText m_sFormat;
 };
-
-class CLogFileHandlerList
-{
-public:
-    /// The one list of the process; never destroyed.
-    static CLogFileHandlerList& Instance();
-
-    /// The handler for a format (its letters of either case), made when there is none, with a reference for
-    /// the caller.
-    ILogFileHandler* AddFileHandler(const WCHAR* sFileNameFormat);
-    void ReleaseHandler(CLogFileInnerHandler* pHandler);
-    /// Ends the threads of all handlers, which are then inert.
-    void StopAll();
-
-private:
-    struct _LogFile
-    {
-        COrvStr m_sFormat;
-        CLogFileInnerHandler* m_pHandler;
-    };
-    static constexpr unsigned kNotFound = ~0u;
-
-    CLogFileInnerHandler* MakeHandler(const WCHAR* sFileNameFormat);
-    unsigned Find(const WCHAR* sFileNameFormat) const;
-    unsigned Find(const CLogFileInnerHandler* pHandler) const;
-
-    OCT::CCritSect m_lock;
-    CMarray<_LogFile, 4> m_files;
-    bool m_bUnloading = false;
-};
-
-/// The library's end: all lines go to their files, and no thread stays in its code.
-void ReleaseLogsAtDetach();

@@ -116,52 +116,113 @@ void PutHeader(CHeader& header, const CLogLineParts& parts)
 } // namespace
 
 CLogLine::CLogLine(const CLogLineParts& parts, const char* sFormat, va_list args)
+    : m_nCodePage(parts.m_nCodePage)
+{
+    CHeader text(m_sText, kMessageBytes - 1, m_nCodePage);
+    PutHeader(text, parts);
+    const std::size_t nHeader = text.Length();
+    // The format becomes part of the header and is cut with it.
+    if (nHeader + std::strlen(sFormat) >= kHeaderBytes || std::memchr(m_sText, '%', nHeader) != nullptr)
+        FormatWithHeader((std::min)(nHeader, kHeaderBytes - 1), sFormat, args);
+    else
+    {
+        OCT::CFormatArgs<char> taken(args);
+        OCT::FormatText(text, sFormat, taken);
+        m_nLength = text.Length();
+    }
+    Trim();
+    if (m_nLength > kTextBytes || CLogCharacter::IsAnyIn({m_sText, m_nLength}))
+        Indent();
+    std::memcpy(m_sText + m_nLength, "\r\n", 3);
+    m_nLength += 2;
+}
+
+/// The header is formatted too; arguments are those that the caller's format names as a whole.
+void CLogLine::FormatWithHeader(std::size_t nHeader, const char* sFormat, va_list args)
 {
     char sHeader[kHeaderBytes];
     CHeader header(sHeader, kHeaderBytes - 1);
-    PutHeader(header, parts);
-    // The format becomes part of the header and is cut with it; its arguments are those that it names as a
-    // whole.
+    header.Put(m_sText, nHeader);
     header.Put(sFormat);
+    header.EndCut();
     sHeader[header.Length()] = 0;
-
-    char sMessage[kMessageBytes];
-    OCT::CFormatArgs<char> fetched(sFormat, args);
-    OCT::CFormatSink<char> message(sMessage, kMessageBytes - 1);
+    OCT::CFetchedArgs<char> fetched(sFormat, args);
+    OCT::CFormatSink<char> message(m_sText, kMessageBytes - 1, m_nCodePage);
     OCT::FormatText(message, sHeader, fetched);
-    Indent(sMessage, message.Length());
-    Finish();
+    m_nLength = message.Length();
 }
 
-/// Line breaks of either kind become "\r\n" and a tab.
-void CLogLine::Indent(const char* sMessage, std::size_t nLength)
+/// Line breaks of either kind become "\r\n" and a tab, other control characters visible.
+void CLogLine::Indent()
 {
-    const char* const pEnd = sMessage + nLength;
-    while (sMessage != pEnd)
+    char sMessage[kMessageBytes + 1];
+    std::memcpy(sMessage, m_sText, m_nLength);
+    sMessage[m_nLength] = 0;
+    const char* const pEnd = sMessage + m_nLength;
+    const bool bUTF8 = m_nCodePage == CP_UTF8 || (m_nCodePage == CP_ACP && GetACP() == CP_UTF8);
+    m_nLength = 0;
+    bool bFits = true;
+    for (const char* p = sMessage; bFits && p != pEnd;)
     {
-        const auto* pBreak =
-            static_cast<const char*>(std::memchr(sMessage, '\n', static_cast<std::size_t>(pEnd - sMessage)));
-        const char* pLineEnd = pBreak != nullptr ? pBreak : pEnd;
-        const bool bReturn = pBreak != nullptr && pBreak != sMessage && pBreak[-1] == '\r';
-        Put(sMessage, static_cast<std::size_t>(pLineEnd - sMessage) - bReturn);
-        if (pBreak == nullptr)
-            return;
-        Put("\r\n\t", 3);
-        sMessage = pBreak + 1;
+        const CLogCharacter c(p, bUTF8);
+        bFits = Put(c.m_sShown == "\n" ? "\r\n\t" : c.m_sShown);
+        p += c.m_nBytes;
     }
+    if (!bFits)
+        m_nLength = OCT::WholeCharacters(m_sText, m_nLength, m_nCodePage);
+    Trim();
 }
 
-void CLogLine::Put(const char* pText, std::size_t nLength)
+/// False when not all of it has room.
+bool CLogLine::Put(std::string_view sText)
 {
-    const std::size_t nFits = std::min(nLength, kTextBytes - m_nLength);
-    std::memcpy(m_sText + m_nLength, pText, nFits);
-    m_nLength += static_cast<unsigned>(nFits);
+    const std::size_t nFits = (std::min)(sText.size(), kTextBytes - m_nLength);
+    std::memcpy(m_sText + m_nLength, sText.data(), nFits);
+    m_nLength += nFits;
+    return nFits == sText.size();
 }
 
-void CLogLine::Finish()
+void CLogLine::Trim()
 {
     while (m_nLength > 0 && OCT::IsSpace(m_sText[m_nLength - 1]))
         --m_nLength;
-    std::memcpy(m_sText + m_nLength, "\r\n", 3);
-    m_nLength += 2;
+}
+
+CLogCharacter::CLogCharacter(const char* sText, bool bUTF8) : m_sShown(sText, 1), m_nBytes(1)
+{
+    const auto c = static_cast<unsigned char>(*sText);
+    const auto cNext = static_cast<unsigned char>(c != 0 ? sText[1] : 0);
+    const bool bUpperControl = bUTF8 && c == 0xC2 && cNext >= 0x80 && cNext < 0xA0;
+    if (c == '\r' && cNext == '\n')
+    {
+        m_sShown = "\n";
+        m_nBytes = 2;
+    }
+    else if ((c < 0x20 && c != '\t' && c != '\n') || c == 0x7F || bUpperControl)
+    {
+        m_nBytes = bUpperControl ? 2 : 1;
+        m_sShown = {m_sBuffer, OCT::FormatTo(m_sBuffer, "\\x%02X", bUpperControl ? cNext : c)};
+    }
+}
+
+bool CLogCharacter::IsAnyIn(std::string_view sText)
+{
+    // Eight at a time: bytes below 0x20, 0x7F, and 0xC2, which opens the upper controls of UTF-8.
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    constexpr std::uint64_t kTops = 0x8080808080808080;
+    const auto Zeros = [](std::uint64_t n) { return (n - kOnes) & ~n & kTops; };
+    const auto Look = [&](std::uint64_t n) {
+        return ((n - 0x20 * kOnes) & ~n & kTops) | Zeros(n ^ 0x7F * kOnes) | Zeros(n ^ 0xC2 * kOnes);
+    };
+    std::uint64_t nFound = 0;
+    std::size_t i = 0;
+    for (std::uint64_t n; i + sizeof(n) <= sText.size(); i += sizeof(n))
+    {
+        std::memcpy(&n, sText.data() + i, sizeof(n));
+        nFound |= Look(n);
+    }
+    std::uint64_t nRest = 0x2020202020202020;
+    if (i < sText.size())
+        std::memcpy(&nRest, sText.data() + i, sText.size() - i);
+    return (nFound | Look(nRest)) != 0;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <string_view>
 
 struct CLogLineParts
 {
@@ -12,26 +13,47 @@ struct CLogLineParts
     unsigned m_nLevel;
     const char* m_sPrefix;
     const LONG* m_phr; ///< null: none
+    UINT m_nCodePage;  ///< of the file; CP_ACP: as narrow text is
 };
 
 class CLogLine
 {
 public:
-    /// Builds the line: header and format formatted together, line breaks indented, "\r\n" at the end.
+    /// Builds the line: header and format formatted together, line breaks indented, control characters made
+    /// visible, "\r\n" at the end.
     CLogLine(const CLogLineParts& parts, const char* sFormat, va_list args);
 
     const char* Text() const { return m_sText; }
-    unsigned Length() const { return m_nLength; }
+    unsigned Length() const { return static_cast<unsigned>(m_nLength); }
 
 private:
     static constexpr std::size_t kHeaderBytes = 1024;
     static constexpr std::size_t kMessageBytes = 0x4000;
     static constexpr std::size_t kTextBytes = 16374; ///< of the message; the end of the line comes behind
 
-    void Indent(const char* sMessage, std::size_t nLength);
-    void Put(const char* pText, std::size_t nLength);
-    void Finish();
+    void FormatWithHeader(std::size_t nHeader, const char* sFormat, va_list args);
+    void Indent();
+    bool Put(std::string_view sText);
+    void Trim();
 
-    unsigned m_nLength = 0;
-    char m_sText[kTextBytes + 3];
+    const UINT m_nCodePage;
+    std::size_t m_nLength = 0;
+    char m_sText[kMessageBytes + 3];
+};
+
+/// How text that came from elsewhere stands in a log: no character may begin a line or move a terminal's
+/// cursor. \p sText is terminated behind what there is of it.
+struct CLogCharacter
+{
+    /// The next one: what stands for it, and how many bytes it takes.
+    CLogCharacter(const char* sText, bool bUTF8);
+
+    /// Whether there is anything to be shown in another way, tabs left out.
+    static bool IsAnyIn(std::string_view sText);
+
+    std::string_view m_sShown;
+    std::size_t m_nBytes;
+
+private:
+    char m_sBuffer[8];
 };

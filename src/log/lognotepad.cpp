@@ -1,6 +1,7 @@
 #include "core/textformat.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/orvlog.h"
+#include "textviewer.h"
 
 bool COrvLog::ShowLogFileWithNotepad() const
 {
@@ -8,7 +9,7 @@ bool COrvLog::ShowLogFileWithNotepad() const
     if (sFile.IsEmpty())
         return false;
     WCHAR sCommandLine[MAX_PATH];
-    OCT::FormatTo(sCommandLine, ORVTEXT("notepad.exe \"%s\""), static_cast<const WCHAR*>(sFile));
+    OCT::FormatTo(sCommandLine, ORVTEXT("%s \"%s\""), PortTextViewer(), static_cast<const WCHAR*>(sFile));
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};

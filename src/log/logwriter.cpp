@@ -1,33 +1,78 @@
 #include "log/logwriter.h"
 
+#include "core/textformat.h"
+
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
-bool CLogWriter::Write(CLogQueue& lines)
+namespace
 {
-    m_backlog.Append(lines);
+
+/// A moment as lines show it.
+struct CStamp
+{
+    explicit CStamp(__time64_t t)
+    {
+        const std::tm tm = CLogDate(t).m_tm;
+        OCT::FormatTo(m_sText, "%02d%02d%02d_%02d%02d%02d", tm.tm_year % 100, tm.tm_mon + 1, tm.tm_mday,
+                      tm.tm_hour, tm.tm_min, tm.tm_sec);
+    }
+
+    char m_sText[32];
+};
+
+} // namespace
+
+bool CLogWriter::Write(CLogQueue& lines, CLogLoss& untold)
+{
     if (!m_file.Prepare())
         return false;
-    while (!m_backlog.IsEmpty())
-        if (!WriteBlock())
+    if (!m_file.Continues())
+        m_nFirstDone = 0;
+    if (m_nFirstDone == 0 && !Tell(untold))
+        return false;
+    while (!lines.IsEmpty())
+        if (!WriteBlock(lines))
             return false;
     return true;
 }
 
-bool CLogWriter::Flush(CLogQueue& lines)
+bool CLogWriter::Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
-    if (!Write(lines))
+    const bool bWritten = Write(lines, untold);
+    lost.Add(std::exchange(m_dropped, {}));
+    if (!bWritten)
         return false;
     m_bFlushing.store(true, std::memory_order_release);
-    m_file.Flush();
+    const bool bSynced = m_file.Flush();
     m_bFlushing.store(false, std::memory_order_release);
+    const CLogLoss unsynced = std::exchange(m_unsynced, {});
+    if (!bSynced)
+        lost.Add(unsynced);
+    return true;
+}
+
+/// A line that says what is missing in front of the next one.
+bool CLogWriter::Tell(CLogLoss& untold)
+{
+    if (untold.m_nLines == 0)
+        return true;
+    char sLine[160];
+    const std::size_t nLength =
+        OCT::FormatTo(sLine, "=W> %s Lost log lines: %I64u (%I64u bytes), logged between %s and %s\r\n",
+                      CStamp(g_pfnLogTime()).m_sText, untold.m_nLines, untold.m_nBytes,
+                      CStamp(untold.m_tFirst).m_sText, CStamp(untold.m_tLast).m_sText);
+    if (m_file.Write(sLine, static_cast<DWORD>(nLength)) != nLength)
+        return false;
+    untold = {};
     return true;
 }
 
 /// One write: a single line as it lies, several through the buffer.
-bool CLogWriter::WriteBlock()
+bool CLogWriter::WriteBlock(CLogQueue& lines)
 {
-    const CLogMessage* pFirst = m_backlog.First();
+    const CLogMessage* pFirst = lines.First();
     const char* pData = pFirst->Text() + m_nFirstDone;
     DWORD nBytes = pFirst->Length() - m_nFirstDone;
     if (CLogQueue::Next(pFirst) != nullptr)
@@ -36,31 +81,37 @@ bool CLogWriter::WriteBlock()
             m_pBuffer.reset(static_cast<char*>(std::malloc(kBufferBytes)));
         if (m_pBuffer == nullptr)
         {
-            OutputDebugStringW(ORVTEXT("Cannot allocate log file write buffer\n"));
-            m_backlog.Clear();
-            m_nFirstDone = 0;
+            DropWithoutBuffer(lines);
             return true;
         }
-        nBytes = FillBuffer();
+        nBytes = FillBuffer(lines);
         pData = m_pBuffer.get();
     }
     const DWORD nWritten = m_file.Write(pData, nBytes);
-    Consume(nWritten);
+    Consume(lines, nWritten);
     return nWritten == nBytes;
+}
+
+void CLogWriter::DropWithoutBuffer(CLogQueue& lines)
+{
+    OutputDebugStringW(ORVTEXT("Cannot allocate log file write buffer\n"));
+    m_dropped.Add(lines.Lines(), lines.Bytes(), g_pfnLogTime());
+    lines.Clear();
+    m_nFirstDone = 0;
 }
 
 /// Copies lines from the front as long as they fit. Only one that is larger than the buffer is cut: other
 /// processes may append between two blocks.
-DWORD CLogWriter::FillBuffer()
+DWORD CLogWriter::FillBuffer(const CLogQueue& lines)
 {
     DWORD nFilled = 0;
     DWORD nSkip = m_nFirstDone;
-    for (const CLogMessage* p = m_backlog.First(); p != nullptr; p = CLogQueue::Next(p))
+    for (const CLogMessage* p = lines.First(); p != nullptr; p = CLogQueue::Next(p))
     {
         const DWORD nRoom = kBufferBytes - nFilled;
         if (p->Length() - nSkip > nRoom && nFilled > 0)
             break;
-        const DWORD nPart = std::min(p->Length() - nSkip, nRoom);
+        const DWORD nPart = std::min<DWORD>(p->Length() - nSkip, nRoom);
         std::memcpy(m_pBuffer.get() + nFilled, p->Text() + nSkip, nPart);
         nFilled += nPart;
         nSkip = 0;
@@ -68,11 +119,13 @@ DWORD CLogWriter::FillBuffer()
     return nFilled;
 }
 
-void CLogWriter::Consume(DWORD nBytes)
+void CLogWriter::Consume(CLogQueue& lines, DWORD nBytes)
 {
+    const __time64_t tNow = g_pfnLogTime();
     while (nBytes > 0)
     {
-        const DWORD nLeft = m_backlog.First()->Length() - m_nFirstDone;
+        const DWORD nLength = lines.First()->Length();
+        const DWORD nLeft = nLength - m_nFirstDone;
         if (nBytes < nLeft)
         {
             m_nFirstDone += nBytes;
@@ -80,6 +133,7 @@ void CLogWriter::Consume(DWORD nBytes)
         }
         nBytes -= nLeft;
         m_nFirstDone = 0;
-        m_backlog.DropFirst();
+        m_unsynced.Add(1, nLength, tNow);
+        lines.DropFirst();
     }
 }

@@ -1,7 +1,8 @@
-// Queued lines into a file, in as few writes as possible, losing none of them.
+// Queued lines into a file, in as few writes as possible. What cannot be written stays in the queue.
 #pragma once
 
 #include "log/logfile.h"
+#include "log/logloss.h"
 #include "log/logqueue.h"
 
 #include <atomic>
@@ -12,16 +13,14 @@
 class CLogWriter
 {
 public:
-    explicit CLogWriter(const COrvStr& sFormat) : m_file(sFormat) {}
+    CLogWriter(const CLogText& sFormat, const CLogFileOptions& options) : m_file(sFormat, options) {}
 
-    /// Writes what is left over from earlier and these lines. False when some of it could not be written and
-    /// is kept.
-    bool Write(CLogQueue& lines);
-    /// The same, and waits until they are on the disk.
-    bool Flush(CLogQueue& lines);
+    /// Writes the lines, in front of them what was lost and is not told yet. False when some are left.
+    bool Write(CLogQueue& lines, CLogLoss& untold);
+    /// The same, and waits until they are on the disk. What was given up comes into \p lost.
+    bool Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost);
     /// Whether the writing thread is in that wait; from any thread.
     bool IsFlushing() const { return m_bFlushing.load(std::memory_order_acquire); }
-    bool HasBacklog() const { return !m_backlog.IsEmpty(); }
 
     CLogFile& File() { return m_file; }
     const CLogFile& File() const { return m_file; }
@@ -29,12 +28,15 @@ public:
 private:
     static constexpr DWORD kBufferBytes = 0x200000;
 
-    bool WriteBlock();
-    DWORD FillBuffer();
-    void Consume(DWORD nBytes);
+    bool Tell(CLogLoss& untold);
+    bool WriteBlock(CLogQueue& lines);
+    void DropWithoutBuffer(CLogQueue& lines);
+    DWORD FillBuffer(const CLogQueue& lines);
+    void Consume(CLogQueue& lines, DWORD nBytes);
 
     CLogFile m_file;
-    CLogQueue m_backlog;
+    CLogLoss m_unsynced; ///< what is lost when the next flush fails
+    CLogLoss m_dropped;  ///< for want of a buffer
     std::atomic<bool> m_bFlushing = false;
     DWORD m_nFirstDone = 0; ///< bytes of the first line that are written already
 

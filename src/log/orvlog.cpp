@@ -1,14 +1,21 @@
 #include "orvcomtypes/orvlog.h"
 
 #include "core/textformat.h"
-#include "log/loghandler.h"
 #include "log/logline.h"
+#include "log/loglist.h"
 #include "log/loglocation.h"
 
 #include <algorithm>
 #include <memory>
 #include <new>
 #include <string>
+
+namespace
+{
+
+constexpr DWORD kFlushLevelMs = 5000;
+
+} // namespace
 
 COrvLog::COrvLog(const COrvLog* parent, int options, const WCHAR* prefix)
 {
@@ -25,6 +32,7 @@ COrvLog& COrvLog::operator=(const COrvLog& other)
     SetLogOpt(other.GetLogOpt());
     std::copy(std::begin(other.m_sPrefix), std::end(other.m_sPrefix), m_sPrefix);
     m_WorkerDBIds = other.m_WorkerDBIds;
+    SetFlushLevel(other.GetFlushLevel());
     m_pHandler.store(other.Handler(), std::memory_order_release);
     return *this;
 }
@@ -68,6 +76,7 @@ bool COrvLog::InitLog(const COrvLog* parent, int options, const WCHAR* prefix)
     else
         std::copy(std::begin(parent->m_sPrefix), std::end(parent->m_sPrefix), m_sPrefix);
     m_WorkerDBIds = parent->m_WorkerDBIds;
+    SetFlushLevel(parent->GetFlushLevel());
     SetLogOpt(nOptions);
     return true;
 }
@@ -119,64 +128,106 @@ void COrvLog::LogSimpleStr(unsigned level, const WCHAR* text) const
         LogOpt(level, "%S", text);
 }
 
-void COrvLog::LogOpt(unsigned level, const char* format, ...) const
+void COrvLog::LogOpt(unsigned level, OCT::CRunTimeFormat format, ...) const
 {
     va_list args;
     va_start(args, format);
-    LogInner(level, nullptr, format, args);
+    QueueLine(GetLogOpt(), level, nullptr, format.Text(), args);
     va_end(args);
 }
 
-void COrvLog::LogOpt(unsigned level, LONG hr, const char* format, ...) const
+void COrvLog::LogOpt(unsigned level, LONG hr, OCT::CRunTimeFormat format, ...) const
 {
     va_list args;
     va_start(args, format);
-    LogInner(level, &hr, format, args);
+    QueueLine(GetLogOpt(), level, &hr, format.Text(), args);
     va_end(args);
 }
 
 void COrvLog::LogInner(unsigned level, const LONG* phr, const char* format, va_list args) const
 {
-    LogInnerAs(GetLogOpt(), level, phr, format, args);
+    QueueLine(GetLogOpt(), level, phr, format, args);
 }
 
-void COrvLog::LogAs(unsigned options, unsigned level, const LONG* phr, const char* format, ...) const
-{
-    va_list args;
-    va_start(args, format);
-    LogInnerAs(options, level, phr, format, args);
-    va_end(args);
-}
-
-void COrvLog::LogInnerAs(unsigned options, unsigned level, const LONG* phr, const char* format,
-                         va_list args) const
+void COrvLog::QueueLine(unsigned options, unsigned level, const LONG* phr, const char* format,
+                        va_list args) const
 {
     const bool bFile = options != lqlToDebugger && Handler() != nullptr;
     if ((options & level) == 0 || (!bFile && (options & lqlToDebugger) == 0) || format == nullptr)
         return;
-    const CLogLine line({options, level, m_sPrefix, phr}, format, args);
+    const CLogLine line({options, level, m_sPrefix, phr, CodePage()}, format, args);
     if (options & lqlToDebugger)
         OutputDebugStringA(line.Text());
     if (bFile)
-        Write(line.Text(), line.Length());
+        Queue(line.Text(), line.Length(), level);
 }
 
 /// Handlers are never freed, so one that is released meanwhile just drops the text.
-void COrvLog::Write(const char* text, unsigned length) const
+void COrvLog::Queue(const char* text, unsigned length, unsigned level) const
 {
-    if (ILogFileHandler* pHandler = Handler())
-        pHandler->Write(text, length, nullptr);
+    CLogFileInnerHandler* pHandler = FileHandler();
+    if (pHandler == nullptr)
+        return;
+    pHandler->Write(text, length, nullptr);
+    // The lowest level counts: errors come first. No level, no flush.
+    const unsigned nLowest = level & (0 - level);
+    if (nLowest - 1 < GetFlushLevel())
+        pHandler->WaitUntilDone(kFlushLevelMs, true);
+}
+
+/// All handlers are the library's own.
+CLogFileInnerHandler* COrvLog::FileHandler() const
+{
+    return static_cast<CLogFileInnerHandler*>(Handler());
+}
+
+/// What the file is written in; CP_ACP when narrow text goes there as it is.
+UINT COrvLog::CodePage() const
+{
+    CLogFileInnerHandler* pHandler = FileHandler();
+    const bool bUTF8 = pHandler != nullptr && pHandler->Options().m_bUTF8.load(std::memory_order_relaxed);
+    return bUTF8 && GetACP() != CP_UTF8 ? CP_UTF8 : CP_ACP;
+}
+
+bool COrvLog::Flush(DWORD milliseconds) const
+{
+    CLogFileInnerHandler* pHandler = FileHandler();
+    return pHandler == nullptr || pHandler->Flush(milliseconds);
+}
+
+bool COrvLog::SetFileOption(LQLogFileOption option, std::uint64_t value) const
+{
+    CLogFileInnerHandler* pHandler = FileHandler();
+    if (pHandler != nullptr)
+        pHandler->Options().Set(option, value);
+    return pHandler != nullptr;
+}
+
+std::uint64_t COrvLog::GetFileOption(LQLogFileOption option) const
+{
+    CLogFileInnerHandler* pHandler = FileHandler();
+    return pHandler != nullptr ? pHandler->Options().Get(option) : 0;
+}
+
+std::uint64_t COrvLog::GetLostLines(std::uint64_t* bytes) const
+{
+    const CLogFileInnerHandler* pHandler = FileHandler();
+    const CLogLoss lost = pHandler != nullptr ? pHandler->Lost() : CLogLoss();
+    if (bytes != nullptr)
+        *bytes = lost.m_nBytes;
+    return lost.m_nLines;
 }
 
 void COrvLog::LogRaw(const char* text) const
 {
     if (text != nullptr)
-        Write(text, 0);
+        Queue(text, 0, 0);
 }
 
-void COrvLog::LogRaw(unsigned, const char* text) const
+void COrvLog::LogRaw(unsigned level, const char* text) const
 {
-    LogRaw(text);
+    if (text != nullptr)
+        Queue(text, 0, level);
 }
 
 void COrvLog::LogRaw(const WCHAR* text) const
@@ -188,8 +239,10 @@ void COrvLog::LogRaw(const WCHAR* text) const
     const std::unique_ptr<char[]> pText(new (std::nothrow) char[nRoom]);
     if (pText == nullptr)
         return;
-    OCT::FormatTextInto(pText.get(), nRoom, "%S", text);
-    LogRaw(pText.get());
+    const int nBytes =
+        WideCharToMultiByte(CodePage(), 0, text, -1, pText.get(), static_cast<int>(nRoom), nullptr, nullptr);
+    if (nBytes > 1)
+        Queue(pText.get(), static_cast<unsigned>(nBytes - 1), 0);
 }
 
 const COrvLog& COrvLog::SetFL(const char* file, int line) const

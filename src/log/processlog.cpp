@@ -1,8 +1,8 @@
 #include "core/neverdestroyed.h"
 #include "core/textformat.h"
 #include "log/logfilename.h"
-#include "log/loghandler.h"
-#include "orvcomtypes/orvlog.h"
+#include "log/loglist.h"
+#include "orvcomtypes/logcrash.h"
 
 namespace
 {
@@ -45,6 +45,7 @@ private:
 
 void ReleaseLogsAtDetach()
 {
+    RemoveLogCrashHandler();
     CLogFileHandlerList::Instance().StopAll();
     g_processLogger.ReleaseLog();
 }
@@ -93,12 +94,27 @@ WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size)
     return dest;
 }
 
+bool ORVCALL FlushLogs(DWORD milliseconds)
+{
+    return CLogFileHandlerList::Instance().Flush(milliseconds);
+}
+
+std::uint64_t ORVCALL GetLostLogLines(std::uint64_t* bytes)
+{
+    const CLogLoss lost = CLogFileHandlerList::Instance().Lost();
+    if (bytes != nullptr)
+        *bytes = lost.m_nBytes;
+    return lost.m_nLines;
+}
+
 COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat)
 {
-    WCHAR sName[MAX_PATH];
-    ELogPeriod ePeriod;
-    CreateLogFileName(sName, fileNameFormat, ePeriod);
-    return COrvStr(sName);
+    CLogFileName name;
+    if (!name.Expand(fileNameFormat))
+        return COrvStr();
+    const CLogText sPath = name.Path();
+    CreateDirRecursive(sPath);
+    return COrvStr(sPath.c_str());
 }
 
 void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value)
@@ -112,5 +128,5 @@ void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value)
     OCT::FormatTo(sLine, "Thread:%d; Time:%d(%d); %s [%d]\n", GetCurrentThreadId(), nSinceStart,
                   nSincePrevious, text, value);
     OutputDebugStringA(sLine);
-    g_processLogger.LogOpt(lqlInformation, "%s", sLine);
+    g_processLogger.LogSimpleStr(lqlInformation, sLine);
 }

@@ -4,6 +4,9 @@
 #include "orvcomtypes/regkeyw.h"
 #include "strings/charclass.h"
 
+#include <cstdint>
+#include <iterator>
+#include <optional>
 #include <string_view>
 
 namespace
@@ -18,7 +21,12 @@ struct CLogConfiguration
     unsigned m_nOptions = kDefaultOptions;
     WCHAR m_sFileNameFormat[MAX_PATH] = {};
     WCHAR m_sWorkerDBIds[2000] = {};
+    std::optional<std::uint64_t> m_nFlushLevel;
+    std::optional<std::uint64_t> m_fileOptions[lqfUTF8 + 1];
 };
+
+constexpr const WCHAR* kFileOptionNames[] = {ORVTEXT("EventMaxWaiting"), ORVTEXT("EventMaxFileSize"),
+                                             ORVTEXT("EventKeepFiles"), ORVTEXT("EventUTF8")};
 
 COrvStr KeyPath(const WCHAR* sKeyName)
 {
@@ -38,6 +46,20 @@ bool OpenKey(CRegKeyW& key, const WCHAR* sPath)
 {
     return key.Open(HKEY_CURRENT_USER, sPath, KEY_READ) == ERROR_SUCCESS ||
            key.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ) == ERROR_SUCCESS;
+}
+
+/// A number of either size; none when there is no such value.
+std::optional<std::uint64_t> ReadNumber(const CRegKeyW& key, const WCHAR* sName)
+{
+    std::uint64_t nValue = 0; // the lower bytes come first on all our targets
+    DWORD dwType = 0;
+    DWORD cbValue = sizeof(nValue);
+    const LSTATUS lRes =
+        RegQueryValueExW(key.Get(), sName, nullptr, &dwType, reinterpret_cast<BYTE*>(&nValue), &cbValue);
+    const DWORD cbExpected = dwType == REG_DWORD ? 4 : dwType == REG_QWORD ? 8 : 0;
+    if (lRes != ERROR_SUCCESS || cbValue != cbExpected || cbValue == 0)
+        return std::nullopt;
+    return nValue;
 }
 
 bool ReadOptions(const CRegKeyW& key, unsigned& nOptions)
@@ -73,6 +95,9 @@ CLogConfiguration ReadConfiguration(const WCHAR* sKeyName)
             ERROR_SUCCESS)
             configuration.m_sWorkerDBIds[0] = 0;
     }
+    configuration.m_nFlushLevel = ReadNumber(key, ORVTEXT("EventFlushLevel"));
+    for (unsigned i = 0; i < std::size(kFileOptionNames); ++i)
+        configuration.m_fileOptions[i] = ReadNumber(key, kFileOptionNames[i]);
     return configuration;
 }
 
@@ -110,5 +135,10 @@ bool COrvLog::InitRegLog(const WCHAR* keyName, const WCHAR* prefix)
         DefaultFormat(configuration.m_sFileNameFormat);
     const bool bLog =
         InitFileLog(configuration.m_sFileNameFormat, static_cast<int>(configuration.m_nOptions), prefix);
+    if (configuration.m_nFlushLevel)
+        SetFlushLevel(static_cast<unsigned>(*configuration.m_nFlushLevel));
+    for (unsigned i = 0; i < std::size(kFileOptionNames); ++i)
+        if (configuration.m_fileOptions[i])
+            SetFileOption(static_cast<LQLogFileOption>(i), *configuration.m_fileOptions[i]);
     return configuration.m_bRead && bLog;
 }

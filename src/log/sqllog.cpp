@@ -1,5 +1,6 @@
 // How executed statements and exceptions stand in a log.
 #include "core/textformat.h"
+#include "log/logline.h"
 #include "log/sqltext.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/orvlog.h"
@@ -13,7 +14,7 @@ constexpr std::size_t kKeptOfLong = 400;
 
 } // namespace
 
-/// One call of SQLStrSaveToLog.
+/// One call of SQLStrSaveToLog: outcome and statement go to the log as one block.
 class CSQLRecord
 {
 public:
@@ -29,43 +30,28 @@ public:
                ((nOptions & (lqlSQL | lqlToDebugger)) != 0 || (bFailed && (nOptions & lqlErrors) != 0));
     }
 
-    void LogFailure(const LQComErrorData& err) const
+    void SaveFailure(const WCHAR* sSql, const LQComErrorData& err) const
     {
         const LONG hr = err.m_iCode;
         const WCHAR* sDescription = err.m_sMessage.IsEmpty()
                                         ? ORVTEXT("There is no additional COM error info")
                                         : static_cast<const WCHAR*>(err.m_sMessage);
-        m_log.LogAs(m_nOptions, lqlErrors | lqlSQL, &hr, "SQL FAILED [%d]: %S; NativeCode: %d", m_nWorkerDbId,
-                    sDescription, err.m_iNativeCode);
+        Save(sSql, lqlErrors | lqlSQL, &hr, "SQL FAILED [%d]: %S; NativeCode: %d", m_nWorkerDbId,
+             sDescription, err.m_iNativeCode);
     }
 
-    void LogSuccess(int iElapsedMs, unsigned nRows) const
+    void SaveSuccess(const WCHAR* sSql, int iElapsedMs, unsigned nRows) const
     {
         const bool bTime = iElapsedMs != -1;
         if (nRows != kUnknown && bTime)
-            Log("SQL SUCCEEDED [%d]: (%u row; %d ms)", nRows, iElapsedMs);
+            Save(sSql, lqlSQL, nullptr, "SQL SUCCEEDED [%d]: (%u row; %d ms)", m_nWorkerDbId, nRows,
+                 iElapsedMs);
         else if (nRows != kUnknown)
-            Log("SQL SUCCEEDED [%d]: (%u row)", nRows);
+            Save(sSql, lqlSQL, nullptr, "SQL SUCCEEDED [%d]: (%u row)", m_nWorkerDbId, nRows);
         else if (bTime)
-            Log("SQL SUCCEEDED [%d]: (%d ms)", iElapsedMs);
+            Save(sSql, lqlSQL, nullptr, "SQL SUCCEEDED [%d]: (%d ms)", m_nWorkerDbId, iElapsedMs);
         else
-            Log("SQL SUCCEEDED [%d]:");
-    }
-
-    void LogStatement(const WCHAR* sSql, bool bFailed) const
-    {
-        if (m_nOptions & lqlNoSQLText)
-            return Write("\n\tThe SQL statement hasn't been logged for security reason\n");
-        CSQLText::CStatement sStatement(sSql);
-        std::string_view sTail;
-        if (!bFailed && sStatement.size() > kLongStatement && (m_nOptions & lqlWholeSQL) == 0)
-        {
-            sStatement = sStatement.substr(0, kKeptOfLong);
-            sTail = "... (Too long SQL statement to log)";
-        }
-        char sLabel[120];
-        const std::size_t nLabel = OCT::FormatTo(sLabel, "SQL %d%.100s", m_nWorkerDbId, m_log.m_sPrefix);
-        Write(CSQLText({sLabel, nLabel}, sStatement, sTail).Text());
+            Save(sSql, lqlSQL, nullptr, "SQL SUCCEEDED [%d]:", m_nWorkerDbId);
     }
 
 private:
@@ -77,17 +63,47 @@ private:
         return nOptions & lqlSQLToDebugger ? nOptions : nOptions & ~lqlToDebugger;
     }
 
-    template <class... Args>
-    void Log(const char* sFormat, Args... args) const
+    /// The outcome is filtered by its level, the statement is not.
+    void Save(const WCHAR* sSql, unsigned nLevel, const LONG* phr, const char* sFormat, ...) const
     {
-        m_log.LogAs(m_nOptions, lqlSQL, nullptr, sFormat, m_nWorkerDbId, args...);
+        va_list args;
+        va_start(args, sFormat);
+        const CLogLine outcome({m_nOptions, nLevel, m_log.m_sPrefix, phr, m_log.CodePage()}, sFormat, args);
+        va_end(args);
+        const bool bOutcome = (m_nOptions & nLevel) != 0;
+        const std::string_view sOutcome(outcome.Text(), bOutcome ? outcome.Length() : 0);
+        if (m_nOptions & lqlNoSQLText)
+            return SaveNotice(sOutcome, nLevel);
+        CSQLText::CStatement sStatement(sSql);
+        std::string_view sTail;
+        if ((nLevel & lqlErrors) == 0 && sStatement.size() > kLongStatement &&
+            (m_nOptions & lqlWholeSQL) == 0)
+        {
+            sStatement = sStatement.substr(0, OCT::WholeCharacters(sSql, kKeptOfLong, CP_ACP));
+            sTail = "... (Too long SQL statement to log)";
+        }
+        char sLabel[120];
+        const std::size_t nLabel = OCT::FormatTo(sLabel, "SQL %d%.100s", m_nWorkerDbId, m_log.m_sPrefix);
+        const CSQLText text(m_log.CodePage(), sOutcome, {sLabel, nLabel}, sStatement, sTail);
+        Queue(text.Text(), text.Length(), nLevel);
     }
 
-    void Write(const char* sText) const
+    void SaveNotice(std::string_view sOutcome, unsigned nLevel) const
+    {
+        constexpr std::string_view kNotice = "\n\tThe SQL statement hasn't been logged for security reason\n";
+        char sBlock[0x4000 + kNotice.size()];
+        sOutcome.copy(sBlock, sOutcome.size());
+        kNotice.copy(sBlock + sOutcome.size(), kNotice.size());
+        const std::size_t nLength = sOutcome.size() + kNotice.size();
+        sBlock[nLength] = 0;
+        Queue(sBlock, static_cast<unsigned>(nLength), nLevel);
+    }
+
+    void Queue(const char* sText, unsigned nLength, unsigned nLevel) const
     {
         if (m_nOptions & lqlToDebugger)
             OutputDebugStringA(sText);
-        m_log.Write(sText, 0);
+        m_log.Queue(sText, nLength, nLevel);
     }
 
     const COrvLog& m_log;
@@ -103,12 +119,9 @@ void ORVCALL SQLStrSaveToLog(const WCHAR* sql, COrvLog* log, const LQComErrorDat
         return;
     const CSQLRecord record(*log, workerDbId);
     if (bFailed)
-        record.LogFailure(err);
+        record.SaveFailure(sql, err);
     else if (workerDbId == 0 || log->NeedSQLLogToWorkerDB(workerDbId))
-        record.LogSuccess(elapsedMs, rows);
-    else
-        return;
-    record.LogStatement(sql, bFailed);
+        record.SaveSuccess(sql, elapsedMs, rows);
 }
 
 void ORVCALL LogException(const CLQExcept& e, COrvLog* log)
@@ -120,7 +133,7 @@ void ORVCALL LogException(const CLQExcept& e, COrvLog* log)
     }
     try
     {
-        log->LogOpt(lqlErrors, "LQ exception occured: %S", static_cast<const WCHAR*>(e.FormatToLog()));
+        log->LogOpt(lqlErrors, "LQ exception occured: %S", e.FormatToLog());
     }
     catch (...)
     {

@@ -1,13 +1,18 @@
 #include "log/sqltext.h"
 
+#include "core/textformat.h"
+#include "log/logline.h"
+
 #include <algorithm>
 #include <cstring>
 #include <new>
 
-CSQLText::CSQLText(std::string_view sLabel, CStatement sStatement, std::string_view sTail) : m_sLabel(sLabel)
+CSQLText::CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view sLabel, CStatement sStatement,
+                   std::string_view sTail)
+    : m_nCodePage(nCodePage), m_sLabel(sLabel)
 {
     // Once without keeping anything, for the size.
-    Write(sStatement, sTail);
+    Write(sOutcome, sStatement, sTail);
     std::size_t nRoom = kStackBytes;
     if (m_nLength + kEndBytes > kStackBytes)
     {
@@ -20,14 +25,16 @@ CSQLText::CSQLText(std::string_view sLabel, CStatement sStatement, std::string_v
     }
     m_nLimit = nRoom - kEndBytes;
     m_nLength = 0;
-    Write(sStatement, sTail);
-    m_nLength = std::min(m_nLength, m_nLimit);
+    Write(sOutcome, sStatement, sTail);
+    if (m_nLength > m_nLimit)
+        m_nLength = OCT::WholeCharacters(m_sText, m_nLimit, m_nCodePage);
     std::memcpy(m_sText + m_nLength, "\r\n", kEndBytes);
     m_nLength += 2;
 }
 
-void CSQLText::Write(CStatement sStatement, std::string_view sTail)
+void CSQLText::Write(std::string_view sOutcome, CStatement sStatement, std::string_view sTail)
 {
+    Put(sOutcome);
     PutLabel();
     for (std::size_t i = 0; i < sStatement.size(); ++i)
     {
@@ -57,21 +64,24 @@ void CSQLText::PutLabel()
 void CSQLText::PutCharacter(CStatement sCharacter)
 {
     char sBytes[8];
-    if (sCharacter[0] < 0x80)
+    if (sCharacter[0] < 0xA0)
     {
-        sBytes[0] = static_cast<char>(sCharacter[0]);
-        return Put({sBytes, 1});
+        // As UTF-8 would have it, so that the upper controls show too.
+        const bool bUpper = sCharacter[0] >= 0x80;
+        const char sAscii[] = {bUpper ? '\xC2' : static_cast<char>(sCharacter[0]),
+                               bUpper ? static_cast<char>(sCharacter[0]) : '\0', '\0'};
+        return Put(CLogCharacter(sAscii, true).m_sShown);
     }
-    const DWORD dwFlags = GetACP() == CP_UTF8 ? 0 : WC_COMPOSITECHECK;
-    const int nBytes =
-        WideCharToMultiByte(CP_ACP, dwFlags, sCharacter.data(), static_cast<int>(sCharacter.size()), sBytes,
-                            static_cast<int>(sizeof(sBytes)), nullptr, nullptr);
+    const bool bUTF8 = m_nCodePage == CP_UTF8 || GetACP() == CP_UTF8;
+    const int nBytes = WideCharToMultiByte(m_nCodePage, bUTF8 ? 0 : WC_COMPOSITECHECK, sCharacter.data(),
+                                           static_cast<int>(sCharacter.size()), sBytes,
+                                           static_cast<int>(sizeof(sBytes)), nullptr, nullptr);
     Put(nBytes > 0 ? std::string_view(sBytes, static_cast<std::size_t>(nBytes)) : std::string_view("?"));
 }
 
 void CSQLText::Put(std::string_view sText)
 {
     if (m_nLength < m_nLimit && !sText.empty())
-        std::memcpy(m_sText + m_nLength, sText.data(), std::min(sText.size(), m_nLimit - m_nLength));
+        std::memcpy(m_sText + m_nLength, sText.data(), (std::min)(sText.size(), m_nLimit - m_nLength));
     m_nLength += sText.size();
 }

@@ -7,15 +7,17 @@
 #include <memory>
 #include <string_view>
 
-/// Every line of a statement behind a label, in the ANSI code page, in one terminated block that ends in
-/// "\r\n".
+/// Every line of a statement behind a label, in one terminated block that ends in "\r\n". Control characters
+/// are visible, as in other lines.
 class CSQLText
 {
 public:
     using CStatement = std::basic_string_view<WCHAR>;
 
-    /// \p sLabel stands, with a tab, in front of every line; \p sTail behind the statement.
-    CSQLText(std::string_view sLabel, CStatement sStatement, std::string_view sTail);
+    /// \p sOutcome is the line in front; \p sLabel stands, with a tab, in front of every other line; \p sTail
+    /// behind the statement.
+    CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view sLabel, CStatement sStatement,
+             std::string_view sTail);
 
     const char* Text() const { return m_sText; }
     unsigned Length() const { return static_cast<unsigned>(m_nLength); }
@@ -24,11 +26,12 @@ private:
     static constexpr std::size_t kStackBytes = 1988;
     static constexpr std::size_t kEndBytes = 3; ///< "\r\n" and the terminator
 
-    void Write(CStatement sStatement, std::string_view sTail);
+    void Write(std::string_view sOutcome, CStatement sStatement, std::string_view sTail);
     void Put(std::string_view sText);
     void PutLabel();
     void PutCharacter(CStatement sCharacter);
 
+    const UINT m_nCodePage; ///< CP_ACP: as narrow text is
     const std::string_view m_sLabel;
     std::unique_ptr<char[]> m_pHeap;
     char m_sStack[kStackBytes];

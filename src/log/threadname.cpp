@@ -1,10 +1,13 @@
 #include "orvcomtypes/threadname.h"
 
 #include "core/numtext.h"
+#include "log/writername.h"
 #include "threadnaming.h"
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 
 namespace
@@ -20,8 +23,14 @@ struct CThreadNameSlot
     char m_sName[64];
 };
 
+constexpr const char* kWriterName = "CLogFileInnerHandler.Logger";
+
 constinit CThreadNameSlot g_threadNames[MaxThreads] = {};
 constinit std::atomic<DWORD> g_nThreadNames{0};
+/// The slots that writers have given back, by their numbers. A name stays in its slot, so the next writer has
+/// to write its id only.
+constinit std::atomic<std::uint64_t> g_freeWriterSlots{0};
+static_assert(MaxThreads <= 64);
 
 void CopyCut(char* dest, std::size_t cbDest, const char* s)
 {
@@ -30,7 +39,50 @@ void CopyCut(char* dest, std::size_t cbDest, const char* s)
     dest[n] = '\0';
 }
 
+/// The number of a new slot; 0, which is never used, when all are taken.
+DWORD CountSlot()
+{
+    const DWORD lIdx = ++g_nThreadNames;
+    if (lIdx < MaxThreads)
+        return lIdx;
+    ORV_REPORT("SetThreadName", "lIdx >= MaxThreads");
+    return 0;
+}
+
+/// One that another writer has given back; 0 when there is none.
+DWORD TakeWriterSlot()
+{
+    std::uint64_t nFree = g_freeWriterSlots.load(std::memory_order_acquire);
+    while (nFree != 0)
+        if (g_freeWriterSlots.compare_exchange_weak(nFree, nFree & (nFree - 1), std::memory_order_acq_rel))
+            return static_cast<DWORD>(std::countr_zero(nFree));
+    return 0;
+}
+
 } // namespace
+
+/// A debugger knows a thread that runs already, so that nothing has to be waited for.
+CWriterName::CWriterName() noexcept : m_nSlot(TakeWriterSlot())
+{
+    const DWORD dwThreadId = ::GetCurrentThreadId();
+    PortNameThread(dwThreadId, kWriterName);
+    if (m_nSlot == 0)
+    {
+        m_nSlot = CountSlot();
+        CopyCut(g_threadNames[m_nSlot].m_sName, sizeof g_threadNames[m_nSlot].m_sName,
+                m_nSlot != 0 ? kWriterName : "");
+    }
+    if (m_nSlot != 0)
+        g_threadNames[m_nSlot].m_dwThreadId.store(dwThreadId, std::memory_order_release);
+}
+
+CWriterName::~CWriterName()
+{
+    if (m_nSlot == 0)
+        return;
+    g_threadNames[m_nSlot].m_dwThreadId.store(0, std::memory_order_relaxed);
+    g_freeWriterSlots.fetch_or(std::uint64_t{1} << m_nSlot, std::memory_order_release);
+}
 
 void ORVCALL SetThreadName(DWORD threadId, const char* name)
 {
@@ -39,12 +91,9 @@ void ORVCALL SetThreadName(DWORD threadId, const char* name)
         ORV_REPORT("SetThreadName", "pszThreadName == nullptr || pszThreadName[0] == '\\0'");
         return;
     }
-    const DWORD lIdx = ++g_nThreadNames;
-    if (lIdx >= MaxThreads)
-    {
-        ORV_REPORT("SetThreadName", "lIdx >= MaxThreads");
+    const DWORD lIdx = CountSlot();
+    if (lIdx == 0)
         return;
-    }
     // A debugger that has just been told of the thread needs a moment before it takes a name.
     ::Sleep(10);
     PortNameThread(threadId, name);

@@ -1,0 +1,146 @@
+#include "log/loglist.h"
+
+#include "core/lifecycle.h"
+#include "core/neverdestroyed.h"
+#include "strings/charclass.h"
+
+#include <memory>
+
+namespace
+{
+
+// All logs together; what a disk that hangs costs the end of the process.
+constexpr DWORD kStopMs = 1000;
+
+/// Before the pools are taken down lines should not lie in them any more.
+void FlushLogsAtTeardown()
+{
+    if (CLogFileHandlerList::Instance().Flush(kStopMs, true))
+        CLogMessage::ReleaseKept();
+}
+
+CLogFileHandlerList& MakeList()
+{
+    g_TeardownHooks.m_fnReleaseProcessLogger.store(ReleaseLogsAtDetach, std::memory_order_release);
+    g_TeardownHooks.m_fnFlushLogs.store(FlushLogsAtTeardown, std::memory_order_release);
+    static CNeverDestroyed<CLogFileHandlerList> s_list;
+    return s_list.Get();
+}
+
+// Made at load, since a first use could coincide with a fork, and never destroyed.
+CLogFileHandlerList& g_list = MakeList();
+
+} // namespace
+
+CLogFileHandlerList& CLogFileHandlerList::Instance()
+{
+    return g_list;
+}
+
+template <class Is>
+unsigned CLogFileHandlerList::FindIf(Is is) const
+{
+    for (unsigned i = 0; i < m_files.GetSize(); ++i)
+        if (is(m_files[i]))
+            return i;
+    return kNotFound;
+}
+
+ILogFileHandler* CLogFileHandlerList::AddFileHandler(const WCHAR* sFileNameFormat)
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    CLogFileInnerHandler* pHandler = nullptr;
+    if (m_bUnloading)
+        return nullptr;
+    if (sFileNameFormat != nullptr && *sFileNameFormat != 0)
+    {
+        const unsigned i = FindIf(
+            [=](const _LogFile& file) { return OCT::IsSameText<WCHAR>(file.m_sFormat, sFileNameFormat); });
+        pHandler = i != kNotFound ? m_files[i].m_pHandler : MakeHandler(sFileNameFormat);
+    }
+    if (pHandler == nullptr)
+    {
+        ORV_REPORT_FROM("orvlog", "CLogFileHandlerList::AddFileHandler",
+                        "STRNOTEMPTY(sFileNameFormat) && pHandler != nullptr", 0);
+        return nullptr;
+    }
+    pHandler->AddRef();
+    return pHandler;
+}
+
+/// Null when there is no memory for it.
+CLogFileInnerHandler* CLogFileHandlerList::MakeHandler(const WCHAR* sFileNameFormat)
+{
+    try
+    {
+        auto pHandler = std::make_unique<CLogFileInnerHandler>(sFileNameFormat);
+        m_files.Add({pHandler->Format().c_str(), pHandler.get()});
+        return pHandler.release();
+    }
+    catch (...)
+    {
+        return nullptr;
+    }
+}
+
+void CLogFileHandlerList::ReleaseHandler(CLogFileInnerHandler* pHandler)
+{
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        // A handler that was released before stays at zero.
+        const unsigned i = FindIf([=](const _LogFile& file) { return file.m_pHandler == pHandler; });
+        if (i == kNotFound || pHandler->ChangeReferences(-1) > 0)
+            return;
+        m_files.RemoveAt(i);
+    }
+    // StopAll has stopped those that are released at the library's end.
+    if (pHandler->BeginStop())
+        pHandler->FinishStop(GetTickCount() + kStopMs, false);
+    const OCT::CCritSectGuard guard(&m_lock);
+    m_lostBefore.Add(pHandler->Lost());
+}
+
+/// Handlers are never freed, so they can be used without the lock.
+CLogFileHandlerList::CFiles CLogFileHandlerList::Files() const
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    return m_files;
+}
+
+bool CLogFileHandlerList::Flush(DWORD dwMilliseconds, bool bOneTry)
+{
+    const DWORD dwStart = GetTickCount();
+    const CFiles files = Files();
+    for (const _LogFile& file : files)
+        file.m_pHandler->Wake();
+    bool bDone = true;
+    for (const _LogFile& file : files)
+    {
+        const DWORD dwPassed = GetTickCount() - dwStart;
+        const DWORD dwLeft = dwMilliseconds == INFINITE  ? INFINITE
+                             : dwPassed < dwMilliseconds ? dwMilliseconds - dwPassed
+                                                         : 0;
+        bDone &= bOneTry ? file.m_pHandler->WaitUntilDone(dwLeft, true) : file.m_pHandler->Flush(dwLeft);
+    }
+    return bDone;
+}
+
+void CLogFileHandlerList::StopAll()
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    m_bUnloading = true;
+    const DWORD dwEndTick = GetTickCount() + kStopMs;
+    for (const _LogFile& file : m_files)
+        file.m_pHandler->BeginStop();
+    for (const _LogFile& file : m_files)
+        file.m_pHandler->FinishStop(dwEndTick, true);
+}
+
+CLogLoss CLogFileHandlerList::Lost() const
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    CLogLoss lost = m_lostBefore;
+    for (const _LogFile& file : m_files)
+        lost.Add(file.m_pHandler->Lost());
+    return lost;
+}

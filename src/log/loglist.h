@@ -1,0 +1,48 @@
+// The handlers of the process, one for each file-name format.
+#pragma once
+
+#include "log/loghandler.h"
+#include "orvcomtypes/memarray.h"
+
+class CLogFileHandlerList
+{
+public:
+    /// The one list of the process; never destroyed.
+    static CLogFileHandlerList& Instance();
+
+    /// The handler for a format (its letters of either case), made when there is none, with a reference for
+    /// the caller.
+    ILogFileHandler* AddFileHandler(const WCHAR* sFileNameFormat);
+    void ReleaseHandler(CLogFileInnerHandler* pHandler);
+
+    /// Flushes all logs; true when all say so. With \p bOneTry: waits until what is queued is written or
+    /// given up, not longer than a try takes.
+    bool Flush(DWORD dwMilliseconds, bool bOneTry = false);
+    /// Ends the threads of all handlers, which are then inert.
+    void StopAll();
+
+    /// Lines and bytes that were lost so far, in logs that are open or released.
+    CLogLoss Lost() const;
+
+private:
+    struct _LogFile
+    {
+        const WCHAR* m_sFormat; ///< the handler's own
+        CLogFileInnerHandler* m_pHandler;
+    };
+    static constexpr unsigned kNotFound = ~0u;
+    using CFiles = CMarray<_LogFile, 4>;
+
+    CLogFileInnerHandler* MakeHandler(const WCHAR* sFileNameFormat);
+    template <class Is>
+    unsigned FindIf(Is is) const;
+    CFiles Files() const;
+
+    mutable OCT::CCritSect m_lock;
+    CFiles m_files;
+    CLogLoss m_lostBefore; ///< in logs that were released
+    bool m_bUnloading = false;
+};
+
+/// The library's end: all lines go to their files, and no thread stays in its code.
+void ReleaseLogsAtDetach();
