@@ -2,9 +2,12 @@
 /// raised to that of another. Nothing checks for more than that but `MultiplyAdd`.
 #pragma once
 
+#include "core/numtext.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace OCT
 {
@@ -106,16 +109,24 @@ inline constexpr std::size_t MaxScaledText = CWideInt::MaxText + 3;
 /// the end of the fraction, no terminator, no "-0".
 inline char* PutScaled(char* p, CWideInt n, unsigned nScale, bool bNegative) noexcept
 {
-    char sDigits[CWideInt::MaxText];
-    char* const pEnd = sDigits + CWideInt::MaxText;
-    char* pFirst = pEnd;
-    while (!n.IsZero() || pFirst > pEnd - (nScale + 1))
-        *--pFirst = static_cast<char>('0' + n.DivideBy(10));
+    constexpr unsigned nGroup = 9;
+    constexpr unsigned nMaxGroups = (CWideInt::MaxText + nGroup - 1) / nGroup;
+    char sDigits[nGroup * nMaxGroups];
+    char* const pEnd = std::end(sDigits);
     char* const pPoint = pEnd - nScale;
+    bNegative = bNegative && !n.IsZero();
+    char* pFirst = pEnd;
+    while (!n.IsZero() || pFirst >= pPoint)
+    {
+        pFirst -= nGroup;
+        PutDigits(pFirst, n.DivideBy(1000000000), nGroup);
+    }
+    while (pFirst + 1 < pPoint && *pFirst == '0')
+        ++pFirst;
     const char* pLast = pEnd;
     while (pLast > pPoint && pLast[-1] == '0')
         --pLast;
-    if (bNegative && std::any_of(static_cast<const char*>(pFirst), pLast, [](char c) { return c != '0'; }))
+    if (bNegative)
         *p++ = '-';
     p = std::copy(pFirst, pPoint, p);
     if (pLast > pPoint)
