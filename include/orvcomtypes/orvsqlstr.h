@@ -12,8 +12,11 @@
 /// - A list of very many IDs can be more than the server plans; join with a table instead.
 /// - A date that is bound as text is read by the session's date format; `MSQLDATE` is not.
 /// - A server that reads backslashes as escapes lets a value end its literal: the text is for SQL Server.
-/// - A driver manager that narrows wide statements may cut units to bytes: `\u0127` then becomes an
-///   apostrophe, which ends the literal. Call the wide functions, through drivers that keep them wide.
+/// - A driver manager that narrows wide statements makes apostrophes, which end the literal: of `\u0127` when
+///   it cuts units to bytes, of `\u02BC` by best fit. Call the wide functions, through drivers that keep them
+///   wide.
+/// - A driver that takes whatever follows half of a surrogate pair for the other half swallows the quote that
+///   ends the literal. Values from outside may end so, and a maximum length may halve a pair.
 /// - A negative number directly behind a minus sign begins a comment; leave a blank between.
 ///
 /// Ownership: a statement holds one reference to a counted buffer, as `COrvStr` does, and copies share it.
