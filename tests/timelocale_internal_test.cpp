@@ -106,6 +106,8 @@ TEST(TimeLocale, ReadsWhatPeopleType)
         {ORVTEXT("de-DE"), ORVTEXT("6. m\x00C4rz 2024"), DATE, 20240306000000},
         {ORVTEXT("hu-HU"), ORVTEXT("2024.5.6"), COrvTime::Date_Short, 20240506000000},
         {ORVTEXT("fr-FR"), ORVTEXT("mardi 6 mai 2024"), DATE, 20240506000000},
+        // Tuesday begins as the short name of March does.
+        {ORVTEXT("ro-RO"), ORVTEXT("mar\x021Bi, 7 mai 2024"), DATE, 20240507000000},
         {ORVTEXT("pl-PL"), ORVTEXT("6 maj 2024"), DATE, 20240506000000}, // not as it stands beside a day
         {ORVTEXT("ja-JP"), ORVTEXT(""), COrvTime::Date_Short, 0},
     };

@@ -77,6 +77,14 @@ std::vector<CLocaleForms::Field> ReadPicture(FoldedView sPicture, FoldedView sFi
     return fields;
 }
 
+bool HasField(FoldedView sPicture, WCHAR cField)
+{
+    bool bFound = false;
+    WalkPicture(
+        sPicture, [&](WCHAR c, std::size_t) { bFound = bFound || c == cField; }, [](WCHAR) {});
+    return bFound;
+}
+
 /// What stands between minute and second.
 FoldedText SecondsMarkOf(FoldedView sPicture)
 {
@@ -95,15 +103,20 @@ FoldedText SecondsMarkOf(FoldedView sPicture)
 
 // ---- Calendar ----
 
+/// A date in a picture.
+FoldedText DateText(const WCHAR* sLocale, const WCHAR* sPicture, WORD wYear, WORD wMonth, WORD wDay)
+{
+    const SYSTEMTIME st = {wYear, wMonth, 0, wDay, 0, 0, 0, 0};
+    WCHAR text[MAX_TEXT];
+    return GetDateFormatEx(sLocale, 0, &st, sPicture, text, MAX_TEXT, nullptr) > 0 ? OCT::FoldText(text)
+                                                                                   : FoldedText();
+}
+
 /// The years by which the locale's calendar is ahead of the Gregorian one on a day; nothing when it has other
 /// days and months.
 std::optional<int> YearOffset(const WCHAR* sLocale, WORD wYear, WORD wMonth, WORD wDay)
 {
-    const SYSTEMTIME st = {wYear, wMonth, 0, wDay, 0, 0, 0, 0};
-    WCHAR text[MAX_TEXT];
-    if (GetDateFormatEx(sLocale, 0, &st, ORVTEXT("d'-'M'-'yyyy"), text, MAX_TEXT, nullptr) <= 0)
-        return std::nullopt;
-    const FoldedText sText = OCT::FoldText(text) + WCHAR('-');
+    const FoldedText sText = DateText(sLocale, ORVTEXT("d'-'M'-'yyyy"), wYear, wMonth, wDay) + WCHAR('-');
     int numbers[3] = {};
     std::size_t i = 0;
     for (int& n : numbers)
@@ -153,10 +166,7 @@ FoldedText SettingsOf(const WCHAR* sLocale)
     for (const LCTYPE type : {LOCALE_SNAME, LOCALE_SSHORTDATE, LOCALE_SLONGDATE, LOCALE_STIMEFORMAT,
                               LOCALE_SSHORTTIME, LOCALE_S1159, LOCALE_S2359})
         (sSettings += LocaleText(sLocale, type)) += ORVTEXT('\n');
-    const SYSTEMTIME st = {2037, 12, 0, 30, 0, 0, 0, 0};
-    WCHAR text[MAX_TEXT];
-    if (GetDateFormatEx(sLocale, 0, &st, ORVTEXT("d M yyyy"), text, MAX_TEXT, nullptr) > 0)
-        sSettings += text;
+    sSettings += DateText(sLocale, ORVTEXT("d M yyyy"), 2037, 12, 30);
     return sSettings;
 }
 
@@ -192,12 +202,12 @@ CLocaleForms::CLocaleForms(const WCHAR* sLocale) : m_yearOffset(YearOffset(sLoca
     const FoldedText sTime = LocaleText(sLocale, LOCALE_STIMEFORMAT);
     m_dates[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTDATE), DATE_FIELDS, m_ignored);
     m_dates[1] = ReadPicture(LocaleText(sLocale, LOCALE_SLONGDATE), DATE_FIELDS, m_ignored);
+    if (HasField(LocaleText(sLocale, LOCALE_SLONGDATE), 'g'))
+        AddWords(DateText(sLocale, ORVTEXT("gg"), 2037, 12, 30), m_ignored);
     m_times[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTTIME), TIME_FIELDS, m_ignored);
     m_times[1] = ReadPicture(sTime, TIME_FIELDS, m_ignored);
     m_sSecondsMark = SecondsMarkOf(sTime);
-    WalkPicture(
-        FoldedView(sTime), [this](WCHAR c, std::size_t) { m_b24Hours = m_b24Hours || c == 'H'; },
-        [](WCHAR) {});
+    m_b24Hours = HasField(sTime, 'H');
 
     const auto folded = [=](LCTYPE type) { return OCT::FoldText(LocaleText(sLocale, type)); };
     for (const LCTYPE type : {LOCALE_SMONTHNAME1, LOCALE_SABBREVMONTHNAME1})

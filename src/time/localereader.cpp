@@ -31,6 +31,7 @@ private:
     bool IsAtDigit() const { return !m_sRest.empty() && OCT::IsDigit(m_sRest.front()); }
     bool ReadNumber(int& i, std::size_t nDigits);
     bool ReadName(const std::vector<CLocaleForms::Name>& names, int& i);
+    bool ReadMonth(int& iMonth);
     bool ReadDateField(Fields& fields, SYSTEMTIME& st);
     bool SetYear(int iYear, SYSTEMTIME& st) const;
     bool ReadToDigit(int& iHalf);
@@ -82,6 +83,17 @@ bool CLocaleReader::ReadName(const std::vector<CLocaleForms::Name>& names, int& 
     return nLength != 0;
 }
 
+/// The name of a month; what begins as one may be a day of the week.
+bool CLocaleReader::ReadMonth(int& iMonth)
+{
+    int iUnused;
+    const std::size_t nLength = FindName(m_sRest, m_forms.m_months, iMonth);
+    if (nLength == 0 || FindName(m_sRest, m_forms.m_ignored, iUnused) > nLength)
+        return false;
+    m_sRest.remove_prefix(nLength);
+    return true;
+}
+
 /// Passes over a word that means nothing; what begins as one may be the name of a month.
 bool CLocaleReader::SkipWord()
 {
@@ -127,7 +139,7 @@ bool CLocaleReader::ReadDateField(Fields& fields, SYSTEMTIME& st)
 {
     int i;
     const auto month = std::ranges::find(fields, WCHAR('M'), &CLocaleForms::Field::m_cField);
-    if (month != fields.end() && ReadName(m_forms.m_months, i))
+    if (month != fields.end() && ReadMonth(i))
     {
         st.wMonth = static_cast<WORD>(i);
         fields.erase(month);
