@@ -225,7 +225,8 @@ TEST_F(IngestServerTest, RestartsOfTheServerLoseNothing)
         m_Input = m_Dir / "restarted";
         std::filesystem::remove(m_Input);
         mkfifo(m_Input.c_str(), 0600);
-        CChildProcess child(IngestProgram(), ServerArguments(sConnect, {"--follow", "--batch", "20"}));
+        CChildProcess child(IngestProgram(),
+                            ServerArguments(sConnect, {"--follow", "--batch", "20", "--retry", "250"}));
         std::ofstream writer(m_Input, std::ios::binary);
         const auto waitFor = [&](const std::string& sLast) {
             std::string sLine;

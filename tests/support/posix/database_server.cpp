@@ -25,6 +25,12 @@ CDatabaseServer::CDatabaseServer(const char* sName, const char* sReadyMark, int 
         throw std::runtime_error("chown");
 }
 
+CDatabaseServer::~CDatabaseServer()
+{
+    std::error_code ignored;
+    fs::remove_all(m_Folder, ignored);
+}
+
 ChildArguments CDatabaseServer::AsUser(const ChildArguments& command) const
 {
     // The signal comes when this process ends, however it does.

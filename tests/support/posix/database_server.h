@@ -13,7 +13,8 @@
 class CDatabaseServer
 {
 public:
-    virtual ~CDatabaseServer() = default;
+    /// Removes the folder; whoever derives has stopped the server by then.
+    virtual ~CDatabaseServer();
     CDatabaseServer(const CDatabaseServer&) = delete;
     CDatabaseServer& operator=(const CDatabaseServer&) = delete;
 
