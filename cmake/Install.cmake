@@ -20,3 +20,8 @@ file(RELATIVE_PATH ORV_PC_UP /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)  # the packag
 configure_file(${CMAKE_CURRENT_LIST_DIR}/orvcomtypes.pc.in ${PROJECT_BINARY_DIR}/orvcomtypes.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(NOT WIN32)
+    # Where the log viewer lnav looks for the formats of programs.
+    install(FILES ${PROJECT_SOURCE_DIR}/resources/lnav/orvcomtypes.json
+        DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/lnav/formats/orvcomtypes)
+endif()

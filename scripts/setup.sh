@@ -15,7 +15,7 @@ linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build gi
     default-jdk-headless libh2-java)
 # What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
 # rest is a service.
-linux_packages+=(zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
+linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
     odbc-mariadb chromium)
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.

@@ -128,12 +128,13 @@ TEST_F(LogFaults, LongPathNamesItsOwnFile)
     Open(folder / "second.txt");
     Log("2");
     m_log.ReleaseLog();
-    // The system's own functions for files do not take such a path everywhere.
+    // The functions that look into folders do not take such a path everywhere.
     std::size_t nFiles = 0;
     std::error_code none;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(m_dir.Path(), none))
-        nFiles += entry.path().extension() == ".txt";
-    if (none || nFiles == 0)
+    using Iterator = std::filesystem::recursive_directory_iterator;
+    for (Iterator it(m_dir.Path(), none); !none && it != Iterator(); it.increment(none))
+        nFiles += it->path().extension() == ".txt";
+    if (none)
         GTEST_SKIP() << "the test cannot look into folders that deep";
     EXPECT_EQ(2u, nFiles);
 }

@@ -1,0 +1,53 @@
+// Periods in zones whose days do not begin at a whole hour of UTC, begin late, or come twice.
+#include "log/logfile.h"
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+namespace
+{
+
+__time64_t g_tNow;
+
+} // namespace
+
+TEST(LogPeriod, FollowsTheLocalDay)
+{
+    const struct
+    {
+        const char* m_sZone;
+        __time64_t m_tFirst; // UTC
+        __time64_t m_tSecond;
+        const char* m_sFirst;
+        const char* m_sSecond;
+    } cases[] = {
+        {"Asia/Beirut", 1648331999, 1648332000, "app_D220326.txt", "app_D220327.txt"}, // 0:00 is skipped
+        {"Asia/Kolkata", 1772303399, 1772303400, "app_D260228.txt", "app_D260301.txt"},
+        {"Asia/Kathmandu", 1772302499, 1772302500, "app_D260228.txt", "app_D260301.txt"},
+        {"America/Havana", 1793509200, 1793512800, "app_D261101.txt", "app_D261101.txt"}, // 0:00 comes twice
+        {"America/Sao_Paulo", 1518919199, 1518919200, "app_D180217.txt", "app_D180217.txt"}, // 23:00 does
+        {"Europe/Warsaw", 1792886400, 1792890000, "app_D261025.txt", "app_D261025.txt"},
+        {"Pacific/Apia", 1325239199, 1325239200, "app_D111229.txt", "app_D111231.txt"}, // no 30th
+    };
+    const CVariableGuard zone("TZ", "UTC");
+    g_pfnLogTime = [] { return g_tNow; };
+    CLogFileOptions options;
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.m_sZone);
+        SetTestVariable("TZ", c.m_sZone);
+        tzset();
+        const CTempDir dir;
+        CLogFile file(ORVTEXT("#DA") + (dir / "app.txt").string<WCHAR>(), options);
+        for (const auto& [tNow, sName] :
+             {std::pair(c.m_tFirst, c.m_sFirst), std::pair(c.m_tSecond, c.m_sSecond)})
+        {
+            g_tNow = tNow;
+            ASSERT_TRUE(file.Prepare());
+            EXPECT_TRUE(file.Name().ends_with(std::filesystem::path(sName).string<WCHAR>())) << sName;
+        }
+    }
+    tzset();
+}
