@@ -18,9 +18,10 @@
 ///   read during the call only; it may lie in the builder itself.
 /// Thread safety: one builder belongs to one thread at a time; wide builders that share a buffer may live in
 ///   several.
-/// Errors: without memory `CLQMemoryExcept` is thrown and the text stays as it was. Null texts append
-///   nothing. A null text given to `CLongStrWrite::GetFromCHR` is reported ("s == nullptr", source
-///   `orvlongstrbase`) and throws `CLQInvalidargExcept`.
+/// Errors: without memory `CLQMemoryExcept` is thrown and the text stays as it was, but for a VARIANT that
+///   the system would convert: it then appends nothing. Null texts append nothing. A null text given to
+///   `CLongStrWrite::GetFromCHR` is reported ("s == nullptr", source `orvlongstrbase`) and throws
+///   `CLQInvalidargExcept`.
 /// Units: lengths are code units of wide text and bytes of narrow text; `nLen` 0 means up to the terminator,
 ///   which also ends the text before \p nLen. Narrow text in a wide builder, and the reverse, is of the
 ///   thread's ANSI code page.

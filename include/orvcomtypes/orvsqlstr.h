@@ -25,8 +25,9 @@
 ///   several.
 /// Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a constant
 ///   predicate. A double that is infinite or not a number has no literal: it is reported ("isfinite(d)") and
-///   bound as NULL, which compares with nothing and computes to NULL. Without memory `CLQMemoryExcept` is
-///   thrown and the text stays as it was: no value is ever appended in part.
+///   bound as NULL, which compares with nothing and computes to NULL. A GUID that the system cannot
+///   spell appends nothing. Without memory `CLQMemoryExcept` is thrown and the text stays as it was: no value
+///   is ever appended in part.
 /// Units: lengths are code units; `nLen` 0 means up to the terminator, a maximum length of 0 means none.
 ///
 ///     COrvSQLStr sql;

@@ -18,13 +18,18 @@ public:
     ~CSystemText() { VariantClear(&m_text); }
 
     /// The text stays empty when the system cannot convert the value.
-    void Set(const DECIMAL& dec)
+    HRESULT Set(const DECIMAL& dec)
     {
         DECIMAL decCopy = dec; // the parameter is not constant everywhere
-        if (SUCCEEDED(VarBstrFromDec(&decCopy, LOCALE_INVARIANT, 0, &m_text.bstrVal)))
+        const HRESULT hr = VarBstrFromDec(&decCopy, LOCALE_INVARIANT, 0, &m_text.bstrVal);
+        if (SUCCEEDED(hr))
             m_text.vt = VT_BSTR;
+        return hr;
     }
-    void Set(const VARIANT& var) { VariantChangeType(&m_text, const_cast<VARIANT*>(&var), 0, VT_BSTR); }
+    HRESULT Set(const VARIANT& var)
+    {
+        return VariantChangeType(&m_text, const_cast<VARIANT*>(&var), 0, VT_BSTR);
+    }
 
     operator const WCHAR*() const noexcept { return m_text.vt == VT_BSTR ? m_text.bstrVal : nullptr; }
 
@@ -32,12 +37,14 @@ private:
     VARIANT m_text;
 };
 
+/// Appends what the system makes of a value, nothing when it cannot; returns why.
 template <class Value, class Builder>
-void AppendSystemText(Builder& builder, const Value& value)
+HRESULT AppendSystemText(Builder& builder, const Value& value)
 {
     CSystemText text;
-    text.Set(value);
+    const HRESULT hr = text.Set(value);
     builder.Append(static_cast<const WCHAR*>(text));
+    return hr;
 }
 
 template <class Value>

@@ -118,7 +118,8 @@ void COrvLongStr::Append(double d, int nDigits)
 
 void COrvLongStr::Append(const DECIMAL& dec)
 {
-    OCT::AppendSystemText(*this, dec);
+    if (OCT::AppendSystemText(*this, dec) == E_OUTOFMEMORY)
+        LQThrowMemory(LQ_SRC_LOCATION);
 }
 
 void COrvLongStr::Append(const VARIANT& var)
@@ -313,7 +314,8 @@ void COrvLongAStr::Append(double d, int nDigits)
 
 void COrvLongAStr::Append(const DECIMAL& dec)
 {
-    OCT::AppendSystemText(*this, dec);
+    if (OCT::AppendSystemText(*this, dec) == E_OUTOFMEMORY)
+        LQThrowMemory(LQ_SRC_LOCATION);
 }
 
 void COrvLongAStr::Append(const VARIANT& var)
