@@ -16,8 +16,6 @@ public:
     static bool IsRequested();
     /// Waits for a request, at most \p nMilliseconds; true when there is one.
     static bool Wait(unsigned nMilliseconds);
-    /// Waits that long, request or not.
-    static void Pause(unsigned nMilliseconds);
     /// 130 for Ctrl-C, 143 for the rest, 0 without a request.
     static int ExitStatus();
 };

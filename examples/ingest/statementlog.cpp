@@ -15,8 +15,7 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr unsigned c_nOptions = lqlErrors | lqlWarnings | lqlInformation | lqlSQL | lqlThreadId;
-constexpr unsigned c_nLookMs = 20;
-constexpr unsigned c_nPatienceMs = 3000; // with a file that does not grow
+constexpr unsigned c_nPatienceMs = 2000; // with a file that does not grow
 
 LQComErrorData ToErrorData(const CSqlOutcome& outcome)
 {
@@ -50,6 +49,7 @@ bool CStatementLog::Open(const fs::path& folder, std::string& sError)
     m_sHead = "> " + sPrefix + ' ';
     if (!m_Log.InitFileLog(m_sFormat, c_nOptions, COrvStr(sPrefix.c_str())))
         return sError = "cannot open the log " + m_File.string(), false;
+    m_Log.SetFileOption(lqfUTF8, 1); // what was stored, in whatever locale
     return true;
 }
 
@@ -76,14 +76,11 @@ void CStatementLog::RecordMalformed(COrvLog& log, const COrvStr& sName, std::siz
 
 void CStatementLog::Close()
 {
-    unsigned nWaitedMs = 0;
     std::uint64_t nBefore = 0;
-    for (CountArrived(); m_nFound < m_nExpected && nWaitedMs < c_nPatienceMs; CountArrived())
-    {
-        nWaitedMs = m_nCounted > nBefore ? 0 : nWaitedMs + c_nLookMs;
+    CountArrived();
+    do
         nBefore = m_nCounted;
-        CStop::Pause(c_nLookMs);
-    }
+    while (!m_Log.Flush(c_nPatienceMs) && (CountArrived(), m_nCounted > nBefore));
     m_Log.ReleaseLog();
     CountArrived();
 }

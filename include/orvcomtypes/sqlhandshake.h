@@ -28,6 +28,8 @@
 
 #include "orvcomtypes/orvstr.h"
 
+ORV_VALUES_BEGIN
+
 /// The text to bind, as the host binds its values: quotes, backslashes (before quotes, before line breaks and
 /// at the end), what drivers take for parameters, escapes or comments, all control characters but NUL, and
 /// letters, signs and an emoji whose bytes are taken for quotes or backslashes in some code page.
@@ -39,3 +41,5 @@ ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL CheckSQLHandshakeText(const WCHAR* sReturn
 /// The same for the text's bytes as the server holds them, in hexadecimal digits of either case: UTF-8, or
 /// UTF-16 with the low byte first.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL CheckSQLHandshakeHex(const WCHAR* sReturned, bool bUTF16);
+
+ORV_VALUES_END

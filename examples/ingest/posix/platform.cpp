@@ -58,11 +58,6 @@ bool CStop::Wait(unsigned nMilliseconds)
     return IsRequested();
 }
 
-void CStop::Pause(unsigned nMilliseconds)
-{
-    poll(nullptr, 0, static_cast<int>(nMilliseconds));
-}
-
 int CStop::ExitStatus()
 {
     return IsRequested() ? 128 + g_iSignal : 0;

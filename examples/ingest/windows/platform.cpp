@@ -60,11 +60,6 @@ bool CStop::Wait(unsigned nMilliseconds)
     return IsRequested();
 }
 
-void CStop::Pause(unsigned nMilliseconds)
-{
-    Sleep(nMilliseconds);
-}
-
 int CStop::ExitStatus()
 {
     return g_iExitStatus;
