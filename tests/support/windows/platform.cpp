@@ -3,7 +3,23 @@
 
 #include <windows.h>
 
+#include <cstdio>
 #include <cstdlib>
+
+namespace
+{
+
+/// A crash ends the process here and now: a debugger that the system starts may wait for ever.
+LONG WINAPI EndAtOnce(EXCEPTION_POINTERS* pException)
+{
+    const DWORD dwCode = pException->ExceptionRecord->ExceptionCode;
+    std::fprintf(stderr, "crashed with exception %08lX at %p\n", dwCode,
+                 pException->ExceptionRecord->ExceptionAddress);
+    TerminateProcess(GetCurrentProcess(), dwCode);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+} // namespace
 
 std::filesystem::path TestProgram()
 {
@@ -21,6 +37,7 @@ void SetTestVariable(const char* sName, const char* sValue)
 void PrepareTestProcess()
 {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    SetUnhandledExceptionFilter(EndAtOnce);
 }
 
 bool IsRunningUnderWine()
