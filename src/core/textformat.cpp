@@ -5,6 +5,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <string>
 
 namespace OCT
@@ -366,6 +367,20 @@ bool PutQuickly(CFormatSink<Char>& sink, Char cType, const CFormatArg& arg)
     return true;
 }
 
+/// The next "%", or the terminator.
+const char* FindPercent(const char* s)
+{
+    const char* const p = std::strchr(s, '%');
+    return p != nullptr ? p : s + std::strlen(s);
+}
+
+const WCHAR* FindPercent(const WCHAR* s)
+{
+    while (*s != 0 && *s != '%')
+        ++s;
+    return s;
+}
+
 /// Puts text of the format itself.
 template <class Char>
 void PutPlain(CFormatSink<Char>& sink, const Char* pText, std::size_t nLength)
@@ -430,8 +445,7 @@ void FormatText(CFormatSink<Char>& sink, const Char* sFormat, Args& args)
     while (*sFormat && !sink.IsFull())
     {
         const Char* pPlain = sFormat;
-        while (*sFormat && *sFormat != '%')
-            ++sFormat;
+        sFormat = FindPercent(sFormat);
         PutPlain(sink, pPlain, static_cast<std::size_t>(sFormat - pPlain));
         if (!*sFormat)
             break;

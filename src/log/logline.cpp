@@ -7,6 +7,7 @@
 #include "orvcomtypes/orvlog.h"
 #include "strings/charclass.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -24,20 +25,6 @@ char LevelMark(unsigned nLevel)
            : nLevel & lqlSQL         ? 'S'
            : nLevel & lqlUser        ? 'U'
                                      : 'O';
-}
-
-void PutTwoDigits(CHeader& header, unsigned n)
-{
-    char digits[2];
-    OCT::PutPair(digits, n);
-    header.Put(digits, 2);
-}
-
-void PutHex(CHeader& header, std::uint32_t n, unsigned nDigits)
-{
-    char digits[8];
-    OCT::PutHex(digits, n, nDigits);
-    header.Put(digits, nDigits);
 }
 
 /// The local time of the last second that was asked for, in one word so that threads can share it: bits 0-30
@@ -59,19 +46,20 @@ std::uint64_t LocalStamp()
     return nStamp;
 }
 
-/// YYMMDD_HHMMSS
-void PutStamp(CHeader& header)
+/// YYMMDD_HHMMSS and a blank; the end.
+char* PutStamp(char* p)
 {
     const std::uint64_t nStamp = LocalStamp();
-    const auto nSecond = static_cast<unsigned>(nStamp >> 31 & 0x1FFFF);
-    PutTwoDigits(header, static_cast<unsigned>(nStamp >> 57));
-    PutTwoDigits(header, static_cast<unsigned>(nStamp >> 53 & 0xF));
-    PutTwoDigits(header, static_cast<unsigned>(nStamp >> 48 & 0x1F));
-    header.Put("_");
-    PutTwoDigits(header, nSecond / 3600);
-    PutTwoDigits(header, nSecond / 60 % 60);
-    PutTwoDigits(header, nSecond % 60);
-    header.Put(" ");
+    const auto nSecond = static_cast<std::uint32_t>(nStamp >> 31 & 0x1FFFF);
+    p = OCT::PutPair(p, static_cast<std::uint32_t>(nStamp >> 57));
+    p = OCT::PutPair(p, static_cast<std::uint32_t>(nStamp >> 53 & 0xF));
+    p = OCT::PutPair(p, static_cast<std::uint32_t>(nStamp >> 48 & 0x1F));
+    *p++ = '_';
+    p = OCT::PutPair(p, nSecond / 3600);
+    p = OCT::PutPair(p, nSecond / 60 % 60);
+    p = OCT::PutPair(p, nSecond % 60);
+    *p++ = ' ';
+    return p;
 }
 
 /// The file's name without its folder, and the line.
@@ -97,19 +85,23 @@ void PutHeader(CHeader& header, const CLogLineParts& parts)
         header.Put(parts.m_sPrefix);
         header.Put(" ");
     }
-    PutStamp(header);
+    char sFixed[32];
+    char* p = PutStamp(sFixed);
     if (parts.m_nOptions & lqlThreadId)
     {
-        header.Put("[");
-        PutHex(header, GetCurrentThreadId(), 4);
-        header.Put("] ");
+        *p++ = '[';
+        p = OCT::PutHex(p, static_cast<std::uint16_t>(GetCurrentThreadId()), 4);
+        *p++ = ']';
+        *p++ = ' ';
     }
+    header.Put(sFixed, static_cast<std::size_t>(p - sFixed));
     PutLocation(header);
     if (parts.m_phr != nullptr)
     {
         header.Put("HR: ");
-        PutHex(header, static_cast<std::uint32_t>(*parts.m_phr), 8);
-        header.Put(" ");
+        p = OCT::PutHex(sFixed, static_cast<std::uint32_t>(*parts.m_phr), 8);
+        *p++ = ' ';
+        header.Put(sFixed, static_cast<std::size_t>(p - sFixed));
     }
 }
 
@@ -207,13 +199,11 @@ CLogCharacter::CLogCharacter(const char* sText, bool bUTF8) : m_sShown(sText, 1)
 
 bool CLogCharacter::IsAnyIn(std::string_view sText)
 {
-    // Eight at a time: bytes below 0x20, 0x7F, and 0xC2, which opens the upper controls of UTF-8.
+    // Eight at a time: a byte below 0x20, 0x7F and all above set a top bit. What is beyond ASCII is looked at
+    // once more.
     constexpr std::uint64_t kOnes = 0x0101010101010101;
     constexpr std::uint64_t kTops = 0x8080808080808080;
-    const auto Zeros = [](std::uint64_t n) { return (n - kOnes) & ~n & kTops; };
-    const auto Look = [&](std::uint64_t n) {
-        return ((n - 0x20 * kOnes) & ~n & kTops) | Zeros(n ^ 0x7F * kOnes) | Zeros(n ^ 0xC2 * kOnes);
-    };
+    const auto Look = [](std::uint64_t n) { return (n - 0x20 * kOnes) | (n + kOnes) | n; };
     std::uint64_t nFound = 0;
     std::size_t i = 0;
     for (std::uint64_t n; i + sizeof(n) <= sText.size(); i += sizeof(n))
@@ -221,8 +211,11 @@ bool CLogCharacter::IsAnyIn(std::string_view sText)
         std::memcpy(&n, sText.data() + i, sizeof(n));
         nFound |= Look(n);
     }
-    std::uint64_t nRest = 0x2020202020202020;
-    if (i < sText.size())
-        std::memcpy(&nRest, sText.data() + i, sText.size() - i);
-    return (nFound | Look(nRest)) != 0;
+    std::uint64_t nRest = 0x20 * kOnes;
+    std::memcpy(&nRest, sText.data() + i, sText.size() - i);
+    if (((nFound | Look(nRest)) & kTops) == 0)
+        return false;
+    return std::any_of(sText.begin(), sText.end(), [](char c) {
+        return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F || c == '\xC2'; // which opens upper controls
+    });
 }
