@@ -75,6 +75,13 @@ format() { sources '*.cpp' '*.h' | xargs -0 -r clang-format --dry-run -Werror 2>
 # clang-format leaves comments alone.
 line_length() { sources '*.cpp' '*.h' | LC_ALL=C.UTF-8 xargs -0 -r grep -nHE '^.{111,}' | cut -c1-100; }
 
+# std::latch, std::barrier, std::counting_semaphore and std::atomic::wait lose wake-ups where the C++ library has no
+# futex, as in MinGW's: wait by the platform's events. (A condition variable's wait takes its lock.)
+lost_wakeups() {
+    sources '*.cpp' '*.h' ':!tests/support/meeting.h' | xargs -0 -r grep -nHE \
+        '<(latch|barrier|semaphore)>|std::(latch|barrier|\w+_semaphore|atomic\w*_(wait|notify)\w*)\b|\.wait\([^l)]'
+}
+
 shell_syntax() {
     local script
     for script in scripts/*.sh scripts/run-wine .ci/run; do bash -n "$script"; done
@@ -87,6 +94,7 @@ rule "OrvComTypes.def is sorted" definition_order
 rule "public headers include only lower ones" header_order
 rule "sources are formatted" format
 rule "no line is longer than 110 characters" line_length
+rule "threads wait by the platform's events" lost_wakeups
 rule "scripts are well-formed" shell_syntax
 printf '%d passed, %d failed\n' "$passed" "$failures"
 [ "$failures" = 0 ]

@@ -2,15 +2,13 @@
 #include "orvcomtypes/threadname.h"
 
 #include "support/child_process.h"
+#include "support/meeting.h"
 #include "support/report_capture.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
-#include <future>
-#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -95,14 +93,14 @@ ORV_CHILD(FillTheTable)
 ORV_CHILD(NameThreadsAtOnce)
 {
     constexpr unsigned nThreads = 20;
-    std::latch named(nThreads);
+    CMeeting named(nThreads);
     std::atomic<unsigned> nFound{0};
     std::vector<std::thread> threads;
     for (unsigned i = 0; i < nThreads; ++i)
         threads.emplace_back([&, sName = "thread " + std::to_string(i)] {
             SetThreadName(static_cast<DWORD>(-1), sName.c_str());
             NameOf(5);
-            named.arrive_and_wait();
+            named.ArriveAndWait();
             nFound += NameOf(GetCurrentThreadId()) == "+" + sName;
         });
     for (std::thread& thread : threads)
@@ -203,8 +201,12 @@ TEST(ThPostMessage, NeedsAWindow)
 
 ORV_CHILD(SendToNobody)
 {
-    auto result = std::async(std::launch::async, [] { return ThSendMessage(nullptr, 1024, 0); });
-    const bool bWaits = result.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
+    const HANDLE hReturned = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::thread([hReturned] {
+        ThSendMessage(nullptr, 1024, 0);
+        SetEvent(hReturned);
+    }).detach();
+    const bool bWaits = WaitForSingleObject(hReturned, 50) == WAIT_TIMEOUT;
     std::puts(bWaits ? "waits" : "returned");
     std::fflush(stdout);
     std::_Exit(0);

@@ -3,6 +3,7 @@
 
 #include "errnomap.h"
 #include "forkhooks.h"
+#include "futex.h"
 #include "threadhooks.h"
 #include "wait.h"
 
@@ -141,7 +142,8 @@ public:
 
     DWORD WaitForId() const noexcept
     {
-        m_dwId.wait(0);
+        while (m_dwId == 0)
+            FutexWait(m_dwId, 0, nullptr);
         return m_dwId;
     }
 
@@ -188,7 +190,7 @@ private:
     {
         auto* pThread = static_cast<CThread*>(p);
         pThread->m_dwId = GetCurrentThreadId();
-        pThread->m_dwId.notify_all();
+        FutexWakeOne(pThread->m_dwId);
         pThread->End(pThread->m_start(pThread->m_pArgument), false);
         pThread->m_bReturned.store(true, std::memory_order_release);
         pThread->Release();

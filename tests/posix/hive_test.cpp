@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <map>
 #include <sstream>
 #include <stop_token>
@@ -296,18 +295,18 @@ TEST_F(Hive, ThreadsShareIt)
 
 TEST_F(Hive, AForkedProcessGoesOn)
 {
-    std::atomic<DWORD> dwWrites{0};
-    const std::jthread writer([&](const std::stop_token& stop) {
-        while (!stop.stop_requested())
+    const HANDLE hWrites = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const std::jthread writer([hWrites](const std::stop_token& stop) {
+        for (DWORD dwWrites = 0; !stop.stop_requested(); ++dwWrites)
         {
-            ++dwWrites;
-            dwWrites.notify_one();
-            Set(kKey, ORVTEXT("w"), NumberValue(dwWrites.load()));
+            SetEvent(hWrites);
+            Set(kKey, ORVTEXT("w"), NumberValue(dwWrites));
         }
+        CloseHandle(hWrites);
     });
     for (DWORD dwRound = 0; dwRound < 10; ++dwRound)
     {
-        dwWrites.wait(dwWrites); // most forks then fall into a write
+        WaitForSingleObject(hWrites, INFINITE); // most forks then fall into a write
         const pid_t nProcess = fork();
         if (nProcess == 0)
         {
