@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <deque>
 #include <map>
 #include <set>
 #include <thread>
@@ -38,13 +39,13 @@ struct OCT::CPlexTypeName<CItem<Size, Alignment>>
 namespace
 {
 
-/// A pool that lives to the end of the process, as chains outlive a pool object.
+/// A new pool that lives to the end of the process, as chains outlive a pool object.
 template <class T, unsigned N>
 OCT::CPlexAlloc<T, N>& Pool()
 {
     static OCT::CCritSect s_lock;
-    static OCT::CPlexAlloc<T, N> s_pool(&s_lock);
-    return s_pool;
+    static auto& pools = *new std::deque<OCT::CPlexAlloc<T, N>>;
+    return pools.emplace_back(&s_lock);
 }
 
 /// Predicts each item and the number of chains.
@@ -160,7 +161,8 @@ TEST(PlexTeardown, ReportsAndKeepsChainsInUseAndForgetsThem)
 {
     using CPool = OCT::CPlexAlloc<CSmall, 4>;
     // Never destroyed: what stays allocated on purpose must not look like a leak.
-    static auto& items = *new std::vector<CSmall*>(12);
+    static auto& kept = *new std::deque<std::vector<CSmall*>>;
+    auto& items = kept.emplace_back(12);
     for (CSmall*& p : items)
         p = CPool::AllocateItem();
     for (std::size_t i = 0; i < 8; ++i)

@@ -96,7 +96,7 @@ TEST_F(Log, DebuggerGetsACopyOrAll)
     m_log.LogErr(ORVTEXT("filtered"));
     m_log.LogCust(lqlToDebugger, ORVTEXT("only there"));
     EXPECT_EQ("=E> <t> both\r\n", Written());
-    EXPECT_EQ("=E> <t> both\r\n=O> <t> only there\r\n", WithoutTimes(debugger.Take()));
+    EXPECT_EQ("=E> <t> both\r\n=O> <t> only there\r\n", WithoutTimes(Heard(debugger)));
 }
 
 TEST_F(Log, PositionBelongsToTheThreadUntilTheTeardown)
@@ -318,7 +318,7 @@ TEST_F(Log, TraceLinesTellThreadAndTimes)
         return std::regex_replace(sText, std::regex(R"(\d+\(\d+\))"), "0(0)");
     };
     const std::string sLine = "Thread:" + std::to_string(GetCurrentThreadId()) + "; Time:0(0); start [5]";
-    EXPECT_EQ(sLine + "\n", WithoutClock(debugger.Take()));
+    EXPECT_EQ(sLine + "\n", WithoutClock(Heard(debugger)));
     EXPECT_EQ("=I> <t> " + sLine + "\r\n", WithoutClock(Written()));
 }
 

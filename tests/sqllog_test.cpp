@@ -108,7 +108,7 @@ TEST_F(SQLLog, DebuggerCopyNeedsItsOwnOption)
     CDebugCapture debugger;
     Init(lqlSQL | lqlToDebugger);
     Save(ORVTEXT("quiet"));
-    EXPECT_EQ("", debugger.Take());
+    EXPECT_EQ("", Heard(debugger));
     EXPECT_EQ(unsigned{lqlSQL | lqlToDebugger}, m_log.GetLogOpt());
     m_log.AddLogOpt(lqlSQLToDebugger);
     Save(ORVTEXT("loud"));

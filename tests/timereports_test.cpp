@@ -170,7 +170,8 @@ TEST(TimeReports, FieldsAndConversions)
 
 TEST(TimeReports, Text)
 {
-    static char text[32] = "#";
+    static char text[32];
+    *text = '#';
     static WCHAR* const pNone = nullptr;
     constexpr auto TIME = COrvTime::dftTime;
     constexpr const char* UTC = "dest == nullptr || cchDest < 2 || cchDest >= 0x80000000";

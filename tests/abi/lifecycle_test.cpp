@@ -65,6 +65,7 @@ TEST(Lifecycle, EachLoadBeginsAnew)
 TEST(Lifecycle, UnloadReportsRegistrationsAndCallsNothing)
 {
     CReportCapture capture;
+    g_nCalls = 0;
     {
         const CLoadedLibrary library(ORV_LIBRARY_FILE);
         library.Find<Register>("RegisterPlexedAlloc")(CountCall);
