@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -32,6 +34,24 @@ const WCHAR* Handle(const COrvStr& str)
 const Text g_sText = ORVTEXT("some text");
 
 } // namespace
+
+/// Text in a packed record: its units lie across the borders of units, and behind it the memory may end.
+TEST(OrvStr, TakesTextAtOddAddresses)
+{
+    for (const unsigned nLen : {0u, 1u, 7u, 8u, 9u, 40u})
+    {
+        const Text sText(nLen, ORVTEXT('\u0101'));
+        std::vector<char> record(2 * nLen + 3); // ends with the text
+        std::memcpy(record.data() + 1, sText.c_str(), 2 * nLen + 2);
+        const auto* const s = reinterpret_cast<const WCHAR*>(record.data() + 1);
+        COrvStr str(s);
+        EXPECT_EQ(nLen, str.GetLength());
+        str.Append(s);
+        str.Append(s, 3);
+        EXPECT_TRUE(Holds(str, (sText + sText + sText.substr(0, 3)).c_str())) << nLen;
+        EXPECT_EQ(nLen, COrvStr(s, false).GetLength());
+    }
+}
 
 TEST(OrvStr, EmptyValuesShareTheEmptyText)
 {

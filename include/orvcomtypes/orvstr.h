@@ -277,6 +277,7 @@ private:
     bool IsInside(const void* p) const noexcept;
     void CopyForeign(const WCHAR* s);
     void TakeText(const WCHAR* s, unsigned nLen, bool bKeep);
+    bool AppendInPlace(const WCHAR* s, unsigned nLen);
     void TakeConverted(const char* s, unsigned nLen, bool bKeep, Converter pfnConvert);
     void SetText(WCHAR* pStr, bool bOwn);
     void Share(WCHAR* pStr);

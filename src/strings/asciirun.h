@@ -142,6 +142,25 @@ inline unsigned Foreign8(const WCHAR* p)
     return Foreign16(_mm_packus_epi16(Load16(p), _mm_setzero_si128())) & 0xFF;
 }
 
+/// Whether 64 units are all between 1 and 0x7F.
+inline bool IsAscii64(const char* p)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i a = _mm_and_si128(_mm_cmpgt_epi8(Load16(p), zero), _mm_cmpgt_epi8(Load16(p + 16), zero));
+    const __m128i b =
+        _mm_and_si128(_mm_cmpgt_epi8(Load16(p + 32), zero), _mm_cmpgt_epi8(Load16(p + 48), zero));
+    return _mm_movemask_epi8(_mm_and_si128(a, b)) == 0xFFFF;
+}
+
+inline bool IsAscii64(const WCHAR* p)
+{
+    const auto isAscii16 = [](const WCHAR* pUnits) {
+        return _mm_cmpgt_epi8(_mm_packus_epi16(Load16(pUnits), Load16(pUnits + 8)), _mm_setzero_si128());
+    };
+    const __m128i a = _mm_and_si128(isAscii16(p), isAscii16(p + 16));
+    return _mm_movemask_epi8(_mm_and_si128(a, _mm_and_si128(isAscii16(p + 32), isAscii16(p + 48)))) == 0xFFFF;
+}
+
 /// Copies the ASCII units at the beginning of \p n units, up to the first zero unit, and returns their
 /// number. Nothing else is written.
 template <class Src, class Dest>
@@ -156,6 +175,9 @@ std::size_t CopyAscii(const Src* p, std::size_t n, Dest* pDest)
         CopyFew(p + i, nAscii, pDest + i);
         return i + nAscii;
     };
+    for (; n - i >= 64 && IsAscii64(p + i); i += 64)
+        for (std::size_t k = 0; k < 64; k += 16)
+            Copy16(p + i + k, pDest + i + k);
     for (; n - i >= 16; i += 16)
     {
         if (const unsigned nForeign = Foreign16(p + i))

@@ -72,11 +72,11 @@ unsigned OrvStringCchCopy(WCHAR* sTrg, unsigned nCch, const WCHAR* sSrc)
 
 COrvStr::COrvStr(const WCHAR* s, bool bCopy) : m_pStr(g_DefEmptyString.StrBuffer), m_bOwn(true)
 {
-    if (s == nullptr || *s == 0)
+    if (s == nullptr)
         return;
     if (bCopy)
         m_pStr = NewCopy(s);
-    else
+    else if (OCT::TextLength(s, 1) != 0)
         SetText(const_cast<WCHAR*>(s), false);
 }
 
@@ -168,9 +168,13 @@ bool COrvStr::CreateOwnBuffer(std::uint64_t nLen, bool bKeep)
     if (m_bOwn && m_pStr != nullptr && OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nLen + 1)))
         return true;
     WCHAR* const pNew = OCT::NewStr(nLen);
-    if (pNew != nullptr && bKeep)
-        OCT::StrHeader(pNew).nStrLen =
-            OrvStringCchCopy(pNew, OCT::StrHeader(pNew).nAllocLen / sizeof(WCHAR), m_pStr);
+    if (pNew != nullptr && bKeep && m_pStr != nullptr)
+    {
+        const std::uint64_t nRoom = OCT::StrHeader(pNew).nAllocLen / sizeof(WCHAR) - 1;
+        const std::uint64_t nKept = (std::min)(std::uint64_t{GetLength()}, nRoom);
+        OCT::CopyUnits(pNew, m_pStr, static_cast<std::size_t>(nKept));
+        OCT::EndStr(pNew, nKept);
+    }
     if (m_bOwn)
         OCT::ReleaseStrRef(m_pStr);
     SetText(pNew, true);
@@ -193,13 +197,29 @@ void COrvStr::CopyForeign(const WCHAR* s)
 
 void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
 {
+    if (bKeep && AppendInPlace(s, nLen))
+        return;
     const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
     const std::size_t nCount = OCT::SourceLength(s, nLen);
     const std::uint64_t nOld = bKeep ? GetLength() : 0;
     if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
         return;
-    std::char_traits<WCHAR>::copy(m_pStr + nOld, s, nCount);
+    OCT::CopyUnits(m_pStr + nOld, s, nCount);
     OCT::EndStr(m_pStr, nOld + nCount);
+}
+
+/// Appends within a private buffer that has room; the text may be the value's own.
+bool COrvStr::AppendInPlace(const WCHAR* s, unsigned nLen)
+{
+    if (!m_bOwn || m_pStr == nullptr)
+        return false;
+    const std::uint64_t nOld = OCT::StrHeader(m_pStr).nStrLen;
+    const unsigned nCount = SourceLength(s, nLen);
+    if (!OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nOld + (nLen != 0 ? nLen : nCount) + 1)))
+        return false;
+    OCT::CopyUnits(m_pStr + nOld, s, nCount);
+    OCT::EndStr(m_pStr, nOld + nCount);
+    return true;
 }
 
 void COrvStr::TakeConverted(const char* s, unsigned nLen, bool bKeep, Converter pfnConvert)
@@ -253,7 +273,7 @@ void COrvStr::SetUTF8(const char* s, unsigned nLen)
 
 void COrvStr::Append(const WCHAR* s, unsigned nLen)
 {
-    if (s != nullptr && *s != 0)
+    if (s != nullptr && OCT::TextLength(s, 1) != 0)
         TakeText(s, nLen, true);
 }
 

@@ -3,7 +3,7 @@
 
 #include "strings/charclass.h"
 #include "strings/strbuffer.h"
-#include "strings/textlen.h"
+#include "strings/textsearch.h"
 
 #include <algorithm>
 #include <optional>
@@ -27,14 +27,18 @@ const WCHAR* SkipSpace(const WCHAR* s)
 std::size_t CountOf(OCT::TextView text, OCT::TextView find)
 {
     std::size_t nCount = 0;
-    for (std::size_t nAt = text.find(find); nAt != text.npos; nAt = text.find(find, nAt + find.size()))
+    for (std::size_t nAt = OCT::FindText(text, find); nAt != text.npos; nAt = OCT::FindText(text, find))
+    {
         ++nCount;
+        text.remove_prefix(nAt + find.size());
+    }
     return nCount;
 }
 
 WCHAR* Put(WCHAR* p, OCT::TextView text)
 {
-    return std::copy(text.begin(), text.end(), p);
+    OCT::CopyUnits(p, text.data(), text.size());
+    return p + text.size();
 }
 
 } // namespace
@@ -46,7 +50,8 @@ int COrvStr::Find(WCHAR c, int iStart) const
     const OCT::TextView text(m_pStr, GetLength());
     if (iStart < 0 || static_cast<std::size_t>(iStart) >= text.size())
         return -1;
-    return static_cast<int>(text.find(c, static_cast<std::size_t>(iStart)));
+    const std::size_t nAt = OCT::FindUnit(text.substr(static_cast<std::size_t>(iStart)), c);
+    return nAt != text.npos ? iStart + static_cast<int>(nAt) : -1;
 }
 
 int COrvStr::ReverseFind(WCHAR c) const
@@ -64,7 +69,7 @@ int COrvStr::FindSubStr(const WCHAR* sToFind) const
         return -1;
     }
     return static_cast<int>(
-        OCT::TextView(m_pStr, GetLength()).find(OCT::TextView(sToFind, OCT::TextLength(sToFind))));
+        OCT::FindText(OCT::TextView(m_pStr, GetLength()), OCT::TextView(sToFind, OCT::TextLength(sToFind))));
 }
 
 // ---- Changing ----
@@ -99,7 +104,7 @@ void COrvStr::Replace(const WCHAR* sToFind, const WCHAR* sReplaceTo)
         if (!result.CreateOwnBuffer(nLen, false))
             return;
         WCHAR* p = result.m_pStr;
-        for (std::size_t nAt = rest.find(find); nAt != rest.npos; nAt = rest.find(find))
+        for (std::size_t nAt = OCT::FindText(rest, find); nAt != rest.npos; nAt = OCT::FindText(rest, find))
         {
             p = Put(Put(p, rest.substr(0, nAt)), with);
             rest.remove_prefix(nAt + find.size());

@@ -54,7 +54,7 @@ inline void CopyUnits(WCHAR* pTo, const WCHAR* pFrom, std::size_t n) noexcept
     else if (n >= 2)
         CopyTwoBlocks<4>(pTo, pFrom, nBytes);
     else if (n == 1)
-        *pTo = *pFrom;
+        std::memcpy(pTo, pFrom, sizeof(WCHAR)); // which may lie at an odd address
 }
 
 /// Ends the text of a private buffer at \p nLen.

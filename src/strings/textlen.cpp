@@ -21,10 +21,27 @@ unsigned ZeroUnits(const __m128i* p) noexcept
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(p), _mm_setzero_si128())));
 }
 
+/// Whether the units of a text, as in a packed record, lie across the borders of units.
+bool IsOdd(const WCHAR* s) noexcept
+{
+    return reinterpret_cast<std::uintptr_t>(s) % sizeof(WCHAR) != 0;
+}
+
+std::size_t OddTextLength(const WCHAR* s, std::size_t nMax) noexcept
+{
+    const auto* const pBytes = reinterpret_cast<const unsigned char*>(s);
+    std::size_t n = 0;
+    while (n < nMax && (pBytes[2 * n] | pBytes[2 * n + 1]) != 0)
+        ++n;
+    return n;
+}
+
 } // namespace
 
 std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
 {
+    if (IsOdd(s)) [[unlikely]]
+        return OddTextLength(s, nMax);
     const auto nSkipBytes = reinterpret_cast<std::uintptr_t>(s) % sizeof(__m128i);
     const auto* p = reinterpret_cast<const __m128i*>(reinterpret_cast<std::uintptr_t>(s) - nSkipBytes);
     if (nMax == 0)
@@ -41,6 +58,8 @@ std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
 
 std::size_t TextLength(const WCHAR* s) noexcept
 {
+    if (IsOdd(s)) [[unlikely]]
+        return OddTextLength(s, SIZE_MAX);
     const auto nSkipBytes = reinterpret_cast<std::uintptr_t>(s) % sizeof(__m128i);
     const auto* p = reinterpret_cast<const __m128i*>(reinterpret_cast<std::uintptr_t>(s) - nSkipBytes);
     unsigned nZeros = ZeroUnits(p) >> nSkipBytes;

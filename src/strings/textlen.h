@@ -12,7 +12,7 @@ namespace OCT
 
 using TextView = std::basic_string_view<WCHAR>;
 
-/// Code units before the terminator.
+/// Code units before the terminator. The text may lie at an odd address.
 std::size_t TextLength(const WCHAR* s) noexcept;
 
 /// The same, at most \p nMax; nothing from \p nMax on matters.

@@ -201,6 +201,67 @@ inline std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, st
     return iDest;
 }
 
+// A short source with zeros behind it, and room behind the result: blocks can be decoded from the first byte
+// on.
+struct CShortText
+{
+    static constexpr std::size_t c_nBytes = 64;
+    static constexpr std::size_t c_nReach = 34; // read and written beyond a byte
+
+    CShortText(const char* p, std::size_t n)
+    {
+        std::memset(m_aSrc + n, 0, c_nReach);
+        std::memcpy(m_aSrc, p, n);
+    }
+
+    char m_aSrc[c_nBytes + c_nReach];
+    WCHAR m_aDest[c_nBytes + c_nReach];
+};
+
+// Decodes \p n bytes of a short text, blocks of ASCII and two bytes as DecodeBlocks does; returns the units.
+std::size_t DecodeShort(CShortText& text, std::size_t n)
+{
+    const char* p = text.m_aSrc;
+    const char* const pEnd = p + n;
+    WCHAR* pDest = text.m_aDest;
+    while (p < pEnd)
+    {
+        if (static_cast<unsigned char>(*p) >= 0xE0)
+        {
+            // The zeros behind the source continue no sequence.
+            const CStep step = DecodeFitting(p, CShortText::c_nReach, pDest, CShortText::c_nReach);
+            p += step.m_nSrc;
+            pDest += step.m_nDest;
+            continue;
+        }
+        auto nForeign = static_cast<unsigned>(_mm_movemask_epi8(Load16(p)));
+        Copy16(p, pDest);
+        std::size_t nTwos = 0;
+        std::size_t nBytes = std::min<std::size_t>(16, static_cast<std::size_t>(pEnd - p));
+        std::size_t nUnits = nBytes;
+        for (; nForeign; nForeign &= nForeign - 1)
+        {
+            const auto i = static_cast<unsigned>(std::countr_zero(nForeign));
+            WCHAR* const pAt = pDest + i - nTwos;
+            if (!DecodeTwo(p + i, pAt))
+            {
+                const CStep step = DecodeStep(p + i, pAt);
+                nBytes = i + step.m_nSrc;
+                nUnits = i + step.m_nDest;
+                break;
+            }
+            Copy16(p + i + 2, pAt + 1);
+            ++nTwos;
+            nForeign &= nForeign - 1;
+            if (i == 15)
+                ++nBytes, ++nUnits;
+        }
+        p += nBytes;
+        pDest += nUnits - nTwos;
+    }
+    return static_cast<std::size_t>(pDest - text.m_aDest);
+}
+
 // Encodes a unit beyond ASCII, writing up to four bytes; returns its length.
 inline unsigned EncodeStep(WCHAR cUnit, char* pDest)
 {
@@ -303,6 +364,13 @@ char32_t DecodeUtf8(const unsigned char* p, std::size_t n, unsigned& nUsed)
 std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom)
 {
     std::size_t iDest = 0;
+    if (nSrc <= CShortText::c_nBytes && nSrc <= nRoom)
+    {
+        CShortText text(pSrc, nSrc);
+        const std::size_t nUnits = DecodeShort(text, nSrc);
+        std::memcpy(pDest, text.m_aDest, nUnits * sizeof(WCHAR));
+        return nUnits;
+    }
     while (nSrc && iDest < nRoom)
     {
         if (static_cast<unsigned char>(*pSrc) < 0xE0)
