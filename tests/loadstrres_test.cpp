@@ -104,7 +104,7 @@ TEST(LoadDBStringRes, TokensAtTheBeginning)
     EXPECT_FALSE(LoadDBStringResA(sText, nullptr, 50));
     EXPECT_FALSE(LoadDBStringResW(nullptr, nullptr, 0));
     EXPECT_TRUE(LoadDBStringResA(sText, sText, 50));
-    EXPECT_STREQ("\xE1rv\xEDz \x80", sText);
+    EXPECT_EQ(Narrow(ORVTEXT("\u00E1rv\u00EDz \u20AC")), sText);
 }
 
 TEST(ReplaceToken, EveryTokenOfAText)

@@ -366,14 +366,10 @@ TEST_F(WideSettings, ValuesAsTextOfAnyLength)
 
 TEST_F(WideSettings, NarrowAndWideFormsShareValues)
 {
-    EXPECT_TRUE(SetLQStringSettingA("\xC1rv", "\xE9", "\xF6\xFC", nullptr));
-    const auto widen = [](const char* s) {
-        WCHAR sWide[4];
-        MultiByteToWideChar(CP_ACP, 0, s, -1, sWide, 4);
-        return Text(sWide);
-    };
-    EXPECT_EQ(widen("\xF6\xFC"),
-              TextOf(GetLQStrSetting(widen("\xC1rv").c_str(), widen("\xE9").c_str(), nullptr)));
+    const Text sKey = ORVTEXT("\u00C1rv"), sName = ORVTEXT("\u00E9"), sValue = ORVTEXT("\u00F6\u00FC");
+    EXPECT_TRUE(SetLQStringSettingA(::Narrow(sKey).c_str(), ::Narrow(sName).c_str(), ::Narrow(sValue).c_str(),
+                                    nullptr));
+    EXPECT_EQ(sValue, TextOf(GetLQStrSetting(sKey.c_str(), sName.c_str(), nullptr)));
 }
 
 // ---- CRegKeyW ----

@@ -139,8 +139,8 @@ TEST(TextFile, EncodingIsRecognized)
     EXPECT_EQ(ORVTEXT("a\uFFFDz"), Converted("\xEF\xBB\xBF\x61\xE9z")) << "damaged UTF-8 with mark";
     EXPECT_EQ(ORVTEXT(""), Converted("\xEF\xBB\xBF")) << "only a UTF-8 mark";
     EXPECT_EQ(ORVTEXT("\u00E9\U0001F600"), Converted("\xC3\xA9\xF0\x9F\x98\x80")) << "UTF-8 without mark";
-    EXPECT_EQ(ORVTEXT("a\u00C3"), Converted("a\xC3")) << "sequence past the end";
-    EXPECT_EQ(ORVTEXT("\u00E9t\u00E9"), Converted("\xE9t\xE9")) << "sequence with ASCII inside";
+    EXPECT_EQ(Wide("a\xC3"), Converted("a\xC3")) << "sequence past the end";
+    EXPECT_EQ(Wide("\xE9t\xE9"), Converted("\xE9t\xE9")) << "sequence with ASCII inside";
     EXPECT_EQ(ORVTEXT("\uFFFD\uFFFD"), Converted("\x80\x80")) << "not UTF-8, yet passes the check";
     WCHAR aOut[8];
     EXPECT_EQ(3u, GetTextFileContents("a\xC3\xA9z", 0, aOut)) << "terminated data";
@@ -156,7 +156,10 @@ TEST(TextFile, EncodingIsRecognized)
 
 TEST(Converters, ToAnsiIsCutAtItsBuffer)
 {
-    EXPECT_STREQ("a\xE9?", CToAnsi(ORVTEXT("a\u00E9\u4E00")));
+    EXPECT_STREQ(IsNarrowUtf8() ? "a\xC3\xA9\xE4\xB8\x80" : "a\xE9?", CToAnsi(ORVTEXT("a\u00E9\u4E00")));
+    EXPECT_EQ(Repeated(Narrow(ORVTEXT("\u00E9")), IsNarrowUtf8() ? 499 : 999),
+              static_cast<const char*>(CToAnsi(Text(5000, ORVTEXT('\u00E9')).c_str())))
+        << "between characters";
     EXPECT_STREQ("", CToAnsi(nullptr));
     EXPECT_STREQ("", CToAnsi(ORVTEXT("")));
     EXPECT_EQ(std::string(999, 'x'), static_cast<const char*>(CToAnsi(Text(5000, ORVTEXT('x')).c_str())));
@@ -168,7 +171,8 @@ TEST(Converters, TakeTextAfterText)
     CToUTF8 utf8(ORVTEXT("\u00E9t\u00E9"));
     EXPECT_STREQ("\xC3\xA9t\xC3\xA9", utf8);
     EXPECT_STREQ("ab", utf8.Set(ORVTEXT("abc"), 2));
-    EXPECT_STREQ("\xC3\xA9", utf8.Set("\xE9z", 1));
+    const std::string sNarrow = Narrow(ORVTEXT("\u00E9"));
+    EXPECT_STREQ("\xC3\xA9", utf8.Set((sNarrow + "z").c_str(), static_cast<unsigned>(sNarrow.size())));
     EXPECT_EQ(Repeated("\xC3\xA9", 3000), utf8.Set(sLong.c_str()));
     EXPECT_EQ(Repeated("\xC3\xA9", 6000), utf8.Set((sLong + sLong).c_str())) << "the heap buffer grows";
     EXPECT_STREQ("short", utf8.Set("short"));

@@ -4,9 +4,14 @@
 
 #include <unicode/uloc.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+
+#include <langinfo.h>
+#include <locale.h>
+#include <strings.h>
 
 namespace
 {
@@ -31,6 +36,23 @@ bool IsNeutral(const char* sLocale)
 {
     const std::size_t n = std::strcspn(sLocale, ".@");
     return (n == 1 && sLocale[0] == 'C') || (n == 5 && !std::memcmp(sLocale, "POSIX", 5));
+}
+
+// Whether the locale's character set, which stands in its name or else is known to the C library, is another
+// than UTF-8.
+bool IsLegacy(const char* sLocale)
+{
+    const auto IsUtf8Name = [](const char* sSet) {
+        return !strncasecmp(sSet, "UTF-8", 5) || !strncasecmp(sSet, "UTF8", 4);
+    };
+    if (const char* const pSet = std::strchr(sLocale, '.'))
+        return !IsUtf8Name(pSet + 1);
+    const locale_t locale = newlocale(LC_CTYPE_MASK, sLocale, nullptr);
+    if (!locale)
+        return false;
+    const bool bLegacy = !IsUtf8Name(nl_langinfo_l(CODESET, locale));
+    freelocale(locale);
+    return bLegacy;
 }
 
 UINT PageOfLocale(const char* sLocale)
@@ -93,12 +115,21 @@ bool HasMemoryForLocale() noexcept
 
 UINT AnsiCodePageOfEnvironment() noexcept
 {
-    if (const char* sPage = std::getenv("ORVCOMTYPES_ACP"))
+    const char* const sPage = std::getenv("ORVCOMTYPES_ACP");
+    if (sPage && *sPage)
     {
-        const auto nPage = static_cast<UINT>(std::strtoul(sPage, nullptr, 10));
-        if (nPage == CP_UTF8 || (nPage > CP_THREAD_ACP && CCodePage::Find(nPage)))
+        char* pEnd;
+        const auto nPage = static_cast<UINT>(std::strtoul(sPage, &pEnd, 10));
+        if (!*pEnd && (nPage == CP_UTF8 || CCodePage::IsKnown(nPage)))
             return nPage;
+        std::fprintf(stderr, "OrvComTypes: ORVCOMTYPES_ACP=%s is no code page that is known here\n", sPage);
     }
-    char sName[ULOC_FULLNAME_CAPACITY];
-    return PageOfLocale(EnvironmentLocale("LC_CTYPE", sName, sizeof sName));
+    const char* const sLocale = FirstSet("LC_CTYPE");
+    return IsNeutral(sLocale) || !IsLegacy(sLocale) ? CP_UTF8 : PageOfLocale(sLocale);
+}
+
+UINT WindowsCodePageOfEnvironment() noexcept
+{
+    const char* const sLocale = FirstSet("LC_CTYPE");
+    return IsNeutral(sLocale) ? 1252 : PageOfLocale(sLocale);
 }

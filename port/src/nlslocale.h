@@ -18,8 +18,13 @@ const char* CanonicalLocale(const char* sLocale, char* pName, int cbName) noexce
 /// for ever, so that it must not be asked then.
 bool HasMemoryForLocale() noexcept;
 
-/// The ANSI code page that Windows gives the language of the locale, or the one that ORVCOMTYPES_ACP names.
-UINT AnsiCodePageOfEnvironment() noexcept;
-
 /// The decimal separator of the user's locale; "." when there is no telling.
 char16_t UserDecimalSeparator() noexcept;
+
+/// The page of narrow text: what ORVCOMTYPES_ACP names, else UTF-8, unless the locale has a legacy character
+/// set: then the page that Windows gives its language.
+UINT AnsiCodePageOfEnvironment() noexcept;
+
+/// The page that Windows gives the language of the locale, whatever the page of narrow text is here: what a
+/// file from there is written in that is not UTF-8.
+UINT WindowsCodePageOfEnvironment() noexcept;

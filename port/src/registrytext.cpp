@@ -1,5 +1,7 @@
 #include "registrytext.h"
 
+#include "nlslocale.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -131,7 +133,18 @@ void AppendCodePoint(CRegString& s, std::uint32_t c)
     s.push_back(static_cast<WCHAR>(c));
 }
 
-CRegString FromUtf8(std::string_view s)
+CRegString FromPage(std::string_view s, UINT nCodePage)
+{
+    CRegString sWide(s.size(), WCHAR(0));
+    const int n = s.empty() ? 0
+                            : MultiByteToWideChar(nCodePage, 0, s.data(), static_cast<int>(s.size()),
+                                                  sWide.data(), static_cast<int>(sWide.size()));
+    sWide.resize(static_cast<std::size_t>(n));
+    return sWide;
+}
+
+// Narrow text in a file. What is not UTF-8 comes from Windows and is in the page of that.
+CRegString FromFile(std::string_view s)
 {
     CRegString sWide;
     sWide.reserve(s.size());
@@ -139,7 +152,7 @@ CRegString FromUtf8(std::string_view s)
     {
         const std::size_t n = Utf8Length(s, i);
         if (n == 0)
-            return RegFromAnsi(s);
+            return FromPage(s, GetACP() != CP_UTF8 ? GetACP() : WindowsCodePageOfEnvironment());
         std::uint32_t c = static_cast<unsigned char>(s[i]);
         if (n > 1)
             c &= 0x7Fu >> n;
@@ -278,7 +291,7 @@ bool CRegTextReader::ReadLine(CRegString& sLine)
     else
     {
         const std::size_t nEnd = m_sRest.find('\n');
-        sLine = FromUtf8(m_sRest.substr(0, nEnd));
+        sLine = FromFile(m_sRest.substr(0, nEnd));
         m_sRest.remove_prefix(nEnd == m_sRest.npos ? m_sRest.size() : nEnd + 1);
     }
     const bool bCr = !sLine.empty() && sLine.back() == '\r';
@@ -389,7 +402,7 @@ bool CRegTextReader::ParseHex(CRegTextItem& item, CRegView sText)
     if (m_bNarrowData && bText)
     {
         const CRegString sWide =
-            RegFromAnsi({reinterpret_cast<const char*>(item.m_data.data()), item.m_data.size()});
+            FromFile({reinterpret_cast<const char*>(item.m_data.data()), item.m_data.size()});
         item.m_data.clear();
         AppendUnits(item.m_data, sWide);
         // It is written back under the signature of the current version, which has 16-bit units.
@@ -445,12 +458,7 @@ bool CRegTextReader::ParseHexLine(CRegView sText, CRegData& data, bool& bContinu
 
 CRegString RegFromAnsi(std::string_view s)
 {
-    CRegString sWide(s.size(), WCHAR(0));
-    const int n = s.empty() ? 0
-                            : MultiByteToWideChar(CP_ACP, 0, s.data(), static_cast<int>(s.size()),
-                                                  sWide.data(), static_cast<int>(sWide.size()));
-    sWide.resize(static_cast<std::size_t>(n));
-    return sWide;
+    return FromPage(s, CP_ACP);
 }
 
 CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data)

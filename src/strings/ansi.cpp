@@ -17,6 +17,23 @@ constexpr std::size_t c_nMaxRun = 0x10000000;
 // take.
 constexpr std::size_t c_nMaxBytes = 4;
 
+// Whether the number means UTF-8, as the ANSI code page may.
+bool IsUtf8(unsigned nCodePage)
+{
+    return (nCodePage == CP_ACP || nCodePage == CP_THREAD_ACP) && GetACP() == CP_UTF8;
+}
+
+// Narrow text of UTF-8 to narrow text of UTF-8: as it is, cut between characters.
+std::size_t CopyUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom)
+{
+    std::size_t n = std::min(nSrc, nRoom);
+    if (n < nSrc)
+        while (n != 0 && (pSrc[n] & 0xC0) == 0x80)
+            --n;
+    std::copy_n(pSrc, n, pDest);
+    return n;
+}
+
 // Code pages such as UTF-8, which may be the ANSI code page, take no flags and need none: all their mappings
 // are exact.
 bool RefusesFlags(int nWritten)
@@ -30,7 +47,7 @@ int EncodeRun(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, uns
         return WideCharToMultiByte(nCodePage, dwFlags, p, static_cast<int>(n), pDest,
                                    static_cast<int>(std::min(nRoom, c_nMaxBytes * n)), nullptr, nullptr);
     };
-    const int nWritten = Encode(WC_NO_BEST_FIT_CHARS);
+    const int nWritten = Encode(IsUtf8(nCodePage) ? 0 : WC_NO_BEST_FIT_CHARS);
     return RefusesFlags(nWritten) ? Encode(0) : nWritten;
 }
 
@@ -177,6 +194,8 @@ std::size_t WideToAnsi(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::si
 std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom,
                        unsigned nCodePage)
 {
+    if (IsUtf8(nCodePage))
+        return Utf8ToWide(pSrc, nSrc, pDest, nRoom);
     const std::size_t n = std::min(nSrc, nRoom);
     if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
         DecodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
@@ -205,6 +224,8 @@ std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::si
 
 std::size_t AnsiToUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage)
 {
+    if (IsUtf8(nCodePage))
+        return CopyUtf8(pSrc, nSrc, pDest, nRoom);
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {
@@ -228,6 +249,8 @@ std::size_t AnsiToUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::siz
 std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage,
                        const char** ppCut)
 {
+    if (IsUtf8(nCodePage))
+        return CopyUtf8(pSrc, nSrc, pDest, nRoom);
     std::size_t iDest = 0;
     while (nSrc && iDest < nRoom)
     {

@@ -32,10 +32,15 @@ CResult ToBytes(UINT nPage, DWORD dwFlags, const WCHAR* pSrc, int nSrc, char* pD
     return {n, GetLastError()};
 }
 
+bool IsUtf8(UINT nPage)
+{
+    return (nPage == CP_ACP || nPage == CP_THREAD_ACP ? GetACP() : nPage) == CP_UTF8;
+}
+
 Text Decoded(UINT nPage, const std::string& sBytes)
 {
     Text sText(sBytes.size() + 1, 0);
-    const int n = ToWide(nPage, nPage == CP_UTF8 ? 0 : MB_PRECOMPOSED, sBytes.data(),
+    const int n = ToWide(nPage, IsUtf8(nPage) ? 0 : MB_PRECOMPOSED, sBytes.data(),
                          static_cast<int>(sBytes.size()), sText.data(), static_cast<int>(sText.size()))
                       .first;
     return sText.substr(0, static_cast<std::size_t>(n));
@@ -44,7 +49,7 @@ Text Decoded(UINT nPage, const std::string& sBytes)
 std::string Encoded(UINT nPage, const Text& sText, DWORD dwFlags = WC_NO_BEST_FIT_CHARS)
 {
     std::string sBytes(sText.size() * 4 + 1, 0);
-    const int n = ToBytes(nPage, nPage == CP_UTF8 ? 0 : dwFlags, sText.data(), static_cast<int>(sText.size()),
+    const int n = ToBytes(nPage, IsUtf8(nPage) ? 0 : dwFlags, sText.data(), static_cast<int>(sText.size()),
                           sBytes.data(), static_cast<int>(sBytes.size()))
                       .first;
     return sBytes.substr(0, static_cast<std::size_t>(n));

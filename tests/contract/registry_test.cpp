@@ -183,12 +183,12 @@ TEST_F(Registry, GrantsWhatTheHandleWasOpenedFor)
 
 TEST_F(Registry, NarrowCallsSpeakTheAnsiCodePage)
 {
-    const std::string sText("Aut\xF3 \xE9", 7); // with its terminator
+    const WCHAR* const sWide = ORVTEXT("Aut\u00F3 \u00E9");
+    const std::string sText = Narrow(sWide) + '\0';
+    const auto cbText = static_cast<DWORD>(sText.size());
     const char* sName = sText.c_str();
-    WCHAR sWide[7];
-    ASSERT_EQ(7, MultiByteToWideChar(CP_ACP, 0, sName, 7, sWide, 7));
     const auto set = [&](DWORD dwType) {
-        return RegSetValueExA(m_hKey, sName, 0, dwType, reinterpret_cast<const BYTE*>(sName), 7);
+        return RegSetValueExA(m_hKey, sName, 0, dwType, reinterpret_cast<const BYTE*>(sName), cbText);
     };
     DWORD cb = 0;
     const auto get = [&](DWORD cbRoom) {
@@ -201,10 +201,10 @@ TEST_F(Registry, NarrowCallsSpeakTheAnsiCodePage)
         return lStatus == ERROR_SUCCESS ? std::optional(value) : std::nullopt;
     };
     Set(sWide, TextValue(sWide, REG_EXPAND_SZ));
-    EXPECT_EQ(RegistryValue(REG_EXPAND_SZ, sText), get(7));
-    EXPECT_EQ(RegistryValue(REG_EXPAND_SZ, std::string(7, '\0')), get(0)) << "asks for the size";
-    EXPECT_EQ(std::nullopt, get(6));
-    EXPECT_EQ(7u, cb);
+    EXPECT_EQ(RegistryValue(REG_EXPAND_SZ, sText), get(cbText));
+    EXPECT_EQ(RegistryValue(REG_EXPAND_SZ, std::string(cbText, '\0')), get(0)) << "asks for the size";
+    EXPECT_EQ(std::nullopt, get(cbText - 1));
+    EXPECT_EQ(cbText, cb);
 
     EXPECT_EQ(ERROR_SUCCESS, set(REG_SZ));
     EXPECT_EQ(TextValue(sWide), Get(sWide));
