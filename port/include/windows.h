@@ -24,5 +24,6 @@
 #include "orvport/sync.h"
 #include "orvport/systime.h"
 #include "orvport/thread.h"
+#include "orvport/threadlocal.h"
 
 #pragma GCC visibility pop

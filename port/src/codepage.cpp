@@ -1,14 +1,18 @@
 #include "codepage.h"
 
 #include "nlslocale.h"
+#include "portlock.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/unorm2.h>
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
 #include <new>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -161,26 +165,64 @@ WORD EncodeByIcu(UConverter* pConverter, WCHAR c)
     return n == 1 ? bFirst : static_cast<WORD>(bFirst << 8 | static_cast<unsigned char>(aBytes[1]));
 }
 
-std::atomic<const CCodePage*> g_aPages[std::size(c_KnownPages)];
-std::atomic<const CCodePage*> g_pAnsiPage;
+// Room for the tables of all pages: some 20 rows of 512 bytes for one of single bytes, all 256 rows and 64 KB
+// for one of double bytes. Memory is touched only where a page is used.
+WORD g_aTables[1 << 20];
+std::size_t g_nTableWords = 0;
+// The row of characters that a page lacks.
+WORD g_aNothing[256];
 
-const CCodePage* FindKnown(UINT nCodePage)
+template <class Entry>
+std::span<Entry> TakeTable(std::size_t nEntries)
 {
-    const auto* pKnown = std::find_if(std::begin(c_KnownPages), std::end(c_KnownPages),
-                                      [&](const CKnownPage& page) { return page.m_nCodePage == nCodePage; });
-    if (pKnown == std::end(c_KnownPages))
-        return nullptr;
-    std::atomic<const CCodePage*>& slot = g_aPages[pKnown - c_KnownPages];
-    if (const CCodePage* pPage = slot.load(std::memory_order_acquire))
-        return pPage;
-    auto pNew = std::make_unique<const CCodePage>(nCodePage, pKnown->m_sIcuName);
-    const CCodePage* pOther = nullptr;
-    if (!slot.compare_exchange_strong(pOther, pNew.get(), std::memory_order_acq_rel))
-        return pOther;
-    return pNew.release();
+    const std::size_t nWords = nEntries * sizeof(Entry) / sizeof(WORD);
+    if (nWords > std::size(g_aTables) - g_nTableWords)
+        throw std::bad_alloc();
+    Entry* const p =
+        reinterpret_cast<Entry*>(g_aTables + std::exchange(g_nTableWords, g_nTableWords + nWords));
+    std::uninitialized_value_construct_n(p, nEntries);
+    return {p, nEntries};
+}
+
+constinit CMadeOnce<CCodePage> g_aPages[std::size(c_KnownPages)];
+std::atomic<const CCodePage*> g_pAnsiPage;
+std::atomic<UINT> g_nAnsiCodePage;
+
+const CKnownPage* KnownPage(UINT nCodePage)
+{
+    const auto* const pKnown =
+        std::find_if(std::begin(c_KnownPages), std::end(c_KnownPages),
+                     [&](const CKnownPage& page) { return page.m_nCodePage == nCodePage; });
+    return pKnown != std::end(c_KnownPages) ? pKnown : nullptr;
 }
 
 } // namespace
+
+const CCodePage* CCodePage::FindKnown(UINT nCodePage)
+{
+    const CKnownPage* const pKnown = KnownPage(nCodePage);
+    if (!pKnown)
+        return nullptr;
+    CMadeOnce<CCodePage>& page = g_aPages[pKnown - c_KnownPages];
+    if (const CCodePage* const pPage = page.Peek())
+        return pPage;
+    const CMakingGuard guard(g_makingLock);
+    const std::size_t nTableWords = g_nTableWords;
+    try
+    {
+        return &page.Get(nCodePage, pKnown->m_sIcuName);
+    }
+    catch (...)
+    {
+        g_nTableWords = nTableWords;
+        throw;
+    }
+}
+
+bool CCodePage::IsKnown(UINT nCodePage) noexcept
+{
+    return KnownPage(nCodePage) != nullptr;
+}
 
 const CCodePage* CCodePage::Find(UINT nCodePage) noexcept
 try
@@ -202,6 +244,7 @@ catch (const std::exception&)
 
 CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
 {
+    m_apExact.fill(g_aNothing);
     if (nCodePage == 932)
         m_cDefaultWide = 0x30FB;
     ReadIcu(sIcuName);
@@ -214,7 +257,6 @@ CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
             m_aSingle[b] = m_cDefaultWide;
     for (unsigned b = 0xA0; b < 256; ++b)
         m_bLatin = m_bLatin && m_aSingle[b] == b;
-    std::sort(m_vFallbacks.begin(), m_vFallbacks.end());
 }
 
 void CCodePage::ReadIcu(const char* sIcuName)
@@ -237,15 +279,16 @@ void CCodePage::ReadDouble(UConverter* pConverter)
     UErrorCode status = U_ZERO_ERROR;
     UBool aStarters[256];
     ucnv_getStarters(pConverter, aStarters, &status);
-    m_pDouble = std::make_unique<WCHAR[]>(65536);
-    for (unsigned nPair = 0x8000; nPair < 0x10000; ++nPair)
+    m_pDouble = TakeTable<WCHAR>(0x10000 - c_nFirstPair).data();
+    for (unsigned nPair = c_nFirstPair; nPair < 0x10000; ++nPair)
     {
+        WCHAR& c = m_pDouble[nPair - c_nFirstPair];
         const char aBytes[] = {static_cast<char>(nPair >> 8), static_cast<char>(nPair)};
         m_aLead[nPair >> 8] = aStarters[nPair >> 8] != 0;
         if (aStarters[nPair >> 8])
-            m_pDouble[nPair] = DecodeByIcu(pConverter, aBytes, 2);
-        if (!m_pDouble[nPair])
-            m_pDouble[nPair] = m_cDefaultWide;
+            c = DecodeByIcu(pConverter, aBytes, 2);
+        if (!c)
+            c = m_cDefaultWide;
     }
 }
 
@@ -254,26 +297,41 @@ void CCodePage::ReadEncodings(UConverter* pConverter)
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<USet, void (*)(USet*)> pSet(uset_openEmpty(), uset_close);
     ucnv_getUnicodeSet(pConverter, pSet.get(), UCNV_ROUNDTRIP_AND_FALLBACK_SET, &status);
-    for (UChar32 c = 0x80; c < 0x10000; ++c)
+    ucnv_setFallback(pConverter, true);
+    std::vector<CFallback> vFallbacks;
+    for (int iRange = 0; iRange < uset_getRangeCount(pSet.get()); ++iRange)
     {
-        if (!uset_contains(pSet.get(), c))
-            continue;
-        const auto cUnit = static_cast<WCHAR>(c);
-        ucnv_setFallback(pConverter, true);
-        const WORD nBytes = EncodeByIcu(pConverter, cUnit);
-        if (nBytes && Decode(nBytes) == cUnit)
-            m_aExact[cUnit] = nBytes;
-        else if (nBytes)
-            m_vFallbacks.emplace_back(cUnit, nBytes);
+        UChar32 cFirst;
+        UChar32 cLast;
+        uset_getItem(pSet.get(), iRange, &cFirst, &cLast, nullptr, 0, &status);
+        for (UChar32 c = std::max(cFirst, 0x80); c <= std::min(cLast, 0xFFFF); ++c)
+        {
+            const auto cUnit = static_cast<WCHAR>(c);
+            const WORD nBytes = EncodeByIcu(pConverter, cUnit);
+            if (nBytes && Decode(nBytes) == cUnit)
+                SetExact(cUnit, nBytes);
+            else if (nBytes)
+                vFallbacks.push_back({cUnit, nBytes});
+        }
     }
+    m_fallbacks = TakeTable<CFallback>(vFallbacks.size());
+    std::ranges::copy(vFallbacks, m_fallbacks.begin());
+}
+
+void CCodePage::SetExact(WCHAR c, WORD nBytes)
+{
+    WORD*& pRow = m_apExact[c >> 8];
+    if (pRow == g_aNothing)
+        pRow = TakeTable<WORD>(256).data();
+    pRow[c & 0xFF] = nBytes;
 }
 
 void CCodePage::SetSingle(unsigned char b, WCHAR c)
 {
-    if (m_aSingle[b] && m_aExact[m_aSingle[b]] == b)
-        m_aExact[m_aSingle[b]] = 0;
+    if (m_aSingle[b] && EncodeExact(m_aSingle[b]) == b)
+        SetExact(m_aSingle[b], 0);
     m_aSingle[b] = c;
-    m_aExact[c] = b;
+    SetExact(c, b);
 }
 
 void CCodePage::CorrectSingles(UINT nCodePage)
@@ -287,28 +345,37 @@ void CCodePage::CorrectSingles(UINT nCodePage)
 
 WORD CCodePage::LookAlike(WCHAR c) const
 {
-    const auto pFallback =
-        std::lower_bound(m_vFallbacks.begin(), m_vFallbacks.end(), std::pair<WCHAR, WORD>(c, 0));
-    if (pFallback != m_vFallbacks.end() && pFallback->first == c)
-        return pFallback->second;
+    const auto pFallback = std::ranges::lower_bound(m_fallbacks, c, {}, &CFallback::m_cFrom);
+    if (pFallback != m_fallbacks.end() && pFallback->m_cFrom == c)
+        return pFallback->m_nBytes;
     for (const auto& [cFrom, cTo] : c_LookAlikes)
         if (cFrom == c)
-            return m_aExact[cTo];
+            return EncodeExact(cTo);
+    // Finding the normalizer may take ICU's locks, once.
+    const CMakingGuard guard(g_makingLock);
     UErrorCode status = U_ZERO_ERROR;
     WCHAR aDecomposed[16];
     const int n = unorm2_getDecomposition(unorm2_getNFDInstance(&status), c, aDecomposed, 16, &status);
-    return U_SUCCESS(status) && n > 0 ? m_aExact[aDecomposed[0]] : WORD{0};
+    return U_SUCCESS(status) && n > 0 ? EncodeExact(aDecomposed[0]) : WORD{0};
 }
 
 WORD CCodePage::EncodeBestFit(WCHAR c) const
 {
-    return m_aExact[c] ? m_aExact[c] : LookAlike(c);
+    const WORD nBytes = EncodeExact(c);
+    return nBytes ? nBytes : LookAlike(c);
 }
 
 UINT GetACP() noexcept
 {
-    static const UINT s_nAnsiCodePage = AnsiCodePageOfEnvironment();
-    return s_nAnsiCodePage;
+    UINT nCodePage = g_nAnsiCodePage.load(std::memory_order_relaxed);
+    if (nCodePage == 0)
+    {
+        const CMakingGuard guard(g_makingLock);
+        if (g_nAnsiCodePage == 0)
+            g_nAnsiCodePage = AnsiCodePageOfEnvironment();
+        nCodePage = g_nAnsiCodePage;
+    }
+    return nCodePage;
 }
 
 BOOL IsDBCSLeadByteEx(UINT CodePage, BYTE TestChar) noexcept

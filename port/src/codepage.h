@@ -1,13 +1,12 @@
 // One code page of single and double bytes as tables. They are made once from ICU's mappings, corrected where
-// Windows maps otherwise, and never change or go away afterwards.
+// Windows maps otherwise, and never change afterwards. They lie in the module itself: threads use them while
+// the process exits, and an unloaded module leaves nothing behind.
 #pragma once
 
 #include <windows.h>
 
 #include <array>
-#include <memory>
-#include <utility>
-#include <vector>
+#include <span>
 
 /// Whether the number means UTF-8, which has no tables here; the ANSI code page may be UTF-8.
 inline bool IsUtf8(UINT nCodePage) noexcept
@@ -18,8 +17,10 @@ inline bool IsUtf8(UINT nCodePage) noexcept
 class CCodePage
 {
 public:
-    /// The page of that number (0 and 3: the ANSI code page), or null for one that is not known. Lock-free.
+    /// The page of that number (0 and 3: the ANSI code page), or null for one that is not known. Lock-free
+    /// once the page is there.
     static const CCodePage* Find(UINT nCodePage) noexcept;
+    static bool IsKnown(UINT nCodePage) noexcept;
 
     CCodePage(UINT nCodePage, const char* sIcuName);
 
@@ -31,41 +32,55 @@ public:
     WCHAR DecodeSingle(unsigned char b) const { return m_aSingle[b]; }
     WCHAR DecodeDouble(unsigned char bLead, unsigned char bTrail) const
     {
-        return m_pDouble[static_cast<std::size_t>(bLead) << 8 | bTrail];
+        return m_pDouble[(static_cast<std::size_t>(bLead) << 8 | bTrail) - c_nFirstPair];
     }
     /// Whether the bytes mean a character: undefined ones decode to a default character or to one of private
     /// use.
     bool IsDefined(unsigned char b) const
     {
         const WCHAR c = m_aSingle[b];
-        return c < 0xE000 || c > 0xF8FF ? c != m_cDefaultWide || m_aExact[c] == b : false;
+        return c < 0xE000 || c > 0xF8FF ? c != m_cDefaultWide || EncodeExact(c) == b : false;
     }
     bool IsDefined(unsigned char bLead, unsigned char bTrail) const
     {
         const WCHAR c = DecodeDouble(bLead, bTrail);
-        return c != m_cDefaultWide || m_aExact[c] == (bLead << 8 | bTrail);
+        return c != m_cDefaultWide || EncodeExact(c) == (bLead << 8 | bTrail);
     }
 
     /// The one or two bytes (lead in the high byte) of a character that has an exact counterpart, else 0.
     /// U+0000 gives 0 as well.
-    WORD EncodeExact(WCHAR c) const { return m_aExact[c]; }
+    WORD EncodeExact(WCHAR c) const { return m_apExact[c >> 8][c & 0xFF]; }
     /// The same with look-alikes.
     WORD EncodeBestFit(WCHAR c) const;
 
 private:
+    /// A character and the bytes that stand in for it.
+    struct CFallback
+    {
+        WCHAR m_cFrom;
+        WORD m_nBytes;
+    };
+
+    static constexpr std::size_t c_nFirstPair = 0x8000;
+
+    static const CCodePage* FindKnown(UINT nCodePage);
     void ReadIcu(const char* sIcuName);
     void ReadDouble(struct UConverter* pConverter);
     void ReadEncodings(struct UConverter* pConverter);
     void CorrectSingles(UINT nCodePage);
-    WCHAR Decode(WORD nBytes) const { return nBytes > 0xFF ? m_pDouble[nBytes] : m_aSingle[nBytes]; }
+    WCHAR Decode(WORD nBytes) const
+    {
+        return nBytes > 0xFF ? m_pDouble[nBytes - c_nFirstPair] : m_aSingle[nBytes];
+    }
+    void SetExact(WCHAR c, WORD nBytes);
     void SetSingle(unsigned char b, WCHAR c);
     WORD LookAlike(WCHAR c) const;
 
     std::array<WCHAR, 256> m_aSingle{};
     std::array<bool, 256> m_aLead{};
-    std::unique_ptr<WCHAR[]> m_pDouble;
-    std::array<WORD, 65536> m_aExact{};
-    std::vector<std::pair<WCHAR, WORD>> m_vFallbacks; // sorted
+    WCHAR* m_pDouble = nullptr;
+    std::array<WORD*, 256> m_apExact; ///< by the upper byte of the character
+    std::span<CFallback> m_fallbacks; ///< sorted
     WCHAR m_cDefaultWide = u'?';
     bool m_bLatin = true;
 };

@@ -1,6 +1,7 @@
 // CompareStringW through ICU's collator for the locale of the environment, with Windows' equalities on top.
 #include "collationtable.h"
 #include "nlslocale.h"
+#include "portlock.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
@@ -8,6 +9,7 @@
 #include <unicode/utf16.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <climits>
 #include <cstring>
@@ -16,7 +18,9 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
+#include <dlfcn.h>
 #include <emmintrin.h>
 
 namespace
@@ -75,29 +79,79 @@ struct CTerminated
     operator CText() const { return {m_pText, std::char_traits<WCHAR>::length(m_pText)}; }
 };
 
-// The collation of the process. Never destroyed, since static destructors may compare; const, hence shared by
-// all threads without a lock.
+// Who is just using ICU's collator, counted on several lines of memory so that threads do not meet there.
+class CReaders
+{
+public:
+    class CScope
+    {
+    public:
+        explicit CScope(CReaders& readers) noexcept
+            : m_nCount(readers.m_aCounts[CPortThread::Self() / 4096 % std::size(readers.m_aCounts)].m_nCount)
+        {
+            ++m_nCount;
+        }
+        CScope(const CScope&) = delete;
+        CScope& operator=(const CScope&) = delete;
+        ~CScope() { --m_nCount; }
+
+    private:
+        std::atomic<unsigned>& m_nCount;
+    };
+
+    // Waits until all have left who came before.
+    void Drain() noexcept
+    {
+        for (CCount& count : m_aCounts)
+            while (count.m_nCount != 0)
+                ::Sleep(0);
+    }
+
+private:
+    struct alignas(64) CCount
+    {
+        std::atomic<unsigned> m_nCount = 0;
+    };
+
+    CCount m_aCounts[8];
+};
+
+constinit CReaders g_readers;
+// Closed at the end, while threads may go on comparing: they then find null.
+std::atomic<UCollator*> g_pCollator;
+
+// Runs after the destructors of static objects, when the library is unloaded and at exit alike.
+[[gnu::destructor(102)]] void CloseCollator()
+{
+    UCollator* const pCollator = g_pCollator.exchange(nullptr);
+    g_readers.Drain();
+    ucol_close(pCollator);
+}
+
+// ICU's caches are its own: where it were unloaded along with us, each load would leave a set of them behind.
+[[gnu::constructor]] void KeepIcuLoaded()
+{
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&ucol_open), &info))
+        dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+// The collation of the process; const, hence shared by all threads without a lock.
 class CCollation
 {
 public:
-    static const CCollation& Instance()
-    {
-        static const CCollation* const s_pInstance = new CCollation;
-        return *s_pInstance;
-    }
+    CCollation();
 
     template <class Text>
     int Compare(Text a, Text b, bool bNoCase) const;
 
 private:
-    CCollation();
-    bool IsPrimaryEqual(const CExpansion& expansion) const;
+    static bool IsPrimaryEqual(const UCollator* pCollator, const CExpansion& expansion);
     int CompareByCollator(CText a, CText b, bool bNoCase) const;
     bool NeedsMapping(CText text) const;
     const CExpansion* FindExpansion(WCHAR c) const;
     CText Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const;
 
-    std::unique_ptr<UCollator, void (*)(UCollator*)> m_pCollator{nullptr, ucol_close};
     bool m_bTables = false;
     CExpansion m_aExpansions[std::size(c_Expansions)];
     std::size_t m_nExpansions = 0;
@@ -109,27 +163,29 @@ CCollation::CCollation()
 {
     char sName[ULOC_FULLNAME_CAPACITY];
     UErrorCode status = U_ZERO_ERROR;
-    m_pCollator.reset(ucol_open(EnvironmentLocale("LC_COLLATE", sName, sizeof sName), &status));
-    ucol_setAttribute(m_pCollator.get(), UCOL_STRENGTH, UCOL_TERTIARY, &status);
-    ucol_setAttribute(m_pCollator.get(), UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
-    ucol_setAttribute(m_pCollator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
-    ucol_setAttribute(m_pCollator.get(), UCOL_CASE_LEVEL, UCOL_OFF, &status);
+    std::unique_ptr<UCollator, void (*)(UCollator*)> pCollator(
+        ucol_open(EnvironmentLocale("LC_COLLATE", sName, sizeof sName), &status), ucol_close);
+    ucol_setAttribute(pCollator.get(), UCOL_STRENGTH, UCOL_TERTIARY, &status);
+    ucol_setAttribute(pCollator.get(), UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
+    ucol_setAttribute(pCollator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+    ucol_setAttribute(pCollator.get(), UCOL_CASE_LEVEL, UCOL_OFF, &status);
     if (U_FAILURE(status))
         throw std::runtime_error("ICU lacks a collator");
     for (const CExpansion& expansion : c_Expansions)
-        if (IsPrimaryEqual(expansion))
+        if (IsPrimaryEqual(pCollator.get(), expansion))
             m_aExpansions[m_nExpansions++] = expansion;
     // Backward secondary weights would not lie side by side.
-    m_bTables = ucol_getAttribute(m_pCollator.get(), UCOL_FRENCH_COLLATION, &status) == UCOL_OFF;
-    m_Table.Read(m_pCollator.get());
+    m_bTables = ucol_getAttribute(pCollator.get(), UCOL_FRENCH_COLLATION, &status) == UCOL_OFF;
+    m_Table.Read(pCollator.get());
     m_TableNoCase.ReadMapped(m_Table, FoldUnit);
+    g_pCollator = pCollator.release();
 }
 
-bool CCollation::IsPrimaryEqual(const CExpansion& expansion) const
+bool CCollation::IsPrimaryEqual(const UCollator* pCollator, const CExpansion& expansion)
 {
     std::uint8_t aKeys[2][64] = {};
-    ucol_getSortKey(m_pCollator.get(), &expansion.m_cChar, 1, aKeys[0], 64);
-    ucol_getSortKey(m_pCollator.get(), expansion.m_aUnits, 2, aKeys[1], 64);
+    ucol_getSortKey(pCollator, &expansion.m_cChar, 1, aKeys[0], 64);
+    ucol_getSortKey(pCollator, expansion.m_aUnits, 2, aKeys[1], 64);
     const auto PrimaryLength = [](const std::uint8_t* pKey) {
         return std::strcspn(reinterpret_cast<const char*>(pKey), "\x01");
     };
@@ -192,7 +248,11 @@ int CCollation::CompareByCollator(CText a, CText b, bool bNoCase) const
     b = Map(b, bNoCase, scratchB);
     if (a.m_nLength > INT_MAX || b.m_nLength > INT_MAX)
         throw std::bad_alloc();
-    const UCollationResult result = ucol_strcoll(m_pCollator.get(), a.m_pText, static_cast<int>(a.m_nLength),
+    const CReaders::CScope scope(g_readers);
+    const UCollator* const pCollator = g_pCollator;
+    if (!pCollator)
+        throw std::runtime_error("the library is being unloaded");
+    const UCollationResult result = ucol_strcoll(pCollator, a.m_pText, static_cast<int>(a.m_nLength),
                                                  b.m_pText, static_cast<int>(b.m_nLength));
     return result == UCOL_LESS ? CSTR_LESS_THAN : result == UCOL_GREATER ? CSTR_GREATER_THAN : CSTR_EQUAL;
 }
@@ -261,6 +321,45 @@ int CCollation::Compare(Text a, Text b, bool bNoCase) const
     return CompareByCollator(a, b, bNoCase);
 }
 
+constinit CMadeOnce<CCollation> g_collation;
+constinit std::atomic<int> g_nAsciiOrder =
+    -1; // whether the locale orders ASCII as most do; -1: not yet known
+
+constexpr CAsciiTable c_AsciiTable(false);
+constexpr CAsciiTable c_AsciiTableNoCase(true);
+
+bool HasAsciiOrder()
+{
+    int nAsciiOrder = g_nAsciiOrder.load(std::memory_order_relaxed);
+    if (nAsciiOrder < 0)
+    {
+        char sName[ULOC_FULLNAME_CAPACITY];
+        const std::string_view sLocale = EnvironmentLocale("LC_COLLATE", sName, sizeof sName);
+        const std::string_view sLanguage = sLocale.substr(0, sLocale.find('_'));
+        constexpr std::string_view c_aLanguages[] = {"de", "en", "fr", "it", "nl", "pl", "pt", "ru", "uk"};
+        nAsciiOrder = sLocale.find('@') == sLocale.npos &&
+                      std::ranges::find(c_aLanguages, sLanguage) != std::end(c_aLanguages);
+        g_nAsciiOrder.store(nAsciiOrder, std::memory_order_relaxed);
+    }
+    return nAsciiOrder;
+}
+
+// ASCII is compared without ICU as long as nothing else has been compared: its data take milliseconds to
+// load.
+template <class Text>
+int Compare(Text a, Text b, bool bNoCase)
+{
+    if (!g_collation.Peek() && HasAsciiOrder())
+    {
+        const std::size_t nStart = CommonPrefix(a, b);
+        if (a.IsEnd(nStart) && b.IsEnd(nStart))
+            return CSTR_EQUAL;
+        if (const int nResult = (bNoCase ? c_AsciiTableNoCase : c_AsciiTable).Compare(a, b, nStart))
+            return nResult;
+    }
+    return g_collation.Get().Compare(a, b, bNoCase);
+}
+
 CText TextOf(const WCHAR* p, int n)
 {
     return {p, n < 0 ? std::char_traits<WCHAR>::length(p) : static_cast<std::size_t>(n)};
@@ -282,11 +381,10 @@ try
         SetLastError(ERROR_INVALID_FLAGS);
         return 0;
     }
-    const CCollation& collation = CCollation::Instance();
     const bool bNoCase = dwCmpFlags & NORM_IGNORECASE;
     if (cchCount1 < 0 && cchCount2 < 0)
-        return collation.Compare(CTerminated{lpString1}, CTerminated{lpString2}, bNoCase);
-    return collation.Compare(TextOf(lpString1, cchCount1), TextOf(lpString2, cchCount2), bNoCase);
+        return Compare(CTerminated{lpString1}, CTerminated{lpString2}, bNoCase);
+    return Compare(TextOf(lpString1, cchCount1), TextOf(lpString2, cchCount2), bNoCase);
 }
 catch (const std::exception&)
 {

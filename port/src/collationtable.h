@@ -14,25 +14,21 @@ struct UCollator;
 /// the first pair with different secondary weights, else the first pair with different tertiary weights.
 /// Within one primary weight the order of single characters is therefore the order in any context, and ranks
 /// can stand for weights. Everything else is left to the collator.
-class CCollationTable
+template <WCHAR End>
+class CRankTable
 {
 public:
-    /// The end of the table: the European scripts and general punctuation lie below.
-    static constexpr WCHAR c_cEnd = 0x2070;
-
-    void Read(const UCollator* pCollator);
-    /// The same weights for characters in another spelling: \p pMap gives the character whose weights count.
-    void ReadMapped(const CCollationTable& source, WCHAR (*pMap)(WCHAR));
-
     /// CSTR_LESS_THAN, CSTR_EQUAL or CSTR_GREATER_THAN, or 0: the collator has to look. The texts are equal
     /// up to \p i. A text has m_pText and tells by IsEnd(i) whether it ends there; it is asked from \p i on
     /// in order.
     template <class Text>
     int Compare(Text a, Text b, std::size_t i) const;
 
-private:
+protected:
     using CEntry =
         std::uint32_t; // primary rank (0: not simple), secondary rank, tertiary rank, the two flags
+
+    static constexpr WCHAR c_cEnd = End;
 
     static constexpr CEntry c_ContractsBefore = 1; // may stand in a contraction, not as its last character
     static constexpr CEntry c_ContractsAfter = 2;  // may stand in a contraction, not as its first character
@@ -44,13 +40,7 @@ private:
     static constexpr unsigned c_nSecondaryShift = 9;
     static constexpr unsigned c_nPrimaryShift = 18;
 
-    struct CSimple;
-    struct CLevels;
-
-    void RankSimple(const UCollator* pCollator);
-    void FlagContractions(const UCollator* pCollator);
-
-    CEntry At(WCHAR c) const { return c < c_cEnd ? m_aEntries[c] : c_NotSimple; }
+    constexpr CEntry At(WCHAR c) const { return c < c_cEnd ? m_aEntries[c] : c_NotSimple; }
     static bool IsSimple(CEntry entry) { return entry >> c_nPrimaryShift; }
     static bool MayContract(CEntry before, CEntry after)
     {
@@ -60,8 +50,43 @@ private:
     std::array<CEntry, c_cEnd> m_aEntries;
 };
 
+/// The ranks of a locale. At the end of the table the European scripts and general punctuation lie below.
+class CCollationTable : public CRankTable<0x2070>
+{
+public:
+    void Read(const UCollator* pCollator);
+    /// The same weights for characters in another spelling: \p pMap gives the character whose weights count.
+    void ReadMapped(const CCollationTable& source, WCHAR (*pMap)(WCHAR));
+
+private:
+    struct CSimple;
+    struct CLevels;
+
+    void RankSimple(const UCollator* pCollator);
+    void FlagContractions(const UCollator* pCollator);
+};
+
+/// The ranks of printable ASCII in the order that all but a few languages share, known without ICU. What
+/// follows a character may contract with it when it is none of these.
+class CAsciiTable : public CRankTable<0x80>
+{
+public:
+    consteval explicit CAsciiTable(bool bNoCase)
+    {
+        constexpr const char* c_sOrder =
+            " _-,;:!?.'\"()[]{}@*/\\&#%`^+<=>|~$0123456789abcdefghijklmnopqrstuvwxyz";
+        m_aEntries.fill(c_NotSimple);
+        CEntry nPrimary = 0;
+        for (const char* p = c_sOrder; *p; ++p)
+            m_aEntries[static_cast<unsigned char>(*p)] = ++nPrimary << c_nPrimaryShift | c_ContractsBefore;
+        for (unsigned char c = 'A'; c <= 'Z'; ++c)
+            m_aEntries[c] = m_aEntries[c + ('a' - 'A')] + (bNoCase ? 0u : 1u << c_nTertiaryShift);
+    }
+};
+
+template <WCHAR End>
 template <class Text>
-int CCollationTable::Compare(Text a, Text b, std::size_t i) const
+int CRankTable<End>::Compare(Text a, Text b, std::size_t i) const
 {
     // Differences of the lower levels, from the first pair that has one: negative when A comes first.
     int nSecondary = 0;

@@ -1,6 +1,7 @@
 #include "localetexts.h"
 
 #include "nlslocale.h"
+#include "portlock.h"
 
 #include <unicode/localpointer.h>
 #include <unicode/udat.h>
@@ -104,59 +105,48 @@ std::u16string ReadPicture(const LocalUDateFormatPointer& format)
 class CLastTexts
 {
 public:
-    CLastTexts() { InitializeCriticalSection(&m_section); }
+    CLastTexts() { m_lock.HoldAtFork(); }
     CLastTexts(const CLastTexts&) = delete;
     CLastTexts& operator=(const CLastTexts&) = delete;
 
     std::shared_ptr<const CLocaleTexts> Get(std::string_view sLocale)
     {
-        const Guard guard(m_section);
+        const std::lock_guard guard(m_lock);
         if (m_pTexts == nullptr || m_sLocale != sLocale)
         {
+            const CMakingGuard making(g_makingLock);
             m_pTexts = std::make_shared<const CLocaleTexts>(std::string(sLocale));
             m_sLocale = sLocale;
         }
         return m_pTexts;
     }
 
-    /// Never destroyed, since destructors of static objects may format times; what it keeps is forgotten.
-    static CLastTexts& Instance()
+    void Forget() noexcept
     {
-        alignas(CLastTexts) static unsigned char s_storage[sizeof(CLastTexts)];
-        static CLastTexts* const s_pInstance = s_pTexts = new (s_storage) CLastTexts;
-        return *s_pInstance;
-    }
-    static void Forget()
-    {
-        if (s_pTexts == nullptr)
-            return;
-        const Guard guard(s_pTexts->m_section);
-        s_pTexts->m_pTexts.reset();
-        s_pTexts->m_sLocale = std::string();
+        const std::lock_guard guard(m_lock);
+        m_pTexts.reset();
+        m_sLocale = std::string();
     }
 
 private:
-    struct Guard
-    {
-        explicit Guard(CRITICAL_SECTION& section) : m_section(section) { EnterCriticalSection(&m_section); }
-        Guard(const Guard&) = delete;
-        Guard& operator=(const Guard&) = delete;
-        ~Guard() { LeaveCriticalSection(&m_section); }
-
-        CRITICAL_SECTION& m_section;
-    };
-
-    static inline CLastTexts* s_pTexts = nullptr;
-
-    CRITICAL_SECTION m_section;
+    CPortLock m_lock;
     std::string m_sLocale;
     std::shared_ptr<const CLocaleTexts> m_pTexts;
 };
 
+/// Never destroyed, since destructors of static objects may format times; what it keeps is forgotten.
+constinit CMadeOnce<CLastTexts> g_lastTexts;
+
+CLastTexts& LastTexts()
+{
+    return const_cast<CLastTexts&>(g_lastTexts.Get());
+}
+
 /// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
 [[gnu::destructor(102)]] void ForgetTexts()
 {
-    CLastTexts::Forget();
+    if (g_lastTexts.Peek() != nullptr)
+        LastTexts().Forget();
 }
 
 /// In front of what the environment says; the rest are tags.
@@ -215,9 +205,9 @@ std::shared_ptr<const CLocaleTexts> LocaleTextsOf(LPCWSTR lpLocaleName) noexcept
 try
 {
     if (lpLocaleName == nullptr)
-        return CLastTexts::Instance().Get(std::string(1, ENVIRONMENT) + EnvironmentLocaleName("LC_TIME"));
+        return LastTexts().Get(std::string(1, ENVIRONMENT) + EnvironmentLocaleName("LC_TIME"));
     const std::u16string_view sWide(lpLocaleName);
-    return CLastTexts::Instance().Get(std::string(sWide.begin(), sWide.end()));
+    return LastTexts().Get(std::string(sWide.begin(), sWide.end()));
 }
 catch (const std::bad_alloc&)
 {

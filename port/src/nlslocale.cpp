@@ -124,12 +124,12 @@ UINT AnsiCodePageOfEnvironment() noexcept
             return nPage;
         std::fprintf(stderr, "OrvComTypes: ORVCOMTYPES_ACP=%s is no code page that is known here\n", sPage);
     }
-    const char* const sLocale = FirstSet("LC_CTYPE");
+    const char* const sLocale = EnvironmentLocaleName("LC_CTYPE");
     return IsNeutral(sLocale) || !IsLegacy(sLocale) ? CP_UTF8 : PageOfLocale(sLocale);
 }
 
 UINT WindowsCodePageOfEnvironment() noexcept
 {
-    const char* const sLocale = FirstSet("LC_CTYPE");
+    const char* const sLocale = EnvironmentLocaleName("LC_CTYPE");
     return IsNeutral(sLocale) ? 1252 : PageOfLocale(sLocale);
 }

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "nlslocale.h"
+#include "portlock.h"
 
 #include <unicode/uloc.h>
 #include <unicode/unum.h>
@@ -55,6 +56,7 @@ DWORD LoadForm(CNumberForm& form)
 {
     if (!HasMemoryForLocale())
         return ERROR_NOT_ENOUGH_MEMORY;
+    const CMakingGuard guard(g_makingLock);
     char sName[ULOC_FULLNAME_CAPACITY];
     char sLatin[ULOC_FULLNAME_CAPACITY + 16];
     std::snprintf(sLatin, sizeof sLatin, "%s@numbers=latn",

@@ -1,3 +1,4 @@
+#include "portlock.h"
 #include "registryapi.h"
 #include "registryhive.h"
 #include "registryzones.h"
@@ -7,7 +8,6 @@
 #include <new>
 #include <unordered_map>
 
-#include <pthread.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -91,12 +91,11 @@ public:
     bool Serve(CRegKey& key) const;
     void ForgetFiles();
     void LockAll();
-    void UnlockAll();
 
 private:
     CRegHive m_user;
     CRegHive m_machine;
-    std::mutex m_lock;
+    CPortLock m_lock;
     ULONG_PTR m_nLastHandle = 0;
     std::unordered_map<ULONG_PTR, CRegKeyPtr> m_keys;
     CRegKeyPtr m_pUserKey;
@@ -109,26 +108,24 @@ CRegistry::CRegistry()
       m_pUserKey(std::make_shared<CRegKey>(CRegKey{&m_user, {}, KEY_ALL_ACCESS, {}})),
       m_pMachineKey(std::make_shared<CRegKey>(CRegKey{&m_machine, {}, KEY_ALL_ACCESS, {}}))
 {
-    pthread_atfork([] { Get().LockAll(); }, [] { Get().UnlockAll(); }, [] { Get().UnlockAll(); });
+    m_lock.HoldAtFork();
 }
 
-alignas(CRegistry) unsigned char g_storage[sizeof(CRegistry)];
-CRegistry* g_pRegistry = nullptr;
+CMadeOnce<CRegistry> g_registry;
 
 CRegistry& CRegistry::Get()
 {
-    static CRegistry* const s_pRegistry = g_pRegistry = new (g_storage) CRegistry;
-    return *s_pRegistry;
+    return const_cast<CRegistry&>(g_registry.Get());
 }
 
 /// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
 /// Threads that still run while the process exits end here: the locks are not given back.
 [[gnu::destructor(101)]] void DestroyRegistry()
 {
-    if (g_pRegistry == nullptr)
+    if (g_registry.Peek() == nullptr)
         return;
-    g_pRegistry->LockAll();
-    g_pRegistry->~CRegistry();
+    CRegistry::Get().LockAll();
+    CRegistry::Get().~CRegistry();
 }
 
 HKEY CRegistry::Add(CRegKey key)
@@ -174,13 +171,6 @@ void CRegistry::LockAll()
     m_lock.lock();
     m_user.Lock().lock();
     m_machine.Lock().lock();
-}
-
-void CRegistry::UnlockAll()
-{
-    m_machine.Lock().unlock();
-    m_user.Lock().unlock();
-    m_lock.unlock();
 }
 
 /// Runs \p call with the key of a handle; exceptions end here.

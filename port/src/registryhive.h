@@ -2,9 +2,9 @@
 // file whole.
 #pragma once
 
+#include "portlock.h"
 #include "registrydoc.h"
 
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -20,6 +20,7 @@ public:
     CRegHive(CRegView sRoot, CRegView sShortRoot, std::string (*fnFile)(), bool bPrivate)
         : m_document(sRoot, sShortRoot), m_fnFile(fnFile), m_bPrivate(bPrivate)
     {
+        m_lock.HoldAtFork();
     }
 
     /// Runs `LSTATUS read(const CRegDocument&)` on the file's current content.
@@ -39,8 +40,8 @@ public:
     /// Makes the next access choose the file anew.
     void ForgetFile();
 
-    /// Around fork: no other thread may be inside while the process is copied.
-    std::mutex& Lock() { return m_lock; }
+    /// Taken for good when the process ends: no other thread may come in any more.
+    CPortLock& Lock() { return m_lock; }
 
 private:
     /// What tells one version of the file from another.
@@ -65,7 +66,7 @@ private:
                         CStamp& stamp) const;
     void ReportBadLine(unsigned nLine, CRegView sText) const;
 
-    std::mutex m_lock;
+    CPortLock m_lock;
     CRegDocument m_document;
     std::string (*m_fnFile)();
     std::string m_sFile; ///< chosen at the first access

@@ -22,11 +22,10 @@ CRegEntry TextValue(CRegView sName, const CRegString& sText)
 
 std::vector<CRegEntry> ServeZoneKey(CRegView sPath)
 {
-    static const CRegString s_sZones =
-        FoldRegName(u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\");
-    if (!CRegView(FoldRegName(sPath)).starts_with(s_sZones))
+    const CRegString sZones = FoldRegName(u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\");
+    if (!CRegView(FoldRegName(sPath)).starts_with(sZones))
         return {};
-    const std::optional<ZoneKeyValues> zone = FindZoneKey(sPath.substr(s_sZones.size()));
+    const std::optional<ZoneKeyValues> zone = FindZoneKey(sPath.substr(sZones.size()));
     if (!zone)
         return {};
     return {TextValue(u"Std", zone->m_sStd), TextValue(u"Dlt", zone->m_sDlt),

@@ -8,12 +8,15 @@
 #include <windows.h>
 
 #include "forkhooks.h"
+#include "forklock.h"
 #include "futex.h"
+#include "portlock.h"
 
 #include <mutex>
 
 #include <linux/membarrier.h>
 #include <pthread.h>
+#include <sys/mman.h>
 
 __thread char CPortThread::t_cIdentity;
 
@@ -21,7 +24,8 @@ namespace
 {
 
 constexpr int g_nSpins = 100;
-constexpr int g_nForkAttempts = 1000;
+constexpr int g_nForkAttempts = 10000;
+constexpr timespec g_tsForkPause{0, 100'000};
 constexpr timespec g_tsShort{0, 1'000'000};
 
 inline void Pause() noexcept
@@ -50,7 +54,7 @@ bool TryTake(LPCRITICAL_SECTION pSection) noexcept
                                                    std::memory_order_relaxed);
 }
 
-// Every initialised section, newest first.
+// The sections that a fork waits for, newest first.
 constinit std::mutex g_sectionsLock;
 constinit LPCRITICAL_SECTION g_pSections = nullptr;
 bool g_bHeldForFork = false;
@@ -68,8 +72,8 @@ bool TryEnterAll() noexcept
 }
 
 // Enters every section, so that what they guard is whole in the child. Trying and backing off needs no lock
-// order; between attempts the holders go on, with creating and deleting sections too. A section that stays
-// taken for a second is left as it is.
+// order; between attempts the holders go on, with creating and deleting sections too. The library holds its
+// locks for moments only; should one stay taken for a second, the child gets it as it is.
 void BeforeFork() noexcept
 {
     for (int i = 0; i < g_nForkAttempts; ++i)
@@ -79,7 +83,7 @@ void BeforeFork() noexcept
         if (g_bHeldForFork)
             return;
         g_sectionsLock.unlock();
-        nanosleep(&g_tsShort, nullptr);
+        nanosleep(&g_tsForkPause, nullptr);
     }
     g_sectionsLock.lock();
 }
@@ -106,10 +110,25 @@ void AfterForkInChild() noexcept
 [[gnu::constructor]] void Prepare()
 {
     g_bBarrierRegistered = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED);
+    g_makingLock.HoldAtFork();
     pthread_atfork(BeforeFork, LeaveAll, AfterForkInChild);
 }
 
 } // namespace
+
+CPortLock g_makingLock;
+
+void FlushProcessWriteBuffers() noexcept
+{
+    if (BarrierOnAllThreads())
+        return;
+    // Taking a right away from a page makes every processor that runs this process stop for a moment.
+    alignas(4096) static char s_aPage[4096];
+    const std::lock_guard guard(g_sectionsLock);
+    mprotect(s_aPage, sizeof s_aPage, PROT_READ | PROT_WRITE);
+    std::atomic_ref(s_aPage[0]).fetch_add(1);
+    mprotect(s_aPage, sizeof s_aPage, PROT_READ);
+}
 
 void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
@@ -117,7 +136,16 @@ void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
     lpCriticalSection->RecursionCount = 0;
     lpCriticalSection->Waiters.store(0, std::memory_order_relaxed);
     lpCriticalSection->Wakeups.store(0, std::memory_order_relaxed);
+    lpCriticalSection->pNext = lpCriticalSection->pPrev = nullptr;
+    lpCriticalSection->bHeldAtFork = false;
+}
+
+void PortHoldAtFork(LPCRITICAL_SECTION lpCriticalSection) noexcept
+{
     const std::lock_guard guard(g_sectionsLock);
+    if (lpCriticalSection->bHeldAtFork)
+        return;
+    lpCriticalSection->bHeldAtFork = true;
     lpCriticalSection->pPrev = nullptr;
     lpCriticalSection->pNext = g_pSections;
     if (g_pSections)
@@ -127,7 +155,10 @@ void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 
 void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
+    if (!lpCriticalSection->bHeldAtFork)
+        return;
     const std::lock_guard guard(g_sectionsLock);
+    lpCriticalSection->bHeldAtFork = false;
     auto*& pLink = lpCriticalSection->pPrev ? lpCriticalSection->pPrev->pNext : g_pSections;
     pLink = lpCriticalSection->pNext;
     if (lpCriticalSection->pNext)

@@ -1,6 +1,7 @@
 #include "systemzone.h"
 
 #include "localtime.h"
+#include "portlock.h"
 #include "zoneperiods.h"
 
 #include <algorithm>
@@ -54,10 +55,15 @@ CZonePeriods ReadSystemZone()
     return periods;
 }
 
+struct CSystemZone : CZonePeriods
+{
+    CSystemZone() : CZonePeriods(ReadSystemZone()) {}
+};
+
 const CZonePeriods& SystemZone() noexcept
 {
-    static const CZonePeriods s_zone = ReadSystemZone();
-    return s_zone;
+    static constinit CMadeOnce<CSystemZone> s_zone;
+    return s_zone.Get();
 }
 
 } // namespace

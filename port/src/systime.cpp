@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include "localtime.h"
+#include "portlock.h"
 
 #include <cerrno>
 
@@ -9,12 +10,12 @@ namespace
 
 constexpr LONGLONG g_nTicksPerSecond = 10'000'000;
 
-// Entered around fork like every section, so the C library's lock is free then too.
-CRITICAL_SECTION g_zoneSection;
+// A fork waits for it, and so for the C library's own lock inside it.
+CPortLock g_zoneLock;
 
-[[gnu::constructor]] void InitializeZoneSection()
+[[gnu::constructor]] void HoldZoneLockAtFork()
 {
-    InitializeCriticalSection(&g_zoneSection);
+    g_zoneLock.HoldAtFork();
 }
 
 timespec Now(clockid_t clock) noexcept
@@ -45,10 +46,8 @@ void Fill(SYSTEMTIME& st, const std::tm& tm, long nNanoseconds) noexcept
 
 bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept
 {
-    EnterCriticalSection(&g_zoneSection);
-    const bool bDone = localtime_r(&tTime, &tm) != nullptr;
-    LeaveCriticalSection(&g_zoneSection);
-    return bDone;
+    const std::lock_guard guard(g_zoneLock);
+    return localtime_r(&tTime, &tm) != nullptr;
 }
 
 void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept

@@ -140,7 +140,7 @@ public:
 
     DWORD ExitCode() const noexcept { return m_dwExitCode; }
 
-    DWORD WaitForId() const noexcept
+    DWORD WaitForId() noexcept
     {
         while (m_dwId == 0)
             FutexWait(m_dwId, 0, nullptr);

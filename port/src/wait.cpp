@@ -1,6 +1,7 @@
 #include "wait.h"
 
 #include "futex.h"
+#include "portlock.h"
 
 #include <algorithm>
 #include <new>
@@ -8,23 +9,12 @@
 namespace
 {
 
-// Never destroyed: threads may wait while the process exits. All zero it is a free section already;
-// initialising it at load, not at first use, makes it one that fork knows.
-CRITICAL_SECTION g_section;
+CPortLock g_lock;
 
-[[gnu::constructor]] void InitializeSection()
+[[gnu::constructor]] void HoldLockAtFork()
 {
-    InitializeCriticalSection(&g_section);
+    g_lock.HoldAtFork();
 }
-
-class CWaitGuard
-{
-public:
-    CWaitGuard() noexcept { EnterCriticalSection(&g_section); }
-    CWaitGuard(const CWaitGuard&) = delete;
-    CWaitGuard& operator=(const CWaitGuard&) = delete;
-    ~CWaitGuard() { LeaveCriticalSection(&g_section); }
-};
 
 ULONGLONG MonotonicNanoseconds() noexcept
 {
@@ -44,7 +34,7 @@ struct CWaitNode
 
 void CWaitable::Signal() noexcept
 {
-    const CWaitGuard guard;
+    const std::lock_guard guard(g_lock);
     m_bSignaled = true;
     // All of them look again: who waits for several objects may have to leave this one to another.
     for (CWaitNode* p = m_pWaiting; p; p = p->m_pNext)
@@ -76,7 +66,7 @@ public:
     {
         DWORD dwResult;
         {
-            const CWaitGuard guard;
+            const std::lock_guard guard(g_lock);
             dwResult = TryTake();
             if (dwResult == WAIT_TIMEOUT && dwMilliseconds != 0)
             {
@@ -132,9 +122,9 @@ private:
             if (!bForever && nLeft == 0)
                 return WAIT_TIMEOUT;
             m_nWoken.store(0, std::memory_order_relaxed);
-            LeaveCriticalSection(&g_section);
+            g_lock.unlock();
             FutexWait(m_nWoken, 0, bForever ? nullptr : &ts);
-            EnterCriticalSection(&g_section);
+            g_lock.lock();
             const DWORD dwResult = TryTake();
             if (dwResult != WAIT_TIMEOUT)
                 return dwResult;

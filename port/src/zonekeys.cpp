@@ -1,6 +1,7 @@
 #include "zonekeys.h"
 
 #include "nlslocale.h"
+#include "portlock.h"
 #include "zonefile.h"
 
 #include <unicode/basictz.h>
@@ -240,6 +241,7 @@ std::optional<ZoneKeyValues> FindZoneKey(std::u16string_view sZoneName)
 {
     if (!HasMemoryForLocale())
         throw std::bad_alloc();
+    const CMakingGuard guard(g_makingLock);
     const std::optional<ZoneName> windowsName = FindWindowsName(sZoneName);
     ZoneName name = windowsName ? *windowsName : ZoneName{std::u16string(sZoneName), ToNarrow(sZoneName)};
     const year now = year_month_day(floor<days>(system_clock::now())).year();

@@ -25,12 +25,14 @@ typedef struct _RTL_CRITICAL_SECTION
     LONG RecursionCount;                ///< further entries of the owner; touched by the owner only
     std::atomic<std::uint32_t> Waiters; ///< threads that found it taken and may sleep
     std::atomic<std::uint32_t> Wakeups; ///< what they sleep on
-    _RTL_CRITICAL_SECTION* pNext;       ///< all initialised sections, for fork
+    _RTL_CRITICAL_SECTION* pNext;       ///< all sections that a fork waits for
     _RTL_CRITICAL_SECTION* pPrev;
+    bool bHeldAtFork; ///< whether it is among them
 } CRITICAL_SECTION, *PCRITICAL_SECTION, *LPCRITICAL_SECTION;
 
 void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
+void FlushProcessWriteBuffers() noexcept;
 void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 

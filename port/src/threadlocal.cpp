@@ -1,0 +1,42 @@
+// Slots of threads. Those of TlsAlloc are never given out again: the library takes its few at load.
+#include <windows.h>
+
+#include <atomic>
+
+#include <pthread.h>
+
+__thread void* CPortThreadSlots::t_apValues[CPortThreadSlots::c_nSlots];
+
+namespace
+{
+
+std::atomic<DWORD> g_nTaken = 0;
+
+} // namespace
+
+DWORD TlsAlloc() noexcept
+{
+    const DWORD dwSlot = g_nTaken++;
+    return dwSlot < CPortThreadSlots::c_nSlots ? dwSlot : TLS_OUT_OF_INDEXES;
+}
+
+BOOL TlsFree(DWORD dwTlsIndex) noexcept
+{
+    return dwTlsIndex < CPortThreadSlots::c_nSlots;
+}
+
+DWORD FlsAlloc(PFLS_CALLBACK_FUNCTION lpCallback) noexcept
+{
+    pthread_key_t key;
+    return pthread_key_create(&key, lpCallback) == 0 ? key : FLS_OUT_OF_INDEXES;
+}
+
+BOOL FlsFree(DWORD dwFlsIndex) noexcept
+{
+    return pthread_key_delete(dwFlsIndex) == 0;
+}
+
+BOOL FlsSetValue(DWORD dwFlsIndex, PVOID lpFlsData) noexcept
+{
+    return pthread_setspecific(dwFlsIndex, lpFlsData) == 0;
+}

@@ -1,0 +1,3 @@
+#include "forklock.h"
+
+void PortHoldAtFork(LPCRITICAL_SECTION) noexcept {}
