@@ -1,12 +1,18 @@
 #include "orvcomtypes/octalloc.h"
 #include "strings/strbuffer.h"
+#include "support/child_process.h"
+#include "support/meeting.h"
 #include "support/report_capture.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <set>
+#include <thread>
 #include <vector>
 
 namespace
@@ -129,23 +135,124 @@ TEST(OrvStrAlloc, BuffersOfNoKindAreReportedAndDropped)
     EXPECT_REPORTS(capture, {{"ORVS_FreeString", "p == &g_DefEmptyString"}, {"ORVS_FreeString", ""}});
 }
 
+/// Texts of a program's static objects, which are released after everything else.
+ORV_CHILD(ReleaseAfterTheEnd)
+{
+    std::vector<WCHAR*> held;
+    for (const unsigned nLen : {20u, 40u, 150u, 400u, 900u})
+        for (int i = 0; i < 3; ++i)
+            held.push_back(OCT::NewStr(nLen));
+    SetFinalRelease();
+    for (const std::size_t i : {0u, 3u, 6u, 9u})
+        ORVS_ReleaseString(held[i]); // marks the chain free, though others of it are in use
+    UninitOrvComTypes();
+    for (const std::size_t i : {1u, 4u, 7u, 10u, 13u})
+        ORVS_ReleaseString(held[i]);
+    ORVS_ReleaseString(OCT::NewStr(20)); // a pool anew
+    for (const std::size_t i : {2u, 5u, 8u, 11u})
+        OCT::ReleaseStrRef(held[i]);
+    return 0;
+}
+
+TEST(OrvStrAlloc, ReleasesAfterTheFinalTeardownTouchNothing)
+{
+    CReportCapture capture;
+    const ChildResult result = CChildProcess("ReleaseAfterTheEnd").Wait();
+    EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
+}
+
+TEST(OrvStrAlloc, OfTwoReleasesAtOnceOneIsTooMany)
+{
+    CReportCapture capture;
+    constexpr int nRounds = 50;
+    for (int i = 0; i < nRounds; ++i)
+    {
+        WCHAR* const s = OCT::NewStr(20);
+        CMeeting start(2);
+        const auto release = [&] {
+            start.ArriveAndWait();
+            ORVS_ReleaseString(s);
+        };
+        std::thread other(release);
+        release();
+        other.join();
+    }
+    const auto reports = capture.Take();
+    EXPECT_EQ(std::size_t{nRounds}, reports.size());
+    std::set<WCHAR*> taken;
+    for (int i = 0; i < 100; ++i)
+        taken.insert(OCT::NewStr(20));
+    EXPECT_EQ(100u, taken.size()) << "no buffer is handed out twice";
+    for (WCHAR* const s : taken)
+        ORVS_ReleaseString(s);
+}
+
+/// Texts that go from thread to thread: what one allocates the other frees.
+TEST(OrvStrAlloc, ThreadsHandTextsToEachOther)
+{
+    for (int nRound = 0; nRound < 20; ++nRound)
+    {
+        std::vector<std::vector<WCHAR*>> texts(4);
+        const auto inFour = [&](auto&& body) {
+            std::vector<std::jthread> threads;
+            for (unsigned i = 0; i < 4; ++i)
+                threads.emplace_back([&, i] { body(i); });
+        };
+        inFour([&](unsigned i) {
+            for (unsigned n = 0; n < 300; ++n)
+                std::fill_n(texts[i].emplace_back(OCT::NewStr(20 + n % 100)), 20,
+                            static_cast<WCHAR>('a' + i));
+        });
+        inFour([&](unsigned i) {
+            for (WCHAR* const s : texts[(i + 1) % 4])
+            {
+                EXPECT_EQ('a' + (i + 1) % 4, unsigned{s[19]});
+                ORVS_ReleaseString(s);
+            }
+        });
+    }
+    CReportCapture capture;
+    UninitOrvComTypes();
+    EXPECT_NO_REPORTS(capture) << "the stores of ended threads and of this one have given everything back";
+}
+
+/// Teardowns while another thread goes on making texts: nothing is handed out twice, nothing is reported.
+TEST(OrvStrAlloc, StoresOfOtherThreadsAreEmptiedByTheTeardown)
+{
+    CReportCapture capture;
+    CMeeting filled(2), torn(2);
+    std::thread other([&] {
+        for (int i = 0; i < 100; ++i)
+            ORVS_ReleaseString(OCT::NewStr(20));
+        filled.ArriveAndWait();
+        torn.ArriveAndWait();
+        ORVS_ReleaseString(OCT::NewStr(20));
+    });
+    filled.ArriveAndWait();
+    UninitOrvComTypes();
+    EXPECT_NO_REPORTS(capture);
+    torn.ArriveAndWait();
+    other.join();
+}
+
 TEST(OrvStrAlloc, BuffersOutliveTheirPool)
 {
     UninitOrvComTypes();
     CReportCapture capture;
     // Chains in use stay allocated for good; what is static keeps them in reach of leak checkers.
-    static WCHAR* s_held[] = {OCT::NewStr(20), OCT::NewStr(40), OCT::NewStr(150), OCT::NewStr(400),
-                              OCT::NewStr(505)};
+    static auto& kept = *new std::deque<std::array<WCHAR*, 5>>;
+    const auto& held = kept.emplace_back(std::array<WCHAR*, 5>{
+        OCT::NewStr(20), OCT::NewStr(40), OCT::NewStr(150), OCT::NewStr(400), OCT::NewStr(505)});
     UninitOrvComTypes();
     const ExpectedReport used = {"::FreeDataChain", "!IsChainUsed(p)"};
     EXPECT_REPORTS(capture, {used, used, used, used});
     // Dropped while there is no pool, and again while there is a new one.
-    ORVS_ReleaseString(s_held[0]);
+    ORVS_ReleaseString(held[0]);
     WCHAR* const sNew = OCT::NewStr(40);
-    ORVS_ReleaseString(s_held[1]);
+    ORVS_ReleaseString(held[1]);
     WCHAR* const sNext = OCT::NewStr(40);
-    EXPECT_NE(s_held[1], sNext);
-    for (WCHAR* const s : {s_held[2], s_held[3], s_held[4], sNew, sNext})
+    EXPECT_NE(held[1], sNext);
+    for (WCHAR* const s : {held[2], held[3], held[4], sNew, sNext})
         ORVS_ReleaseString(s);
     UninitOrvComTypes();
     EXPECT_NO_REPORTS(capture);

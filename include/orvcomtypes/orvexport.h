@@ -16,12 +16,17 @@
 #define ORV_API __declspec(dllimport)
 #define ORV_FUNC __declspec(dllimport)
 #endif
+#define ORV_LOCAL
 #define ORVTEXT_(text) L##text
 #else
 #define ORV_API __attribute__((visibility("default")))
 #define ORV_FUNC __attribute__((visibility("default")))
+#define ORV_LOCAL __attribute__((visibility("hidden")))
 #define ORVTEXT_(text) u##text
 #endif
+
+// ORV_LOCAL: a template whose instantiations each module has for itself, statics included, whatever
+// visibility it is compiled with. (Statics that modules share would keep a module loaded for ever.)
 
 // An instantiation that the library exports: ORV_EXTERN_TEMPLATE in the header that needs it, before anything
 // uses the type, and ORV_EXPORT_TEMPLATE in one source file. MinGW does not export the inline members of an

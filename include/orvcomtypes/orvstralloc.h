@@ -7,7 +7,9 @@
 /// 16-byte border.
 ///
 /// Ownership: a new buffer has no reference; whoever keeps a handle adds one with `ORVS_AddrefString` and
-///   drops it with `ORVS_ReleaseString`. Memory never goes back by any other way.
+///   drops it with `ORVS_ReleaseString`. Memory never goes back by any other way. After the final teardown
+///   (`SetFinalRelease`, then `UninitOrvComTypes`) the memory of pooled buffers may be gone: releasing one is
+///   still allowed, as destructors of static objects do, and touches nothing; anything else is not.
 /// Thread safety: counting is atomic, so handles may be shared between threads. Characters are not guarded:
 ///   a buffer is written only by the holder of its single reference.
 /// Errors: source `orvstralloc`; "s == nullptr" from "ORVS_GetOrvStrBuffer", "iRC >= 1" from
@@ -54,7 +56,8 @@ public:
 /// Adds a reference. A null \p s is reported, an empty text left alone.
 ORV_EXTERN_C ORV_FUNC void ORVCALL ORVS_AddrefString(const WCHAR* s);
 
-/// Drops a reference; the last one frees the buffer. Null and empty texts are left alone.
+/// Drops a reference; the last one frees the buffer, one too many is reported and frees nothing. Null and
+/// empty texts are left alone.
 ORV_EXTERN_C ORV_FUNC void ORVCALL ORVS_ReleaseString(WCHAR* s);
 
 /// The one handle of every empty text.
@@ -80,6 +83,11 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL ORVS_ValidString(const WCHAR* s) noexcept;
 namespace OCT
 {
 
+extern ORV_API std::atomic<bool> g_bFinalRelease; // plexalloc.h
+
+/// What becomes of a buffer with no more references: none left, it is freed; one too many, it is reported.
+ORV_API void ORVCALL EndStrRefs(WCHAR* s, std::int32_t iRC);
+
 /// The header of \p s, which is neither null nor foreign text.
 inline OrvStrHeader& StrHeader(const WCHAR* s) noexcept
 {
@@ -104,16 +112,12 @@ inline void AddStrRef(const WCHAR* s)
 /// Drops a reference; only the last one of a counted buffer costs a call.
 inline void ReleaseStrRef(WCHAR* s)
 {
+    if (g_bFinalRelease.load(std::memory_order_relaxed)) [[unlikely]]
+        return ORVS_ReleaseString(s); // which knows whether the header is still there
     if (!IsCountedStr(s))
         return;
-    std::atomic<std::int32_t>& iRC = StrHeader(s).iRC;
-    if (iRC.load(std::memory_order_relaxed) > 1)
-    {
-        if (iRC.fetch_sub(1, std::memory_order_acq_rel) > 1)
-            return;
-        iRC.fetch_add(1, std::memory_order_relaxed); // the others left meanwhile: this may be the last
-    }
-    ORVS_ReleaseString(s);
+    if (const std::int32_t iRC = StrHeader(s).iRC.fetch_sub(1, std::memory_order_acq_rel) - 1; iRC <= 0)
+        EndStrRefs(s, iRC);
 }
 
 /// True when the holder of \p s may write it in place up to \p nBytes: it holds the only reference. Whatever

@@ -28,8 +28,22 @@
 ///     }
 ///
 /// Ownership: items belong to the caller until they are released. At teardown chains with items in use are
-///   reported and left allocated; releasing such an item later is allowed and changes nothing.
+///   reported and left allocated; releasing such an item later is allowed and changes nothing. Each module
+///   has its own pool of a type, so an item goes back in the module that it came from. A module that is
+///   unloaded before the process ends takes its pools down first, while its code is still there:
+///
+///     void ClosePlugin()   // the host calls it before FreeLibrary or dlclose
+///     {
+///         HMODULE hModule = nullptr;
+///         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+///                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+///                            reinterpret_cast<const WCHAR*>(&ClosePlugin), &hModule);
+///         CallPlexedAllocUninit(hModule);
+///     }
+///
 /// Thread safety: every operation runs under the pool's lock, except releasing in final release.
+/// Fork: a child finds the library's own pools (those of strings and log lines) whole and free. Of any other
+///   it can only count on those that no other thread used at that moment.
 /// Errors: source `plexalloc`, function names as in "OCT::CPlexAlloc<class CLogMessage,64,class
 ///   OCT::CCritSect>::FreeItem". "p == nullptr", then `CLQMemoryExcept`, when the heap is exhausted; the text
 ///   of the broken free list (then null) and "pChain != nullptr" from `GetFreeItem`; "pItem == nullptr" from
@@ -61,10 +75,18 @@ using PlexUninit = void(ORVCALL*)();
 /// takes it first too. For a pool of the library itself the loader is not asked where \p fnUninit lies.
 ORV_API void ORVCALL CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit, bool bLibraryPool);
 
-/// True for the types whose pools belong to the library. Its own threads use these while another thread,
-/// which waits for them, may hold the loader's lock.
+/// The shelf of a type whose pool belongs to the library, in the stores that each thread has of such items
+/// (core/threadstore.h); no shelf for all others. The library's own threads use these pools while another
+/// thread, which waits for them, may hold the loader's lock.
 template <class T>
-inline constexpr bool kLibraryPool = false;
+inline constexpr int kPlexShelf = -1;
+template <class T>
+inline constexpr bool kLibraryPool = kPlexShelf<T> >= 0;
+
+/// For pools of the library: makes a fork wait for the lock, and hands what the threads' stores hold of one
+/// shelf to \p fnReturn.
+void HoldAtFork(CCritSect& lock) noexcept;
+void TakeBackStored(int nShelf, void (*fnReturn)(void* const* ppItems, unsigned nItems)) noexcept;
 
 /// How reports name an item or lock type; specialise it with a member `kText` of type `CFixedText`.
 template <class T>
@@ -113,6 +135,9 @@ struct CPlexLayout
     static constexpr std::size_t RoundUp(std::size_t n, std::size_t nTo) { return (n + nTo - 1) / nTo * nTo; }
 };
 
+/// Whether there are orphaned chains at all.
+extern ORV_API std::atomic<bool> g_bPlexOrphans;
+
 // What a pool does seldom, once for all types.
 
 /// Puts a new chain in front of \p pHead and makes its items, in address order, the free list, which is
@@ -136,13 +161,26 @@ union CLastingLock
 };
 
 template <class T, unsigned N, class Lock = CCritSect>
-class CPlexAlloc
+class ORV_LOCAL CPlexAlloc
 {
 public:
     /// Storage for one `T` from the pool of the process, which is created when there is none.
     static T* AllocateItem();
-    /// Gives storage back; without a pool it is dropped.
+    /// Gives storage back; without a pool, or after the final teardown, it is dropped untouched.
     static void ReleaseItem(T* pItem);
+    /// The same for several items at once: as many as the pool has without growing, at least one; null items
+    /// never.
+    static unsigned AllocateItems(T** ppItems, unsigned nWanted);
+    static void ReleaseItems(T* const* ppItems, unsigned nItems);
+    static bool HasPool() noexcept { return s_pPool.load(std::memory_order_acquire) != nullptr; }
+    /// True for an item of a chain that a teardown left allocated.
+    static bool IsOrphan(T* pItem)
+    {
+        return g_bPlexOrphans.load(std::memory_order_relaxed) && WrapperOf(pItem)->pChain->bOrphaned;
+    }
+    /// True once the pool of the process was taken down in final release: its chains may be gone, items in
+    /// use or not.
+    static bool IsOver() noexcept { return s_bOver.load(std::memory_order_relaxed); }
     /// Takes the pool of the process away and frees the chains that nobody uses.
     static void ORVCALL FreeDataChain();
 
@@ -168,13 +206,21 @@ private:
     static constexpr auto kFreeItem = JoinTexts(kTypeName.m_sText, "::FreeItem");
     static constexpr auto kFreeDataChain = JoinTexts(kTypeName.m_sText, "::FreeDataChain");
 
+    static CPlexAlloc& OpenedPool();
     static bool OpenPool();
+    static void ReturnStored(void* const* ppItems, unsigned nItems);
     [[noreturn]] static void ThrowExhausted();
+    unsigned GetFreeItems(T** ppItems, unsigned nWanted);
+    T* TakeItem();
+    void PutItem(T* pItem);
     CPlexChain* DetachChains();
+
+    static CPlexWrapper* WrapperOf(T* pItem) { return reinterpret_cast<CPlexWrapper*>(pItem) - 1; }
 
     static inline CLastingLock<Lock> s_lock;
     static CPlexAlloc s_pool;
     static inline std::atomic<CPlexAlloc*> s_pPool = nullptr; ///< s_pool while it is in use
+    static inline std::atomic<bool> s_bOver = false;
 
     CPlexChain* m_pHead;
     Lock* m_pLock;
@@ -184,26 +230,51 @@ template <class T, unsigned N, class Lock>
 constinit CPlexAlloc<T, N, Lock> CPlexAlloc<T, N, Lock>::s_pool{&s_lock.m_lock};
 
 template <class T, unsigned N, class Lock>
-T* CPlexAlloc<T, N, Lock>::AllocateItem()
+CPlexAlloc<T, N, Lock>& CPlexAlloc<T, N, Lock>::OpenedPool()
 {
     for (;;)
     {
         if (CPlexAlloc* pPool = s_pPool.load(std::memory_order_acquire)) [[likely]]
-            return pPool->GetFreeItem();
+            return *pPool;
         CreatePlexed(OpenPool, FreeDataChain, kLibraryPool<T>);
     }
 }
 
 template <class T, unsigned N, class Lock>
+T* CPlexAlloc<T, N, Lock>::AllocateItem()
+{
+    return OpenedPool().GetFreeItem();
+}
+
+template <class T, unsigned N, class Lock>
+unsigned CPlexAlloc<T, N, Lock>::AllocateItems(T** ppItems, unsigned nWanted)
+{
+    return OpenedPool().GetFreeItems(ppItems, nWanted);
+}
+
+template <class T, unsigned N, class Lock>
 void CPlexAlloc<T, N, Lock>::ReleaseItem(T* pItem)
 {
-    if (CPlexAlloc* pPool = s_pPool.load(std::memory_order_acquire)) [[likely]]
+    CPlexAlloc* pPool = s_pPool.load(std::memory_order_acquire);
+    if (pPool != nullptr && !IsOver()) [[likely]]
         pPool->FreeItem(pItem);
+}
+
+template <class T, unsigned N, class Lock>
+void CPlexAlloc<T, N, Lock>::ReleaseItems(T* const* ppItems, unsigned nItems)
+{
+    CPlexAlloc* pPool = s_pPool.load(std::memory_order_acquire);
+    if (pPool == nullptr || IsOver()) [[unlikely]]
+        return;
+    CLockGuard<Lock> guard(pPool->m_pLock);
+    std::for_each_n(ppItems, nItems, [pPool](T* pItem) { pPool->PutItem(pItem); });
 }
 
 template <class T, unsigned N, class Lock>
 bool CPlexAlloc<T, N, Lock>::OpenPool()
 {
+    if constexpr (kLibraryPool<T>)
+        HoldAtFork(s_lock.m_lock);
     CLockGuard<Lock> guard(&s_lock.m_lock);
     return s_pPool.exchange(&s_pool, std::memory_order_release) == nullptr;
 }
@@ -212,8 +283,19 @@ template <class T, unsigned N, class Lock>
 void CPlexAlloc<T, N, Lock>::FreeDataChain()
 {
     CLockGuard<Lock> guard(&s_lock.m_lock);
+    if constexpr (kLibraryPool<T>)
+        TakeBackStored(kPlexShelf<T>, ReturnStored);
+    if (g_bFinalRelease.load(std::memory_order_relaxed))
+        s_bOver.store(true, std::memory_order_relaxed);
     if (CPlexAlloc* pPool = s_pPool.exchange(nullptr, std::memory_order_relaxed))
         TakeDownPlexChains(pPool->DetachChains(), kLayout, kFreeDataChain.m_sText);
+}
+
+template <class T, unsigned N, class Lock>
+void CPlexAlloc<T, N, Lock>::ReturnStored(void* const* ppItems, unsigned nItems)
+{
+    for (unsigned i = 0; i < nItems && s_pPool.load(std::memory_order_relaxed) != nullptr; ++i)
+        s_pool.PutItem(static_cast<T*>(ppItems[i]));
 }
 
 template <class T, unsigned N, class Lock>
@@ -228,6 +310,14 @@ CPlexChain* CPlexAlloc<T, N, Lock>::DetachChains()
 template <class T, unsigned N, class Lock>
 T* CPlexAlloc<T, N, Lock>::GetFreeItem()
 {
+    T* pItem = nullptr;
+    GetFreeItems(&pItem, 1);
+    return pItem;
+}
+
+template <class T, unsigned N, class Lock>
+unsigned CPlexAlloc<T, N, Lock>::GetFreeItems(T** ppItems, unsigned nWanted)
+{
     CLockGuard<Lock> guard(m_pLock);
     if (m_pHead == nullptr || m_pHead->pFree == nullptr) [[unlikely]]
     {
@@ -238,6 +328,21 @@ T* CPlexAlloc<T, N, Lock>::GetFreeItem()
             ThrowExhausted();
         }
     }
+    unsigned nTaken = 0;
+    do
+    {
+        T* const pItem = TakeItem();
+        if (pItem == nullptr) [[unlikely]]
+            break;
+        ppItems[nTaken++] = pItem;
+    }
+    while (nTaken < nWanted && m_pHead->pFree != nullptr);
+    return nTaken;
+}
+
+template <class T, unsigned N, class Lock>
+T* CPlexAlloc<T, N, Lock>::TakeItem()
+{
     if (m_pHead->pFree == nullptr || m_pHead->pFree->PrevWrp != nullptr) [[unlikely]]
     {
         ORV_REPORT(kGetFreeItem.m_sText,
@@ -261,23 +366,32 @@ void CPlexAlloc<T, N, Lock>::FreeItem(T* pItem)
 {
     if (pItem == nullptr) [[unlikely]]
         return ORV_REPORT(kFreeItem.m_sText, "pItem == nullptr");
-    CPlexWrapper* pWrapper = reinterpret_cast<CPlexWrapper*>(pItem) - 1;
-    CPlexChain* pChain = pWrapper->pChain;
     if (g_bFinalRelease.load(std::memory_order_relaxed)) [[unlikely]]
     {
         // The process is ending: the mark lets FreeDataChain give the chain back without complaint. No lock
         // is taken and no list touched, on purpose.
-        pChain->nFreeCount = N;
+        WrapperOf(pItem)->pChain->nFreeCount = N;
         return;
     }
     CLockGuard<Lock> guard(m_pLock);
+    PutItem(pItem);
+}
+
+template <class T, unsigned N, class Lock>
+void CPlexAlloc<T, N, Lock>::PutItem(T* pItem)
+{
+    CPlexWrapper* const pWrapper = WrapperOf(pItem);
+    CPlexChain* const pChain = pWrapper->pChain;
     if (pChain->bOrphaned) [[unlikely]]
         return;
     pWrapper->NextWrp = m_pHead->pFree;
     if (m_pHead->pFree != nullptr)
         m_pHead->pFree->PrevWrp = pWrapper;
     m_pHead->pFree = pWrapper;
-    if (++pChain->nFreeCount == N && m_pHead->pNext != nullptr && pChain->nMinFree <= N / 2) [[unlikely]]
+    if (pChain->nFreeCount == N) [[unlikely]]
+        return; // marked in final release
+    if (++pChain->nFreeCount == N && m_pHead->pNext != nullptr && pChain->nMinFree <= N / 2 &&
+        !g_bFinalRelease.load(std::memory_order_relaxed)) [[unlikely]]
         GiveBackPlexChain(m_pHead, pChain, kLayout);
 }
 

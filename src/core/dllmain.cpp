@@ -1,4 +1,5 @@
 #include "core/lifecycle.h"
+#include "core/threadstore.h"
 #include "resources/lqresloader.h"
 
 #include <windows.h>
@@ -23,6 +24,7 @@ void OnProcessDetach()
     delete g_pResLoader;
     g_pResLoader = nullptr;
     CallHook(g_TeardownHooks.m_fnReleaseProcessLogger);
+    OCT::CThreadStore::Disable();
     ClearPlexedAllocUninit();
 }
 

@@ -1,6 +1,7 @@
 #include "orvcomtypes/octalloc.h"
 
 #include "core/lifecycle.h"
+#include "core/ownlock.h"
 #include "orvcomtypes/octassert.h"
 #include "strings/charclass.h"
 
@@ -24,7 +25,7 @@ constexpr DWORD kPathSize = 1024;
 
 CPlexRegistration* g_PlReg = nullptr;
 std::uint32_t g_PlexedObjectRefCnt = 0;
-OCT::CCritSect g_registryLock;
+OCT::COwnLock g_registryLock;
 
 std::atomic<std::uint32_t> g_nAllocCnt = 0;
 std::atomic<bool> g_bResourceHandlerDestroyed = false;

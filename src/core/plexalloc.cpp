@@ -1,5 +1,7 @@
 #include "orvcomtypes/plexalloc.h"
 
+#include "forklock.h"
+
 #include <cstdlib>
 
 namespace
@@ -61,6 +63,13 @@ void UnlinkChain(CPlexChain*& pHead, CPlexChain* pChain)
 
 } // namespace
 
+constinit std::atomic<bool> OCT::g_bPlexOrphans = false;
+
+void OCT::HoldAtFork(CCritSect& lock) noexcept
+{
+    PortHoldAtFork(reinterpret_cast<LPCRITICAL_SECTION>(&lock)); // the section is its first member
+}
+
 bool ORVCALL OCT::AddPlexChain(CPlexChain*& pHead, const CPlexLayout& layout) noexcept
 {
     const std::uint64_t nBytes = sizeof(CPlexChain) + sizeof(CPlexWrapper) + layout.m_nAlignment +
@@ -98,6 +107,7 @@ void ORVCALL OCT::TakeDownPlexChains(CPlexChain* pChains, const CPlexLayout& lay
             ORV_REPORT(sFunction, "!IsChainUsed(p)");
             pChain->pNext = pChain->pPrev = nullptr;
             pChain->bOrphaned = true;
+            g_bPlexOrphans = true;
         }
         else
             std::free(pChain);

@@ -1,3 +1,4 @@
+#include "core/ownlock.h"
 #include "orvcomtypes/logcrash.h"
 
 #include "core/neverdestroyed.h"
@@ -31,7 +32,7 @@ private:
     bool StartThread();
     void LogAndFlush() noexcept;
 
-    OCT::CCritSect m_lock; ///< guards installing and removing
+    OCT::COwnLock m_lock; ///< guards installing and removing
     std::atomic<COrvLog*> m_pLog = nullptr;
     std::atomic<DWORD> m_dwMilliseconds = 0;
     DWORD m_dwProcessId = 0;

@@ -2,6 +2,7 @@
 // made again when somebody has taken it away.
 #pragma once
 
+#include "core/ownlock.h"
 #include "log/logfilename.h"
 #include "orvcomtypes/orvlog.h"
 #include "orvcomtypes/smartcls.h"
@@ -94,5 +95,5 @@ private:
     __time64_t m_tLastCheck = 0;
     CLogText m_sPath; ///< as built for this period; empty until a file of that name was opened
     CLogText m_sName;
-    mutable OCT::CCritSect m_nameLock;
+    mutable OCT::COwnLock m_nameLock;
 };

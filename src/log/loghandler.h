@@ -13,6 +13,7 @@
 // queue. The state that the former thread worked on is left alone: nobody knows where it stood.
 #pragma once
 
+#include "core/ownlock.h"
 #include "log/logwriter.h"
 #include "orvcomtypes/orvlog.h"
 
@@ -117,7 +118,7 @@ private:
     std::uint64_t Waiting() const { return m_queue.Bytes() + m_nBytesInRound; }
 
     CLogFileOptions m_options;
-    mutable OCT::CCritSect m_lock; ///< guards the queue and what follows
+    mutable OCT::COwnLock m_lock; ///< guards the queue and what follows
     CLogQueue m_queue;
     CLogLoss m_untold;                ///< lost, and not yet told in the file
     CLogLoss m_lost;                  ///< all that was lost

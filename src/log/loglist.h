@@ -1,6 +1,7 @@
 // The handlers of the process, one for each file-name format.
 #pragma once
 
+#include "core/ownlock.h"
 #include "log/loghandler.h"
 #include "orvcomtypes/memarray.h"
 
@@ -38,7 +39,7 @@ private:
     unsigned FindIf(Is is) const;
     CFiles Files() const;
 
-    mutable OCT::CCritSect m_lock;
+    mutable OCT::COwnLock m_lock;
     CFiles m_files;
     CLogLoss m_lostBefore; ///< in logs that were released
     bool m_bUnloading = false;

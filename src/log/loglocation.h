@@ -1,6 +1,7 @@
 // The source positions that threads have set for their next log lines.
 #pragma once
 
+#include "core/ownlock.h"
 #include "orvcomtypes/orvhashmap.h"
 #include "orvcomtypes/smartcls.h"
 
@@ -42,7 +43,7 @@ private:
 
     static std::atomic<CThreadLogFileLineHandler*> s_pTable;
 
-    mutable OCT::CCritSect m_lock;
+    mutable OCT::COwnLock m_lock;
     OCT::CPrtvHashMap<CThreadLocation*, DWORD, CThreadLocationCompare> m_locations;
     std::atomic<unsigned> m_nCount = 0;
 };

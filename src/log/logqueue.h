@@ -43,7 +43,7 @@ struct OCT::CPlexTypeName<CLogMessage>
     static constexpr OCT::CFixedText kText{"class CLogMessage"};
 };
 template <>
-inline constexpr bool OCT::kLibraryPool<CLogMessage> = true;
+inline constexpr int OCT::kPlexShelf<CLogMessage> = 4;
 
 /// First in, first out. Owns its messages.
 class CLogQueue

@@ -1,4 +1,5 @@
 #include "core/neverdestroyed.h"
+#include "core/ownlock.h"
 #include "core/textformat.h"
 #include "log/logfilename.h"
 #include "log/loglist.h"
@@ -10,7 +11,7 @@ namespace
 // Never destroyed: whoever logs while the process ends finds a silent log.
 CNeverDestroyed<COrvLog> g_loggerStorage;
 COrvLog& g_processLogger = g_loggerStorage.Get();
-CNeverDestroyed<OCT::CCritSect> g_lockStorage;
+CNeverDestroyed<OCT::COwnLock> g_lockStorage;
 OCT::CCritSect& g_traceLock = g_lockStorage.Get();
 
 /// Milliseconds of the trace lines.

@@ -1,6 +1,7 @@
 #include "orvcomtypes/orvstralloc.h"
 
-#include "orvcomtypes/plexalloc.h"
+#include "core/threadstore.h"
+#include "orvcomtypes/octalloc.h"
 #include "strings/strbuffer.h"
 
 #include <algorithm>
@@ -16,8 +17,14 @@ struct OCT::CPlexTypeName<OrvStrBuffer<L>>
 {
     static constexpr auto kText = JoinTexts("class OrvStrBuffer<", DecimalText<L>.m_sText, ">");
 };
-template <unsigned L>
-constexpr bool OCT::kLibraryPool<OrvStrBuffer<L>> = true;
+template <>
+constexpr int OCT::kPlexShelf<OrvStrBuffer<21>> = 0;
+template <>
+constexpr int OCT::kPlexShelf<OrvStrBuffer<41>> = 1;
+template <>
+constexpr int OCT::kPlexShelf<OrvStrBuffer<151>> = 2;
+template <>
+constexpr int OCT::kPlexShelf<OrvStrBuffer<401>> = 3;
 
 namespace
 {
@@ -26,7 +33,7 @@ namespace
 template <unsigned L, unsigned N>
 struct CSizeClass
 {
-    using Pool = OCT::CPlexAlloc<OrvStrBuffer<L>, N>;
+    using Pool = OCT::CStoredPool<OrvStrBuffer<L>, N>;
     static constexpr std::uint32_t AllocLen = sizeof(WCHAR) * L;
 
     static OrvStrHeader* Take()
@@ -39,6 +46,8 @@ struct CSizeClass
 
     /// After the teardown of the pool the buffer is dropped: its chain is gone or is left as it is.
     static void Free(OrvStrHeader* p) { Pool::ReleaseItem(static_cast<OrvStrBuffer<L>*>(p)); }
+
+    static bool IsOver() { return Pool::Pool::IsOver(); }
 };
 
 using CTiny = CSizeClass<21, 1024>;
@@ -46,7 +55,29 @@ using CSmall = CSizeClass<41, 1024>;
 using CMiddle = CSizeClass<151, 256>;
 using CLarge = CSizeClass<401, 128>;
 
-constexpr std::align_val_t BlockAlignment{16};
+// Blocks of the heap are aligned for two pointers.
+constexpr std::size_t BlockAlignment = 16;
+constexpr bool IsHeapAligned = 2 * sizeof(void*) >= BlockAlignment;
+
+void* NewBlock(std::size_t nBytes)
+{
+    return IsHeapAligned ? ::operator new(nBytes, std::nothrow)
+                         : ::operator new (nBytes, std::align_val_t{BlockAlignment}, std::nothrow);
+}
+
+void DeleteBlock(void* p)
+{
+    if constexpr (IsHeapAligned)
+        ::operator delete(p);
+    else
+        ::operator delete (p, std::align_val_t{BlockAlignment});
+}
+
+/// True once the memory of pooled buffers may be gone, whoever holds references.
+bool ArePoolsOver()
+{
+    return CTiny::IsOver() || CSmall::IsOver() || CMiddle::IsOver() || CLarge::IsOver();
+}
 
 /// The size of a heap block, header included, that holds \p nTotal bytes: the next 256-byte step, from 1024
 /// bytes on a power of two with a tenth to spare, so that appending seldom moves the text.
@@ -70,8 +101,7 @@ OrvStrHeader* TakeFromHeap(std::uint64_t nBytes)
     if (nAllocLen > std::numeric_limits<std::uint32_t>::max() ||
         nBlock + sizeof(OrvStrBorder) > std::numeric_limits<std::size_t>::max())
         return nullptr;
-    void* const pBlock =
-        ::operator new(static_cast<std::size_t>(nBlock + sizeof(OrvStrBorder)), BlockAlignment, std::nothrow);
+    void* const pBlock = NewBlock(static_cast<std::size_t>(nBlock + sizeof(OrvStrBorder)));
     if (pBlock == nullptr)
         return nullptr;
     auto* const p = reinterpret_cast<OrvStrHeader*>(static_cast<OrvStrBorder*>(pBlock) + 1);
@@ -139,7 +169,7 @@ void ORVS_FreeString(OrvStrHeader* p)
     case CLarge::AllocLen: return CLarge::Free(p);
     default:
         if (p->nAllocLen > CLarge::AllocLen)
-            ::operator delete(reinterpret_cast<OrvStrBorder*>(p) - 1, BlockAlignment);
+            DeleteBlock(reinterpret_cast<OrvStrBorder*>(p) - 1);
         else
             ORV_REPORT("ORVS_FreeString", nullptr);
     }
@@ -166,20 +196,19 @@ void ORVCALL ORVS_AddrefString(const WCHAR* s)
 
 void ORVCALL ORVS_ReleaseString(WCHAR* s)
 {
-    if (HandleValue(s) == sizeof(OrvStrHeader) || !OCT::IsCountedStr(s))
+    if (HandleValue(s) == sizeof(OrvStrHeader) || (IsFinalRelease() && ArePoolsOver()) ||
+        !OCT::IsCountedStr(s))
         return;
-    OrvStrHeader& header = OCT::StrHeader(s);
-    // Nobody can add a reference to a buffer that only the caller holds, so the last one needs no locked
-    // step.
-    if (header.iRC.load(std::memory_order_acquire) == 1)
-        header.iRC.store(0, std::memory_order_relaxed);
-    else if (const std::int32_t iRC = header.iRC.fetch_sub(1, std::memory_order_acq_rel) - 1; iRC != 0)
-    {
-        if (iRC < 0)
-            ORV_REPORT_VALUE("ORVS_ReleaseString", "iRC >= 0", HandleValue(s));
-        return;
-    }
-    ORVS_FreeString(&header);
+    if (const std::int32_t iRC = OCT::StrHeader(s).iRC.fetch_sub(1, std::memory_order_acq_rel) - 1; iRC <= 0)
+        OCT::EndStrRefs(s, iRC);
+}
+
+void ORVCALL OCT::EndStrRefs(WCHAR* s, std::int32_t iRC)
+{
+    if (iRC < 0)
+        ORV_REPORT_VALUE("ORVS_ReleaseString", "iRC >= 0", HandleValue(s));
+    else
+        ORVS_FreeString(&StrHeader(s));
 }
 
 WCHAR* ORVCALL ORVS_GetDefaultEmptyString() noexcept

@@ -1,3 +1,4 @@
+#include "core/ownlock.h"
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/smartcls.h"
 #include "picture.h"
@@ -173,7 +174,7 @@ FoldedText SettingsOf(const WCHAR* sLocale)
 /// The forms that were used last.
 struct CLastForms
 {
-    OCT::CCritSect m_lock;
+    OCT::COwnLock m_lock;
     FoldedText m_sSettings;
     std::shared_ptr<const CLocaleForms> m_pForms;
 };

@@ -1,3 +1,4 @@
+#include "core/ownlock.h"
 #include "orvcomtypes/timeutils.h"
 
 #include "core/neverdestroyed.h"
@@ -38,7 +39,7 @@ void ReadZoneValue(HKEY hKey, const WCHAR* sName, void* pTarget, DWORD cbTarget)
 /// What SetTimeZone read last.
 struct CReadZone
 {
-    OCT::CCritSect m_lock;
+    OCT::COwnLock m_lock;
     WCHAR m_sStandardName[32] = {};
     WCHAR m_sDaylightName[32] = {};
     OCT::ZoneRecord m_record = {};

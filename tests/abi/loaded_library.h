@@ -21,6 +21,8 @@ public:
     {
         return reinterpret_cast<Function*>(Address(sName));
     }
+    /// Whether the file is in the process, whoever loaded it.
+    static bool IsLoaded(const std::string& sFile);
     /// Every name in the table of exports, read from the file's own structures.
     std::set<std::string> ExportedNames() const;
 

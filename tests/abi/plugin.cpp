@@ -1,5 +1,9 @@
 #include "abi/plugin.h"
 
+#include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/octalloc.h"
+#include "orvcomtypes/orvstr.h"
+
 namespace
 {
 
@@ -12,12 +16,52 @@ void ORVCALL Uninit()
 
 } // namespace
 
-ORV_EXTERN_C ORV_API void SetCounter(int* pCounter)
+/// Not hidden, so that its pool is whatever the compiler makes of a template with such a type.
+struct CPluginItem
+{
+    int m_nValue;
+};
+
+template <>
+struct OCT::CPlexTypeName<CPluginItem>
+{
+    static constexpr CFixedText kText{"struct CPluginItem"};
+};
+
+using CItemPool = OCT::CPlexAlloc<CPluginItem, 4>;
+
+PLUGIN_EXPORT void SetCounter(int* pCounter)
 {
     g_pCounter = pCounter;
 }
 
-ORV_EXTERN_C ORV_API PluginUninit GetUninit()
+PLUGIN_EXPORT PluginUninit GetUninit()
 {
     return Uninit;
+}
+
+PLUGIN_EXPORT bool Work()
+{
+    CPluginItem* items[10];
+    for (CPluginItem*& pItem : items)
+        pItem = new (CItemPool::AllocateItem()) CPluginItem{1};
+    for (CPluginItem* const pItem : items)
+        CItemPool::ReleaseItem(pItem);
+    const COrvStr sText(ORVTEXT("text of the plugin"));
+    try
+    {
+        LQThrowInvalidArg(LQ_SRC_LOCATION);
+    }
+    catch (const CLQExcept&)
+    {
+        return sText.GetLength() == 18;
+    }
+}
+
+PLUGIN_EXPORT void Close()
+{
+    HMODULE hModule = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const WCHAR*>(&Close), &hModule);
+    CallPlexedAllocUninit(hModule);
 }

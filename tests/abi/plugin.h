@@ -3,9 +3,19 @@
 
 #include "orvcomtypes/orvexport.h"
 
+#if defined(_WIN32)
+#define PLUGIN_EXPORT extern "C" __declspec(dllexport)
+#else
+#define PLUGIN_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
 using PluginUninit = void(ORVCALL*)();
 
 /// Each copy of the plugin that is loaded counts the calls of its teardown here.
 using PluginSetCounter = void(int* pCounter);
 /// The teardown, for the registry.
 using PluginGetUninit = PluginUninit();
+/// Fills and empties a pool of its own, makes a text, throws and catches; true when all went well.
+using PluginWork = bool();
+/// Takes the plugin's pools down: before it is unloaded.
+using PluginClose = void();

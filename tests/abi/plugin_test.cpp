@@ -2,6 +2,9 @@
 #include "abi/loaded_library.h"
 #include "abi/plugin.h"
 #include "orvcomtypes/octalloc.h"
+#include "orvcomtypes/orvstr.h"
+#include "support/child_process.h"
+#include "support/forked.h"
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
 
@@ -67,6 +70,32 @@ TEST_F(Plugins, AreTakenDownOneByOne)
     EXPECT_TRUE(m_nCalls == 0 && m_nCopyCalls == 2 && g_nOwnCalls == 0);
     CallPlexedAllocUninit(nullptr);
     EXPECT_TRUE(m_nCalls == 1 && m_nCopyCalls == 2 && g_nOwnCalls == 1);
+}
+
+/// A process of its own: it forks.
+ORV_CHILD(UseAndUnload)
+{
+    for (int i = 0; i < 3; ++i)
+    {
+        {
+            const CLoadedLibrary plugin(ORV_PLUGIN_FILE);
+            EXPECT_TRUE(plugin.Find<PluginWork>("Work")());
+            plugin.Find<PluginClose>("Close")();
+        }
+        EXPECT_FALSE(CLoadedLibrary::IsLoaded(ORV_PLUGIN_FILE));
+        OCT::CCritSect lock; // as the memory of the plugin's locks is gone
+        lock.Lock();
+        EXPECT_TRUE(RunForked([] { return COrvStr(ORVTEXT("x")).GetLength() == 1; }));
+        lock.Unlock();
+    }
+    UninitOrvComTypes();
+    return testing::Test::HasFailure();
+}
+
+TEST_F(Plugins, LeaveNothingBehindWhenTheyWereClosed)
+{
+    const ChildResult result = CChildProcess("UseAndUnload").Wait();
+    EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
 }
 
 TEST_F(Plugins, AreNotCalledAfterTheyWereUnloaded)

@@ -24,6 +24,14 @@ void* CLoadedLibrary::Address(const std::string& sName) const
     return dlsym(m_hModule, sName.c_str());
 }
 
+bool CLoadedLibrary::IsLoaded(const std::string& sFile)
+{
+    void* const hModule = dlopen(sFile.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (hModule != nullptr)
+        dlclose(hModule);
+    return hModule != nullptr;
+}
+
 std::set<std::string> CLoadedLibrary::ExportedNames() const
 {
     std::ifstream file(m_sFile, std::ios::binary | std::ios::ate);

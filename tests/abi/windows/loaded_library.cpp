@@ -21,6 +21,11 @@ void* CLoadedLibrary::Address(const std::string& sName) const
     return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_hModule), sName.c_str()));
 }
 
+bool CLoadedLibrary::IsLoaded(const std::string& sFile)
+{
+    return GetModuleHandleA(sFile.c_str()) != nullptr;
+}
+
 std::set<std::string> CLoadedLibrary::ExportedNames() const
 {
     const char* pBase = static_cast<const char*>(m_hModule);

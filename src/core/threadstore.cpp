@@ -1,0 +1,141 @@
+#include "core/threadstore.h"
+
+#include "core/ownlock.h"
+
+namespace OCT
+{
+namespace
+{
+
+constexpr std::size_t kStores = 256;
+// A thread is busy with its store for a few instructions. One that was ended by force in between stays so.
+constexpr int kLooksAtBusy = 1000;
+
+constinit CThreadStore g_stores[kStores];
+CLastingLock<COwnLock> g_storesLock;                 ///< the last of all locks: nothing is entered under it
+std::atomic<DWORD> g_dwEndSlot = FLS_OUT_OF_INDEXES; ///< tells of a thread's end
+
+/// Stores are there from the first static constructor that follows.
+[[maybe_unused]] const bool g_bEnabled = (CThreadStore::Enable(), true);
+
+} // namespace
+
+constinit std::atomic<DWORD> CThreadStore::s_dwSlot = TLS_OUT_OF_INDEXES;
+constinit std::atomic<bool> CThreadStore::s_bClosed = false;
+constinit char CThreadStore::s_cEnded = 0;
+
+void CThreadShelf::TakeOldest(void** ppItems, unsigned nItems) noexcept
+{
+    const unsigned nCount = m_nCount.load(std::memory_order_relaxed);
+    for (unsigned i = 0; i < nCount; ++i)
+    {
+        void* const pItem = m_apItems[i].load(std::memory_order_relaxed);
+        if (i < nItems)
+            ppItems[i] = pItem;
+        else
+            m_apItems[i - nItems].store(pItem, std::memory_order_relaxed);
+    }
+    m_nCount.store(nCount - nItems, std::memory_order_relaxed);
+}
+
+unsigned CThreadShelf::TakeAll(void** ppItems) noexcept
+{
+    const unsigned nCount = m_nCount.load(std::memory_order_relaxed);
+    for (unsigned i = 0; i < nCount; ++i)
+        ppItems[i] = m_apItems[i].load(std::memory_order_relaxed);
+    m_nCount.store(0, std::memory_order_relaxed);
+    return nCount;
+}
+
+void CThreadStore::Enable() noexcept
+{
+    const DWORD dwSlot = TlsAlloc();
+    g_dwEndSlot = FlsAlloc(OnThreadEnd);
+    if (dwSlot != TLS_OUT_OF_INDEXES && g_dwEndSlot != FLS_OUT_OF_INDEXES)
+        s_dwSlot.store(dwSlot, std::memory_order_relaxed);
+}
+
+CThreadStore* CThreadStore::Open() noexcept
+{
+    const CCritSectGuard guard(&g_storesLock.m_lock);
+    if (s_bClosed.load(std::memory_order_relaxed))
+        return nullptr;
+    for (CThreadStore& store : g_stores)
+        if (!store.m_bOwned.load(std::memory_order_relaxed))
+        {
+            const DWORD dwLastError = GetLastError();
+            const bool bOpened = FlsSetValue(g_dwEndSlot, &store) && TlsSetValue(s_dwSlot, &store);
+            SetLastError(dwLastError);
+            store.m_bOwned.store(bOpened, std::memory_order_relaxed);
+            return bOpened ? &store : nullptr;
+        }
+    return nullptr;
+}
+
+/// A fiber that ends in another thread than its own says nothing about the store's owner.
+void WINAPI CThreadStore::OnThreadEnd(void* pStore) noexcept
+{
+    if (pStore == nullptr || PortTlsValue(s_dwSlot) != pStore)
+        return;
+    TlsSetValue(s_dwSlot, &s_cEnded);
+    auto& store = *static_cast<CThreadStore*>(pStore);
+    store.GiveBackAll(true);
+    const CCritSectGuard guard(&g_storesLock.m_lock);
+    store.m_bOwned.store(false, std::memory_order_relaxed);
+}
+
+/// The pools are not entered while the store is busy: who closes the stores holds one of them and waits.
+void CThreadStore::GiveBackAll(bool bByOwner) noexcept
+{
+    for (CThreadShelf& shelf : m_shelves)
+    {
+        void* apItems[CThreadShelf::kItems];
+        unsigned nItems = 0;
+        const auto take = [&] { nItems = shelf.TakeAll(apItems); };
+        if (bByOwner)
+            IfOpen(take);
+        else
+            take();
+        if (nItems != 0)
+            shelf.Return()(apItems, nItems);
+    }
+}
+
+/// Under the lock: when it returns no owner is inside, and none comes in.
+void CThreadStore::CloseAll() noexcept
+{
+    s_bClosed.store(true, std::memory_order_seq_cst);
+    FlushProcessWriteBuffers();
+    for (const CThreadStore& store : g_stores)
+        for (int i = 0; i < kLooksAtBusy && store.m_bBusy.load(std::memory_order_acquire); ++i)
+            Sleep(0);
+}
+
+void CThreadStore::Disable() noexcept
+{
+    {
+        const CCritSectGuard guard(&g_storesLock.m_lock);
+        CloseAll();
+    }
+    for (CThreadStore& store : g_stores)
+        store.GiveBackAll(false);
+    FlsFree(g_dwEndSlot);
+    TlsFree(s_dwSlot.exchange(TLS_OUT_OF_INDEXES));
+}
+
+/// Called under the pool's lock, so that no owner gets new items meanwhile.
+void TakeBackStored(int nShelf, ReturnItems fnReturn) noexcept
+{
+    const CCritSectGuard guard(&g_storesLock.m_lock);
+    if (CThreadStore::s_bClosed.load(std::memory_order_relaxed))
+        return;
+    CThreadStore::CloseAll();
+    for (CThreadStore& store : g_stores)
+    {
+        void* apItems[CThreadShelf::kItems];
+        fnReturn(apItems, store.m_shelves[nShelf].TakeAll(apItems));
+    }
+    CThreadStore::s_bClosed.store(false, std::memory_order_release);
+}
+
+} // namespace OCT

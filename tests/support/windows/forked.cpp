@@ -1,0 +1,6 @@
+#include "support/forked.h"
+
+bool RunForked(bool (*body)())
+{
+    return body();
+}
