@@ -1,10 +1,12 @@
-#include "orvport/localetime.h"
+#include <windows.h>
 
 #include "calendar.h"
 #include "localetexts.h"
+#include "nlslocale.h"
 #include "picture.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -32,6 +34,17 @@ int Deliver(std::u16string_view sText, LPWSTR dest, int cch) noexcept
     if (cch < nSize)
         return Fail(ERROR_INSUFFICIENT_BUFFER);
     *std::ranges::copy(sText, dest).out = 0;
+    return nSize;
+}
+
+/// The same with a number in the place of a text.
+int DeliverNumber(DWORD dwNumber, LPWSTR dest, int cch) noexcept
+{
+    constexpr int nSize = sizeof dwNumber / sizeof(WCHAR);
+    if (cch != 0 && cch < nSize)
+        return Fail(ERROR_INSUFFICIENT_BUFFER);
+    if (cch != 0)
+        std::memcpy(dest, &dwNumber, sizeof dwNumber);
     return nSize;
 }
 
@@ -108,6 +121,8 @@ int Expand(const CLocaleTexts& texts, std::u16string_view sPicture, const SYSTEM
 
 int GetLocaleInfoEx(LPCWSTR lpLocaleName, LCTYPE LCType, LPWSTR lpLCData, int cchData) noexcept
 {
+    if (LCType == (LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER) && lpLocaleName == nullptr)
+        return DeliverNumber(WindowsCodePageOfEnvironment(), lpLCData, cchData);
     const auto texts = LocaleTextsOf(lpLocaleName);
     if (const DWORD dwError = ErrorOf(texts))
         return Fail(dwError);

@@ -1,7 +1,5 @@
 #include "registrytext.h"
 
-#include "nlslocale.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -143,6 +141,15 @@ CRegString FromPage(std::string_view s, UINT nCodePage)
     return sWide;
 }
 
+// The page that Windows gives the language of the locale.
+UINT WindowsCodePage()
+{
+    DWORD dwCodePage = 0;
+    const int n = GetLocaleInfoEx(nullptr, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                                  reinterpret_cast<LPWSTR>(&dwCodePage), sizeof dwCodePage / sizeof(WCHAR));
+    return n != 0 ? dwCodePage : UINT{CP_ACP};
+}
+
 // Narrow text in a file. What is not UTF-8 comes from Windows and is in the page of that.
 CRegString FromFile(std::string_view s)
 {
@@ -152,7 +159,7 @@ CRegString FromFile(std::string_view s)
     {
         const std::size_t n = Utf8Length(s, i);
         if (n == 0)
-            return FromPage(s, GetACP() != CP_UTF8 ? GetACP() : WindowsCodePageOfEnvironment());
+            return FromPage(s, GetACP() != CP_UTF8 ? GetACP() : WindowsCodePage());
         std::uint32_t c = static_cast<unsigned char>(s[i]);
         if (n > 1)
             c &= 0x7Fu >> n;
