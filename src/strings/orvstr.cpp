@@ -214,7 +214,7 @@ bool COrvStr::AppendInPlace(const WCHAR* s, unsigned nLen)
     if (!m_bOwn || m_pStr == nullptr)
         return false;
     const std::uint64_t nOld = OCT::StrHeader(m_pStr).nStrLen;
-    const unsigned nCount = SourceLength(s, nLen);
+    const std::size_t nCount = OCT::SourceLength(s, nLen);
     if (!OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nOld + (nLen != 0 ? nLen : nCount) + 1)))
         return false;
     OCT::CopyUnits(m_pStr + nOld, s, nCount);
