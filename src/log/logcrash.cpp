@@ -1,5 +1,5 @@
-#include "core/ownlock.h"
 #include "orvcomtypes/logcrash.h"
+#include "core/ownlock.h"
 
 #include "core/neverdestroyed.h"
 #include "core/textformat.h"

@@ -1,5 +1,5 @@
-#include "core/ownlock.h"
 #include "core/neverdestroyed.h"
+#include "core/ownlock.h"
 #include "orvcomtypes/smartcls.h"
 #include "picture.h"
 #include "strings/charclass.h"

@@ -1,5 +1,5 @@
-#include "core/ownlock.h"
 #include "orvcomtypes/timeutils.h"
+#include "core/ownlock.h"
 
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/octassert.h"
