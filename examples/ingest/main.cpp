@@ -102,6 +102,7 @@ int Run(int argc, char** argv)
         return ExitNothingDone;
     }
     // On a dry run the statements alone go to the output.
+    std::fflush(stdout);
     PrintSummary(options.m_bDryRun ? stderr : stdout, options, summary);
     return ExitCode(summary);
 }

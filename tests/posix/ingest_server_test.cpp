@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <functional>
 
 namespace
@@ -206,6 +207,43 @@ TEST_F(IngestServerTest, NastyValuesArriveAsTheyAreInEveryLocale)
             EXPECT_TRUE(sFound == log.m_sExpected); // too long to be printed
         }
 }
+
+#ifdef ORV_TEST_H2
+// SQL Server itself is not to be had; this database reads its dialect, but for the table's creation and the
+// lock hint.
+TEST_F(IngestServerTest, StatementsForSqlServerAreReadByADatabaseOfItsDialect)
+{
+    const CNastyLog log(500);
+    std::string sStatements = Ingest(IngestDone, log.m_sLines, {"--dry-run", "--dialect", "mssql"});
+    sStatements.resize(sStatements.rfind("lines read:")); // on the error stream
+    const std::string sHint = " WITH (HOLDLOCK)";
+    for (auto n = sStatements.find(sHint); n != sStatements.npos; n = sStatements.find(sHint, n))
+        sStatements.erase(n, sHint.size());
+    std::string sScript =
+        "CREATE TABLE package_event (log_name NVARCHAR(255), event_time INTEGER, event_order INTEGER,"
+        "action NVARCHAR(99), state NVARCHAR(99), package NVARCHAR(999), arch NVARCHAR(99),"
+        "version_from NVARCHAR(999), version_to NVARCHAR(999));\n";
+    sScript += sStatements + sStatements; // each is stored once
+    sScript += "SELECT RAWTOHEX(STRINGTOUTF8(package)) || '|' || RAWTOHEX(STRINGTOUTF8(version_to)) "
+               "FROM package_event ORDER BY event_order;\n";
+    WriteBytes(m_Dir / "script.sql", sScript);
+    const std::string sOutput =
+        CChildProcess(ChildProgram{ORV_TEST_JAVA},
+                      {"-Dfile.encoding=UTF-8", "-cp", ORV_TEST_H2, "org.h2.tools.RunScript", "-url",
+                       "jdbc:h2:mem:x;MODE=MSSQLServer", "-script", (m_Dir / "script.sql").string(),
+                       "-showResults"})
+            .Wait()
+            .m_sOutput;
+    std::string sFound;
+    for (auto n = sOutput.find("--> "); n != sOutput.npos; n = sOutput.find("--> ", n + 1))
+        sFound += sOutput.substr(n + 4, sOutput.find('\n', n) - n - 3);
+    std::string sExpected = log.m_sExpected;
+    std::ranges::transform(sFound, sFound.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    EXPECT_TRUE(sFound == sExpected) << sOutput.substr(
+        sOutput.find("Exception") == sOutput.npos ? 0 : sOutput.find("Exception"), 500);
+}
+#endif
 
 TEST_F(IngestServerTest, AServerThatCannotHoldEveryTextIsRefused)
 {
