@@ -6,7 +6,8 @@
 /// for the disk (but see `SetFlushLevel`), never throw and report no failure.
 ///
 /// Lines that cannot be written yet (full disk, missing folder, no handle) wait in memory, up to a limit
-/// (`lqfMaxWaiting`); beyond it lines are dropped, errors last. Whatever is dropped, or may not have come to
+/// (`lqfMaxWaiting`); beyond it lines are dropped, errors last. A call that meets the limit while the disk
+/// works waits for room, at most a second. Whatever is dropped, or may not have come to
 /// the disk, is counted (`GetLostLines`) and told in the file, in front of the next line:
 ///
 ///   =W> 261112_213005 Lost log lines: 3 (210 bytes), logged between 261112_212950 and 261112_213004

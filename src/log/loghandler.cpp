@@ -17,6 +17,7 @@ namespace
 constexpr DWORD kStayAwakeMs = 2;
 constexpr DWORD kRetryMs = 1000;
 constexpr DWORD kStopMs = 1000;
+constexpr DWORD kRoomMs = 1000;
 // What a thread needs to leave the library's code when its work is done, also on a busy machine: where it
 // cannot be ended by force, the code must not go away under it.
 constexpr DWORD kLeaveMs = 100;
@@ -158,6 +159,8 @@ void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWr
     m_lost.Add(lost);
     if (bWritten)
         m_nDone = batch.m_nTicket;
+    m_bFailing = !bWritten;
+    m_nWaiting.store(Waiting(), std::memory_order_relaxed);
     SignalDone(batch.m_nTicket);
 }
 
@@ -216,6 +219,8 @@ void CLogFileInnerHandler::BeginAnewInChild()
         return;
     m_queue.Clear();
     m_nBytesInRound = m_nLinesInRound = 0;
+    m_nWaiting = 0;
+    m_bFailing = false;
     m_untold = m_lost = {};
     m_nLostAtFlush = 0;
     m_hPendingDone = nullptr;
@@ -234,6 +239,7 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
     else if (length == 0)
         length = static_cast<unsigned>(std::strlen(text));
     CLogMessage* pMessage = length > 0 ? NewMessage(text, length) : nullptr;
+    WaitForRoom(length);
     CLogQueue refused;
     bool bSignalNow;
     {
@@ -256,6 +262,22 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
     }
     if (bSignalNow)
         SetEvent(doneEvent);
+}
+
+/// Lines come faster than a disk that works takes them: who brings more waits for it a while. Where writing
+/// fails nobody waits.
+void CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
+{
+    const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
+    if (m_nWaiting.load(std::memory_order_relaxed) + nBytes <= nMax || nBytes > nMax)
+        return;
+    const DWORD dwEndTick = GetTickCount() + kRoomMs;
+    while (m_nWaiting.load(std::memory_order_relaxed) + nBytes > nMax && !m_bFailing && !m_bStop)
+    {
+        const DWORD dwLeft = TimeUntil(dwEndTick);
+        if (dwLeft == 0 || !WaitUntilDone(dwLeft, true))
+            return;
+    }
 }
 
 void CLogFileInnerHandler::WakeThread()
@@ -288,6 +310,7 @@ void CLogFileInnerHandler::Accept(CLogMessage* pMessage, CLogQueue& refused)
     }
     m_queue.Push(pMessage);
     ++m_nQueued;
+    m_nWaiting.store(Waiting(), std::memory_order_relaxed);
 }
 
 bool CLogFileInnerHandler::MakeRoom(std::uint64_t nBytes, CLogQueue& refused)
@@ -491,6 +514,7 @@ void CLogFileInnerHandler::GiveUp()
         Lose(m_queue.Lines() + m_nLinesInRound, Waiting());
     m_queue.Clear();
     m_nBytesInRound = m_nLinesInRound = 0;
+    m_nWaiting = 0;
     m_nDone = m_nQueued;
     SignalDone(m_nQueued);
 }

@@ -104,6 +104,7 @@ private:
     void Take(CBatch& batch);
     void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
     void WriteBehind(const CRun& run);
+    void WaitForRoom(std::uint64_t nBytes);
     void GiveUp();
 
     // Under the lock:
@@ -133,6 +134,8 @@ private:
     bool m_bAsleep = true;   ///< the thread waits without end, so it must be woken
     DWORD m_dwLastStart = 0; ///< tick of the last try to start the thread
     CRun* m_pRun = nullptr;
+    std::atomic<std::uint64_t> m_nWaiting = 0; ///< bytes, for a look without the lock
+    std::atomic<bool> m_bFailing = false;      ///< the last round left lines
     std::atomic<bool> m_bStop = false;
     LONG volatile m_nReferences = 0;
     const CLogText m_sFormat;

@@ -85,6 +85,63 @@ TEST_F(File, PointerGoesBeyondFourGigabytes)
     CloseHandle(hFile);
 }
 
+TEST_F(File, IsToldApartAndReadByAnotherHandle)
+{
+    const auto OpenExisting = [&](const Text& sPath, DWORD dwAccess) {
+        return CreateFileW(sPath.c_str(), dwAccess, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    };
+    const auto Index = [](HANDLE hFile) {
+        BY_HANDLE_FILE_INFORMATION information{};
+        EXPECT_TRUE(GetFileInformationByHandle(hFile, &information));
+        EXPECT_EQ(7u, information.nFileSizeLow);
+        CloseHandle(hFile);
+        return ULONGLONG{information.nFileIndexHigh} << 32 | information.nFileIndexLow;
+    };
+    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenExisting(m_sPath, 0));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
+    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenExisting(m_sDir + ORVTEXT("\\no\\file"), 0));
+    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, GetLastError());
+    WriteBytes(m_path, "1234567");
+    WriteBytes(m_dir / "other", "7654321");
+    const HANDLE hFile = OpenExisting(m_sPath, GENERIC_READ);
+    EXPECT_EQ(DWORD{FILE_TYPE_DISK}, GetFileType(hFile));
+    LONG nHigh = -1;
+    EXPECT_EQ(5u, SetFilePointer(hFile, -2, &nHigh, FILE_END));
+    char sText[8] = "";
+    DWORD nRead = 0;
+    EXPECT_TRUE(ReadFile(hFile, sText, 8, &nRead, nullptr));
+    EXPECT_EQ("67", std::string(sText, nRead));
+    const ULONGLONG nIndex = Index(hFile);
+    EXPECT_EQ(nIndex, Index(OpenExisting(m_sPath, 0)));
+    EXPECT_NE(nIndex, Index(OpenExisting(m_sDir + ORVTEXT("\\other"), 0)));
+}
+
+TEST_F(File, IsListedInItsFolderAndDeleted)
+{
+    WriteBytes(m_path, "12");
+    std::filesystem::create_directory(m_dir / "sub");
+    WIN32_FIND_DATAW found;
+    const HANDLE hFind = FindFirstFileW((m_sDir + ORVTEXT("\\*")).c_str(), &found);
+    ASSERT_NE(INVALID_HANDLE_VALUE, hFind);
+    int nFiles = 0;
+    do
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        {
+            ++nFiles;
+            EXPECT_EQ(m_path.filename().string<WCHAR>(), found.cFileName);
+            EXPECT_EQ(2u, found.nFileSizeLow);
+            EXPECT_LT(0u, found.ftLastWriteTime.dwHighDateTime);
+        }
+    while (FindNextFileW(hFind, &found));
+    EXPECT_EQ(DWORD{ERROR_NO_MORE_FILES}, GetLastError());
+    EXPECT_TRUE(FindClose(hFind));
+    EXPECT_EQ(1, nFiles);
+    EXPECT_TRUE(DeleteFileW(m_sPath.c_str()));
+    EXPECT_FALSE(DeleteFileW(m_sPath.c_str()));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
+}
+
 TEST(Folders, AreThereOrAbsolute)
 {
     WCHAR buffer[MAX_PATH];
