@@ -27,6 +27,12 @@ struct COurs
     using Value = COrvStr;
     static Value Make(const char16_t* s) { return COrvStr(s); }
     static void Append(Value& value, char16_t c) { value.AppendChar(c); }
+    static void Append(Value& value, const char16_t* s, unsigned n) { value.Append(s, n); }
+    static void Cut(Value& value, unsigned n) { value.Truncate(n); }
+    static void MakePrivate(Value& value) { value.Truncate(value.GetLength()); }
+    static int Find(const Value& value, char16_t c) { return value.Find(c); }
+    static int Find(const Value& value, const Value& find) { return value.FindSubStr(find); }
+    static void Replace(Value& value, const Value& from, const Value& to) { value.Replace(from, to); }
     static int Compare(const Value& a, const Value& b) { return CompareOrvString(a, b, false); }
 };
 
@@ -35,6 +41,11 @@ struct CStd
     using Value = std::u16string;
     static Value Make(const char16_t* s) { return Value(s); }
     static void Append(Value& value, char16_t c) { value.push_back(c); }
+    static void Append(Value& value, const char16_t* s, unsigned n) { value.append(s, n); }
+    static void Cut(Value& value, unsigned n) { value.resize(n); }
+    static void MakePrivate(Value&) {} // a copy is private
+    static int Find(const Value& value, char16_t c) { return static_cast<int>(value.find(c)); }
+    static int Find(const Value& value, const Value& find) { return static_cast<int>(value.find(find)); }
 };
 
 struct CIcu
@@ -42,6 +53,15 @@ struct CIcu
     using Value = icu::UnicodeString;
     static Value Make(const char16_t* s) { return Value(s); }
     static void Append(Value& value, char16_t c) { value.append(c); }
+    static void Append(Value& value, const char16_t* s, unsigned n)
+    {
+        value.append(s, 0, static_cast<int>(n));
+    }
+    static void Cut(Value& value, unsigned n) { value.truncate(static_cast<int>(n)); }
+    static void MakePrivate(Value& value) { value.getBuffer(-1), value.releaseBuffer(); }
+    static int Find(const Value& value, char16_t c) { return value.indexOf(c); }
+    static int Find(const Value& value, const Value& find) { return value.indexOf(find); }
+    static void Replace(Value& value, const Value& from, const Value& to) { value.findAndReplace(from, to); }
     static int Compare(const Value& a, const Value& b)
     {
         static const std::unique_ptr<icu::Collator> s_pCollator = [] {
@@ -109,6 +129,69 @@ void AppendOne(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+/// Appends ten characters to a text that has room for them.
+template <class String>
+void AppendTen(benchmark::State& state)
+{
+    auto value = String::Make(u"0123456789");
+    for (auto _ : state)
+    {
+        String::Append(value, u"abcdefghij", 10);
+        benchmark::DoNotOptimize(value);
+        String::Cut(value, 10);
+    }
+}
+
+/// A copy that is then written to.
+template <class String>
+void CopyPrivate(benchmark::State& state)
+{
+    const auto source = String::Make(TextOfLength(state).c_str());
+    for (auto _ : state)
+    {
+        auto value = source;
+        String::MakePrivate(value);
+        benchmark::DoNotOptimize(value);
+    }
+}
+
+/// A character, or a word, that stands at the end of the text only.
+template <class String>
+void FindCharacter(benchmark::State& state)
+{
+    const auto text = String::Make((TextOfLength(state) + u'#').c_str());
+    if (String::Find(text, u'#') != state.range(0))
+        state.SkipWithError("not found");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(String::Find(text, u'#'));
+}
+
+template <class String>
+void FindWord(benchmark::State& state)
+{
+    const auto text = String::Make((TextOfLength(state) + u"needle").c_str());
+    const auto find = String::Make(u"needle");
+    if (String::Find(text, find) != state.range(0))
+        state.SkipWithError("not found");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(String::Find(text, find));
+}
+
+/// Every 26th character becomes two.
+template <class String>
+void ReplaceWords(benchmark::State& state)
+{
+    const auto text = String::Make(TextOfLength(state).c_str());
+    const auto from = String::Make(u"xyz");
+    const auto to = String::Make(u"wxyz");
+    for (auto _ : state)
+    {
+        auto value = text;
+        String::Replace(value, from, to);
+        benchmark::DoNotOptimize(value);
+    }
+}
+
 constexpr const char16_t* g_pairs[][2] = {
     {u"Inventory transfer order, line 17", u"Inventory transfer order, line 18"},
     {u"Inventory transfer order, line 17", u"Inventory transfer order, line 17"},
@@ -128,10 +211,29 @@ void Compare(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK_TEMPLATE(Construct, COurs)->Arg(12)->Arg(60)->Arg(120)->Arg(350);
-BENCHMARK_TEMPLATE(Construct, CStd)->Arg(12)->Arg(60)->Arg(120)->Arg(350);
-BENCHMARK_TEMPLATE(Construct, CIcu)->Arg(12)->Arg(60)->Arg(120)->Arg(350);
-ORV_QT(Construct, ->Arg(12)->Arg(60)->Arg(120)->Arg(350));
+BENCHMARK_TEMPLATE(Construct, COurs)->Arg(12)->Arg(36)->Arg(120)->Arg(350);
+BENCHMARK_TEMPLATE(Construct, CStd)->Arg(12)->Arg(36)->Arg(120)->Arg(350);
+BENCHMARK_TEMPLATE(Construct, CIcu)->Arg(12)->Arg(36)->Arg(120)->Arg(350);
+ORV_QT(Construct, ->Arg(12)->Arg(36)->Arg(120)->Arg(350));
+BENCHMARK_TEMPLATE(Construct, COurs)->Arg(36)->Threads(2)->Threads(4);
+BENCHMARK_TEMPLATE(Construct, CStd)->Arg(36)->Threads(2)->Threads(4);
+
+BENCHMARK_TEMPLATE(AppendTen, COurs);
+BENCHMARK_TEMPLATE(AppendTen, CStd);
+BENCHMARK_TEMPLATE(AppendTen, CIcu);
+
+BENCHMARK_TEMPLATE(CopyPrivate, COurs)->Arg(36)->Arg(1000);
+BENCHMARK_TEMPLATE(CopyPrivate, CStd)->Arg(36)->Arg(1000);
+BENCHMARK_TEMPLATE(CopyPrivate, CIcu)->Arg(36)->Arg(1000);
+
+BENCHMARK_TEMPLATE(FindCharacter, COurs)->Arg(350);
+BENCHMARK_TEMPLATE(FindCharacter, CStd)->Arg(350);
+BENCHMARK_TEMPLATE(FindCharacter, CIcu)->Arg(350);
+BENCHMARK_TEMPLATE(FindWord, COurs)->Arg(350)->Arg(4000);
+BENCHMARK_TEMPLATE(FindWord, CStd)->Arg(350)->Arg(4000);
+BENCHMARK_TEMPLATE(FindWord, CIcu)->Arg(350)->Arg(4000);
+BENCHMARK_TEMPLATE(ReplaceWords, COurs)->Arg(350);
+BENCHMARK_TEMPLATE(ReplaceWords, CIcu)->Arg(350);
 
 BENCHMARK_TEMPLATE(CopyShared, COurs)->Arg(60)->Arg(350);
 BENCHMARK_TEMPLATE(CopyShared, CStd)->Arg(60)->Arg(350);
