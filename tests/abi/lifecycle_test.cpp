@@ -3,9 +3,12 @@
 #include "abi/loaded_library.h"
 #include "orvcomtypes/orvexport.h"
 #include "support/child_process.h"
+#include "support/heap.h"
 #include "support/report_capture.h"
 
 #include <gtest/gtest.h>
+
+#include <windows.h>
 
 #include <cstdint>
 #include <regex>
@@ -60,6 +63,39 @@ TEST(Lifecycle, EachLoadBeginsAnew)
         library.Find<Uninit>("UninitOrvComTypes")();
     }
     EXPECT_NO_REPORTS(capture);
+}
+
+using Compare = int ORVCALL(const WCHAR* a, const WCHAR* b, bool bNoCase);
+using Encode = int ORVCALL(const WCHAR* s, char* pDest, unsigned cchDest, unsigned nCodePage);
+
+/// A process of its own: how often the library was loaded before would count.
+ORV_CHILD(LoadAndUnload)
+{
+    std::optional<std::size_t> nBefore;
+    constexpr std::size_t nCycles = 10;
+    for (std::size_t i = 0; i < 2 * nCycles; ++i)
+    {
+        if (i == nCycles)
+            nBefore = HeapInUse();
+        const CLoadedLibrary library(ORV_LIBRARY_FILE);
+        char sBytes[8];
+        library.Find<Compare>("CompareOrvString")(ORVTEXT("\u4E00"), ORVTEXT("\u4E01"), true);
+        for (const unsigned nCodePage : {1250u, 932u})
+            library.Find<Encode>("UnicodeToANSI")(ORVTEXT("\u00E9"), sBytes, sizeof sBytes, nCodePage);
+        library.Find<Uninit>("UninitOrvComTypes")();
+    }
+    if (!nBefore)
+        return 1;
+    EXPECT_LT(HeapInUse().value(), *nBefore + nCycles * 8192) << "the tables of one load are larger";
+    return testing::Test::HasFailure() ? 2 : 0;
+}
+
+TEST(Lifecycle, UnloadLeavesNothingOnTheHeap)
+{
+    const ChildResult result = CChildProcess("LoadAndUnload").Wait();
+    if (result.m_iExitCode == 1)
+        GTEST_SKIP() << "this heap does not tell what is in use";
+    EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
 }
 
 TEST(Lifecycle, UnloadReportsRegistrationsAndCallsNothing)

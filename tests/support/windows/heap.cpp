@@ -1,0 +1,6 @@
+#include "support/heap.h"
+
+std::optional<std::size_t> HeapInUse()
+{
+    return std::nullopt;
+}
