@@ -5,6 +5,7 @@
 
 #include <process.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -18,6 +19,7 @@ constexpr DWORD kStayAwakeMs = 2;
 constexpr DWORD kRetryMs = 1000;
 constexpr DWORD kStopMs = 1000;
 constexpr DWORD kRoomMs = 1000;
+constexpr DWORD kLookMs = 100;
 // What a thread needs to leave the library's code when its work is done, also on a busy machine: where it
 // cannot be ended by force, the code must not go away under it.
 constexpr DWORD kLeaveMs = 100;
@@ -356,29 +358,50 @@ bool CLogFileInnerHandler::Flush(DWORD dwMilliseconds)
     return std::exchange(m_nLostAtFlush, m_lost.m_nLines) == m_lost.m_nLines && bDone;
 }
 
+/// Waits for a round's event as long as there is somebody to signal it: the end of a process on Windows ends
+/// threads by force.
+void CLogFileInnerHandler::Await(HANDLE hEvent, DWORD dwMilliseconds)
+{
+    const DWORD dwStart = GetTickCount();
+    for (;;)
+    {
+        const DWORD dwPassed = GetTickCount() - dwStart;
+        const DWORD dwLeft = dwMilliseconds == INFINITE  ? kLookMs
+                             : dwPassed < dwMilliseconds ? dwMilliseconds - dwPassed
+                                                         : 0;
+        if (WaitForSingleObject(hEvent, (std::min)(dwLeft, kLookMs)) != WAIT_TIMEOUT || dwLeft == 0)
+            return;
+        const OCT::CCritSectGuard guard(&m_lock);
+        if (!HasThread())
+            return;
+    }
+}
+
+bool CLogFileInnerHandler::HasThread() const
+{
+    return m_pRun != nullptr && m_pRun->m_hThread != nullptr &&
+           WaitForSingleObject(m_pRun->m_hThread, 0) == WAIT_TIMEOUT;
+}
+
 bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
 {
     CFlushWaiter waiter{CreateEventW(nullptr, TRUE, FALSE, nullptr), 0, bOneTry, nullptr};
-    HANDLE hThread = nullptr;
+    bool bWait = false;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         BeginAnewInChild();
         waiter.m_nTicket = m_nQueued;
         if (m_nDone < m_nQueued && !m_bStop)
             EnsureThread();
-        if (m_nDone < m_nQueued && !m_bStop && waiter.m_hEvent != nullptr && m_pRun != nullptr)
+        bWait = m_nDone < m_nQueued && waiter.m_hEvent != nullptr && HasThread();
+        if (bWait)
         {
-            hThread = m_pRun->m_hThread;
             waiter.m_pNext = std::exchange(m_pWaiters, &waiter);
             WakeThread();
         }
     }
-    if (hThread != nullptr)
-    {
-        // A thread that was ended by force signals nothing else.
-        const HANDLE handles[] = {waiter.m_hEvent, hThread};
-        WaitForMultipleObjects(2, handles, FALSE, dwMilliseconds);
-    }
+    if (bWait)
+        Await(waiter.m_hEvent, dwMilliseconds);
     bool bDone;
     {
         const OCT::CCritSectGuard guard(&m_lock);

@@ -105,11 +105,13 @@ private:
     void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
     void WriteBehind(const CRun& run);
     void WaitForRoom(std::uint64_t nBytes);
+    void Await(HANDLE hEvent, DWORD dwMilliseconds);
     void GiveUp();
 
     // Under the lock:
     void BeginAnewInChild();
     void EnsureThread();
+    bool HasThread() const;
     void Accept(CLogMessage* pMessage, CLogQueue& refused);
     bool MakeRoom(std::uint64_t nBytes, CLogQueue& refused);
     void Lose(std::uint64_t nLines, std::uint64_t nBytes);
