@@ -8,6 +8,9 @@ if(MSVC)
 else()
     target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
         -Wno-sign-conversion -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+    # A thread's own block is read at an offset of a segment, which gcc 12 takes for an array at address zero.
+    target_compile_options(orvcomtypes_options INTERFACE
+        $<$<AND:$<CXX_COMPILER_ID:GNU>,$<PLATFORM_ID:Windows>>:--param=min-pagesize=0>)
 endif()
 target_compile_definitions(orvcomtypes_options INTERFACE
     $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;_WIN32_WINNT=0x0A00;STRSAFE_NO_DEPRECATE>)

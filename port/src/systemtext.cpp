@@ -26,6 +26,7 @@ constexpr CSystemText c_Texts[] = {
     {ERROR_NOT_ENOUGH_MEMORY, u"There is not enough memory for this call."},
     {ERROR_INVALID_DATA, u"The data cannot be read as what they should be."},
     {ERROR_OUTOFMEMORY, u"There is no memory left for this operation."},
+    {ERROR_NO_MORE_FILES, u"There are no more files."},
     {ERROR_WRITE_FAULT, u"The device failed while it was written to."},
     {ERROR_READ_FAULT, u"The device failed while it was read from."},
     {ERROR_GEN_FAILURE, u"The system reported a fault that has no code of its own."},
