@@ -97,3 +97,16 @@ TEST_F(IngestTest, InputThatIsNoLogIsRefused)
     WriteBytes(m_Input, "\x1F\x8B\x08");
     refuse(m_Input, "cannot be followed", {"--follow"});
 }
+
+TEST_F(IngestTest, FileNamesAreUnicodeInEveryLocale)
+{
+    const std::u8string sName = u8"Őrült été 日本 😀.log";
+    m_Input = m_Dir / sName;
+    const auto sOutput = Ingest(IngestPartly, std::string(s_sThreeLines) + "x\n", {"--dry-run"});
+    EXPECT_TRUE(Has(sOutput, "VALUES ('" + Name(sName) + "'", 3));
+    EXPECT_TRUE(Has(sOutput, Name(m_Input) + ":5: too few fields"));
+    EXPECT_TRUE(Has(Run(IngestNothingDone, {"--dry-run", Name(m_Dir / u8"ő")}),
+                    "cannot read " + Name(m_Dir / u8"ő")));
+    EXPECT_TRUE(Has(Ingest(IngestDone, s_sThreeLines, {"--dry-run", "--source", Name(u8"ß😀")}),
+                    "('" + Name(u8"ß😀") + "'", 3));
+}

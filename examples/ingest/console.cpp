@@ -24,6 +24,8 @@ void CConsole::Print(std::FILE* pFile, const std::string& sText)
 {
     const std::lock_guard lock(m_Mutex);
     m_Progress.Hide();
+    if (pFile == stderr)
+        std::fflush(stdout); // a message stands after what it is about
     std::fputs(sText.c_str(), pFile);
     if (pFile == stderr)
         std::fflush(pFile);

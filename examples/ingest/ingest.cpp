@@ -27,7 +27,7 @@ class CIngest
 public:
     explicit CIngest(const COptions& options)
         : m_Options(options),
-          m_Console(options.m_sInput, SizeOf(options.m_sInput)),
+          m_Console(ToUTF8(options.m_Input), SizeOf(options.m_Input)),
           m_Run(m_Console, m_StatementLog, LogName(options), options.m_nRetrySeconds),
           m_SessionSettings{ConnectString(options), options.m_pDialect},
           m_Queue(2 * options.m_nThreads)
@@ -80,7 +80,7 @@ private:
 
 COrvStr CIngest::LogName(const COptions& options)
 {
-    const std::string sName = options.m_sSource.empty() ? LogNameOf(options.m_sInput) : options.m_sSource;
+    const std::string sName = options.m_sSource.empty() ? LogNameOf(options.m_Input) : options.m_sSource;
     COrvStr sResult;
     sResult.SetUTF8(sName.c_str());
     return sResult;
@@ -88,11 +88,11 @@ COrvStr CIngest::LogName(const COptions& options)
 
 bool CIngest::Open(std::string& sError)
 {
-    if (!m_Input.Open(m_Options.m_sInput, m_Options.m_bFollow, sError))
+    if (!m_Input.Open(m_Options.m_Input, m_Options.m_bFollow, sError))
         return false;
     if (m_Options.m_bDryRun)
         return true;
-    if (!m_StatementLog.Open(m_Options.m_sLogDir, sError))
+    if (!m_StatementLog.Open(m_Options.m_LogDir, sError))
         return false;
     m_StatementLog.Share(m_ReaderLog);
     return OpenSessions(sError);
@@ -135,7 +135,7 @@ void CIngest::CountPredecessor()
 {
     CInput input;
     std::string sText;
-    const fs::path file = PredecessorOf(m_Options.m_sInput);
+    const fs::path file = PredecessorOf(m_Options.m_Input);
     if (file.empty() || !input.Open(file, false, sText))
         return;
     input.SkipToLast(c_nPredecessorBytes);
@@ -234,7 +234,7 @@ void CIngest::TellProgress()
         return;
     m_nTold = m_nLines;
     m_Console.Say(std::to_string(m_nLines) + " lines read, " + std::to_string(m_Run.m_nStored) +
-                  " events stored; waiting for more");
+                  (m_Options.m_bDryRun ? " events printed" : " events stored") + "; waiting for more");
 }
 
 void CIngest::Work(CSession& session)
@@ -260,7 +260,7 @@ void CIngest::GetSummary(CSummary& summary)
     summary.m_bCutShort = !m_Input.Failure().empty();
     summary.m_nLogBytes = m_StatementLog.Bytes();
     summary.m_nLostRecords = m_StatementLog.Lost();
-    summary.m_sLogFile = m_StatementLog.File().string();
+    summary.m_sLogFile = ToUTF8(m_StatementLog.File());
 }
 
 } // namespace

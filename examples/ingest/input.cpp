@@ -1,5 +1,7 @@
 #include "input.h"
 
+#include "utf8.h"
+
 #include <zlib.h>
 
 #include <algorithm>
@@ -49,15 +51,15 @@ bool CInput::Open(const std::filesystem::path& path, bool bFollow, std::string& 
     std::size_t nRead = 0;
     const CInputFile::ERead read = m_File.Read(sStart, sizeof(sStart), nRead);
     if (read == CInputFile::ERead::Failed || !m_File.Seek(0))
-        return sError = "cannot read " + path.string(), false;
+        return sError = "cannot read " + ToUTF8(path), false;
     for (const CMagic& magic : c_Unreadable)
         if (std::string_view(sStart, nRead).starts_with(magic.m_sBytes))
-            return sError = path.string() + " is compressed by " + magic.m_sKind + "; only gzip is read",
+            return sError = ToUTF8(path) + " is compressed by " + magic.m_sKind + "; only gzip is read",
                    false;
     if (sStart[0] != '\x1F' || sStart[1] != '\x8B')
         return true;
     if (bFollow)
-        return sError = path.string() + " is compressed and cannot be followed", false;
+        return sError = ToUTF8(path) + " is compressed and cannot be followed", false;
     m_pInflater = std::make_unique<CInflater>();
     return true;
 }
@@ -160,7 +162,7 @@ CInputFile::ERead CInput::ReadBlock(char* pBuffer, std::size_t nRoom, std::size_
     const CInputFile::ERead read = m_File.Read(pBuffer, nRoom, nRead);
     m_nPosition += nRead;
     if (read == CInputFile::ERead::Failed)
-        m_sFailure = "cannot read on in " + m_Path.string();
+        m_sFailure = "cannot read on in " + ToUTF8(m_Path);
     return read;
 }
 
@@ -221,6 +223,6 @@ CInput::EFill CInput::FillCompressed()
     if (m_sBlock.size() > nKept)
         return EFill::More;
     if (iResult != Z_OK || stream.total_in != 0)
-        m_sFailure = m_Path.string() + " is damaged or cut: what could be read of it was taken";
+        m_sFailure = ToUTF8(m_Path) + " is damaged or cut: what could be read of it was taken";
     return EFill::End;
 }

@@ -4,6 +4,7 @@
 #include "options.h"
 #include "platform.h"
 #include "report.h"
+#include "utf8.h"
 
 #include <orvcomtypes/octalloc.h>
 
@@ -68,13 +69,13 @@ int Report(const COptions& options)
         return ExitNothingDone;
     }
     std::fputs(ReportTable(report).c_str(), stdout);
-    if (options.m_sPage.empty())
+    if (options.m_Page.empty())
         return ExitDone;
-    std::ofstream page(options.m_sPage, std::ios::binary);
+    std::ofstream page(options.m_Page, std::ios::binary);
     page << ReportPage(report) << std::flush;
     if (page)
         return ExitDone;
-    std::fprintf(stderr, "ingest: cannot write %s\n", options.m_sPage.c_str());
+    std::fprintf(stderr, "ingest: cannot write %s\n", ToUTF8(options.m_Page).c_str());
     return ExitPartly;
 }
 
@@ -82,7 +83,7 @@ int Run(int argc, char** argv)
 {
     COptions options;
     std::string sError;
-    if (!ParseOptions(argc, argv, options, sError))
+    if (!ParseOptions(CommandLine(argc, argv), options, sError))
     {
         std::fprintf(stderr, "ingest: %s\n\n%s", sError.c_str(), UsageText());
         return ExitUsage;

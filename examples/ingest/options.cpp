@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "utf8.h"
+
 #include <cstdlib>
 #include <functional>
 #include <map>
@@ -40,7 +42,8 @@ const char* UsageText()
            "that\n"
            "does not return values unchanged, unwritable log folder); 4 given up: the database refused "
            "everything\n"
-           "or its connection did not come back; 130, 143 ended by Ctrl-C, SIGTERM.\n";
+           "or its connection did not come back; 130 ended by Ctrl-C or Ctrl-Break;\n"
+           "143 by SIGTERM, or by closing the console or the session.\n";
 }
 
 namespace
@@ -66,6 +69,12 @@ std::map<std::string, CValueParser> ValuedOptions(COptions& options)
             return !sValue.empty();
         };
     };
+    const auto file = [](std::filesystem::path& target) {
+        return [&target](const std::string& sValue) {
+            target = ToPath(sValue);
+            return !sValue.empty();
+        };
+    };
     const auto number = [](unsigned& nTarget, unsigned nLeast, unsigned nMost) {
         return [&nTarget, nLeast, nMost](const std::string& sValue) {
             return ParseNumber(sValue, nLeast, nMost, nTarget);
@@ -75,8 +84,8 @@ std::map<std::string, CValueParser> ValuedOptions(COptions& options)
         {"--connect", store(options.m_sConnect)},
         {"--database", store(options.m_sDatabase)},
         {"--source", store(options.m_sSource)},
-        {"--log-dir", store(options.m_sLogDir)},
-        {"--html", store(options.m_sPage)},
+        {"--log-dir", file(options.m_LogDir)},
+        {"--html", file(options.m_Page)},
         {"--threads", number(options.m_nThreads, 1, 64)},
         {"--batch", number(options.m_nBatch, 1, 10000)},
         {"--retry", number(options.m_nRetrySeconds, 0, 86400)},
@@ -87,23 +96,23 @@ std::map<std::string, CValueParser> ValuedOptions(COptions& options)
 
 } // namespace
 
-bool ParseOptions(int argc, char** argv, COptions& options, std::string& sError)
+bool ParseOptions(const std::vector<std::string>& args, COptions& options, std::string& sError)
 {
     const std::map<std::string, CValueParser> valued = ValuedOptions(options);
     const std::map<std::string, bool&> flags = {
         {"--dry-run", options.m_bDryRun}, {"--follow", options.m_bFollow}, {"--help", options.m_bHelp}};
-    options.m_bReport = argc > 1 && argv[1] == std::string("report");
+    options.m_bReport = args.size() > 1 && args[1] == "report";
     bool bHasFile = options.m_bReport; // none is read
-    for (int i = options.m_bReport ? 2 : 1; i < argc; ++i)
+    for (std::size_t i = options.m_bReport ? 2 : 1; i < args.size(); ++i)
     {
-        const std::string sArgument = argv[i];
+        const std::string& sArgument = args[i];
         const auto it = valued.find(sArgument);
         if (it != valued.end())
         {
-            if (i + 1 == argc)
+            if (i + 1 == args.size())
                 return sError = sArgument + " needs a value", false;
-            if (!it->second(argv[++i]))
-                return sError = "bad value '" + std::string(argv[i]) + "' for " + sArgument, false;
+            if (!it->second(args[++i]))
+                return sError = "bad value '" + args[i] + "' for " + sArgument, false;
         }
         else if (const auto flag = flags.find(sArgument); flag != flags.end())
             flag->second = true;
@@ -113,7 +122,7 @@ bool ParseOptions(int argc, char** argv, COptions& options, std::string& sError)
             return sError = "one file too many: " + sArgument, false;
         else
         {
-            options.m_sInput = sArgument;
+            options.m_Input = ToPath(sArgument);
             bHasFile = true;
         }
     }

@@ -1,6 +1,7 @@
 #include "packagelog.h"
 
 #include "input.h"
+#include "utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -82,7 +83,7 @@ struct CRotatedName
 
 CRotatedName Split(const std::filesystem::path& file)
 {
-    std::string sName = file.filename().string();
+    std::string sName = ToUTF8(file.filename());
     if (sName.ends_with(".gz"))
         sName.resize(sName.size() - 3);
     const std::size_t nDot = sName.rfind('.');
@@ -166,7 +167,7 @@ std::filesystem::path PredecessorOf(const std::filesystem::path& file)
     for (const char* sEnd : {"", ".gz"})
     {
         const auto sName = name.m_sLog + '.' + std::to_string(name.m_nRotation + 1) + sEnd;
-        const auto predecessor = file.parent_path() / sName;
+        const auto predecessor = file.parent_path() / ToPath(sName);
         if (std::filesystem::is_regular_file(predecessor, error))
             return predecessor;
     }

@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
+
+/// What main was given, as UTF-8: Windows' own narrow arguments have lost what the code page lacks.
+std::vector<std::string> CommandLine(int argc, char** argv);
 
 /// The request to end: Ctrl-C and SIGTERM, on Windows the console's events. The second one ends the program
 /// at once, as if nobody listened.
@@ -16,7 +20,7 @@ public:
     static bool IsRequested();
     /// Waits for a request, at most \p nMilliseconds; true when there is one.
     static bool Wait(unsigned nMilliseconds);
-    /// 130 for Ctrl-C, 143 for the rest, 0 without a request.
+    /// 130 for Ctrl-C and Ctrl-Break, 143 for the rest, 0 without a request.
     static int ExitStatus();
 };
 

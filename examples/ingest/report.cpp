@@ -57,8 +57,8 @@ void GatherStatements(const COptions& options, CReport& report)
 {
     std::vector<fs::path> files;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(options.m_sLogDir, error))
-        if (entry.path().filename().string().starts_with("ingest_W"))
+    for (const auto& entry : fs::directory_iterator(options.m_LogDir, error))
+        if (ToUTF8(entry.path().filename()).starts_with("ingest_W"))
             files.push_back(entry.path());
     std::ranges::sort(files); // by week
     for (const fs::path& file : files)

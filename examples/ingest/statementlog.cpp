@@ -2,6 +2,7 @@
 
 #include "platform.h"
 #include "session.h"
+#include "utf8.h"
 
 #include <orvcomtypes/lqexcept.h>
 
@@ -43,12 +44,12 @@ bool CStatementLog::Open(const fs::path& folder, std::string& sError)
     m_sFormat += (full / "ingest.log").string<WCHAR>().c_str();
     m_File = FileNow();
     if (!std::ofstream(m_File, std::ios::app | std::ios::binary))
-        return sError = "cannot write the log file " + m_File.string(), m_File.clear(), false;
+        return sError = "cannot write the log file " + ToUTF8(m_File), m_File.clear(), false;
     m_nOffset = fs::file_size(m_File, error);
     const std::string sPrefix = "ingest[" + std::to_string(ProcessNumber()) + ']';
     m_sHead = "> " + sPrefix + ' ';
     if (!m_Log.InitFileLog(m_sFormat, c_nOptions, COrvStr(sPrefix.c_str())))
-        return sError = "cannot open the log " + m_File.string(), false;
+        return sError = "cannot open the log " + ToUTF8(m_File), false;
     m_Log.SetFileOption(lqfUTF8, 1); // what was stored, in whatever locale
     return true;
 }

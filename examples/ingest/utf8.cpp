@@ -16,3 +16,14 @@ std::string ToUTF8(const WCHAR* sText)
     ToUTF8(sText, std::char_traits<WCHAR>::length(sText), sBytes);
     return sBytes;
 }
+
+std::string ToUTF8(const std::filesystem::path& path)
+{
+    const std::u8string sBytes = path.u8string();
+    return std::string(sBytes.begin(), sBytes.end());
+}
+
+std::filesystem::path ToPath(const std::string& sUTF8)
+{
+    return std::filesystem::path(std::u8string(sUTF8.begin(), sUTF8.end()));
+}

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-using ChildArguments = std::vector<std::string>;
+using ChildArguments = std::vector<std::string>; ///< UTF-8
 inline constexpr std::string_view kChildSwitch = "--child";
 
 struct ChildResult
@@ -45,6 +45,8 @@ public:
     /// output. A line that the child writes on reaching a point is the latch that replaces waiting for some
     /// time.
     std::string ReadLine();
+    /// What the system calls the process by: its handle, on POSIX its number.
+    std::intptr_t Process() const { return m_hProcess; }
     /// Ends the process at once, as a power cut would.
     void Kill();
     /// Reads the output to its end and waits for the process; once.

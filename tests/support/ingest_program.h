@@ -38,6 +38,13 @@ inline std::string Line(std::string sName, std::size_t nValue)
     return sName + ' ' + std::to_string(nValue) + '\n';
 }
 
+/// A file's name as an argument and in what the service prints.
+inline std::string Name(const std::filesystem::path& file)
+{
+    const std::u8string sName = file.u8string();
+    return std::string(sName.begin(), sName.end());
+}
+
 inline ChildProgram IngestProgram()
 {
     const auto test = TestProgram();
@@ -60,7 +67,7 @@ protected:
     {
         ChildArguments args{"--database", m_Database.string(), "--log-dir", (m_Dir / "log").string()};
         args.insert(args.end(), more.begin(), more.end());
-        args.push_back(m_Input.string());
+        args.push_back(Name(m_Input));
         return args;
     }
 

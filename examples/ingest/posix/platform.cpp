@@ -36,6 +36,11 @@ bool WaitForInput(int iFile, int iMilliseconds)
 
 } // namespace
 
+std::vector<std::string> CommandLine(int argc, char** argv)
+{
+    return {argv, argv + argc};
+}
+
 void CStop::Install()
 {
     if (pipe2(g_wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)

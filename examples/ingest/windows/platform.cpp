@@ -1,8 +1,10 @@
 #include "../platform.h"
+#include "../utf8.h"
 
 #include <windows.h>
 
 #include <io.h>
+#include <shellapi.h>
 
 #include <atomic>
 
@@ -43,6 +45,17 @@ HANDLE OpenToRead(const std::filesystem::path& path)
 
 } // namespace
 
+std::vector<std::string> CommandLine(int, char**)
+{
+    int nCount = 0;
+    wchar_t** const psArguments = CommandLineToArgvW(GetCommandLineW(), &nCount);
+    std::vector<std::string> args;
+    for (int i = 0; i < nCount; ++i)
+        args.push_back(ToUTF8(psArguments[i]));
+    LocalFree(psArguments);
+    return args;
+}
+
 void CStop::Install()
 {
     g_hStop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -69,10 +82,10 @@ bool CInputFile::Open(const std::filesystem::path& path, bool, std::string& sErr
 {
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
-        return sError = path.string() + " is a folder; name the log in it", false;
+        return sError = ToUTF8(path) + " is a folder; name the log in it", false;
     const HANDLE hFile = OpenToRead(path);
     if (hFile == INVALID_HANDLE_VALUE)
-        return sError = "cannot read " + path.string() + ": error " + std::to_string(GetLastError()), false;
+        return sError = "cannot read " + ToUTF8(path) + ": error " + std::to_string(GetLastError()), false;
     Close();
     m_hFile = reinterpret_cast<std::intptr_t>(hFile);
     return true;

@@ -10,6 +10,11 @@ HANDLE AsHandle(std::intptr_t h)
 {
     return reinterpret_cast<HANDLE>(h);
 }
+
+std::wstring Widen(const std::string& sUTF8)
+{
+    return std::filesystem::path(std::u8string(sUTF8.begin(), sUTF8.end())).wstring();
+}
 } // namespace
 
 CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& args)
@@ -18,7 +23,7 @@ CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& 
     const std::wstring sProgram = program.m_Path.wstring();
     std::wstring sCommand = L'"' + sProgram + L'"';
     for (const auto& sArgument : args)
-        sCommand += L" \"" + std::wstring(sArgument.begin(), sArgument.end()) + L'"';
+        sCommand += L" \"" + Widen(sArgument) + L'"';
 
     SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
     HANDLE hRead = nullptr;
