@@ -300,7 +300,7 @@ std::string ReadBytes(const std::string& sFile)
 
 } // namespace
 
-std::optional<std::vector<ZoneOffset>> ReadZoneFile(const std::string& sId, year last)
+std::optional<std::vector<ZoneOffset>> ReadZoneFile(const std::string& sId, year lastYear)
 try
 {
     const char* sFolder = std::getenv("TZDIR");
@@ -308,7 +308,7 @@ try
         sFolder = "/usr/share/zoneinfo";
     if (!IsZoneId(sId))
         return std::nullopt;
-    return CZoneFile(ReadBytes(std::string(sFolder) + '/' + sId)).Read(last);
+    return CZoneFile(ReadBytes(std::string(sFolder) + '/' + sId)).Read(lastYear);
 }
 catch (const CBadZoneFile&)
 {
