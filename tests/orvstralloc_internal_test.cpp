@@ -138,7 +138,7 @@ TEST(OrvStrAlloc, BuffersOfNoKindAreReportedAndDropped)
 /// Texts of a program's static objects, which are released after everything else.
 ORV_CHILD(ReleaseAfterTheEnd)
 {
-    std::vector<WCHAR*> held;
+    static std::vector<WCHAR*>& held = *new std::vector<WCHAR*>; // what is released too late is never freed
     for (const unsigned nLen : {20u, 40u, 150u, 400u, 900u})
         for (int i = 0; i < 3; ++i)
             held.push_back(OCT::NewStr(nLen));
