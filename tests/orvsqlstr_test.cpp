@@ -17,6 +17,7 @@ Text Bound(const Value& value)
 {
     COrvSQLStr sql;
     sql& value;
+    EXPECT_GE(ORVS_GetAllocLen(sql), sizeof(WCHAR) * (sql.Length() + 1)); // reserved before it was written
     return TextOf(sql);
 }
 
@@ -133,7 +134,7 @@ TEST(OrvSqlStr, NoTextEscapesItsLiteral)
     constexpr TextView units = ORVTEXT("abcdefgh''\\\"-;% N\n\xD83D\x2019\x02BC\xFF07\x0127");
     for (int i = 0; i < 2000; ++i)
     {
-        Text text(random.UpTo(1) != 0 ? random.UpTo(60) : random.UpTo(1200), 0);
+        Text text(random.UpTo(1) != 0 ? random.UpTo(60) : random.UpTo(4000), 0);
         for (WCHAR& c : text)
             c = units[random.UpTo(units.size() - 1)];
         const unsigned nMaxLen = random.UpTo(1) * random.UpTo(70);
