@@ -1,7 +1,7 @@
 #include "commands.h"
 
+#include "registry/registrytext.h"
 #include "registrykey.h"
-#include "registrytext.h"
 #include "valuetext.h"
 
 #include "orvcomtypes/lqsettings.h"

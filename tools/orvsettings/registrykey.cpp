@@ -1,6 +1,6 @@
 #include "registrykey.h"
 
-#include "registrytext.h"
+#include "registry/registrytext.h"
 
 const CScope g_userScope = {HKEY_CURRENT_USER, "user", "HKEY_CURRENT_USER"};
 const CScope g_machineScope = {HKEY_LOCAL_MACHINE, "machine", "HKEY_LOCAL_MACHINE"};

@@ -2,7 +2,7 @@
 //
 // The critical section is on the hot path of every pool, so entering and leaving a free one is inlined: one
 // compare-exchange in, one plain store out. What a plain store cannot do, wake a sleeper, is arranged by the
-// sleeper (see port/src/sync.cpp).
+// sleeper (see port/src/threads/sync.cpp).
 #pragma once
 
 #include "orvport/error.h"

@@ -1,0 +1,9 @@
+#include "files/handle.h"
+
+BOOL CloseHandle(HANDLE hObject) noexcept
+{
+    auto* pObject = CPortObject::Of<CPortObject>(hObject);
+    if (pObject)
+        pObject->Release();
+    return pObject != nullptr;
+}

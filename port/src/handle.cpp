@@ -1,9 +1,0 @@
-#include "handle.h"
-
-BOOL CloseHandle(HANDLE hObject) noexcept
-{
-    auto* pObject = CPortObject::Of<CPortObject>(hObject);
-    if (pObject)
-        pObject->Release();
-    return pObject != nullptr;
-}

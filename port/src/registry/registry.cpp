@@ -1,0 +1,437 @@
+#include "registry/registryapi.h"
+#include "registry/registryhive.h"
+#include "registry/registryzones.h"
+#include "threads/portlock.h"
+
+#include <cstring>
+#include <memory>
+#include <new>
+#include <unordered_map>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace OrvPort
+{
+namespace
+{
+
+constexpr std::size_t g_nMaxKeyName = 255;
+
+struct CRegKey
+{
+    CRegHive* m_pHive;
+    CRegString m_sPath;
+    REGSAM m_samGranted;
+    std::vector<CRegEntry> m_served = {}; ///< values of a key that is in no file
+
+    bool MayNot(REGSAM sam) const { return (m_samGranted & sam) != sam; }
+    /// A handle outlives its key; the hive itself is always there.
+    bool IsGone(const CRegDocument& document) const { return m_served.empty() && !document.HasKey(m_sPath); }
+    const CRegEntry* FindValue(const CRegDocument& document, CRegView sName) const;
+};
+
+const CRegEntry* CRegKey::FindValue(const CRegDocument& document, CRegView sName) const
+{
+    const CRegString sFolded = FoldRegName(sName);
+    for (const CRegEntry& entry : m_served)
+        if (entry.IsNamed(sFolded))
+            return &entry;
+    return document.FindValue(m_sPath, sName);
+}
+
+using CRegKeyPtr = std::shared_ptr<const CRegKey>;
+
+std::string Environment(const char* sName)
+{
+    const char* sValue = secure_getenv(sName);
+    return sValue == nullptr ? std::string() : std::string(sValue);
+}
+
+std::string HomeFolder()
+{
+    if (std::string sHome = Environment("HOME"); !sHome.empty())
+        return sHome;
+    passwd entry;
+    passwd* pEntry = nullptr;
+    char sBuffer[4096];
+    getpwuid_r(geteuid(), &entry, sBuffer, sizeof sBuffer, &pEntry);
+    return pEntry == nullptr ? std::string() : std::string(pEntry->pw_dir);
+}
+
+std::string UserHiveFile()
+{
+    if (std::string sFile = Environment("ORVCOMTYPES_USER_HIVE"); !sFile.empty())
+        return sFile;
+    std::string sFolder = Environment("XDG_CONFIG_HOME");
+    // A relative folder is to be ignored there.
+    if (!sFolder.starts_with('/'))
+        sFolder = HomeFolder() + "/.config";
+    return sFolder + "/orvcomtypes/user.reg";
+}
+
+std::string MachineHiveFile()
+{
+    const std::string sFile = Environment("ORVCOMTYPES_MACHINE_HIVE");
+    return sFile.empty() ? "/etc/orvcomtypes/machine.reg" : sFile;
+}
+
+class CRegistry
+{
+public:
+    CRegistry();
+    /// Outlives every static object, because static destructors still report and read settings.
+    static CRegistry& Get();
+
+    HKEY Add(CRegKey key);
+    CRegKeyPtr Find(HKEY hKey);
+    bool Remove(HKEY hKey);
+    /// Gives the key the values that stand in for those of a file, when it is one that has such and is only
+    /// read.
+    bool Serve(CRegKey& key) const;
+    void ForgetFiles();
+    void LockAll();
+
+private:
+    CRegHive m_user;
+    CRegHive m_machine;
+    CPortLock m_lock;
+    ULONG_PTR m_nLastHandle = 0;
+    std::unordered_map<ULONG_PTR, CRegKeyPtr> m_keys;
+    CRegKeyPtr m_pUserKey;
+    CRegKeyPtr m_pMachineKey;
+};
+
+CRegistry::CRegistry()
+    : m_user(u"HKEY_CURRENT_USER", u"HKCU", UserHiveFile, true),
+      m_machine(u"HKEY_LOCAL_MACHINE", u"HKLM", MachineHiveFile, false),
+      m_pUserKey(std::make_shared<CRegKey>(CRegKey{&m_user, {}, KEY_ALL_ACCESS, {}})),
+      m_pMachineKey(std::make_shared<CRegKey>(CRegKey{&m_machine, {}, KEY_ALL_ACCESS, {}}))
+{
+    m_lock.HoldAtFork();
+}
+
+CMadeOnce<CRegistry> g_registry;
+
+CRegistry& CRegistry::Get()
+{
+    return const_cast<CRegistry&>(g_registry.Get());
+}
+
+/// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
+/// Threads that still run while the process exits end here: the locks are not given back.
+[[gnu::destructor(101)]] void DestroyRegistry()
+{
+    if (g_registry.Peek() == nullptr)
+        return;
+    CRegistry::Get().LockAll();
+    CRegistry::Get().~CRegistry();
+}
+
+HKEY CRegistry::Add(CRegKey key)
+{
+    const std::lock_guard guard(m_lock);
+    m_nLastHandle += 4;
+    m_keys.emplace(m_nLastHandle, std::make_shared<CRegKey>(std::move(key)));
+    return reinterpret_cast<HKEY>(m_nLastHandle);
+}
+
+CRegKeyPtr CRegistry::Find(HKEY hKey)
+{
+    const std::lock_guard guard(m_lock);
+    if (hKey == HKEY_CURRENT_USER)
+        return m_pUserKey;
+    if (hKey == HKEY_LOCAL_MACHINE)
+        return m_pMachineKey;
+    const auto it = m_keys.find(reinterpret_cast<ULONG_PTR>(hKey));
+    return it == m_keys.end() ? nullptr : it->second;
+}
+
+bool CRegistry::Remove(HKEY hKey)
+{
+    const std::lock_guard guard(m_lock);
+    return m_keys.erase(reinterpret_cast<ULONG_PTR>(hKey)) != 0;
+}
+
+bool CRegistry::Serve(CRegKey& key) const
+{
+    if (key.m_pHive == &m_machine && (key.m_samGranted & (KEY_SET_VALUE | KEY_CREATE_SUB_KEY)) == 0)
+        key.m_served = ServeZoneKey(key.m_sPath);
+    return !key.m_served.empty();
+}
+
+void CRegistry::ForgetFiles()
+{
+    m_user.ForgetFile();
+    m_machine.ForgetFile();
+}
+
+void CRegistry::LockAll()
+{
+    m_lock.lock();
+    m_user.Lock().lock();
+    m_machine.Lock().lock();
+}
+
+/// Runs \p call with the key of a handle; exceptions end here.
+template <class Fn>
+LSTATUS WithKey(HKEY hKey, Fn&& call) noexcept
+{
+    try
+    {
+        const CRegKeyPtr pKey = CRegistry::Get().Find(hKey);
+        return pKey == nullptr ? ERROR_INVALID_HANDLE : call(*pKey);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+}
+
+/// Adds a sub-key name to a path, as the system reads it: repeated and trailing backslashes count once.
+LSTATUS JoinPath(CRegString& sPath, LPCWSTR sSubKey)
+{
+    CRegView sRest = sSubKey == nullptr ? CRegView() : CRegView(sSubKey);
+    if (sRest.starts_with(WCHAR('\\')))
+        return ERROR_BAD_PATHNAME;
+    while (!sRest.empty())
+    {
+        const std::size_t nEnd = sRest.find(WCHAR('\\'));
+        const CRegView sPart = sRest.substr(0, nEnd);
+        // A line end cannot be written in the text of a hive.
+        if (sPart.size() > g_nMaxKeyName || sPart.find_first_of(u"\r\n") != sPart.npos)
+            return ERROR_INVALID_PARAMETER;
+        if (!sPart.empty())
+            sPath.append(sPath.empty() ? 0 : 1, WCHAR('\\')).append(sPart);
+        sRest.remove_prefix(nEnd == sRest.npos ? sRest.size() : nEnd + 1);
+    }
+    return ERROR_SUCCESS;
+}
+
+CRegView ViewOf(LPCWSTR s)
+{
+    return s == nullptr ? CRegView() : CRegView(s);
+}
+
+/// Hands out a name with its terminator; the count is without it.
+LSTATUS DeliverName(CRegView sName, LPWSTR lpName, LPDWORD lpcchName)
+{
+    if (*lpcchName <= sName.size())
+        return ERROR_MORE_DATA;
+    sName.copy(lpName, sName.size());
+    lpName[sName.size()] = 0;
+    *lpcchName = static_cast<DWORD>(sName.size());
+    return ERROR_SUCCESS;
+}
+
+LSTATUS StoreValue(const CRegKey& key, CRegView sName, DWORD dwType, CRegData data)
+{
+    if (key.MayNot(KEY_SET_VALUE))
+        return ERROR_ACCESS_DENIED;
+    return key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
+        if (key.IsGone(document))
+            return ERROR_KEY_DELETED;
+        const CRegEntry* pEntry = document.FindValue(key.m_sPath, sName);
+        bChanged = pEntry == nullptr || pEntry->m_dwType != dwType || pEntry->m_data != data;
+        if (bChanged)
+            document.SetValue(key.m_sPath, sName, dwType, std::move(data));
+        return ERROR_SUCCESS;
+    });
+}
+
+} // namespace
+
+LSTATUS FetchRegValue(HKEY hKey, CRegView sName, DWORD& dwType, CRegData& data) noexcept
+{
+    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
+        if (key.MayNot(KEY_QUERY_VALUE))
+            return ERROR_ACCESS_DENIED;
+        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
+            if (key.IsGone(document))
+                return ERROR_KEY_DELETED;
+            const CRegEntry* pEntry = key.FindValue(document, sName);
+            if (pEntry == nullptr)
+                return ERROR_FILE_NOT_FOUND;
+            dwType = pEntry->m_dwType;
+            data = pEntry->m_data;
+            return ERROR_SUCCESS;
+        });
+    });
+}
+
+LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBYTE lpData,
+                        LPDWORD lpcbData) noexcept
+{
+    if (lpType != nullptr)
+        *lpType = dwType;
+    if (lpcbData == nullptr)
+        return ERROR_SUCCESS;
+    const DWORD cbRoom = std::exchange(*lpcbData, static_cast<DWORD>(data.size()));
+    if (lpData == nullptr)
+        return ERROR_SUCCESS;
+    if (cbRoom < data.size())
+        return ERROR_MORE_DATA;
+    if (!data.empty())
+        std::memcpy(lpData, data.data(), data.size());
+    return ERROR_SUCCESS;
+}
+
+void ForgetHiveFiles() noexcept
+{
+    CRegistry::Get().ForgetFiles();
+}
+
+} // namespace OrvPort
+
+using namespace OrvPort;
+
+LSTATUS RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, REGSAM samDesired, PHKEY phkResult) noexcept
+{
+    if (phkResult == nullptr)
+        return ERROR_INVALID_PARAMETER;
+    *phkResult = nullptr;
+    return WithKey(hKey, [&](const CRegKey& parent) -> LSTATUS {
+        CRegKey key{parent.m_pHive, parent.m_sPath, samDesired, {}};
+        if (const LSTATUS lStatus = JoinPath(key.m_sPath, lpSubKey); lStatus != ERROR_SUCCESS)
+            return lStatus;
+        const LSTATUS lStatus = key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
+            if (!key.IsGone(document) || CRegistry::Get().Serve(key))
+                return ERROR_SUCCESS;
+            return parent.IsGone(document) ? ERROR_KEY_DELETED : ERROR_FILE_NOT_FOUND;
+        });
+        if (lStatus == ERROR_SUCCESS)
+            *phkResult = CRegistry::Get().Add(std::move(key));
+        return lStatus;
+    });
+}
+
+LSTATUS RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, LPWSTR, DWORD, REGSAM samDesired,
+                        const SECURITY_ATTRIBUTES*, PHKEY phkResult, LPDWORD lpdwDisposition) noexcept
+{
+    if (phkResult == nullptr)
+        return ERROR_INVALID_PARAMETER;
+    *phkResult = nullptr;
+    const LSTATUS lOpen = RegOpenKeyExW(hKey, lpSubKey, 0, samDesired, phkResult);
+    if (lpdwDisposition != nullptr)
+        *lpdwDisposition = REG_OPENED_EXISTING_KEY;
+    if (lOpen != ERROR_FILE_NOT_FOUND)
+        return lOpen;
+    // What the parent was opened for does not matter here, nor where keys are deleted.
+    return WithKey(hKey, [&](const CRegKey& parent) -> LSTATUS {
+        CRegKey key{parent.m_pHive, parent.m_sPath, samDesired, {}};
+        JoinPath(key.m_sPath, lpSubKey);
+        const LSTATUS lStatus = key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
+            if (parent.IsGone(document))
+                return ERROR_KEY_DELETED;
+            bChanged = key.IsGone(document);
+            if (bChanged && lpdwDisposition != nullptr)
+                *lpdwDisposition = REG_CREATED_NEW_KEY;
+            document.CreateKey(key.m_sPath);
+            return ERROR_SUCCESS;
+        });
+        if (lStatus == ERROR_SUCCESS)
+            *phkResult = CRegistry::Get().Add(std::move(key));
+        return lStatus;
+    });
+}
+
+LSTATUS RegCloseKey(HKEY hKey) noexcept
+{
+    if (hKey == HKEY_CURRENT_USER || hKey == HKEY_LOCAL_MACHINE)
+        return ERROR_SUCCESS;
+    return CRegistry::Get().Remove(hKey) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
+
+LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD, LPDWORD lpType, LPBYTE lpData,
+                         LPDWORD lpcbData) noexcept
+{
+    if (lpData != nullptr && lpcbData == nullptr)
+        return ERROR_INVALID_PARAMETER;
+    DWORD dwType = 0;
+    CRegData data;
+    const LSTATUS lStatus = FetchRegValue(hKey, ViewOf(lpValueName), dwType, data);
+    return lStatus != ERROR_SUCCESS ? lStatus : DeliverRegValue(dwType, data, lpType, lpData, lpcbData);
+}
+
+LSTATUS RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD, DWORD dwType, const BYTE* lpData,
+                       DWORD cbData) noexcept
+{
+    if (lpData == nullptr && cbData != 0)
+        return ERROR_NOACCESS;
+    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
+        return StoreValue(key, ViewOf(lpValueName), dwType, CRegData(lpData, lpData + cbData));
+    });
+}
+
+LSTATUS RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) noexcept
+{
+    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
+        if (key.MayNot(KEY_SET_VALUE))
+            return ERROR_ACCESS_DENIED;
+        return key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
+            if (key.IsGone(document))
+                return ERROR_KEY_DELETED;
+            if (document.FindValue(key.m_sPath, ViewOf(lpValueName)) == nullptr)
+                return ERROR_FILE_NOT_FOUND;
+            bChanged = true;
+            document.DeleteValue(key.m_sPath, ViewOf(lpValueName));
+            return ERROR_SUCCESS;
+        });
+    });
+}
+
+LSTATUS RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey) noexcept
+{
+    return WithKey(hKey, [&](const CRegKey& parent) -> LSTATUS {
+        CRegString sPath = parent.m_sPath;
+        if (const LSTATUS lStatus = JoinPath(sPath, lpSubKey); lStatus != ERROR_SUCCESS)
+            return lStatus;
+        return parent.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
+            if (!document.HasKey(sPath))
+                return parent.IsGone(document) ? ERROR_KEY_DELETED : ERROR_FILE_NOT_FOUND;
+            if (sPath.empty() || document.ChildName(sPath, 0))
+                return ERROR_ACCESS_DENIED;
+            bChanged = true;
+            document.DeleteKey(sPath);
+            return ERROR_SUCCESS;
+        });
+    });
+}
+
+LSTATUS RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD, LPWSTR, LPDWORD,
+                      FILETIME*) noexcept
+{
+    if (lpName == nullptr || lpcchName == nullptr)
+        return ERROR_INVALID_PARAMETER;
+    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
+        if (key.MayNot(KEY_ENUMERATE_SUB_KEYS))
+            return ERROR_ACCESS_DENIED;
+        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
+            if (key.IsGone(document))
+                return ERROR_KEY_DELETED;
+            const std::optional<CRegString> sName = document.ChildName(key.m_sPath, dwIndex);
+            return sName ? DeliverName(*sName, lpName, lpcchName) : ERROR_NO_MORE_ITEMS;
+        });
+    });
+}
+
+LSTATUS RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD,
+                      LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) noexcept
+{
+    if (lpValueName == nullptr || lpcchValueName == nullptr || (lpData != nullptr && lpcbData == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
+        if (key.MayNot(KEY_QUERY_VALUE))
+            return ERROR_ACCESS_DENIED;
+        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
+            if (key.IsGone(document))
+                return ERROR_KEY_DELETED;
+            const CRegEntry* pEntry = document.ValueAt(key.m_sPath, dwIndex);
+            if (pEntry == nullptr)
+                return ERROR_NO_MORE_ITEMS;
+            const LSTATUS lName = DeliverName(pEntry->m_sName, lpValueName, lpcchValueName);
+            const LSTATUS lData = DeliverRegValue(pEntry->m_dwType, pEntry->m_data, lpType, lpData, lpcbData);
+            return lName != ERROR_SUCCESS ? lName : lData;
+        });
+    });
+}

@@ -1,0 +1,393 @@
+// CompareStringW through ICU's collator for the locale of the environment, with Windows' equalities on top.
+#include "text/collationtable.h"
+#include "text/nlslocale.h"
+#include "threads/portlock.h"
+
+#include <unicode/uchar.h>
+#include <unicode/ucol.h>
+#include <unicode/uloc.h>
+#include <unicode/utf16.h>
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <emmintrin.h>
+
+namespace
+{
+
+// Characters that equal two others, case for case, in every locale that sorts them as these two.
+struct CExpansion
+{
+    WCHAR m_cChar;
+    WCHAR m_aUnits[2];
+};
+
+constexpr CExpansion c_Expansions[] = {
+    {0x00DF, {u's', u's'}}, {0x00C6, {u'A', u'E'}}, {0x00E6, {u'a', u'e'}},
+    {0x0152, {u'O', u'E'}}, {0x0153, {u'o', u'e'}},
+};
+
+WCHAR FoldUnit(WCHAR c)
+{
+    const UChar32 cFolded = u_foldCase(c, U_FOLD_CASE_DEFAULT);
+    return cFolded <= 0xFFFF ? static_cast<WCHAR>(cFolded) : c;
+}
+
+// A copy of a text in other units, on the stack while it is short.
+class CScratch
+{
+public:
+    explicit CScratch(std::size_t nRoom) : m_pHeap(nRoom > c_nInline ? new WCHAR[nRoom] : nullptr) {}
+
+    void Append(WCHAR c) { Data()[m_nLength++] = c; }
+    WCHAR* Data() { return m_pHeap ? m_pHeap.get() : m_aInline; }
+    std::size_t Length() const { return m_nLength; }
+
+private:
+    static constexpr std::size_t c_nInline = 512;
+
+    std::size_t m_nLength = 0;
+    std::unique_ptr<WCHAR[]> m_pHeap;
+    WCHAR m_aInline[c_nInline];
+};
+
+struct CText
+{
+    const WCHAR* m_pText;
+    std::size_t m_nLength;
+
+    bool IsEnd(std::size_t i) const { return i == m_nLength; }
+};
+
+// A text whose length is measured only when the collator asks for it.
+struct CTerminated
+{
+    const WCHAR* m_pText;
+
+    bool IsEnd(std::size_t i) const { return !m_pText[i]; }
+    operator CText() const { return {m_pText, std::char_traits<WCHAR>::length(m_pText)}; }
+};
+
+// Who is just using ICU's collator, counted on several lines of memory so that threads do not meet there.
+class CReaders
+{
+public:
+    class CScope
+    {
+    public:
+        explicit CScope(CReaders& readers) noexcept
+            : m_nCount(readers.m_aCounts[CPortThread::Self() / 4096 % std::size(readers.m_aCounts)].m_nCount)
+        {
+            ++m_nCount;
+        }
+        CScope(const CScope&) = delete;
+        CScope& operator=(const CScope&) = delete;
+        ~CScope() { --m_nCount; }
+
+    private:
+        std::atomic<unsigned>& m_nCount;
+    };
+
+    // Waits until all have left who came before.
+    void Drain() noexcept
+    {
+        for (CCount& count : m_aCounts)
+            while (count.m_nCount != 0)
+                ::Sleep(0);
+    }
+
+private:
+    struct alignas(64) CCount
+    {
+        std::atomic<unsigned> m_nCount = 0;
+    };
+
+    CCount m_aCounts[8];
+};
+
+constinit CReaders g_readers;
+// Closed at the end, while threads may go on comparing: they then find null.
+std::atomic<UCollator*> g_pCollator;
+
+// Runs after the destructors of static objects, when the library is unloaded and at exit alike.
+[[gnu::destructor(102)]] void CloseCollator()
+{
+    UCollator* const pCollator = g_pCollator.exchange(nullptr);
+    g_readers.Drain();
+    ucol_close(pCollator);
+}
+
+// ICU's caches are its own: where it were unloaded along with us, each load would leave a set of them behind.
+[[gnu::constructor]] void KeepIcuLoaded()
+{
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&ucol_open), &info))
+        dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+// The collation of the process; const, hence shared by all threads without a lock.
+class CCollation
+{
+public:
+    CCollation();
+
+    template <class Text>
+    int Compare(Text a, Text b, bool bNoCase) const;
+
+private:
+    static bool IsPrimaryEqual(const UCollator* pCollator, const CExpansion& expansion);
+    int CompareByCollator(CText a, CText b, bool bNoCase) const;
+    bool NeedsMapping(CText text) const;
+    const CExpansion* FindExpansion(WCHAR c) const;
+    CText Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const;
+
+    bool m_bTables = false;
+    CExpansion m_aExpansions[std::size(c_Expansions)];
+    std::size_t m_nExpansions = 0;
+    CCollationTable m_Table;
+    CCollationTable m_TableNoCase;
+};
+
+CCollation::CCollation()
+{
+    char sName[ULOC_FULLNAME_CAPACITY];
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<UCollator, void (*)(UCollator*)> pCollator(
+        ucol_open(EnvironmentLocale("LC_COLLATE", sName, sizeof sName), &status), ucol_close);
+    ucol_setAttribute(pCollator.get(), UCOL_STRENGTH, UCOL_TERTIARY, &status);
+    ucol_setAttribute(pCollator.get(), UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
+    ucol_setAttribute(pCollator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+    ucol_setAttribute(pCollator.get(), UCOL_CASE_LEVEL, UCOL_OFF, &status);
+    if (U_FAILURE(status))
+        throw std::runtime_error("ICU lacks a collator");
+    for (const CExpansion& expansion : c_Expansions)
+        if (IsPrimaryEqual(pCollator.get(), expansion))
+            m_aExpansions[m_nExpansions++] = expansion;
+    // Backward secondary weights would not lie side by side.
+    m_bTables = ucol_getAttribute(pCollator.get(), UCOL_FRENCH_COLLATION, &status) == UCOL_OFF;
+    m_Table.Read(pCollator.get());
+    m_TableNoCase.ReadMapped(m_Table, FoldUnit);
+    g_pCollator = pCollator.release();
+}
+
+bool CCollation::IsPrimaryEqual(const UCollator* pCollator, const CExpansion& expansion)
+{
+    std::uint8_t aKeys[2][64] = {};
+    ucol_getSortKey(pCollator, &expansion.m_cChar, 1, aKeys[0], 64);
+    ucol_getSortKey(pCollator, expansion.m_aUnits, 2, aKeys[1], 64);
+    const auto PrimaryLength = [](const std::uint8_t* pKey) {
+        return std::strcspn(reinterpret_cast<const char*>(pKey), "\x01");
+    };
+    const std::size_t n = PrimaryLength(aKeys[0]);
+    return n == PrimaryLength(aKeys[1]) && !std::memcmp(aKeys[0], aKeys[1], n);
+}
+
+const CExpansion* CCollation::FindExpansion(WCHAR c) const
+{
+    if (c < 0x00C6 || c > 0x0153)
+        return nullptr;
+    for (std::size_t i = 0; i < m_nExpansions; ++i)
+        if (m_aExpansions[i].m_cChar == c)
+            return &m_aExpansions[i];
+    return nullptr;
+}
+
+bool CCollation::NeedsMapping(CText text) const
+{
+    for (std::size_t i = 0; i < text.m_nLength; ++i)
+        if (FindExpansion(text.m_pText[i]))
+            return true;
+    return false;
+}
+
+// The text that the collator compares: case-folded and expanded where needed, else the text itself.
+CText CCollation::Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const
+{
+    if (!bNoCase && !NeedsMapping(text))
+        return text;
+    scratch.emplace(2 * text.m_nLength);
+    const auto Append = [&](UChar32 c) {
+        if (c > 0xFFFF)
+        {
+            scratch->Append(U16_LEAD(c));
+            scratch->Append(U16_TRAIL(c));
+        }
+        else if (const CExpansion* pExpansion = FindExpansion(static_cast<WCHAR>(c)))
+        {
+            scratch->Append(pExpansion->m_aUnits[0]);
+            scratch->Append(pExpansion->m_aUnits[1]);
+        }
+        else
+            scratch->Append(static_cast<WCHAR>(c));
+    };
+    for (std::size_t i = 0; i < text.m_nLength;)
+    {
+        UChar32 c;
+        U16_NEXT(text.m_pText, i, text.m_nLength, c);
+        Append(bNoCase ? u_foldCase(c, U_FOLD_CASE_DEFAULT) : c);
+    }
+    return {scratch->Data(), scratch->Length()};
+}
+
+int CCollation::CompareByCollator(CText a, CText b, bool bNoCase) const
+{
+    std::optional<CScratch> scratchA;
+    std::optional<CScratch> scratchB;
+    a = Map(a, bNoCase, scratchA);
+    b = Map(b, bNoCase, scratchB);
+    if (a.m_nLength > INT_MAX || b.m_nLength > INT_MAX)
+        throw std::bad_alloc();
+    const CReaders::CScope scope(g_readers);
+    const UCollator* const pCollator = g_pCollator;
+    if (!pCollator)
+        throw std::runtime_error("the library is being unloaded");
+    const UCollationResult result = ucol_strcoll(pCollator, a.m_pText, static_cast<int>(a.m_nLength),
+                                                 b.m_pText, static_cast<int>(b.m_nLength));
+    return result == UCOL_LESS ? CSTR_LESS_THAN : result == UCOL_GREATER ? CSTR_GREATER_THAN : CSTR_EQUAL;
+}
+
+// The length of the common beginning.
+std::size_t CommonPrefix(CText a, CText b)
+{
+    const std::size_t nCommon = std::min(a.m_nLength, b.m_nLength);
+    std::size_t i = 0;
+    for (; i + 4 <= nCommon; i += 4)
+    {
+        std::uint64_t nA;
+        std::uint64_t nB;
+        std::memcpy(&nA, a.m_pText + i, 8);
+        std::memcpy(&nB, b.m_pText + i, 8);
+        if (nA != nB)
+            return i + static_cast<std::size_t>(std::countr_zero(nA ^ nB)) / 16;
+    }
+    while (i < nCommon && a.m_pText[i] == b.m_pText[i])
+        ++i;
+    return i;
+}
+
+// Whether eight units can be read there: no terminated text ends in a page and goes on being read in the next
+// one.
+bool IsReadable(const WCHAR* p)
+{
+    return (reinterpret_cast<std::uintptr_t>(p) & 0xFFF) <= 0x1000 - 16;
+}
+
+// Reads past the end of a text, though not of its page; the sanitizers do not know that this is harmless.
+__attribute__((no_sanitize("address", "thread"))) std::size_t CommonPrefix(CTerminated a, CTerminated b)
+{
+    std::size_t i = 0;
+    for (;;)
+    {
+        const WCHAR* const pA = a.m_pText + i;
+        const WCHAR* const pB = b.m_pText + i;
+        if (!IsReadable(pA) || !IsReadable(pB))
+        {
+            if (*pA != *pB || !*pA)
+                return i;
+            ++i;
+            continue;
+        }
+        const __m128i unitsA = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pA));
+        const __m128i unitsB = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pB));
+        const __m128i goesOn =
+            _mm_andnot_si128(_mm_cmpeq_epi16(unitsA, _mm_setzero_si128()), _mm_cmpeq_epi16(unitsA, unitsB));
+        const auto nGoesOn = static_cast<unsigned>(_mm_movemask_epi8(goesOn));
+        if (nGoesOn != 0xFFFF)
+            return i + static_cast<std::size_t>(std::countr_one(nGoesOn)) / 2;
+        i += 8;
+    }
+}
+
+template <class Text>
+int CCollation::Compare(Text a, Text b, bool bNoCase) const
+{
+    const std::size_t nStart = CommonPrefix(a, b);
+    if (a.IsEnd(nStart) && b.IsEnd(nStart))
+        return CSTR_EQUAL;
+    if (m_bTables)
+        if (const int nResult = (bNoCase ? m_TableNoCase : m_Table).Compare(a, b, nStart))
+            return nResult;
+    return CompareByCollator(a, b, bNoCase);
+}
+
+constinit CMadeOnce<CCollation> g_collation;
+constinit std::atomic<int> g_nAsciiOrder =
+    -1; // whether the locale orders ASCII as most do; -1: not yet known
+
+constexpr CAsciiTable c_AsciiTable(false);
+constexpr CAsciiTable c_AsciiTableNoCase(true);
+
+bool HasAsciiOrder()
+{
+    int nAsciiOrder = g_nAsciiOrder.load(std::memory_order_relaxed);
+    if (nAsciiOrder < 0)
+    {
+        char sName[ULOC_FULLNAME_CAPACITY];
+        const std::string_view sLocale = EnvironmentLocale("LC_COLLATE", sName, sizeof sName);
+        const std::string_view sLanguage = sLocale.substr(0, sLocale.find('_'));
+        constexpr std::string_view c_aLanguages[] = {"de", "en", "fr", "it", "nl", "pl", "pt", "ru", "uk"};
+        nAsciiOrder = sLocale.find('@') == sLocale.npos &&
+                      std::ranges::find(c_aLanguages, sLanguage) != std::end(c_aLanguages);
+        g_nAsciiOrder.store(nAsciiOrder, std::memory_order_relaxed);
+    }
+    return nAsciiOrder;
+}
+
+// ASCII is compared without ICU as long as nothing else has been compared: its data take milliseconds to
+// load.
+template <class Text>
+int Compare(Text a, Text b, bool bNoCase)
+{
+    if (!g_collation.Peek() && HasAsciiOrder())
+    {
+        const std::size_t nStart = CommonPrefix(a, b);
+        if (a.IsEnd(nStart) && b.IsEnd(nStart))
+            return CSTR_EQUAL;
+        if (const int nResult = (bNoCase ? c_AsciiTableNoCase : c_AsciiTable).Compare(a, b, nStart))
+            return nResult;
+    }
+    return g_collation.Get().Compare(a, b, bNoCase);
+}
+
+CText TextOf(const WCHAR* p, int n)
+{
+    return {p, n < 0 ? std::char_traits<WCHAR>::length(p) : static_cast<std::size_t>(n)};
+}
+
+} // namespace
+
+int CompareStringW(LCID Locale, DWORD dwCmpFlags, LPCWSTR lpString1, int cchCount1, LPCWSTR lpString2,
+                   int cchCount2) noexcept
+try
+{
+    if (!lpString1 || !lpString2 || (Locale != LOCALE_SYSTEM_DEFAULT && Locale != LOCALE_USER_DEFAULT))
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    if (dwCmpFlags & ~(NORM_IGNORECASE | SORT_STRINGSORT))
+    {
+        SetLastError(ERROR_INVALID_FLAGS);
+        return 0;
+    }
+    const bool bNoCase = dwCmpFlags & NORM_IGNORECASE;
+    if (cchCount1 < 0 && cchCount2 < 0)
+        return Compare(CTerminated{lpString1}, CTerminated{lpString2}, bNoCase);
+    return Compare(TextOf(lpString1, cchCount1), TextOf(lpString2, cchCount2), bNoCase);
+}
+catch (const std::exception&)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return 0;
+}

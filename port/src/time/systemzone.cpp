@@ -1,0 +1,79 @@
+#include "systemzone.h"
+
+#include "threads/portlock.h"
+#include "time/localtime.h"
+#include "zoneperiods.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace
+{
+
+// No zone of the database keeps an offset for less than 95 hours in these years: no change falls between two
+// steps.
+constexpr std::int64_t STEP = 3 * CZonePeriods::DAY;
+
+LONG LibraryOffset(std::int64_t nUtc) noexcept
+{
+    const std::time_t t = nUtc;
+    std::tm fields;
+    return PortLocalTime(t, fields) ? static_cast<LONG>(fields.tm_gmtoff) : 0;
+}
+
+/// The first second after \p nBefore that has the offset of \p nAfter, between the two.
+std::int64_t FindChange(std::int64_t nBefore, std::int64_t nAfter) noexcept
+{
+    const LONG nOffset = LibraryOffset(nBefore);
+    while (nAfter - nBefore > 1)
+    {
+        const std::int64_t nMiddle = nBefore + (nAfter - nBefore) / 2;
+        (LibraryOffset(nMiddle) == nOffset ? nBefore : nAfter) = nMiddle;
+    }
+    return nAfter;
+}
+
+/// The offsets of the system's zone (the variable TZ, else /etc/localtime) with the changes that the tz
+/// database has, read once from the C library.
+CZonePeriods ReadSystemZone()
+{
+    tzset();
+    LONG nOffset = LibraryOffset(CZonePeriods::FIRST);
+    CZonePeriods periods(nOffset);
+    for (std::int64_t nUtc = CZonePeriods::FIRST; nUtc < CZonePeriods::LAST; nUtc += STEP)
+    {
+        const LONG nNext = LibraryOffset(nUtc + STEP);
+        if (nNext == nOffset)
+            continue;
+        // A repeated time is the first of the two. A skipped one is as far behind the change as it would have
+        // been, so that it belongs to its own day also where midnight is skipped.
+        const std::int64_t nChange = FindChange(nUtc, nUtc + STEP);
+        periods.Add(nChange, nChange + std::max(nOffset, nNext), nNext);
+        nOffset = nNext;
+    }
+    periods.Finish();
+    return periods;
+}
+
+struct CSystemZone : CZonePeriods
+{
+    CSystemZone() : CZonePeriods(ReadSystemZone()) {}
+};
+
+const CZonePeriods& SystemZone() noexcept
+{
+    static constinit CMadeOnce<CSystemZone> s_zone;
+    return s_zone.Get();
+}
+
+} // namespace
+
+LONG PortZoneOffset(LONGLONG nUtc) noexcept
+{
+    return SystemZone().OffsetAt(nUtc);
+}
+
+LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
+{
+    return SystemZone().OffsetOfLocal(nLocal);
+}
