@@ -1,5 +1,4 @@
 # Installs the library with its headers, a CMake package (find_package(OrvComTypes)) and a pkg-config file.
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/OrvComTypes)
@@ -14,11 +13,14 @@ else()
     string(APPEND ORV_PC_CFLAGS " -I\${includedir}/orvcomtypes/port")
 endif()
 install(TARGETS orvcomtypes EXPORT OrvComTypes ${header_sets})
-install(EXPORT OrvComTypes NAMESPACE OrvComTypes:: DESTINATION ${package_dir} FILE OrvComTypesConfig.cmake)
+install(EXPORT OrvComTypes NAMESPACE OrvComTypes:: DESTINATION ${package_dir} FILE OrvComTypesTargets.cmake)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 file(RELATIVE_PATH ORV_PC_UP /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)  # the package may be moved as a whole
 configure_file(${CMAKE_CURRENT_LIST_DIR}/orvcomtypes.pc.in ${PROJECT_BINARY_DIR}/orvcomtypes.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake ${CMAKE_CURRENT_LIST_DIR}/OrvComTypesConfig.cmake
+    ${CMAKE_CURRENT_LIST_DIR}/OrvComTypesLanguages.cmake DESTINATION ${package_dir})
+list(TRANSFORM ORV_LANGUAGES REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/resources/orvcomtypes.\\1.rc" OUTPUT_VARIABLE scripts)
+install(FILES ${scripts} DESTINATION ${package_dir}/resources)
 install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 if(NOT WIN32)
     # Where the log viewer lnav looks for the formats of programs.

@@ -61,21 +61,15 @@ TEST(LoadStringRes, AskTheHandlerWhenNoModuleIsGiven)
 {
     CReportCapture capture;
     unsigned nLength = 77;
+    {
+        const CCurrentTestResources current;
+        EXPECT_EQ(ORVTEXT("first"), TextView(LoadStringResImage(nullptr, 1, &nLength), 5));
+        EXPECT_EQ(5u, nLength);
+    }
+    EXPECT_NO_REPORTS(capture);
     EXPECT_EQ(nullptr, LoadStringResImage(nullptr, 1, &nLength));
     EXPECT_EQ(0u, nLength);
     EXPECT_REPORTS(capture, {{"LoadStringResImage", "hInstance == nullptr", "", "loadstrres"}});
-    {
-        const CCurrentTestResources current;
-        EXPECT_EQ(LoadStringResImage(current, 1, nullptr), LoadStringResImage(nullptr, 1, &nLength));
-        EXPECT_EQ(5u, nLength);
-    }
-    EXPECT_EQ(nullptr, CResourceHandler::GetHandle());
-    const CTestResources ofThread;
-    CResourceHandler::SetThreadHandle(ofThread);
-    EXPECT_EQ(ofThread, CResourceHandler::GetHandle());
-    CResourceHandler::DestroyThreadLocal();
-    EXPECT_EQ(nullptr, CResourceHandler::GetHandle());
-    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(LoadDBStringRes, TokensAtTheBeginning)

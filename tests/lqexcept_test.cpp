@@ -1,4 +1,5 @@
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/resourcehandler.h"
 #include "support/debug_capture.h"
 #include "support/report_capture.h"
 #include "support/test_log.h"
@@ -125,6 +126,8 @@ TEST_F(Throw, TellsTheExceptionLogger)
 
 TEST_F(Throw, IsLoggedOnceByTheProcessLogger)
 {
+    CReportCapture capture;
+    CResourceHandler::SetLanguage(ORVTEXT("en"));
     ASSERT_TRUE(InitFileProcessLogger(m_sFile.c_str(), lqlErrors));
     EXPECT_THROW(CLQMessages().GetItem(0), CLQInvalidargExcept);
     const CLQExcept e = Made(ORVTEXT("a"));
@@ -134,10 +137,11 @@ TEST_F(Throw, IsLoggedOnceByTheProcessLogger)
     const std::string sLog = Written();
     static const std::regex s_form(
         R"(=E> <t> Throwing LQ exception: Category: lqeInvalidarg; File: lqmessage \(\d+\); Params: ;\s+)"
-        R"(Formatted: Internal error, invalid resource parameters\. 26006;\s+)"
+        R"(Formatted: The program has made an internal error\.;\s+)"
         R"(=E> <t> Throwing LQ exception: Category: lqeCustom; File: a \(12\).*\s+Formatted: ;\s+)"
         R"(=E> <t> Throwing unknown LQ exception\s+)");
     EXPECT_TRUE(std::regex_match(sLog, s_form)) << sLog;
+    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(ErrorText, OfWindowsAndComErrors)

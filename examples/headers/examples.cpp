@@ -115,6 +115,11 @@ void StringResources()
 #include "loadstrres.inc"
 }
 
+void Languages()
+{
+#include "resourcehandler.inc"
+}
+
 void Messages()
 {
 #include "lqmessage.inc"

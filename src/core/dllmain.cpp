@@ -1,28 +1,21 @@
 #include "core/lifecycle.h"
 #include "core/threadstore.h"
-#include "resources/lqresloader.h"
+#include "resources/languagetable.h"
 
 #include <windows.h>
-
-#include <new>
 
 namespace
 {
 
-CLQResLoader* g_pResLoader = nullptr;
-
 void OnProcessAttach(HINSTANCE hModule)
 {
     RememberOwnModule(hModule);
-    g_pResLoader = new (std::nothrow) CLQResLoader;
-    if (g_pResLoader != nullptr && hModule != nullptr)
-        g_pResLoader->Init(hModule);
+    CLanguageTable::Instance().CreateLoader(hModule);
 }
 
 void OnProcessDetach()
 {
-    delete g_pResLoader;
-    g_pResLoader = nullptr;
+    CLanguageTable::Instance().DestroyLoader();
     CallHook(g_TeardownHooks.m_fnReleaseProcessLogger);
     OCT::CThreadStore::Disable();
     ClearPlexedAllocUninit();

@@ -1,25 +1,51 @@
-// Finds the language library of a module.
+// Finds and opens the language libraries of a module.
 #pragma once
 
-#include "orvcomtypes/lqsettings.h"
+#include "core/fixedline.h"
 
-/// Created at process attach, destroyed at process detach. Empty until `Init`.
+#include <windows.h>
+
+/// What the libraries of a module are called, and the version that they must have.
+struct CLQResName
+{
+    OCT::CFixedLine<WCHAR, 64> m_sName;
+    DWORD m_dwVersion = 0; ///< the major number in the upper half, the minor one in the lower
+};
+
+constexpr DWORD MakeResVersion(WORD wMajor, WORD wMinor)
+{
+    return static_cast<DWORD>(wMajor) << 16 | wMinor;
+}
+
+/// Created at process attach, destroyed at process detach; empty until `Init`. Calls are serialised by the
+/// resource handler.
 class CLQResLoader
 {
 public:
-    /// Remembers the module whose texts the language library holds, and reads the resource options: the
-    /// setting "UseResourceDLL", which is 1 where nobody set it to 0.
-    void Init(HMODULE hModule) noexcept
-    {
-        m_hModule = hModule;
-        m_bUseResourceDLL = GetLQDWORDSettingW(nullptr, ORVTEXT("UseResourceDLL"), 1) != 0;
-    }
+    /// The library's own texts. The resource option, the setting "UseResourceDLL", is read when a library is
+    /// first asked for: most programs that load ours never show a text.
+    void Init(HMODULE hModule) noexcept;
+    /// The texts of another module.
+    void Init(HMODULE hModule, const WCHAR* sName, DWORD dwVersion) noexcept;
 
-    HMODULE GetModule() const noexcept { return m_hModule; }
-    /// Whether the texts come from a library of the language.
-    bool UsesResourceDLL() const noexcept { return m_bUseResourceDLL; }
+    /// Opens the library of exactly this language. Null, and the last error, when there is none that fits.
+    HMODULE Open(const WCHAR* sLanguage) noexcept;
 
 private:
+    enum EUse : char
+    {
+        useUnknown,
+        useNo,
+        useYes
+    };
+
+    bool IsUsed() noexcept;
+    HMODULE OpenFrom(const WCHAR* sFolder, const WCHAR* sLanguage) const noexcept;
+
     HMODULE m_hModule = nullptr;
-    bool m_bUseResourceDLL = false;
+    CLQResName m_owner;
+    EUse m_use = useUnknown;
 };
+
+/// Whether a library that could not be opened may be opened another time.
+bool IsShortOfMemory(DWORD dwError) noexcept;

@@ -2,18 +2,25 @@
 #pragma once
 
 #include "orvcomtypes/resourcehandler.h"
+#include "resourcesuffix.h"
 #include "support/test_environment.h"
+#include "support/text.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+/// A file beside the test programs: the library \p sName without its suffix.
+inline std::filesystem::path LibraryFile(const Text& sName)
+{
+    return TestProgram().parent_path() / (sName + PortResourceSuffix);
+}
+
 /// Loads a resource library for the lifetime of the object; null, and the last error, when that fails.
 class CTestResources
 {
 public:
-    explicit CTestResources(const std::filesystem::path& path = TestProgram().parent_path() /
-                                                                ORV_TEST_STRINGS)
+    explicit CTestResources(const std::filesystem::path& path = LibraryFile(ORVTEXT("test_strings.en")))
         : m_hModule(LoadLibraryExW(path.string<WCHAR>().c_str(), nullptr,
                                    LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE))
     {
@@ -28,10 +35,16 @@ private:
     HMODULE m_hModule;
 };
 
-/// The same as the library of the current language.
-class CCurrentTestResources : public CTestResources
+/// The same library as the process's language, and no language afterwards.
+class CCurrentTestResources
 {
 public:
-    CCurrentTestResources() { CResourceHandler::SetHandle(*this); }
+    CCurrentTestResources()
+    {
+        CResourceHandler::SetOwner(nullptr, ORVTEXT("test_strings"), 1, 0);
+        EXPECT_TRUE(CResourceHandler::SetLanguage(ORVTEXT("en")));
+    }
+    CCurrentTestResources(const CCurrentTestResources&) = delete;
+    CCurrentTestResources& operator=(const CCurrentTestResources&) = delete;
     ~CCurrentTestResources() { CResourceHandler::DestroyGlobal(); }
 };

@@ -53,3 +53,11 @@ int GetNumberFormatW(LCID Locale, DWORD dwFlags, LPCWSTR lpValue, std::nullptr_t
 
 /// LOCALE_USER_DEFAULT: locales have names here, not numbers.
 LCID GetUserDefaultLCID() noexcept;
+
+#define LOCALE_NAME_MAX_LENGTH 85
+#define MUI_LANGUAGE_NAME 0x00000008u
+
+/// The names of the languages that the user prefers, each terminated, and an empty one; \p dwFlags is
+/// MUI_LANGUAGE_NAME.
+BOOL GetUserPreferredUILanguages(DWORD dwFlags, ULONG* pulNumLanguages, LPWSTR pwszLanguagesBuffer,
+                                 ULONG* pcchLanguagesBuffer) noexcept;

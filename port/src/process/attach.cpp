@@ -7,7 +7,6 @@
 // tidy up as at an unload.
 #include <windows.h>
 
-#include "registry/registryapi.h"
 #include "threads/threadhooks.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
@@ -25,12 +24,7 @@ HMODULE OwnModule()
 
 struct CAttachment
 {
-    CAttachment()
-    {
-        DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr);
-        // What the library read at attach does not count as the program's first access.
-        OrvPort::ForgetHiveFiles();
-    }
+    CAttachment() { DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr); }
     CAttachment(const CAttachment&) = delete;
     CAttachment& operator=(const CAttachment&) = delete;
     ~CAttachment()

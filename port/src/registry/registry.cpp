@@ -89,7 +89,6 @@ public:
     /// Gives the key the values that stand in for those of a file, when it is one that has such and is only
     /// read.
     bool Serve(CRegKey& key) const;
-    void ForgetFiles();
     void LockAll();
 
 private:
@@ -158,12 +157,6 @@ bool CRegistry::Serve(CRegKey& key) const
     if (key.m_pHive == &m_machine && (key.m_samGranted & (KEY_SET_VALUE | KEY_CREATE_SUB_KEY)) == 0)
         key.m_served = ServeZoneKey(key.m_sPath);
     return !key.m_served.empty();
-}
-
-void CRegistry::ForgetFiles()
-{
-    m_user.ForgetFile();
-    m_machine.ForgetFile();
 }
 
 void CRegistry::LockAll()
@@ -274,11 +267,6 @@ LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBY
     if (!data.empty())
         std::memcpy(lpData, data.data(), data.size());
     return ERROR_SUCCESS;
-}
-
-void ForgetHiveFiles() noexcept
-{
-    CRegistry::Get().ForgetFiles();
 }
 
 } // namespace OrvPort

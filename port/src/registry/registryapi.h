@@ -13,7 +13,4 @@ LSTATUS FetchRegValue(HKEY hKey, CRegView sName, DWORD& dwType, CRegData& data) 
 LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBYTE lpData,
                         LPDWORD lpcbData) noexcept;
 
-/// Makes the next access choose the hives' files anew.
-void ForgetHiveFiles() noexcept;
-
 } // namespace OrvPort

@@ -153,13 +153,6 @@ void CRegHive::ChooseFile()
         m_sFile = absolute.string();
 }
 
-void CRegHive::ForgetFile()
-{
-    const std::lock_guard guard(m_lock);
-    m_sFile.clear();
-    m_bTrusted = false;
-}
-
 LSTATUS CRegHive::Refresh()
 {
     struct stat status;

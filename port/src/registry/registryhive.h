@@ -37,9 +37,6 @@ public:
     /// changed something.
     LSTATUS Write(const std::function<LSTATUS(CRegDocument&, bool& bChanged)>& change);
 
-    /// Makes the next access choose the file anew.
-    void ForgetFile();
-
     /// Taken for good when the process ends: no other thread may come in any more.
     CPortLock& Lock() { return m_lock; }
 

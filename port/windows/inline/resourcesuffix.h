@@ -1,0 +1,6 @@
+// How the file name of a resource library ends.
+#pragma once
+
+#include <windows.h>
+
+inline constexpr const WCHAR* PortResourceSuffix = L".dll";

@@ -1,0 +1,107 @@
+#include "resources/languagetable.h"
+
+#include "core/neverdestroyed.h"
+#include "strings/charclass.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <string_view>
+
+namespace
+{
+
+CNeverDestroyed<CLanguageTable> g_languages;
+
+} // namespace
+
+CLanguageName::CLanguageName(const WCHAR* sName) noexcept
+{
+    std::size_t n = 0;
+    for (; sName != nullptr && sName[n] != 0; ++n)
+    {
+        const WCHAR c = sName[n] == '_' ? WCHAR('-') : OCT::ToLowerAscii(sName[n]);
+        const bool bAllowed = (c >= 'a' && c <= 'z') || OCT::IsDigit(c) || c == '-';
+        if (!bAllowed || n + 1 == std::size(m_sName))
+        {
+            m_sName[0] = 0;
+            return;
+        }
+        m_sName[n] = c;
+    }
+    m_sName[n] = 0;
+}
+
+void CLanguageName::Widen() noexcept
+{
+    const std::size_t n = std::basic_string_view<WCHAR>(m_sName).rfind('-');
+    m_sName[n != std::basic_string_view<WCHAR>::npos ? n : 0] = 0;
+}
+
+CLanguageTable& CLanguageTable::Instance() noexcept
+{
+    return g_languages.Get();
+}
+
+void CLanguageTable::CreateLoader(HMODULE hModule) noexcept
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    m_pLoader = new (std::nothrow) CLQResLoader;
+    if (m_pLoader != nullptr && hModule != nullptr)
+        m_pLoader->Init(hModule);
+}
+
+void CLanguageTable::DestroyLoader() noexcept
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    delete m_pLoader;
+    m_pLoader = nullptr;
+}
+
+void CLanguageTable::SetOwner(HMODULE hModule, const WCHAR* sName, DWORD dwVersion) noexcept
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    ++m_nOwner;
+    if (m_pLoader != nullptr)
+        m_pLoader->Init(hModule, sName, dwVersion);
+}
+
+const CLanguage* CLanguageTable::Find(CLanguageName name) noexcept
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    for (; !name.IsEmpty(); name.Widen())
+        if (const CLanguage* const pLanguage = Open(name))
+            return pLanguage;
+    return nullptr;
+}
+
+CLanguage* CLanguageTable::Open(const CLanguageName& name) noexcept
+{
+    CLanguage* const pEnd = m_languages + m_nCount;
+    CLanguage* const pLanguage = std::find_if(m_languages, pEnd, [&](const CLanguage& language) {
+        return language.m_nOwner == m_nOwner && OCT::IsSameText(language.m_name.Text(), name.Text());
+    });
+    if (pLanguage != pEnd && pLanguage->m_hModule.load(std::memory_order_relaxed) != nullptr)
+        return pLanguage;
+    if (pLanguage == std::end(m_languages) || m_pLoader == nullptr)
+        return nullptr;
+    const HMODULE hModule = m_pLoader->Open(name.Text());
+    if (hModule == nullptr)
+        return nullptr;
+    if (pLanguage == pEnd)
+    {
+        pLanguage->m_name = name;
+        pLanguage->m_nOwner = m_nOwner;
+        ++m_nCount;
+    }
+    pLanguage->m_hModule.store(hModule, std::memory_order_release);
+    return pLanguage;
+}
+
+void CLanguageTable::CloseAll() noexcept
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    for (unsigned i = 0; i < m_nCount; ++i)
+        if (const HMODULE hModule = m_languages[i].m_hModule.exchange(nullptr))
+            FreeLibrary(hModule);
+}
