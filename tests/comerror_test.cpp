@@ -47,16 +47,30 @@ private:
 class CFakeError : public CFake<IErrorInfo, ISQLErrorInfo, ISQLServerErrorInfo>
 {
 public:
-    explicit CFakeError(const WCHAR* sDescription, HRESULT hr = S_OK)
-        : CFake({kErrorInfo, kSQLErrorInfo, kSQLServerErrorInfo}), m_sDescription(sDescription), m_hr(hr)
+    /// The call that fails, if one does; the last has an object that throws.
+    enum EFails
+    {
+        Nothing,
+        Description,
+        SQLInfo,
+        ServerInfo,
+        Everything
+    };
+
+    explicit CFakeError(const WCHAR* sDescription, EFails fails = Nothing)
+        : CFake({kErrorInfo, kSQLErrorInfo, kSQLServerErrorInfo}),
+          m_sDescription(sDescription),
+          m_fails(fails)
     {
     }
     HRESULT STDMETHODCALLTYPE GetGUID(GUID*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetSource(BSTR*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetDescription(BSTR* psDescription) override
     {
+        if (m_fails == Everything)
+            throw m_fails;
         *psDescription = SysAllocString(m_sDescription);
-        return m_hr;
+        return m_fails == Description ? E_FAIL : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetHelpFile(BSTR*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetHelpContext(DWORD*) override { return E_NOTIMPL; }
@@ -64,10 +78,12 @@ public:
     {
         *psState = SysAllocString(ORVTEXT("23000"));
         *piNative = 547;
-        return S_OK;
+        return m_fails == SQLInfo ? E_FAIL : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetErrorInfo(SSERRORINFO** ppInfo, WCHAR** psTexts) override
     {
+        if (m_fails == ServerInfo)
+            return E_FAIL;
         constexpr WCHAR sMessage[] = ORVTEXT("server text");
         *psTexts = static_cast<WCHAR*>(CoTaskMemAlloc(sizeof(sMessage)));
         std::memcpy(*psTexts, sMessage, sizeof(sMessage));
@@ -79,7 +95,7 @@ public:
 
 private:
     const WCHAR* m_sDescription;
-    HRESULT m_hr;
+    EFails m_fails;
 };
 
 /// Errors, of which every second one has details.
@@ -135,11 +151,23 @@ TEST(ComErrorText, JoinsTheDistinctDescriptionsOfRecords)
 
 TEST(ComErrorText, EndsTheWalkAtAFailingCall)
 {
-    CFakeError first(ORVTEXT("first"));
-    CFakeError failing(ORVTEXT("lost"), E_FAIL);
-    CFakeError last(ORVTEXT("last"));
-    CFakeRecords records({&first, &failing, &last});
-    EXPECT_EQ(ORVTEXT("first"), Message(&records));
+    const struct
+    {
+        CFakeError::EFails m_fails;
+        const WCHAR* m_sDescription;
+        const WCHAR* m_sMessage;
+    } cases[] = {{CFakeError::Nothing, ORVTEXT("own"), ORVTEXT("first - own - last")},
+                 {CFakeError::Nothing, nullptr, ORVTEXT("first - server text - last")},
+                 {CFakeError::Description, ORVTEXT("own"), ORVTEXT("first")},
+                 {CFakeError::SQLInfo, ORVTEXT("own"), ORVTEXT("first - own")},
+                 {CFakeError::ServerInfo, ORVTEXT("own"), ORVTEXT("first - own - last")},
+                 {CFakeError::ServerInfo, nullptr, ORVTEXT("first")}};
+    for (const auto& c : cases)
+    {
+        CFakeError first(ORVTEXT("first")), failing(c.m_sDescription, c.m_fails), last(ORVTEXT("last"));
+        CFakeRecords records({&first, &failing, &last});
+        EXPECT_EQ(c.m_sMessage, Message(&records)) << c.m_fails;
+    }
 }
 
 TEST(ComErrorText, HasADescriptionForNothing)
@@ -161,4 +189,13 @@ TEST(ComErrorText, TakesTheThreadsObject)
     const LQComErrorData data = GetComErrorString(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), false);
     EXPECT_EQ(TextOf(GetWinErrorString(ERROR_ACCESS_DENIED)), TextOf(data.m_sMessage));
     EXPECT_EQ(0, data.m_iNativeCode);
+}
+
+TEST(ComErrorText, PutsTheObjectBackWhenItThrows)
+{
+    CFakeError info(nullptr, CFakeError::Everything);
+    ASSERT_EQ(S_OK, SetErrorInfo(0, &info));
+    EXPECT_THROW(GetComErrorString(E_FAIL, true), CFakeError::EFails);
+    EXPECT_THROW(GetComErrorString(E_FAIL, false), CFakeError::EFails) << "it was there again";
+    EXPECT_TRUE(TextOf(GetComErrorString(E_FAIL, false).m_sMessage).ends_with(ORVTEXT('.')));
 }

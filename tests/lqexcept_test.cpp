@@ -40,6 +40,23 @@ HMODULE ModuleAt(const void* pAddress)
     return hModule;
 }
 
+/// A logger that does what it should not.
+int g_iNested = 0;
+
+void ORVCALL ThrowInside(const void*, const char*)
+{
+    ++g_iNested;
+    try
+    {
+        LQThrowMemory(LQ_SRC_LOCATION);
+    }
+    catch (const CLQMemoryExcept& e)
+    {
+        g_sText = Narrow(e.GetFile());
+    }
+    throw g_iNested;
+}
+
 using Throw = CLogTest;
 
 } // namespace
@@ -124,6 +141,36 @@ TEST_F(Throw, TellsTheExceptionLogger)
     EXPECT_TRUE(std::regex_search(sSent, s_form)) << sSent;
 }
 
+TEST_F(Throw, SurvivesALoggerThatThrows)
+{
+    RegisterExceptionLogger(ThrowInside);
+    EXPECT_THROW(LQThrowInvalidArg(LQ_SRC_LOCATION), CLQInvalidargExcept);
+    RegisterExceptionLogger(nullptr);
+    EXPECT_EQ(1, g_iNested) << "what is thrown inside is not announced";
+    EXPECT_EQ("lqexcept_test", g_sText);
+}
+
+TEST_F(Throw, IsOpenToClassesOfAHost)
+{
+    RegisterExceptionLogger(Remember);
+    ASSERT_TRUE(InitFileProcessLogger(m_sFile.c_str(), lqlErrors));
+    CForeignExcept made(E_FAIL, 1, LQ_SRC_LOCATION);
+    made.GetMessages().Last().AddParam(ORVTEXT("x"));
+    try
+    {
+        LQ_THROW(CForeignExcept, std::move(made));
+    }
+    catch (const CForeignExcept& e)
+    {
+        EXPECT_EQ(ORVTEXT("x"), TextOf(e.Format(nullptr)));
+    }
+    ReleaseProcessLogger();
+    RegisterExceptionLogger(nullptr);
+    EXPECT_EQ("Exception of type \"CForeignExcept\" occurred.", g_sText);
+    EXPECT_EQ(ModuleAt(&g_sText), ModuleAt(g_pAddress));
+    EXPECT_NE(std::string::npos, Written().find("Throwing LQ exception: Category: lqeUndefined;"));
+}
+
 TEST_F(Throw, IsLoggedOnceByTheProcessLogger)
 {
     CReportCapture capture;
@@ -141,7 +188,7 @@ TEST_F(Throw, IsLoggedOnceByTheProcessLogger)
         R"(=E> <t> Throwing LQ exception: Category: lqeCustom; File: a \(12\).*\s+Formatted: ;\s+)"
         R"(=E> <t> Throwing unknown LQ exception\s+)");
     EXPECT_TRUE(std::regex_match(sLog, s_form)) << sLog;
-    EXPECT_NO_REPORTS(capture);
+    EXPECT_REPORTS(capture, {{"ExceptFormatToLog", "e == nullptr"}});
 }
 
 TEST(ErrorText, OfWindowsAndComErrors)

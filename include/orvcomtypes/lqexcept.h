@@ -3,12 +3,17 @@
 /// Exceptions stand for failures that callers must not ignore; plain exported functions return values
 /// instead. Each carries messages, so that its text is made later in the language of whoever reads it, and
 /// where it was raised. Every exception that the library throws first goes to the process logger and, half a
-/// second later, to the registered exception logger, or to the debugger when there is none.
+/// second later, to the registered exception logger, or to the debugger when there is none. `LQ_THROW` does
+/// the same for a program's own classes.
+///
+/// The family does not derive from `std::exception`: a place that must catch everything, such as the body of
+/// a thread, names both. An exception that nobody catches ends the process; with the handler of `logcrash.h`
+/// the log then says which one it was.
 ///
 /// Ownership: exceptions are values, thrown by value and caught by reference; copies copy messages and file.
 /// Thread safety: register the exception logger once at start-up; everything else is reentrant.
 /// Errors: source `lqexcept`; "e == nullptr" from "ExceptFormatToLog". Formatting never throws for what is
-///   missing. Without memory for its message an exception is thrown without one.
+///   missing. Without memory for its message an exception is made without one.
 ///
 ///     try
 ///     {
@@ -18,16 +23,22 @@
 ///     {
 ///         ShowText(e.Format(hResources));
 ///     }
+///     catch (const std::exception& e)
+///     {
+///         ShowText(COrvStr(e.what()));
+///     }
 #pragma once
 
 #include "orvcomtypes/lqmessage.h"
 #include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/orvstr.h"
 
+#include <type_traits>
+
 struct IUnknown;
 
 /// What kind of failure an exception stands for; the names are the texts in logs.
-enum LQExcCategory
+enum LQExcCategory : int
 {
     lqeUndefined = 0,
     lqeMemory = 1,
@@ -99,6 +110,33 @@ public:
     LQExcCategory GetCategory() const override;
 };
 
+// ---- Throwing ----
+
+/// Logs an exception and tells the exception logger, on behalf of who called. Nothing while this thread is
+/// announcing another one.
+ORV_API void ORVCALL LQAnnounceThrow(const CLQExcept& e, const char* sTypeName) noexcept;
+
+namespace OCT
+{
+
+template <class Except>
+[[noreturn]] void ThrowAnnounced(Except&& e, const char* sTypeName)
+{
+    static_assert(std::is_base_of_v<CLQExcept, Except>, "an exception of the family");
+    LQAnnounceThrow(e, sTypeName);
+    throw std::move(e); // a copy would need memory
+}
+
+} // namespace OCT
+
+/// Throws an exception of the family in the library's way: logged, announced by its type's name, thrown.
+///
+///     LQ_THROW(CImportExcept, E_FAIL, 30001, LQ_SRC_LOCATION);
+///     LQ_THROW(CImportExcept, std::move(except));
+#define LQ_THROW(Type, ...) ::OCT::ThrowAnnounced(Type(__VA_ARGS__), #Type)
+
+// ---- Texts ----
+
 /// What is known about a failed COM or database call.
 struct LQComErrorData
 {
@@ -117,7 +155,8 @@ ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, bool bRestore);
 /// without memory.
 ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, IUnknown* pErrorObject);
 
-/// The id of a generic message for a category; 0 when there is none.
+/// The id of a generic message for a category; 0 when there is none. Variant 1 of an invalid argument or
+/// internal error, and the one of a Windows error, show a parameter of the message: what was wrong.
 ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetErrorMessResId(LQExcCategory category, int iVariant) noexcept;
 
 ORV_VALUES_BEGIN
@@ -137,7 +176,8 @@ ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetWinErrorString(DWORD dwCode);
 
 ORV_VALUES_END
 
-/// Receives the address from which an exception was thrown, and a text that names its type.
+/// Receives the address from which an exception was thrown, and a text that names its type. Threads may call
+/// it at once. What it throws ends there, and exceptions that are thrown inside of it are not announced.
 using LQExceptionLogger = void(ORVCALL*)(const void* pAddress, const char* sText);
 
 /// Sets the one exception logger of the process, null for none; returns \p fnLogger.

@@ -31,7 +31,7 @@ namespace OCT
 class IWrtStream;
 }
 
-enum LQMessageParamType
+enum LQMessageParamType : int
 {
     msty_Long = 1,
     msty_Double = 2,

@@ -85,7 +85,7 @@ enum LQLogOption : unsigned
 };
 
 /// What can be chosen for a file.
-enum LQLogFileOption
+enum LQLogFileOption : unsigned
 {
     lqfMaxWaiting,   ///< bytes of text that may wait to be written; 64 MB at first
     lqfMaxFileBytes, ///< a file of this size or more is followed by one with "_2", "_3" and so on in its name

@@ -339,7 +339,7 @@ public:
 
     /// Fixed forms, independent of the locale. A time that is not valid gives the form with dashes for
     /// digits.
-    enum DebugFormatType
+    enum DebugFormatType : int
     {
         dftDateTime = 0, ///< 2024.05.06.  7:08:09
         dftDate = 1,     ///< 2024.05.06.

@@ -38,7 +38,7 @@
 #include <windows.h>
 
 /// Which moment is meant by a wall-clock time that the clock shows twice.
-enum LocalOccurrence
+enum LocalOccurrence : int
 {
     loFirst = 0, ///< the one before the clock is put back
     loSecond = 1 ///< the one after it

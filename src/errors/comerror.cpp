@@ -81,11 +81,14 @@ public:
         CoTaskMemFree(m_sTexts);
     }
 
-    COrvStr Message(ISQLServerErrorInfo& server)
+    /// False when the call failed.
+    bool TakeMessage(ISQLServerErrorInfo& server, COrvStr& sMessage)
     {
-        if (FAILED(server.GetErrorInfo(&m_pInfo, &m_sTexts)) || m_pInfo == nullptr)
-            return COrvStr();
-        return CopyText(m_pInfo->pwszMessage);
+        if (FAILED(server.GetErrorInfo(&m_pInfo, &m_sTexts)))
+            return false;
+        if (m_pInfo != nullptr)
+            sMessage = CopyText(m_pInfo->pwszMessage);
+        return true;
     }
 
 private:
@@ -133,19 +136,43 @@ bool GetDescription(IErrorInfo& info, COrvStr& sDescription)
     return true;
 }
 
-void TakeSQLInfo(IUnknown* pCustom, LQComErrorData& data)
+/// The record's own object with an interface, null when it has none; false when the call failed.
+template <class Interface>
+bool GetCustomObject(IErrorRecords& records, ULONG nRecord, const IID& iid, CComRef<Interface>& object)
 {
-    CComRef<ISQLErrorInfo> sql;
-    sql.Query(pCustom, kSQLErrorInfo);
-    CBstrOwner sState;
-    LONG iNativeCode = 0;
-    if (!sql || FAILED(sql->GetSQLInfo(sState.Out(), &iNativeCode)))
-        return;
-    data.m_sSQLState = sState.Text();
-    data.m_iNativeCode = iNativeCode;
+    CComRef<IUnknown> custom;
+    const HRESULT hr = records.GetCustomErrorObject(nRecord, iid, custom.Out());
+    if (SUCCEEDED(hr))
+        object.Query(custom.Get(), iid);
+    return SUCCEEDED(hr) || hr == E_NOINTERFACE;
 }
 
-/// False when a call failed that no record can do without.
+bool TakeSQLInfo(IErrorRecords& records, ULONG nRecord, LQComErrorData& data)
+{
+    CComRef<ISQLErrorInfo> sql;
+    if (!GetCustomObject(records, nRecord, kSQLErrorInfo, sql))
+        return false;
+    CBstrOwner sState;
+    LONG iNativeCode = 0;
+    if (sql && FAILED(sql->GetSQLInfo(sState.Out(), &iNativeCode)))
+        return false;
+    if (sql)
+    {
+        data.m_sSQLState = sState.Text();
+        data.m_iNativeCode = iNativeCode;
+    }
+    return true;
+}
+
+bool TakeServerMessage(IErrorRecords& records, ULONG nRecord, COrvStr& sDescription)
+{
+    CComRef<ISQLServerErrorInfo> server;
+    if (!GetCustomObject(records, nRecord, kSQLServerErrorInfo, server))
+        return false;
+    return !server || CServerError().TakeMessage(*server.Get(), sDescription);
+}
+
+/// What one record says; false when a call failed, which ends the walk.
 bool TakeRecord(IErrorRecords& records, ULONG nRecord, LQComErrorData& data, CDescriptions& descriptions)
 {
     CComRef<IErrorInfo> info;
@@ -153,21 +180,29 @@ bool TakeRecord(IErrorRecords& records, ULONG nRecord, LQComErrorData& data, CDe
     if (FAILED(records.GetErrorInfo(nRecord, GetUserDefaultLCID(), info.Out())) || !info ||
         !GetDescription(*info.Get(), sDescription))
         return false;
-    CComRef<IUnknown> custom;
-    if (SUCCEEDED(records.GetCustomErrorObject(nRecord, kSQLErrorInfo, custom.Out())))
-        TakeSQLInfo(custom.Get(), data);
-    CComRef<IUnknown> serverObject;
-    if (sDescription.IsEmpty() &&
-        SUCCEEDED(records.GetCustomErrorObject(nRecord, kSQLServerErrorInfo, serverObject.Out())))
-    {
-        CComRef<ISQLServerErrorInfo> server;
-        server.Query(serverObject.Get(), kSQLServerErrorInfo);
-        if (server)
-            sDescription = CServerError().Message(*server.Get());
-    }
+    bool bDone = TakeSQLInfo(records, nRecord, data);
+    if (bDone && sDescription.IsEmpty())
+        bDone = TakeServerMessage(records, nRecord, sDescription);
     descriptions.Add(sDescription);
-    return true;
+    return bDone;
 }
+
+/// Puts an error object back for others, also when its text could not be made.
+class CErrorRestorer
+{
+public:
+    explicit CErrorRestorer(IErrorInfo* pInfo) : m_pInfo(pInfo) {}
+    CErrorRestorer(const CErrorRestorer&) = delete;
+    CErrorRestorer& operator=(const CErrorRestorer&) = delete;
+    ~CErrorRestorer()
+    {
+        if (m_pInfo != nullptr)
+            SetErrorInfo(0, m_pInfo);
+    }
+
+private:
+    IErrorInfo* m_pInfo;
+};
 
 } // namespace
 
@@ -204,10 +239,8 @@ LQComErrorData ORVCALL GetComErrorString(LONG hr, bool bRestore)
     CComRef<IErrorInfo> info;
     if (GetErrorInfo(0, info.Out()) == S_OK && info)
     {
-        LQComErrorData data = GetComErrorString(hr, static_cast<IUnknown*>(info.Get()));
-        if (bRestore)
-            SetErrorInfo(0, info.Get());
-        return data;
+        const CErrorRestorer restorer(bRestore ? info.Get() : nullptr);
+        return GetComErrorString(hr, static_cast<IUnknown*>(info.Get()));
     }
     LQComErrorData data;
     data.m_iCode = hr;

@@ -2,6 +2,7 @@
 
 #include "core/fixedline.h"
 #include "core/textformat.h"
+#include "errors/lqraise.h"
 #include "orvcomtypes/orvlog.h"
 #include "strings/charclass.h"
 
@@ -59,12 +60,13 @@ CLQExcept::CLQExcept(LONG iCode, unsigned uResId, const LQSrcLocation& location)
     const WCHAR* sFile = ShownFile(location.m_sFile);
     try
     {
+        const OCT::CFlagScope scope(OCT::t_bMakesMessage);
         m_messages.Add(iCode, uResId);
         m_sFile = sFile;
     }
     catch (const std::bad_alloc&)
     {
-        // Thrown inside the throw path when memory is exhausted: the exception then goes without.
+        // Without memory the exception goes without.
     }
     OCT::CFixedLine<WCHAR, 1024> trace;
     trace.Append(ORVTEXT("CLQExcept from ")).Append(sFile).Append(ORVTEXT("("));

@@ -1,9 +1,9 @@
 #include "errors/lqraise.h"
 
 #include "core/textformat.h"
+#include "returnaddress.h"
 
 #include <atomic>
-#include <utility>
 
 namespace
 {
@@ -11,23 +11,9 @@ namespace
 /// Gives whoever reads the log along time to see the line before the exception changes the program's course.
 constexpr DWORD kPauseMilliseconds = 500;
 
-constinit thread_local bool t_bThrowing = false;
-
 std::atomic<LQExceptionLogger> g_fnExceptionLogger = nullptr;
 
-} // namespace
-
-namespace OCT
-{
-
-CThrowScope::CThrowScope() noexcept : m_bNested(std::exchange(t_bThrowing, true)) {}
-
-CThrowScope::~CThrowScope()
-{
-    t_bThrowing = m_bNested;
-}
-
-void AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddress) noexcept
+void Log(const CLQExcept& e) noexcept
 {
     try
     {
@@ -37,19 +23,48 @@ void AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddre
     {
         // The exception on its way matters more than the line about it.
     }
-    Sleep(kPauseMilliseconds);
-    char sText[1024 + 1];
-    if (const LQExceptionLogger fnLogger = g_fnExceptionLogger.load(std::memory_order_acquire))
-    {
-        FormatTo(sText, "Exception of type \"%s\" occurred.", sTypeName);
-        fnLogger(pAddress, sText);
-        return;
-    }
-    FormatTo(sText, "Exception of type \"%s\" occurred at 0x%p\n", sTypeName, pAddress);
-    OutputDebugStringA(sText);
 }
 
-} // namespace OCT
+void Tell(const char* sTypeName, const void* pAddress) noexcept
+{
+    char sText[1024 + 1];
+    const LQExceptionLogger fnLogger = g_fnExceptionLogger.load(std::memory_order_acquire);
+    if (fnLogger == nullptr)
+    {
+        OCT::FormatTo(sText, "Exception of type \"%s\" occurred at 0x%p\n", sTypeName, pAddress);
+        OutputDebugStringA(sText);
+        return;
+    }
+    OCT::FormatTo(sText, "Exception of type \"%s\" occurred.", sTypeName);
+    try
+    {
+        fnLogger(pAddress, sText);
+    }
+    catch (...)
+    {
+        // As above.
+    }
+}
+
+} // namespace
+
+constinit thread_local bool OCT::t_bThrowsQuietly = false;
+constinit thread_local bool OCT::t_bMakesMessage = false;
+
+void OCT::AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddress) noexcept
+{
+    if (t_bThrowsQuietly)
+        return;
+    const CFlagScope quiet(t_bThrowsQuietly);
+    Log(e);
+    Sleep(kPauseMilliseconds);
+    Tell(sTypeName, pAddress);
+}
+
+void ORVCALL LQAnnounceThrow(const CLQExcept& e, const char* sTypeName) noexcept
+{
+    OCT::AnnounceThrow(e, sTypeName, PortReturnAddress());
+}
 
 LQExceptionLogger ORVCALL RegisterExceptionLogger(LQExceptionLogger fnLogger) noexcept
 {

@@ -1,40 +1,35 @@
-// The one way in which the library throws.
+// What the ways to throw share.
 #pragma once
 
 #include "orvcomtypes/lqexcept.h"
 
+#include <utility>
+
 namespace OCT
 {
 
-/// Marks this thread as throwing. What goes wrong meanwhile must not begin the same again.
-class CThrowScope
+/// This thread announces no exception: it announces one already, or its throwing is nobody's business.
+extern constinit thread_local bool t_bThrowsQuietly;
+/// This thread makes the message of an exception. When memory is missing for that, a `CLQMemoryExcept` would
+/// need a message itself: the simplest exception says it then.
+extern constinit thread_local bool t_bMakesMessage;
+
+/// Sets one of them for a scope.
+class CFlagScope
 {
 public:
-    CThrowScope() noexcept;
-    CThrowScope(const CThrowScope&) = delete;
-    CThrowScope& operator=(const CThrowScope&) = delete;
-    ~CThrowScope();
-
-    /// True when the thread was throwing already.
-    bool IsNested() const noexcept { return m_bNested; }
+    explicit CFlagScope(bool& bFlag) noexcept : m_bFlag(bFlag), m_bFormer(std::exchange(bFlag, true)) {}
+    CFlagScope(const CFlagScope&) = delete;
+    CFlagScope& operator=(const CFlagScope&) = delete;
+    ~CFlagScope() { m_bFlag = m_bFormer; }
 
 private:
-    bool m_bNested;
+    bool& m_bFlag;
+    bool m_bFormer;
 };
 
-/// Tells the process logger, then the exception logger or the debugger, what is about to be thrown.
+/// Tells the process logger, then the exception logger or the debugger, what is about to be thrown on behalf
+/// of who called from \p pAddress.
 void AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddress) noexcept;
-
-/// Makes, announces and throws an exception on behalf of who called from \p pAddress. Inside of another throw
-/// it is thrown without an announcement.
-template <class Except, class... Args>
-[[noreturn]] void Raise(const char* sTypeName, const void* pAddress, const Args&... args)
-{
-    const CThrowScope scope;
-    Except e(args...);
-    if (!scope.IsNested())
-        AnnounceThrow(e, sTypeName, pAddress);
-    throw e; // moved: a copy would need memory, which may be what is missing
-}
 
 } // namespace OCT

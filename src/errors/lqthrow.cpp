@@ -5,18 +5,27 @@
 
 #include <new>
 
+namespace
+{
+
+template <class Except>
+[[noreturn]] void Raise(Except&& e, const char* sTypeName, const void* pAddress)
+{
+    OCT::AnnounceThrow(e, sTypeName, pAddress);
+    throw std::move(e); // a copy would need memory, which may be what is missing
+}
+
+} // namespace
+
 void ORVCALL LQThrowMemory(const LQSrcLocation& location)
 {
-    // The exception needs memory for its message. When that is what failed, it learns it by the simplest
-    // exception.
-    if (OCT::CThrowScope().IsNested())
+    if (OCT::t_bMakesMessage)
         throw std::bad_alloc();
-    OCT::Raise<CLQMemoryExcept>("CLQMemoryExcept", PortReturnAddress(), GetErrorMessResId(lqeMemory, 0),
-                                location);
+    Raise(CLQMemoryExcept(GetErrorMessResId(lqeMemory, 0), location), "CLQMemoryExcept", PortReturnAddress());
 }
 
 void ORVCALL LQThrowInvalidArg(const LQSrcLocation& location)
 {
-    OCT::Raise<CLQInvalidargExcept>("CLQInvalidargExcept", PortReturnAddress(),
-                                    GetErrorMessResId(lqeInvalidarg, 0), location);
+    Raise(CLQInvalidargExcept(GetErrorMessResId(lqeInvalidarg, 0), location), "CLQInvalidargExcept",
+          PortReturnAddress());
 }

@@ -53,15 +53,17 @@ void OnFatal(const char* sWhat) noexcept
 }
 
 /// What the exception says that nobody catches.
-void DescribeException(char (&sText)[1000]) noexcept
+void DescribeCaught(char (&sText)[1000])
 {
+    const std::exception_ptr pException = std::current_exception();
+    if (pException == nullptr)
+    {
+        OCT::FormatTo(sText, "terminate was called");
+        return;
+    }
     try
     {
-        const std::exception_ptr pException = std::current_exception();
-        if (pException == nullptr)
-            OCT::FormatTo(sText, "terminate was called");
-        else
-            std::rethrow_exception(pException);
+        std::rethrow_exception(pException);
     }
     catch (const CLQExcept& e)
     {
@@ -71,7 +73,15 @@ void DescribeException(char (&sText)[1000]) noexcept
     {
         OCT::FormatTo(sText, "Uncaught exception: %s", e.what());
     }
-    catch (...)
+}
+
+void DescribeException(char (&sText)[1000]) noexcept
+{
+    try
+    {
+        DescribeCaught(sText);
+    }
+    catch (...) // of another family, or thrown by the description
     {
         OCT::FormatTo(sText, "Uncaught exception of an unknown type");
     }

@@ -21,7 +21,7 @@ bool IsFinalReleaseSet()
 /// Null without memory. What the pool throws is not announced: that would log it, and hold up the caller.
 CLogMessage* FromPool() noexcept
 {
-    const OCT::CThrowScope scope;
+    const OCT::CFlagScope quiet(OCT::t_bThrowsQuietly);
     try
     {
         return CMessagePool::AllocateItem();

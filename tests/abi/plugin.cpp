@@ -58,6 +58,32 @@ PLUGIN_EXPORT bool Work()
     }
 }
 
+/// A class that only the plugin knows.
+class CPluginExcept : public CLQExcept
+{
+public:
+    using CLQExcept::CLQExcept;
+    LQExcCategory GetCategory() const override { return lqeUserCancel; }
+};
+
+PLUGIN_EXPORT void Refuse()
+{
+    LQ_THROW(CPluginExcept, E_ABORT, GetErrorMessResId(lqeUserCancel, 0), LQ_SRC_LOCATION);
+}
+
+PLUGIN_EXPORT int CodeOf(void (*pfn)())
+{
+    try
+    {
+        pfn();
+        return 0;
+    }
+    catch (const CLQExcept& e)
+    {
+        return e.GetErrorCode();
+    }
+}
+
 PLUGIN_EXPORT void Close()
 {
     HMODULE hModule = nullptr;

@@ -19,3 +19,7 @@ using PluginGetUninit = PluginUninit();
 using PluginWork = bool();
 /// Takes the plugin's pools down: before it is unloaded.
 using PluginClose = void();
+/// Throws an exception of a class of its own, with the code E_ABORT.
+using PluginRefuse = void();
+/// Calls the function and returns the code of the exception that comes out of it, 0 without one.
+using PluginCodeOf = int(void (*pfn)());

@@ -1,6 +1,7 @@
 // Teardowns of modules that come and go.
 #include "abi/loaded_library.h"
 #include "abi/plugin.h"
+#include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/octalloc.h"
 #include "orvcomtypes/orvstr.h"
 #include "support/child_process.h"
@@ -96,6 +97,29 @@ TEST_F(Plugins, LeaveNothingBehindWhenTheyWereClosed)
 {
     const ChildResult result = CChildProcess("UseAndUnload").Wait();
     EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
+}
+
+class CHostExcept : public CLQExcept
+{
+public:
+    using CLQExcept::CLQExcept;
+};
+
+TEST_F(Plugins, ThrowAndCatchAcrossTheirBorder)
+{
+    const CLoadedLibrary plugin(ORV_PLUGIN_FILE);
+    try
+    {
+        plugin.Find<PluginRefuse>("Refuse")();
+        ADD_FAILURE() << "nothing was thrown";
+    }
+    catch (const CLQExcept& e)
+    {
+        EXPECT_EQ(lqeUserCancel, e.GetCategory()) << "a class of the plugin";
+        EXPECT_EQ(E_ABORT, e.GetErrorCode());
+        EXPECT_FALSE(e.Format(nullptr).IsEmpty());
+    }
+    EXPECT_EQ(-7, plugin.Find<PluginCodeOf>("CodeOf")([] { LQ_THROW(CHostExcept, -7, 1, LQ_SRC_LOCATION); }));
 }
 
 TEST_F(Plugins, AreNotCalledAfterTheyWereUnloaded)

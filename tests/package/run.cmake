@@ -1,4 +1,5 @@
-# Script: installs the library into a fresh folder, builds the consumer against that alone and runs it.
+# Script: installs the library into a fresh folder, builds the consumer and the example of languages against that alone
+# and runs them.
 #   BUILD  the project's build tree    WORK  the folder to work in, emptied first    TOOLCHAIN  file, may be empty
 cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${WORK})
@@ -8,12 +9,26 @@ function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ECHO STDOUT COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
+# The programs stand beside the DLLs, as Windows wants it. The search path of Linux programs is in the program.
+function(build source target)
+    run(${CMAKE_COMMAND} -G Ninja -S ${source} -B ${WORK}/${target} -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
+        -D OrvComTypes_DIR=${prefix}/lib/cmake/OrvComTypes -D CMAKE_RUNTIME_OUTPUT_DIRECTORY=${prefix}/bin)
+    run(${CMAKE_COMMAND} --build ${WORK}/${target} --target ${target})
+endfunction()
+
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
-# The program stands beside the DLLs, as Windows wants it. The search path of Linux programs is in the program.
-run(${CMAKE_COMMAND} -G Ninja -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/build -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
-    -D OrvComTypes_DIR=${prefix}/lib/cmake/OrvComTypes -D CMAKE_RUNTIME_OUTPUT_DIRECTORY=${prefix}/bin)
-run(${CMAKE_COMMAND} --build ${WORK}/build --target consumer)
+build(${CMAKE_CURRENT_LIST_DIR} consumer)
 run(${EMULATOR} ${prefix}/bin/consumer${SUFFIX})
+
+build(${CMAKE_CURRENT_LIST_DIR}/../../examples/languages order)
+execute_process(COMMAND ${EMULATOR} ${prefix}/bin/order${SUFFIX} en hu-HU fr
+    OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+string(REPLACE "\r" "" text "${text}")
+set(english "Order PX-7 has 12 lines.\nThere is not enough memory for this operation.\n")
+set(hungarian "A(z) PX-7 rendelés 12 tételből áll.\nNincs elég memória ehhez a művelethez.\n")
+if(NOT text STREQUAL "${english}${hungarian}${english}")
+    message(FATAL_ERROR "order said: ${text}")
+endif()
 
 if(NOT TOOLCHAIN)
     set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)

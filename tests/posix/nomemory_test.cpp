@@ -1,6 +1,7 @@
 // Calls that cannot throw, where memory is missing.
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/lqexcept.h"
 #include "support/test_environment.h"
+#include "support/text.h"
 
 #include <gtest/gtest.h>
 
@@ -34,6 +35,37 @@ void operator delete(void* p) noexcept
 void operator delete(void* p, std::size_t) noexcept
 {
     std::free(p);
+}
+
+TEST(NoMemory, AnExceptionIsThrownWithoutItsMessage)
+{
+    t_bExhausted = true;
+    try
+    {
+        throw CLQExcept(E_ABORT, 1, LQ_SRC_LOCATION);
+    }
+    catch (const CLQExcept& e)
+    {
+        t_bExhausted = false;
+        EXPECT_EQ(E_ABORT, e.GetErrorCode());
+        EXPECT_TRUE(e.GetMessages().IsEmpty());
+        EXPECT_TRUE(e.Format(nullptr).IsEmpty());
+    }
+    t_bExhausted = true;
+    EXPECT_THROW(CLQMessages().Add(1, 1), CLQMemoryExcept);
+    t_bExhausted = false;
+}
+
+TEST(NoMemory, AMessageWithANumberHasItsFallback)
+{
+    CLQMessage message(1);
+    message.AddParam(-1234567);
+    // The locale's marks are read anew, which needs memory.
+    const CVariableGuard locale("LC_ALL", "hu_HU.UTF-8");
+    t_bExhausted = true;
+    COrvStr sText = message.Format(HINSTANCE());
+    t_bExhausted = false;
+    EXPECT_EQ(ORVTEXT("Internal error, invalid resource parameters.  (8|%1)"), TextOf(sText));
 }
 
 TEST(NoMemory, AReportReturns)
