@@ -9,7 +9,7 @@ set -euo pipefail
 source "$(dirname "$0")/env.sh"
 
 # llvm: readable stacks of the sanitizers. default-jdk-headless, libh2-java: a database that executes statements.
-# binutils-mingw: compiles the string tables that tests load.
+# binutils-mingw: compiles string tables.
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
     default-jdk-headless libh2-java)
