@@ -100,6 +100,13 @@ TEST_F(Languages, HoldWhatTheirScriptsSayInUtf8)
     EXPECT_NO_REPORTS(m_capture);
 }
 
+TEST_F(Languages, AreReadInTheCodePageOfTheirScripts)
+{
+    CResourceHandler::SetOwner(nullptr, ORVTEXT("test_strings"), 1, 0);
+    ASSERT_TRUE(CResourceHandler::SetLanguage(ORVTEXT("hu")));
+    EXPECT_EQ(ORVTEXT("\u00E1rv\u00EDzt\u0171r\u0151"), Loaded(1));
+}
+
 TEST_F(Languages, AreFoundByName)
 {
     const struct

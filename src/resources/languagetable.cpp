@@ -1,6 +1,8 @@
 #include "resources/languagetable.h"
 
+#include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
+#include "orvcomtypes/resourcehandler.h"
 #include "strings/charclass.h"
 
 #include <algorithm>
@@ -12,6 +14,13 @@ namespace
 {
 
 CNeverDestroyed<CLanguageTable> g_languages;
+
+/// Also when no language was chosen yet: none is, from then on.
+void DestroyResourceHandler()
+{
+    CResourceHandler::DestroyGlobal();
+    CResourceHandler::DestroyThreadLocal();
+}
 
 } // namespace
 
@@ -49,6 +58,7 @@ void CLanguageTable::CreateLoader(HMODULE hModule) noexcept
     m_pLoader = new (std::nothrow) CLQResLoader;
     if (m_pLoader != nullptr && hModule != nullptr)
         m_pLoader->Init(hModule);
+    g_TeardownHooks.m_fnDestroyResourceHandler.store(DestroyResourceHandler, std::memory_order_release);
 }
 
 void CLanguageTable::DestroyLoader() noexcept

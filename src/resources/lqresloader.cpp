@@ -49,7 +49,7 @@ void CLQResLoader::Init(HMODULE hModule, const WCHAR* sName, DWORD dwVersion) no
 {
     m_hModule = hModule;
     m_owner.m_sName.Clear();
-    m_owner.m_sName.Append(sName);
+    m_owner.m_sName.Append(sName != nullptr ? sName : ORVTEXT(""));
     m_owner.m_dwVersion = dwVersion;
 }
 

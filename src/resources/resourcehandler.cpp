@@ -1,6 +1,5 @@
 #include "orvcomtypes/resourcehandler.h"
 
-#include "core/lifecycle.h"
 #include "resources/languagetable.h"
 
 #include <utility>
@@ -15,12 +14,6 @@ constinit const CLanguage c_None;
 constinit std::atomic<const CLanguage*> g_pProcessLanguage = nullptr;
 /// Null for the process's.
 constinit thread_local const CLanguage* t_pLanguage = nullptr;
-
-void DestroyResourceHandler()
-{
-    CResourceHandler::DestroyGlobal();
-    CResourceHandler::DestroyThreadLocal();
-}
 
 /// The names of the languages that the user prefers, best first, each terminated, and an empty one.
 struct CPreferred
@@ -46,7 +39,6 @@ struct CChoice
 /// A language of the list \p sNames, else English.
 CChoice Choose(const WCHAR* sNames) noexcept
 {
-    g_TeardownHooks.m_fnDestroyResourceHandler.store(DestroyResourceHandler, std::memory_order_release);
     CLanguageTable& languages = CLanguageTable::Instance();
     for (; *sNames != 0; sNames += std::char_traits<WCHAR>::length(sNames) + 1)
         if (const CLanguage* const pLanguage = languages.Find(CLanguageName(sNames)))
