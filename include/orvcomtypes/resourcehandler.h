@@ -11,7 +11,8 @@
 ///
 /// A library is looked for in the owner's folder, then in the folder that the setting "InstallPath" names. It
 /// must be of the owner's version but for the patch number. Where the setting "UseResourceDLL" is 0, none is
-/// looked for. Without a library texts are what the functions that load them document for missing ones.
+/// looked for. What was looked for is not looked for again until `DestroyGlobal`. Without a library texts are
+/// what the functions that load them document for missing ones.
 ///
 /// Ownership: the handler opens libraries, each once, and keeps them until `DestroyGlobal`, so that texts
 ///   that other threads have read in place outlive a change of language.

@@ -47,6 +47,11 @@ void CLanguageName::Widen() noexcept
     m_sName[n != std::basic_string_view<WCHAR>::npos ? n : 0] = 0;
 }
 
+bool CLanguageName::operator==(const CLanguageName& other) const noexcept
+{
+    return OCT::IsSameText(m_sName, other.m_sName);
+}
+
 CLanguageTable& CLanguageTable::Instance() noexcept
 {
     return g_languages.Get();
@@ -72,13 +77,27 @@ void CLanguageTable::SetOwner(HMODULE hModule, const WCHAR* sName, DWORD dwVersi
 {
     const OCT::CCritSectGuard guard(&m_lock);
     ++m_nOwner;
+    m_nAnswers = 0;
     if (m_pLoader != nullptr)
         m_pLoader->Init(hModule, sName, dwVersion);
 }
 
-const CLanguage* CLanguageTable::Find(CLanguageName name) noexcept
+const CLanguage* CLanguageTable::Find(const CLanguageName& name) noexcept
 {
     const OCT::CCritSectGuard guard(&m_lock);
+    SetLastError(ERROR_SUCCESS);
+    for (unsigned i = 0; i < m_nAnswers; ++i)
+        if (m_answers[i].m_name == name)
+            return m_answers[i].m_pLanguage;
+    const CLanguage* const pLanguage = Search(name);
+    const bool bFinal = pLanguage != nullptr || !IsShortOfMemory(GetLastError());
+    if (bFinal && m_nAnswers < std::size(m_answers))
+        m_answers[m_nAnswers++] = {name, pLanguage};
+    return pLanguage;
+}
+
+const CLanguage* CLanguageTable::Search(CLanguageName name) noexcept
+{
     for (; !name.IsEmpty(); name.Widen())
         if (const CLanguage* const pLanguage = Open(name))
             return pLanguage;
@@ -89,7 +108,7 @@ CLanguage* CLanguageTable::Open(const CLanguageName& name) noexcept
 {
     CLanguage* const pEnd = m_languages + m_nCount;
     CLanguage* const pLanguage = std::find_if(m_languages, pEnd, [&](const CLanguage& language) {
-        return language.m_nOwner == m_nOwner && OCT::IsSameText(language.m_name.Text(), name.Text());
+        return language.m_nOwner == m_nOwner && language.m_name == name;
     });
     if (pLanguage != pEnd && pLanguage->m_hModule.load(std::memory_order_relaxed) != nullptr)
         return pLanguage;
@@ -111,6 +130,7 @@ CLanguage* CLanguageTable::Open(const CLanguageName& name) noexcept
 void CLanguageTable::CloseAll() noexcept
 {
     const OCT::CCritSectGuard guard(&m_lock);
+    m_nAnswers = 0;
     for (unsigned i = 0; i < m_nCount; ++i)
         if (const HMODULE hModule = m_languages[i].m_hModule.exchange(nullptr))
             FreeLibrary(hModule);

@@ -19,6 +19,8 @@ public:
     /// Makes "pt" of "pt-br", and nothing of "pt".
     void Widen() noexcept;
 
+    bool operator==(const CLanguageName& other) const noexcept;
+
 private:
     WCHAR m_sName[LOCALE_NAME_MAX_LENGTH] = {};
 };
@@ -30,6 +32,13 @@ struct CLanguage
     CLanguageName m_name;
     unsigned m_nOwner = 0; ///< counts the owners whose libraries were asked for
     std::atomic<HMODULE> m_hModule = nullptr;
+};
+
+/// What a name was found to mean.
+struct CLanguageAnswer
+{
+    CLanguageName m_name;
+    const CLanguage* m_pLanguage = nullptr;
 };
 
 /// Opens each library once. Every function may be called from any thread.
@@ -45,10 +54,11 @@ public:
 
     /// The language itself, else the one that it is a kind of; null when neither has a library, and the last
     /// error then.
-    const CLanguage* Find(CLanguageName name) noexcept;
+    const CLanguage* Find(const CLanguageName& name) noexcept;
     void CloseAll() noexcept;
 
 private:
+    const CLanguage* Search(CLanguageName name) noexcept;
     CLanguage* Open(const CLanguageName& name) noexcept;
 
     OCT::COwnLock m_lock;
@@ -56,4 +66,8 @@ private:
     unsigned m_nOwner = 0;
     unsigned m_nCount = 0;
     CLanguage m_languages[64];
+    /// Names are looked for on the disk once, as a service may choose a language for each request; those that
+    /// come when the list is full, each time.
+    CLanguageAnswer m_answers[64];
+    unsigned m_nAnswers = 0;
 };

@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -227,5 +228,20 @@ TEST(NumberFormat, TellsTheRoomItNeeds)
     const int nNeeded = GetNumberFormatW(LOCALE_USER_DEFAULT, 0, ORVTEXT("5"), nullptr, nullptr, 0);
     EXPECT_EQ(5, nNeeded);
     EXPECT_EQ(0, GetNumberFormatW(LOCALE_USER_DEFAULT, 0, ORVTEXT("5"), nullptr, sBuffer, 4));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
+}
+
+TEST(Nls, PreferredLanguagesAreAListOfNames)
+{
+    ULONG nNames = 0, nUnits = 0;
+    ASSERT_TRUE(GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &nNames, nullptr, &nUnits));
+    Text sList(nUnits, ORVTEXT('?'));
+    ASSERT_TRUE(GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &nNames, sList.data(), &nUnits));
+    EXPECT_LT(0u, nNames);
+    ASSERT_EQ(sList.size(), nUnits);
+    EXPECT_EQ(Text(2, 0), sList.substr(nUnits - 2));
+    EXPECT_EQ(nNames, static_cast<ULONG>(std::count(sList.begin(), sList.end(), WCHAR(0)) - 1));
+    ULONG nShort = nUnits - 1;
+    EXPECT_FALSE(GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &nNames, sList.data(), &nShort));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
 }
