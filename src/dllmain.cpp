@@ -1,3 +1,4 @@
+// The library's entry point. It stands above all rooms: it makes and ends what they own.
 #include "core/lifecycle.h"
 #include "core/threadstore.h"
 #include "resources/languagetable.h"
