@@ -201,7 +201,6 @@ public:
 
 private:
     friend class CSQLRecord;
-    void QueueLine(unsigned options, unsigned level, const LONG* phr, const char* format, va_list args) const;
     void Queue(const char* text, unsigned length, unsigned level) const;
     ILogFileHandler* Handler() const { return m_pHandler.load(std::memory_order_acquire); }
     CLogFileInnerHandler* FileHandler() const;

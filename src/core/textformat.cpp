@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+#include <emmintrin.h>
+
 namespace OCT
 {
 
@@ -189,10 +191,16 @@ void ForConverted(const WCHAR* pText, std::size_t nLength, UINT nCodePage, Put p
         if (nTaken < nLength && (pText[nTaken - 1] & 0xFC00) == 0xD800)
             --nTaken;
         char piece[4 * g_nPiece];
-        const int nBytes = WideCharToMultiByte(nCodePage, 0, pText, static_cast<int>(nTaken), piece,
-                                               static_cast<int>(sizeof(piece)), nullptr, nullptr);
+        // ASCII is the same in every code page.
+        std::size_t nBytes = 0;
+        for (; nBytes < nTaken && pText[nBytes] < 0x80; ++nBytes)
+            piece[nBytes] = static_cast<char>(pText[nBytes]);
+        if (nBytes < nTaken)
+            nBytes = static_cast<std::size_t>(
+                WideCharToMultiByte(nCodePage, 0, pText, static_cast<int>(nTaken), piece,
+                                    static_cast<int>(sizeof(piece)), nullptr, nullptr));
         if (nBytes > 0)
-            put(piece, static_cast<std::size_t>(nBytes));
+            put(piece, nBytes);
         else
             put("?", 1);
         pText += nTaken;
@@ -236,6 +244,13 @@ void ForConverted(const char* pText, std::size_t nLength, UINT, Put put)
     }
 }
 
+/// Whether text of the format's width is not taken as it is.
+template <class Char>
+bool IsConverted(const CFormatSink<Char>& sink)
+{
+    return std::is_same_v<Char, char> && sink.CodePage() != CP_ACP;
+}
+
 // Calls for the pieces of a text as the sink is to get them: as they are, or converted.
 template <class Char, class Text, class Put>
 void ForPieces(const CFormatSink<Char>& sink, const Text* pText, std::size_t nLength, Put put)
@@ -243,7 +258,7 @@ void ForPieces(const CFormatSink<Char>& sink, const Text* pText, std::size_t nLe
     const UINT nCodePage = sink.CodePage();
     if constexpr (!std::is_same_v<Char, Text>)
         ForConverted(pText, nLength, nCodePage, put);
-    else if (std::is_same_v<Char, WCHAR> || nCodePage == CP_ACP)
+    else if (!IsConverted(sink))
         put(pText, nLength);
     else if constexpr (std::is_same_v<Char, char>)
         ForConverted(pText, nLength, nCodePage, [&](const WCHAR* pWide, std::size_t nWide) {
@@ -348,47 +363,96 @@ void ResolveStars(CConversion<Char>& conversion, Args& args)
         conversion.m_nPrecision = (std::max)(TakeStar(args, -1), -1);
 }
 
-// A conversion of one letter, which most are; false when this is none that is quick.
-template <class Char>
-bool PutQuickly(CFormatSink<Char>& sink, Char cType, const CFormatArg& arg)
+template <class Char, class Int>
+void PutPlainInteger(CFormatSink<Char>& sink, Int nValue)
+{
+    if (sink.Left() >= MaxIntText)
+        return sink.PutUpTo(PutDecimal(sink.Next(), nValue));
+    Char digits[MaxIntText];
+    sink.Put(digits, static_cast<std::size_t>(PutDecimal(digits, nValue) - digits));
+}
+
+// A conversion that is one letter, as most are. False when this is none that is quick.
+template <class Char, class Args>
+bool PutLetter(CFormatSink<Char>& sink, Char cType, Args& args)
 {
     if (cType == 'd' || cType == 'u')
     {
-        Char digits[MaxIntText];
-        const Char* const pEnd = cType == 'd' ? PutDecimal(digits, static_cast<std::int32_t>(arg.m_nValue))
-                                              : PutDecimal(digits, static_cast<std::uint32_t>(arg.m_nValue));
-        sink.Put(digits, static_cast<std::size_t>(pEnd - digits));
+        const CFormatArg* const pArg = args.Take(EFormatKind::Int32);
+        if (pArg != nullptr && cType == 'd')
+            PutPlainInteger(sink, static_cast<std::int32_t>(pArg->m_nValue));
+        else if (pArg != nullptr)
+            PutPlainInteger(sink, static_cast<std::uint32_t>(pArg->m_nValue));
         return true;
     }
-    if (cType != 's' || arg.m_pValue == nullptr || (std::is_same_v<Char, char> && sink.CodePage() != CP_ACP))
+    if (cType != 's' || IsConverted(sink))
         return false;
-    const auto* sText = static_cast<const Char*>(arg.m_pValue);
-    sink.Put(sText, std::char_traits<Char>::length(sText));
+    const CFormatArg* const pArg =
+        args.Take(std::is_same_v<Char, char> ? EFormatKind::Narrow : EFormatKind::Wide);
+    if (pArg != nullptr && pArg->m_pValue != nullptr)
+    {
+        const auto* sText = static_cast<const Char*>(pArg->m_pValue);
+        sink.Put(sText, std::char_traits<Char>::length(sText));
+    }
+    else if (pArg != nullptr)
+        sink.Put("(null)");
     return true;
 }
 
-/// The next "%", or the terminator.
-const char* FindPercent(const char* s)
-{
-    const char* const p = std::strchr(s, '%');
-    return p != nullptr ? p : s + std::strlen(s);
-}
-
-const WCHAR* FindPercent(const WCHAR* s)
-{
-    while (*s != 0 && *s != '%')
-        ++s;
-    return s;
-}
-
-/// Puts text of the format itself.
+/// Puts text of the format itself up to the next "%" or the terminator; returns where it stopped. A narrow
+/// format is read by blocks as long as its terminator at \p pEnd is not among them.
 template <class Char>
-void PutPlain(CFormatSink<Char>& sink, const Char* pText, std::size_t nLength)
+const Char* PutPlain(CFormatSink<Char>& sink, const Char* sFormat, [[maybe_unused]] const Char* pEnd)
 {
-    if (std::is_same_v<Char, WCHAR> || sink.CodePage() == CP_ACP)
-        sink.Put(pText, nLength);
+    Char* p = sink.Next();
+    Char* const pLast = p + sink.Left();
+    if constexpr (std::is_same_v<Char, char>)
+    {
+        if (IsConverted(sink))
+        {
+            const Char* const pStop = std::find(sFormat, pEnd, '%');
+            PutSized(sink, CConversion<Char>(), sFormat, static_cast<std::size_t>(pStop - sFormat));
+            return pStop;
+        }
+        constexpr int nBlock = sizeof(__m128i);
+        for (; pEnd - sFormat >= nBlock && pLast - p >= nBlock; sFormat += nBlock, p += nBlock)
+        {
+            const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(sFormat));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(p), text);
+            const int nFound = _mm_movemask_epi8(_mm_cmpeq_epi8(text, _mm_set1_epi8('%')));
+            if (nFound == 0)
+                continue;
+            const int nPlain = std::countr_zero(static_cast<unsigned>(nFound));
+            sink.PutUpTo(p + nPlain);
+            return sFormat + nPlain;
+        }
+    }
+    while (p != pLast && *sFormat != 0 && *sFormat != '%')
+        *p++ = *sFormat++;
+    sink.PutUpTo(p);
+    return sFormat;
+}
+
+// Any other conversion, read from behind its "%". What is none is copied.
+template <class Char, class Args>
+const Char* PutConversion(CFormatSink<Char>& sink, const Char* sFormat, Args& args)
+{
+    const Char* const pPercent = sFormat - 1;
+    CConversion<Char> conversion;
+    if (conversion.Parse(sFormat))
+    {
+        ResolveStars(conversion, args);
+        const EFormatKind eKind = conversion.Kind();
+        if (const CFormatArg* pArg = args.Take(eKind))
+            PutArgument(sink, conversion, eKind, *pArg);
+    }
+    else if (*sFormat == '%')
+        sink.Put(sFormat++, 1);
+    else if (IsConverted(sink))
+        PutSized(sink, CConversion<Char>(), pPercent, static_cast<std::size_t>(sFormat - pPercent));
     else
-        PutSized(sink, CConversion<Char>(), pText, nLength);
+        sink.Put(pPercent, static_cast<std::size_t>(sFormat - pPercent));
+    return sFormat;
 }
 
 } // namespace
@@ -442,28 +506,16 @@ CFetchedArgs<Char>::CFetchedArgs(const Char* sFormat, va_list args)
 template <class Char, class Args>
 void FormatText(CFormatSink<Char>& sink, const Char* sFormat, Args& args)
 {
-    while (*sFormat && !sink.IsFull())
+    const Char* pEnd = nullptr;
+    if constexpr (std::is_same_v<Char, char>)
+        pEnd = sFormat + std::strlen(sFormat);
+    while (*(sFormat = PutPlain(sink, sFormat, pEnd)) != 0 && !sink.IsFull())
     {
-        const Char* pPlain = sFormat;
-        sFormat = FindPercent(sFormat);
-        PutPlain(sink, pPlain, static_cast<std::size_t>(sFormat - pPlain));
-        if (!*sFormat)
-            break;
-        const Char* pPercent = sFormat++;
-        CConversion<Char> conversion;
-        if (conversion.Parse(sFormat))
-        {
-            ResolveStars(conversion, args);
-            const EFormatKind eKind = conversion.Kind();
-            const CFormatArg* pArg = args.Take(eKind);
-            const bool bOneLetter = sFormat - pPercent == 2;
-            if (pArg && !(bOneLetter && PutQuickly(sink, conversion.m_cType, *pArg)))
-                PutArgument(sink, conversion, eKind, *pArg);
-        }
-        else if (*sFormat == '%')
-            sink.Put(sFormat++, 1);
+        ++sFormat;
+        if (PutLetter(sink, *sFormat, args))
+            ++sFormat;
         else
-            PutPlain(sink, pPercent, static_cast<std::size_t>(sFormat - pPercent));
+            sFormat = PutConversion(sink, sFormat, args);
     }
     if (*sFormat)
         sink.Fill(' ', 1); // no room is left: notes the cut

@@ -109,19 +109,23 @@ public:
 
     void Put(const Char* pText, std::size_t nLength)
     {
-        const std::size_t nFits = Room(nLength);
+        const std::size_t nFits = Fitting(nLength);
         m_pNext = std::copy_n(pText, nFits, m_pNext);
     }
     void Put(std::string_view sText) requires(!std::is_same_v<Char, char>)
     {
-        const std::size_t nFits = Room(sText.size());
+        const std::size_t nFits = Fitting(sText.size());
         m_pNext = std::copy_n(sText.data(), nFits, m_pNext);
     }
     void Put(std::string_view sText) requires std::is_same_v<Char, char> { Put(sText.data(), sText.size()); }
     void Fill(char c, std::size_t nCount)
     {
-        m_pNext = std::fill_n(m_pNext, Room(nCount), static_cast<Char>(c));
+        m_pNext = std::fill_n(m_pNext, Fitting(nCount), static_cast<Char>(c));
     }
+
+    /// For who writes by himself, not more than is left: where, and how far he came.
+    Char* Next() const { return m_pNext; }
+    void PutUpTo(Char* pNext) { m_pNext = pNext; }
 
     UINT CodePage() const { return m_nCodePage; }
     /// Takes back what a cut left of a character.
@@ -132,15 +136,15 @@ public:
     }
 
     std::size_t Length() const { return static_cast<std::size_t>(m_pNext - m_pStart); }
+    std::size_t Left() const { return static_cast<std::size_t>(m_pEnd - m_pNext); }
     bool IsFull() const { return m_pNext == m_pEnd; }
     bool IsCut() const { return m_bCut; }
 
 private:
-    std::size_t Room(std::size_t nWanted)
+    std::size_t Fitting(std::size_t nWanted)
     {
-        const auto nRoom = static_cast<std::size_t>(m_pEnd - m_pNext);
-        m_bCut |= nWanted > nRoom;
-        return (std::min)(nWanted, nRoom);
+        m_bCut |= nWanted > Left();
+        return (std::min)(nWanted, Left());
     }
 
     Char* m_pStart;

@@ -11,11 +11,12 @@
 #include <atomic>
 #include <cstring>
 
+#include <emmintrin.h>
+
 namespace
 {
 
-/// Appends to the header as far as it has room.
-using CHeader = OCT::CFormatSink<char>;
+using CSink = OCT::CFormatSink<char>;
 
 char LevelMark(unsigned nLevel)
 {
@@ -27,101 +28,95 @@ char LevelMark(unsigned nLevel)
                                      : 'O';
 }
 
-/// The local time of the last second that was asked for, in one word so that threads can share it: bits 0-30
-/// of the moment, then second of the day, day, month and year.
-std::uint64_t LocalStamp()
+/// The local time of the second that was asked for last, in one word so that threads can share it: 31 bits of
+/// the moment, then second, minute, hour, day, month and year.
+std::uint64_t LocalTime(__time64_t tTime)
 {
     static std::atomic<std::uint64_t> s_nLast = 0;
-    const __time64_t tNow = g_pfnLogTime();
     const std::uint64_t nLast = s_nLast.load(std::memory_order_relaxed);
-    const auto nMoment = static_cast<std::uint64_t>(tNow) & 0x7FFFFFFF;
-    if (nLast != 0 && (nLast & 0x7FFFFFFF) == nMoment)
+    const auto nMoment = static_cast<std::uint64_t>(tTime) & 0x7FFFFFFF;
+    if (nLast != 0 && (nLast & 0x7FFFFFFF) == nMoment) [[likely]]
         return nLast;
-    const std::tm tm = CLogDate(tNow).m_tm;
+    const std::tm tm = CLogDate(tTime).m_tm;
     const auto Field = [](int nValue, int nShift) { return static_cast<std::uint64_t>(nValue) << nShift; };
-    const std::uint64_t nStamp = nMoment | Field((tm.tm_hour * 60 + tm.tm_min) * 60 + tm.tm_sec, 31) |
-                                 Field(tm.tm_mday, 48) | Field(tm.tm_mon + 1, 53) |
-                                 Field(tm.tm_year % 100, 57);
-    s_nLast.store(nStamp, std::memory_order_relaxed);
-    return nStamp;
+    const std::uint64_t nTime = nMoment | Field(tm.tm_sec, 31) | Field(tm.tm_min, 37) |
+                                Field(tm.tm_hour, 43) | Field(tm.tm_mday, 48) | Field(tm.tm_mon + 1, 53) |
+                                Field(tm.tm_year % 100, 57);
+    s_nLast.store(nTime, std::memory_order_relaxed);
+    return nTime;
 }
 
-/// YYMMDD_HHMMSS and a blank; the end.
-char* PutStamp(char* p)
+/// Whether a byte may have to be shown in another way; 0xC2 opens the upper controls of UTF-8.
+bool IsOther(char c)
 {
-    const std::uint64_t nStamp = LocalStamp();
-    const auto nSecond = static_cast<std::uint32_t>(nStamp >> 31 & 0x1FFFF);
-    p = OCT::PutPair(p, static_cast<std::uint32_t>(nStamp >> 57));
-    p = OCT::PutPair(p, static_cast<std::uint32_t>(nStamp >> 53 & 0xF));
-    p = OCT::PutPair(p, static_cast<std::uint32_t>(nStamp >> 48 & 0x1F));
-    *p++ = '_';
-    p = OCT::PutPair(p, nSecond / 3600);
-    p = OCT::PutPair(p, nSecond / 60 % 60);
-    p = OCT::PutPair(p, nSecond % 60);
-    *p++ = ' ';
+    return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F || c == '\xC2';
+}
+
+/// The same of sixteen.
+__m128i OthersIn(const char* p)
+{
+    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const auto Is = [=](char c) { return _mm_cmpeq_epi8(text, _mm_set1_epi8(c)); };
+    const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(text, _mm_set1_epi8(0x1F)), text);
+    return _mm_or_si128(_mm_andnot_si128(Is('\t'), isControl), _mm_or_si128(Is(0x7F), Is('\xC2')));
+}
+
+/// The prefix and a blank, if there is one. \p bIsFormat becomes true when there is a "%" in it.
+char* PutPrefix(char* p, const char* sPrefix, bool& bIsFormat)
+{
+    char* const pStart = p;
+    bool bPercent = false;
+    for (char c; (c = *sPrefix++) != 0; *p++ = c)
+        bPercent |= c == '%';
+    bIsFormat |= bPercent;
+    if (p != pStart)
+        *p++ = ' ';
     return p;
 }
 
-/// The file's name without its folder, and the line.
-void PutLocation(CHeader& header)
+/// The file's name without its folder, and the line. True when there is a "%" in the name.
+bool PutLocation(CSink& header)
 {
     const char* sFile;
     int iLine;
     if (!CThreadLogFileLineHandler::Get(sFile, iLine) || sFile == nullptr)
-        return;
+        return false;
     const std::string_view sPath(sFile);
-    const auto nName = sPath.find_last_of("/\\");
-    header.Put(nName == sPath.npos ? sPath : sPath.substr(nName + 1));
+    const std::string_view sName = sPath.substr(sPath.find_last_of("/\\") + 1); // npos + 1 is 0
+    header.Put(sName);
     char sLine[16];
     header.Put(sLine, OCT::FormatTo(sLine, "(%d) ", iLine));
-}
-
-void PutHeader(CHeader& header, const CLogLineParts& parts)
-{
-    const char mark[] = {'=', LevelMark(parts.m_nLevel), '>', ' '};
-    header.Put(mark, sizeof(mark));
-    if (*parts.m_sPrefix != 0)
-    {
-        header.Put(parts.m_sPrefix);
-        header.Put(" ");
-    }
-    char sFixed[32];
-    char* p = PutStamp(sFixed);
-    if (parts.m_nOptions & lqlThreadId)
-    {
-        *p++ = '[';
-        p = OCT::PutHex(p, static_cast<std::uint16_t>(GetCurrentThreadId()), 4);
-        *p++ = ']';
-        *p++ = ' ';
-    }
-    header.Put(sFixed, static_cast<std::size_t>(p - sFixed));
-    PutLocation(header);
-    if (parts.m_phr != nullptr)
-    {
-        header.Put("HR: ");
-        p = OCT::PutHex(sFixed, static_cast<std::uint32_t>(*parts.m_phr), 8);
-        *p++ = ' ';
-        header.Put(sFixed, static_cast<std::size_t>(p - sFixed));
-    }
+    return sName.find('%') != sName.npos;
 }
 
 } // namespace
 
+char* PutLogStamp(char* p, __time64_t tTime)
+{
+    const std::uint64_t nTime = LocalTime(tTime);
+    const auto Put = [&](int nShift, std::uint32_t nMask) {
+        p = OCT::PutPair(p, static_cast<std::uint32_t>(nTime >> nShift) & nMask);
+    };
+    Put(57, 0x7F);
+    Put(53, 0xF);
+    Put(48, 0x1F);
+    *p++ = '_';
+    Put(43, 0x1F);
+    Put(37, 0x3F);
+    Put(31, 0x3F);
+    return p;
+}
+
 CLogLine::CLogLine(const CLogLineParts& parts, const char* sFormat, va_list args)
     : m_nCodePage(parts.m_nCodePage)
 {
-    CHeader text(m_sText, kMessageBytes - 1, m_nCodePage);
-    PutHeader(text, parts);
-    const std::size_t nHeader = text.Length();
+    bool bIsFormat = false;
+    const std::size_t nHeader = PutHeader(parts, bIsFormat);
     // The format becomes part of the header and is cut with it.
-    if (nHeader + std::strlen(sFormat) >= kHeaderBytes || std::memchr(m_sText, '%', nHeader) != nullptr)
+    if (bIsFormat || nHeader + std::strlen(sFormat) >= kHeaderBytes)
         FormatWithHeader((std::min)(nHeader, kHeaderBytes - 1), sFormat, args);
     else
-    {
-        OCT::CFormatArgs<char> taken(args);
-        OCT::FormatText(text, sFormat, taken);
-        m_nLength = text.Length();
-    }
+        Format(nHeader, sFormat, args);
     Trim();
     if (m_nLength > kTextBytes || CLogCharacter::IsAnyIn({m_sText, m_nLength}))
         Indent();
@@ -129,17 +124,58 @@ CLogLine::CLogLine(const CLogLineParts& parts, const char* sFormat, va_list args
     m_nLength += 2;
 }
 
+/// Its length. \p bIsFormat becomes true when there is something to be formatted in it.
+std::size_t CLogLine::PutHeader(const CLogLineParts& parts, bool& bIsFormat)
+{
+    char* p = m_sText;
+    *p++ = '=';
+    *p++ = LevelMark(parts.m_nLevel);
+    *p++ = '>';
+    *p++ = ' ';
+    p = PutPrefix(p, parts.m_sPrefix, bIsFormat);
+    p = PutLogStamp(p, g_pfnLogTime());
+    *p++ = ' ';
+    if (parts.m_nOptions & lqlThreadId)
+    {
+        *p++ = '[';
+        p = OCT::PutHex(p, static_cast<std::uint16_t>(GetCurrentThreadId()), 4);
+        *p++ = ']';
+        *p++ = ' ';
+    }
+    CSink header(m_sText, kMessageBytes - 1, m_nCodePage);
+    header.PutUpTo(p);
+    bIsFormat |= PutLocation(header);
+    if (parts.m_phr != nullptr)
+    {
+        char sHr[8];
+        OCT::PutHex(sHr, static_cast<std::uint32_t>(*parts.m_phr), 8);
+        header.Put("HR: ");
+        header.Put(sHr, sizeof(sHr));
+        header.Put(" ");
+    }
+    return header.Length();
+}
+
+void CLogLine::Format(std::size_t nHeader, const char* sFormat, va_list args)
+{
+    CSink text(m_sText, kMessageBytes - 1, m_nCodePage);
+    text.PutUpTo(m_sText + nHeader);
+    OCT::CFormatArgs<char> taken(args);
+    OCT::FormatText(text, sFormat, taken);
+    m_nLength = text.Length();
+}
+
 /// The header is formatted too; arguments are those that the caller's format names as a whole.
 void CLogLine::FormatWithHeader(std::size_t nHeader, const char* sFormat, va_list args)
 {
     char sHeader[kHeaderBytes];
-    CHeader header(sHeader, kHeaderBytes - 1);
+    CSink header(sHeader, kHeaderBytes - 1);
     header.Put(m_sText, nHeader);
     header.Put(sFormat);
     header.EndCut();
     sHeader[header.Length()] = 0;
     OCT::CFetchedArgs<char> fetched(sFormat, args);
-    OCT::CFormatSink<char> message(m_sText, kMessageBytes - 1, m_nCodePage);
+    CSink message(m_sText, kMessageBytes - 1, m_nCodePage);
     OCT::FormatText(message, sHeader, fetched);
     m_nLength = message.Length();
 }
@@ -199,23 +235,12 @@ CLogCharacter::CLogCharacter(const char* sText, bool bUTF8) : m_sShown(sText, 1)
 
 bool CLogCharacter::IsAnyIn(std::string_view sText)
 {
-    // Eight at a time: a byte below 0x20, 0x7F and all above set a top bit. What is beyond ASCII is looked at
-    // once more.
-    constexpr std::uint64_t kOnes = 0x0101010101010101;
-    constexpr std::uint64_t kTops = 0x8080808080808080;
-    const auto Look = [](std::uint64_t n) { return (n - 0x20 * kOnes) | (n + kOnes) | n; };
-    std::uint64_t nFound = 0;
-    std::size_t i = 0;
-    for (std::uint64_t n; i + sizeof(n) <= sText.size(); i += sizeof(n))
-    {
-        std::memcpy(&n, sText.data() + i, sizeof(n));
-        nFound |= Look(n);
-    }
-    std::uint64_t nRest = 0x20 * kOnes;
-    std::memcpy(&nRest, sText.data() + i, sText.size() - i);
-    if (((nFound | Look(nRest)) & kTops) == 0)
-        return false;
-    return std::any_of(sText.begin(), sText.end(), [](char c) {
-        return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F || c == '\xC2'; // which opens upper controls
-    });
+    constexpr std::size_t kBlock = 16;
+    if (sText.size() < kBlock)
+        return std::any_of(sText.begin(), sText.end(), IsOther);
+    const char* const pLast = sText.data() + sText.size() - kBlock;
+    __m128i others = _mm_setzero_si128();
+    for (const char* p = sText.data(); p < pLast; p += kBlock)
+        others = _mm_or_si128(others, OthersIn(p));
+    return _mm_movemask_epi8(_mm_or_si128(others, OthersIn(pLast))) != 0;
 }

@@ -7,6 +7,9 @@
 #include <cstddef>
 #include <string_view>
 
+/// A moment as lines show it, YYMMDD_HHMMSS; the end.
+char* PutLogStamp(char* p, __time64_t tTime);
+
 struct CLogLineParts
 {
     unsigned m_nOptions;
@@ -31,6 +34,8 @@ private:
     static constexpr std::size_t kMessageBytes = 0x4000;
     static constexpr std::size_t kTextBytes = 16374; ///< of the message; the end of the line comes behind
 
+    std::size_t PutHeader(const CLogLineParts& parts, bool& bIsFormat);
+    void Format(std::size_t nHeader, const char* sFormat, va_list args);
     void FormatWithHeader(std::size_t nHeader, const char* sFormat, va_list args);
     void Indent();
     bool Put(std::string_view sText);

@@ -132,7 +132,7 @@ void COrvLog::LogOpt(unsigned level, OCT::CRunTimeFormat format, ...) const
 {
     va_list args;
     va_start(args, format);
-    QueueLine(GetLogOpt(), level, nullptr, format.Text(), args);
+    LogInner(level, nullptr, format.Text(), args);
     va_end(args);
 }
 
@@ -140,23 +140,19 @@ void COrvLog::LogOpt(unsigned level, LONG hr, OCT::CRunTimeFormat format, ...) c
 {
     va_list args;
     va_start(args, format);
-    QueueLine(GetLogOpt(), level, &hr, format.Text(), args);
+    LogInner(level, &hr, format.Text(), args);
     va_end(args);
 }
 
 void COrvLog::LogInner(unsigned level, const LONG* phr, const char* format, va_list args) const
 {
-    QueueLine(GetLogOpt(), level, phr, format, args);
-}
-
-void COrvLog::QueueLine(unsigned options, unsigned level, const LONG* phr, const char* format,
-                        va_list args) const
-{
-    const bool bFile = options != lqlToDebugger && Handler() != nullptr;
-    if ((options & level) == 0 || (!bFile && (options & lqlToDebugger) == 0) || format == nullptr)
+    const unsigned nOptions = GetLogOpt();
+    const bool bDebugger = (nOptions & lqlToDebugger) != 0;
+    const bool bFile = nOptions != lqlToDebugger && Handler() != nullptr;
+    if ((nOptions & level) == 0 || (!bFile && !bDebugger) || format == nullptr)
         return;
-    const CLogLine line({options, level, m_sPrefix, phr, CodePage()}, format, args);
-    if (options & lqlToDebugger)
+    const CLogLine line({nOptions, level, m_sPrefix, phr, CodePage()}, format, args);
+    if (bDebugger)
         OutputDebugStringA(line.Text());
     if (bFile)
         Queue(line.Text(), line.Length(), level);
