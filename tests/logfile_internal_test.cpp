@@ -201,8 +201,14 @@ TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)
         sExpected += sLine;
     }
     std::string sActual;
-    for (; !first.IsEmpty(); first.DropFirst())
-        sActual.append(first.First()->Text(), first.First()->Length());
+    for (const CLogMessage* p = first.First(); p != nullptr; p = CLogQueue::Next(p))
+        sActual.append(p->Text(), p->Length());
+    std::uint64_t nBytes = 1 + 478 + 478; // two lines and a part of the third
+    first.DropWhole(nBytes);
+    EXPECT_EQ(478u, nBytes);
+    EXPECT_EQ(sExpected.size() - 479, first.Bytes());
+    first.Clear();
+    EXPECT_TRUE(first.IsEmpty());
     EXPECT_EQ(sExpected, sActual);
     EXPECT_TRUE(second.IsEmpty());
 }

@@ -84,7 +84,8 @@ template <class T>
 inline constexpr bool kLibraryPool = kPlexShelf<T> >= 0;
 
 /// For pools of the library: makes a fork wait for the lock, and hands what the threads' stores hold of one
-/// shelf to \p fnReturn.
+/// shelf to \p fnReturn. An item that may be in use all the same has a member `bool LeaveStore()`, true when
+/// it is free.
 void HoldAtFork(CCritSect& lock) noexcept;
 void TakeBackStored(int nShelf, void (*fnReturn)(void* const* ppItems, unsigned nItems)) noexcept;
 
@@ -295,7 +296,14 @@ template <class T, unsigned N, class Lock>
 void CPlexAlloc<T, N, Lock>::ReturnStored(void* const* ppItems, unsigned nItems)
 {
     for (unsigned i = 0; i < nItems && s_pPool.load(std::memory_order_relaxed) != nullptr; ++i)
-        s_pool.PutItem(static_cast<T*>(ppItems[i]));
+    {
+        T* const pItem = static_cast<T*>(ppItems[i]);
+        bool bFree = true;
+        if constexpr (requires { pItem->LeaveStore(); })
+            bFree = pItem->LeaveStore();
+        if (bFree)
+            s_pool.PutItem(pItem);
+    }
 }
 
 template <class T, unsigned N, class Lock>

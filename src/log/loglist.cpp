@@ -15,8 +15,7 @@ constexpr DWORD kStopMs = 1000;
 /// Before the pools are taken down lines should not lie in them any more.
 void FlushLogsAtTeardown()
 {
-    if (CLogFileHandlerList::Instance().Flush(kStopMs, true))
-        CLogMessage::ReleaseKept();
+    CLogFileHandlerList::Instance().Flush(kStopMs, true);
 }
 
 CLogFileHandlerList& MakeList()

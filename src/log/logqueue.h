@@ -1,49 +1,9 @@
-// Lines on their way from the callers to the file.
+// The lines that wait for their file.
 #pragma once
 
-#include "orvcomtypes/plexalloc.h"
+#include "log/logmessage.h"
 
-#include <cstddef>
 #include <cstdint>
-
-/// One queued line. Short ones have this size and come from a pool; long ones are as large as their text.
-class CLogMessage
-{
-public:
-    /// A copy of the text; null without memory.
-    static CLogMessage* Create(const char* sText, std::uint32_t nLength) noexcept;
-    static void Destroy(CLogMessage* pMessage);
-
-    /// In final release the pool would take a chain with a line in it for free as soon as another line of it
-    /// is given back. So lines come from the heap then, and those of the pool are kept until there is none
-    /// on its way: that is what the caller of this says.
-    static void ReleaseKept();
-
-    /// Whether a line of this length comes from the pool.
-    static constexpr bool IsPooled(std::uint32_t nLength) { return nLength < s_nPooledBytes - 1; }
-
-    const char* Text() const { return reinterpret_cast<const char*>(this) + offsetof(CLogMessage, m_sText); }
-    std::uint32_t Length() const { return m_nLength; }
-    /// Whether it was logged as an error.
-    bool IsError() const { return m_nLength > 2 && Text()[0] == '=' && Text()[1] == 'E'; }
-
-private:
-    friend class CLogQueue;
-    static constexpr std::uint32_t s_nPooledBytes = 480;
-
-    CLogMessage* m_pNext;
-    std::uint32_t m_nLength : 31;
-    std::uint32_t m_bOwnBlock : 1;
-    [[maybe_unused]] char m_sText[s_nPooledBytes]; // reached by its offset: it may be longer than declared
-};
-
-template <>
-struct OCT::CPlexTypeName<CLogMessage>
-{
-    static constexpr OCT::CFixedText kText{"class CLogMessage"};
-};
-template <>
-inline constexpr int OCT::kPlexShelf<CLogMessage> = 4;
 
 /// First in, first out. Owns its messages.
 class CLogQueue
@@ -78,11 +38,13 @@ public:
     /// may be in the file.
     CLogMessage* TakeOther();
 
-    void DropFirst();
+    /// Drops lines from the front as long as all their bytes are among \p nBytes; takes these off.
+    void DropWhole(std::uint64_t& nBytes);
     void Clear()
     {
-        while (!IsEmpty())
-            DropFirst();
+        std::uint64_t nBytes = m_nBytes;
+        if (nBytes != 0)
+            DropWhole(nBytes);
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "log/logwriter.h"
 
 #include "core/textformat.h"
+#include "log/logline.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,17 +10,11 @@
 namespace
 {
 
-/// A moment as lines show it.
 struct CStamp
 {
-    explicit CStamp(__time64_t t)
-    {
-        const std::tm tm = CLogDate(t).m_tm;
-        OCT::FormatTo(m_sText, "%02d%02d%02d_%02d%02d%02d", tm.tm_year % 100, tm.tm_mon + 1, tm.tm_mday,
-                      tm.tm_hour, tm.tm_min, tm.tm_sec);
-    }
+    explicit CStamp(__time64_t t) { *PutLogStamp(m_sText, t) = 0; }
 
-    char m_sText[32];
+    char m_sText[16];
 };
 
 } // namespace
@@ -121,19 +116,10 @@ DWORD CLogWriter::FillBuffer(const CLogQueue& lines)
 
 void CLogWriter::Consume(CLogQueue& lines, DWORD nBytes)
 {
-    const __time64_t tNow = g_pfnLogTime();
-    while (nBytes > 0)
-    {
-        const DWORD nLength = lines.First()->Length();
-        const DWORD nLeft = nLength - m_nFirstDone;
-        if (nBytes < nLeft)
-        {
-            m_nFirstDone += nBytes;
-            return;
-        }
-        nBytes -= nLeft;
-        m_nFirstDone = 0;
-        m_unsynced.Add(1, nLength, tNow);
-        lines.DropFirst();
-    }
+    const std::uint64_t nLines = lines.Lines();
+    const std::uint64_t nQueued = lines.Bytes();
+    std::uint64_t nDone = std::uint64_t{m_nFirstDone} + nBytes;
+    lines.DropWhole(nDone);
+    m_nFirstDone = static_cast<DWORD>(nDone);
+    m_unsynced.Add(nLines - lines.Lines(), nQueued - lines.Bytes(), g_pfnLogTime());
 }
