@@ -1,11 +1,12 @@
-// A pair of allocate and free, against malloc and a pool behind a mutex.
+// A pair of allocate and free, against malloc, a pool behind a mutex, and the least that a pool behind any
+// lock can take.
 #include "orvcomtypes/octalloc.h"
 
-#include <benchmark/benchmark.h>
+#include "second_thread.h"
 
 #include <boost/pool/pool.hpp>
 
-#include <cstdlib>
+#include <atomic>
 #include <mutex>
 #include <vector>
 
@@ -62,6 +63,39 @@ struct CBoostPool
     }
 };
 
+/// What any list behind a lock costs at least: the two locked operations of entering it twice, and the list.
+template <std::size_t Bytes>
+struct CFloor
+{
+    union CNode
+    {
+        CNode* m_pNext;
+        char m_data[Bytes];
+    };
+
+    static inline std::atomic<bool> s_bTaken = false;
+    static inline CNode* s_pFree = nullptr;
+
+    static void* Allocate()
+    {
+        while (s_bTaken.exchange(true, std::memory_order_acquire))
+            ;
+        CNode* const p = s_pFree != nullptr ? s_pFree : new CNode{nullptr};
+        s_pFree = p->m_pNext;
+        s_bTaken.store(false, std::memory_order_release);
+        return p;
+    }
+    static void Free(void* pBlock)
+    {
+        const auto p = static_cast<CNode*>(pBlock);
+        while (s_bTaken.exchange(true, std::memory_order_acquire))
+            ;
+        p->m_pNext = s_pFree;
+        s_pFree = p;
+        s_bTaken.store(false, std::memory_order_release);
+    }
+};
+
 /// The block is given back at once: the fastest case of every allocator.
 template <class Pool>
 void Pair(benchmark::State& state)
@@ -92,8 +126,6 @@ void Batch(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// The cases of one thread come first: several locks, ours among them, are cheaper until a second thread was
-// started.
 #define ORV_POOL_PAIR(bytes, pool, threads) \
     BENCHMARK(Pair<pool<bytes>>)->Name("pair/" #bytes "/" #pool)->Threads(threads)->UseRealTime()
 #define ORV_POOL_BATCH(bytes, pool, threads) \
@@ -102,6 +134,9 @@ void Batch(benchmark::State& state)
     bench(bytes, COurPool, threads); \
     bench(bytes, CHeap, threads); \
     bench(bytes, CBoostPool, threads)
+
+ORV_POOL_PAIR(64, CFloor, 1);
+ORV_POOL_PAIR(512, CFloor, 1);
 
 ORV_POOL_PEERS(ORV_POOL_PAIR, 64, 1);
 ORV_POOL_PEERS(ORV_POOL_PAIR, 512, 1);
@@ -114,4 +149,7 @@ ORV_POOL_PEERS(ORV_POOL_BATCH, 512, 2);
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    return RunBenches(argc, argv);
+}

@@ -1,19 +1,17 @@
 // The life of short texts and their collation, against the strings that other C++ programs would use.
 //
-// A second thread exists all the time, as in every program that the library is made for, so that locks take
-// the instructions that they need there; with the environment variable ORV_BENCH_ALONE there is none.
+// What a case does is looked at before it is measured. Texts and lengths come from the arguments, so that the
+// compiler knows no more of them than in a program.
 #include "orvcomtypes/orvstr.h"
 
-#include <benchmark/benchmark.h>
+#include "second_thread.h"
 
 #include <unicode/coll.h>
 #include <unicode/unistr.h>
 
-#include <cstdlib>
-#include <future>
 #include <memory>
 #include <string>
-#include <thread>
+#include <string_view>
 
 #ifdef ORV_BENCH_QT
 #include <QString>
@@ -34,6 +32,7 @@ struct COurs
     static int Find(const Value& value, const Value& find) { return value.FindSubStr(find); }
     static void Replace(Value& value, const Value& from, const Value& to) { value.Replace(from, to); }
     static int Compare(const Value& a, const Value& b) { return CompareOrvString(a, b, false); }
+    static std::u16string_view Text(const Value& value) { return {value, value.GetLength()}; }
 };
 
 struct CStd
@@ -46,6 +45,7 @@ struct CStd
     static void MakePrivate(Value&) {} // a copy is private
     static int Find(const Value& value, char16_t c) { return static_cast<int>(value.find(c)); }
     static int Find(const Value& value, const Value& find) { return static_cast<int>(value.find(find)); }
+    static std::u16string_view Text(const Value& value) { return value; }
 };
 
 struct CIcu
@@ -58,10 +58,19 @@ struct CIcu
         value.append(s, 0, static_cast<int>(n));
     }
     static void Cut(Value& value, unsigned n) { value.truncate(static_cast<int>(n)); }
-    static void MakePrivate(Value& value) { value.getBuffer(-1), value.releaseBuffer(); }
+    static void MakePrivate(Value& value)
+    {
+        const int nLength = value.length();
+        value.getBuffer(-1);
+        value.releaseBuffer(nLength);
+    }
     static int Find(const Value& value, char16_t c) { return value.indexOf(c); }
     static int Find(const Value& value, const Value& find) { return value.indexOf(find); }
     static void Replace(Value& value, const Value& from, const Value& to) { value.findAndReplace(from, to); }
+    static std::u16string_view Text(const Value& value)
+    {
+        return {value.getBuffer(), static_cast<std::size_t>(value.length())};
+    }
     static int Compare(const Value& a, const Value& b)
     {
         static const std::unique_ptr<icu::Collator> s_pCollator = [] {
@@ -78,6 +87,10 @@ struct CQt
     using Value = QString;
     static Value Make(const char16_t* s) { return QString::fromUtf16(s); }
     static void Append(Value& value, char16_t c) { value.append(QChar(c)); }
+    static std::u16string_view Text(const Value& value)
+    {
+        return {reinterpret_cast<const char16_t*>(value.utf16()), static_cast<std::size_t>(value.size())};
+    }
 };
 #define ORV_QT(bench, ...) BENCHMARK_TEMPLATE(bench, CQt) __VA_ARGS__
 #else
@@ -92,26 +105,45 @@ std::u16string TextOfLength(benchmark::State& state)
     return text;
 }
 
-template <class String>
-void Construct(benchmark::State& state)
+/// Measures what \p make returns, after a look at whether that is \p expected.
+template <class String, class Make>
+void Measure(benchmark::State& state, std::u16string_view expected, Make make)
 {
-    const std::u16string text = TextOfLength(state);
+    if (String::Text(make()) != expected)
+        return state.SkipWithError("wrong result");
     for (auto _ : state)
     {
-        auto value = String::Make(text.c_str());
+        auto value = make();
         benchmark::DoNotOptimize(value);
     }
 }
 
 template <class String>
+void Construct(benchmark::State& state)
+{
+    const std::u16string text = TextOfLength(state);
+    Measure<String>(state, text, [&text] { return String::Make(text.c_str()); });
+}
+
+template <class String>
 void CopyShared(benchmark::State& state)
 {
-    const auto source = String::Make(TextOfLength(state).c_str());
-    for (auto _ : state)
-    {
+    const std::u16string text = TextOfLength(state);
+    const auto source = String::Make(text.c_str());
+    Measure<String>(state, text, [&source] { return source; });
+}
+
+/// A copy that is then written to.
+template <class String>
+void CopyPrivate(benchmark::State& state)
+{
+    const std::u16string text = TextOfLength(state);
+    const auto source = String::Make(text.c_str());
+    Measure<String>(state, text, [&source] {
         auto value = source;
-        benchmark::DoNotOptimize(value);
-    }
+        String::MakePrivate(value);
+        return value;
+    });
 }
 
 /// Builds a text one character at a time; items are characters.
@@ -119,40 +151,46 @@ template <class String>
 void AppendOne(benchmark::State& state)
 {
     const std::u16string text = TextOfLength(state);
-    for (auto _ : state)
-    {
+    Measure<String>(state, text, [&text] {
         typename String::Value value;
         for (const char16_t c : text)
             String::Append(value, c);
-        benchmark::DoNotOptimize(value);
-    }
+        return value;
+    });
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// Appends ten characters to a text that has room for them.
+/// Builds a text a piece at a time, growing as each string does; items are pieces.
 template <class String>
-void AppendTen(benchmark::State& state)
+void AppendPieces(benchmark::State& state)
 {
-    auto value = String::Make(u"0123456789");
-    for (auto _ : state)
-    {
-        String::Append(value, u"abcdefghij", 10);
-        benchmark::DoNotOptimize(value);
-        String::Cut(value, 10);
-    }
+    const std::u16string text = TextOfLength(state);
+    const auto nPiece = static_cast<unsigned>(state.range(1));
+    Measure<String>(state, text, [&text, nPiece] {
+        typename String::Value value;
+        for (unsigned i = 0; i < text.size(); i += nPiece)
+            String::Append(value, text.data() + i, nPiece);
+        return value;
+    });
+    state.SetItemsProcessed(state.iterations() * state.range(0) / nPiece);
 }
 
-/// A copy that is then written to.
+/// Appends a piece to a text that has room for it, and takes it away again.
 template <class String>
-void CopyPrivate(benchmark::State& state)
+void AppendInRoom(benchmark::State& state)
 {
-    const auto source = String::Make(TextOfLength(state).c_str());
+    const std::u16string text = TextOfLength(state);
+    const auto nPiece = static_cast<unsigned>(text.size());
+    auto value = String::Make(text.c_str());
     for (auto _ : state)
     {
-        auto value = source;
-        String::MakePrivate(value);
+        String::Append(value, text.data(), nPiece);
         benchmark::DoNotOptimize(value);
+        String::Cut(value, nPiece);
     }
+    String::Append(value, text.data(), nPiece);
+    if (String::Text(value) != text + text)
+        state.SkipWithError("wrong result");
 }
 
 /// A character, or a word, that stands at the end of the text only.
@@ -161,7 +199,7 @@ void FindCharacter(benchmark::State& state)
 {
     const auto text = String::Make((TextOfLength(state) + u'#').c_str());
     if (String::Find(text, u'#') != state.range(0))
-        state.SkipWithError("not found");
+        return state.SkipWithError("not found");
     for (auto _ : state)
         benchmark::DoNotOptimize(String::Find(text, u'#'));
 }
@@ -172,7 +210,7 @@ void FindWord(benchmark::State& state)
     const auto text = String::Make((TextOfLength(state) + u"needle").c_str());
     const auto find = String::Make(u"needle");
     if (String::Find(text, find) != state.range(0))
-        state.SkipWithError("not found");
+        return state.SkipWithError("not found");
     for (auto _ : state)
         benchmark::DoNotOptimize(String::Find(text, find));
 }
@@ -181,15 +219,18 @@ void FindWord(benchmark::State& state)
 template <class String>
 void ReplaceWords(benchmark::State& state)
 {
-    const auto text = String::Make(TextOfLength(state).c_str());
+    const std::u16string text = TextOfLength(state);
+    std::u16string replaced = text;
+    for (std::size_t nAt = 0; (nAt = replaced.find(u"xyz", nAt)) != replaced.npos; nAt += 4)
+        replaced.insert(nAt, 1, u'w');
+    const auto source = String::Make(text.c_str());
     const auto from = String::Make(u"xyz");
     const auto to = String::Make(u"wxyz");
-    for (auto _ : state)
-    {
-        auto value = text;
+    Measure<String>(state, replaced, [&] {
+        auto value = source;
         String::Replace(value, from, to);
-        benchmark::DoNotOptimize(value);
-    }
+        return value;
+    });
 }
 
 constexpr const char16_t* g_pairs[][2] = {
@@ -205,6 +246,8 @@ void Compare(benchmark::State& state)
 {
     const auto a = String::Make(g_pairs[state.range(0)][0]);
     const auto b = String::Make(g_pairs[state.range(0)][1]);
+    if ((String::Compare(a, b) == 0) != (state.range(0) == 1))
+        return state.SkipWithError("wrong result");
     for (auto _ : state)
         benchmark::DoNotOptimize(String::Compare(a, b));
 }
@@ -218,9 +261,12 @@ ORV_QT(Construct, ->Arg(12)->Arg(36)->Arg(120)->Arg(350));
 BENCHMARK_TEMPLATE(Construct, COurs)->Arg(36)->Threads(2)->Threads(4);
 BENCHMARK_TEMPLATE(Construct, CStd)->Arg(36)->Threads(2)->Threads(4);
 
-BENCHMARK_TEMPLATE(AppendTen, COurs);
-BENCHMARK_TEMPLATE(AppendTen, CStd);
-BENCHMARK_TEMPLATE(AppendTen, CIcu);
+BENCHMARK_TEMPLATE(AppendPieces, COurs)->Args({350, 10});
+BENCHMARK_TEMPLATE(AppendPieces, CStd)->Args({350, 10});
+BENCHMARK_TEMPLATE(AppendPieces, CIcu)->Args({350, 10});
+BENCHMARK_TEMPLATE(AppendInRoom, COurs)->Arg(10);
+BENCHMARK_TEMPLATE(AppendInRoom, CStd)->Arg(10);
+BENCHMARK_TEMPLATE(AppendInRoom, CIcu)->Arg(10);
 
 BENCHMARK_TEMPLATE(CopyPrivate, COurs)->Arg(36)->Arg(1000);
 BENCHMARK_TEMPLATE(CopyPrivate, CStd)->Arg(36)->Arg(1000);
@@ -234,6 +280,11 @@ BENCHMARK_TEMPLATE(FindWord, CStd)->Arg(350)->Arg(4000);
 BENCHMARK_TEMPLATE(FindWord, CIcu)->Arg(350)->Arg(4000);
 BENCHMARK_TEMPLATE(ReplaceWords, COurs)->Arg(350);
 BENCHMARK_TEMPLATE(ReplaceWords, CIcu)->Arg(350);
+
+BENCHMARK_TEMPLATE(AppendPieces, COurs)->Args({350, 10})->Threads(2);
+BENCHMARK_TEMPLATE(AppendPieces, CStd)->Args({350, 10})->Threads(2);
+BENCHMARK_TEMPLATE(ReplaceWords, COurs)->Arg(350)->Threads(2);
+BENCHMARK_TEMPLATE(ReplaceWords, CIcu)->Arg(350)->Threads(2);
 
 BENCHMARK_TEMPLATE(CopyShared, COurs)->Arg(60)->Arg(350);
 BENCHMARK_TEMPLATE(CopyShared, CStd)->Arg(60)->Arg(350);
@@ -250,14 +301,5 @@ BENCHMARK_TEMPLATE(Compare, CIcu)->DenseRange(0, 2);
 
 int main(int argc, char** argv)
 {
-    std::promise<void> end;
-    std::thread other;
-    if (std::getenv("ORV_BENCH_ALONE") == nullptr)
-        other = std::thread([&] { end.get_future().wait(); });
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    end.set_value();
-    if (other.joinable())
-        other.join();
-    return 0;
+    return RunBenches(argc, argv);
 }
