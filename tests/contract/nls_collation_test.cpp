@@ -22,19 +22,6 @@ char Sign(int nResult)
                                           : '!';
 }
 
-// Behind ignored soft hyphens no short way can be taken, but the result must be the same.
-void ExpectSameTheLongWay(const Text& sA, const Text& sB)
-{
-    SCOPED_TRACE(testing::PrintToString(sA) + " " + testing::PrintToString(sB));
-    for (const DWORD dwFlags : {0u, static_cast<unsigned>(NORM_IGNORECASE)})
-    {
-        const char cLongWay = Sign(Compare(ORVTEXT("\u00AD") + sA, ORVTEXT("\u00AD\u00AD") + sB, dwFlags));
-        ASSERT_EQ(cLongWay, Sign(Compare(sA, sB, dwFlags)));
-        ASSERT_EQ(cLongWay, Sign(CompareStringW(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT | dwFlags, sA.c_str(),
-                                                -1, sB.c_str(), -1)));
-    }
-}
-
 } // namespace
 
 TEST(Collation, OrdersAsWindowsDoes)
@@ -84,42 +71,6 @@ TEST(Collation, TakesLengthsAndRefusesBadArguments)
               ErrorOf(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT, pText, -1, nullptr, 0));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_FLAGS),
               ErrorOf(LOCALE_SYSTEM_DEFAULT, 0x09000000, pText, -1, pText, -1));
-}
-
-TEST(Collation, SingleAsciiCharactersNeedNoCollator)
-{
-    for (WCHAR a = 0x20; a < 0x7F; ++a)
-        for (WCHAR b = 0x20; b < 0x7F; ++b)
-            ExpectSameTheLongWay(Text(1, a), Text(1, b));
-}
-
-TEST(Collation, ShortWaysGiveTheCollatorsResult)
-{
-    ORV_SKIP_WINE("does not weigh accents, case and punctuation level by level");
-    const Text c_aAlphabets[] = {
-        ORVTEXT("abAB"),
-        ORVTEXT(" !-'09aAzZcsCSdzDZ_~lL\u00B7"),
-        ORVTEXT("aA\u00E0\u00C0\u00E1\u00E5oO\u00F6\u00D6\u00F8\u00D8\u0151uU\u00FC\u0171sz\u00DF\u00E6\u00C6"
-                "tcyI\u0130\u0131"),
-        ORVTEXT("\u0435\u0451\u0415\u0401\u0438\u0439\u03B1\u03AC\u0391\u03C3\u03C2\u03A3ae\u2019\u2013 "
-                "\u0142\u0141\u0111"),
-        ORVTEXT("ae\u0301\u0308o\u00F3\u1EBF\u00EA\u00AD\u3042\u4E00\u00AA\uFF41\u2070lL\u00B7"),
-    };
-    CTestRandom random;
-    for (const Text& sAlphabet : c_aAlphabets)
-    {
-        const auto RandomText = [&] {
-            Text sText(random.UpTo(6), 0);
-            for (WCHAR& c : sText)
-                c = sAlphabet[random() % sAlphabet.size()];
-            return sText;
-        };
-        for (int i = 0; i < 20000 && !testing::Test::HasFatalFailure(); ++i)
-        {
-            const Text sPrefix = RandomText();
-            ExpectSameTheLongWay(sPrefix + RandomText(), sPrefix + RandomText());
-        }
-    }
 }
 
 TEST(Collation, AnyUnitsAreSafe)

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 namespace
@@ -76,6 +77,30 @@ TEST(Fork, DoesNotWaitForLocksOfThePrograms)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900));
     done.ArriveAndWait();
     holder.join();
+}
+
+/// A child that ends in the ordinary way waits for nobody who was comparing in the parent.
+ORV_CHILD(ForkWhileComparing)
+{
+    std::atomic<bool> bStop = false;
+    const Text aTexts[] = {Text(2000, ORVTEXT('\u4E00')), Text(1999, ORVTEXT('\u4E00')) + ORVTEXT('\u4E01')};
+    std::jthread other([&] {
+        while (!bStop)
+            CompareOrvString(aTexts[0].c_str(), aTexts[1].c_str(), false);
+    });
+    for (int i = 0; i < 20; ++i)
+        EXPECT_TRUE(RunForked([]() -> bool { std::exit(0); }));
+    bStop = true;
+    return testing::Test::HasFailure();
+}
+
+TEST(Fork, ChildrenEndWhileOtherThreadsCompared)
+{
+#ifdef ORV_TEST_SANITIZED
+    GTEST_SKIP() << "the sanitizers' own locks are not made whole in a forked child";
+#endif
+    const ChildResult result = CChildProcess("ForkWhileComparing").Wait();
+    EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
 }
 
 /// Threads that make and drop texts all the time, so that forks fall into that.

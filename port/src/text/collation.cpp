@@ -1,6 +1,7 @@
 // CompareStringW through ICU's collator for the locale of the environment, with Windows' equalities on top.
 #include "text/collationtable.h"
 #include "text/nlslocale.h"
+#include "threads/forkhooks.h"
 #include "threads/portlock.h"
 
 #include <unicode/uchar.h>
@@ -107,6 +108,12 @@ public:
                 ::Sleep(0);
     }
 
+    void Forget() noexcept
+    {
+        for (CCount& count : m_aCounts)
+            count.m_nCount = 0;
+    }
+
 private:
     struct alignas(64) CCount
     {
@@ -131,9 +138,7 @@ std::atomic<UCollator*> g_pCollator;
 // ICU's caches are its own: where it were unloaded along with us, each load would leave a set of them behind.
 [[gnu::constructor]] void KeepIcuLoaded()
 {
-    Dl_info info;
-    if (dladdr(reinterpret_cast<void*>(&ucol_open), &info))
-        dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+    dlopen("libicui18n.so." U_ICU_VERSION_SHORT, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 // The collation of the process; const, hence shared by all threads without a lock.
@@ -142,22 +147,39 @@ class CCollation
 public:
     CCollation();
 
-    template <class Text>
-    int Compare(Text a, Text b, bool bNoCase) const;
+    int Compare(CText a, CText b, bool bNoCase) const;
 
 private:
     static bool IsPrimaryEqual(const UCollator* pCollator, const CExpansion& expansion);
-    int CompareByCollator(CText a, CText b, bool bNoCase) const;
     bool NeedsMapping(CText text) const;
     const CExpansion* FindExpansion(WCHAR c) const;
     CText Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const;
+    void CountTowardsTables(const UCollator* pCollator) const;
 
-    bool m_bTables = false;
+    bool m_bTables = false; // whether its weights can be tabulated
     CExpansion m_aExpansions[std::size(c_Expansions)];
     std::size_t m_nExpansions = 0;
+};
+
+// The collator's weights, with and without case.
+struct CTables
+{
+    explicit CTables(const UCollator* pCollator)
+    {
+        m_Table.Read(pCollator);
+        m_TableNoCase.ReadMapped(m_Table, FoldUnit);
+    }
+
     CCollationTable m_Table;
     CCollationTable m_TableNoCase;
 };
+
+constinit CMadeOnce<CCollation> g_collation;
+// Reading the weights takes milliseconds, so a program pays for them only when it has asked the collator
+// often.
+constinit CMadeOnce<CTables> g_tables;
+constinit std::atomic<unsigned> g_nAskedCollator = 0;
+constexpr unsigned c_nAskedBeforeTables = 4096;
 
 CCollation::CCollation()
 {
@@ -176,8 +198,6 @@ CCollation::CCollation()
             m_aExpansions[m_nExpansions++] = expansion;
     // Backward secondary weights would not lie side by side.
     m_bTables = ucol_getAttribute(pCollator.get(), UCOL_FRENCH_COLLATION, &status) == UCOL_OFF;
-    m_Table.Read(pCollator.get());
-    m_TableNoCase.ReadMapped(m_Table, FoldUnit);
     g_pCollator = pCollator.release();
 }
 
@@ -240,7 +260,13 @@ CText CCollation::Map(CText text, bool bNoCase, std::optional<CScratch>& scratch
     return {scratch->Data(), scratch->Length()};
 }
 
-int CCollation::CompareByCollator(CText a, CText b, bool bNoCase) const
+void CCollation::CountTowardsTables(const UCollator* pCollator) const
+{
+    if (m_bTables && !g_tables.Peek() && ++g_nAskedCollator % c_nAskedBeforeTables == 0)
+        g_tables.Get(pCollator);
+}
+
+int CCollation::Compare(CText a, CText b, bool bNoCase) const
 {
     std::optional<CScratch> scratchA;
     std::optional<CScratch> scratchB;
@@ -252,6 +278,7 @@ int CCollation::CompareByCollator(CText a, CText b, bool bNoCase) const
     const UCollator* const pCollator = g_pCollator;
     if (!pCollator)
         throw std::runtime_error("the library is being unloaded");
+    CountTowardsTables(pCollator);
     const UCollationResult result = ucol_strcoll(pCollator, a.m_pText, static_cast<int>(a.m_nLength),
                                                  b.m_pText, static_cast<int>(b.m_nLength));
     return result == UCOL_LESS ? CSTR_LESS_THAN : result == UCOL_GREATER ? CSTR_GREATER_THAN : CSTR_EQUAL;
@@ -309,19 +336,6 @@ __attribute__((no_sanitize("address", "thread"))) std::size_t CommonPrefix(CTerm
     }
 }
 
-template <class Text>
-int CCollation::Compare(Text a, Text b, bool bNoCase) const
-{
-    const std::size_t nStart = CommonPrefix(a, b);
-    if (a.IsEnd(nStart) && b.IsEnd(nStart))
-        return CSTR_EQUAL;
-    if (m_bTables)
-        if (const int nResult = (bNoCase ? m_TableNoCase : m_Table).Compare(a, b, nStart))
-            return nResult;
-    return CompareByCollator(a, b, bNoCase);
-}
-
-constinit CMadeOnce<CCollation> g_collation;
 constinit std::atomic<int> g_nAsciiOrder =
     -1; // whether the locale orders ASCII as most do; -1: not yet known
 
@@ -344,19 +358,23 @@ bool HasAsciiOrder()
     return nAsciiOrder;
 }
 
-// ASCII is compared without ICU as long as nothing else has been compared: its data take milliseconds to
-// load.
+// What the tables say; ASCII needs none of the collator's.
+template <class Text>
+int CompareByTables(Text a, Text b, std::size_t nStart, bool bNoCase)
+{
+    if (const CTables* const pTables = g_tables.Peek()) [[likely]]
+        return (bNoCase ? pTables->m_TableNoCase : pTables->m_Table).Compare(a, b, nStart);
+    return HasAsciiOrder() ? (bNoCase ? c_AsciiTableNoCase : c_AsciiTable).Compare(a, b, nStart) : 0;
+}
+
 template <class Text>
 int Compare(Text a, Text b, bool bNoCase)
 {
-    if (!g_collation.Peek() && HasAsciiOrder())
-    {
-        const std::size_t nStart = CommonPrefix(a, b);
-        if (a.IsEnd(nStart) && b.IsEnd(nStart))
-            return CSTR_EQUAL;
-        if (const int nResult = (bNoCase ? c_AsciiTableNoCase : c_AsciiTable).Compare(a, b, nStart))
-            return nResult;
-    }
+    const std::size_t nStart = CommonPrefix(a, b);
+    if (a.IsEnd(nStart) && b.IsEnd(nStart))
+        return CSTR_EQUAL;
+    if (const int nResult = CompareByTables(a, b, nStart, bNoCase))
+        return nResult;
     return g_collation.Get().Compare(a, b, bNoCase);
 }
 
@@ -366,6 +384,11 @@ CText TextOf(const WCHAR* p, int n)
 }
 
 } // namespace
+
+void PortForgetCollatorReaders() noexcept
+{
+    g_readers.Forget();
+}
 
 int CompareStringW(LCID Locale, DWORD dwCmpFlags, LPCWSTR lpString1, int cchCount1, LPCWSTR lpString2,
                    int cchCount2) noexcept

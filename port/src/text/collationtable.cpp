@@ -38,17 +38,16 @@ enum class EElements
     Other
 };
 
-EElements ElementsOf(const UCollator* pCollator, WCHAR c)
+EElements ElementsOf(UCollationElements* pElements, WCHAR c)
 {
     UErrorCode status = U_ZERO_ERROR;
-    const std::unique_ptr<UCollationElements, void (*)(UCollationElements*)> pElements(
-        ucol_openElements(pCollator, &c, 1, &status), ucol_closeElements);
-    std::int32_t nElement = ucol_next(pElements.get(), &status);
+    ucol_setText(pElements, &c, 1, &status);
+    std::int32_t nElement = ucol_next(pElements, &status);
     if (U_FAILURE(status) || nElement == UCOL_NULLORDER || IsContinuation(nElement) || !PrimaryOf(nElement))
         return EElements::Other;
     if (SecondaryOf(nElement) != c_nCommonSecondary)
         return EElements::Expanding;
-    while ((nElement = ucol_next(pElements.get(), &status)) != UCOL_NULLORDER)
+    while ((nElement = ucol_next(pElements, &status)) != UCOL_NULLORDER)
         if (!IsContinuation(nElement) && (PrimaryOf(nElement) || SecondaryOf(nElement) <= c_nCommonSecondary))
             return EElements::Expanding;
     return U_SUCCESS(status) ? EElements::Simple : EElements::Other;
@@ -115,11 +114,16 @@ void CCollationTable::Read(const UCollator* pCollator)
 
 void CCollationTable::RankSimple(const UCollator* pCollator)
 {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<UCollationElements, void (*)(UCollationElements*)> pElements(
+        ucol_openElements(pCollator, nullptr, 0, &status), ucol_closeElements);
+    if (U_FAILURE(status))
+        return;
     std::vector<CSimple> vSimple;
     for (WCHAR c = 0; c < c_cEnd; ++c)
     {
         CSimple simple{c, {}};
-        const EElements elements = IsCandidate(c) ? ElementsOf(pCollator, c) : EElements::Other;
+        const EElements elements = IsCandidate(c) ? ElementsOf(pElements.get(), c) : EElements::Other;
         if (elements == EElements::Expanding)
             m_aEntries[c] = c_Expands;
         else if (elements == EElements::Simple && simple.m_Levels.Read(pCollator, c))

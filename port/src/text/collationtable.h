@@ -105,10 +105,19 @@ int CRankTable<End>::Compare(Text a, Text b, std::size_t i) const
                 return 0;
             return bEndA ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
         }
-        const CEntry entryA = At(a.m_pText[i]);
-        const CEntry entryB = At(b.m_pText[i]);
-        const bool bSame = entryA == c_Expands && a.m_pText[i] == b.m_pText[i] && !nSecondary;
-        if (((!IsSimple(entryA) || !IsSimple(entryB)) && !bSame) || MayContract(previousA, entryA) ||
+        const WCHAR cA = a.m_pText[i];
+        const WCHAR cB = b.m_pText[i];
+        const CEntry entryA = At(cA);
+        if (cA == cB)
+        {
+            if ((!IsSimple(entryA) && (entryA != c_Expands || nSecondary)) ||
+                MayContract(previousA, entryA) || MayContract(previousB, entryA))
+                return 0;
+            previousA = previousB = entryA;
+            continue;
+        }
+        const CEntry entryB = At(cB);
+        if (!IsSimple(entryA) || !IsSimple(entryB) || MayContract(previousA, entryA) ||
             MayContract(previousB, entryB))
             return 0;
         const CEntry differing = entryA ^ entryB;

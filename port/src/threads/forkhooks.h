@@ -2,3 +2,4 @@
 #pragma once
 
 void PortForgetThreadIds() noexcept;
+void PortForgetCollatorReaders() noexcept;

@@ -104,6 +104,7 @@ void AfterForkInChild() noexcept
         p->Waiters.store(0, std::memory_order_relaxed);
     LeaveAll();
     PortForgetThreadIds();
+    PortForgetCollatorReaders();
 }
 
 // At load: a first use could coincide with a fork, and would then never end in the child.
