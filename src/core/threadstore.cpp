@@ -2,6 +2,9 @@
 
 #include "core/ownlock.h"
 
+#include <algorithm>
+#include <span>
+
 namespace OCT
 {
 namespace
@@ -12,8 +15,14 @@ constexpr std::size_t kStores = 256;
 constexpr int kLooksAtBusy = 1000;
 
 constinit CThreadStore g_stores[kStores];
+std::size_t g_nEverOwned = 0;                        ///< of the stores, the first ones; the rest is untouched
 CLastingLock<COwnLock> g_storesLock;                 ///< the last of all locks: nothing is entered under it
 std::atomic<DWORD> g_dwEndSlot = FLS_OUT_OF_INDEXES; ///< tells of a thread's end
+
+std::span<CThreadStore> EverOwned() noexcept
+{
+    return {g_stores, g_nEverOwned};
+}
 
 /// Stores are there from the first static constructor that follows.
 [[maybe_unused]] const bool g_bEnabled = (CThreadStore::Enable(), true);
@@ -67,6 +76,7 @@ CThreadStore* CThreadStore::Open() noexcept
             const bool bOpened = FlsSetValue(g_dwEndSlot, &store) && TlsSetValue(s_dwSlot, &store);
             SetLastError(dwLastError);
             store.m_bOwned.store(bOpened, std::memory_order_relaxed);
+            g_nEverOwned = std::max(g_nEverOwned, static_cast<std::size_t>(&store - g_stores) + 1);
             return bOpened ? &store : nullptr;
         }
     return nullptr;
@@ -106,7 +116,7 @@ void CThreadStore::CloseAll() noexcept
 {
     s_bClosed.store(true, std::memory_order_seq_cst);
     FlushProcessWriteBuffers();
-    for (const CThreadStore& store : g_stores)
+    for (const CThreadStore& store : EverOwned())
         for (int i = 0; i < kLooksAtBusy && store.m_bBusy.load(std::memory_order_acquire); ++i)
             Sleep(0);
 }
@@ -117,7 +127,7 @@ void CThreadStore::Disable() noexcept
         const CCritSectGuard guard(&g_storesLock.m_lock);
         CloseAll();
     }
-    for (CThreadStore& store : g_stores)
+    for (CThreadStore& store : EverOwned())
         store.GiveBackAll(false);
     FlsFree(g_dwEndSlot);
     TlsFree(s_dwSlot.exchange(TLS_OUT_OF_INDEXES));
@@ -130,7 +140,7 @@ void TakeBackStored(int nShelf, ReturnItems fnReturn) noexcept
     if (CThreadStore::s_bClosed.load(std::memory_order_relaxed))
         return;
     CThreadStore::CloseAll();
-    for (CThreadStore& store : g_stores)
+    for (CThreadStore& store : EverOwned())
     {
         void* apItems[CThreadShelf::kItems];
         fnReturn(apItems, store.m_shelves[nShelf].TakeAll(apItems));
