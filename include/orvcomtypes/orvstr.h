@@ -99,7 +99,10 @@ public:
 
     // ---- Length and raw access ----
 
-    unsigned GetLength() const;
+    unsigned GetLength() const
+    {
+        return m_bOwn && m_pStr != nullptr ? OCT::StrHeader(m_pStr).nStrLen : MeasureLength();
+    }
     unsigned Length() const { return GetLength(); }
     bool IsEmpty() const noexcept { return m_pStr == nullptr || *m_pStr == 0; }
     /// The terminated text; valid until the value changes.
@@ -274,6 +277,7 @@ private:
     void AppendPadded(Int n, int iPaddedLen);
     void AppendHexDigits(std::uint64_t n, int iWidth);
     bool CreateOwnBuffer(std::uint64_t nLen, bool bKeep);
+    unsigned MeasureLength() const;
     bool IsInside(const void* p) const noexcept;
     void CopyForeign(const WCHAR* s);
     void TakeText(const WCHAR* s, unsigned nLen, bool bKeep);

@@ -88,6 +88,9 @@ extern ORV_API std::atomic<bool> g_bFinalRelease; // plexalloc.h
 /// What becomes of a buffer with no more references: none left, it is freed; one too many, it is reported.
 ORV_API void ORVCALL EndStrRefs(WCHAR* s, std::int32_t iRC);
 
+/// Tells of a buffer that was released too often before a reference was added.
+ORV_API void ORVCALL ReportAddedStrRef(const WCHAR* s);
+
 /// The header of \p s, which is neither null nor foreign text.
 inline OrvStrHeader& StrHeader(const WCHAR* s) noexcept
 {
@@ -100,13 +103,14 @@ inline bool IsCountedStr(const WCHAR* s) noexcept
     return s != nullptr && StrHeader(s).nAllocLen > sizeof(WCHAR);
 }
 
-/// Adds a reference; in the common case, a counted buffer that somebody holds, without a call.
+/// Adds a reference; to a counted buffer without a call. The count is not looked at before: a load would wait
+/// for the last locked step, at half its cost.
 inline void AddStrRef(const WCHAR* s)
 {
-    if (!IsCountedStr(s) || StrHeader(s).iRC.load(std::memory_order_relaxed) < 1)
-        ORVS_AddrefString(s);
-    else
-        StrHeader(s).iRC.fetch_add(1, std::memory_order_relaxed);
+    if (!IsCountedStr(s)) [[unlikely]]
+        return ORVS_AddrefString(s);
+    if (StrHeader(s).iRC.fetch_add(1, std::memory_order_relaxed) < 0) [[unlikely]]
+        ReportAddedStrRef(s);
 }
 
 /// Drops a reference; only the last one of a counted buffer costs a call.

@@ -156,6 +156,8 @@ void COrvStr::Attach(const COrvDBStr& str)
 /// for want of memory.
 bool COrvStr::CreateOwnBuffer(std::uint64_t nLen, bool bKeep)
 {
+    if (m_bOwn && m_pStr != nullptr && OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nLen + 1)))
+        return true;
     if (nLen == 0 && m_bOwn && m_pStr != nullptr)
         nLen = OCT::StrHeader(m_pStr).nAllocLen / sizeof(WCHAR) - 1;
     else if (nLen == 0 && !m_bOwn && bKeep)
@@ -165,8 +167,6 @@ bool COrvStr::CreateOwnBuffer(std::uint64_t nLen, bool bKeep)
         Empty();
         return false;
     }
-    if (m_bOwn && m_pStr != nullptr && OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nLen + 1)))
-        return true;
     WCHAR* const pNew = OCT::NewStr(nLen);
     if (pNew != nullptr && bKeep && m_pStr != nullptr)
     {
@@ -197,8 +197,6 @@ void COrvStr::CopyForeign(const WCHAR* s)
 
 void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
 {
-    if (bKeep && AppendInPlace(s, nLen))
-        return;
     const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
     const std::size_t nCount = OCT::SourceLength(s, nLen);
     const std::uint64_t nOld = bKeep ? GetLength() : 0;
@@ -209,16 +207,21 @@ void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
 }
 
 /// Appends within a private buffer that has room; the text may be the value's own.
-bool COrvStr::AppendInPlace(const WCHAR* s, unsigned nLen)
+inline bool COrvStr::AppendInPlace(const WCHAR* s, unsigned nLen)
 {
-    if (!m_bOwn || m_pStr == nullptr)
+    WCHAR* const pStr = m_pStr;
+    if (!m_bOwn || pStr == nullptr)
         return false;
-    const std::uint64_t nOld = OCT::StrHeader(m_pStr).nStrLen;
-    const std::size_t nCount = OCT::SourceLength(s, nLen);
-    if (!OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nOld + (nLen != 0 ? nLen : nCount) + 1)))
+    const std::uint64_t nOld = OCT::StrHeader(pStr).nStrLen;
+    const std::size_t nMost = nLen != 0 ? nLen : OCT::TextLength(s);
+    if (!OCT::IsSoleStrOwner(pStr, sizeof(WCHAR) * (nOld + nMost + 1)))
         return false;
-    OCT::CopyUnits(m_pStr + nOld, s, nCount);
-    OCT::EndStr(m_pStr, nOld + nCount);
+    std::size_t nCount = nMost;
+    if (nLen != 0)
+        nCount = OCT::CopyText(pStr + nOld, s, nMost);
+    else
+        OCT::CopyUnits(pStr + nOld, s, nMost);
+    OCT::EndStr(pStr, nOld + nCount);
     return true;
 }
 
@@ -251,7 +254,7 @@ void COrvStr::Share(WCHAR* pStr)
 
 // ---- Copying in ----
 
-unsigned COrvStr::GetLength() const
+unsigned COrvStr::MeasureLength() const
 {
     return m_bOwn ? ORVS_GetStrLen(m_pStr) : static_cast<unsigned>(OCT::SourceLength(m_pStr, 0));
 }
@@ -273,7 +276,7 @@ void COrvStr::SetUTF8(const char* s, unsigned nLen)
 
 void COrvStr::Append(const WCHAR* s, unsigned nLen)
 {
-    if (s != nullptr && OCT::TextLength(s, 1) != 0)
+    if (s != nullptr && !AppendInPlace(s, nLen) && OCT::TextLength(s, 1) != 0)
         TakeText(s, nLen, true);
 }
 

@@ -187,11 +187,13 @@ OrvStrHeader* ORVS_GetOrvStrBuffer(const WCHAR* s)
 
 void ORVCALL ORVS_AddrefString(const WCHAR* s)
 {
-    OrvStrHeader* const p = ORVS_GetOrvStrBuffer(s);
-    if (p == nullptr || !OCT::IsCountedStr(s))
-        return;
-    if (p->iRC.fetch_add(1, std::memory_order_relaxed) < 0)
-        ORV_REPORT_VALUE("ORVS_AddrefString", "iRC >= 1", HandleValue(s));
+    if (ORVS_GetOrvStrBuffer(s) != nullptr && OCT::IsCountedStr(s))
+        OCT::AddStrRef(s);
+}
+
+void ORVCALL OCT::ReportAddedStrRef(const WCHAR* s)
+{
+    ORV_REPORT_VALUE("ORVS_AddrefString", "iRC >= 1", HandleValue(s));
 }
 
 void ORVCALL ORVS_ReleaseString(WCHAR* s)

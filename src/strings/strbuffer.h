@@ -57,6 +57,9 @@ inline void CopyUnits(WCHAR* pTo, const WCHAR* pFrom, std::size_t n) noexcept
         std::memcpy(pTo, pFrom, sizeof(WCHAR)); // which may lie at an odd address
 }
 
+/// Copies the text, at most \p nMax units and no terminator, and returns its length.
+std::size_t CopyText(WCHAR* pTo, const WCHAR* s, std::size_t nMax) noexcept;
+
 /// Ends the text of a private buffer at \p nLen.
 inline void EndStr(WCHAR* s, std::uint64_t nLen) noexcept
 {

@@ -1,6 +1,8 @@
-// Aligned loads may read past the terminator, yet never past the 16 bytes that hold it, so never into a page
-// that the text does not touch. The sanitizers do not know that; this file is built without them.
+// Loads may read past the terminator, yet never into a page that the text does not touch. The sanitizers do
+// not know that; this file is built without them.
 #include "strings/textlen.h"
+
+#include "strings/strbuffer.h"
 
 #include <algorithm>
 #include <bit>
@@ -36,10 +38,31 @@ std::size_t OddTextLength(const WCHAR* s, std::size_t nMax) noexcept
     return n;
 }
 
+/// Whether 16 units can be read there without entering another page.
+bool IsReadable16(const WCHAR* s) noexcept
+{
+    return reinterpret_cast<std::uintptr_t>(s) % 4096 <= 4096 - 2 * sizeof(__m128i);
+}
+
+/// A bit for each zero unit of 16.
+unsigned ZeroUnits16(const WCHAR* s) noexcept
+{
+    const auto isZero = [s](std::size_t i) {
+        return _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i)), _mm_setzero_si128());
+    };
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(isZero(0), isZero(UnitsPerLoad))));
+}
+
 } // namespace
 
 std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
 {
+    if (nMax - 1 < 2 * UnitsPerLoad && IsReadable16(s)) [[likely]] // not 0: nothing may be read then
+    {
+        // A branch, so that what follows need not wait for the text.
+        const unsigned nZeros = ZeroUnits16(s) & ((1u << nMax) - 1);
+        return nZeros == 0 ? nMax : static_cast<std::size_t>(std::countr_zero(nZeros));
+    }
     if (IsOdd(s)) [[unlikely]]
         return OddTextLength(s, nMax);
     const auto nSkipBytes = reinterpret_cast<std::uintptr_t>(s) % sizeof(__m128i);
@@ -54,6 +77,13 @@ std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
             return std::min<std::size_t>(
                 n + static_cast<std::size_t>(std::countr_zero(nZeros)) / sizeof(WCHAR), nMax);
     return nMax;
+}
+
+std::size_t CopyText(WCHAR* pTo, const WCHAR* s, std::size_t nMax) noexcept
+{
+    const std::size_t n = TextLength(s, nMax);
+    CopyUnits(pTo, s, n);
+    return n;
 }
 
 std::size_t TextLength(const WCHAR* s) noexcept
