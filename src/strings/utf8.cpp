@@ -1,6 +1,7 @@
 #include "strings/utf8.h"
 
 #include "strings/asciirun.h"
+#include "strings/utf8threes.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,6 +13,11 @@ namespace
 {
 
 static_assert(std::endian::native == std::endian::little, "sequences are read as little-endian numbers");
+
+int Byte(char c)
+{
+    return static_cast<unsigned char>(c);
+}
 
 bool IsTrail(unsigned b)
 {
@@ -62,6 +68,16 @@ inline bool DecodeTwo(const char* p, WCHAR* pDest)
     return true;
 }
 
+// Decodes a sequence of three bytes, the first one lowest, if it is one.
+inline bool DecodeThree(std::uint32_t n, WCHAR* pDest)
+{
+    const std::uint32_t c = (n & 0xF) << 12 | (n >> 2 & 0xFC0) | (n >> 16 & 0x3F);
+    if ((n & 0xC0C0F0) != 0x8080E0 || c < 0x800 || c - 0xD800 < 0x800)
+        return false;
+    *pDest = static_cast<WCHAR>(c);
+    return true;
+}
+
 // Decodes one sequence of which at least four bytes are there, into room for two units.
 inline CStep DecodeStep(const char* p, WCHAR* pDest)
 {
@@ -69,13 +85,9 @@ inline CStep DecodeStep(const char* p, WCHAR* pDest)
         return {2, 1};
     std::uint32_t n;
     std::memcpy(&n, p, sizeof n);
-    if ((n & 0xC0C0F0) == 0x8080E0)
-    {
-        const std::uint32_t c = (n & 0xF) << 12 | (n >> 2 & 0xFC0) | (n >> 16 & 0x3F);
-        if (c >= 0x800 && c - 0xD800 >= 0x800)
-            return PutUnit(pDest, c, 3);
-    }
-    else if ((n & 0xC0C0C0F8) == 0x808080F0)
+    if (DecodeThree(n, pDest))
+        return {3, 1};
+    if ((n & 0xC0C0C0F8) == 0x808080F0)
     {
         const std::uint32_t c = (n & 0x7) << 18 | (n << 4 & 0x3F000) | (n >> 10 & 0xFC0) | (n >> 24 & 0x3F);
         if (c - 0x10000 < 0x100000)
@@ -91,40 +103,10 @@ __m128i Set32(std::uint32_t n)
     return _mm_set1_epi32(static_cast<int>(n));
 }
 
-__m128i Set16(unsigned n)
-{
-    return _mm_set1_epi16(static_cast<short>(n));
-}
-
 // Whether no bit is set.
 bool IsZero(__m128i v)
 {
     return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) == 0xFFFF;
-}
-
-__m128i Select(__m128i isFirst, __m128i first, __m128i second)
-{
-    return _mm_or_si128(_mm_and_si128(isFirst, first), _mm_andnot_si128(isFirst, second));
-}
-
-// Decodes four sequences of three bytes if there are such, reading 13 bytes.
-bool DecodeFourOfThree(const char* p, WCHAR* pDest)
-{
-    const __m128i v = _mm_unpacklo_epi64(_mm_unpacklo_epi32(Load4(p), Load4(p + 3)),
-                                         _mm_unpacklo_epi32(Load4(p + 6), Load4(p + 9)));
-    const __m128i c = _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(v, Set32(0xF)), 12),
-                                                _mm_and_si128(_mm_srli_epi32(v, 2), Set32(0xFC0))),
-                                   _mm_and_si128(_mm_srli_epi32(v, 16), Set32(0x3F)));
-    const __m128i malformed = _mm_xor_si128(_mm_and_si128(v, Set32(0xC0C0F0)), Set32(0x8080E0));
-    const __m128i high = _mm_and_si128(c, Set32(0xF800));
-    const __m128i forbidden =
-        _mm_or_si128(_mm_cmpeq_epi32(high, _mm_setzero_si128()), _mm_cmpeq_epi32(high, Set32(0xD800)));
-    if (!IsZero(_mm_or_si128(malformed, forbidden)))
-        return false;
-    // Signed, so that packing does not saturate.
-    const __m128i units = _mm_srai_epi32(_mm_slli_epi32(c, 16), 16);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(pDest), _mm_packs_epi32(units, units));
-    return true;
 }
 
 // Decodes four sequences of four bytes if there are such.
@@ -150,12 +132,16 @@ bool DecodeFourOfFour(const char* p, WCHAR* pDest)
 inline CStep DecodeFitting(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom)
 {
     const unsigned nLead = static_cast<unsigned char>(*p) & 0xF0;
-    if (nLead == 0xE0 && n >= 13 && nRoom >= 4 && DecodeFourOfThree(p, pDest))
-        return {12, 4};
+    if (nLead == 0xE0 && n >= 24)
+        if (const std::size_t nUnits = g_pThreeByteRuns->m_pfnDecode(p, n, pDest, nRoom))
+            return {static_cast<unsigned>(3 * nUnits), static_cast<unsigned>(nUnits)};
     if (nLead == 0xF0 && n >= 16 && nRoom >= 8 && DecodeFourOfFour(p, pDest))
         return {16, 8};
     if (n >= 4 && nRoom >= 2)
         return DecodeStep(p, pDest);
+    if (n == 3 &&
+        DecodeThree(static_cast<std::uint32_t>(Byte(p[0]) | Byte(p[1]) << 8 | Byte(p[2]) << 16), pDest))
+        return {3, 1};
     unsigned nUsed;
     const char32_t c = DecodeUtf8(reinterpret_cast<const unsigned char*>(p), n, nUsed);
     if (c <= 0xFFFF)
@@ -278,66 +264,40 @@ inline unsigned EncodeStep(WCHAR cUnit, char* pDest)
     return 3;
 }
 
-// Encodes eight units if all take three bytes, writing 25 bytes of which 24 count.
-bool EncodeEightOfThree(const WCHAR* p, char* pDest)
+// Encodes ASCII and units of two bytes up to a longer one, while 33 units and room for 96 bytes are there.
+// Blocks of ASCII are written at once, and behind each foreign unit again what follows it, before they are
+// known to count: every unit that follows fills a byte at least.
+CStep EncodeBlocks(const WCHAR* const pSrc, std::size_t nSrc, char* const pStart, std::size_t nRoom)
 {
-    __m128i v = Load16(p);
-    const __m128i high = _mm_and_si128(v, Set16(0xF800));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())))
-        return false;
-    const __m128i isSurrogate = _mm_cmpeq_epi16(high, Set16(0xD800));
-    v = Select(isSurrogate, Set16(static_cast<unsigned>(c_cReplacement)), v);
-    const __m128i firstTwo = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(v, 12), Set16(0x80E0)),
-                                          _mm_and_si128(_mm_slli_epi16(v, 2), Set16(0x3F00)));
-    const __m128i last = _mm_or_si128(_mm_and_si128(v, Set16(0x3F)), Set16(0x80));
-    std::uint32_t aSequences[8];
-    Store16(aSequences, _mm_unpacklo_epi16(firstTwo, last));
-    Store16(aSequences + 4, _mm_unpackhi_epi16(firstTwo, last));
-    for (unsigned i = 0; i < 8; ++i)
-        std::memcpy(pDest + 3 * i, aSequences + i, 4);
-    return true;
-}
-
-// Encodes the units of at most two bytes at the beginning of a block of 16, of which the ASCII is written,
-// and copies what follows each. Returns what is done up to the end of the block or to a longer one.
-inline CStep EncodeTwos(const WCHAR* p, unsigned nForeign, char* pDest)
-{
-    unsigned nTwos = 0;
-    for (; nForeign; nForeign &= nForeign - 1)
-    {
-        const auto i = static_cast<unsigned>(std::countr_zero(nForeign));
-        if (p[i] >= 0x800)
-            return {i, i + nTwos};
-        EncodeStep(p[i], pDest + i + nTwos++);
-        Copy16(p + i + 1, pDest + i + 1 + nTwos);
-    }
-    return {16, 16 + nTwos};
-}
-
-// Encodes while 33 units and room for 96 bytes are there, and moves the source behind what is done. Blocks
-// and the fourth byte of a step are written before they are known to count: every unit that follows fills a
-// byte at least.
-std::size_t EncodeBlocks(const WCHAR*& p, std::size_t& n, char* pDest, std::size_t nRoom)
-{
-    std::size_t iDest = 0;
-    const auto Advance = [&](CStep step) {
-        p += step.m_nSrc;
-        n -= step.m_nSrc;
-        iDest += step.m_nDest;
+    const WCHAR* p = pSrc;
+    char* pDest = pStart;
+    const auto Done = [&](unsigned nInBlock) {
+        return CStep{static_cast<unsigned>(p - pSrc) + nInBlock,
+                     static_cast<unsigned>(pDest - pStart) + nInBlock};
     };
-    while (n >= 33 && nRoom - iDest >= 96)
+    for (; pSrc + nSrc - p >= 33 && pStart + nRoom - pDest >= 96; p += 16, pDest += 16)
     {
-        const WCHAR* const pEnd = p + 16;
-        const unsigned nForeign = Foreign16(p);
-        Copy16(p, pDest + iDest);
-        Advance(EncodeTwos(p, nForeign, pDest + iDest));
-        while (p < pEnd && *p >= 0x80)
-            if (*p >= 0x800 && EncodeEightOfThree(p, pDest + iDest))
-                Advance({8, 24});
-            else
-                Advance({1, EncodeStep(*p, pDest + iDest)});
+        Copy16(p, pDest);
+        for (unsigned nForeign = Foreign16(p); nForeign; nForeign &= nForeign - 1)
+        {
+            const auto i = static_cast<unsigned>(std::countr_zero(nForeign));
+            if (p[i] >= 0x800)
+                return Done(i);
+            EncodeStep(p[i], pDest + i);
+            ++pDest;
+            Copy16(p + i + 1, pDest + i + 1);
+        }
     }
-    return iDest;
+    return Done(0);
+}
+
+// Encodes a unit that takes three bytes, or a run of them. What does not fit is dropped.
+CStep EncodeThrees(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom)
+{
+    if (n >= 8)
+        if (const auto nUnits = static_cast<unsigned>(g_pThreeByteRuns->m_pfnEncode(p, n, pDest, nRoom)))
+            return {nUnits, 3 * nUnits};
+    return {1, nRoom >= 3 ? EncodeStep(*p, pDest) : 0};
 }
 
 } // namespace
@@ -364,7 +324,7 @@ char32_t DecodeUtf8(const unsigned char* p, std::size_t n, unsigned& nUsed)
 std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom)
 {
     std::size_t iDest = 0;
-    if (nSrc <= CShortText::c_nBytes && nSrc <= nRoom)
+    if (nSrc <= CShortText::c_nBytes && nSrc <= nRoom && static_cast<unsigned char>(*pSrc) < 0xE0)
     {
         CShortText text(pSrc, nSrc);
         const std::size_t nUnits = DecodeShort(text, nSrc);
@@ -395,23 +355,29 @@ std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::si
 
 std::size_t WideToUtf8(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom)
 {
-    std::size_t iDest = EncodeBlocks(pSrc, nSrc, pDest, nRoom);
-    for (; nSrc && iDest < nRoom; ++pSrc, --nSrc)
+    std::size_t iDest = 0;
+    const auto Advance = [&](CStep step) {
+        pSrc += step.m_nSrc;
+        nSrc -= step.m_nSrc;
+        iDest += step.m_nDest;
+    };
+    const auto AdvanceByBlocks = [&] {
+        if (nSrc >= 33)
+            Advance(EncodeBlocks(pSrc, nSrc, pDest + iDest, nRoom - iDest));
+    };
+    AdvanceByBlocks();
+    while (nSrc && iDest < nRoom)
         if (*pSrc < 0x80)
-            pDest[iDest++] = static_cast<char>(*pSrc);
-        else if (*pSrc >= 0x800 && nSrc >= 8 && nRoom - iDest >= 24 &&
-                 EncodeEightOfThree(pSrc, pDest + iDest))
         {
-            pSrc += 7;
-            nSrc -= 7;
-            iDest += 24;
+            pDest[iDest] = static_cast<char>(*pSrc);
+            Advance({1, 1});
         }
-        else if (nRoom - iDest >= 3)
-            iDest += EncodeStep(*pSrc, pDest + iDest);
-        else if (Utf8LengthOfUnit(*pSrc) <= nRoom - iDest)
+        else if (*pSrc < 0x800)
+            Advance({1, nRoom - iDest >= 2 ? EncodeStep(*pSrc, pDest + iDest) : 0});
+        else
         {
-            EncodeUnitAsUtf8(*pSrc, pDest + iDest);
-            iDest += Utf8LengthOfUnit(*pSrc);
+            Advance(EncodeThrees(pSrc, nSrc, pDest + iDest, nRoom - iDest));
+            AdvanceByBlocks();
         }
     return iDest;
 }

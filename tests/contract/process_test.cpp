@@ -74,3 +74,10 @@ TEST(Clock, CountersAgree)
     EXPECT_GE(nSpan, 30 - nStep);
     EXPECT_LE(nSpan, dwSpan + nStep);
 }
+
+TEST(Processor, HasWhatIsPresent)
+{
+    __builtin_cpu_init();
+    EXPECT_TRUE(!IsProcessorFeaturePresent(PF_SSSE3_INSTRUCTIONS_AVAILABLE) ||
+                __builtin_cpu_supports("ssse3"));
+}

@@ -22,3 +22,9 @@ catch (const std::bad_alloc&)
 {
     return PortFailWithoutMemory();
 }
+
+BOOL IsProcessorFeaturePresent(DWORD ProcessorFeature) noexcept
+{
+    __builtin_cpu_init(); // this may run before the compiler's own constructors
+    return ProcessorFeature == PF_SSSE3_INSTRUCTIONS_AVAILABLE && __builtin_cpu_supports("ssse3");
+}

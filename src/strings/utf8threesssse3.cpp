@@ -1,0 +1,112 @@
+// Compiled for SSSE3, so nothing of other headers' inline functions is used here: the linker could take them
+// from this file for all others.
+#include "strings/utf8threes.h"
+
+#include <tmmintrin.h>
+
+namespace OCT
+{
+namespace
+{
+
+__m128i Set16(unsigned n)
+{
+    return _mm_set1_epi16(static_cast<short>(n));
+}
+
+__m128i Load(const void* p)
+{
+    return _mm_loadu_si128(static_cast<const __m128i*>(p));
+}
+
+void Store(void* p, __m128i v)
+{
+    _mm_storeu_si128(static_cast<__m128i*>(p), v);
+}
+
+// How many of eight lanes are set before the first one that is not.
+std::size_t CountFirst(__m128i isSet)
+{
+    unsigned nBits = static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(isSet, _mm_setzero_si128())));
+    std::size_t n = 0;
+    for (; nBits & 1; nBits >>= 1)
+        ++n;
+    return n;
+}
+
+// Decodes the characters of three bytes at the beginning of 24 bytes, writing eight units; returns their
+// number.
+std::size_t DecodeEight(const char* p, WCHAR* pDest)
+{
+    const __m128i low = Load(p);
+    const __m128i high = Load(p + 8);
+    // The last two bytes of each character, the last one low, and the first one.
+    const __m128i lastTwo = _mm_or_si128(
+        _mm_shuffle_epi8(low, _mm_setr_epi8(2, 1, 5, 4, 8, 7, 11, 10, -1, -1, -1, -1, -1, -1, -1, -1)),
+        _mm_shuffle_epi8(high, _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 6, 5, 9, 8, 12, 11, 15, 14)));
+    const __m128i first = _mm_or_si128(
+        _mm_shuffle_epi8(low, _mm_setr_epi8(0, -1, 3, -1, 6, -1, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1)),
+        _mm_shuffle_epi8(high, _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 4, -1, 7, -1, 10, -1, 13, -1)));
+    const __m128i units = _mm_or_si128(
+        _mm_maddubs_epi16(_mm_and_si128(lastTwo, Set16(0x3F3F)), Set16(0x4001)), _mm_slli_epi16(first, 12));
+    Store(pDest, units);
+    const __m128i malformed =
+        _mm_or_si128(_mm_xor_si128(_mm_and_si128(lastTwo, Set16(0xC0C0)), Set16(0x8080)),
+                     _mm_xor_si128(_mm_and_si128(first, Set16(0xF0)), Set16(0xE0)));
+    const __m128i highBits = _mm_and_si128(units, Set16(0xF800));
+    const __m128i forbidden = _mm_or_si128(_mm_cmpeq_epi16(highBits, _mm_setzero_si128()),
+                                           _mm_cmpeq_epi16(highBits, Set16(0xD800)));
+    const __m128i isGood = _mm_andnot_si128(forbidden, _mm_cmpeq_epi16(malformed, _mm_setzero_si128()));
+    return _mm_movemask_epi8(isGood) == 0xFFFF ? 8 : CountFirst(isGood);
+}
+
+std::size_t Decode(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom)
+{
+    std::size_t i = 0;
+    while (n - 3 * i >= 24 && nRoom - i >= 8)
+    {
+        const std::size_t nUnits = DecodeEight(p + 3 * i, pDest + i);
+        i += nUnits;
+        if (nUnits < 8)
+            break;
+    }
+    return i;
+}
+
+// Encodes eight units if all take three bytes.
+bool EncodeEight(const WCHAR* p, char* pDest)
+{
+    __m128i v = Load(p);
+    const __m128i high = _mm_and_si128(v, Set16(0xF800));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())))
+        return false;
+    const __m128i isSurrogate = _mm_cmpeq_epi16(high, Set16(0xD800));
+    v = _mm_or_si128(_mm_and_si128(isSurrogate, Set16(0xFFFD)), _mm_andnot_si128(isSurrogate, v));
+    const __m128i firstTwo = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(v, 12), Set16(0x80E0)),
+                                          _mm_and_si128(_mm_slli_epi16(v, 2), Set16(0x3F00)));
+    const __m128i last = _mm_or_si128(_mm_and_si128(v, Set16(0x3F)), Set16(0x80));
+    // Twelve bytes at the upper end of a register, and twelve at the lower end of another one.
+    const __m128i lower =
+        _mm_shuffle_epi8(_mm_unpacklo_epi16(firstTwo, last),
+                         _mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
+    const __m128i upper =
+        _mm_shuffle_epi8(_mm_unpackhi_epi16(firstTwo, last),
+                         _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    Store(pDest, _mm_srli_si128(lower, 4));
+    Store(pDest + 8, _mm_alignr_epi8(upper, lower, 12));
+    return true;
+}
+
+std::size_t Encode(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom)
+{
+    std::size_t i = 0;
+    while (n - i >= 8 && nRoom - 3 * i >= 24 && EncodeEight(p + i, pDest + 3 * i))
+        i += 8;
+    return i;
+}
+
+} // namespace
+
+const CThreeByteRuns c_Ssse3Runs = {Decode, Encode};
+
+} // namespace OCT
