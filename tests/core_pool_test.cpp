@@ -1,11 +1,14 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/octalloc.h"
 #include "support/child_process.h"
+#include "support/heap.h"
 #include "support/random.h"
 #include "support/report_capture.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <deque>
@@ -185,6 +188,22 @@ TEST(PlexTeardown, ReportsAndKeepsChainsInUseAndForgetsThem)
     EXPECT_REPORTS(capture, {{"::FreeDataChain", "!IsChainUsed(p)"}});
     CPool::FreeDataChain();
     EXPECT_NO_REPORTS(capture);
+}
+
+TEST(PlexTeardown, ChainsGoBackToTheHeap)
+{
+    using CPool = OCT::CPlexAlloc<CItem<4096, 1>, 4>;
+    const auto nBefore = HeapInUse();
+    if (!nBefore)
+        GTEST_SKIP() << "the heap does not tell what is in use";
+    for (int i = 0; i < 50; ++i)
+    {
+        std::array<CItem<4096, 1>*, 12> items; // two chains go at their last item, the third with the pool
+        std::ranges::generate(items, CPool::AllocateItem);
+        std::ranges::for_each(items, CPool::ReleaseItem);
+        CPool::FreeDataChain();
+    }
+    EXPECT_LT(*HeapInUse(), *nBefore + 50 * sizeof(CItem<4096, 1>));
 }
 
 ORV_CHILD(FinalRelease)
