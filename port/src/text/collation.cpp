@@ -351,8 +351,9 @@ bool HasAsciiOrder()
         const std::string_view sLocale = EnvironmentLocale("LC_COLLATE", sName, sizeof sName);
         const std::string_view sLanguage = sLocale.substr(0, sLocale.find('_'));
         constexpr std::string_view c_aLanguages[] = {"de", "en", "fr", "it", "nl", "pl", "pt", "ru", "uk"};
-        nAsciiOrder = sLocale.find('@') == sLocale.npos &&
-                      std::ranges::find(c_aLanguages, sLanguage) != std::end(c_aLanguages);
+        // A variant may order as it likes.
+        const bool bPlain = sLocale.size() <= std::string_view("ll_CC").size();
+        nAsciiOrder = bPlain && std::ranges::find(c_aLanguages, sLanguage) != std::end(c_aLanguages);
         g_nAsciiOrder.store(nAsciiOrder, std::memory_order_relaxed);
     }
     return nAsciiOrder;
