@@ -9,10 +9,10 @@ set -euo pipefail
 source "$(dirname "$0")/env.sh"
 
 # llvm: readable stacks of the sanitizers. default-jdk-headless, libh2-java: a database that executes statements.
-# binutils-mingw: compiles string tables.
+# binutils-mingw: compiles string tables. libexpat1-dev, libxml2-utils: parsers of written documents.
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
-    default-jdk-headless libh2-java)
+    default-jdk-headless libh2-java libexpat1-dev libxml2-utils)
 # What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
 # rest is a service.
 linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
@@ -23,7 +23,7 @@ windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine6
     googletest cmake ninja-build locales libz-mingw-w64-dev libjs-chart.js)
 # The libraries that ours is measured beside.
 bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
-    robin-map-dev libdouble-conversion-dev)
+    robin-map-dev libdouble-conversion-dev libxml2-dev)
 fuzz_packages=(clang libclang-rt-dev llvm)
 tidy_packages=(clang-tidy)
 

@@ -182,3 +182,19 @@ void Handshakes()
 {
 #include "sqlhandshake.inc"
 }
+
+DWORD Streams()
+{
+#include "wrtstream.inc"
+    return dwError;
+}
+
+void XMLValues(CXMLStreamWrite& xml, const char (&sBuffer)[100])
+{
+#include "xmlvalue.inc"
+}
+
+void XMLDocuments()
+{
+#include "xmlstreamwrite.inc"
+}

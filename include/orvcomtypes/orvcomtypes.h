@@ -42,4 +42,7 @@
 #include "orvcomtypes/oledbconvert.h"
 #include "orvcomtypes/orvsqlstr.h"
 #include "orvcomtypes/sqlhandshake.h"
+#include "orvcomtypes/wrtstream.h"
+#include "orvcomtypes/xmlvalue.h"
+#include "orvcomtypes/xmlstreamwrite.h"
 // clang-format on

@@ -50,6 +50,16 @@ inline void EncodeUnitAsUtf8(WCHAR c, char* pDest)
     pDest[2] = static_cast<char>(0x80 | (n & 0x3F));
 }
 
+/// Encodes the two halves of a character beyond U+FFFF, writing four bytes.
+inline void EncodePairAsUtf8(WCHAR cHigh, WCHAR cLow, char* pDest)
+{
+    const unsigned c = 0x10000 + ((cHigh & 0x3FFu) << 10 | (cLow & 0x3FFu));
+    pDest[0] = static_cast<char>(0xF0 | c >> 18);
+    pDest[1] = static_cast<char>(0x80 | (c >> 12 & 0x3F));
+    pDest[2] = static_cast<char>(0x80 | (c >> 6 & 0x3F));
+    pDest[3] = static_cast<char>(0x80 | (c & 0x3F));
+}
+
 // Of the two, no source unit is zero.
 
 /// Decodes \p nSrc bytes into at most \p nRoom units and returns the units written. Ends before the first

@@ -8,16 +8,16 @@
 namespace
 {
 
-HANDLE Open(const Text& sPath)
+HANDLE Open(const Text& sPath, DWORD dwDisposition = OPEN_ALWAYS)
 {
-    return CreateFileW(sPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                       FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileW(sPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                       dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 /// Opens, closes, and tells the last error of the opening.
-DWORD ErrorOfOpening(const Text& sPath)
+DWORD ErrorOfOpening(const Text& sPath, DWORD dwDisposition = OPEN_ALWAYS)
 {
-    const HANDLE hFile = Open(sPath);
+    const HANDLE hFile = Open(sPath, dwDisposition);
     const DWORD dwError = GetLastError();
     if (hFile != INVALID_HANDLE_VALUE)
         CloseHandle(hFile);
@@ -49,7 +49,13 @@ TEST_F(File, OpeningTellsWhetherItExistedOrWhyItFailed)
 {
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sPath));
     EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath));
-    EXPECT_TRUE(std::filesystem::exists(m_path));
+    WriteBytes(m_path, "kept");
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath));
+    EXPECT_EQ("kept", ReadBytes(m_path));
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath, CREATE_ALWAYS));
+    EXPECT_EQ("", ReadBytes(m_path));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sDir + ORVTEXT("\\new"), CREATE_ALWAYS));
+    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, ErrorOfOpening(m_sDir, CREATE_ALWAYS));
     EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, ErrorOfOpening(m_sDir + ORVTEXT("\\no\\file")));
     EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, ErrorOfOpening(m_sDir));
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sDir + ORVTEXT("\\a.txt")));

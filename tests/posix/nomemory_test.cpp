@@ -1,5 +1,6 @@
 // Calls that cannot throw, where memory is missing.
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/xmlstreamwrite.h"
 #include "support/test_environment.h"
 #include "support/text.h"
 
@@ -112,4 +113,40 @@ TEST(NoMemory, NumbersAreNotFormatted)
     t_bExhausted = true; // what is known needs none
     EXPECT_EQ(9, Formatted());
     t_bExhausted = false;
+}
+
+TEST(NoMemory, ADocumentIsClosedWhereItIsMissing)
+{
+    CXMLOptions options;
+    options.m_bDeclaration = false;
+    OCT::CMemWrtStream stream; // takes its block from malloc
+    CXMLStreamWrite xml(stream, options);
+    unsigned nOpen = xml.StartElement(ORVTEXT("a"));
+    t_bExhausted = true;
+    EXPECT_THROW(CXMLStreamWrite{stream}, CLQMemoryExcept);
+    for (bool bTaken = true; bTaken; nOpen += bTaken)
+        bTaken = xml.StartElement(ORVTEXT("a"));
+    const bool bWhole = xml.Finish();
+    t_bExhausted = false;
+    EXPECT_FALSE(bWhole);
+    EXPECT_EQ(lqxMemory, xml.GetError());
+    std::string sExpected = "<a/>";
+    for (unsigned i = 1; i < nOpen; ++i)
+        sExpected = "<a>" + sExpected + "</a>";
+    EXPECT_EQ(sExpected, std::string(stream.GetBytes(), stream.GetSize()));
+}
+
+TEST(NoMemory, AStreamOfTextKeepsWhatItHas)
+{
+    const std::basic_string<WCHAR> sText(5000, ORVTEXT('x')); // two have no room where one has
+    const std::size_t nBytes = sText.size() * sizeof(WCHAR);
+    OCT::CStrWrtStream stream;
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, stream.Write(sText.data(), nBytes));
+    t_bExhausted = true;
+    const DWORD dwError = stream.Write(sText.data(), nBytes);
+    t_bExhausted = false;
+    EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_MEMORY}, dwError);
+    EXPECT_EQ(sText, static_cast<const WCHAR*>(stream.GetText()));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, stream.Write(sText.data(), nBytes));
+    EXPECT_EQ(sText + sText, static_cast<const WCHAR*>(stream.GetText()));
 }

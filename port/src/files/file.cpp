@@ -178,7 +178,9 @@ HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD,
                    HANDLE) noexcept
 try
 {
-    if (dwCreationDisposition != OPEN_ALWAYS && dwCreationDisposition != OPEN_EXISTING)
+    const bool bEmpties = dwCreationDisposition == CREATE_ALWAYS;
+    const bool bCreates = bEmpties || dwCreationDisposition == OPEN_ALWAYS;
+    if (!bCreates && dwCreationDisposition != OPEN_EXISTING)
     {
         SetLastError(ERROR_INVALID_PARAMETER);
         return INVALID_HANDLE_VALUE;
@@ -186,10 +188,10 @@ try
     const std::string sPath = PortPath(lpFileName);
     const bool bInherit = lpSecurityAttributes && lpSecurityAttributes->bInheritHandle;
     // Opening a pipe does not wait for its reader.
-    const int nFlags = AccessFlags(dwDesiredAccess) | O_NOCTTY | O_NONBLOCK | (bInherit ? 0 : O_CLOEXEC);
+    const int nFlags = AccessFlags(dwDesiredAccess) | O_NOCTTY | O_NONBLOCK | (bInherit ? 0 : O_CLOEXEC) |
+                       (bEmpties ? O_TRUNC : 0);
     bool bExisted = true;
-    const int fd = dwCreationDisposition == OPEN_EXISTING ? OpenRetrying(sPath, nFlags)
-                                                          : OpenOrCreate(sPath, nFlags, bExisted);
+    const int fd = bCreates ? OpenOrCreate(sPath, nFlags, bExisted) : OpenRetrying(sPath, nFlags);
     struct stat st
     {
     };
@@ -211,8 +213,7 @@ try
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return INVALID_HANDLE_VALUE;
     }
-    const bool bTells = dwCreationDisposition == OPEN_ALWAYS && bExisted;
-    SetLastError(bTells ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    SetLastError(bCreates && bExisted ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return static_cast<CPortObject*>(pFile);
 }
 catch (const std::bad_alloc&)
