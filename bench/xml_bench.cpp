@@ -12,7 +12,7 @@
 #include <libxml/xmlwriter.h>
 #endif
 #ifdef ORV_BENCH_QT
-#include <QBuffer>
+#include <QIODevice>
 #include <QXmlStreamWriter>
 #endif
 
@@ -46,12 +46,37 @@ const CBoth g_foreign =
     Repeated("\xC3\xA1rv\xC3\xADzt\xC5\xB1r\xC5\x91 t\xC3\xBCk\xC3\xB6rf\xC3\xBAr\xC3\xB3g\xC3\xA9p ",
              u"\u00E1rv\u00EDzt\u0171r\u0151 t\u00FCk\u00F6rf\u00FAr\u00F3g\u00E9p ", 200);
 
+/// Where documents go: kept to be compared, else only counted.
+struct CSink
+{
+    bool m_bKeeps = false;
+    std::string m_sBytes;
+    std::size_t m_nBytes = 0;
+
+    void Take(const char* p, std::size_t nBytes)
+    {
+        m_nBytes += nBytes;
+        if (m_bKeeps)
+            m_sBytes.append(p, nBytes);
+    }
+};
+
 struct COurs
 {
-    OCT::CMemWrtStream m_stream;
+    struct CStream : OCT::IWrtStream
+    {
+        explicit CStream(CSink& sink) : m_sink(sink) {}
+        DWORD Write(const void* p, std::size_t nBytes) noexcept override
+        {
+            m_sink.Take(static_cast<const char*>(p), nBytes);
+            return ERROR_SUCCESS;
+        }
+        CSink& m_sink;
+    };
+    CStream m_stream;
     CXMLStreamWrite m_xml{m_stream};
 
-    COurs() { m_xml.StartElement(u"root"); }
+    explicit COurs(CSink& sink) : m_stream(sink) { m_xml.StartElement(u"root"); }
     void Record(int i)
     {
         m_xml.StartElement(u"record");
@@ -64,11 +89,10 @@ struct COurs
         m_xml.EndElement();
     }
     void Text(const CBoth& text) { m_xml.Element(u"text", text.m_sWide.c_str()); }
-    std::string Result()
+    void Finish()
     {
         if (!m_xml.Finish())
             std::abort();
-        return std::string(m_stream.GetBytes(), m_stream.GetSize());
     }
 };
 
@@ -80,21 +104,22 @@ const xmlChar* X(const char* s)
 
 struct CLibxml2
 {
-    xmlBufferPtr m_pBuffer = xmlBufferCreate();
-    xmlTextWriterPtr m_pWriter = xmlNewTextWriterMemory(m_pBuffer, 0);
+    xmlTextWriterPtr m_pWriter;
 
-    CLibxml2()
+    explicit CLibxml2(CSink& sink)
+        : m_pWriter(xmlNewTextWriter(xmlOutputBufferCreateIO(
+              [](void* pSink, const char* p, int nBytes) {
+                  static_cast<CSink*>(pSink)->Take(p, static_cast<std::size_t>(nBytes));
+                  return nBytes;
+              },
+              nullptr, &sink, nullptr)))
     {
         xmlTextWriterStartDocument(m_pWriter, nullptr, "UTF-8", nullptr);
         xmlTextWriterStartElement(m_pWriter, X("root"));
     }
     CLibxml2(const CLibxml2&) = delete;
     CLibxml2& operator=(const CLibxml2&) = delete;
-    ~CLibxml2()
-    {
-        xmlFreeTextWriter(m_pWriter);
-        xmlBufferFree(m_pBuffer);
-    }
+    ~CLibxml2() { xmlFreeTextWriter(m_pWriter); }
     void Record(int i)
     {
         xmlTextWriterStartElement(m_pWriter, X("record"));
@@ -110,11 +135,10 @@ struct CLibxml2
     {
         xmlTextWriterWriteElement(m_pWriter, X("text"), X(text.m_sNarrow.c_str()));
     }
-    std::string Result()
+    void Finish()
     {
         xmlTextWriterEndDocument(m_pWriter);
         xmlTextWriterFlush(m_pWriter);
-        return reinterpret_cast<const char*>(xmlBufferContent(m_pBuffer));
     }
 };
 #endif
@@ -122,10 +146,21 @@ struct CLibxml2
 #ifdef ORV_BENCH_QT
 struct CQt
 {
-    QByteArray m_bytes;
-    QXmlStreamWriter m_xml{&m_bytes};
+    struct CDevice : QIODevice
+    {
+        explicit CDevice(CSink& sink) : m_sink(sink) { open(WriteOnly | Unbuffered); }
+        qint64 readData(char*, qint64) override { return -1; }
+        qint64 writeData(const char* p, qint64 nBytes) override
+        {
+            m_sink.Take(p, static_cast<std::size_t>(nBytes));
+            return nBytes;
+        }
+        CSink& m_sink;
+    };
+    CDevice m_device;
+    QXmlStreamWriter m_xml{&m_device};
 
-    CQt()
+    explicit CQt(CSink& sink) : m_device(sink)
     {
         m_xml.writeStartDocument();
         m_xml.writeStartElement(QStringLiteral("root"));
@@ -147,11 +182,7 @@ struct CQt
                                QString::fromRawData(reinterpret_cast<const QChar*>(text.m_sWide.data()),
                                                     static_cast<int>(text.m_sWide.size())));
     }
-    std::string Result()
-    {
-        m_xml.writeEndDocument();
-        return m_bytes.toStdString();
-    }
+    void Finish() { m_xml.writeEndDocument(); }
 };
 #endif
 
@@ -166,28 +197,31 @@ std::string Plain(std::string s)
 }
 
 template <class Writer>
-std::string Written(const CBoth* pText)
+CSink Written(const CBoth* pText, bool bKeeps)
 {
-    Writer writer;
+    CSink sink;
+    sink.m_bKeeps = bKeeps;
+    Writer writer(sink);
     for (int i = 0; i < (pText != nullptr ? kTexts : kRecords); ++i)
         if (pText != nullptr)
             writer.Text(*pText);
         else
             writer.Record(i);
-    return writer.Result();
+    writer.Finish();
+    return sink;
 }
 
 template <class Writer>
 void Measure(benchmark::State& state, const CBoth* pText)
 {
-    if (Plain(Written<Writer>(pText)) != Plain(Written<COurs>(pText)))
+    if (Plain(Written<Writer>(pText, true).m_sBytes) != Plain(Written<COurs>(pText, true).m_sBytes))
     {
         state.SkipWithError("another document");
         return;
     }
     std::size_t nBytes = 0;
     for (auto _ : state)
-        nBytes = Written<Writer>(pText).size();
+        nBytes = Written<Writer>(pText, false).m_nBytes;
     state.SetItemsProcessed(state.iterations() * (pText != nullptr ? kTexts : kRecords));
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(nBytes));
 }

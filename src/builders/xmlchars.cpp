@@ -18,23 +18,29 @@ __m128i Units(unsigned c)
     return _mm_set1_epi16(static_cast<short>(c));
 }
 
-/// Two bits for each of 8 units that is below a blank, from the surrogates on, or one of `"`, `&`, `<`, `>`.
-/// (Of the last four pairs differ in one bit.)
-unsigned SpecialOf8(const WCHAR* p)
+/// Whether a unit is neither a control character nor a surrogate or beyond.
+constexpr bool IsSound(WCHAR c)
 {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i v = Load16(p);
-    const __m128i low = _mm_cmpeq_epi16(_mm_subs_epu16(v, Units(0x1F)), zero);
-    const __m128i notHigh = _mm_cmpeq_epi16(_mm_subs_epu16(v, Units(0xD7FF)), zero);
-    const __m128i marks = _mm_or_si128(_mm_cmpeq_epi16(_mm_or_si128(v, Units('"' ^ '&')), Units('&')),
-                                       _mm_cmpeq_epi16(_mm_or_si128(v, Units('<' ^ '>')), Units('>')));
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(low, marks)) |
-                                 (_mm_movemask_epi8(notHigh) ^ 0xFFFF));
+    return c - 0x20u < 0xD7E0;
 }
 
-bool IsSpecial(WCHAR c)
+/// Two bits for each of 8 units that is not.
+unsigned UnsoundOf8(const WCHAR* p)
 {
-    return c < 0x20 || c >= 0xD800 || c == '"' || c == '&' || c == '<' || c == '>';
+    const __m128i vBeyond = _mm_subs_epu16(_mm_sub_epi16(Load16(p), Units(0x20)), Units(0xD7DF));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(vBeyond, _mm_setzero_si128()))) ^ 0xFFFF;
+}
+
+/// The units at the beginning of \p s that are sound.
+std::size_t SoundLength(TextView s)
+{
+    std::size_t i = 0;
+    for (; s.size() - i >= 8; i += 8)
+        if (const unsigned nUnsound = UnsoundOf8(s.data() + i))
+            return i + static_cast<std::size_t>(std::countr_zero(nUnsound)) / 2;
+    while (i < s.size() && IsSound(s[i]))
+        ++i;
+    return i;
 }
 
 // ---- Names ----
@@ -77,25 +83,37 @@ constexpr auto kAsciiNames = [] {
     return classes;
 }();
 
-} // namespace
-
-std::size_t PlainXMLLength(TextView s) noexcept
+/// The units at the beginning of \p s that are a name without a colon.
+std::size_t NameLength(TextView s)
 {
-    const WCHAR* const p = s.data();
     std::size_t i = 0;
-    for (; s.size() - i >= 8; i += 8)
-        if (const unsigned nSpecial = SpecialOf8(p + i))
-            return i + static_cast<std::size_t>(std::countr_zero(nSpecial)) / 2;
-    while (i < s.size() && !IsSpecial(p[i]))
-        ++i;
+    while (i < s.size())
+    {
+        std::uint32_t c = s[i];
+        if (c < 0x80)
+        {
+            if (kAsciiNames[c] < (i == 0 ? kStart : kMore))
+                break;
+            ++i;
+            continue;
+        }
+        const bool bPair = IsPair(s.substr(i));
+        if (bPair)
+            c = 0x10000 + ((c & 0x3FF) << 10 | (s[i + 1] & 0x3FFu));
+        if (!IsIn(kNameStart, c) && (i == 0 || !IsIn(kNameMore, c)))
+            break;
+        i += bPair ? 2 : 1;
+    }
     return i;
 }
+
+} // namespace
 
 bool IsXMLText(TextView s) noexcept
 {
     for (;;)
     {
-        s.remove_prefix(PlainXMLLength(s));
+        s.remove_prefix(SoundLength(s));
         if (s.empty())
             return true;
         const std::size_t nUnits = IsPair(s) ? 2 : IsXMLUnit(s[0]) ? 1 : 0;
@@ -107,40 +125,19 @@ bool IsXMLText(TextView s) noexcept
 
 bool IsXMLName(TextView s) noexcept
 {
-    for (std::size_t i = 0; i < s.size(); ++i)
-    {
-        std::uint32_t c = s[i];
-        const std::uint8_t nLeast = i == 0 ? kStart : kMore;
-        if (c < 0x80)
-        {
-            if (kAsciiNames[c] < nLeast)
-                return false;
-            continue;
-        }
-        if (IsPair(s.substr(i)))
-        {
-            const std::uint32_t nLow = s[i + 1];
-            c = 0x10000 + ((c & 0x3FF) << 10 | (nLow & 0x3FF));
-        }
-        if (!IsIn(kNameStart, c) && (i == 0 || !IsIn(kNameMore, c)))
-            return false;
-        i += c >= 0x10000;
-    }
-    return !s.empty();
+    return !s.empty() && NameLength(s) == s.size();
 }
 
 bool CXMLName::Split(const WCHAR* s) noexcept
 {
-    if (s == nullptr)
-        return false;
-    m_sAll = m_sLocal = TextView(s, TextLength(s));
+    m_sAll = m_sLocal = TextView(s, SourceLength(s, 0));
     m_sPrefix = {};
-    const std::size_t iColon = m_sAll.find(ORVTEXT(':'));
-    if (iColon == TextView::npos)
-        return IsXMLName(m_sLocal);
-    m_sPrefix = m_sAll.substr(0, iColon);
-    m_sLocal = m_sAll.substr(iColon + 1);
-    return IsXMLName(m_sPrefix) && IsXMLName(m_sLocal);
+    const std::size_t n = NameLength(m_sAll);
+    if (n == 0 || n == m_sAll.size())
+        return n != 0;
+    m_sPrefix = m_sAll.substr(0, n);
+    m_sLocal = m_sAll.substr(n + 1);
+    return m_sAll[n] == ORVTEXT(':') && IsXMLName(m_sLocal);
 }
 
 } // namespace OCT

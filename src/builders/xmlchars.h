@@ -30,10 +30,6 @@ constexpr bool IsXMLUnit(WCHAR c)
     return c < 0xD800 || (c > 0xDFFF && c < 0xFFFE);
 }
 
-/// The units at the beginning of \p s that may stand for themselves at any place: no control characters,
-/// surrogates, quotation marks or marks of markup. Others that may are not counted on either.
-std::size_t PlainXMLLength(TextView s) noexcept;
-
 /// Whether all characters of \p s may stand in a document.
 bool IsXMLText(TextView s) noexcept;
 

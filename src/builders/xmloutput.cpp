@@ -5,6 +5,7 @@
 #include "strings/utf8.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -16,11 +17,34 @@ namespace
 
 constexpr WCHAR kReplacement = static_cast<WCHAR>(c_cReplacement);
 
-/// How a unit is written at a place; empty where it stands for itself.
-TextView EscapeOf(WCHAR c, EXMLPlace ePlace)
+__m128i Units(unsigned c)
 {
-    const bool bAttribute = ePlace == EXMLPlace::Attribute;
-    if (ePlace == EXMLPlace::CData)
+    return _mm_set1_epi16(static_cast<short>(c));
+}
+
+/// Ones in each of 8 units that cannot be written as it is: of text that may stand in a document, so that
+/// below a blank there are only tab, line feed and carriage return.
+template <EXMLPlace ePlace>
+__m128i MarksOf8(__m128i v)
+{
+    if constexpr (ePlace == EXMLPlace::CData)
+        return _mm_or_si128(_mm_cmpeq_epi16(v, Units('>')), _mm_cmpeq_epi16(v, Units('\r')));
+    // Of two marks that differ in one bit, both.
+    const __m128i brackets = _mm_cmpeq_epi16(_mm_or_si128(v, Units('<' ^ '>')), Units('>'));
+    if constexpr (ePlace == EXMLPlace::Text)
+        return _mm_or_si128(brackets,
+                            _mm_or_si128(_mm_cmpeq_epi16(v, Units('&')), _mm_cmpeq_epi16(v, Units('\r'))));
+    const __m128i quotes = _mm_cmpeq_epi16(_mm_or_si128(v, Units('"' ^ '&')), Units('&'));
+    const __m128i spaces = _mm_cmpeq_epi16(_mm_subs_epu16(v, Units(0x1F)), _mm_setzero_si128());
+    return _mm_or_si128(brackets, _mm_or_si128(quotes, spaces));
+}
+
+/// How a unit is written; empty where it is as it is.
+template <EXMLPlace ePlace>
+TextView EscapeOf(WCHAR c)
+{
+    constexpr bool bAttribute = ePlace == EXMLPlace::Attribute;
+    if constexpr (ePlace == EXMLPlace::CData)
         return c == '\r' ? Literal(ORVTEXT("]]>&#13;<![CDATA[")) : TextView();
     switch (c)
     {
@@ -35,17 +59,42 @@ TextView EscapeOf(WCHAR c, EXMLPlace ePlace)
     }
 }
 
+/// What `MarksOf8` tells of one unit.
+template <EXMLPlace ePlace>
+bool IsMark(WCHAR c)
+{
+    return !EscapeOf<ePlace>(c).empty() || (ePlace == EXMLPlace::CData && c == '>');
+}
+
+/// Copies the units before the first mark, at most \p n; a block is written before it is known to count.
+template <EXMLPlace ePlace>
+std::size_t CopyPlain(WCHAR* p, const WCHAR* s, std::size_t n)
+{
+    std::size_t i = 0;
+    for (; n - i >= 8; i += 8)
+    {
+        const __m128i v = Load16(s + i);
+        Store16(p + i, v);
+        if (const int nMarks = _mm_movemask_epi8(MarksOf8<ePlace>(v)))
+            return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(nMarks))) / 2;
+    }
+    for (; i < n && (s[i] > '>' || !IsMark<ePlace>(s[i])); ++i)
+        p[i] = s[i];
+    return i;
+}
+
 /// The units before the first surrogate.
 std::size_t LengthWithoutPairs(TextView s)
 {
     const auto isSurrogate = [](WCHAR c) { return (c & 0xF800) == 0xD800; };
-    const __m128i mask = _mm_set1_epi16(static_cast<short>(0xF800));
-    const __m128i surrogate = _mm_set1_epi16(static_cast<short>(0xD800));
-    std::size_t i = 0;
-    while (s.size() - i >= 8 &&
-           _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(Load16(s.data() + i), mask), surrogate)) == 0)
-        i += 8;
-    return static_cast<std::size_t>(std::find_if(s.begin() + i, s.end(), isSurrogate) - s.begin());
+    const auto surrogatesOf8 = [](const WCHAR* p) {
+        return _mm_cmpeq_epi16(_mm_and_si128(Load16(p), Units(0xF800)), Units(0xD800));
+    };
+    const WCHAR* p = s.data();
+    const WCHAR* const pEnd = p + s.size();
+    while (pEnd - p >= 16 && _mm_movemask_epi8(_mm_or_si128(surrogatesOf8(p), surrogatesOf8(p + 8))) == 0)
+        p += 16;
+    return static_cast<std::size_t>(std::find_if(p, pEnd, isSurrogate) - s.data());
 }
 
 } // namespace
@@ -65,21 +114,22 @@ void CXMLOutput::Flush() noexcept
     m_nUnits = bHalf;
 }
 
-/// Makes UTF-8 of whole characters; returns the bytes.
+/// Makes UTF-8 of whole characters; returns the bytes. Surrogates stand in pairs by now.
 std::size_t CXMLOutput::Encode(TextView s) noexcept
 {
     char* p = m_aBytes;
     const char* const pEnd = m_aBytes + kMaxBytes * kUnits;
-    while (!s.empty())
+    for (;;)
     {
         // The library's conversion takes units one by one, which a pair is not.
         const std::size_t n = LengthWithoutPairs(s);
         p += WideToUtf8(s.data(), n, p, static_cast<std::size_t>(pEnd - p));
-        s.remove_prefix(n);
-        for (; IsPair(s); s.remove_prefix(2), p += 4)
-            EncodePairAsUtf8(s[0], s[1], p);
+        if (n == s.size())
+            return static_cast<std::size_t>(p - m_aBytes);
+        EncodePairAsUtf8(s[n], s[n + 1], p);
+        p += 4;
+        s.remove_prefix(n + 2);
     }
-    return static_cast<std::size_t>(p - m_aBytes);
 }
 
 // ---- Text ----
@@ -89,42 +139,57 @@ void CXMLOutput::PutInPieces(TextView s) noexcept
     while (!s.empty())
     {
         WCHAR* const p = Room(1);
-        const std::size_t n = (std::min)(s.size(), kUnits - m_nUnits);
+        const std::size_t n = std::min(s.size(), kUnits - m_nUnits);
         std::memcpy(p, s.data(), n * sizeof(WCHAR));
         m_nUnits += n;
         s.remove_prefix(n);
     }
 }
 
-void CXMLOutput::PutEscaped(TextView s, EXMLPlace ePlace) noexcept
+template <EXMLPlace ePlace>
+void CXMLOutput::PutEscapedAt(TextView s) noexcept
 {
-    for (std::size_t i = 0;;)
+    for (std::size_t i = 0; i < s.size();)
     {
-        const std::size_t nPlain = PlainXMLLength(s.substr(i));
-        Put(s.substr(i, nPlain));
-        i += nPlain;
-        if (i == s.size())
-            return;
-        i += PutSpecial(s.substr(i), s.substr(0, i), ePlace);
+        WCHAR* const p = Room(1);
+        const std::size_t nMost = std::min(s.size() - i, kUnits - m_nUnits);
+        const std::size_t n = CopyPlain<ePlace>(p, s.data() + i, nMost);
+        m_nUnits += n;
+        i += n;
+        if (n == nMost)
+            continue;
+        if (ePlace == EXMLPlace::CData && s[i] == '>' && s.substr(0, i).ends_with(Literal(ORVTEXT("]]"))))
+            Put(ORVTEXT("]]><![CDATA["));
+        if (const TextView sEscape = EscapeOf<ePlace>(s[i]); !sEscape.empty())
+            Put(sEscape);
+        else
+            Put(s[i]);
+        ++i;
     }
 }
 
-/// Puts the first character of \p s, which stands behind \p sBefore; returns its units.
-std::size_t CXMLOutput::PutSpecial(TextView s, TextView sBefore, EXMLPlace ePlace) noexcept
+void CXMLOutput::PutEscaped(TextView s, EXMLPlace ePlace) noexcept
 {
-    if (IsPair(s))
+    switch (ePlace)
     {
-        Put(s.substr(0, 2));
-        return 2;
+    case EXMLPlace::Text: return PutEscapedAt<EXMLPlace::Text>(s);
+    case EXMLPlace::Attribute: return PutEscapedAt<EXMLPlace::Attribute>(s);
+    case EXMLPlace::CData: return PutEscapedAt<EXMLPlace::CData>(s);
     }
-    const WCHAR c = s[0];
-    if (c == '>' && ePlace == EXMLPlace::CData && sBefore.ends_with(Literal(ORVTEXT("]]"))))
-        Put(ORVTEXT("]]><![CDATA["));
-    if (const TextView sEscape = EscapeOf(c, ePlace); !sEscape.empty())
-        Put(sEscape);
-    else
-        Put(IsXMLUnit(c) ? c : kReplacement);
-    return 1;
+}
+
+void CXMLOutput::PutReplaced(TextView s, EXMLPlace ePlace) noexcept
+{
+    while (!s.empty())
+    {
+        std::size_t n = 0;
+        while (n < s.size() && (IsXMLUnit(s[n]) || IsPair(s.substr(n))))
+            n += IsXMLUnit(s[n]) ? 1 : 2;
+        PutEscaped(s.substr(0, n), ePlace);
+        if (n < s.size())
+            Put(kReplacement), ++n;
+        s.remove_prefix(n);
+    }
 }
 
 void CXMLOutput::PutParted(TextView s, WCHAR cFirst, WCHAR cSecond) noexcept
@@ -150,7 +215,7 @@ void CXMLOutput::PutBase64(const unsigned char* p, std::size_t nBytes) noexcept
     static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     while (nBytes != 0)
     {
-        const std::size_t nGroup = (std::min)(nBytes, std::size_t{3});
+        const std::size_t nGroup = std::min(nBytes, std::size_t{3});
         std::uint32_t n = std::uint32_t{p[0]} << 16;
         n |= nGroup > 1 ? std::uint32_t{p[1]} << 8 : 0;
         n |= nGroup > 2 ? std::uint32_t{p[2]} : 0;
@@ -168,7 +233,7 @@ void CXMLOutput::PutHex(const unsigned char* p, std::size_t nBytes) noexcept
     while (nBytes != 0)
     {
         WCHAR* const pUnits = Room(2);
-        const std::size_t n = (std::min)(nBytes, (kUnits - m_nUnits) / 2);
+        const std::size_t n = std::min(nBytes, (kUnits - m_nUnits) / 2);
         PutHexBytes(pUnits, p, n);
         m_nUnits += 2 * n;
         p += n;

@@ -42,8 +42,10 @@ public:
         m_nUnits += Size - 1;
     }
     void Put(WCHAR c) noexcept { *Room(1) = c, ++m_nUnits; }
-    /// So that a reader gets \p s back; what may not stand in a document becomes U+FFFD.
+    /// So that a reader gets \p s back, whose characters may all stand in a document.
     void PutEscaped(TextView s, EXMLPlace ePlace) noexcept;
+    /// The same, where those that may not become U+FFFD.
+    void PutReplaced(TextView s, EXMLPlace ePlace) noexcept;
     /// As it stands, but with a blank wherever \p cSecond follows \p cFirst; what may not stand in a document
     /// becomes U+FFFD.
     void PutParted(TextView s, WCHAR cFirst, WCHAR cSecond) noexcept;
@@ -69,7 +71,8 @@ private:
         return m_aUnits + m_nUnits;
     }
     void PutInPieces(TextView s) noexcept;
-    std::size_t PutSpecial(TextView s, TextView sBefore, EXMLPlace ePlace) noexcept;
+    template <EXMLPlace ePlace>
+    void PutEscapedAt(TextView s) noexcept;
     std::size_t Encode(TextView s) noexcept;
 
     IWrtStream& m_stream;

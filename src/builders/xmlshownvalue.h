@@ -17,6 +17,7 @@ public:
             m_sText = TextView(static_cast<const WCHAR*>(value.m_p), value.m_n);
         else if (m_eKind == EKind::Ansi || m_eKind == EKind::UTF8)
             Widen();
+        m_bSound = m_eKind != EKind::Text || IsXMLText(m_sText);
     }
     CXMLShownValue(const CXMLShownValue&) = delete;
     CXMLShownValue& operator=(const CXMLShownValue&) = delete;
@@ -27,8 +28,8 @@ public:
     /// Why it cannot be written. \p bReplace: forbidden characters can.
     LQXMLError GetError(bool bReplace) const noexcept
     {
-        if (m_eKind == EKind::Text)
-            return bReplace || IsXMLText(m_sText) ? lqxNone : lqxCharacter;
+        if (!m_bSound && !bReplace)
+            return lqxCharacter;
         return m_eKind == EKind::None ? lqxValue : m_eKind == EKind::Memory ? lqxMemory : lqxNone;
     }
 
@@ -36,7 +37,8 @@ public:
     {
         switch (m_eKind)
         {
-        case EKind::Text: return out.PutEscaped(m_sText, ePlace);
+        case EKind::Text:
+            return m_bSound ? out.PutEscaped(m_sText, ePlace) : out.PutReplaced(m_sText, ePlace);
         case EKind::Base64: return out.PutBase64(static_cast<const unsigned char*>(m_value.m_p), m_value.m_n);
         case EKind::Hex: return out.PutHex(static_cast<const unsigned char*>(m_value.m_p), m_value.m_n);
         case EKind::Ids: return out.PutList(static_cast<const unsigned*>(m_value.m_p), m_value.m_n);
@@ -62,6 +64,7 @@ private:
 
     const CXMLValue& m_value;
     EKind m_eKind;
+    bool m_bSound; ///< no character is forbidden
     TextView m_sText;
     COrvStr m_sWidened;
 };
