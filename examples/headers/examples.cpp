@@ -178,8 +178,7 @@ void Statements(const WCHAR* sName, const CMIDINTArray& ids)
 #include "orvsqlstr.inc"
 }
 
-void Handshakes()
-{
+void Handshakes(){
 #include "sqlhandshake.inc"
 }
 
