@@ -1,14 +1,16 @@
-// Conversions beside ICU's and Qt's, for text of 32 bytes, 1 KB and 1 MB.
+// Conversions beside ICU's, Qt's and the C library's, for text of 32 bytes, 1 KB and 1 MB.
 #include "orvcomtypes/stringutils.h"
 
-#include <benchmark/benchmark.h>
+#include "second_thread.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
 
-#include <functional>
+#include <algorithm>
 #include <string>
 #include <vector>
+
+#include <iconv.h>
 
 #ifdef ORV_BENCH_QT
 #include <QString>
@@ -72,6 +74,7 @@ struct CInput
     std::string m_sAnsi;
     std::vector<char> m_vNarrow;
     std::vector<char16_t> m_vWide;
+    std::size_t m_nResult = 0; // units of the last conversion in m_vNarrow or m_vWide
 
     explicit CInput(std::u16string sWide)
         : m_sWide(std::move(sWide)),
@@ -84,6 +87,8 @@ struct CInput
             UnicodeToANSI(m_sWide.c_str(), m_sAnsi.data(), static_cast<unsigned>(m_sAnsi.size()), 1252)));
     }
 
+    void Put(int n) { m_nResult = static_cast<std::size_t>(n); }
+
     unsigned NarrowRoom() const { return static_cast<unsigned>(m_vNarrow.size()); }
     unsigned WideRoom() const { return static_cast<unsigned>(m_vWide.size()); }
 };
@@ -92,8 +97,8 @@ using Convert = void (*)(CInput&);
 
 void OursUtf8ToWide(CInput& in)
 {
-    UTF8ToUnicodeEx(in.m_sUtf8.data(), in.m_sUtf8.data() + in.m_sUtf8.size(), in.m_vWide.data(),
-                    in.WideRoom());
+    in.Put(UTF8ToUnicodeEx(in.m_sUtf8.data(), in.m_sUtf8.data() + in.m_sUtf8.size(), in.m_vWide.data(),
+                           in.WideRoom()));
 }
 
 void IcuUtf8ToWide(CInput& in)
@@ -102,12 +107,13 @@ void IcuUtf8ToWide(CInput& in)
     int n;
     u_strFromUTF8WithSub(in.m_vWide.data(), static_cast<int>(in.WideRoom()), &n, in.m_sUtf8.data(),
                          static_cast<int>(in.m_sUtf8.size()), 0xFFFD, nullptr, &status);
+    in.Put(n);
 }
 
 void OursWideToUtf8(CInput& in)
 {
-    UnicodeToUTF8Ex(in.m_sWide.data(), in.m_sWide.data() + in.m_sWide.size(), in.m_vNarrow.data(),
-                    in.NarrowRoom());
+    in.Put(UnicodeToUTF8Ex(in.m_sWide.data(), in.m_sWide.data() + in.m_sWide.size(), in.m_vNarrow.data(),
+                           in.NarrowRoom()));
 }
 
 void IcuWideToUtf8(CInput& in)
@@ -116,18 +122,19 @@ void IcuWideToUtf8(CInput& in)
     int n;
     u_strToUTF8WithSub(in.m_vNarrow.data(), static_cast<int>(in.NarrowRoom()), &n, in.m_sWide.data(),
                        static_cast<int>(in.m_sWide.size()), 0xFFFD, nullptr, &status);
+    in.Put(n);
 }
 
 void OursAnsiToWide(CInput& in)
 {
-    ANSIToUnicodeEx(in.m_sAnsi.data(), in.m_sAnsi.data() + in.m_sAnsi.size(), in.m_vWide.data(),
-                    in.WideRoom(), 1252);
+    in.Put(ANSIToUnicodeEx(in.m_sAnsi.data(), in.m_sAnsi.data() + in.m_sAnsi.size(), in.m_vWide.data(),
+                           in.WideRoom(), 1252));
 }
 
 void OursWideToAnsi(CInput& in)
 {
-    UnicodeToANSIEx(in.m_sWide.data(), in.m_sWide.data() + in.m_sWide.size(), in.m_vNarrow.data(),
-                    in.NarrowRoom(), 1252);
+    in.Put(UnicodeToANSIEx(in.m_sWide.data(), in.m_sWide.data() + in.m_sWide.size(), in.m_vNarrow.data(),
+                           in.NarrowRoom(), 1252));
 }
 
 UConverter* Windows1252()
@@ -140,28 +147,55 @@ UConverter* Windows1252()
 void IcuAnsiToWide(CInput& in)
 {
     UErrorCode status = U_ZERO_ERROR;
-    ucnv_toUChars(Windows1252(), in.m_vWide.data(), static_cast<int>(in.WideRoom()), in.m_sAnsi.data(),
-                  static_cast<int>(in.m_sAnsi.size()), &status);
+    in.Put(ucnv_toUChars(Windows1252(), in.m_vWide.data(), static_cast<int>(in.WideRoom()), in.m_sAnsi.data(),
+                         static_cast<int>(in.m_sAnsi.size()), &status));
 }
 
 void IcuWideToAnsi(CInput& in)
 {
     UErrorCode status = U_ZERO_ERROR;
-    ucnv_fromUChars(Windows1252(), in.m_vNarrow.data(), static_cast<int>(in.NarrowRoom()), in.m_sWide.data(),
-                    static_cast<int>(in.m_sWide.size()), &status);
+    in.Put(ucnv_fromUChars(Windows1252(), in.m_vNarrow.data(), static_cast<int>(in.NarrowRoom()),
+                           in.m_sWide.data(), static_cast<int>(in.m_sWide.size()), &status));
+}
+
+// Without a word on what does not fit or is damaged: the texts here do and are not.
+std::size_t RunIconv(iconv_t converter, const void* pSrc, std::size_t cbSrc, void* pDest, std::size_t cbDest)
+{
+    auto* pFrom = static_cast<char*>(const_cast<void*>(pSrc));
+    auto* pTo = static_cast<char*>(pDest);
+    const std::size_t cbRoom = cbDest;
+    iconv(converter, &pFrom, &cbSrc, &pTo, &cbDest);
+    return cbRoom - cbDest;
+}
+
+void IconvUtf8ToWide(CInput& in)
+{
+    static const iconv_t s_converter = iconv_open("UTF-16LE", "UTF-8");
+    in.m_nResult = RunIconv(s_converter, in.m_sUtf8.data(), in.m_sUtf8.size(), in.m_vWide.data(),
+                            2 * in.m_vWide.size()) /
+                   2;
+}
+
+void IconvWideToUtf8(CInput& in)
+{
+    static const iconv_t s_converter = iconv_open("UTF-8", "UTF-16LE");
+    in.m_nResult = RunIconv(s_converter, in.m_sWide.data(), 2 * in.m_sWide.size(), in.m_vNarrow.data(),
+                            in.m_vNarrow.size());
 }
 
 #ifdef ORV_BENCH_QT
+// Qt makes texts of its own, of which only the length is looked at.
 void QtUtf8ToWide(CInput& in)
 {
-    benchmark::DoNotOptimize(QString::fromUtf8(in.m_sUtf8.data(), static_cast<int>(in.m_sUtf8.size())));
+    const auto sText = QString::fromUtf8(in.m_sUtf8.data(), static_cast<int>(in.m_sUtf8.size()));
+    in.Put(sText.size());
 }
 
 void QtWideToUtf8(CInput& in)
 {
     const auto sText = QString::fromRawData(reinterpret_cast<const QChar*>(in.m_sWide.data()),
                                             static_cast<int>(in.m_sWide.size()));
-    benchmark::DoNotOptimize(sText.toUtf8());
+    in.Put(sText.toUtf8().size());
 }
 #endif
 
@@ -169,35 +203,78 @@ struct CContender
 {
     const char* m_sName;
     Convert m_pfnConvert;
+    bool m_bInBuffer = true; // whether the result is in the input's buffer
 };
 
-const std::vector<CContender> c_vUtf8ToWide = {
-    {"ours", OursUtf8ToWide},
-    {"icu", IcuUtf8ToWide},
-#ifdef ORV_BENCH_QT
-    {"qt", QtUtf8ToWide},
-#endif
-};
-const std::vector<CContender> c_vWideToUtf8 = {
-    {"ours", OursWideToUtf8},
-    {"icu", IcuWideToUtf8},
-#ifdef ORV_BENCH_QT
-    {"qt", QtWideToUtf8},
-#endif
-};
-const std::vector<CContender> c_vAnsiToWide = {{"ours", OursAnsiToWide}, {"icu", IcuAnsiToWide}};
-const std::vector<CContender> c_vWideToAnsi = {{"ours", OursWideToAnsi}, {"icu", IcuWideToAnsi}};
-
-void Register(const char* sDirection, const CScript& script, std::size_t cb, std::size_t cbUnit,
-              const std::vector<CContender>& vContenders)
+struct CDirection
 {
-    for (const CContender& contender : vContenders)
+    const char* m_sName;
+    bool m_bToWide;
+    std::vector<CContender> m_vContenders;
+};
+
+const CDirection c_utf8ToWide{"utf8_to_wide",
+                              true,
+                              {
+                                  {"ours", OursUtf8ToWide},
+                                  {"icu", IcuUtf8ToWide},
+                                  {"iconv", IconvUtf8ToWide},
+#ifdef ORV_BENCH_QT
+                                  {"qt", QtUtf8ToWide, false},
+#endif
+                              }};
+const CDirection c_wideToUtf8{"wide_to_utf8",
+                              false,
+                              {
+                                  {"ours", OursWideToUtf8},
+                                  {"icu", IcuWideToUtf8},
+                                  {"iconv", IconvWideToUtf8},
+#ifdef ORV_BENCH_QT
+                                  {"qt", QtWideToUtf8, false},
+#endif
+                              }};
+const CDirection c_ansiToWide{"1252_to_wide", true, {{"ours", OursAnsiToWide}, {"icu", IcuAnsiToWide}}};
+const CDirection c_wideToAnsi{"wide_to_1252", false, {{"ours", OursWideToAnsi}, {"icu", IcuWideToAnsi}}};
+
+template <class Char>
+bool IsResult(const CInput& in, const CContender& contender, const std::vector<Char>& vBuffer,
+              const std::basic_string<Char>& sExpected)
+{
+    return in.m_nResult == sExpected.size() &&
+           (!contender.m_bInBuffer || std::equal(sExpected.begin(), sExpected.end(), vBuffer.begin()));
+}
+
+// Ours converts the halves of a pair one by one.
+std::string WithoutPairs(const std::u16string& sWide)
+{
+    std::u16string sText = sWide;
+    std::replace_if(
+        sText.begin(), sText.end(), [](char16_t c) { return (c & 0xF800) == 0xD800; }, u'\uFFFD');
+    return Utf8Of(sText);
+}
+
+bool IsRight(const CDirection& direction, const CContender& contender, CInput& in)
+{
+    contender.m_pfnConvert(in);
+    if (direction.m_bToWide)
+        return IsResult(in, contender, in.m_vWide, in.m_sWide);
+    if (&direction == &c_wideToAnsi)
+        return IsResult(in, contender, in.m_vNarrow, in.m_sAnsi);
+    return IsResult(in, contender, in.m_vNarrow,
+                    contender.m_pfnConvert == OursWideToUtf8 ? WithoutPairs(in.m_sWide) : in.m_sUtf8);
+}
+
+void Register(const CDirection& direction, const CScript& script, std::size_t cb, std::size_t cbUnit)
+{
+    for (const CContender& contender : direction.m_vContenders)
     {
-        const std::string sName = std::string(sDirection) + '/' + script.m_sName + '/' + std::to_string(cb) +
-                                  '/' + contender.m_sName;
+        const std::string sName = std::string(direction.m_sName) + '/' + script.m_sName + '/' +
+                                  std::to_string(cb) + '/' + contender.m_sName;
         benchmark::RegisterBenchmark(
-            sName.c_str(), [&script, cb, cbUnit, &contender](benchmark::State& state) {
+            sName.c_str(), [&direction, &script, cb, cbUnit, &contender](benchmark::State& state) {
                 CInput input(TextOf(script, cb, cbUnit));
+                if (!IsRight(direction, contender, input))
+                    return state.SkipWithError("wrong result");
                 for (auto _ : state)
                 {
                     contender.m_pfnConvert(input);
@@ -222,15 +299,14 @@ int main(int argc, char** argv)
     {
         for (const CScript& script : c_aScripts)
         {
-            Register("utf8_to_wide", script, cb, Utf8BytesPerUnit(script), c_vUtf8ToWide);
-            Register("wide_to_utf8", script, cb, Utf8BytesPerUnit(script), c_vWideToUtf8);
+            Register(c_utf8ToWide, script, cb, Utf8BytesPerUnit(script));
+            Register(c_wideToUtf8, script, cb, Utf8BytesPerUnit(script));
         }
         for (const CScript& script : c_aAnsiScripts)
         {
-            Register("1252_to_wide", script, cb, 1, c_vAnsiToWide);
-            Register("wide_to_1252", script, cb, 1, c_vWideToAnsi);
+            Register(c_ansiToWide, script, cb, 1);
+            Register(c_wideToAnsi, script, cb, 1);
         }
     }
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    return RunBenches(argc, argv);
 }

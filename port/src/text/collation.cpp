@@ -154,7 +154,7 @@ private:
     bool NeedsMapping(CText text) const;
     const CExpansion* FindExpansion(WCHAR c) const;
     CText Map(CText text, bool bNoCase, std::optional<CScratch>& scratch) const;
-    void CountTowardsTables(const UCollator* pCollator) const;
+    void CountTowardsTables(const UCollator* pCollator) const noexcept;
 
     bool m_bTables = false; // whether its weights can be tabulated
     CExpansion m_aExpansions[std::size(c_Expansions)];
@@ -260,10 +260,16 @@ CText CCollation::Map(CText text, bool bNoCase, std::optional<CScratch>& scratch
     return {scratch->Data(), scratch->Length()};
 }
 
-void CCollation::CountTowardsTables(const UCollator* pCollator) const
+void CCollation::CountTowardsTables(const UCollator* pCollator) const noexcept
+try
 {
-    if (m_bTables && !g_tables.Peek() && ++g_nAskedCollator % c_nAskedBeforeTables == 0)
+    if (m_bTables && !g_tables.Peek() && ++g_nAskedCollator % c_nAskedBeforeTables == 0 &&
+        HasMemoryForLocale())
         g_tables.Get(pCollator);
+}
+catch (const std::bad_alloc&)
+{
+    // The collator goes on answering.
 }
 
 int CCollation::Compare(CText a, CText b, bool bNoCase) const
