@@ -1,5 +1,6 @@
 // Compiled for SSSE3, so nothing of other headers' inline functions is used here: the linker could take them
-// from this file for all others.
+// from this file for all others. SSSE3 has the instruction that SSE2 lacks; AVX2 has it for registers of 32
+// bytes, for which gcc does not align the stack on 64-bit Windows.
 #include "strings/utf8threes.h"
 
 #include <tmmintrin.h>
