@@ -1,29 +1,35 @@
-# Installs the library with its headers, a CMake package (find_package(OrvComTypes)) and a pkg-config file.
+# Installs the library in three parts: what programs run with, what they are built with, and the tools. A CMake package
+# (find_package(OrvComTypes)) and a pkg-config file find it.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/OrvComTypes)
-set(header_sets FILE_SET HEADERS)
+set(header_sets FILE_SET HEADERS COMPONENT development)
 set(ORV_PC_CFLAGS "-I\${includedir}")
 if(WIN32)
-    install(FILES ${ORV_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES ${ORV_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 else()
     # The headers name types and functions of windows.h, so the port's goes along, in a folder of its own.
     set(port_dir ${CMAKE_INSTALL_INCLUDEDIR}/orvcomtypes/port)
-    list(APPEND header_sets FILE_SET port DESTINATION ${port_dir})
+    list(APPEND header_sets FILE_SET port DESTINATION ${port_dir} COMPONENT development)
     string(APPEND ORV_PC_CFLAGS " -I\${includedir}/orvcomtypes/port")
 endif()
-install(TARGETS orvcomtypes EXPORT OrvComTypes ${header_sets})
-install(EXPORT OrvComTypes NAMESPACE OrvComTypes:: DESTINATION ${package_dir} FILE OrvComTypesTargets.cmake)
+install(TARGETS orvcomtypes EXPORT OrvComTypes
+    RUNTIME COMPONENT runtime
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development
+    ${header_sets})
+install(EXPORT OrvComTypes NAMESPACE OrvComTypes:: DESTINATION ${package_dir} FILE OrvComTypesTargets.cmake
+    COMPONENT development)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 file(RELATIVE_PATH ORV_PC_UP /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)  # the package may be moved as a whole
 configure_file(${CMAKE_CURRENT_LIST_DIR}/orvcomtypes.pc.in ${PROJECT_BINARY_DIR}/orvcomtypes.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake ${CMAKE_CURRENT_LIST_DIR}/OrvComTypesConfig.cmake
-    ${CMAKE_CURRENT_LIST_DIR}/OrvComTypesLanguages.cmake DESTINATION ${package_dir})
+    ${CMAKE_CURRENT_LIST_DIR}/OrvComTypesLanguages.cmake DESTINATION ${package_dir} COMPONENT development)
 list(TRANSFORM ORV_LANGUAGES REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/resources/orvcomtypes.\\1.rc" OUTPUT_VARIABLE scripts)
-install(FILES ${scripts} DESTINATION ${package_dir}/resources)
-install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${scripts} DESTINATION ${package_dir}/resources COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 if(NOT WIN32)
     # Where the log viewer lnav looks for the formats of programs.
     install(FILES ${PROJECT_SOURCE_DIR}/resources/lnav/orvcomtypes.json
-        DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/lnav/formats/orvcomtypes)
+        DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/lnav/formats/orvcomtypes COMPONENT tools)
 endif()

@@ -28,8 +28,14 @@ if(MINGW)
         execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
             OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
         if(IS_ABSOLUTE "${path}")  # a runtime of the other architecture's unwinder comes back as a bare name
-            list(APPEND ORV_RUNTIME_DLLS ${path})
+            # Stripped: the debug information in them is ten times their size.
+            set(copy ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name})
+            execute_process(COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
+                COMMAND_ERROR_IS_FATAL ANY)
+            execute_process(COMMAND ${CMAKE_STRIP} --strip-unneeded ${path} -o ${copy} COMMAND_ERROR_IS_FATAL ANY)
+            list(APPEND ORV_RUNTIME_DLLS ${copy})
         endif()
     endforeach()
-    file(COPY ${ORV_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    # The same sources make the same bytes.
+    add_link_options(-Wl,--no-insert-timestamp)
 endif()

@@ -9,10 +9,11 @@ set -euo pipefail
 source "$(dirname "$0")/env.sh"
 
 # llvm: readable stacks of the sanitizers. default-jdk-headless, libh2-java: a database that executes statements.
-# binutils-mingw: compiles string tables. libexpat1-dev, libxml2-utils: parsers of written documents.
+# binutils-mingw: compiles string tables. libexpat1-dev, libxml2-utils: parsers of written
+# documents. lintian: judges the packages.
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
-    default-jdk-headless libh2-java libexpat1-dev libxml2-utils)
+    default-jdk-headless libh2-java libexpat1-dev libxml2-utils lintian)
 # What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
 # rest is a service.
 linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core

@@ -17,6 +17,11 @@ void ShowText(const COrvStr& sText);
 void Step();
 void Use(unsigned id);
 
+void Version()
+{
+#include "orvversion.inc"
+}
+
 #include "plexalloc.inc"
 
 class CShared

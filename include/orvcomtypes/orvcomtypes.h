@@ -3,6 +3,7 @@
 
 // In the order in which they build on each other.
 // clang-format off
+#include "orvcomtypes/orvversion.h"
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/smartcls.h"
 #include "orvcomtypes/lqthrow.h"

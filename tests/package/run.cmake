@@ -1,9 +1,9 @@
-# Script: installs the library into a fresh folder, builds the consumer and the example of languages against that alone
-# and runs them.
+# Script: packs the library, unpacks the packages into a fresh folder, builds the consumer and the example of languages
+# against that alone and runs them.
 #   BUILD  the project's build tree    WORK  the folder to work in, emptied first    TOOLCHAIN  file, may be empty
 cmake_minimum_required(VERSION 3.25)
-file(REMOVE_RECURSE ${WORK})
-set(prefix ${WORK}/prefix)
+file(REMOVE_RECURSE ${WORK} ${BUILD}/packages ${BUILD}/_CPack_Packages)
+file(MAKE_DIRECTORY ${WORK})
 
 function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ECHO STDOUT COMMAND_ERROR_IS_FATAL ANY)
@@ -16,9 +16,36 @@ function(build source target)
     run(${CMAKE_COMMAND} --build ${WORK}/${target} --target ${target})
 endfunction()
 
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+execute_process(COMMAND ${CMAKE_CPACK_COMMAND} --config ${BUILD}/CPackConfig.cmake WORKING_DIRECTORY ${BUILD}
+    COMMAND_ERROR_IS_FATAL ANY)
+if(TOOLCHAIN)
+    set(prefix ${WORK}/unpacked)
+    file(GLOB packages ${BUILD}/packages/*.zip)
+    list(LENGTH packages count)
+    if(NOT count EQUAL 2)
+        message(FATAL_ERROR "not two zip files: ${packages}")
+    endif()
+    foreach(package IN LISTS packages)
+        file(ARCHIVE_EXTRACT INPUT ${package} DESTINATION ${prefix})
+    endforeach()
+else()
+    set(prefix ${WORK}/unpacked/usr)
+    file(GLOB packages ${BUILD}/packages/*.deb)
+    foreach(package IN LISTS packages)
+        run(dpkg-deb -x ${package} ${WORK}/unpacked)
+    endforeach()
+    run(lintian --no-cfg --fail-on error --allow-root ${packages})
+    # To install is the right of root; a developer's machine asks sudo, as the set-up does.
+    execute_process(COMMAND id -u OUTPUT_VARIABLE user OUTPUT_STRIP_TRAILING_WHITESPACE)
+    set(as_root sudo -n)
+    if(user EQUAL 0)
+        set(as_root)
+    endif()
+    run(${as_root} unshare --mount ${CMAKE_CURRENT_LIST_DIR}/install.sh ${WORK} ${packages})
+endif()
+
 build(${CMAKE_CURRENT_LIST_DIR} consumer)
-run(${EMULATOR} ${prefix}/bin/consumer${SUFFIX})
+execute_process(COMMAND ${EMULATOR} ${prefix}/bin/consumer${SUFFIX} WORKING_DIRECTORY ${WORK} COMMAND_ERROR_IS_FATAL ANY)
 
 build(${CMAKE_CURRENT_LIST_DIR}/../../examples/languages order)
 execute_process(COMMAND ${EMULATOR} ${prefix}/bin/order${SUFFIX} en hu-HU fr
@@ -35,6 +62,6 @@ if(NOT TOOLCHAIN)
     execute_process(COMMAND pkg-config --cflags --libs orvcomtypes
         OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
     separate_arguments(flags UNIX_COMMAND "${flags}")
-    run(c++ -std=c++20 ${CMAKE_CURRENT_LIST_DIR}/main.cpp ${flags} -Wl,-rpath,${prefix}/lib -o ${WORK}/by-pkg-config)
-    run(${WORK}/by-pkg-config)
+    run(clang++ -std=c++20 ${CMAKE_CURRENT_LIST_DIR}/main.cpp ${flags} -Wl,-rpath,${prefix}/lib -o ${WORK}/by-pkg-config)
+    execute_process(COMMAND ${WORK}/by-pkg-config WORKING_DIRECTORY ${WORK} COMMAND_ERROR_IS_FATAL ANY)
 endif()

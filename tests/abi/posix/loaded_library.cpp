@@ -48,7 +48,9 @@ std::set<std::string> CLoadedLibrary::ExportedNames() const
         const char* sNames = image.data() + pSections[pSection->sh_link].sh_offset;
         for (const auto* pSymbol = pSymbols; pSymbol != pSymbols + pSection->sh_size / sizeof(Elf64_Sym);
              ++pSymbol)
-            if (pSymbol->st_shndx != SHN_UNDEF && ELF64_ST_BIND(pSymbol->st_info) != STB_LOCAL)
+            // A reserved section: the name of the symbols' version.
+            if (pSymbol->st_shndx != SHN_UNDEF && pSymbol->st_shndx < SHN_LORESERVE &&
+                ELF64_ST_BIND(pSymbol->st_info) != STB_LOCAL)
                 names.insert(sNames + pSymbol->st_name);
     }
     return names;

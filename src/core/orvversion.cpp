@@ -1,0 +1,6 @@
+#include "orvcomtypes/orvversion.h"
+
+int ORVCALL GetOrvComTypesVersion() noexcept
+{
+    return ORVCOMTYPES_VERSION;
+}
