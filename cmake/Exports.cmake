@@ -17,11 +17,12 @@ function(orv_read_exports out def)
     set(${out} ${lines} PARENT_SCOPE)
 endfunction()
 
-# Makes TARGET export the names of DEF and what ORV_API marks.
-function(orv_export target def)
-    orv_read_exports(names ${def})
+# Makes TARGET export the names of DEF and what ORV_API marks, and where there is no Windows those of PORT_DEF.
+function(orv_export target def port_def)
     if(NOT WIN32)
-        orv_export_elf(${target} "${names}")
+        orv_read_exports(names ${def})
+        orv_read_exports(port_names ${port_def})
+        orv_export_elf(${target} "${names};${port_names}")
         return()
     endif()
     target_sources(${target} PRIVATE ${def})

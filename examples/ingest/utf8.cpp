@@ -1,13 +1,34 @@
 #include "utf8.h"
 
+namespace
+{
+
+void Append(unsigned c, std::string& sBytes)
+{
+    const int nFollowing = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    const unsigned nMark = nFollowing == 0 ? 0 : 0xF00 >> (nFollowing + 1);
+    sBytes += static_cast<char>((nMark & 0xFF) | (c >> (6 * nFollowing)));
+    for (int n = nFollowing - 1; n >= 0; --n)
+        sBytes += static_cast<char>(0x80 | ((c >> (6 * n)) & 0x3F));
+}
+
+} // namespace
+
 void ToUTF8(const WCHAR* sText, std::size_t nLength, std::string& sBytes)
 {
-    sBytes.resize(3 * nLength); // at most, for each unit
-    const int nBytes = nLength == 0
-                           ? 0
-                           : WideCharToMultiByte(CP_UTF8, 0, sText, static_cast<int>(nLength), sBytes.data(),
-                                                 static_cast<int>(sBytes.size()), nullptr, nullptr);
-    sBytes.resize(static_cast<std::size_t>(nBytes));
+    sBytes.clear();
+    for (std::size_t i = 0; i < nLength; ++i)
+    {
+        const auto IsHalf = [&](std::size_t n, unsigned nFirst) {
+            return n < nLength && (static_cast<unsigned>(sText[n]) & 0xFC00) == nFirst;
+        };
+        unsigned c = sText[i];
+        if (IsHalf(i, 0xD800) && IsHalf(i + 1, 0xDC00))
+            c = 0x10000 + ((c & 0x3FF) << 10) + (static_cast<unsigned>(sText[++i]) & 0x3FF);
+        else if ((c & 0xF800) == 0xD800) // half a character
+            c = 0xFFFD;
+        Append(c, sBytes);
+    }
 }
 
 std::string ToUTF8(const WCHAR* sText)

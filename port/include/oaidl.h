@@ -128,10 +128,6 @@ typedef struct tagVARIANT
     };
 } VARIANT, VARIANTARG;
 
-#pragma GCC visibility push(default)
-
-HRESULT SetErrorInfo(ULONG dwReserved, IErrorInfo* perrinfo) noexcept;
+HRESULT SetErrorInfo(ULONG dwReserved, IErrorInfo* perrinfo) noexcept ORVPORT_SHARED(SetErrorInfo);
 /// Hands the thread's object over: the next call finds none.
-HRESULT GetErrorInfo(ULONG dwReserved, IErrorInfo** pperrinfo) noexcept;
-
-#pragma GCC visibility pop
+HRESULT GetErrorInfo(ULONG dwReserved, IErrorInfo** pperrinfo) noexcept ORVPORT_SHARED(GetErrorInfo);

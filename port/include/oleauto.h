@@ -8,14 +8,10 @@
 #define DISP_E_TYPEMISMATCH (static_cast<HRESULT>(0x80020005u))
 #define DISP_E_BADVARTYPE (static_cast<HRESULT>(0x80020008u))
 
-#pragma GCC visibility push(default)
-
 // Sources are not const, as in the headers of some Windows tool chains: nothing changes them.
-void VariantInit(VARIANTARG* pvarg) noexcept;
-HRESULT VariantClear(VARIANTARG* pvarg) noexcept;
+void VariantInit(VARIANTARG* pvarg) noexcept ORVPORT_SHARED(VariantInit);
+HRESULT VariantClear(VARIANTARG* pvarg) noexcept ORVPORT_SHARED(VariantClear);
 /// To `VT_BSTR` without flags, in the user's locale: nothing else is there.
 HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt) noexcept;
 
 HRESULT VarBstrFromDec(DECIMAL* pdecIn, LCID lcid, ULONG dwFlags, BSTR* pbstrOut) noexcept;
-
-#pragma GCC visibility pop

@@ -3,11 +3,7 @@
 
 #include <windows.h>
 
-#pragma GCC visibility push(default)
-
 #define CSIDL_APPDATA 0x001a
 #define SHGFP_TYPE_CURRENT 0u
 
 HRESULT SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath) noexcept;
-
-#pragma GCC visibility pop

@@ -2,9 +2,6 @@
 // port/README.md says what each name promises.
 #pragma once
 
-// Callers of the library share these with it: an event handed to a log, a last error read after a call.
-#pragma GCC visibility push(default)
-
 #include "orvport/types.h"
 
 #include "orvport/error.h"
@@ -25,5 +22,3 @@
 #include "orvport/systime.h"
 #include "orvport/thread.h"
 #include "orvport/threadlocal.h"
-
-#pragma GCC visibility pop

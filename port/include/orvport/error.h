@@ -64,5 +64,5 @@
     (static_cast<HRESULT>(x) <= 0 ? static_cast<HRESULT>(x) \
                                   : static_cast<HRESULT>((static_cast<DWORD>(x) & 0xFFFFu) | 0x80070000u))
 
-DWORD GetLastError() noexcept;
-void SetLastError(DWORD dwError) noexcept;
+DWORD GetLastError() noexcept ORVPORT_SHARED(GetLastError);
+void SetLastError(DWORD dwError) noexcept ORVPORT_SHARED(SetLastError);

@@ -68,7 +68,7 @@ DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveH
 BOOL FlushFileBuffers(HANDLE hFile) noexcept;
 DWORD GetFileType(HANDLE hFile) noexcept;
 BOOL GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFileInformation) noexcept;
-BOOL CloseHandle(HANDLE hObject) noexcept;
+BOOL CloseHandle(HANDLE hObject) noexcept ORVPORT_SHARED(CloseHandle);
 
 HANDLE FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData) noexcept;
 BOOL FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData) noexcept;

@@ -19,8 +19,9 @@ typedef struct tagMSG
 
 BOOL IsWindow(HWND hWnd) noexcept;
 BOOL PostMessageW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam) noexcept;
-void PostQuitMessage(int nExitCode) noexcept;
-BOOL PeekMessageW(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax, UINT wRemoveMsg) noexcept;
+void PostQuitMessage(int nExitCode) noexcept ORVPORT_SHARED(PostQuitMessage);
+BOOL PeekMessageW(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax, UINT wRemoveMsg) noexcept
+    ORVPORT_SHARED(PeekMessageW);
 BOOL TranslateMessage(const MSG* lpMsg) noexcept;
 LRESULT DispatchMessageW(const MSG* lpMsg) noexcept;
 BOOL WaitMessage() noexcept;

@@ -12,5 +12,6 @@
 #define DLL_THREAD_ATTACH 2u
 #define DLL_THREAD_DETACH 3u
 
-BOOL GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) noexcept;
+BOOL GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) noexcept
+    ORVPORT_SHARED(GetModuleHandleExW);
 DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) noexcept;

@@ -15,10 +15,11 @@
 
 /// Maps the resource library \p sPath, a .res file; \p dwFlags has LOAD_LIBRARY_AS_DATAFILE. Code is not
 /// loaded this way.
-HMODULE LoadLibraryExW(LPCWSTR sPath, HANDLE hReserved, DWORD dwFlags) noexcept;
+HMODULE LoadLibraryExW(LPCWSTR sPath, HANDLE hReserved, DWORD dwFlags) noexcept
+    ORVPORT_SHARED(LoadLibraryExW);
 
 /// Unmaps a resource library; its texts end with it.
-BOOL FreeLibrary(HMODULE hModule) noexcept;
+BOOL FreeLibrary(HMODULE hModule) noexcept ORVPORT_SHARED(FreeLibrary);
 
 HRSRC FindResourceW(HMODULE hModule, LPCWSTR sName, LPCWSTR sType) noexcept;
 HGLOBAL LoadResource(HMODULE hModule, HRSRC hResource) noexcept;

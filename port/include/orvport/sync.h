@@ -15,7 +15,7 @@
 /// Its address is the identity of the running thread. Initial-exec, so that taking it is one addition.
 struct CPortThread
 {
-    static __thread char t_cIdentity __attribute__((tls_model("initial-exec")));
+    static __thread char t_cIdentity __attribute__((tls_model("initial-exec"), visibility("default")));
     static std::uintptr_t Self() noexcept { return reinterpret_cast<std::uintptr_t>(&t_cIdentity); }
 };
 
@@ -33,8 +33,8 @@ typedef struct _RTL_CRITICAL_SECTION
 void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept;
 void FlushProcessWriteBuffers() noexcept;
-void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept;
-void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept;
+void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept ORVPORT_SHARED(EnterContended);
+void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept ORVPORT_SHARED(WakeWaiter);
 
 /// Makes the running thread the owner of a free section; else tells who owns it. While the process has one
 /// thread only, nobody can come in between, and the costly instruction is not needed.

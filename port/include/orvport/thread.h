@@ -11,15 +11,15 @@
 #define STILL_ACTIVE 259u
 
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
-                    LPCWSTR lpName) noexcept;
-BOOL SetEvent(HANDLE hEvent) noexcept;
-DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) noexcept;
+                    LPCWSTR lpName) noexcept ORVPORT_SHARED(CreateEventW);
+BOOL SetEvent(HANDLE hEvent) noexcept ORVPORT_SHARED(SetEvent);
+DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) noexcept ORVPORT_SHARED(WaitForSingleObject);
 DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
                              DWORD dwMilliseconds) noexcept;
 
 BOOL GetExitCodeThread(HANDLE hThread, LPDWORD lpExitCode) noexcept;
 BOOL TerminateThread(HANDLE hThread, DWORD dwExitCode) noexcept;
-DWORD GetCurrentThreadId() noexcept;
+DWORD GetCurrentThreadId() noexcept ORVPORT_SHARED(GetCurrentThreadId);
 DWORD GetCurrentProcessId() noexcept;
 void Sleep(DWORD dwMilliseconds) noexcept;
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "orvport/odbcnames.h"
+#include "orvport/shared.h"
 
 #define WINAPI
 #define CALLBACK
