@@ -326,7 +326,18 @@ void CLQMessages::Add(LONG iCode, unsigned uResId, const WCHAR* p1, const WCHAR*
 
 void CLQMessages::Add(const CLQMessage& message)
 {
-    Existing(m_pMessages).Add(message);
+    CLQMessageArray& messages = Existing(m_pMessages);
+    const unsigned nCount = messages.GetCount();
+    try
+    {
+        messages.Add(message);
+    }
+    catch (...)
+    {
+        if (messages.GetCount() > nCount) // a place was made, but not the copy
+            messages.RemoveLast();
+        throw;
+    }
 }
 
 void CLQMessages::Add(const CLQMessages& messages)

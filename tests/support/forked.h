@@ -1,6 +1,13 @@
 // Code in a forked copy of the process.
 #pragma once
 
-/// What the body returns in a forked child; false also when the child hangs or dies. Where processes do not
+#include <functional>
+
+/// What the body returns in a forked child, 0 to 127; -1 when the child hangs or dies. Where processes do not
 /// fork it runs here.
-bool RunForked(bool (*body)());
+int ForkedResult(const std::function<int()>& body);
+
+inline bool RunForked(bool (*body)())
+{
+    return ForkedResult([body] { return body() ? 1 : 0; }) == 1;
+}

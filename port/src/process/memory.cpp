@@ -1,6 +1,8 @@
 // A BSTR is preceded by its length in bytes and followed by a terminator that does not count.
 #include <windows.h>
 
+#include "process/sparememory.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -19,6 +21,14 @@ CBstrBlock* BlockOf(BSTR bstrString) noexcept
 }
 
 } // namespace
+
+bool PortHasSpareMemory() noexcept
+{
+    constexpr std::size_t nMost = 256 * 1024; // three times what the largest, a page of double bytes, takes
+    void* volatile p = std::malloc(nMost);    // volatile: must not be left out
+    std::free(p);
+    return p != nullptr;
+}
 
 LPVOID CoTaskMemAlloc(SIZE_T cb) noexcept
 {

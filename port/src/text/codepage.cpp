@@ -1,5 +1,6 @@
 #include "text/codepage.h"
 
+#include "process/sparememory.h"
 #include "text/nlslocale.h"
 #include "threads/portlock.h"
 
@@ -184,6 +185,8 @@ std::span<Entry> TakeTable(std::size_t nEntries)
     return {p, nEntries};
 }
 
+std::atomic<const UNormalizer2*> g_pComposer;
+
 constinit CMadeOnce<CCodePage> g_aPages[std::size(c_KnownPages)];
 std::atomic<const CCodePage*> g_pAnsiPage;
 std::atomic<UINT> g_nAnsiCodePage;
@@ -244,6 +247,8 @@ catch (const std::exception&)
 
 CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
 {
+    if (!PortHasSpareMemory())
+        throw std::bad_alloc();
     m_apExact.fill(g_aNothing);
     if (nCodePage == 932)
         m_cDefaultWide = 0x30FB;
@@ -351,11 +356,10 @@ WORD CCodePage::LookAlike(WCHAR c) const
     for (const auto& [cFrom, cTo] : c_LookAlikes)
         if (cFrom == c)
             return EncodeExact(cTo);
-    // Finding the normalizer may take ICU's locks, once.
-    const CMakingGuard guard(g_makingLock);
     UErrorCode status = U_ZERO_ERROR;
     WCHAR aDecomposed[16];
-    const int n = unorm2_getDecomposition(unorm2_getNFDInstance(&status), c, aDecomposed, 16, &status);
+    const UNormalizer2* const pComposer = Composer();
+    const int n = pComposer ? unorm2_getDecomposition(pComposer, c, aDecomposed, 16, &status) : 0;
     return U_SUCCESS(status) && n > 0 ? EncodeExact(aDecomposed[0]) : WORD{0};
 }
 
@@ -363,6 +367,19 @@ WORD CCodePage::EncodeBestFit(WCHAR c) const
 {
     const WORD nBytes = EncodeExact(c);
     return nBytes ? nBytes : LookAlike(c);
+}
+
+const UNormalizer2* Composer() noexcept
+{
+    const UNormalizer2* pComposer = g_pComposer.load(std::memory_order_acquire);
+    if (!pComposer && PortHasSpareMemory())
+    {
+        const CMakingGuard guard(g_makingLock);
+        UErrorCode status = U_ZERO_ERROR;
+        pComposer = unorm2_getNFCInstance(&status);
+        g_pComposer.store(pComposer, std::memory_order_release);
+    }
+    return pComposer;
 }
 
 UINT GetACP() noexcept

@@ -14,6 +14,9 @@ inline bool IsUtf8(UINT nCodePage) noexcept
     return (nCodePage == CP_ACP || nCodePage == CP_THREAD_ACP ? GetACP() : nCodePage) == CP_UTF8;
 }
 
+/// ICU's table of composed characters; null without memory.
+const struct UNormalizer2* Composer() noexcept;
+
 class CCodePage
 {
 public:

@@ -1,4 +1,5 @@
 // CompareStringW through ICU's collator for the locale of the environment, with Windows' equalities on top.
+#include "process/sparememory.h"
 #include "text/collationtable.h"
 #include "text/nlslocale.h"
 #include "threads/forkhooks.h"
@@ -183,6 +184,8 @@ constexpr unsigned c_nAskedBeforeTables = 4096;
 
 CCollation::CCollation()
 {
+    if (!PortHasSpareMemory())
+        throw std::bad_alloc();
     char sName[ULOC_FULLNAME_CAPACITY];
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<UCollator, void (*)(UCollator*)> pCollator(

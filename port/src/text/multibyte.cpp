@@ -1,6 +1,5 @@
 // MultiByteToWideChar and WideCharToMultiByte: the tables for code pages, ICU's macros for UTF-8.
 #include "text/codepage.h"
-#include "threads/portlock.h"
 
 #include <unicode/unorm2.h>
 #include <unicode/utf16.h>
@@ -272,9 +271,8 @@ private:
     // Replaces a base letter by its composition with the mark that follows, where the page has that.
     bool Compose(WCHAR& c, WCHAR cMark) const
     {
-        const CMakingGuard guard(g_makingLock); // as finding the normalizer may take ICU's locks, once
-        UErrorCode status = U_ZERO_ERROR;
-        const UChar32 cComposed = unorm2_composePair(unorm2_getNFCInstance(&status), c, cMark);
+        const UNormalizer2* const pComposer = Composer();
+        const UChar32 cComposed = pComposer ? unorm2_composePair(pComposer, c, cMark) : U_SENTINEL;
         if (cComposed < 0 || cComposed > 0xFFFF || !m_Page.EncodeExact(static_cast<WCHAR>(cComposed)))
             return false;
         c = static_cast<WCHAR>(cComposed);

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include <langinfo.h>
 #include <locale.h>
@@ -103,14 +102,6 @@ const char* CanonicalLocale(const char* sLocale, char* pName, int cbName) noexce
 const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) noexcept
 {
     return CanonicalLocale(EnvironmentLocaleName(sCategory), pName, cbName);
-}
-
-bool HasMemoryForLocale() noexcept
-{
-    constexpr std::size_t nMost = 256 * 1024;               // six times what the largest takes
-    void* volatile p = ::operator new(nMost, std::nothrow); // volatile: must not be left out
-    ::operator delete(p);
-    return p != nullptr;
 }
 
 UINT AnsiCodePageOfEnvironment() noexcept

@@ -14,10 +14,6 @@ const char* EnvironmentLocale(const char* sCategory, char* pName, int cbName) no
 /// The ICU name of what the environment says.
 const char* CanonicalLocale(const char* sLocale, char* pName, int cbName) noexcept;
 
-/// Whether there is memory for what ICU makes of a locale. Where it is refused a block, ICU crashes or waits
-/// for ever, so that it must not be asked then.
-bool HasMemoryForLocale() noexcept;
-
 /// The decimal separator of the user's locale; "." when there is no telling.
 char16_t UserDecimalSeparator() noexcept;
 

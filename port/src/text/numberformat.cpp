@@ -1,6 +1,7 @@
 // Numbers in the manner of the user's locale, from ICU's data.
 #include <windows.h>
 
+#include "process/sparememory.h"
 #include "text/nlslocale.h"
 #include "threads/portlock.h"
 
@@ -54,7 +55,7 @@ std::size_t SizeOf(const UNumberFormat* pFormat, UNumberFormatAttribute attribut
 /// ERROR_SUCCESS, or why there is no form.
 DWORD LoadForm(CNumberForm& form)
 {
-    if (!HasMemoryForLocale())
+    if (!PortHasSpareMemory())
         return ERROR_NOT_ENOUGH_MEMORY;
     const CMakingGuard guard(g_makingLock);
     char sName[ULOC_FULLNAME_CAPACITY];

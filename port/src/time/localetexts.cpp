@@ -1,5 +1,6 @@
 #include "time/localetexts.h"
 
+#include "process/sparememory.h"
 #include "text/nlslocale.h"
 #include "threads/portlock.h"
 
@@ -172,7 +173,7 @@ std::string IcuName(const std::string& sLocale)
 
 CLocaleTexts::CLocaleTexts(const std::string& sLocale)
 {
-    if (!HasMemoryForLocale())
+    if (!PortHasSpareMemory())
         throw std::bad_alloc();
     const std::string sName = IcuName(sLocale);
     const auto shortDate = OpenFormat(sName, UDAT_NONE, UDAT_SHORT);

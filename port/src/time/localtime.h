@@ -4,4 +4,5 @@
 
 #include <ctime>
 
+/// False also where there is no memory to read the zone.
 bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept;

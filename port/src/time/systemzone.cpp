@@ -1,11 +1,13 @@
 #include "systemzone.h"
 
+#include "process/sparememory.h"
 #include "threads/portlock.h"
 #include "time/localtime.h"
 #include "zoneperiods.h"
 
 #include <algorithm>
 #include <ctime>
+#include <new>
 
 namespace
 {
@@ -60,20 +62,29 @@ struct CSystemZone : CZonePeriods
     CSystemZone() : CZonePeriods(ReadSystemZone()) {}
 };
 
-const CZonePeriods& SystemZone() noexcept
+constinit CMadeOnce<CSystemZone> g_zone;
+
+/// Null without memory.
+const CZonePeriods* SystemZone() noexcept
+try
 {
-    static constinit CMadeOnce<CSystemZone> s_zone;
-    return s_zone.Get();
+    return g_zone.Peek() || PortHasSpareMemory() ? &g_zone.Get() : nullptr;
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
 }
 
 } // namespace
 
 LONG PortZoneOffset(LONGLONG nUtc) noexcept
 {
-    return SystemZone().OffsetAt(nUtc);
+    const CZonePeriods* const pZone = SystemZone();
+    return pZone ? pZone->OffsetAt(nUtc) : PORT_NO_OFFSET;
 }
 
 LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
 {
-    return SystemZone().OffsetOfLocal(nLocal);
+    const CZonePeriods* const pZone = SystemZone();
+    return pZone ? pZone->OffsetOfLocal(nLocal) : PORT_NO_OFFSET;
 }

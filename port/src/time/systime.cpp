@@ -1,6 +1,8 @@
 #include <windows.h>
 
+#include "process/sparememory.h"
 #include "threads/portlock.h"
+#include "time/calendar.h"
 #include "time/localtime.h"
 
 #include <cerrno>
@@ -12,6 +14,7 @@ constexpr LONGLONG g_nTicksPerSecond = 10'000'000;
 
 // A fork waits for it, and so for the C library's own lock inside it.
 CPortLock g_zoneLock;
+bool g_bZoneRead = false;
 
 [[gnu::constructor]] void HoldZoneLockAtFork()
 {
@@ -47,15 +50,19 @@ void Fill(SYSTEMTIME& st, const std::tm& tm, long nNanoseconds) noexcept
 bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept
 {
     const std::lock_guard guard(g_zoneLock);
-    return localtime_r(&tTime, &tm) != nullptr;
+    g_bZoneRead = g_bZoneRead || PortHasSpareMemory();
+    return g_bZoneRead && localtime_r(&tTime, &tm) != nullptr;
 }
 
 void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept
 {
     const timespec ts = Now(CLOCK_REALTIME);
     std::tm tm;
-    PortLocalTime(ts.tv_sec, tm);
-    Fill(*lpSystemTime, tm, ts.tv_nsec);
+    if (PortLocalTime(ts.tv_sec, tm))
+        Fill(*lpSystemTime, tm, ts.tv_nsec);
+    else
+        ToSystemTime(CalendarMs(std::chrono::milliseconds(ts.tv_sec * 1000 + ts.tv_nsec / 1'000'000)),
+                     *lpSystemTime);
 }
 
 DWORD GetTickCount() noexcept

@@ -1,5 +1,6 @@
 #include "time/zonekeys.h"
 
+#include "process/sparememory.h"
 #include "text/nlslocale.h"
 #include "threads/portlock.h"
 #include "time/zonefile.h"
@@ -239,7 +240,7 @@ ZoneKeyRules RulesOf(const std::vector<ZoneOffset>& offsets, year now)
 
 std::optional<ZoneKeyValues> FindZoneKey(std::u16string_view sZoneName)
 {
-    if (!HasMemoryForLocale())
+    if (!PortHasSpareMemory())
         throw std::bad_alloc();
     const CMakingGuard guard(g_makingLock);
     const std::optional<ZoneName> windowsName = FindWindowsName(sZoneName);

@@ -3,14 +3,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-bool RunForked(bool (*body)())
+int ForkedResult(const std::function<int()>& body)
 {
     const pid_t pid = fork();
     if (pid == 0)
     {
         alarm(60); // ends a child that hangs
-        _exit(body() ? 0 : 1);
+        _exit(body());
     }
     int iStatus = -1;
-    return pid > 0 && waitpid(pid, &iStatus, 0) == pid && iStatus == 0;
+    const bool bEnded = pid > 0 && waitpid(pid, &iStatus, 0) == pid && WIFEXITED(iStatus);
+    return bEnded ? WEXITSTATUS(iStatus) : -1;
 }

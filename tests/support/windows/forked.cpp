@@ -1,6 +1,6 @@
 #include "support/forked.h"
 
-bool RunForked(bool (*body)())
+int ForkedResult(const std::function<int()>& body)
 {
     return body();
 }

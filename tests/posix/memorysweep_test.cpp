@@ -1,0 +1,487 @@
+// The whole interface where memory is missing: of every operation the n-th allocation fails, for all n, once
+// and from then on. It must end as its header says, work again afterwards, and lose nothing.
+#include "orvcomtypes/orvcomtypes.h"
+#include "support/faults.h"
+#include "support/forked.h"
+#include "support/report_capture.h"
+#include "support/temp_dir.h"
+#include "support/test_strings.h"
+#include "support/text.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace
+{
+
+enum class End
+{
+    Fine,
+    MemoryExcept,
+    BadAlloc,
+    Other
+};
+
+/// What an operation does while memory is missing; what is around it has memory.
+class CAttempt
+{
+public:
+    /// 0: nothing fails.
+    CAttempt(unsigned nFirst, bool bLasts) : m_nFirst(nFirst), m_bLasts(bLasts) {}
+
+    template <class Body>
+    End operator()(Body body)
+    {
+        const CFault fault(FaultyCall::Allocation, m_nFirst, m_bLasts);
+        const End end = Run(body);
+        m_bHappened = m_bHappened || fault.Happened();
+        return end;
+    }
+    bool Happened() const { return m_bHappened; }
+
+private:
+    template <class Body>
+    static End Run(Body body)
+    {
+        try
+        {
+            body();
+            return End::Fine;
+        }
+        catch (const CLQMemoryExcept&)
+        {
+            return End::MemoryExcept;
+        }
+        catch (const std::bad_alloc&)
+        {
+            return End::BadAlloc;
+        }
+        catch (...)
+        {
+            return End::Other;
+        }
+    }
+
+    unsigned m_nFirst;
+    bool m_bLasts;
+    bool m_bHappened = false;
+};
+
+const WCHAR* const kShort = ORVTEXT("short, \u00E9");
+const WCHAR* const kMiddle =
+    ORVTEXT("a text of the third size class, whose sixty units do not fit the others");
+const std::string kNarrow(3000, 'n');
+const Text kLong(3000, 'w');
+
+bool Same(const WCHAR* s, std::basic_string_view<WCHAR> sExpected)
+{
+    return s != nullptr && sExpected == s;
+}
+
+/// A change is made whole or, with the exception, not at all; a null value is what a heap buffer of COrvStr
+/// leaves.
+template <class Value, class Change>
+bool Changes(CAttempt& attempt, Value value, Change change, bool bMayBeNull = false)
+{
+    const Text sBefore(value);
+    Value expected(value); // shares the buffer, which must be made private first
+    change(expected);
+    const End end = attempt([&] { change(value); });
+    const WCHAR* const s = value;
+    const bool bDocumented = end == End::Fine ? Same(s, static_cast<const WCHAR*>(expected)) ||
+                                                    (bMayBeNull && s == nullptr && attempt.Happened())
+                                              : end == End::MemoryExcept && Same(s, sBefore);
+    value = Value();
+    change(value);
+    return bDocumented;
+}
+
+bool ChangesStr(CAttempt& attempt, void (*fnChange)(COrvStr& s))
+{
+    return Changes(attempt, COrvStr(kMiddle), fnChange);
+}
+
+/// A call that does not throw and gives the whole result or what it is said to give without memory.
+template <class Call, class IsResult>
+bool Gives(CAttempt& attempt, Call call, IsResult isResult)
+{
+    decltype(call()) result{};
+    return attempt([&] { result = call(); }) == End::Fine && (isResult(result) || attempt.Happened());
+}
+
+struct Operation
+{
+    const char* m_sName;
+    bool (*m_fnRun)(CAttempt& attempt); ///< true when it ended as documented
+};
+
+constexpr Operation kOperations[] = {
+    {"COrvStr short",
+     [](CAttempt& attempt) { return attempt([] { COrvStr s(kShort); }) <= End::MemoryExcept; }},
+    {"COrvStr Append", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.Append(kMiddle); }); }},
+    {"COrvStr Append ANSI", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.Append("abc"); }); }},
+    {"COrvStr Append long",
+     [](CAttempt& a) {
+         return Changes(
+             a, COrvStr(kMiddle), [](COrvStr& s) { s.Append(kLong.c_str()); }, true);
+     }},
+    {"COrvStr SetUTF8 long",
+     [](CAttempt& a) {
+         return Changes(
+             a, COrvStr(kMiddle), [](COrvStr& s) { s.SetUTF8(kNarrow.c_str()); }, true);
+     }},
+    {"COrvStr Replace",
+     [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.Replace(ORVTEXT("i"), ORVTEXT("-")); }); }},
+    {"COrvStr MakeUpper", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.MakeUpper(); }); }},
+    {"COrvStr CapitalizeFirstChar",
+     [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.CapitalizeFirstChar(); }); }},
+    {"COrvStr AddPath",
+     [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.AddPath(ORVTEXT("file"), '\\'); }); }},
+    {"COrvStr SubStr", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s = s.SubStr(2, 30); }); }},
+    {"COrvStr AppendDouble",
+     [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.AppendDouble(1.5, 2); }); }},
+    {"COrvStr FormatStr",
+     [](CAttempt& a) {
+         const COrvStr sBefore(kShort);
+         COrvStr s(sBefore);
+         const End end = a([&] { s.FormatStr(ORVTEXT("%1 and %2"), kMiddle, kShort); });
+         return end <= End::MemoryExcept && (end != End::Fine || a.Happened() || s.GetLength() > 70);
+     }},
+    {"COrvStr FormatStr with tags",
+     [](CAttempt& a) {
+         COrvStr s(kShort);
+         const auto fnTag = [](const WCHAR* sName, void*, COrvStr& sValue) { sValue = sName; };
+         return a([&] { s.FormatStr(ORVTEXT("a <+x> b <x> <-x> c"), fnTag, &s); }) <= End::MemoryExcept;
+     }},
+    {"CompareOrvString",
+     [](CAttempt& a) {
+         const auto compare = [] { return CompareOrvString(ORVTEXT("\u4E00"), ORVTEXT("\u00E9z"), true); };
+         return Gives(a, compare, [](int n) { return n == 1; });
+     }},
+    {"conversions of pages",
+     [](CAttempt& a) {
+         const auto convert = [] {
+             char sBytes[8];
+             WCHAR s[8];
+             int nUnits = 0;
+             for (const unsigned nPage : {1250u, 932u, 54936u})
+                 nUnits += UnicodeToANSI(ORVTEXT("a\u00E9\u4E00"), sBytes, sizeof sBytes, nPage) *
+                           ANSIToUnicode("a\x82\xA0", s, 8, nPage);
+             return nUnits;
+         };
+         return Gives(a, convert, [](int n) { return n > 6; });
+     }},
+    {"CToUTF8",
+     [](CAttempt& a) {
+         return Gives(
+             a, [] { return CToUTF8(kLong.c_str(), 0).operator const char*() != nullptr; },
+             [](bool b) { return b; });
+     }},
+    {"COrvLongStr",
+     [](CAttempt& a) {
+         COrvLongStr s;
+         s.Append(kMiddle);
+         return Changes(a, s, [](COrvLongStr& str) { str.Append(kLong.c_str()); });
+     }},
+    {"COrvSQLStr",
+     [](CAttempt& a) {
+         COrvSQLStr sql;
+         sql& kMiddle;
+         return Changes(a, sql, [](COrvSQLStr& s) { s& kLong.c_str(); });
+     }},
+    {"COrvDBStr",
+     [](CAttempt& a) {
+         COrvDBStr s(kShort);
+         const End end = a([&] { s.GetBuffer(2000); });
+         return end == End::Fine || (end == End::MemoryExcept && Same(COrvStr(s), kShort));
+     }},
+    {"VARIANT as text",
+     [](CAttempt& a) {
+         VARIANT value;
+         VariantInit(&value);
+         value.vt = VT_DATE;
+         value.date = 45000.5;
+         COrvLongStr s;
+         return a([&] { s.Append(value); }) <= End::MemoryExcept;
+     }},
+    {"array",
+     [](CAttempt& a) {
+         CSimpleMarray<int, 16> numbers;
+         numbers.Add(1);
+         const End end = a([&] {
+             for (int i = 0; i < 100; ++i)
+                 numbers.Add(i);
+         });
+         return end == End::Fine ? numbers.GetSize() == 101
+                                 : end == End::MemoryExcept && numbers.GetSize() == 0;
+     }},
+    {"array of texts",
+     [](CAttempt& a) {
+         CMarray<COrvStr> texts;
+         texts.Add(COrvStr(kShort));
+         const COrvStr sText(kMiddle, false); // each copy is a text of its own
+         const End end = a([&] { texts.Add(sText); });
+         return end == End::Fine ? Same(texts.Last(), kMiddle)
+                                 : end == End::MemoryExcept && texts.GetSize() <= 2;
+     }},
+    {"hash map",
+     [](CAttempt& a) {
+         CMIDINTSet ids;
+         ids.Add(7);
+         unsigned nAdded = 0;
+         const End end = a([&] {
+             for (unsigned i = 100; i < 1000; ++i, ++nAdded)
+                 ids.Add(i);
+         });
+         return end <= End::MemoryExcept && (end != End::Fine || nAdded == 900) && ids.Add(7) == 7;
+     }},
+    {"ids",
+     [](CAttempt& a) {
+         CMIDINTArray ids;
+         for (unsigned i = 300; i > 0; --i)
+             ids.Add(i);
+         const auto use = [&] {
+             ids.Unique();
+             return ids.Join(ORVTEXT(','), nullptr).GetLength();
+         };
+         return a(use) <= End::MemoryExcept && ids.GetSize() == 300;
+     }},
+    {"settings",
+     [](CAttempt& a) {
+         const WCHAR* const sName = ORVTEXT("Text");
+         SetLQStringSettingW(nullptr, sName, ORVTEXT("old"), nullptr);
+         bool bStored = false;
+         const End end = a([&] { bStored = SetLQStringSettingW(nullptr, sName, kMiddle, nullptr); });
+         const COrvStr sStored = GetLQStrSetting(nullptr, sName, nullptr);
+         return end == End::Fine && (Same(sStored, kMiddle) || (!bStored && Same(sStored, ORVTEXT("old"))));
+     }},
+    {"settings read",
+     [](CAttempt& a) {
+         SetLQStringSettingW(nullptr, ORVTEXT("Text"), kMiddle, nullptr);
+         return Gives(
+             a, [] { return GetLQStrSetting(nullptr, ORVTEXT("Text"), kShort); },
+             [](const COrvStr& s) { return Same(s, kMiddle); });
+     }},
+    {"settings narrow",
+     [](CAttempt& a) {
+         return Gives(
+             a,
+             [] {
+                 char s[20];
+                 SetLQDWORDSettingA("Key", "Number", 5, 6);
+                 GetLQStringSettingA(nullptr, "Nothing", s, sizeof s, "default");
+                 return GetLQDWORDSettingA("Key", "Number", 6);
+             },
+             [](DWORD dw) { return dw == 5; });
+     }},
+    {"ExpandPathW",
+     [](CAttempt& a) {
+         WCHAR sPath[100] = ORVTEXT("*\\x");
+         SetLQStringSettingW(nullptr, ORVTEXT("DataPath"), ORVTEXT("data"), nullptr);
+         const End end = a([&] { ExpandPathW(sPath, sizeof sPath); });
+         return end == End::Fine && (Same(sPath, ORVTEXT("data\\x")) || a.Happened());
+     }},
+    {"times",
+     [](CAttempt& a) {
+         return Gives(
+             a, [] { return COrvTime(1'700'000'000).FormatLocal(); },
+             [](const COrvStr& s) { return s.GetLength() > 5; });
+     }},
+    {"times read",
+     [](CAttempt& a) {
+         const COrvStr sText = COrvTime(1'700'000'000).FormatLocal();
+         return Gives(
+             a, [&] { return COrvTime().ParseLocal(sText); }, [](bool b) { return b; });
+     }},
+    {"SetTimeZone",
+     [](CAttempt& a) {
+         const bool bEnded = Gives(
+             a, [] { return SetTimeZone(ORVTEXT("Tokyo Standard Time")) == 0; }, [](bool b) { return b; });
+         return SetTimeZone(nullptr) == 0 && bEnded;
+     }},
+    {"messages",
+     [](CAttempt& a) {
+         CLQMessages messages;
+         messages.Add(1, 26005, kShort);
+         const End end = a([&] {
+             CLQMessage message(26006, 2, kMiddle);
+             message.AddParam(12);
+             message.AddParam(1.5);
+             message.AddParam(COrvTime(1'700'000'000), msty_FullTime);
+             messages.Add(message);
+         });
+         return end <= End::MemoryExcept && messages.GetCount() == (end == End::Fine ? 2u : 1u);
+     }},
+    {"messages as text",
+     [](CAttempt& a) {
+         CLQMessage message(26006, 2, kMiddle);
+         message.AddParam(1234567);
+         message.AddParam(1.5);
+         message.AddParam(COrvTime(1'700'000'000), msty_FullTime);
+         COrvStr s;
+         const End end = a([&] { s = message.Format(ORVTEXT("%1 %2 %3 %4")); });
+         return end <= End::MemoryExcept && (end != End::Fine || s.GetLength() > 70 || a.Happened());
+     }},
+    {"throw of a host's",
+     [](CAttempt& a) {
+         LONG iCode = 0;
+         const End end = a([&] {
+             try
+             {
+                 throw CLQExcept(5, 26005, LQ_SRC_LOCATION);
+             }
+             catch (const CLQExcept& e)
+             {
+                 iCode = e.GetErrorCode();
+             }
+         });
+         return end == End::Fine && iCode == 5;
+     }},
+    {"LQThrowInvalidArg",
+     [](CAttempt& a) {
+         bool bCaught = false;
+         a([&] {
+             try
+             {
+                 LQThrowInvalidArg(LQ_SRC_LOCATION);
+             }
+             catch (const CLQInvalidargExcept&)
+             {
+                 bCaught = true;
+             }
+         });
+         return bCaught;
+     }},
+    {"LQThrowMemory",
+     [](CAttempt& a) { return a([] { LQThrowMemory(LQ_SRC_LOCATION); }) == End::MemoryExcept; }},
+    {"error texts",
+     [](CAttempt& a) {
+         return a([] {
+                    GetWinErrorString(5);
+                    GetComErrorString(E_FAIL, true);
+                    ExceptFormatToLog(nullptr);
+                }) <= End::MemoryExcept;
+     }},
+    {"resources",
+     [](CAttempt& a) {
+         const CTestResources resources;
+         BSTR s = nullptr;
+         const End end = a([&] {
+             WCHAR sText[100];
+             char sNarrow[100];
+             s = LoadStringRes(resources, 7, nullptr);
+             LoadDBStringResA("##7##", sNarrow, sizeof sNarrow);
+             ReplaceTokenW(ORVTEXT("a ##7## b"), nullptr, sText, 100);
+         });
+         SysFreeString(s);
+         return end == End::Fine;
+     }},
+    {"OCTMalloc",
+     [](CAttempt& a) {
+         void* p = nullptr;
+         const End end = a([&] { p = OCTMalloc(100); });
+         OCTFree(p);
+         return end == End::Fine && (p != nullptr || a.Happened());
+     }},
+    {"threads' names",
+     [](CAttempt& a) {
+         const DWORD dwId = GetCurrentThreadId();
+         return a([&] { SetThreadName(dwId, "a name that is longer than those of the kernel"); }) ==
+                End::Fine;
+     }},
+    {"handshake",
+     [](CAttempt& a) {
+         return a([] { CheckSQLHandshakeText(GetSQLHandshakeText()); }) <= End::MemoryExcept;
+     }},
+};
+
+/// One operation with one allocation that fails, and then whether all is as it was.
+struct Trial
+{
+    const Operation* m_pOperation;
+    unsigned m_nFirst;
+    bool m_bLasts;
+};
+
+enum Verdict
+{
+    Good = 0,
+    GoodToTheEnd = 10, ///< it asked for less memory than was to be refused
+    EndedOtherwise,
+    WorksNoMore,
+    LostBlocks,
+    LostItems
+};
+
+int Try(const Trial& trial)
+{
+    CAttempt attempt(trial.m_nFirst, trial.m_bLasts), again(0, false);
+    if (!trial.m_pOperation->m_fnRun(attempt))
+        return EndedOtherwise;
+    if (!trial.m_pOperation->m_fnRun(again))
+        return WorksNoMore;
+    return attempt.Happened() ? Good : GoodToTheEnd;
+}
+
+class NoMemory : public testing::TestWithParam<Operation>
+{
+protected:
+    template <class Run>
+    void Sweep(Run run)
+    {
+        for (const bool bLasts : {false, true})
+            for (unsigned nFirst = 1;; ++nFirst)
+            {
+                const int nVerdict = run(Trial{&GetParam(), nFirst, bLasts});
+                if (nVerdict == GoodToTheEnd)
+                    break;
+                ASSERT_EQ(Good, nVerdict)
+                    << "allocation " << nFirst << (bLasts ? " and all that follow" : "");
+            }
+    }
+
+    const CNoSleep m_noSleep;
+};
+
+TEST_P(NoMemory, FirstUseEndsAsDocumented)
+{
+    const auto inFreshProcess = [](const Trial& trial) {
+        return ForkedResult([&trial] { return Try(trial); });
+    };
+    Sweep(inFreshProcess);
+}
+
+TEST_P(NoMemory, LaterUseLosesNothing)
+{
+    CReportCapture capture;
+    const auto hasReport = [&capture](const char* sCondition) {
+        return std::ranges::count(capture.Take(), sCondition, &CapturedReport::m_sCondition) != 0;
+    };
+    const auto counted = [&](const Trial& trial) {
+        const auto inUse = [&] {
+            UninitOrvComTypes();
+            return BlocksInUse();
+        };
+        const long long nBefore = inUse();
+        const int nVerdict = Try(trial);
+        const long long nAfter = inUse();
+        // A pool whose teardown could not be registered stays, which was reported.
+        if (nAfter != nBefore && !hasReport("g_PlReg != nullptr"))
+            return static_cast<int>(LostBlocks);
+        return hasReport("!IsChainUsed(p)") ? LostItems : nVerdict;
+    };
+    Try({&GetParam(), 0, false}); // makes what is made once
+    Sweep(counted);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, NoMemory, testing::ValuesIn(kOperations), [](const auto& row) {
+    std::string sName = row.param.m_sName;
+    std::erase_if(sName, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; });
+    return sName;
+});
+
+} // namespace

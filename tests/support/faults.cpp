@@ -1,0 +1,90 @@
+#include "support/faults.h"
+
+#include <atomic>
+#include <climits>
+#include <cstddef>
+
+namespace
+{
+
+/// Constant-initialised: allocations come before everything else.
+struct CallState
+{
+    std::atomic<unsigned> m_nUntil = 0; ///< calls up to the first that fails; 0: none does
+    std::atomic<bool> m_bLasts = false, m_bHappened = false;
+};
+
+constinit CallState g_states[static_cast<std::size_t>(FaultyCall::Count)];
+constinit std::atomic<bool> g_bNoSleep = false;
+constinit std::atomic<long long> g_nBlocks = 0;
+
+CallState& State(FaultyCall call)
+{
+    return g_states[static_cast<std::size_t>(call)];
+}
+
+} // namespace
+
+CFault::CFault(FaultyCall call, unsigned nFirst, bool bLasts) : m_call(call)
+{
+    CallState& state = State(call);
+    state.m_bLasts = bLasts;
+    state.m_bHappened = false;
+    state.m_nUntil = nFirst;
+}
+
+CFault::~CFault()
+{
+    State(m_call).m_nUntil = 0;
+}
+
+bool CFault::Happened() const
+{
+    return State(m_call).m_bHappened;
+}
+
+CNoSleep::CNoSleep()
+{
+    g_bNoSleep = true;
+}
+
+CNoSleep::~CNoSleep()
+{
+    g_bNoSleep = false;
+}
+
+long long BlocksInUse()
+{
+    return g_nBlocks;
+}
+
+bool FailsNow(FaultyCall call)
+{
+    CallState& state = State(call);
+    unsigned nUntil = state.m_nUntil.load(std::memory_order_relaxed);
+    while (nUntil > 1 && !state.m_nUntil.compare_exchange_weak(nUntil, nUntil - 1))
+    {
+    }
+    if (nUntil != 1)
+        return false;
+    if (!state.m_bLasts)
+        state.m_nUntil = 0;
+    state.m_bHappened = true;
+    return true;
+}
+
+bool FailsForGood(FaultyCall call)
+{
+    const CallState& state = State(call);
+    return state.m_bLasts && state.m_nUntil.load(std::memory_order_relaxed) == 1 && state.m_bHappened;
+}
+
+bool SleepsNow()
+{
+    return !g_bNoSleep;
+}
+
+void CountBlock(int nDifference)
+{
+    g_nBlocks.fetch_add(nDifference, std::memory_order_relaxed);
+}
