@@ -9,5 +9,5 @@ int ForkedResult(const std::function<int()>& body);
 
 inline bool RunForked(bool (*body)())
 {
-    return ForkedResult([body] { return body() ? 1 : 0; }) == 1;
+    return ForkedResult([body] { return body() ? 0 : 1; }) == 0;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace
 {
@@ -25,8 +26,8 @@ CBstrBlock* BlockOf(BSTR bstrString) noexcept
 bool PortHasSpareMemory() noexcept
 {
     constexpr std::size_t nMost = 256 * 1024; // three times what the largest, a page of double bytes, takes
-    void* volatile p = std::malloc(nMost);    // volatile: must not be left out
-    std::free(p);
+    void* volatile p = ::operator new(nMost, std::nothrow); // volatile: must not be left out
+    ::operator delete(p);
     return p != nullptr;
 }
 

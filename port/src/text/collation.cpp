@@ -267,7 +267,7 @@ void CCollation::CountTowardsTables(const UCollator* pCollator) const noexcept
 try
 {
     if (m_bTables && !g_tables.Peek() && ++g_nAskedCollator % c_nAskedBeforeTables == 0 &&
-        HasMemoryForLocale())
+        PortHasSpareMemory())
         g_tables.Get(pCollator);
 }
 catch (const std::bad_alloc&)
