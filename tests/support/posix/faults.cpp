@@ -66,7 +66,7 @@ int FindSpared(dl_phdr_info* pModule, std::size_t, void*)
     });
     if (pCode != pEnd && g_nSpared < std::size(g_spared))
         g_spared[g_nSpared++] = {pModule->dlpi_addr + pCode->p_vaddr,
-                           pModule->dlpi_addr + pCode->p_vaddr + pCode->p_memsz};
+                                 pModule->dlpi_addr + pCode->p_vaddr + pCode->p_memsz};
     return 0;
 }
 
@@ -79,8 +79,8 @@ int FindSpared(dl_phdr_info* pModule, std::size_t, void*)
 /// ICU finds nothing only where memory is missing for good.
 bool NoMemory(void* pCaller)
 {
-    const bool bSpared =
-        std::any_of(g_spared, g_spared + g_nSpared, [&](const CodeRange& range) { return range.Contains(pCaller); });
+    const bool bSpared = std::any_of(g_spared, g_spared + g_nSpared,
+                                     [&](const CodeRange& range) { return range.Contains(pCaller); });
     if (bSpared ? !FailsForGood(FaultyCall::Allocation) : !FailsNow(FaultyCall::Allocation))
         return false;
     errno = ENOMEM;
