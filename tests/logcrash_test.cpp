@@ -16,6 +16,14 @@ namespace
 
 constexpr int kLines = 2000;
 
+/// Cannot even say what it is.
+class CUntold : public CLQExcept
+{
+public:
+    using CLQExcept::CLQExcept;
+    COrvStr FormatToLog() const override { throw 7; }
+};
+
 const struct CEnd
 {
     const char* m_sName;
@@ -26,6 +34,8 @@ const struct CEnd
     {"throw", "Uncaught exception: no way", [] { throw std::runtime_error("no way"); }},
     {"throw of ours", "Uncaught exception: Category: lqeMemory",
      [] { throw CLQMemoryExcept(0, LQ_SRC_LOCATION); }},
+    {"throw of a host", "Uncaught exception of an unknown type",
+     [] { throw CUntold(E_FAIL, 0, LQ_SRC_LOCATION); }},
     {"throw in a thread", "Uncaught exception of an unknown type",
      [] { std::thread([] { throw 7; }).join(); }},
     {"terminate", "terminate was called", [] { std::terminate(); }},
