@@ -4,7 +4,7 @@
 #   orvcomtypes_add_language_library(<name> <language> <script.rc> VERSION <major>.<minor>[...]
 #       [CODE_PAGE <number>]            of the script; default 65001, UTF-8
 #       [OUTPUT_DIRECTORY <folder>]     default: where programs of this directory go
-#       [INSTALL <folder>])             installs it there, below the prefix
+#       [INSTALL <folder>])             installs it there, below the prefix, in the default component
 #
 # makes the target <name>_<language>, which builds <name>.<language>.dll or <name>.<language>.res. Name and version are
 # what the program gives CResourceHandler::SetOwner. The script may include orvcomtypes.<language>.rc, which holds the
