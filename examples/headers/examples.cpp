@@ -183,11 +183,12 @@ void Statements(const WCHAR* sName, const CMIDINTArray& ids)
 #include "orvsqlstr.inc"
 }
 
-void Handshakes(){
+void Handshakes()
+{
 #include "sqlhandshake.inc"
 }
 
-DWORD Streams()
+auto Streams()
 {
 #include "wrtstream.inc"
     return dwError;
