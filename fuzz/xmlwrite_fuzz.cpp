@@ -46,7 +46,7 @@ public:
     explicit CReader(TextView s) : m_s(s)
     {
         for (const WCHAR c : s)
-            Require(c >= 0x20 ? c != 0xFFFE && c != 0xFFFF : c == '\t' || c == '\n');
+            Require(c >= 0x20 ? c != 0xFFFE && c != 0xFFFF : c == '\t' || c == '\n' || c == '\r');
         while (!m_s.empty())
             ReadPart();
         Require(m_open.empty() && m_nRoots == 1);
@@ -84,7 +84,7 @@ private:
         {
             const WCHAR c = m_s[0];
             m_s.remove_prefix(1);
-            Require(c != '<' && c != '>' && (cEnd != '"' || c >= 0x20));
+            Require(c != '<' && c != '>' && c != '\r' && (cEnd != '"' || c >= 0x20));
             sText += c != '&' ? c : Escaped(TakeUpTo(ORVTEXT(";")));
         }
         return sText;
@@ -101,7 +101,11 @@ private:
     void ReadPart()
     {
         if (Take(ORVTEXT("<![CDATA[")))
-            m_parts.AddText(TakeUpTo(ORVTEXT("]]>")));
+        {
+            const TextView s = TakeUpTo(ORVTEXT("]]>"));
+            Require(s.find(ORVTEXT('\r')) == TextView::npos);
+            m_parts.AddText(s);
+        }
         else if (Take(ORVTEXT("<!--")))
         {
             m_parts.Add(ORVTEXT("comment"), TakeUpTo(ORVTEXT("--")));
@@ -165,12 +169,12 @@ public:
 
     bool IsOver() const { return m_p == m_pEnd; }
     unsigned Byte() { return m_p != m_pEnd ? *m_p++ : 0; }
-    /// Up to 63 units, of one byte or of two, or very many of one.
+    /// Up to 63 units, of one byte or of two; twice in a document very many of one.
     Text Any()
     {
         const unsigned nHow = Byte();
         const unsigned nUnits = nHow & 0x3F;
-        if (nHow >= 0xC0)
+        if (nHow >= 0xC0 && m_nLong++ < 2)
             return Text(nUnits * 200u, static_cast<WCHAR>(0x20 + Byte()));
         Text s;
         for (unsigned i = 0; i < nUnits && !IsOver(); ++i)
@@ -224,6 +228,7 @@ public:
 private:
     const std::uint8_t* m_p;
     const std::uint8_t* m_pEnd;
+    unsigned m_nLong = 0;
 };
 
 /// The document in UTF-16, whatever it was written to.

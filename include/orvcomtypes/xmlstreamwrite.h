@@ -11,8 +11,9 @@
 /// `ClearError` the writer goes on as if the refused call had not been made.
 ///
 /// A reader gets back every text as it was written: markup is escaped, and so are carriage returns, and in
-/// attributes line feeds and tabs, which readers would change. "]]>" splits a CDATA section in two. There are
-/// no document type declarations.
+/// attributes line feeds and tabs, which readers would change. "]]>" splits a CDATA section in two. In
+/// comments and instructions nothing can be escaped: readers make line feeds of their carriage returns. There
+/// are no document type declarations.
 ///
 /// Ownership: refers to its stream, which must outlive it. Texts are read during the call only.
 /// Thread safety: one writer belongs to one thread at a time.
