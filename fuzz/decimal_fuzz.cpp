@@ -1,22 +1,14 @@
 // Decimals from text: what is read is written and read back as the same number, what is refused changes
 // nothing, and sums, differences and products keep the laws that rounding does not touch.
+#include "fuzzing.h"
 #include "orvcomtypes/orvdecimal.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 Text TextOf(const COrvDecimal& value)
 {

@@ -1,9 +1,9 @@
 // Formats of messages: whatever they are, no argument is read that is not there and the text fits its buffer;
 // where a format has plain inserts only, the text is what they say.
+#include "fuzzing.h"
 #include "orvcomtypes/lqmessage.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -12,16 +12,7 @@
 namespace
 {
 
-using Text = std::basic_string<WCHAR>;
-using TextView = std::basic_string_view<WCHAR>;
-
 constexpr unsigned kReferenced = 10;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// The text of a format of plain text, "%%" and "%1" to "%99"; none for others.
 std::optional<Text> Expected(const Text& sFormat, const Text* texts, unsigned nTexts)

@@ -1,27 +1,19 @@
 // Numbers in text: the parsers must not read past the end, must agree in both widths and with the plain
 // rules; what the writer writes is the C++ library's text, and the parsers read it back.
 #include "core/numtext.h"
+#include "fuzzing.h"
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/stringutils.h"
 
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 namespace
 {
-
-using Wide = std::basic_string<WCHAR>;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// `ToUInt64` in the words of the standard library.
 std::uint64_t Read(std::string_view sText, int iHex, std::uint64_t nDefault)
@@ -40,7 +32,7 @@ std::uint64_t Read(std::string_view sText, int iHex, std::uint64_t nDefault)
 
 void CheckToUInt64(const std::string& sText)
 {
-    const Wide sWide(sText.begin(), sText.end());
+    const Text sWide(sText.begin(), sText.end());
     const COrvStr str(sWide.c_str(), false);
     for (const int iHex : {0, 1})
         for (const std::uint64_t nDefault : {0, 77})
@@ -49,7 +41,7 @@ void CheckToUInt64(const std::string& sText)
 
 void CheckParsers(const std::string& sText)
 {
-    const Wide sWide(sText.begin(), sText.end());
+    const Text sWide(sText.begin(), sText.end());
     const auto n = naive_atoll(sText.c_str());
     Require(n == naive_wtoll(sWide.c_str()));
     Require(naive_atol(sText.c_str()) == static_cast<LONG>(n));

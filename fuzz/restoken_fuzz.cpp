@@ -1,11 +1,11 @@
 // Texts with resource tokens: replaced as a simple reader of them says, and never more than the buffer holds.
+#include "fuzzing.h"
 #include "orvcomtypes/loadstrres.h"
 #include "orvcomtypes/resourcehandler.h"
 #include "resources/languagetable.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -13,15 +13,6 @@
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
-using TextView = std::basic_string_view<WCHAR>;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// The texts that tests load, beside the program, as those of the current language.
 bool ChooseTexts()

@@ -1,23 +1,14 @@
 // Texts bound to a statement: each literal reads back as its text, and none ends before its end.
+#include "fuzzing.h"
 #include "orvcomtypes/orvsqlstr.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
-using TextView = std::basic_string_view<WCHAR>;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// Takes a literal off the front of \p sql as the server does, which ends it at the first quote that is not
 /// doubled.

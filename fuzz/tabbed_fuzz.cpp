@@ -1,31 +1,16 @@
 // The reader of delimited text against a model of it: the same fields, cut alike, and nothing read or written
 // outside.
+#include "fuzzing.h"
 #include "orvcomtypes/orvtabbedstr.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
-
-bool IsSpace(WCHAR c)
-{
-    static const Text s_sSpaces = ORVTEXT("\t\n\v\f\r \x00A0\x1680\x2000\x2001\x2002\x2003\x2004\x2005\x2006"
-                                          "\x2007\x2008\x2009\x200A\x2028\x2029\x202F\x205F\x3000");
-    return s_sSpaces.find(c) != Text::npos;
-}
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// Cuts fields off the front of a text.
 struct Model

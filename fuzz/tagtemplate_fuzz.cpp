@@ -1,31 +1,15 @@
 // Templates with tags: what they give is normalised and fits its buffer, clients are asked for names only,
 // and text whose characters are all escaped comes out as it is.
+#include "fuzzing.h"
 #include "orvcomtypes/orvstr.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
-using TextView = std::basic_string_view<WCHAR>;
-
-bool IsSpace(WCHAR c)
-{
-    static const Text s_sSpaces = ORVTEXT("\t\n\v\f\r \x00A0\x1680\x2000\x2001\x2002\x2003\x2004\x2005\x2006"
-                                          "\x2007\x2008\x2009\x200A\x2028\x2029\x202F\x205F\x3000");
-    return s_sSpaces.find(c) != Text::npos;
-}
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// Gives nothing, a unit, blanks around a unit or a long text, by the first unit of the name.
 void Fill(const WCHAR* sName, void* pAsked, COrvStr& sValue)

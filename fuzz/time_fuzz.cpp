@@ -1,8 +1,8 @@
 // Both parsers of times: what they must not do is read past the end, change a time that they refuse, or read
 // a time that its own text does not read back as.
+#include "fuzzing.h"
 #include "orvcomtypes/orvtime.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -10,12 +10,6 @@ namespace
 {
 
 constexpr int KEPT = 77;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 template <class Char>
 void CheckParser(const std::basic_string<Char>& sText)

@@ -1,10 +1,10 @@
 // Values of OLE DB and variants as texts: whatever the room, a text is whole, or a string that was cut, or
 // nothing; it is terminated and nothing is written behind it. Where the system's conversion does the same it
 // gives the same text.
+#include "fuzzing.h"
 #include "orvcomtypes/oledbconvert.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -12,8 +12,6 @@
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
 
 constexpr DBTYPE PLAIN_TYPES[] = {DBTYPE_EMPTY,   DBTYPE_I1,
                                   DBTYPE_UI1,     DBTYPE_I2,
@@ -29,12 +27,6 @@ constexpr DBTYPE PLAIN_TYPES[] = {DBTYPE_EMPTY,   DBTYPE_I1,
 constexpr VARTYPE VARIANT_TYPES[] = {VT_EMPTY, VT_NULL,    VT_I1,   VT_UI1,  VT_I2,   VT_UI2,  VT_I4,
                                      VT_UI4,   VT_INT,     VT_UINT, VT_I8,   VT_UI8,  VT_R4,   VT_R8,
                                      VT_CY,    VT_DECIMAL, VT_BOOL, VT_DATE, VT_BSTR, VT_ERROR};
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 struct CResult
 {

@@ -1,9 +1,9 @@
 // Documents written by any calls in any order: what was taken is read back by a reader of its own, what was
 // refused has left nothing, and the document is well-formed however it came about.
+#include "fuzzing.h"
 #include "orvcomtypes/xmlstreamwrite.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -11,15 +11,6 @@
 
 namespace
 {
-
-using Text = std::basic_string<WCHAR>;
-using TextView = std::basic_string_view<WCHAR>;
-
-void Require(bool bHolds)
-{
-    if (!bHolds)
-        std::abort();
-}
 
 /// What a document consists of; texts that follow one another are one.
 class CParts
