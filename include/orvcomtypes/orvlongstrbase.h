@@ -108,7 +108,56 @@ protected:
     WCHAR* m_pStr; ///< never null; the one empty text when empty
 };
 
-class ORV_API COrvLongStr : public COrvLongStrBase
+namespace OCT
+{
+
+/// The operators of a long builder, which both spell alike. `Base` is what the builder stands on, so that it
+/// stays as large as that.
+template <class Builder, class Unit, class OtherUnit, class Base>
+class CLongStrOperators : public Base
+{
+public:
+    Builder& operator+(const Unit* s) { return Appended(s); }
+    Builder& operator+(const OtherUnit* s) { return Appended(s); }
+    Builder& operator+(Unit c) { return Appended(c); }
+    Builder& operator+(int n) { return Appended(n); }
+    Builder& operator+(unsigned n) { return Appended(n); }
+    Builder& operator+(std::int64_t n) { return Appended(n); }
+    Builder& operator+(std::uint64_t n) { return Appended(n); }
+    Builder& operator+(double d) { return Appended(d, 15); }
+    Builder& operator+(const DECIMAL& dec) { return Appended(dec); }
+    Builder& operator+(const VARIANT& var) { return Appended(var); }
+    template <TextObject<Unit> Text>
+    Builder& operator+(const Text& text)
+    {
+        return Appended(text.GetString(), static_cast<unsigned>(text.GetLength()));
+    }
+    template <TextObject<OtherUnit> Text>
+    Builder& operator+(const Text& text)
+    {
+        return Appended(text.GetString(), static_cast<unsigned>(text.GetLength()));
+    }
+
+    Builder& operator-(unsigned n) { return Self().AppendHex(n), Self(); }
+    Builder& operator-(std::uint64_t n) { return Self().AppendHex(n), Self(); }
+    Builder& operator-(Unit c) { return Self().AppendHex(c), Self(); }
+
+private:
+    Builder& Self() noexcept { return static_cast<Builder&>(*this); }
+    template <class... Values>
+    Builder& Appended(const Values&... values)
+    {
+        return Self().Append(values...), Self();
+    }
+};
+
+struct CNoBase
+{
+};
+
+} // namespace OCT
+
+class ORV_API COrvLongStr : public OCT::CLongStrOperators<COrvLongStr, WCHAR, char, COrvLongStrBase>
 {
 public:
     explicit COrvLongStr(unsigned nReserve = 0);
@@ -146,31 +195,6 @@ public:
     COrvLongStr& operator=(const WCHAR* s);
     COrvLongStr& operator=(const char* s);
     COrvLongStr& operator=(WCHAR c);
-
-    COrvLongStr& operator+(const WCHAR* s) { return Append(s), *this; }
-    COrvLongStr& operator+(const char* s) { return Append(s), *this; }
-    COrvLongStr& operator+(WCHAR c) { return Append(c), *this; }
-    COrvLongStr& operator+(int n) { return Append(n), *this; }
-    COrvLongStr& operator+(unsigned n) { return Append(n), *this; }
-    COrvLongStr& operator+(std::int64_t n) { return Append(n), *this; }
-    COrvLongStr& operator+(std::uint64_t n) { return Append(n), *this; }
-    COrvLongStr& operator+(double d) { return Append(d, 15), *this; }
-    COrvLongStr& operator+(const DECIMAL& dec) { return Append(dec), *this; }
-    COrvLongStr& operator+(const VARIANT& var) { return Append(var), *this; }
-    template <OCT::TextObject<WCHAR> Text>
-    COrvLongStr& operator+(const Text& text)
-    {
-        return Append(text.GetString(), static_cast<unsigned>(text.GetLength())), *this;
-    }
-    template <OCT::TextObject<char> Text>
-    COrvLongStr& operator+(const Text& text)
-    {
-        return Append(text.GetString(), static_cast<unsigned>(text.GetLength())), *this;
-    }
-
-    COrvLongStr& operator-(unsigned n) { return AppendHex(n), *this; }
-    COrvLongStr& operator-(std::uint64_t n) { return AppendHex(n), *this; }
-    COrvLongStr& operator-(WCHAR c) { return AppendHex(c), *this; }
 };
 
 /// What stands in front of a narrow builder's text.
@@ -193,7 +217,7 @@ struct CLongStrWrite
 };
 static_assert(sizeof(CLongStrWrite<char>) == 2 * sizeof(void*), "two words stand in front of the text");
 
-class ORV_API COrvLongAStr
+class ORV_API COrvLongAStr : public OCT::CLongStrOperators<COrvLongAStr, char, WCHAR, OCT::CNoBase>
 {
 public:
     explicit COrvLongAStr(unsigned nReserve = 0);
@@ -232,31 +256,6 @@ public:
     COrvLongAStr& operator=(const char* s);
     COrvLongAStr& operator=(const WCHAR* s);
     COrvLongAStr& operator=(char c);
-
-    COrvLongAStr& operator+(const char* s) { return Append(s), *this; }
-    COrvLongAStr& operator+(const WCHAR* s) { return Append(s), *this; }
-    COrvLongAStr& operator+(char c) { return Append(c), *this; }
-    COrvLongAStr& operator+(int n) { return Append(n), *this; }
-    COrvLongAStr& operator+(unsigned n) { return Append(n), *this; }
-    COrvLongAStr& operator+(std::int64_t n) { return Append(n), *this; }
-    COrvLongAStr& operator+(std::uint64_t n) { return Append(n), *this; }
-    COrvLongAStr& operator+(double d) { return Append(d, 15), *this; }
-    COrvLongAStr& operator+(const DECIMAL& dec) { return Append(dec), *this; }
-    COrvLongAStr& operator+(const VARIANT& var) { return Append(var), *this; }
-    template <OCT::TextObject<char> Text>
-    COrvLongAStr& operator+(const Text& text)
-    {
-        return Append(text.GetString(), static_cast<unsigned>(text.GetLength())), *this;
-    }
-    template <OCT::TextObject<WCHAR> Text>
-    COrvLongAStr& operator+(const Text& text)
-    {
-        return Append(text.GetString(), static_cast<unsigned>(text.GetLength())), *this;
-    }
-
-    COrvLongAStr& operator-(unsigned n) { return AppendHex(n), *this; }
-    COrvLongAStr& operator-(std::uint64_t n) { return AppendHex(n), *this; }
-    COrvLongAStr& operator-(char c) { return AppendHex(c), *this; }
 
 private:
     CLongStrWrite<char>& Block() const noexcept { return reinterpret_cast<CLongStrWrite<char>*>(m_pStr)[-1]; }
