@@ -1,5 +1,6 @@
 #include "orvcomtypes/sqlhandshake.h"
 
+#include "core/numtext.h"
 #include "core/textformat.h"
 #include "strings/textlen.h"
 
@@ -46,33 +47,23 @@ std::size_t FirstDifference(CText a, CText b)
     return static_cast<std::size_t>(std::mismatch(a.begin(), a.begin() + n, b.begin()).first - a.begin());
 }
 
-void AppendHex(COrvStr& sTo, unsigned char nByte)
+COrvStr HexOf(const void* pBytes, std::size_t nBytes)
 {
-    char sByte[4];
-    OCT::FormatTo(sByte, "%02X", static_cast<unsigned>(nByte));
-    sTo.Append(sByte);
+    WCHAR sHex[2 * 3 * std::size(kHandshake) + 1];
+    *OCT::PutHexBytes(sHex, static_cast<const unsigned char*>(pBytes), nBytes) = 0;
+    return COrvStr(sHex);
 }
 
 COrvStr HandshakeHex(bool bUTF16)
 {
-    COrvStr sHex;
-    if (!bUTF16)
-    {
-        // The library's own conversion takes units one by one and would damage the emoji.
-        char sBytes[3 * std::size(kHandshake)];
-        const int nBytes =
-            WideCharToMultiByte(CP_UTF8, 0, kHandshake, static_cast<int>(HandshakeText().size()), sBytes,
-                                static_cast<int>(sizeof(sBytes)), nullptr, nullptr);
-        for (int i = 0; i < nBytes; ++i)
-            AppendHex(sHex, static_cast<unsigned char>(sBytes[i]));
-        return sHex;
-    }
-    for (const WCHAR c : HandshakeText())
-    {
-        AppendHex(sHex, static_cast<unsigned char>(c & 0xFF));
-        AppendHex(sHex, static_cast<unsigned char>(c >> 8 & 0xFF));
-    }
-    return sHex;
+    const CText s = HandshakeText();
+    if (bUTF16)
+        return HexOf(s.data(), s.size() * sizeof(WCHAR));
+    // The library's own conversion takes units one by one and would damage the emoji.
+    char sBytes[3 * std::size(kHandshake)];
+    const int nBytes = WideCharToMultiByte(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), sBytes,
+                                           static_cast<int>(sizeof(sBytes)), nullptr, nullptr);
+    return HexOf(sBytes, static_cast<std::size_t>(nBytes));
 }
 
 } // namespace
