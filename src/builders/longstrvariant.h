@@ -1,9 +1,9 @@
 /// How a long builder appends what Automation passes about.
 #pragma once
 
-#include <oleauto.h>
+#include "builders/valueat.h"
 
-#include <cstring>
+#include <oleauto.h>
 
 namespace OCT
 {
@@ -45,14 +45,6 @@ HRESULT AppendSystemText(Builder& builder, const Value& value)
     const HRESULT hr = text.Set(value);
     builder.Append(static_cast<const WCHAR*>(text));
     return hr;
-}
-
-template <class Value>
-Value ValueAt(const void* p)
-{
-    Value value;
-    std::memcpy(&value, p, sizeof value);
-    return value;
 }
 
 template <class Builder>

@@ -1,5 +1,6 @@
 #include "orvcomtypes/oledbconvert.h"
 
+#include "builders/valueat.h"
 #include "builders/wideint.h"
 #include "core/numtext.h"
 #include "strings/ansi.h"
@@ -10,6 +11,8 @@
 #include <string_view>
 #include <type_traits>
 
+using OCT::ValueAt;
+
 namespace
 {
 
@@ -17,15 +20,6 @@ constexpr BYTE c_nMaxDecimalScale = 28;
 constexpr BYTE c_nMaxNumericScale = 38;
 constexpr unsigned c_nCurrencyScale = 4;
 constexpr std::size_t c_nMaxCharBytes = 4; // no code page has longer characters
-
-/// Values of records may stand at any address.
-template <class Value>
-Value Read(const void* p) noexcept
-{
-    Value value;
-    std::memcpy(&value, p, sizeof value);
-    return value;
-}
 
 /// The caller's buffer.
 class CTarget
@@ -76,7 +70,7 @@ template <class Int>
 DBSTATUS PutInt(const CTarget& target, const void* p) noexcept
 {
     char sText[OCT::MaxIntText];
-    const char* const pEnd = OCT::PutDecimal(sText, Read<Int>(p));
+    const char* const pEnd = OCT::PutDecimal(sText, ValueAt<Int>(p));
     return target.Put({sText, static_cast<std::size_t>(pEnd - sText)});
 }
 
@@ -249,7 +243,7 @@ DBSTATUS PutWide(const CTarget& target, const void* p, std::size_t cb) noexcept
     const auto* const pBytes = static_cast<const unsigned char*>(p);
     const std::size_t nMax = std::min(cb / sizeof(WCHAR), target.Room() + 1);
     std::size_t n = 0;
-    while (n < nMax && Read<WCHAR>(pBytes + n * sizeof(WCHAR)) != 0)
+    while (n < nMax && ValueAt<WCHAR>(pBytes + n * sizeof(WCHAR)) != 0)
         ++n;
     const std::size_t nKept = std::min(n, target.Room());
     std::memmove(target.Begin(), p, nKept * sizeof(WCHAR));
@@ -301,7 +295,7 @@ DBSTATUS Put(const CTarget& target, DBTYPE wType, const void* p, std::size_t cb)
     if (wType == DBTYPE_EMPTY || wType == DBTYPE_NULL || p == nullptr)
         return DBSTATUS_S_ISNULL;
     if ((wType & DBTYPE_BYREF) != 0)
-        return Put(target, static_cast<DBTYPE>(wType ^ DBTYPE_BYREF), Read<const void*>(p), cb);
+        return Put(target, static_cast<DBTYPE>(wType ^ DBTYPE_BYREF), ValueAt<const void*>(p), cb);
     switch (wType)
     {
     case DBTYPE_I1: return PutInt<signed char>(target, p);
@@ -313,21 +307,21 @@ DBSTATUS Put(const CTarget& target, DBTYPE wType, const void* p, std::size_t cb)
     case DBTYPE_UI4: return PutInt<std::uint32_t>(target, p);
     case DBTYPE_I8: return PutInt<std::int64_t>(target, p);
     case DBTYPE_UI8: return PutInt<std::uint64_t>(target, p);
-    case DBTYPE_R4: return PutReal(target, static_cast<double>(Read<float>(p)), 7);
-    case DBTYPE_R8: return PutReal(target, Read<double>(p), 15);
-    case DBTYPE_CY: return PutCurrency(target, Read<std::int64_t>(p));
-    case DBTYPE_DECIMAL: return PutDecimal(target, Read<DECIMAL>(p));
-    case DBTYPE_NUMERIC: return PutNumeric(target, Read<DB_NUMERIC>(p));
-    case DBTYPE_BOOL: return target.Put(Read<VARIANT_BOOL>(p) != 0 ? "True" : "False");
-    case DBTYPE_GUID: return PutGuid(target, Read<GUID>(p));
-    case DBTYPE_DATE: return PutOleDate(target, Read<double>(p));
-    case DBTYPE_DBDATE: return PutDate(target, Read<DBDATE>(p));
-    case DBTYPE_DBTIME: return PutTime(target, Read<DBTIME>(p));
-    case DBTYPE_DBTIMESTAMP: return PutTimestamp(target, Read<DBTIMESTAMP>(p));
+    case DBTYPE_R4: return PutReal(target, static_cast<double>(ValueAt<float>(p)), 7);
+    case DBTYPE_R8: return PutReal(target, ValueAt<double>(p), 15);
+    case DBTYPE_CY: return PutCurrency(target, ValueAt<std::int64_t>(p));
+    case DBTYPE_DECIMAL: return PutDecimal(target, ValueAt<DECIMAL>(p));
+    case DBTYPE_NUMERIC: return PutNumeric(target, ValueAt<DB_NUMERIC>(p));
+    case DBTYPE_BOOL: return target.Put(ValueAt<VARIANT_BOOL>(p) != 0 ? "True" : "False");
+    case DBTYPE_GUID: return PutGuid(target, ValueAt<GUID>(p));
+    case DBTYPE_DATE: return PutOleDate(target, ValueAt<double>(p));
+    case DBTYPE_DBDATE: return PutDate(target, ValueAt<DBDATE>(p));
+    case DBTYPE_DBTIME: return PutTime(target, ValueAt<DBTIME>(p));
+    case DBTYPE_DBTIMESTAMP: return PutTimestamp(target, ValueAt<DBTIMESTAMP>(p));
     case DBTYPE_STR: return PutNarrow(target, static_cast<const char*>(p), cb);
     case DBTYPE_WSTR: return PutWide(target, p, cb);
-    case DBTYPE_BSTR: return PutBstr(target, Read<BSTR>(p));
-    case DBTYPE_VARIANT: return PutVariant(target, Read<VARIANT>(p));
+    case DBTYPE_BSTR: return PutBstr(target, ValueAt<BSTR>(p));
+    case DBTYPE_VARIANT: return PutVariant(target, ValueAt<VARIANT>(p));
     default: return DBSTATUS_E_CANTCONVERTVALUE;
     }
 }

@@ -1,5 +1,6 @@
 #include "orvcomtypes/xmlvalue.h"
 
+#include "builders/valueat.h"
 #include "core/numtext.h"
 #include "orvcomtypes/oledbconvert.h"
 #include "strings/textlen.h"
@@ -10,16 +11,10 @@
 #include <cstring>
 #include <limits>
 
+using OCT::ValueAt;
+
 namespace
 {
-
-template <class Value>
-Value ValueAt(const void* p)
-{
-    Value value;
-    std::memcpy(&value, p, sizeof value);
-    return value;
-}
 
 /// The digits of a real number that read back as that number: those that every decimal text of so many digits
 /// survives, or one or two more.
