@@ -70,8 +70,8 @@ TEST(AppendNum, WritesAndPads)
     EXPECT_EQ("-2147483648", Num(INT_MIN));
     EXPECT_EQ("4294967295", Num(UINT_MAX));
     EXPECT_EQ("18446744073709551615", Num(Most));
-    EXPECT_EQ("  7", Num(7, 3));
-    EXPECT_EQ("007", Num(7u, -3));
+    EXPECT_EQ(" 7", Num(7, 2));
+    EXPECT_EQ("07", Num(7u, -2));
     EXPECT_EQ("1234", Num(std::uint64_t{1234}, 2));
     EXPECT_EQ("00-5", Num(-5, -4)) << "zeros before the sign";
     EXPECT_EQ("  -5", Num(-5, 4));
@@ -92,8 +92,8 @@ TEST(AppendHex, WritesPadsAndIsCut)
 {
     EXPECT_EQ("0x000000FF", Hex(255u));
     EXPECT_EQ("0x00000000000000FF", Hex(std::uint64_t{255}));
-    EXPECT_EQ("  FF", Hex(255u, 4));
-    EXPECT_EQ("00FF", Hex(255u, -4));
+    EXPECT_EQ(" F", Hex(15u, 2));
+    EXPECT_EQ("0F", Hex(15u, -2));
     EXPECT_EQ("FF", Hex(255u, 0));
     EXPECT_EQ("ABCDEF01", Hex(0xABCDEF01u, 3));
     EXPECT_EQ("0", Hex(std::uint64_t{0}, 1));
