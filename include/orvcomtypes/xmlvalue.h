@@ -96,7 +96,7 @@ public:
     {
     }
     template <OCT::XMLInteger Int>
-    CXMLValue(Int n) noexcept : CXMLValue(EKind::Text, nullptr, 0)
+    CXMLValue(Int n) noexcept : CXMLValue(EKind::Wide, nullptr, 0)
     {
         if constexpr (std::is_signed_v<Int>)
             SetInteger(static_cast<std::int64_t>(n));
@@ -144,7 +144,7 @@ private:
         Null,
         None,   ///< there is no form
         Memory, ///< there was no memory for it
-        Text,   ///< wide
+        Wide,
         Ansi,
         UTF8,
         Base64,

@@ -13,17 +13,17 @@ class CXMLShownValue
 public:
     explicit CXMLShownValue(const CXMLValue& value) : m_value(value), m_eKind(value.m_eKind)
     {
-        if (m_eKind == EKind::Text)
+        if (m_eKind == EKind::Wide)
             m_sText = TextView(static_cast<const WCHAR*>(value.m_p), value.m_n);
         else if (m_eKind == EKind::Ansi || m_eKind == EKind::UTF8)
             Widen();
-        m_bSound = m_eKind != EKind::Text || IsXMLText(m_sText);
+        m_bSound = m_eKind != EKind::Wide || IsXMLText(m_sText);
     }
     CXMLShownValue(const CXMLShownValue&) = delete;
     CXMLShownValue& operator=(const CXMLShownValue&) = delete;
 
     bool IsNull() const noexcept { return m_eKind == EKind::Null; }
-    bool IsEmpty() const noexcept { return m_eKind == EKind::Text ? m_sText.empty() : m_value.m_n == 0; }
+    bool IsEmpty() const noexcept { return m_eKind == EKind::Wide ? m_sText.empty() : m_value.m_n == 0; }
 
     /// Why it cannot be written. \p bReplace: forbidden characters can.
     LQXMLError GetError(bool bReplace) const noexcept
@@ -37,7 +37,7 @@ public:
     {
         switch (m_eKind)
         {
-        case EKind::Text:
+        case EKind::Wide:
             return m_bSound ? out.PutEscaped(m_sText, ePlace) : out.PutReplaced(m_sText, ePlace);
         case EKind::Base64: return out.PutBase64(static_cast<const unsigned char*>(m_value.m_p), m_value.m_n);
         case EKind::Hex: return out.PutHex(static_cast<const unsigned char*>(m_value.m_p), m_value.m_n);
@@ -58,7 +58,7 @@ private:
         else if (nLen != 0)
             m_sWidened.SetUTF8(s, nLen);
         const WCHAR* const sWide = m_sWidened;
-        m_eKind = sWide != nullptr ? EKind::Text : EKind::Memory;
+        m_eKind = sWide != nullptr ? EKind::Wide : EKind::Memory;
         m_sText = TextView(sWide, SourceLength(sWide, 0));
     }
 

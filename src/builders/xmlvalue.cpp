@@ -34,7 +34,7 @@ char* PutExact(char* p, Real value)
 } // namespace
 
 CXMLValue::CXMLValue(EKind eKind, const void* p, std::size_t n) noexcept
-    : m_eKind(p != nullptr || eKind == EKind::Text || eKind == EKind::Ids ? eKind : EKind::Null),
+    : m_eKind(p != nullptr || eKind == EKind::Wide || eKind == EKind::Ids ? eKind : EKind::Null),
       m_p(p),
       m_n(n)
 {
@@ -42,7 +42,7 @@ CXMLValue::CXMLValue(EKind eKind, const void* p, std::size_t n) noexcept
 
 void CXMLValue::SetText(const WCHAR* s, std::size_t n) noexcept
 {
-    m_eKind = EKind::Text;
+    m_eKind = EKind::Wide;
     m_p = s;
     m_n = n;
 }
@@ -50,7 +50,7 @@ void CXMLValue::SetText(const WCHAR* s, std::size_t n) noexcept
 // ---- Text ----
 
 CXMLValue::CXMLValue(const WCHAR* s, unsigned nLen) noexcept
-    : CXMLValue(s != nullptr ? EKind::Text : EKind::Null, s, OCT::SourceLength(s, nLen))
+    : CXMLValue(s != nullptr ? EKind::Wide : EKind::Null, s, OCT::SourceLength(s, nLen))
 {
 }
 
@@ -64,7 +64,7 @@ CXMLValue CXMLValue::UTF8(const char* s, unsigned nLen) noexcept
     return CXMLValue(EKind::UTF8, s, OCT::SourceLength(s, nLen));
 }
 
-CXMLValue::CXMLValue(WCHAR c) noexcept : CXMLValue(EKind::Text, m_sOwn, c != 0)
+CXMLValue::CXMLValue(WCHAR c) noexcept : CXMLValue(EKind::Wide, m_sOwn, c != 0)
 {
     m_sOwn[0] = c;
 }
@@ -105,12 +105,12 @@ void CXMLValue::SetReal(Real value) noexcept
     EndAt(std::copy(sText, PutExact(sText, value), m_sOwn));
 }
 
-CXMLValue::CXMLValue(float f) noexcept : CXMLValue(EKind::Text, nullptr, 0)
+CXMLValue::CXMLValue(float f) noexcept : CXMLValue(EKind::Wide, nullptr, 0)
 {
     SetReal(f);
 }
 
-CXMLValue::CXMLValue(double d) noexcept : CXMLValue(EKind::Text, nullptr, 0)
+CXMLValue::CXMLValue(double d) noexcept : CXMLValue(EKind::Wide, nullptr, 0)
 {
     SetReal(d);
 }
