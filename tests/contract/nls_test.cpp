@@ -176,6 +176,70 @@ TEST(CodePages, ForbiddenSecondByteEndsAPart)
     EXPECT_EQ(ORVTEXT("\uFFFD\uFFFD\uFFFD"), Decoded(CP_UTF8, "\xE0\x9F\xBF"));
 }
 
+TEST(CodePages, Utf7WritesUnitsInBase64)
+{
+    const std::pair<const WCHAR*, const char*> rows[] = {{ORVTEXT("Az09 '(),-./:?\t"), "Az09 '(),-./:?\t"},
+                                                         {ORVTEXT("1+1"), "1+-1"},
+                                                         {ORVTEXT("a\u00E9b"), "a+AOk-b"},
+                                                         {ORVTEXT("\u65E5\u672C-"), "+ZeVnLA--"},
+                                                         {ORVTEXT("\U0001F600"), "+2D3eAA-"}};
+    for (const auto& [sText, sBytes] : rows)
+    {
+        EXPECT_EQ(sBytes, Encoded(65000, sText, 0));
+        Text sBack(40, 0);
+        const int n = ToWide(65000, 0, sBytes, -1, sBack.data(), 40).first;
+        EXPECT_EQ(Text(sText), sBack.substr(0, static_cast<std::size_t>(n - 1)));
+    }
+    WCHAR sText[4];
+    char sBytes[4];
+    EXPECT_EQ(CResult(0, ERROR_INVALID_FLAGS), ToWide(65000, MB_PRECOMPOSED, "a", 1, sText, 4));
+    EXPECT_EQ(CResult(0, ERROR_INVALID_FLAGS),
+              ToBytes(65000, WC_NO_BEST_FIT_CHARS, ORVTEXT("a"), 1, sBytes, 4));
+    EXPECT_EQ(CResult(0, ERROR_INSUFFICIENT_BUFFER), ToBytes(65000, 0, ORVTEXT("\u00E9"), 1, sBytes, 4));
+}
+
+TEST(CodePages, Gb18030WritesEverything)
+{
+    CPINFO info;
+    if (!GetCPInfo(54936, &info))
+        GTEST_SKIP() << "this system has no page 54936";
+    EXPECT_EQ(4u, info.MaxCharSize);
+    const std::string sBytes = "a" + std::string("\xA8\xA6\x81\x30\x81\x34\xBA\xBA\x90\x30\x81\x30");
+    const Text sText = ORVTEXT("a\u00E9\u0084\u6C49\U00010000");
+    EXPECT_EQ(sBytes, Encoded(54936, sText, 0));
+    WCHAR sBack[10];
+    const int n = ToWide(54936, 0, sBytes.data(), static_cast<int>(sBytes.size()), sBack, 10).first;
+    EXPECT_EQ(sText, Text(sBack, static_cast<std::size_t>(n)));
+    EXPECT_EQ(CResult(0, ERROR_NO_UNICODE_TRANSLATION),
+              ToWide(54936, MB_ERR_INVALID_CHARS, "\xFF\xFF", 2, sBack, 10));
+    EXPECT_EQ(CResult(0, ERROR_INVALID_FLAGS), ToWide(54936, MB_PRECOMPOSED, "a", 1, sBack, 10));
+}
+
+TEST(Locale, NamesAndPicturesOfEnglish)
+{
+    const auto info = [](LCTYPE type) {
+        WCHAR s[80] = {};
+        return GetLocaleInfoEx(ORVTEXT("en-US"), type, s, 80) > 0 ? Text(s) : Text();
+    };
+    EXPECT_EQ(Text(ORVTEXT("en-US")), info(LOCALE_SNAME));
+    EXPECT_EQ(Text(ORVTEXT("January")), info(LOCALE_SMONTHNAME1));
+    EXPECT_EQ(Text(ORVTEXT("Dec")), info(LOCALE_SABBREVMONTHNAME1 + 11));
+    EXPECT_EQ(Text(ORVTEXT("Monday")), info(LOCALE_SDAYNAME1));
+    EXPECT_EQ(Text(ORVTEXT("Sun")), info(LOCALE_SABBREVDAYNAME1 + 6));
+    EXPECT_EQ(Text(ORVTEXT("PM")), info(LOCALE_S2359));
+    EXPECT_NE(Text::npos, info(LOCALE_SSHORTDATE).find(ORVTEXT("yyyy")));
+    WCHAR s[40];
+    EXPECT_EQ(6, GetLocaleInfoEx(ORVTEXT("en-US"), LOCALE_SNAME, nullptr, 0));
+    EXPECT_EQ(0, GetLocaleInfoEx(ORVTEXT("en-US"), LOCALE_SNAME, s, 5));
+    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
+    SYSTEMTIME day = {2024, 2, 0, 29, 0, 0, 0, 0};
+    EXPECT_EQ(20, GetDateFormatEx(ORVTEXT("en-US"), 0, &day, ORVTEXT("yyyy-MM-dd dddd"), s, 40, nullptr));
+    EXPECT_EQ(Text(ORVTEXT("2024-02-29 Thursday")), Text(s));
+    day.wMonth = 13;
+    EXPECT_EQ(0, GetDateFormatEx(ORVTEXT("en-US"), 0, &day, nullptr, s, 40, nullptr));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+}
+
 TEST(CodePages, ZeroMeansTheAnsiCodePage)
 {
     const std::string sBytes = "\x7F\x80\x82\x9F\xA1\xB9\xC1\xE9\xFF";

@@ -5,6 +5,7 @@
 #include <process.h>
 
 #include "orvcomtypes/orvexport.h"
+#include "threadslot.h"
 
 #include <memory>
 #include <thread>
@@ -131,6 +132,84 @@ TEST(Thread, HasALastErrorOfItsOwn)
     SetLastError(ERROR_DISK_FULL);
     std::thread([&] { dwOther = GetLastError(); }).join();
     EXPECT_NE(DWORD{ERROR_DISK_FULL}, dwOther);
+}
+
+TEST(Slots, AreNullAtFirstAndEachThreadsOwn)
+{
+    static const DWORD dwSlot = TlsAlloc(); // there are few, and some are never given out again
+    ASSERT_NE(TLS_OUT_OF_INDEXES, dwSlot);
+    int nMine = 0, nTheirs = 0;
+    EXPECT_TRUE(TlsSetValue(dwSlot, &nMine));
+    std::thread([&] {
+        EXPECT_EQ(nullptr, TlsGetValue(dwSlot));
+        EXPECT_TRUE(TlsSetValue(dwSlot, &nTheirs));
+        EXPECT_EQ(&nTheirs, PortTlsValue(dwSlot));
+    }).join();
+    SetLastError(ERROR_DISK_FULL);
+    EXPECT_EQ(&nMine, PortTlsValue(dwSlot));
+    EXPECT_EQ(DWORD{ERROR_DISK_FULL}, GetLastError());
+}
+
+int g_nEnded = 0;
+
+void WINAPI CountEnd(void* pValue)
+{
+    g_nEnded += *static_cast<int*>(pValue);
+}
+
+TEST(Slots, TellOfTheEndOfThreadsThatSetThem)
+{
+    g_nEnded = 0;
+    const DWORD dwSlot = FlsAlloc(CountEnd);
+    ASSERT_NE(FLS_OUT_OF_INDEXES, dwSlot);
+    int nValue = 5;
+    std::thread([&] { EXPECT_TRUE(FlsSetValue(dwSlot, &nValue)); }).join();
+    EXPECT_EQ(5, g_nEnded);
+    std::thread([&] {
+        FlsSetValue(dwSlot, &nValue);
+        FlsSetValue(dwSlot, nullptr);
+    }).join();
+    EXPECT_EQ(5, g_nEnded);
+    EXPECT_TRUE(FlsFree(dwSlot));
+}
+
+TEST(MessageLoop, QuitsOnceAndKnowsNoOthersWindows)
+{
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+    {
+    }
+    const CHandle hEvent(NewEvent(false));
+    const HANDLE handles[] = {hEvent.get()};
+    EXPECT_EQ(kTimeout, MsgWaitForMultipleObjects(1, handles, FALSE, 0, QS_ALLINPUT));
+    PostQuitMessage(7);
+    EXPECT_EQ(WAIT_OBJECT_0 + 1, MsgWaitForMultipleObjects(1, handles, FALSE, INFINITE, QS_ALLINPUT));
+    EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_TRUE(message.message == WM_QUIT && message.wParam == 7);
+    EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+    SetEvent(hEvent.get());
+    EXPECT_EQ(WAIT_OBJECT_0, MsgWaitForMultipleObjects(1, handles, FALSE, INFINITE, QS_ALLINPUT));
+    const auto hNoWindow = reinterpret_cast<HWND>(static_cast<UINT_PTR>(0x7FFF0));
+    EXPECT_FALSE(IsWindow(hNoWindow));
+    EXPECT_FALSE(PostMessageW(hNoWindow, WM_QUIT, 0, 0));
+    EXPECT_EQ(DWORD{ERROR_INVALID_WINDOW_HANDLE}, GetLastError());
+}
+
+TEST(CriticalSection, IsTriedWithoutWaiting)
+{
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    EXPECT_TRUE(TryEnterCriticalSection(&section));
+    EXPECT_TRUE(TryEnterCriticalSection(&section)); // the owner may
+    std::thread([&] { EXPECT_FALSE(TryEnterCriticalSection(&section)); }).join();
+    LeaveCriticalSection(&section);
+    std::thread([&] { EXPECT_FALSE(TryEnterCriticalSection(&section)); }).join();
+    LeaveCriticalSection(&section);
+    std::thread([&] {
+        EXPECT_TRUE(TryEnterCriticalSection(&section));
+        LeaveCriticalSection(&section);
+    }).join();
+    DeleteCriticalSection(&section);
 }
 
 // Some holders stay long enough for the others to go to sleep: a lost wake-up would hang this test. The count

@@ -2,6 +2,7 @@
 
 #include "process/sparememory.h"
 #include "text/nlslocale.h"
+#include "text/otherpages.h"
 #include "threads/portlock.h"
 
 #include <unicode/ucnv.h>
@@ -409,12 +410,12 @@ BOOL IsDBCSLeadByteEx(UINT CodePage, BYTE TestChar) noexcept
 BOOL GetCPInfo(UINT CodePage, LPCPINFO lpCPInfo) noexcept
 {
     const CCodePage* pPage = CCodePage::Find(CodePage);
-    if (!lpCPInfo || (!pPage && !IsUtf8(CodePage)))
+    if (!lpCPInfo || (!pPage && !IsUtf8(CodePage) && !IsOtherPage(CodePage)))
     {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    *lpCPInfo = {pPage ? pPage->IsDoubleByte() ? 2u : 1u : 4u, {'?', 0}, {}};
+    *lpCPInfo = {pPage ? pPage->IsDoubleByte() ? 2u : 1u : CodePage == c_nPageUtf7 ? 5u : 4u, {'?', 0}, {}};
     unsigned iRange = 0;
     for (unsigned b = 0x80; pPage && b < 256 && iRange + 2 < sizeof lpCPInfo->LeadByte; ++b)
     {

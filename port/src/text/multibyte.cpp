@@ -1,5 +1,6 @@
 // MultiByteToWideChar and WideCharToMultiByte: the tables for code pages, ICU's macros for UTF-8.
 #include "text/codepage.h"
+#include "text/otherpages.h"
 
 #include <unicode/unorm2.h>
 #include <unicode/utf16.h>
@@ -14,42 +15,6 @@
 
 namespace
 {
-
-int Fail(DWORD dwError)
-{
-    SetLastError(dwError);
-    return 0;
-}
-
-// The destination of a conversion. Without room it only counts; what does not fit whole is not begun.
-template <class Unit>
-class CSink
-{
-public:
-    CSink(Unit* pDest, int nRoom) : m_pDest(pDest), m_nRoom(nRoom) {}
-
-    template <class Units>
-    bool Put(const Units* pUnits, int n)
-    {
-        if (m_nRoom && n > m_nRoom - m_nCount)
-            return false;
-        for (int i = 0; m_nRoom && i < n; ++i)
-            m_pDest[m_nCount + i] = static_cast<Unit>(pUnits[i]);
-        m_nCount += n;
-        return true;
-    }
-    bool Put(Unit unit) { return Put(&unit, 1); }
-
-    int Result() const
-    {
-        return m_nCount <= INT_MAX ? static_cast<int>(m_nCount) : Fail(ERROR_INVALID_PARAMETER);
-    }
-
-private:
-    Unit* m_pDest;
-    std::int64_t m_nRoom;
-    std::int64_t m_nCount = 0;
-};
 
 // ICU's macro narrows as it likes.
 #pragma GCC diagnostic push
@@ -314,6 +279,8 @@ int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCSTR lpMultiByteStr, int
         return dwFlags & ~MB_ERR_INVALID_CHARS
                    ? Fail(ERROR_INVALID_FLAGS)
                    : DecodeUtf8(lpMultiByteStr, cbMultiByte, bStrict, {lpWideCharStr, cchWideChar});
+    if (IsOtherPage(CodePage))
+        return DecodeOtherPage(CodePage, dwFlags, lpMultiByteStr, cbMultiByte, {lpWideCharStr, cchWideChar});
     const CCodePage* pPage = CCodePage::Find(CodePage);
     if (!pPage)
         return Fail(ERROR_INVALID_PARAMETER);
@@ -342,6 +309,11 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
             return Fail(ERROR_INVALID_FLAGS);
         return EncodeUtf8(lpWideCharStr, cchWideChar, dwFlags, {lpMultiByteStr, cbMultiByte});
     }
+    if (IsOtherPage(CodePage))
+        return lpDefaultChar || lpUsedDefaultChar
+                   ? Fail(ERROR_INVALID_PARAMETER)
+                   : EncodeOtherPage(CodePage, dwFlags, lpWideCharStr, cchWideChar,
+                                     {lpMultiByteStr, cbMultiByte});
     const CCodePage* pPage = CCodePage::Find(CodePage);
     if (!pPage)
         return Fail(ERROR_INVALID_PARAMETER);

@@ -1,0 +1,17 @@
+// Pages whose characters are no one or two bytes of a table: UTF-7 and GB 18030. Like UTF-8 they map
+// everything and take no flags that choose among mappings, and no default character.
+#pragma once
+
+#include "text/sink.h"
+
+inline constexpr UINT c_nPageUtf7 = 65000;
+inline constexpr UINT c_nPageGb18030 = 54936;
+
+inline bool IsOtherPage(UINT nCodePage) noexcept
+{
+    return nCodePage == c_nPageUtf7 || nCodePage == c_nPageGb18030;
+}
+
+/// As MultiByteToWideChar and WideCharToMultiByte.
+int DecodeOtherPage(UINT nCodePage, DWORD dwFlags, const char* pSrc, int nSrc, CSink<WCHAR> sink) noexcept;
+int EncodeOtherPage(UINT nCodePage, DWORD dwFlags, const WCHAR* pSrc, int nSrc, CSink<char> sink) noexcept;
