@@ -1,6 +1,7 @@
 #include "text/codepage.h"
 
 #include "process/sparememory.h"
+#include "text/johab.h"
 #include "text/nlslocale.h"
 #include "text/otherpages.h"
 #include "threads/portlock.h"
@@ -58,6 +59,7 @@ constexpr CKnownPage c_KnownPages[] = {
     {1256, "ibm-9448_X100-2005"},
     {1257, "ibm-9449_P100-2002"},
     {1258, "ibm-5354_P100-1998"},
+    {1361, nullptr}, // from page 949
     {10000, "macintosh"},
     {20127, "US-ASCII"},
     {20866, "KOI8-R"},
@@ -171,6 +173,9 @@ WORD EncodeByIcu(UConverter* pConverter, WCHAR c)
 // for one of double bytes. Memory is touched only where a page is used.
 WORD g_aTables[1 << 20];
 std::size_t g_nTableWords = 0;
+constexpr UINT c_nPageJohab = 1361;
+constexpr UINT c_nPageOfJohab = 949;
+
 // The row of characters that a page lacks.
 WORD g_aNothing[256];
 
@@ -211,6 +216,8 @@ const CCodePage* CCodePage::FindKnown(UINT nCodePage)
     if (const CCodePage* const pPage = page.Peek())
         return pPage;
     const CMakingGuard guard(g_makingLock);
+    if (nCodePage == c_nPageJohab)
+        FindKnown(c_nPageOfJohab);
     const std::size_t nTableWords = g_nTableWords;
     try
     {
@@ -253,7 +260,10 @@ CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
     m_apExact.fill(g_aNothing);
     if (nCodePage == 932)
         m_cDefaultWide = 0x30FB;
-    ReadIcu(sIcuName);
+    if (nCodePage == c_nPageJohab)
+        ReadJohab(*FindKnown(c_nPageOfJohab));
+    else
+        ReadIcu(sIcuName);
     CorrectSingles(nCodePage);
     // Seven-bit text: the eighth bit is dropped.
     for (unsigned b = 0x80; b < 256; ++b)
@@ -278,6 +288,27 @@ void CCodePage::ReadIcu(const char* sIcuName)
     if (ucnv_getMaxCharSize(pConverter.get()) == 2)
         ReadDouble(pConverter.get());
     ReadEncodings(pConverter.get());
+}
+
+void CCodePage::ReadJohab(const CCodePage& page949)
+{
+    for (unsigned b = 0; b < 0x80; ++b)
+        SetSingle(static_cast<unsigned char>(b), static_cast<WCHAR>(b));
+    m_pDouble = TakeTable<WCHAR>(0x10000 - c_nFirstPair).data();
+    for (unsigned nPair = c_nFirstPair; nPair < 0x10000; ++nPair)
+    {
+        const auto nBytes = static_cast<WORD>(nPair);
+        const WORD n949 = JohabIn949(nBytes);
+        WCHAR c = nPair < 0xD400 ? JohabSyllable(nBytes) : n949 ? page949.Decode(n949) : u'\0';
+        if (c >= 0x80 && page949.EncodeExact(c)) // what that page lacks is its default character
+        {
+            m_aLead[nPair >> 8] = true;
+            SetExact(c, nBytes);
+        }
+        else
+            c = m_cDefaultWide;
+        m_pDouble[nPair - c_nFirstPair] = c;
+    }
 }
 
 void CCodePage::ReadDouble(UConverter* pConverter)

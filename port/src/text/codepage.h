@@ -69,6 +69,7 @@ private:
     static const CCodePage* FindKnown(UINT nCodePage);
     void ReadIcu(const char* sIcuName);
     void ReadDouble(struct UConverter* pConverter);
+    void ReadJohab(const CCodePage& page949);
     void ReadEncodings(struct UConverter* pConverter);
     void CorrectSingles(UINT nCodePage);
     WCHAR Decode(WORD nBytes) const
