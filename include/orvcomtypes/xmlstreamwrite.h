@@ -7,8 +7,8 @@
 ///
 /// Such a call is refused: it returns false, and so does every later one, until `ClearError`. So a host may
 /// write a whole document and look once, at what `Finish` returns. `Finish` closes what is open also after an
-/// error, which leaves a well-formed document of all that was written before it, and returns false. After
-/// `ClearError` the writer goes on as if the refused call had not been made.
+/// error, which leaves a well-formed document (once it has a root) of all that was written before, and
+/// returns false. After `ClearError` the writer goes on as if the refused call had not been made.
 ///
 /// A reader gets back every text as it was written: markup is escaped, and so are carriage returns, and in
 /// attributes line feeds and tabs, which readers would change. "]]>" splits a CDATA section in two. In
@@ -19,11 +19,10 @@
 /// Thread safety: one writer belongs to one thread at a time.
 /// Errors: the functions return false and `GetError` says why, see `LQXMLError`. The program's own faults are
 ///   reported too, each as it is refused first (source `xmlstreamwrite`): "IsName(sName)",
-///   "IsBound(sPrefix)", "IsNew(sName)" and "MayStandHere()". A writer that is destroyed without `Finish` and
-///   without an error gives on what it holds and reports "m_bFinished" from
-///   "CXMLStreamWrite::~CXMLStreamWrite". Where the stream fails, `GetStreamError` has its code and
-///   everything behind is dropped; the document ends anywhere then. Only the constructor throws,
-///   `CLQMemoryExcept` without memory.
+///   "IsBound(sPrefix)", "IsNew(sName)" and "MayStandHere()". Where the stream fails, `GetStreamError` has
+///   its code and everything behind is dropped; the document ends anywhere then. A writer that is destroyed
+///   without `Finish` gives on what it holds and, unless it has an error, reports "m_bFinished" from
+///   "CXMLStreamWrite::~CXMLStreamWrite". Only the constructor throws, `CLQMemoryExcept` without memory.
 /// Units: terminated UTF-16 text; a character of two units stands whole in one call. The buffer takes 8192
 ///   units, and a stream gets blocks of at most 24 KB.
 ///

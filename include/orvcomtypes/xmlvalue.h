@@ -4,13 +4,13 @@
 /// Values convert by themselves where one is asked for; nobody need name the class but for bytes, UTF-8 and
 /// the values of a database.
 ///
-/// - Text is itself. Null is NULL; empty text is not.
-/// - `bool`: `true`, `false`. Integers: decimal.
+/// - Text is itself. Null is NULL; empty text is not. Damaged UTF-8 becomes U+FFFD.
+/// - `bool`: `true`, `false`. Integers, `SQLMCOUNT`, `SQLTSTAMP`: decimal.
 /// - `float`, `double`: digits that read back as the same number, 6 and 15 where they do, else up to three
 ///   more; `INF`, `-INF`, `NaN`.
 /// - `COrvDecimal`, `DECIMAL`, `DB_NUMERIC`: all digits, without an exponent.
-/// - `COrvTime`, `SQLORVTIME`: UTC, `2024-05-06T07:08:09Z`. The null time is NULL; a negative one has no
-/// form.
+/// - `COrvTime`, `SQLORVTIME`: UTC, `2024-05-06T07:08:09Z`. The null time is NULL; others that are not valid
+///   have no form.
 /// - `COrvTimeDiff`: `PT90S`, `-PT90S`. The invalid span is NULL.
 /// - `MSQLDATE` and OLE's dates: `2024-05-06T07:08:09.25`, without a zone, for they have none. The markers of
 ///   the server's clocks have no form.

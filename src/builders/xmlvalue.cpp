@@ -24,7 +24,7 @@ char* PutExact(char* p, Real value)
     for (int nDigits = std::numeric_limits<Real>::digits10;; ++nDigits)
     {
         char* const pEnd = OCT::PutDouble(p, double{value}, nDigits);
-        Real back;
+        Real back{}; // and stays that where so few digits are too large
         std::from_chars(p, pEnd, back);
         if (back == value || nDigits == std::numeric_limits<Real>::max_digits10)
             return pEnd;
