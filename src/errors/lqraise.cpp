@@ -48,7 +48,6 @@ void Tell(const char* sTypeName, const void* pAddress) noexcept
 
 } // namespace
 
-constinit thread_local bool OCT::t_bThrowsQuietly = false;
 constinit thread_local bool OCT::t_bMakesMessage = false;
 
 void OCT::AnnounceThrow(const CLQExcept& e, const char* sTypeName, const void* pAddress) noexcept

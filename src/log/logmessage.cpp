@@ -1,7 +1,7 @@
 #include "log/logmessage.h"
 
 #include "core/threadstore.h"
-#include "errors/lqraise.h"
+#include "core/throwscope.h"
 #include "orvcomtypes/plexalloc.h"
 
 #include <algorithm>
