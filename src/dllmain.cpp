@@ -14,21 +14,29 @@ void OnProcessAttach(HINSTANCE hModule)
     CLanguageTable::Instance().CreateLoader(hModule);
 }
 
-void OnProcessDetach()
+/// While the process ends other threads, and whoever is destroyed later, may still come: nothing is freed
+/// that they could use.
+void OnProcessDetach(bool bUnloading)
 {
     CLanguageTable::Instance().DestroyLoader();
+    CallHook(g_TeardownHooks.m_fnRemoveCrashHandler);
     CallHook(g_TeardownHooks.m_fnReleaseProcessLogger);
+    if (bUnloading)
+    {
+        CallHook(g_TeardownHooks.m_fnDestroySourceLocations);
+        CallHook(g_TeardownHooks.m_fnFreeLogs);
+    }
     OCT::CThreadStore::Disable();
-    ClearPlexedAllocUninit();
+    ClearPlexedAllocUninit(bUnloading);
 }
 
 } // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE hModule, DWORD dwReason, LPVOID)
+extern "C" BOOL WINAPI DllMain(HINSTANCE hModule, DWORD dwReason, LPVOID lpReserved)
 {
     if (dwReason == DLL_PROCESS_ATTACH)
         OnProcessAttach(hModule);
     else if (dwReason == DLL_PROCESS_DETACH)
-        OnProcessDetach();
+        OnProcessDetach(lpReserved == nullptr);
     return TRUE;
 }

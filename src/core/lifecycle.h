@@ -14,7 +14,9 @@ struct CTeardownHooks
     Hook m_fnFlushLogs = nullptr;              ///< no log line stays in a pool
     Hook m_fnDestroySourceLocations = nullptr; ///< the log's table of source locations per thread
     Hook m_fnDestroyResourceHandler = nullptr; ///< the resource handler's global state, then this thread's
+    Hook m_fnRemoveCrashHandler = nullptr;     ///< the thread and the handlers of the crash handler
     Hook m_fnReleaseProcessLogger = nullptr;   ///< the process logger and its option word
+    Hook m_fnFreeLogs = nullptr;               ///< what is left of logs, when nobody can use it any more
 };
 
 extern constinit CTeardownHooks g_TeardownHooks;
@@ -29,5 +31,15 @@ inline void CallHook(const CTeardownHooks::Hook& hook)
 /// The first step of process attach: the registry of teardowns learns where the library's own code lies.
 void RememberOwnModule(HMODULE hModule) noexcept;
 
-/// The last step of process detach: drops the registry of teardowns and reports what it still holds.
-void ClearPlexedAllocUninit() noexcept;
+namespace OCT
+{
+
+/// True while chains in use are left without a report: the host said by other means that it did not tear
+/// down.
+extern bool g_bQuietTakeDown;
+
+} // namespace OCT
+
+/// The last step of process detach: drops the registry of teardowns and reports what it still holds. At an
+/// unload the chains of the library's own pools that nobody uses are freed without a word.
+void ClearPlexedAllocUninit(bool bUnloading) noexcept;

@@ -13,6 +13,8 @@ public:
     CNeverDestroyed& operator=(const CNeverDestroyed&) = delete;
 
     T& Get() noexcept { return *std::launder(reinterpret_cast<T*>(m_storage)); }
+    /// At an unload, when nobody can come any more: gives back what it holds outside of the module.
+    void DestroyAtUnload() noexcept { Get().~T(); }
 
 private:
     alignas(T) unsigned char m_storage[sizeof(T)];

@@ -233,7 +233,7 @@ void ORVCALL CallPlexedAllocUninit(HMODULE hModule) noexcept
         FreeTable();
 }
 
-void ClearPlexedAllocUninit() noexcept
+void ClearPlexedAllocUninit(bool bUnloading) noexcept
 {
     OCT::CCritSectGuard guard(&g_registryLock);
     if (g_PlexedObjectRefCnt != 0)
@@ -241,8 +241,15 @@ void ClearPlexedAllocUninit() noexcept
     if (g_PlReg == nullptr)
         return;
     ORV_REPORT("ClearPlexedAllocUninit", "g_PlReg != nullptr");
+    // In final release a chain may look free that is in use.
+    const bool bFree = bUnloading && !IsFinalRelease();
+    OCT::g_bQuietTakeDown = true;
     for (CPlexRegistration& entry : Registrations())
+    {
+        if (bFree && entry.hModule != nullptr && entry.hModule == g_ownModule.m_hModule)
+            entry.fnUninit();
         SysFreeString(entry.sModulePath);
+    }
     FreeTable();
     g_PlexedObjectRefCnt = 0;
 }

@@ -1,5 +1,6 @@
 #include "orvcomtypes/plexalloc.h"
 
+#include "core/lifecycle.h"
 #include "forklock.h"
 
 #include <cstdlib>
@@ -64,6 +65,7 @@ void UnlinkChain(CPlexChain*& pHead, CPlexChain* pChain)
 } // namespace
 
 constinit std::atomic<bool> OCT::g_bPlexOrphans = false;
+constinit bool OCT::g_bQuietTakeDown = false;
 
 void OCT::HoldAtFork(CCritSect& lock) noexcept
 {
@@ -104,7 +106,8 @@ void ORVCALL OCT::TakeDownPlexChains(CPlexChain* pChains, const CPlexLayout& lay
         if (pChain->nFreeCount < layout.m_nCount)
         {
             // Memory that may still be referenced is never freed.
-            ORV_REPORT(sFunction, "!IsChainUsed(p)");
+            if (!g_bQuietTakeDown)
+                ORV_REPORT(sFunction, "!IsChainUsed(p)");
             pChain->pNext = pChain->pPrev = nullptr;
             pChain->bOrphaned = true;
             g_bPlexOrphans = true;

@@ -16,6 +16,7 @@ using CView = std::basic_string_view<WCHAR>;
 
 constexpr const char* kSource = "orvlog";
 constexpr std::size_t kSuffixRoom = 25;
+constexpr std::size_t kNumberDigits = 9;    ///< at most, of a file that follows a full one
 constexpr std::size_t kSettingChars = 2048; ///< a longer setting would not be read whole
 
 __time64_t CurrentTime()
@@ -253,7 +254,7 @@ unsigned CLogFileName::NumberOf(CView sName, bool bAnyPeriod) const
     if (sName.starts_with(ORVTEXT('_')))
     {
         sName.remove_prefix(1);
-        if (TakeDigits(sName, nNumber) == 0 || nNumber < 2)
+        if (TakeDigits(sName, nNumber) - 1 >= kNumberDigits || nNumber < 2)
             return 0;
     }
     return sName.empty() ? nNumber : 0;

@@ -79,6 +79,8 @@ bool CLogFileInnerHandler::CRun::StartThread()
         OutputDebugStringW(ORVTEXT("Log creation error: Cannot create m_WrtEvent event\n"));
         return false;
     }
+    if (const auto fnStarts = g_fnLogThreadStarts.load(std::memory_order_acquire))
+        fnStarts();
     m_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, this, 0, nullptr));
     if (m_hThread == nullptr)
         OutputDebugStringW(ORVTEXT("Log creation error: Cannot create log monitor thread\n"));
@@ -267,7 +269,7 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 }
 
 /// Lines come faster than a disk that works takes them: who brings more waits for it a while. Where writing
-/// fails nobody waits.
+/// fails, or hangs so long that one has waited in vain, nobody waits until it works again.
 void CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
@@ -278,7 +280,7 @@ void CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
     {
         const DWORD dwLeft = TimeUntil(dwEndTick);
         if (dwLeft == 0 || !WaitUntilDone(dwLeft, true))
-            return;
+            m_bFailing = true;
     }
 }
 
@@ -470,14 +472,13 @@ void CLogFileInnerHandler::FinishStop(DWORD dwEndTick, bool bUnloading)
         // What the thread did not come to, because it was never there or ended before its time.
         WriteRound(*pRun);
         pRun->m_writer.File().Close();
-        GiveUp();
-        if (pRun->EndThread(bUnloading))
-            delete pRun;
-        return;
     }
-    WriteBehind(*pRun);
+    else
+        WriteBehind(*pRun);
     GiveUp();
-    pRun->EndThread(bUnloading); // it may go on using its state
+    m_bHeldUp = !pRun->EndThread(bUnloading);
+    if (!m_bHeldUp)
+        delete pRun;
 }
 
 /// Waits until nobody else can write any more; false when the thread is held up in its turn.
@@ -499,14 +500,15 @@ bool CLogFileInnerHandler::CRun::EndThread(bool bUnloading)
     if (m_hThread == nullptr)
         return true;
     SetEvent(m_WrtEvent);
-    if (m_bBegun)
+    if (m_bBegun || bUnloading)
         WaitForSingleObject(m_hThread, bUnloading ? kLeaveMs : kStopMs);
     DWORD dwExitCode = STILL_ACTIVE;
     if (GetExitCodeThread(m_hThread, &dwExitCode) && dwExitCode != STILL_ACTIVE)
         return true;
     TerminateThread(m_hThread, 1);
     WaitForSingleObject(m_hThread, kLeaveMs); // it is not gone at once
-    return false;
+    // Who has said that it is done was only held up on its way out, by the loader.
+    return WaitForSingleObject(m_hFinished, 0) == WAIT_OBJECT_0;
 }
 
 /// The thread did not end in time. When all it waits for is the disk, what was queued meanwhile is written

@@ -2,7 +2,8 @@
 //
 // A handler is never freed: logs are copied without references, so a pointer to a released handler may still
 // be used. What is left of it ignores every call. Its thread is stopped, its file closed and its buffer
-// freed.
+// freed. All handlers are freed together when the library is unloaded, but for those whose thread is held up
+// by a disk: the system may still read what it was given.
 //
 // Lines stay in the queue until they are written, so that what waits is bounded in one place. The thread
 // works in rounds; whoever has the turn may write: the thread, or, at the end, who stops it. Outside of its
@@ -50,6 +51,10 @@ public:
     /// Lines and bytes that were lost so far.
     CLogLoss Lost() const;
     const CLogText& Format() const { return m_sFormat; }
+
+    /// Whether a thread that could not be ended may still use it, after FinishStop.
+    bool IsHeldUp() const { return m_bHeldUp; }
+    CLogFileInnerHandler* m_pNextMade = nullptr; ///< the list's
 
     /// Changed under the list's lock; the new count.
     LONG ChangeReferences(LONG nDelta) { return InterlockedExchangeAdd(&m_nReferences, nDelta) + nDelta; }
@@ -137,8 +142,9 @@ private:
     DWORD m_dwLastStart = 0; ///< tick of the last try to start the thread
     CRun* m_pRun = nullptr;
     std::atomic<std::uint64_t> m_nWaiting = 0; ///< bytes, for a look without the lock
-    std::atomic<bool> m_bFailing = false;      ///< the last round left lines
+    std::atomic<bool> m_bFailing = false;      ///< the last round left lines, or this one hangs
     std::atomic<bool> m_bStop = false;
+    bool m_bHeldUp = false;
     LONG volatile m_nReferences = 0;
     const CLogText m_sFormat;
 };

@@ -18,18 +18,37 @@ void FlushLogsAtTeardown()
     CLogFileHandlerList::Instance().Flush(kStopMs, true);
 }
 
+CNeverDestroyed<CLogFileHandlerList> g_listStorage;
+
 CLogFileHandlerList& MakeList()
 {
     g_TeardownHooks.m_fnReleaseProcessLogger.store(ReleaseLogsAtDetach, std::memory_order_release);
+    g_TeardownHooks.m_fnFreeLogs.store(FreeLogsAtUnload, std::memory_order_release);
     g_TeardownHooks.m_fnFlushLogs.store(FlushLogsAtTeardown, std::memory_order_release);
-    static CNeverDestroyed<CLogFileHandlerList> s_list;
-    return s_list.Get();
+    return g_listStorage.Get();
 }
 
-// Made at load, since a first use could coincide with a fork, and never destroyed.
+// Made at load, since a first use could coincide with a fork.
 CLogFileHandlerList& g_list = MakeList();
 
 } // namespace
+
+void FreeHandlersAtUnload()
+{
+    g_listStorage.DestroyAtUnload();
+}
+
+CLogFileHandlerList::~CLogFileHandlerList()
+{
+    while (CLogFileInnerHandler* p = m_pLastMade)
+    {
+        m_pLastMade = p->m_pNextMade;
+        if (!p->IsHeldUp())
+            delete p;
+    }
+}
+
+constinit std::atomic<void (*)()> g_fnLogThreadStarts = nullptr;
 
 CLogFileHandlerList& CLogFileHandlerList::Instance()
 {
@@ -74,7 +93,8 @@ CLogFileInnerHandler* CLogFileHandlerList::MakeHandler(const WCHAR* sFileNameFor
     {
         auto pHandler = std::make_unique<CLogFileInnerHandler>(sFileNameFormat);
         m_files.Add({pHandler->Format().c_str(), pHandler.get()});
-        return pHandler.release();
+        pHandler->m_pNextMade = m_pLastMade;
+        return m_pLastMade = pHandler.release();
     }
     catch (...)
     {

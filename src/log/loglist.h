@@ -8,7 +8,12 @@
 class CLogFileHandlerList
 {
 public:
-    /// The one list of the process; never destroyed.
+    CLogFileHandlerList() = default;
+    CLogFileHandlerList(const CLogFileHandlerList&) = delete;
+    CLogFileHandlerList& operator=(const CLogFileHandlerList&) = delete;
+    /// After StopAll, while the library is unloaded: frees all handlers that there ever were.
+    ~CLogFileHandlerList();
+    /// The one list of the process.
     static CLogFileHandlerList& Instance();
 
     /// The handler for a format (its letters of either case), made when there is none, with a reference for
@@ -41,9 +46,16 @@ private:
 
     mutable OCT::COwnLock m_lock;
     CFiles m_files;
-    CLogLoss m_lostBefore; ///< in logs that were released
+    CLogFileInnerHandler* m_pLastMade = nullptr; ///< all, also those that were released
+    CLogLoss m_lostBefore;                       ///< in logs that were released
     bool m_bUnloading = false;
 };
 
+/// Called whenever a log's thread is started, if set.
+extern constinit std::atomic<void (*)()> g_fnLogThreadStarts;
+
 /// The library's end: all lines go to their files, and no thread stays in its code.
 void ReleaseLogsAtDetach();
+/// Then, at an unload: nothing is left.
+void FreeLogsAtUnload();
+void FreeHandlersAtUnload();

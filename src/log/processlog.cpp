@@ -3,7 +3,6 @@
 #include "core/textformat.h"
 #include "log/logfilename.h"
 #include "log/loglist.h"
-#include "orvcomtypes/logcrash.h"
 
 namespace
 {
@@ -46,9 +45,14 @@ private:
 
 void ReleaseLogsAtDetach()
 {
-    RemoveLogCrashHandler();
     CLogFileHandlerList::Instance().StopAll();
     g_processLogger.ReleaseLog();
+}
+
+void FreeLogsAtUnload()
+{
+    g_loggerStorage.DestroyAtUnload();
+    FreeHandlersAtUnload();
 }
 
 COrvLog* ORVCALL GetProcessLogger()

@@ -71,15 +71,6 @@ struct COrder
 
 } // namespace
 
-#if defined(ORV_TEST_SANITIZED)
-/// A load leaves what the library never frees: the handlers of its logs, to which a log may point that was
-/// copied without a reference, and the pools, when it is unloaded without teardown.
-extern "C" int __lsan_is_turned_off()
-{
-    return 1;
-}
-#endif
-
 ORV_CHILD(UnloadWithALog)
 {
     for (int i = 0; i < kLoads; ++i)

@@ -2,9 +2,8 @@
 // destructor, at dlclose and at exit alike. The build links this file last, which makes its static object the
 // last to be constructed and the first to be destroyed.
 //
-// The reserved argument of detach is null in both cases. On Windows a non-null one says that all other
-// threads were ended by force; here they still run while the process exits, so the library has as much to
-// tidy up as at an unload.
+// The reserved argument of detach tells which, as on Windows: null at dlclose, not null at exit. There,
+// unlike on Windows, the other threads still run.
 #include <windows.h>
 
 #include "threads/threadhooks.h"
@@ -22,6 +21,15 @@ HMODULE OwnModule()
     return hModule;
 }
 
+/// True while the code goes away. At dlclose the functions of this kind run before the destructors of static
+/// objects, at exit behind them.
+bool g_bUnloading = false;
+
+[[gnu::destructor]] void BeginUnload()
+{
+    g_bUnloading = true;
+}
+
 struct CAttachment
 {
     CAttachment() { DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr); }
@@ -29,7 +37,7 @@ struct CAttachment
     CAttachment& operator=(const CAttachment&) = delete;
     ~CAttachment()
     {
-        DllMain(OwnModule(), DLL_PROCESS_DETACH, nullptr);
+        DllMain(OwnModule(), DLL_PROCESS_DETACH, g_bUnloading ? nullptr : this);
         PortParkThreads();
     }
 };
