@@ -6,14 +6,28 @@
 /// until all logs are flushed, for a bounded time, and then go on to what would have happened without it: the
 /// former handler, a core dump, the end of the process.
 ///
-/// The line is written by a thread that was started before, as the one that fails may hold any lock. A
-/// process that is killed, or that calls `_exit`, runs no handler: there only what was flushed is sure
-/// (`COrvLog::Flush`, `COrvLog::SetFlushLevel`). A forked child has no such thread; it does the same on the
-/// failing thread itself.
+/// The line is written by a thread that was started before. The one that fails may do so in a signal handler
+/// and hold any lock, the heap's too, so it only copies the text of the failure, wakes that thread and waits,
+/// all without a lock or memory. When two fail at once the first is told and both wait. When the time is over
+/// the process ends as it would have, whatever holds up the logs.
 ///
-/// Ownership: the log is not copied and must exist until the handler is removed.
-/// Thread safety: both functions from any thread; failing threads from any number.
-/// Errors: none; false when the thread cannot be started.
+/// A thread whose stack has overflowed needs another one for that. The thread that installs the handler has
+/// it; each other thread that is to be covered calls `ReserveLogCrashStack` when it begins. Without it an
+/// overflow ends the process without a word, and only what was flushed is sure.
+///
+/// Covered are SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV and SIGSYS. SIGTERM and its like are the program's
+/// to handle. A process that is killed, or that calls `_exit`, runs no handler: there only what was flushed
+/// is sure (`COrvLog::Flush`, `COrvLog::SetFlushLevel`). A forked child is covered from the first line that
+/// it logs; before that it passes on at once.
+///
+/// A program whose former handler of such a signal goes on instead of ending (some language runtimes do) is
+/// not for this handler: it stands down for a signal that it has told.
+///
+/// Ownership: the log is not copied and must exist until the handler is removed. The line is filtered by that
+///   log's options: it needs `lqlErrors`.
+/// Thread safety: all functions from any thread; failing threads from any number.
+/// Errors: none; false when the thread cannot be started or the system gives no stack.
+/// Units: milliseconds; 0 does not wait, INFINITE waits as long as a disk hangs.
 ///
 ///     COrvLog log;
 ///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors, nullptr);
@@ -23,8 +37,12 @@
 #include "orvcomtypes/orvlog.h"
 
 /// Installs the handler, or gives the one that is installed another log and time. A null log is the process
-/// logger. The handler takes the place of former handlers of these events and calls them when it is done;
-/// signal handlers run on the alternative stack of a thread that has one.
+/// logger. The handler takes the place of former handlers of these events and passes on to them when it is
+/// done.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL InstallLogCrashHandler(COrvLog* log, DWORD milliseconds);
-/// Puts the former handlers back. Unloading the library does this too.
+/// Puts the former handlers back, unless somebody has put others into the place of ours since; does nothing
+/// without the handler. Unloading the library does this too.
 ORV_EXTERN_C ORV_FUNC void ORVCALL RemoveLogCrashHandler();
+/// Makes the calling thread's stack overflows tellable, until its end. A thread that has an alternative
+/// signal stack keeps its own. On Windows 64 KB of the thread's stack are set aside.
+ORV_EXTERN_C ORV_FUNC bool ORVCALL ReserveLogCrashStack();

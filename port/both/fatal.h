@@ -9,3 +9,7 @@ using PortFatalHandler = void (*)(const char* sWhat) noexcept;
 /// twice without the other between.
 void PortCatchFatal(PortFatalHandler pfnHandler) noexcept;
 void PortLeaveFatal() noexcept;
+
+/// Room for that handler on the calling thread when its stack has overflowed; kept until the thread's end.
+/// False when the system gives none. A thread that has such room keeps what it has.
+bool PortReserveFatalStack() noexcept;

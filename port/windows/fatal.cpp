@@ -31,7 +31,15 @@ void OnAbort(int nSignal)
         g_pfnFormerAbort(nSignal);
 }
 
+constexpr ULONG kReservedStack = 0x10000;
+
 } // namespace
+
+bool PortReserveFatalStack() noexcept
+{
+    ULONG nBytes = kReservedStack;
+    return SetThreadStackGuarantee(&nBytes) != FALSE;
+}
 
 void PortCatchFatal(PortFatalHandler pfnHandler) noexcept
 {

@@ -1,15 +1,19 @@
 #include "orvcomtypes/logcrash.h"
-#include "core/ownlock.h"
 
+#include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
+#include "core/ownlock.h"
 #include "core/textformat.h"
 #include "fatal.h"
+#include "fatalgate.h"
+#include "log/loglist.h"
 #include "orvcomtypes/lqexcept.h"
-#include "orvcomtypes/smartcls.h"
 
 #include <process.h>
 
+#include <atomic>
 #include <exception>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -17,27 +21,31 @@ namespace
 
 constexpr DWORD kLeaveMs = 100;
 
-/// The thread that logs for those that cannot.
+/// The thread that logs for those that cannot. Who fails may do it in a signal handler and hold any lock, the
+/// heap's too: it copies a text, opens one gate and waits at another, and that is all.
 class CCrashLogger
 {
 public:
     bool Install(COrvLog* pLog, DWORD dwMilliseconds);
     void Remove();
+    /// In a forked child, which has not the thread: begins one.
+    void Renew();
     /// On the failing thread. The first failure is told; others wait with it.
     void Tell(const char* sWhat) noexcept;
     std::terminate_handler Former() const { return m_pfnFormer; }
 
 private:
     static unsigned ORVCALL ThreadMain(void* pThis);
+    bool IsOurs() const { return m_dwProcessId == GetCurrentProcessId(); }
     bool StartThread();
     void LogAndFlush() noexcept;
 
     OCT::COwnLock m_lock; ///< guards installing and removing
     std::atomic<COrvLog*> m_pLog = nullptr;
     std::atomic<DWORD> m_dwMilliseconds = 0;
-    DWORD m_dwProcessId = 0;
-    HANDLE m_hAsked = nullptr; ///< auto-reset
-    HANDLE m_hDone = nullptr;  ///< manual-reset
+    std::atomic<DWORD> m_dwProcessId = 0; ///< of the thread
+    CFatalGate m_asked;
+    CFatalGate m_done;
     HANDLE m_hThread = nullptr;
     std::terminate_handler m_pfnFormer = nullptr;
     std::atomic<bool> m_bTold = false;
@@ -97,37 +105,57 @@ void DescribeException(char (&sText)[1000]) noexcept
     std::abort();
 }
 
+void RemoveAtDetach()
+{
+    RemoveLogCrashHandler();
+}
+
+void RenewInChild()
+{
+    g_crashLogger.Get().Renew();
+}
+
 bool CCrashLogger::Install(COrvLog* pLog, DWORD dwMilliseconds)
 {
     const OCT::CCritSectGuard guard(&m_lock);
     m_pLog = pLog != nullptr ? pLog : GetProcessLogger();
     m_dwMilliseconds = dwMilliseconds;
-    if (m_hThread != nullptr && m_dwProcessId == GetCurrentProcessId())
+    if (m_hThread != nullptr && IsOurs())
         return true;
     const bool bHandlers = m_hThread != nullptr; // a forked child has them
     if (!StartThread())
         return false;
     if (!bHandlers)
     {
+        g_TeardownHooks.m_fnRemoveCrashHandler.store(RemoveAtDetach, std::memory_order_release);
+        g_fnLogThreadStarts.store(RenewInChild, std::memory_order_release);
         PortCatchFatal(OnFatal);
         m_pfnFormer = std::set_terminate(OnTerminate);
     }
     return true;
 }
 
-bool CCrashLogger::StartThread()
+void CCrashLogger::Renew()
 {
-    m_hAsked = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    m_hDone = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    m_bEnd = m_bTold = false;
-    m_dwProcessId = GetCurrentProcessId();
-    m_hThread = m_hAsked != nullptr && m_hDone != nullptr
-                    ? reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, this, 0, nullptr))
-                    : nullptr;
-    return m_hThread != nullptr;
+    const OCT::CCritSectGuard guard(&m_lock);
+    if (m_hThread != nullptr && !IsOurs())
+        StartThread();
 }
 
-/// The thread waits for an event and holds nothing, so it can be ended there while the library is unloaded.
+bool CCrashLogger::StartThread()
+{
+    m_bEnd = m_bTold = false;
+    if (!m_asked.Shut() || !m_done.Shut())
+        return false;
+    const auto hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, this, 0, nullptr));
+    if (hThread == nullptr)
+        return false;
+    m_hThread = hThread;
+    m_dwProcessId = GetCurrentProcessId();
+    return true;
+}
+
+/// The thread waits for a gate and holds nothing, so it can be ended there while the library is unloaded.
 void CCrashLogger::Remove()
 {
     const OCT::CCritSectGuard guard(&m_lock);
@@ -137,43 +165,41 @@ void CCrashLogger::Remove()
     PortLeaveFatal();
     if (std::get_terminate() == OnTerminate)
         std::set_terminate(m_pfnFormer);
-    if (m_dwProcessId == GetCurrentProcessId())
+    if (IsOurs())
     {
         m_bEnd = true;
-        SetEvent(m_hAsked);
+        m_asked.Open();
         if (WaitForSingleObject(hThread, kLeaveMs) != WAIT_OBJECT_0)
             TerminateThread(hThread, 1);
     }
     CloseHandle(hThread);
-    CloseHandle(m_hAsked);
-    CloseHandle(m_hDone);
+    m_asked.Remove();
+    m_done.Remove();
 }
 
 unsigned ORVCALL CCrashLogger::ThreadMain(void* pThis)
 {
     auto& logger = *static_cast<CCrashLogger*>(pThis);
-    WaitForSingleObject(logger.m_hAsked, INFINITE);
+    logger.m_asked.Wait(INFINITE);
     if (!logger.m_bEnd)
     {
         logger.LogAndFlush();
-        SetEvent(logger.m_hDone);
+        logger.m_done.Open();
     }
     return 0;
 }
 
 void CCrashLogger::Tell(const char* sWhat) noexcept
 {
-    const bool bOwnThread = m_dwProcessId == GetCurrentProcessId();
+    if (!IsOurs())
+        return;
     if (!m_bTold.exchange(true))
     {
-        OCT::FormatTo(m_sWhat, "%s", sWhat);
-        if (bOwnThread)
-            SetEvent(m_hAsked);
-        else
-            LogAndFlush();
+        const std::size_t nLength = std::string_view(sWhat).copy(m_sWhat, sizeof(m_sWhat) - 1);
+        m_sWhat[nLength] = 0;
+        m_asked.Open();
     }
-    if (bOwnThread)
-        WaitForSingleObject(m_hDone, m_dwMilliseconds);
+    m_done.Wait(m_dwMilliseconds);
 }
 
 void CCrashLogger::LogAndFlush() noexcept
@@ -193,7 +219,13 @@ void CCrashLogger::LogAndFlush() noexcept
 
 bool ORVCALL InstallLogCrashHandler(COrvLog* log, DWORD milliseconds)
 {
+    PortReserveFatalStack();
     return g_crashLogger.Get().Install(log, milliseconds);
+}
+
+bool ORVCALL ReserveLogCrashStack()
+{
+    return PortReserveFatalStack();
 }
 
 void ORVCALL RemoveLogCrashHandler()

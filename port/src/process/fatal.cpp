@@ -1,5 +1,9 @@
 #include "fatal.h"
 
+#include "fatalgate.h"
+#include "threads/futex.h"
+#include "threads/threadhooks.h"
+
 #include <cerrno>
 #include <charconv>
 #include <csignal>
@@ -7,7 +11,11 @@
 #include <cstring>
 #include <iterator>
 
+#include <pthread.h>
 #include <signal.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+#include <unistd.h>
 
 namespace
 {
@@ -46,9 +54,24 @@ void Describe(char (&sText)[80], const CFatalSignal& fatal, const siginfo_t& inf
     *p = 0;
 }
 
-void OnSignal(int nSignal, siginfo_t* pInfo, void*) noexcept
+/// A signal that was sent to the process, not to a thread, and that came to one of the library's own threads
+/// goes to another: those threads are what the others are about to wait for.
+bool PassToAnotherThread(int nSignal, const siginfo_t& info, void* pContext) noexcept
+{
+    if ((info.si_code != SI_USER && info.si_code != SI_QUEUE) || !PortIsOwnThread())
+        return false;
+    sigaddset(&static_cast<ucontext_t*>(pContext)->uc_sigmask, nSignal);
+    return kill(getpid(), nSignal) == 0;
+}
+
+void OnSignal(int nSignal, siginfo_t* pInfo, void* pContext) noexcept
 {
     const int nErrno = errno;
+    if (PassToAnotherThread(nSignal, *pInfo, pContext))
+    {
+        errno = nErrno;
+        return;
+    }
     for (CFatalSignal& fatal : g_signals)
         if (fatal.m_nSignal == nSignal)
         {
@@ -63,7 +86,84 @@ void OnSignal(int nSignal, siginfo_t* pInfo, void*) noexcept
     errno = nErrno;
 }
 
+/// A stack of its own for the handlers of a thread, with a page below that nothing may touch. It goes with
+/// the thread, or with the library when the thread is the one that unloads it.
+class CFatalStack
+{
+public:
+    static bool Reserve() noexcept
+    {
+        stack_t now;
+        if (sigaltstack(nullptr, &now) != 0)
+            return false;
+        if ((now.ss_flags & SS_DISABLE) == 0)
+            return true;
+        void* const p =
+            mmap(nullptr, c_nBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+        if (p == MAP_FAILED)
+            return false;
+        mprotect(p, c_nGuard, PROT_NONE);
+        const stack_t stack{static_cast<char*>(p) + c_nGuard, 0, c_nBytes - c_nGuard};
+        if (sigaltstack(&stack, nullptr) == 0 && pthread_setspecific(Key(), p) == 0)
+            return true;
+        Free(p);
+        return false;
+    }
+
+    static void LeaveLibrary() noexcept
+    {
+        if (void* const p = pthread_getspecific(Key()))
+            Free(p);
+        pthread_key_delete(Key());
+    }
+
+private:
+    // The kernel's part of a frame takes up to 12 KB on some processors, the former handlers what they take.
+    static constexpr std::size_t c_nGuard = 0x1000;
+    static constexpr std::size_t c_nBytes = 0x20000 + c_nGuard;
+
+    static void Free(void* p) noexcept
+    {
+        const stack_t none{nullptr, SS_DISABLE, 0};
+        sigaltstack(&none, nullptr);
+        munmap(p, c_nBytes);
+    }
+
+    static pthread_key_t Key() noexcept { return s_key; }
+    static inline pthread_key_t s_key = [] {
+        pthread_key_t key{};
+        pthread_key_create(&key, Free);
+        return key;
+    }();
+};
+
+[[gnu::destructor]] void LeaveFatalStacks()
+{
+    CFatalStack::LeaveLibrary();
+}
+
 } // namespace
+
+void CFatalGate::Open() noexcept
+{
+    m_nOpen = 1;
+    FutexWake(m_nOpen, INT_MAX);
+}
+
+void CFatalGate::Wait(DWORD dwMilliseconds) noexcept
+{
+    const timespec span{static_cast<time_t>(dwMilliseconds / 1000),
+                        static_cast<long>(dwMilliseconds % 1000) * 1'000'000};
+    // A signal that interrupts begins the time anew, and signals are few.
+    while (m_nOpen == 0 && FutexWait(m_nOpen, 0, dwMilliseconds == INFINITE ? nullptr : &span))
+    {
+    }
+}
+
+bool PortReserveFatalStack() noexcept
+{
+    return CFatalStack::Reserve();
+}
 
 void PortCatchFatal(PortFatalHandler pfnHandler) noexcept
 {

@@ -20,7 +20,12 @@ inline bool FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t nValue,
            errno != ETIMEDOUT;
 }
 
+inline void FutexWake(std::atomic<std::uint32_t>& word, int nSleepers) noexcept
+{
+    syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, nSleepers, nullptr, nullptr, 0);
+}
+
 inline void FutexWakeOne(std::atomic<std::uint32_t>& word) noexcept
 {
-    syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+    FutexWake(word, 1);
 }

@@ -29,20 +29,30 @@ std::atomic<DWORD> g_dwProcessId{0};
 class CThread;
 constinit std::atomic<CThread*> g_pAbandoned{nullptr};
 
+// A signal handler asks for it, so that it must be there without memory for it.
+__thread bool t_bOwnThread __attribute__((tls_model("initial-exec")));
+
 // The library's threads leave the program's signals to the program's own threads. They take what a fault of
-// their own raises, and what parks them.
+// their own raises, and what parks them, once they know whose they are.
 class CThreadSignals
 {
 public:
     CThreadSignals() noexcept
     {
-        sigset_t blocked;
-        sigfillset(&blocked);
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_former);
+    }
+    static void BeginOwnThread() noexcept
+    {
+        t_bOwnThread = true;
+        sigset_t taken;
+        sigemptyset(&taken);
         for (const int nSignal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
-            sigdelset(&blocked, nSignal);
+            sigaddset(&taken, nSignal);
         for (int nSignal = SIGRTMIN; nSignal <= SIGRTMAX; ++nSignal)
-            sigdelset(&blocked, nSignal);
-        pthread_sigmask(SIG_SETMASK, &blocked, &m_former);
+            sigaddset(&taken, nSignal);
+        pthread_sigmask(SIG_UNBLOCK, &taken, nullptr);
     }
     CThreadSignals(const CThreadSignals&) = delete;
     CThreadSignals& operator=(const CThreadSignals&) = delete;
@@ -188,6 +198,7 @@ private:
 
     static void* Run(void* p) noexcept
     {
+        CThreadSignals::BeginOwnThread();
         auto* pThread = static_cast<CThread*>(p);
         pThread->m_dwId = GetCurrentThreadId();
         FutexWakeOne(pThread->m_dwId);
@@ -265,6 +276,11 @@ DWORD GetCurrentProcessId() noexcept
         g_dwProcessId.store(dwId, std::memory_order_relaxed);
     }
     return dwId;
+}
+
+bool PortIsOwnThread() noexcept
+{
+    return t_bOwnThread;
 }
 
 void PortParkThreads() noexcept
