@@ -146,14 +146,14 @@ TEST_F(Log, ChildSharesTheParentsFile)
 
 TEST_F(Log, CopiesOfAReleasedLogAreSilent)
 {
-    Init(lqlErrors);
-    m_log.LogErr(ORVTEXT("before"));
+    Init(lqlErrors, ORVTEXT("Pfx"));
     COrvLog copy(m_log);
+    copy.LogErr(ORVTEXT("before"));
     m_log.ReleaseLog();
     copy.LogErr(ORVTEXT("after"));
     copy.ReleaseLog();
     copy.ReleaseLog();
-    EXPECT_EQ("=E> <t> before\r\n", Written());
+    EXPECT_EQ("=E> Pfx <t> before\r\n", Written());
 }
 
 TEST_F(Log, FormatsThatDifferInCaseNameOneFile)
@@ -231,51 +231,6 @@ TEST_F(Log, MayBeReleasedWhileThreadsLog)
             thread.join();
         EXPECT_TRUE(Written().starts_with("=I> "));
     }
-}
-
-TEST_F(Log, LinesWaitUntilTheFileCanBeOpened)
-{
-    CDebugCapture debugger;
-    WriteBytes(m_dir / "sub", ""); // where the folder is to be
-    const auto file = m_dir / "sub" / "late.txt";
-    ASSERT_TRUE(m_log.InitFileLog(file.string<WCHAR>().c_str(), lqlErrors, nullptr));
-    m_log.LogErr(ORVTEXT("1"));
-    m_log.LogErr(ORVTEXT("2"));
-    std::string sDebug;
-    while (sDebug.find("Log creation error: Cannot create or open log file: ") == sDebug.npos)
-        sDebug += debugger.Take();
-    std::filesystem::remove(m_dir / "sub");
-    m_log.LogErr(ORVTEXT("3"));
-    m_log.ReleaseLog();
-    EXPECT_EQ("=E> <t> 1\r\n=E> <t> 2\r\n=E> <t> 3\r\n", WithoutTimes(ReadBytes(file)));
-}
-
-ORV_CHILD(LogAtTheEnd)
-{
-    static struct CLateLogger
-    {
-        ~CLateLogger() { m_log.LogErr(ORVTEXT("from a static destructor")); }
-        COrvLog m_log;
-    } s_late;
-    const Text sFile = std::filesystem::path(args.at(0)).string<WCHAR>();
-    if (!s_late.m_log.InitFileLog(sFile.c_str(), lqlErrors, nullptr) ||
-        !InitFileProcessLogger(sFile.c_str(), lqlErrors))
-        return 1;
-    LogStrExp(lqlErrors, "from main");
-    // Wine breaks when it kills a thread that is just opening a file, so the end comes later than that.
-    while (ReadBytes(args.at(0)).empty())
-        std::this_thread::yield();
-    // Never released: its lines are written at the library's end.
-    static COrvLog* const s_pLost = new COrvLog(&s_late.m_log, -1, nullptr);
-    s_pLost->LogErr(ORVTEXT("from a lost log"));
-    return 0;
-}
-
-TEST_F(Log, NothingIsLostAtTheEndOfTheProcess)
-{
-    EXPECT_EQ(0, CChildProcess("LogAtTheEnd", {m_file.string()}).Wait().m_iExitCode);
-    EXPECT_EQ("=E> <t> from main\r\n=E> <t> from a lost log\r\n=E> <t> from a static destructor\r\n",
-              Written());
 }
 
 // ---- The process logger ----
@@ -374,6 +329,49 @@ TEST_F(RegistryLog, UserComesBeforeTheMachineAndThatBeforeDefaults)
     Configure(HKEY_CURRENT_USER, 0);
     EXPECT_FALSE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr)) << "no log is wanted";
     EXPECT_FALSE(m_log.HasLog(~0u));
+}
+
+TEST_F(RegistryLog, NumbersOfTheKeyAreTheOptionsOfLogAndFile)
+{
+    Configure(HKEY_CURRENT_USER, lqlErrors);
+    const struct
+    {
+        const WCHAR* m_sValue;
+        RegistryValue m_value;
+        std::uint64_t m_nExpected;
+    } cases[] = {
+        {ORVTEXT("EventFlushLevel"), NumberValue(DWORD{lqlWarnings}), lqlWarnings},
+        {ORVTEXT("EventMaxWaiting"), NumberValue(std::uint64_t{5'000'000'000}), 5'000'000'000},
+        {ORVTEXT("EventMaxFileSize"), NumberValue(std::uint64_t{6'000'000'000}), 6'000'000'000},
+        {ORVTEXT("EventKeepFiles"), NumberValue(DWORD{14}), 14},
+        {ORVTEXT("EventUTF8"), NumberValue(DWORD{1}), 1},
+        {ORVTEXT("EventMaxWaiting"), TextValue(ORVTEXT("7")), 64 << 20}, // no number
+        {ORVTEXT("EventMaxWaiting"), {REG_DWORD, "12"}, 64 << 20},       // half a number
+        {ORVTEXT("EventKeepFiles"), {REG_QWORD, "1234567"}, 0},
+        {ORVTEXT("EventFlushLevel"), {REG_BINARY, "1234"}, 0},
+    };
+    for (const auto& c : cases)
+    {
+        Set(HKEY_CURRENT_USER, c.m_sValue, c.m_value);
+        m_log.SetFlushLevel(0);
+        ASSERT_TRUE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr));
+        const std::map<Text, std::uint64_t> actual{
+            {ORVTEXT("EventFlushLevel"), m_log.GetFlushLevel()},
+            {ORVTEXT("EventMaxWaiting"), m_log.GetFileOption(lqfMaxWaiting)},
+            {ORVTEXT("EventMaxFileSize"), m_log.GetFileOption(lqfMaxFileBytes)},
+            {ORVTEXT("EventKeepFiles"), m_log.GetFileOption(lqfKeepFiles)},
+            {ORVTEXT("EventUTF8"), m_log.GetFileOption(lqfUTF8)}};
+        for (const auto& [sName, nValue] : actual)
+            EXPECT_EQ(sName == c.m_sValue                   ? c.m_nExpected
+                      : sName == ORVTEXT("EventMaxWaiting") ? 64u << 20
+                                                            : 0u,
+                      nValue)
+                << c.m_nExpected;
+        m_log.ReleaseLog();
+        ASSERT_EQ(ERROR_SUCCESS,
+                  StoreValue(HKEY_CURRENT_USER, ORVTEXT("Software\\Orvanex\\Lumatrek\\TestLog"), c.m_sValue,
+                             std::nullopt));
+    }
 }
 
 TEST_F(RegistryLog, IdsThatAreNoTextAreNone)

@@ -139,6 +139,9 @@ TEST(TextFile, EncodingIsRecognized)
     EXPECT_EQ(ORVTEXT("a\uFFFDz"), Converted("\xEF\xBB\xBF\x61\xE9z")) << "damaged UTF-8 with mark";
     EXPECT_EQ(ORVTEXT(""), Converted("\xEF\xBB\xBF")) << "only a UTF-8 mark";
     EXPECT_EQ(ORVTEXT("\u00E9\U0001F600"), Converted("\xC3\xA9\xF0\x9F\x98\x80")) << "UTF-8 without mark";
+    EXPECT_EQ(ORVTEXT("\u07FFa\u0800b\uFFFFc\U00010000"),
+              Converted("\xDF\xBF\x61\xE0\xA0\x80\x62\xEF\xBF\xBF\x63\xF0\x90\x80\x80"))
+        << "the first and last of each length";
     EXPECT_EQ(Wide("a\xC3"), Converted("a\xC3")) << "sequence past the end";
     EXPECT_EQ(Wide("\xE9t\xE9"), Converted("\xE9t\xE9")) << "sequence with ASCII inside";
     EXPECT_EQ(ORVTEXT("\uFFFD\uFFFD"), Converted("\x80\x80")) << "not UTF-8, yet passes the check";

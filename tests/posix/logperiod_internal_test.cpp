@@ -17,19 +17,29 @@ TEST(LogPeriod, FollowsTheLocalDay)
 {
     const struct
     {
+        const WCHAR* m_sPeriod;
         const char* m_sZone;
         __time64_t m_tFirst; // UTC
         __time64_t m_tSecond;
         const char* m_sFirst;
         const char* m_sSecond;
     } cases[] = {
-        {"Asia/Beirut", 1648331999, 1648332000, "app_D220326.txt", "app_D220327.txt"}, // 0:00 is skipped
-        {"Asia/Kolkata", 1772303399, 1772303400, "app_D260228.txt", "app_D260301.txt"},
-        {"Asia/Kathmandu", 1772302499, 1772302500, "app_D260228.txt", "app_D260301.txt"},
-        {"America/Havana", 1793509200, 1793512800, "app_D261101.txt", "app_D261101.txt"}, // 0:00 comes twice
-        {"America/Sao_Paulo", 1518919199, 1518919200, "app_D180217.txt", "app_D180217.txt"}, // 23:00 does
-        {"Europe/Warsaw", 1792886400, 1792890000, "app_D261025.txt", "app_D261025.txt"},
-        {"Pacific/Apia", 1325239199, 1325239200, "app_D111229.txt", "app_D111231.txt"}, // no 30th
+        // 0:00 is skipped
+        {ORVTEXT("#DA"), "Asia/Beirut", 1648331999, 1648332000, "app_D220326.txt", "app_D220327.txt"},
+        {ORVTEXT("#WE"), "Asia/Beirut", 1648331999, 1648332000, "app_W220321.txt", "app_W220321.txt"},
+        {ORVTEXT("#WE"), "Asia/Beirut", 1648414799, 1648414800, "app_W220321.txt", "app_W220328.txt"},
+        // The clock is set back over it
+        {ORVTEXT("#DA"), "Asia/Beirut", 1648332000, 1648331999, "app_D220327.txt", "app_D220326.txt"},
+        {ORVTEXT("#DA"), "Asia/Kolkata", 1772303399, 1772303400, "app_D260228.txt", "app_D260301.txt"},
+        {ORVTEXT("#MO"), "Asia/Kolkata", 1772303399, 1772303400, "app_M2602.txt", "app_M2603.txt"},
+        {ORVTEXT("#DA"), "Asia/Kathmandu", 1772302499, 1772302500, "app_D260228.txt", "app_D260301.txt"},
+        // 0:00 comes twice
+        {ORVTEXT("#DA"), "America/Havana", 1793509200, 1793512800, "app_D261101.txt", "app_D261101.txt"},
+        // 23:00 does
+        {ORVTEXT("#DA"), "America/Sao_Paulo", 1518919199, 1518919200, "app_D180217.txt", "app_D180217.txt"},
+        {ORVTEXT("#DA"), "Europe/Warsaw", 1792886400, 1792890000, "app_D261025.txt", "app_D261025.txt"},
+        // There is no 30th
+        {ORVTEXT("#DA"), "Pacific/Apia", 1325239199, 1325239200, "app_D111229.txt", "app_D111231.txt"},
     };
     const CVariableGuard zone("TZ", "UTC");
     g_pfnLogTime = [] { return g_tNow; };
@@ -40,7 +50,7 @@ TEST(LogPeriod, FollowsTheLocalDay)
         SetTestVariable("TZ", c.m_sZone);
         tzset();
         const CTempDir dir;
-        CLogFile file(ORVTEXT("#DA") + (dir / "app.txt").string<WCHAR>(), options);
+        CLogFile file(c.m_sPeriod + (dir / "app.txt").string<WCHAR>(), options);
         for (const auto& [tNow, sName] :
              {std::pair(c.m_tFirst, c.m_sFirst), std::pair(c.m_tSecond, c.m_sSecond)})
         {

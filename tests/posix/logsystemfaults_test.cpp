@@ -1,4 +1,5 @@
-// What only this side can bring about: a full disk, a write that is cut short, a fork.
+// What only this side can bring about: a full disk, calls that fail, signals, a fork.
+#include "orvcomtypes/logcrash.h"
 #include "support/child_process.h"
 #include "support/debug_capture.h"
 #include "support/test_log.h"
@@ -6,14 +7,18 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,7 +53,31 @@ protected:
 constexpr DWORD kLong = 60000;
 
 std::atomic<bool> g_bSyncFails = false;
+std::atomic<bool> g_bSyncHangs = false;
 std::atomic<bool> g_bThreadsFail = false;
+
+/// A small file system in a folder; not everybody may have one.
+class CSmallDisk
+{
+public:
+    explicit CSmallDisk(const std::filesystem::path& folder) : m_folder(folder)
+    {
+        std::filesystem::create_directory(folder);
+        m_bMounted = mount("none", folder.c_str(), "tmpfs", 0, "size=64k") == 0;
+    }
+    CSmallDisk(const CSmallDisk&) = delete;
+    CSmallDisk& operator=(const CSmallDisk&) = delete;
+    ~CSmallDisk()
+    {
+        if (m_bMounted)
+            umount2(m_folder.c_str(), MNT_DETACH);
+    }
+    bool IsMounted() const { return m_bMounted; }
+
+private:
+    const std::filesystem::path m_folder;
+    bool m_bMounted;
+};
 
 /// The size to which files may grow.
 void LimitFiles(rlim_t nBytes)
@@ -66,6 +95,12 @@ void LimitFiles(rlim_t nBytes)
 
 extern "C" int fdatasync(int fd)
 {
+    if (g_bSyncHangs)
+    {
+        std::puts("in a flush");
+        std::fflush(stdout);
+        pause();
+    }
     if (g_bSyncFails)
     {
         errno = EIO;
@@ -82,21 +117,43 @@ extern "C" int pthread_create(pthread_t* pThread, const pthread_attr_t* pAttribu
     return g_bThreadsFail ? EAGAIN : s_pfnReal(pThread, pAttributes, pfn, pArgument);
 }
 
-TEST_F(LogSystemFaults, WriteThatIsCutShortGoesOnWhereItEnded)
+/// Lines until writing fails; what is written in the end.
+std::string LogUntilItFails(COrvLog& log, std::size_t nLine)
 {
     CDebugCapture debugger;
     std::string sExpected;
-    LimitFiles(1000);
     for (int i = 0; i < 300; ++i)
     {
-        const std::string sLine = "line " + std::to_string(i) + "\n";
-        m_log.LogRaw(sLine.c_str());
+        const std::string sLine = "line " + std::to_string(i) + std::string(nLine, '.') + "\n";
+        log.LogRaw(sLine.c_str());
         sExpected += sLine;
     }
     while (debugger.Take().find("Could not write to logfile\n") == std::string::npos)
         std::this_thread::yield();
+    return sExpected;
+}
+
+TEST_F(LogSystemFaults, WriteThatIsCutShortGoesOnWhereItEnded)
+{
+    LimitFiles(1000);
+    const std::string sExpected = LogUntilItFails(m_log, 0);
     LimitFiles(RLIM_INFINITY);
     EXPECT_EQ(sExpected, Written());
+}
+
+TEST_F(LogSystemFaults, DiskThatIsFullIsWaitedFor)
+{
+    const CSmallDisk disk(m_dir / "disk");
+    if (!disk.IsMounted())
+        GTEST_SKIP() << "only the superuser has a disk of any size";
+    WriteBytes(m_dir / "disk" / "other", std::string(40000, 'x'));
+    const auto file = m_dir / "disk" / "log.txt";
+    ASSERT_TRUE(m_log.InitFileLog(file.string<WCHAR>().c_str(), lqlInformation, nullptr));
+    const std::string sExpected = LogUntilItFails(m_log, 100);
+    std::filesystem::remove(m_dir / "disk" / "other");
+    EXPECT_TRUE(m_log.Flush(kLong));
+    m_log.ReleaseLog();
+    EXPECT_EQ(sExpected, ReadBytes(file));
 }
 
 // Threads of the parent log all the time, so that children begin while queues are full and locks are taken.
@@ -110,12 +167,14 @@ TEST_F(LogSystemFaults, ForkedChildrenNeitherRepeatNorLoseLinesNorHang)
     std::map<std::string, int> logged;
     for (const char* sWriter : {"p0", "p1", "p2", "p3"})
         threads.emplace_back([&, sWriter, &nLines = logged[sWriter]] {
-            for (; !bStop; ++nLines)
+            do
             {
                 m_log.LogOpt(lqlInformation, "%s %d", sWriter, nLines);
                 if (nLines % 16 == 0) // or the file grows too large
                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                ++nLines;
             }
+            while (!bStop);
         });
     std::vector<pid_t> children;
     for (int c = 0; c < 12; ++c)
@@ -136,6 +195,103 @@ TEST_F(LogSystemFaults, ChildThatDoesNotLogEndsWithoutTheParentsLines)
     m_log.LogRaw("parent\n");
     ExpectEnd(Fork("none", 0));
     EXPECT_EQ("parent\n", Written());
+}
+
+// ---- Bad ends ----
+
+namespace
+{
+
+/// Logs what a flush covers, and then more, whose flush hangs.
+void LogIntoAHangingFlush(const std::string& sFile)
+{
+    static COrvLog s_log;
+    s_log.InitFileLog(std::filesystem::path(sFile).string<WCHAR>().c_str(), lqlErrors | lqlInformation,
+                      nullptr);
+    for (int i = 0; i < 100; ++i)
+        s_log.LogOpt(lqlInformation, "w %d", i);
+    g_bSyncHangs = s_log.Flush(kLong);
+    s_log.LogOpt(lqlInformation, "w 100");
+}
+
+} // namespace
+
+ORV_CHILD(HangInAFlush)
+{
+    LogIntoAHangingFlush(args.at(0));
+    for (;;)
+        pause();
+}
+
+TEST_F(LogSystemFaults, WhatAFlushCoveredSurvivesTheEndWithinTheNext)
+{
+    for (const int nSignal : {SIGKILL, SIGTERM})
+    {
+        CChildProcess child("HangInAFlush", {m_file.string()});
+        EXPECT_EQ("in a flush", child.ReadLine());
+        kill(static_cast<pid_t>(child.Process()), nSignal);
+        EXPECT_EQ(-nSignal, child.Wait().m_iExitCode);
+        EXPECT_EQ((std::map<std::string, int>{{"w", 101}}), CountLines(Written()));
+    }
+}
+
+ORV_CHILD(FailWithADiskThatHangs)
+{
+    InstallLogCrashHandler(nullptr, 100);
+    LogIntoAHangingFlush(args.at(0));
+    std::abort();
+}
+
+TEST_F(LogSystemFaults, CrashHandlerWaitsForADiskButNotForEver)
+{
+    EXPECT_EQ(-SIGABRT, CChildProcess("FailWithADiskThatHangs", {m_file.string()}).Wait().m_iExitCode);
+    EXPECT_EQ((std::map<std::string, int>{{"w", 101}}), CountLines(Written()));
+}
+
+/// Waits for a signal that somebody sends; a forked child does when there are two arguments.
+ORV_CHILD(WaitForASignal)
+{
+    COrvLog log;
+    if (!log.InitFileLog(std::filesystem::path(args.at(0)).string<WCHAR>().c_str(), lqlErrors, nullptr) ||
+        !InstallLogCrashHandler(&log, 60000))
+        return 1;
+    const pid_t pid = args.size() > 1 ? fork() : 0;
+    if (pid == 0)
+    {
+        log.LogErr(ORVTEXT("before"));
+        std::printf("%d\n", static_cast<int>(getpid()));
+        std::fflush(stdout);
+        for (;;) // also within the library's own locks
+            log.HasFL();
+    }
+    int nStatus = 0;
+    waitpid(pid, &nStatus, 0);
+    signal(WTERMSIG(nStatus), SIG_DFL);
+    RemoveLogCrashHandler();
+    raise(WTERMSIG(nStatus));
+    return 1;
+}
+
+TEST_F(LogSystemFaults, SignalsThatAreSentAreTold)
+{
+#ifdef ORV_TEST_SANITIZED
+    GTEST_SKIP() << "the sanitizers take signals for themselves";
+#endif
+    for (const auto& [nSignal, sName] :
+         {std::pair(SIGABRT, "SIGABRT"), std::pair(SIGBUS, "SIGBUS"), std::pair(SIGFPE, "SIGFPE"),
+          std::pair(SIGILL, "SIGILL"), std::pair(SIGSEGV, "SIGSEGV"), std::pair(SIGSYS, "SIGSYS")})
+        for (const bool bForked : {false, true})
+        {
+            ChildArguments args{m_file.string()};
+            if (bForked)
+                args.push_back("forked");
+            CChildProcess child("WaitForASignal", args);
+            kill(static_cast<pid_t>(std::stoi(child.ReadLine())), nSignal);
+            EXPECT_EQ(-nSignal, child.Wait().m_iExitCode);
+            EXPECT_EQ("=E> <t> before\r\n=E> <t> The process ends. Signal " + std::to_string(nSignal) + " (" +
+                          sName + ")\r\n",
+                      Written());
+        }
 }
 
 // ---- Calls that fail ----
@@ -208,6 +364,39 @@ TEST_F(LogSystemFaults, PipeGetsItsLines)
         m_log.LogInf(ORVTEXT("2"));
         EXPECT_FALSE(m_log.Flush(10));
     }
+}
+
+TEST_F(LogSystemFaults, PipeThatNobodyEmptiesDoesNotHoldUpCallersForLong)
+{
+    const auto pipe = m_dir / "pipe.txt";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    const int fd = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_TRUE(m_log.InitFileLog(pipe.string<WCHAR>().c_str(), lqlInformation, nullptr));
+    m_log.SetFileOption(lqfMaxWaiting, 100000);
+    // A second each would outlast the test.
+    const std::string sLine(1000, 'x');
+    for (int i = 0; i < 1000; ++i)
+        m_log.LogSimpleStr(lqlInformation, sLine.c_str());
+    EXPECT_LT(700u, m_log.GetLostLines());
+    m_log.ReleaseLog();
+    close(fd);
+}
+
+TEST_F(LogSystemFaults, LinesWaitWhereASocketIs)
+{
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{AF_UNIX, {}};
+    const std::string sSocket = std::filesystem::relative(m_dir / "socket.txt").string();
+    sSocket.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    ASSERT_TRUE(m_log.InitFileLog((m_dir / "socket.txt").string<WCHAR>().c_str(), lqlInformation, nullptr));
+    m_log.LogInf(ORVTEXT("1"));
+    EXPECT_FALSE(m_log.Flush(10));
+    std::filesystem::remove(m_dir / "socket.txt");
+    EXPECT_TRUE(m_log.Flush(kLong));
+    m_log.ReleaseLog();
+    EXPECT_EQ("=I> <t> 1\r\n", WithoutTimes(ReadBytes(m_dir / "socket.txt")));
+    close(fd);
 }
 
 ORV_CHILD(LogToStandardOutput)
