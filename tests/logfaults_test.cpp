@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
-#include <thread>
 
 namespace
 {
@@ -190,32 +189,6 @@ TEST_F(LogFaults, FlushedLinesAreInTheFile)
     heir.LogOpt(lqlErrors | lqlSQL, "4");
     EXPECT_TRUE(ReadBytes(m_file).ends_with("4\r\n"));
     heir.ReleaseLog();
-}
-
-// Threads flush while others log: what a thread flushed is there.
-TEST_F(LogFaults, FlushCoversWhatItsThreadLogged)
-{
-    constexpr int nLines = 100;
-    std::map<std::string, int> expected;
-    Init(lqlInformation);
-    std::vector<std::jthread> threads;
-    for (int t = 0; t < 4; ++t)
-    {
-        expected["t" + std::to_string(t)] = nLines;
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < nLines; ++i)
-            {
-                m_log.LogOpt(lqlInformation, "t%d %d", t, i);
-                if (i % 20 == t)
-                {
-                    EXPECT_TRUE(m_log.Flush(kLong));
-                }
-            }
-        });
-    }
-    threads.clear();
-    EXPECT_TRUE(m_log.Flush(kLong));
-    EXPECT_EQ(expected, CountLines(ReadBytes(m_file)));
 }
 
 // ---- Retention ----

@@ -7,8 +7,9 @@
 ///
 /// Lines that cannot be written yet (full disk, missing folder, no handle) wait in memory, up to a limit
 /// (`lqfMaxWaiting`); beyond it lines are dropped, errors last. A call that meets the limit while the disk
-/// works waits for room, at most a second. Whatever is dropped, or may not have come to
-/// the disk, is counted (`GetLostLines`) and told in the file, in front of the next line:
+/// works waits for room, at most a second; once one has waited in vain none does until the disk takes lines
+/// again. Whatever is dropped, for want of memory too, or may not have come to the disk, is counted
+/// (`GetLostLines`) and told in the file, in front of the next line:
 ///
 ///   =W> 261112_213005 Lost log lines: 3 (210 bytes), logged between 261112_212950 and 261112_213004
 ///
@@ -29,6 +30,12 @@
 ///
 /// Ownership: a log holds one reference to its handler. Copies of a log point at the handler without one, and
 ///   releasing any of them gives that one back: the others fall silent.
+/// Null, empty, zero: a null or empty text, a null format and level 0 log nothing (`LogRaw` knows no levels);
+///   a null prefix is an empty one; a log without a file is silent, and its answers are empty, 0 and, from
+///   `Flush`, true.
+/// The end: after `UninitOrvComTypes`, in final release too, logs go on as before; only positions of `SetFL`
+///   are forgotten. When the library is unloaded or the process exits, all logs together have a second to
+///   write what waits; what is logged after that is dropped. For bad ends see logcrash.h.
 /// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix` and
 ///   assignment must not overlap other calls on the same object; `ReleaseLog` may, and drops what comes after
 ///   it. A forked child may go on logging; the lines queued at that moment are the parent's.
@@ -121,13 +128,14 @@ public:
     /// Shares the parent's file. Options -1 and a null prefix: the parent's. Without a parent the log is
     /// released.
     bool InitLog(const COrvLog* parent, int options, const WCHAR* prefix);
-    /// False when the format is empty.
+    /// False, with options 0 and the former file kept, when the format is empty or there is no memory.
     bool InitFileLog(const WCHAR* fileNameFormat, int options, const WCHAR* prefix);
     /// Options and file from the values "EventLog" and "EventDir" of a registry key, of the user or the
-    /// machine. True only when both were read there; else the log works with a weekly file in the user's data
-    /// folder and, without "EventLog", with options 0x4027. The numbers "EventFlushLevel", "EventMaxWaiting",
-    /// "EventMaxFileSize", "EventKeepFiles" and "EventUTF8", where present, are what `SetFlushLevel` and
-    /// `SetFileOption` take.
+    /// machine; a name that does not begin with "Software" lies below "Software\Orvanex\Lumatrek". True only
+    /// when both were read there. Without "EventLog" the log works with options 0x4027, without either value
+    /// with a weekly file in the user's data folder, and the result is false. "EventLog" 0 wants no log:
+    /// false and options 0. The numbers "EventFlushLevel", "EventMaxWaiting", "EventMaxFileSize",
+    /// "EventKeepFiles" and "EventUTF8", where present, are what `SetFlushLevel` and `SetFileOption` take.
     bool InitRegLog(const WCHAR* keyName, const WCHAR* prefix);
     void ReleaseLog();
 
@@ -138,7 +146,7 @@ public:
     unsigned RevokeLogOpt(unsigned mask) { return m_nOptions.fetch_and(~mask, std::memory_order_relaxed); }
     bool HasLog(unsigned mask) const { return (GetLogOpt() & mask) != 0 && Handler() != nullptr; }
 
-    /// At most 63 bytes in the ANSI code page.
+    /// At most 63 bytes in the ANSI code page, cut between characters.
     void SetPrefix(const WCHAR* prefix);
     COrvStr GetPrefix() const;
     COrvStr GetLogFileName() const;
@@ -158,7 +166,7 @@ public:
     /// An option of the log's file, for all logs that share it; false without a file.
     bool SetFileOption(LQLogFileOption option, std::uint64_t value) const;
     std::uint64_t GetFileOption(LQLogFileOption option) const;
-    /// How many lines of the file were lost since it was first opened, and their bytes.
+    /// How many lines of the file were lost since its first log was made, and their bytes (null: not asked).
     std::uint64_t GetLostLines(std::uint64_t* bytes = nullptr) const;
 
     void LogErr(const WCHAR* text) const { LogSimpleStr(lqlErrors, text); }
@@ -190,13 +198,16 @@ public:
     void LogRaw(unsigned level, const char* text) const;
     void LogRaw(const WCHAR* text) const;
 
-    /// The source position that the calling thread's next lines carry, until SetFL(nullptr, 0). Not copied.
+    /// The source position that the calling thread's next lines carry, in every log, until
+    /// SetFL(nullptr, 0). The text is not copied: it must stay valid until then. Without memory the lines do
+    /// without it.
     const COrvLog& SetFL(const char* file, int line) const;
     void GetFL(const char*& file, int& line) const;
     /// True when no position is pending: the reverse of what the name says, deliberately.
     bool HasFL() const;
 
-    /// Opens the file in the system's text editor.
+    /// Opens the file in the system's text editor; false, with a line that says why, when that did not start,
+    /// and without a file.
     bool ShowLogFileWithNotepad() const;
 
 private:
@@ -229,7 +240,7 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL LogStrRawExp(const char* text);
 /// Copies the file name, cut to \p size characters with the terminator, when size is more than 2; returns \p
 /// dest.
 ORV_EXTERN_C ORV_FUNC WCHAR* ORVCALL GetLogFileNameExp(WCHAR* dest, unsigned size);
-/// Flushes all logs of the process, as `COrvLog::Flush` does one.
+/// Flushes all logs of the process, as `COrvLog::Flush` does one; the time is for all together.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL FlushLogs(DWORD milliseconds);
 /// How many lines were lost in all logs since the library was loaded, and their bytes.
 ORV_EXTERN_C ORV_FUNC std::uint64_t ORVCALL GetLostLogLines(std::uint64_t* bytes);
