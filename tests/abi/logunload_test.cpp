@@ -21,6 +21,7 @@ constexpr int kLines = 5;
 using Plain = void ORVCALL();
 using InitLogger = bool ORVCALL(const WCHAR* sFormat, int nOptions);
 using LogText = void ORVCALL(unsigned nLevel, const char* sText);
+using InstallHandler = bool ORVCALL(void* pLog, DWORD nMilliseconds);
 
 class CLoadedLog
 {
@@ -36,6 +37,7 @@ public:
         for (int i = 0; i < kLines; ++i)
             m_library.Find<LogText>("LogStrExp")(1, "line");
     }
+    void CatchCrashes() { m_library.Find<InstallHandler>("InstallLogCrashHandler")(nullptr, 100); }
     void Call(const char* sFunction) { m_library.Find<Plain>(sFunction)(); }
 
 private:
@@ -49,6 +51,7 @@ struct COrder
     void (*m_pfnEnd)(CLoadedLog& log);
 } const g_orders[] = {
     {"unload", kLines, [](CLoadedLog&) {}},
+    {"crash handler, unload", kLines, [](CLoadedLog& log) { log.CatchCrashes(); }},
     {"release, unload", kLines, [](CLoadedLog& log) { log.Call("ReleaseProcessLogger"); }},
     {"teardown, unload", kLines, [](CLoadedLog& log) { log.Call("UninitOrvComTypes"); }},
     {"teardown, release, unload", kLines,
