@@ -159,7 +159,8 @@ public:
     bool Flush(DWORD milliseconds) const;
     /// From this level on (errors, warnings, information, SQL, custom levels) a line is flushed before the
     /// call that logs it returns; 0, as at first: none. Such a call waits while the disk works, at most 5
-    /// seconds, and does not wait for a disk that is full. Heirs and copies take the level over.
+    /// seconds, and does not wait for a disk that is full or on which another call has just waited in vain.
+    /// Heirs and copies take the level over.
     void SetFlushLevel(unsigned level) { m_nFlushLevel.store(level, std::memory_order_relaxed); }
     unsigned GetFlushLevel() const { return m_nFlushLevel.load(std::memory_order_relaxed); }
 

@@ -164,6 +164,7 @@ void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWr
     if (bWritten)
         m_nDone = batch.m_nTicket;
     m_bFailing = !bWritten;
+    m_bHangs = false;
     m_nWaiting.store(Waiting(), std::memory_order_relaxed);
     SignalDone(batch.m_nTicket);
 }
@@ -224,7 +225,7 @@ void CLogFileInnerHandler::BeginAnewInChild()
     m_queue.Clear();
     m_nBytesInRound = m_nLinesInRound = 0;
     m_nWaiting = 0;
-    m_bFailing = false;
+    m_bFailing = m_bHangs = false;
     m_untold = m_lost = {};
     m_nLostAtFlush = 0;
     m_hPendingDone = nullptr;
@@ -269,7 +270,7 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 }
 
 /// Lines come faster than a disk that works takes them: who brings more waits for it a while. Where writing
-/// fails, or hangs so long that one has waited in vain, nobody waits until it works again.
+/// fails or hangs nobody waits.
 void CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
@@ -277,11 +278,8 @@ void CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
         return;
     const DWORD dwEndTick = GetTickCount() + kRoomMs;
     while (m_nWaiting.load(std::memory_order_relaxed) + nBytes > nMax && !m_bFailing && !m_bStop)
-    {
-        const DWORD dwLeft = TimeUntil(dwEndTick);
-        if (dwLeft == 0 || !WaitUntilDone(dwLeft, true))
-            m_bFailing = true;
-    }
+        if (!WaitUntilDone(TimeUntil(dwEndTick), true))
+            return;
 }
 
 void CLogFileInnerHandler::WakeThread()
@@ -361,8 +359,8 @@ bool CLogFileInnerHandler::Flush(DWORD dwMilliseconds)
 }
 
 /// Waits for a round's event as long as there is somebody to signal it: the end of a process on Windows ends
-/// threads by force.
-void CLogFileInnerHandler::Await(HANDLE hEvent, DWORD dwMilliseconds)
+/// threads by force. False when the time is over.
+bool CLogFileInnerHandler::Await(HANDLE hEvent, DWORD dwMilliseconds)
 {
     const DWORD dwStart = GetTickCount();
     for (;;)
@@ -371,11 +369,13 @@ void CLogFileInnerHandler::Await(HANDLE hEvent, DWORD dwMilliseconds)
         const DWORD dwLeft = dwMilliseconds == INFINITE  ? kLookMs
                              : dwPassed < dwMilliseconds ? dwMilliseconds - dwPassed
                                                          : 0;
-        if (WaitForSingleObject(hEvent, (std::min)(dwLeft, kLookMs)) != WAIT_TIMEOUT || dwLeft == 0)
-            return;
+        if (WaitForSingleObject(hEvent, (std::min)(dwLeft, kLookMs)) != WAIT_TIMEOUT)
+            return true;
+        if (dwLeft == 0)
+            return false;
         const OCT::CCritSectGuard guard(&m_lock);
         if (!HasThread())
-            return;
+            return true;
     }
 }
 
@@ -395,18 +395,19 @@ bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
         waiter.m_nTicket = m_nQueued;
         if (m_nDone < m_nQueued && !m_bStop)
             EnsureThread();
-        bWait = m_nDone < m_nQueued && waiter.m_hEvent != nullptr && HasThread();
+        bWait = m_nDone < m_nQueued && waiter.m_hEvent != nullptr && HasThread() && !(bOneTry && m_bHangs);
         if (bWait)
         {
             waiter.m_pNext = std::exchange(m_pWaiters, &waiter);
             WakeThread();
         }
     }
-    if (bWait)
-        Await(waiter.m_hEvent, dwMilliseconds);
+    const bool bInVain = bWait && !Await(waiter.m_hEvent, dwMilliseconds);
     bool bDone;
     {
         const OCT::CCritSectGuard guard(&m_lock);
+        if (bInVain && bOneTry && m_nLinesInRound > 0)
+            m_bHangs = true;
         CFlushWaiter** pp = &m_pWaiters;
         while (*pp != nullptr && *pp != &waiter)
             pp = &(*pp)->m_pNext;

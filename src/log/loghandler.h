@@ -35,7 +35,8 @@ public:
     /// lines were lost since the last call.
     bool Flush(DWORD dwMilliseconds);
     /// Waits until everything queued so far is on the disk or given up; true then. With \p bOneTry not longer
-    /// than the next round takes.
+    /// than the next round takes, and not at all when another such call has waited in vain for the one that
+    /// is under way.
     bool WaitUntilDone(DWORD dwMilliseconds, bool bOneTry);
     /// Makes the thread write now.
     void Wake();
@@ -110,7 +111,7 @@ private:
     void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
     void WriteBehind(const CRun& run);
     void WaitForRoom(std::uint64_t nBytes);
-    void Await(HANDLE hEvent, DWORD dwMilliseconds);
+    bool Await(HANDLE hEvent, DWORD dwMilliseconds);
     void GiveUp();
 
     // Under the lock:
@@ -138,11 +139,12 @@ private:
     HANDLE m_hPendingDone = nullptr;
     std::uint64_t m_nPendingDone = 0; ///< the line after which the event is signalled
     CFlushWaiter* m_pWaiters = nullptr;
+    bool m_bHangs = false;   ///< somebody has waited in vain for the round that is under way
     bool m_bAsleep = true;   ///< the thread waits without end, so it must be woken
     DWORD m_dwLastStart = 0; ///< tick of the last try to start the thread
     CRun* m_pRun = nullptr;
     std::atomic<std::uint64_t> m_nWaiting = 0; ///< bytes, for a look without the lock
-    std::atomic<bool> m_bFailing = false;      ///< the last round left lines, or this one hangs
+    std::atomic<bool> m_bFailing = false;      ///< the last round left lines
     std::atomic<bool> m_bStop = false;
     bool m_bHeldUp = false;
     LONG volatile m_nReferences = 0;

@@ -372,10 +372,13 @@ TEST_F(LogSystemFaults, PipeThatNobodyEmptiesDoesNotHoldUpCallersForLong)
     const int fd = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_TRUE(m_log.InitFileLog(pipe.string<WCHAR>().c_str(), lqlInformation, nullptr));
     m_log.SetFileOption(lqfMaxWaiting, 100000);
-    // A second each would outlast the test.
+    // A second each, and for a flush five, would outlast the test.
     const std::string sLine(1000, 'x');
     for (int i = 0; i < 1000; ++i)
+    {
         m_log.LogSimpleStr(lqlInformation, sLine.c_str());
+        m_log.SetFlushLevel(i > 500 ? lqlInformation : 0u);
+    }
     EXPECT_LT(700u, m_log.GetLostLines());
     m_log.ReleaseLog();
     close(fd);
