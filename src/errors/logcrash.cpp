@@ -137,6 +137,8 @@ bool CCrashLogger::Install(COrvLog* pLog, DWORD dwMilliseconds)
 
 void CCrashLogger::Renew()
 {
+    if (IsOurs())
+        return;
     const OCT::CCritSectGuard guard(&m_lock);
     if (m_hThread != nullptr && !IsOurs())
         StartThread();
