@@ -21,7 +21,7 @@ constexpr int kLines = 5;
 using Plain = void ORVCALL();
 using InitLogger = bool ORVCALL(const WCHAR* sFormat, int nOptions);
 using LogText = void ORVCALL(unsigned nLevel, const char* sText);
-using InstallHandler = bool ORVCALL(void* pLog, DWORD nMilliseconds);
+using InstallHandler = bool ORVCALL(class COrvLog* pLog, DWORD nMilliseconds);
 
 class CLoadedLog
 {
