@@ -155,9 +155,11 @@ void CLogFileInnerHandler::Take(CBatch& batch)
 
 void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten)
 {
+    CLogQueue surplus;
     const OCT::CCritSectGuard guard(&m_lock);
     m_nBytesInRound = m_nLinesInRound = 0;
     m_queue.Prepend(batch.m_lines);
+    MakeRoom(0, surplus);
     m_untold.Add(std::exchange(batch.m_untold, {}));
     m_untold.Add(lost);
     m_lost.Add(lost);
@@ -304,7 +306,9 @@ void CLogFileInnerHandler::Accept(CLogMessage* pMessage, CLogQueue& refused)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
     const std::uint64_t nBytes = pMessage->Length();
-    if (Waiting() + nBytes > nMax && !(pMessage->IsError() && MakeRoom(nBytes, refused)))
+    // What a round has taken cannot make room. It does when it comes back.
+    const bool bLater = m_nBytesInRound > 0 && m_queue.Bytes() + nBytes <= nMax;
+    if (Waiting() + nBytes > nMax && !(pMessage->IsError() && (bLater || MakeRoom(nBytes, refused))))
     {
         Lose(1, nBytes);
         refused.Push(pMessage);
