@@ -1,5 +1,6 @@
 #include "time/namedzone.h"
 
+#include "core/neverdestroyed.h"
 #include "systemzone.h"
 #include "time/civil.h"
 
@@ -106,35 +107,40 @@ CZonePeriods CZoneRules::Periods() const
     return periods;
 }
 
-/// All zones that were ever selected.
-class CKeptZones
+struct KeptZone
 {
-public:
-    CKeptZones() = default;
-    CKeptZones(const CKeptZones&) = delete;
-    CKeptZones& operator=(const CKeptZones&) = delete;
-    /// Who converts even later gets the system's zone.
-    ~CKeptZones() { OCT::g_pSelectedZone.store(nullptr, std::memory_order_release); }
+    explicit KeptZone(const OCT::ZoneRecord& record) : m_record(record), m_periods(OCT::PeriodsOf(record)) {}
 
-    const CZonePeriods& Find(const OCT::ZoneRecord& record)
-    {
-        for (const Zone& zone : m_zones)
-            if (std::memcmp(&zone.m_record, &record, sizeof record) == 0)
-                return zone.m_periods;
-        return m_zones.emplace_back(record).m_periods;
-    }
-
-private:
-    struct Zone
-    {
-        explicit Zone(const OCT::ZoneRecord& record) : m_record(record), m_periods(OCT::PeriodsOf(record)) {}
-
-        OCT::ZoneRecord m_record;
-        CZonePeriods m_periods;
-    };
-
-    std::list<Zone> m_zones;
+    OCT::ZoneRecord m_record;
+    CZonePeriods m_periods;
 };
+
+/// All zones that were ever selected.
+CNeverDestroyed<std::list<KeptZone>> g_keptZones;
+
+/// Forgets them with the library's other static objects: who converts even later gets the system's zone, or
+/// selects one anew.
+struct CForgetZones
+{
+    CForgetZones() = default;
+    CForgetZones(const CForgetZones&) = delete;
+    CForgetZones& operator=(const CForgetZones&) = delete;
+    ~CForgetZones()
+    {
+        OCT::g_pSelectedZone.store(nullptr, std::memory_order_release);
+        g_keptZones.Get().clear();
+    }
+};
+const CForgetZones g_forgetZones;
+
+const CZonePeriods& FindZone(const OCT::ZoneRecord& record)
+{
+    std::list<KeptZone>& zones = g_keptZones.Get();
+    for (const KeptZone& zone : zones)
+        if (std::memcmp(&zone.m_record, &record, sizeof record) == 0)
+            return zone.m_periods;
+    return zones.emplace_back(record).m_periods;
+}
 
 } // namespace
 
@@ -152,6 +158,5 @@ CZonePeriods OCT::PeriodsOf(const ZoneRecord& record)
 
 void OCT::SelectZone(const ZoneRecord& record)
 {
-    static CKeptZones s_zones;
-    g_pSelectedZone.store(&s_zones.Find(record), std::memory_order_release);
+    g_pSelectedZone.store(&FindZone(record), std::memory_order_release);
 }
