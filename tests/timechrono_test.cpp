@@ -19,12 +19,14 @@ TEST(TimeChrono, TimesAndSpans)
     EXPECT_EQ(COrvTime(-1), OCT::FromSysTime(sys_time<milliseconds>(-1ms)));
     EXPECT_EQ(COrvTime(INT_MAX), OCT::FromSysTime(sys_seconds(seconds(INT_MAX))));
     EXPECT_FALSE(OCT::FromSysTime(sys_seconds(seconds(INT_MAX) + 1s)) ||
-                 OCT::FromSysTime(sys_days(1901y / 12 / 13)));
+                 OCT::FromSysTime(sys_days(1901y / 12 / 13)) || OCT::FromSysTime(sys_days::max()));
 
     EXPECT_EQ(-90s, OCT::ToSeconds(COrvTimeDiff(-90)));
     EXPECT_EQ(COrvTimeDiff(-90), OCT::FromDuration(-1500ms - 88s));
+    EXPECT_EQ(COrvTimeDiff(-90), OCT::FromDuration(duration<double>(-89.5)));
     EXPECT_FALSE(OCT::ToSeconds(COrvTimeDiff()) || OCT::FromDuration(seconds(INT_MIN)) ||
-                 OCT::FromDuration(hours(600000)));
+                 OCT::FromDuration(hours(600000)) || OCT::FromDuration(hours::min()) ||
+                 OCT::FromDuration(duration<double>(std::numeric_limits<double>::quiet_NaN())));
 }
 
 TEST(TimeChrono, LocalDays)

@@ -110,6 +110,8 @@ TEST(TimeLocale, ReadsWhatPeopleType)
         {ORVTEXT("ro-RO"), ORVTEXT("mar\x021Bi, 7 mai 2024"), DATE, 20240507000000},
         {ORVTEXT("pl-PL"), ORVTEXT("6 maj 2024"), DATE, 20240506000000}, // not as it stands beside a day
         {ORVTEXT("ja-JP"), ORVTEXT(""), COrvTime::Date_Short, 0},
+        // Both halves of the day begin with this letter.
+        {ORVTEXT("ja-JP"), ORVTEXT("2024/5/6 \x5348 7:08"), BOTH, 0},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.nFields, Read(OCT::CLocaleForms(row.sLocale), row.sText, row.uiFlags))

@@ -98,6 +98,8 @@ TEST(TimeReports, ArithmeticAndDifferences)
         {[](auto& t) { return !t.GetOleTimeDiff(45000.0, 2.9).IsValid(); }, "GetOleTimeDiff", OLE},
         {[](auto& t) { return &COrvTime::Max(t, NONE) == &NONE; }, "Max", BOUNDS},
         {[](auto& t) { return &COrvTime::Min(NONE, t) == &NONE; }, "Min", BOUNDS},
+        // The day began before 1970-01-01 00:00:01 UTC in every zone.
+        {[](auto& t) { return t.RoundLocalDayUp() > t; }, "operator +=", BOTH},
     };
     CheckEach("COrvTime::", rows);
 }
@@ -146,6 +148,7 @@ TEST(TimeReports, FieldsAndConversions)
          YEARS},
         {[](auto& t) { return !t.SetLocalYMD(2038, 1, 2, 0, 0, 0); }, "LocalYMD2Timet", YEARS},
         {[](auto& t) { return !t.SetLocalYMD(2038, 2, 1, 0, 0, 0); }, "LocalYMD2Timet", YEARS},
+        {[](auto& t) { return t = INT_MAX, t.RoundLocalDayDown() == INT_MAX; }, "LocalYMD2Timet", YEARS},
         // A date that local times do not reach; the result is true all the same.
         {[](auto& t) { return t.SetLocalDATE(50423.0) && t.IsNull(); }, "LocalYMD2Timet", YEARS},
         {[](auto& t) { return t.SetYMD(2038, 1, 19, 3, 14, 8) && t == INT_MIN; }, "FileTime2Timet", RANGE},
@@ -194,8 +197,11 @@ TEST(TimeReports, Text)
          "(uiFlags & Time_Mask) == 0)"},
     };
     CheckEach("COrvTime::", rows);
+    CReportCapture capture;
     COrvTime(KEPT).DebugFormatLocal(TIME, text, 0x80000000u); // has no upper bound
     EXPECT_NE('#', *text);
+    EXPECT_FALSE(COrvTime(KEPT).FormatLocal(COrvTime::Time_Short).IsEmpty());
+    EXPECT_NO_REPORTS(capture);
 }
 
 } // namespace

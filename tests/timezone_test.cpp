@@ -1,10 +1,12 @@
 #include "orvcomtypes/orvtime.h"
 
+#include "support/child_process.h"
 #include "support/local_time.h"
 #include "support/random.h"
 
 #include <atomic>
 #include <climits>
+#include <cstdio>
 #include <set>
 #include <thread>
 #include <vector>
@@ -169,6 +171,34 @@ TEST(TimeZone, DaysBehindTheLastLocalDateGoOn)
     for (; t.IsValid(); t = t.RoundLocalDayUp())
         ++nDays;
     EXPECT_EQ(19, nDays);
+}
+
+/// Uses times when the static objects of the program are destroyed.
+struct CLateUser
+{
+    ~CLateUser()
+    {
+        if (!m_bUses)
+            return;
+        const COrvTime t = FromUtc({2024, 7, 1, 12});
+        const int iHour = LocalOf(t)[3];
+        const CZone zone(EUROPE);
+        COrvTime tRead;
+        const bool bRead = tRead.ParseLocal(t.FormatLocal()) && tRead == t;
+        std::printf("%d %d %d\n", iHour, LocalOf(t)[3], bRead);
+    }
+    bool m_bUses = false;
+} g_lateUser;
+
+ORV_CHILD(UsesTimesAtExit)
+{
+    g_lateUser.m_bUses = true;
+    return static_cast<int>(SetTimeZone(NEPAL));
+}
+
+TEST(TimeZone, WorksInStaticDestructors)
+{
+    EXPECT_EQ("17 14 1\n", CChildProcess("UsesTimesAtExit").Wait().m_sOutput);
 }
 
 TEST(TimeZone, SelectedWhileOthersConvert)

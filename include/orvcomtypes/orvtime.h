@@ -1,16 +1,17 @@
 /// `COrvTime`, the point in time that every part of the library exchanges, and `COrvTimeDiff`, its span.
 ///
 /// Each is one signed 32-bit count of seconds, passed by value. A time counts from 1970-01-01 00:00:00 UTC; 0
-/// is the null time and only values above 0 are valid. The invalid span, which a span starts as, is
-/// 0x80000000. A time knows no zone: every "Local" operation uses the zone that `SetTimeZone` selected
-/// (timeutils.h), else the system's.
+/// is the null time and only values above 0 are valid. A span starts as the invalid span, 0x80000000. A time
+/// knows no zone: every "Local" operation uses the zone that `SetTimeZone` selected (timeutils.h), else the
+/// system's.
 ///
-/// Thread safety: plain values; the selected zone is read without a lock.
-/// Errors: nothing throws. A violated precondition is reported (source `orvtime`) with the text given at the
-/// operation, which then gives the null time, the invalid span, false or, where it is said, leaves the object
-/// as it was. Calendar fields that do not exist give false and the null time without a report.
-/// Units: seconds; a DATE is a double of days since 1899-12-30. What is taken to whole seconds is taken to
-/// the nearest, ties to even; what an int cannot hold becomes 0x80000000.
+/// Thread safety: plain values, to be shared as an int would be. Any thread may call `SetTimeZone` meanwhile.
+/// Lifetime: usable in static constructors and destructors too, and after `UninitOrvComTypes`.
+/// Errors: nothing throws. A violated precondition is reported (source `orvtime`) with the text that the
+/// operation names. It then gives the null time, the invalid span or false, or what it says. Calendar fields
+/// that do not exist give false and the null time without a report.
+/// Units: seconds. A DATE is a double of days since 1899-12-30. A double is rounded to the nearest second, of
+/// two equally near ones to the even one; NaN and what an int cannot hold become 0x80000000.
 ///
 /// After 2038-01-19 03:14:07 UTC, the last second that fits:
 /// - `SetNow` and `Now` keep the low 32 bits of the clock: the time is negative and not valid until 2106.
@@ -74,7 +75,7 @@ public:
     static COrvTimeDiff FromMinute(int n) noexcept { return COrvTimeDiff(Scale(n, 60)); }
     static COrvTimeDiff FromDay(int n) noexcept { return COrvTimeDiff(Scale(n, 86400)); }
     static COrvTimeDiff FromDATE(double d) noexcept;
-    /// "span.GetStatus() == ATL::COleDateTimeSpan::valid" from "COrvTimeDiff::SetDATE".
+    /// As `SetDATE`.
     template <OCT::OleDateTimeSpan T>
     static COrvTimeDiff FromDATE(const T& span)
     {
@@ -83,7 +84,10 @@ public:
         return diff;
     }
 
+    /// Always true.
     bool SetDATE(double d) noexcept;
+    /// A span without a value is stored as the invalid one and gives false. Reports "span.GetStatus() ==
+    /// ATL::COleDateTimeSpan::valid".
     template <OCT::OleDateTimeSpan T>
     bool SetDATE(const T& span)
     {
@@ -103,27 +107,28 @@ public:
     bool IsEqual() const noexcept { return m_iSpan == 0; }
     bool IsDifferent() const noexcept { return m_iSpan != 0; }
 
-    /// The absolute value in hours, minutes and seconds: the sign is dropped on purpose. False for the
-    /// invalid span.
+    /// The absolute value in hours, minutes and seconds: the sign is dropped on purpose. The invalid span
+    /// gives false and stores nothing.
     bool GetHMS(int& h, int& m, int& s) const noexcept;
 
     bool operator==(const COrvTimeDiff& t) const noexcept { return m_iSpan == t.m_iSpan; }
     bool operator!=(const COrvTimeDiff& t) const noexcept { return m_iSpan != t.m_iSpan; }
-    /// "IsValid() && t.IsValid()"; false when either side is invalid.
+    /// False when either side is invalid. Reports "IsValid() && t.IsValid()".
     bool operator<(const COrvTimeDiff& t) const noexcept;
     bool operator>(const COrvTimeDiff& t) const noexcept;
     bool operator<=(const COrvTimeDiff& t) const noexcept;
     bool operator>=(const COrvTimeDiff& t) const noexcept;
 
-    /// "span.IsValid() && IsValid()", of the negation "IsValid()"; the assignments then change nothing.
+    /// The invalid span when either side is invalid; `+=` and `-=` then change nothing. Reports
+    /// "span.IsValid() && IsValid()", the negation "IsValid()". There is no overflow check.
     COrvTimeDiff operator-() const noexcept;
     COrvTimeDiff operator+(const COrvTimeDiff& span) const noexcept;
     COrvTimeDiff operator-(const COrvTimeDiff& span) const noexcept;
     COrvTimeDiff& operator+=(const COrvTimeDiff& span) noexcept;
     COrvTimeDiff& operator-=(const COrvTimeDiff& span) noexcept;
 
-    /// Of equal spans `Max` gives a and `Min` gives b. When either is invalid, "IsValid() && t.IsValid()" is
-    /// reported under "COrvTimeDiff::operator >=", and `Max` gives b, `Min` a.
+    /// Of equal spans `Max` gives a and `Min` gives b. When either is invalid `Max` gives b and `Min` a.
+    /// Reports "IsValid() && t.IsValid()" under "COrvTimeDiff::operator >=".
     static const COrvTimeDiff& Max(const COrvTimeDiff& a, const COrvTimeDiff& b) noexcept
     {
         return a >= b ? a : b;
@@ -162,6 +167,7 @@ public:
     static COrvTime FromTimet(LONG t) noexcept { return COrvTime(static_cast<int>(t)); }
     void Reset() noexcept { m_iTime = 0; }
 
+    /// The system's clock, cut to whole seconds.
     COrvTime& SetNow() noexcept;
     static COrvTime Now() noexcept { return COrvTime().SetNow(); }
     /// The null time.
@@ -201,32 +207,34 @@ public:
 
     // ---- Arithmetic ----
 
-    /// "span.IsValid() && IsValid()", with seconds "IsValid()"; null, of the assignments no change.
+    /// The null time when the time or the span is not valid; `+=` and `-=` then change nothing. Reports
+    /// "span.IsValid() && IsValid()", for seconds "IsValid()".
     COrvTime operator+(const COrvTimeDiff& span) const noexcept;
     COrvTime operator-(const COrvTimeDiff& span) const noexcept;
     COrvTime operator+(int iSeconds) const noexcept;
     COrvTime operator-(int iSeconds) const noexcept;
     COrvTime& operator+=(const COrvTimeDiff& span) noexcept;
     COrvTime& operator-=(const COrvTimeDiff& span) noexcept;
-    /// "t.IsValid() && IsValid()".
+    /// The invalid span unless both are valid. Reports "t.IsValid() && IsValid()".
     COrvTimeDiff operator-(const COrvTime& t) const noexcept;
 
-    // ---- Differences: 0x80000000 (of spans the invalid one) unless both operands are valid ----
+    // ---- Differences: unless both operands are valid 0x80000000, as a span the invalid one ----
 
-    /// Left minus right: the seconds, those between the UTC days, those between the local days. The last two
-    /// count days only up to two days of difference and seconds beyond.
+    /// Left minus right, in seconds. `CompareYMD` compares the UTC days and `CompareLocalYMD` the local days,
+    /// each by their first seconds; times more than two days apart are compared as they are. Reports
     /// "!tLeft.IsValid() || ! tRight.IsValid()".
     static int Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static int CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static int CompareLocalYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
-    /// Right minus left. "tLeft.IsValid() && tRight.IsValid()".
+    /// Right minus left, unlike `Compare`. Reports "tLeft.IsValid() && tRight.IsValid()".
     static COrvTimeDiff GetTimeDiff(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static COrvTimeDiff GetTimeDiffAbs(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
-    /// Right minus left, each side taken to whole seconds. "dLeft >= MINSETDATE && dRight >= MINSETDATE".
+    /// Right minus left, each side first rounded to the second. Reports "dLeft >= MINSETDATE && dRight >=
+    /// MINSETDATE".
     static COrvTimeDiff GetOleTimeDiff(double dLeft, double dRight) noexcept;
 
-    /// Of equal times the left. "!tLeft.IsValid() || !tRight.IsValid()" gives the operand that is not valid,
-    /// the left before the right.
+    /// Of equal times the left. When one is not valid that one, of two such the left. Reports
+    /// "!tLeft.IsValid() || !tRight.IsValid()".
     static const COrvTime& Max(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static const COrvTime& Min(const COrvTime& tLeft, const COrvTime& tRight) noexcept;
     static COrvTime& Max(COrvTime& tLeft, COrvTime& tRight) noexcept
@@ -252,26 +260,32 @@ public:
     COrvTime RoundDayUp() const noexcept { return RoundTo(86399, 86400); }
     COrvTime RoundDay() const noexcept { return RoundTo(43200, 86400); }
     COrvTime RoundMinute() const noexcept { return RoundTo(30, 60); }
-    /// The first moment of the local day and of the next one: midnight, or where midnight is skipped what
-    /// follows the gap. Midnight itself rounds up to the next one. A conversion that fails gives the time
-    /// unchanged; down it fails as `SetLocalYMD` does, for days that this refuses.
+    /// The first moment of the local day, and of the next one: midnight or, where midnight is skipped, the
+    /// first moment after the gap. Midnight itself rounds up to the next one. A conversion that fails gives
+    /// the time unchanged; rounding down fails for the days that `SetLocalYMD` refuses, with its report.
+    /// Rounding up reports "span.IsValid() && IsValid()" under "COrvTime::operator +=" when the first moment
+    /// of the day itself is not valid.
     COrvTime RoundLocalDayDown() const noexcept;
     COrvTime RoundLocalDayUp() const noexcept;
 
     // ---- OLE dates ----
 
-    /// A date below MINSETDATE is the null time. "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE" changes
-    /// nothing and gives false.
+    /// A date below MINSETDATE stores null and gives true. Any other outside BASEORVTIME_INDATE to
+    /// MAXORVTIME_INDATE changes nothing and gives false. Reports "d < BASEORVTIME_INDATE || d >
+    /// MAXORVTIME_INDATE".
     bool SetDATE(double d) noexcept;
     static COrvTime FromDATE(double d) noexcept;
     /// 0.0 when not valid.
     double GetDATE() const noexcept;
-    /// The same of a local wall-clock time, taken to seconds by the platform.
+    /// The same of a local wall-clock time, which the platform rounds to the second. True also for a date
+    /// that `SetLocalYMD` refuses: that stores null, with its report.
     bool SetLocalDATE(double d) noexcept;
     static COrvTime FromLocalDATE(double d) noexcept;
+    /// 0.0 when not valid.
     double GetLocalDATE() const noexcept;
 
-    /// "d.GetStatus() == ATL::COleDateTime::valid" stores null and gives false.
+    /// The same of date objects. One without a value stores null and gives false. Reports "d.GetStatus() ==
+    /// ATL::COleDateTime::valid".
     template <OCT::OleDateTime T>
     bool SetDATE(const T& d)
     {
@@ -305,7 +319,10 @@ public:
         return t;
     }
 
-    // ---- Calendar fields: getters report "!IsValid()" and give false, setters store null on failure ----
+    // ---- Calendar fields ----
+    //
+    // A time that is not valid has none: its getters report "!IsValid()", give false and store nothing. A
+    // setter that gives false has stored null.
 
     bool GetSystemTime(SYSTEMTIME& st) const noexcept;
     bool GetLocalSystemTime(SYSTEMTIME& st) const noexcept;
@@ -315,17 +332,18 @@ public:
     static COrvTime FromSystemTime(const SYSTEMTIME& st) noexcept;
     static COrvTime FromLocalSystemTime(const SYSTEMTIME& st) noexcept;
 
-    /// UTC; the fraction is written as 0 and ignored when read.
+    /// UTC. The fraction is written as 0 and ignored when read. Reports under "COrvTime::GetSystemTime".
     bool GetDBTypeStamp(tagDBTIMESTAMP& ts) const noexcept;
     bool SetDBTypeStamp(const tagDBTIMESTAMP& ts) noexcept;
     static COrvTime FromDBTypeStamp(const tagDBTIMESTAMP& ts) noexcept;
 
-    /// Hour, minute and second may be null.
+    /// Hour, minute and second may be null. A null year, month or day gives false, with the report of
+    /// `Timet2YMD` or `Timet2LocalYMD` (timeutils.h).
     bool GetYMD(WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute, WORD* second) const noexcept;
     bool GetLocalYMD(WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute,
                      WORD* second) const noexcept;
     bool SetYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
-    /// 1970-01-01 to 2038-01-01 (`LocalYMD2Timet`).
+    /// From 1970-01-01 to 2038-01-01; other dates are reported (`LocalYMD2Timet`).
     bool SetLocalYMD(int year, int month, int day, int hour, int minute, int second) noexcept;
     /// With the moment that is meant by a time that the clock shows twice (timeutils.h).
     bool SetLocalYMD(int year, int month, int day, int hour, int minute, int second,
@@ -350,14 +368,15 @@ public:
         dftISO_T = 6     ///< the same with a T between date and time
     };
 
-    /// Writes the UTC form, cut to \p cchDest code units with the terminator.
-    /// "dest == nullptr || cchDest < 2 || cchDest >= 0x80000000" writes nothing.
+    /// Writes the UTC form, cut to \p cchDest code units with the terminator; nothing to a null buffer, or
+    /// with a size below 2 or from 0x80000000 on. Reports "dest == nullptr || cchDest < 2 || cchDest >=
+    /// 0x80000000".
     void DebugFormat(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
     void DebugFormat(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
     /// The local form. Beware of types 5 and 6 in zones of more than 12 hours (Auckland in summer, Apia,
     /// Kiritimati): the offset comes from the two times of day alone, deliberately, so +13:00 is printed as
-    /// -11:00, and text that is read back with its offset is 24 hours off. "dest == nullptr || cchDest < 2"
-    /// writes nothing; there is no upper bound of \p cchDest.
+    /// -11:00, and text that is read back with its offset is 24 hours off. Reports "dest == nullptr ||
+    /// cchDest < 2"; \p cchDest has no upper bound here.
     void DebugFormatLocal(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
     void DebugFormatLocal(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
 
@@ -370,14 +389,15 @@ public:
     /// The wide one reads an offset from UTC ("+2", "+02", "+230", "+0230", "+02:30") and takes a fraction
     /// for other text.
     ///
-    /// Tolerated with a report: "bHasHyphen", "!bHasHyphen" (hyphens), "bHasSemicolon", "!bHasSemicolon"
-    /// (colons), and one without text for other characters behind the time. "p[1] <= L'2'" (hours of the
-    /// offset) gives false; after "p[2] <= '5'", "p[3] <= L'5'" and "p[4] <= L'5'" (its minutes) the offset
-    /// is the hours alone.
+    /// Null and empty text give false and report "pStr == nullptr || pStr[0] == '\0'" (wide: L'\0'). Read all
+    /// the same, but reported: one of the two hyphens ("bHasHyphen", "!bHasHyphen"), one of the two colons
+    /// ("bHasSemicolon", "!bHasSemicolon"), and other characters behind the time (without text). Hours of an
+    /// offset from 30 on report "p[1] <= L'2'" and give false; minutes from 60 on report "p[2] <= '5'",
+    /// "p[3] <= L'5'" or "p[4] <= L'5'" and are left out.
     bool SetFromString(const char* pStr) noexcept;
     bool SetFromString(const WCHAR* pStr) noexcept;
 
-    /// The parts of a text in the user's locale; of two forms of a part the long one counts.
+    /// The parts of a text in the user's locale. If both forms of a part are given, the long one is meant.
     enum LocalFormatFlags : unsigned
     {
         Date_Short = 0x01, ///< 5/6/2024
@@ -391,9 +411,9 @@ public:
 
     /// The local time as the platform writes it for the user's locale, in the calendar of that locale
     /// (elsewhere than on Windows the Gregorian one), a blank between date and time. Empty when not valid,
-    /// when no part is asked for or when there is no memory. "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst &&
-    /// ((uiFlags & Date_Mask)
-    /// == 0 || (uiFlags & Time_Mask) == 0)" gives the one part that there is.
+    /// when no part is asked for or when there is no memory. With one part alone `Ext_TimeFirst` means
+    /// nothing and reports "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 ||
+    /// (uiFlags & Time_Mask) == 0)".
     COrvStr FormatLocal(unsigned uiFlags = Date_Short | Time_Long) const noexcept;
     /// Reads what `FormatLocal` writes for the same flags, as precisely as it was written, and what people
     /// type for it:
@@ -407,8 +427,8 @@ public:
     /// holds, or today's when it is not valid; without a time of day local midnight. The fields are read as
     /// `SetLocalYMD` reads them.
     ///
-    /// False leaves the time unchanged, except when the fields are no time: that stores null. "src ==
-    /// nullptr".
+    /// False, also without memory or without a part in the flags, leaves the time unchanged, except when the
+    /// fields are no time: that stores null. Null gives false and reports "src == nullptr".
     bool ParseLocal(const WCHAR* src, unsigned uiFlags = Date_Short | Time_Long) noexcept;
 
 private:

@@ -26,6 +26,24 @@
 namespace OCT
 {
 
+namespace Detail
+{
+
+/// Seconds, cut off towards the past. What is far too long must not overflow on the way to seconds.
+template <class Rep, class Period>
+std::optional<int> WholeSeconds(const std::chrono::duration<Rep, Period>& duration) noexcept
+{
+    const double dSeconds = std::chrono::duration<double>(duration).count();
+    if (!(dSeconds > -4e9 && dSeconds < 4e9))
+        return std::nullopt;
+    const auto nSeconds = std::chrono::floor<std::chrono::seconds>(duration).count();
+    if (nSeconds < (std::numeric_limits<int>::min)() || nSeconds > (std::numeric_limits<int>::max)())
+        return std::nullopt;
+    return static_cast<int>(nSeconds);
+}
+
+} // namespace Detail
+
 inline std::chrono::sys_seconds ToSysSeconds(const COrvTime& t) noexcept
 {
     return std::chrono::sys_seconds(std::chrono::seconds(t.GetOrvTime()));
@@ -34,11 +52,8 @@ inline std::chrono::sys_seconds ToSysSeconds(const COrvTime& t) noexcept
 template <class Duration>
 std::optional<COrvTime> FromSysTime(const std::chrono::sys_time<Duration>& time) noexcept
 {
-    using namespace std::chrono;
-    const auto nSeconds = floor<seconds>(time).time_since_epoch().count();
-    if (nSeconds < (std::numeric_limits<int>::min)() || nSeconds > (std::numeric_limits<int>::max)())
-        return std::nullopt;
-    return COrvTime(static_cast<int>(nSeconds));
+    const std::optional<int> nSeconds = Detail::WholeSeconds(time.time_since_epoch());
+    return nSeconds ? std::optional(COrvTime(*nSeconds)) : std::nullopt;
 }
 
 /// Nothing for the invalid span.
@@ -51,10 +66,9 @@ inline std::optional<std::chrono::seconds> ToSeconds(const COrvTimeDiff& span) n
 template <class Rep, class Period>
 std::optional<COrvTimeDiff> FromDuration(const std::chrono::duration<Rep, Period>& duration) noexcept
 {
-    const auto nSeconds = std::chrono::floor<std::chrono::seconds>(duration).count();
-    if (nSeconds <= (std::numeric_limits<int>::min)() || nSeconds > (std::numeric_limits<int>::max)())
-        return std::nullopt;
-    return COrvTimeDiff(static_cast<int>(nSeconds));
+    const std::optional<int> nSeconds = Detail::WholeSeconds(duration);
+    return nSeconds && COrvTimeDiff(*nSeconds).IsValid() ? std::optional(COrvTimeDiff(*nSeconds))
+                                                         : std::nullopt;
 }
 
 /// The day that the local clock shows; nothing for a time that is not valid.
@@ -72,9 +86,9 @@ inline std::optional<std::chrono::local_days> ToLocalDay(const COrvTime& t) noex
 inline std::optional<COrvTime> FromLocalDay(std::chrono::local_days localDay) noexcept
 {
     using namespace std::chrono;
-    const year_month_day date(localDay);
     if (localDay < local_days(year(1970) / 1 / 1) || localDay > local_days(year(2038) / 1 / 1))
         return std::nullopt;
+    const year_month_day date(localDay);
     // Noon exists on every day.
     const COrvTime tNoon = COrvTime::FromLocalYMD(
         static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),

@@ -1,12 +1,12 @@
 /// Two stopwatches with an optional time-out.
 ///
 /// `COrvPrecisionTimer` counts microseconds on the performance counter, `COrvTcTimer` milliseconds on the
-/// tick count. Both tell -1 before they are started and once they overflow.
+/// tick count. Both tell -1 before they are started and once they overflow: the first after 35.8 minutes, the
+/// second after 24.8 days. A tick count of 0, one millisecond in 49.7 days, counts as not started.
 ///
 /// Thread safety: plain values; a timer belongs to the thread that uses it.
-/// Errors: reported (source `orvtime`): a negative time-out, "m_Expire_uS < 0" or "m_Expire < 0", counts as
-/// none; more than 35.8 minutes of the first, "lRes > 0x7FFFFFFFLL", or 24.8 days of the second,
-/// "lRes > 0x7FFFFFFFL", are no value.
+/// Errors: nothing throws. An overflow reports (source `orvtime`) "lRes > 0x7FFFFFFFLL", in the second
+/// "lRes > 0x7FFFFFFFL". A negative time-out counts as none and reports "m_Expire_uS < 0" or "m_Expire < 0".
 /// Units: time-outs are given in milliseconds, 0 meaning none; a span as double is in days, as a DATE is.
 ///
 ///     COrvPrecisionTimer timer(250, true);
@@ -21,7 +21,7 @@
 class ORV_API COrvPrecisionTimer
 {
 public:
-    /// Time-outs are held in microseconds in 32 bits: more than 2147483 ms wraps.
+    /// The time-out is held in microseconds in 32 bits: one of more than 2147483 ms wraps.
     COrvPrecisionTimer(int expireMs, bool start) noexcept;
 
     void ReStart() noexcept;
@@ -31,7 +31,8 @@ public:
     int GetMSDiff() const noexcept;
     /// Days, or -1.0.
     double GetTimeDiff() const noexcept;
-    /// True when more than the time-out has passed, and with a time-out also when there is no value.
+    /// True when more than the time-out has passed, and with a time-out also when there is no value. Never
+    /// true without a time-out.
     bool IsExpired() const noexcept;
 
 private:
@@ -48,8 +49,8 @@ public:
     void ReStart() noexcept;
     /// Days, or -1.0.
     double GetTimeDiff() const noexcept;
-    /// True when the limit has been reached: \p limitMs, or the time-out when that is below 1. Never true
-    /// without a time-out of its own.
+    /// True when the limit has been reached, which is \p limitMs or, when that is below 1, the time-out; with
+    /// a time-out also when there is no value. Never true without a time-out of its own.
     bool IsExpired(int limitMs) const noexcept;
 
 private:

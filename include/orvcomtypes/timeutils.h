@@ -5,11 +5,13 @@
 ///
 /// Thread safety: `SetTimeZone` may be called at any time, from any thread; a conversion then uses the zone
 /// before, the system's or the new one. A program that wants one zone calls it once at start-up.
-/// Errors: a missing output pointer or a year outside the local range is reported (source `timeutils`) and
-/// gives false: "pST == nullptr", "t == nullptr", "localTime == nullptr",
-/// "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || minute == nullptr ||
-/// second == nullptr", "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))". A date or
-/// time of day that does not exist gives false silently, and nothing is stored.
+/// Lifetime: usable in static constructors and destructors too, and after `UninitOrvComTypes`.
+/// Errors: nothing throws. A date or time of day that does not exist gives false, and so does a conversion
+/// that the platform refuses; nothing is stored then. A null pointer that is needed gives false and reports
+/// (source `timeutils`) "pST == nullptr", "t == nullptr", "localTime == nullptr" or, for the functions of six
+/// fields, "year == nullptr || month == nullptr || day == nullptr || hour == nullptr || minute == nullptr ||
+/// second == nullptr". A local date outside 1970-01-01 to 2038-01-01 gives false and reports "year < 1970 ||
+/// year > 2038 || (year == 2038 && (month > 1 || day > 1))".
 /// Units: `t` counts seconds since 1970-01-01 00:00:00 UTC, a FILETIME 100 ns since 1601, a DATE days since
 /// 1899-12-30.
 ///
@@ -46,17 +48,17 @@ enum LocalOccurrence : int
 
 /// Selects a zone for all local conversions of the process. Null or an empty name: the system's zone, which
 /// follows all changes that the platform knows for a date. Else the zone of that registry key below
-/// "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\", on Windows also by the tz identifiers that
-/// CLDR maps to such a key ("Europe/Budapest"); elsewhere the keys have both kinds of names, with the rules
-/// of the machine's zone files.
+/// "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\" ("Central Europe Standard Time"), or of the
+/// key that CLDR maps a tz identifier to ("Europe/Budapest"). Elsewhere than on Windows the keys have both
+/// kinds of names, with the rules of the machine's zone files.
 ///
 /// A key has one pair of rules, made for the current year, and the zone has it in every year. A year that has
 /// no such pair is not exact: where the changes follow another calendar (Morocco, Gaza) or another weekday
 /// (Israel, Greenland), other years differ by days or weeks, and a zone with more changes in the current year
 /// keeps the offset that it has at the end of that year.
 ///
-/// When there is no such key the error of opening it is returned and the system's zone is in force; else the
-/// result is 0 (14 without memory). What a key lacks stays as the last such zone had it, from the start zero.
+/// The result is 0, or the error of opening the key; then, and without memory (14), the system's zone is in
+/// force. What a key lacks stays as in the zone that was selected last, at first zero.
 ORV_EXTERN_C ORV_FUNC LONG ORVCALL SetTimeZone(const WCHAR* zoneName);
 
 ORV_EXTERN_C ORV_FUNC FILETIME ORVCALL Timet2FileTime(LONG t);
@@ -66,10 +68,10 @@ ORV_EXTERN_C ORV_FUNC LONG ORVCALL FileTime2Timet(FILETIME ft);
 ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2SystemTime(LONG t, SYSTEMTIME* pST);
 ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST);
 
-/// Years 1601 to 30827. \p t must not be null.
+/// UTC; years 1601 to 30827. \p t must not be null: that is not looked at.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL YMD2Timet(int year, int month, int day, int hour, int minute, int second,
                                              LONG* t);
-/// Hour, minute and second may be null; those given are set to 0 when the result is false.
+/// UTC. Hour, minute and second may be null; those given are set to 0 when the result is false.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2YMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour,
                                              WORD* minute, WORD* second);
 

@@ -1,4 +1,4 @@
-// The limit of the precise timer, with a clock that stands still: the library's calls of it come here.
+// The limits of the timers, with clocks that stand still: the library's calls of them come here.
 #include "orvcomtypes/orvtimer.h"
 
 #include <gtest/gtest.h>
@@ -12,14 +12,14 @@
 namespace
 {
 
-/// What the clock shows in nanoseconds; 0: the time.
+/// What the clocks show in nanoseconds; 0: the time.
 std::atomic<long long> g_nFrozen = 0;
 
 } // namespace
 
 extern "C" int clock_gettime(clockid_t clock, timespec* pTime) noexcept
 {
-    if (g_nFrozen == 0 || clock != CLOCK_MONOTONIC)
+    if (g_nFrozen == 0 || (clock != CLOCK_MONOTONIC && clock != CLOCK_BOOTTIME))
         return static_cast<int>(syscall(SYS_clock_gettime, clock, pTime));
     pTime->tv_sec = static_cast<std::time_t>(g_nFrozen / 1'000'000'000);
     pTime->tv_nsec = static_cast<long>(g_nFrozen % 1'000'000'000);
@@ -36,5 +36,21 @@ TEST(FrozenClock, PreciseTimerMustExceedItsLimit)
     EXPECT_FALSE(timer.IsExpired());
     g_nFrozen = START + LIMIT + 1000;
     EXPECT_TRUE(timer.IsExpired());
+    g_nFrozen = 0;
+}
+
+TEST(FrozenClock, TickTimerMustReachItsLimit)
+{
+    constexpr long long MS = 1'000'000, WRAP = (1LL << 32) * MS;
+    g_nFrozen = WRAP - 50 * MS;
+    const COrvTcTimer timer(100, true);
+    g_nFrozen = WRAP + 50 * MS - 1;
+    EXPECT_FALSE(timer.IsExpired(0));
+    g_nFrozen = WRAP + 50 * MS;
+    EXPECT_TRUE(timer.IsExpired(0));
+    EXPECT_TRUE(timer.IsExpired(100) && !timer.IsExpired(101));
+    EXPECT_EQ(100 / 86400000.0, timer.GetTimeDiff());
+    g_nFrozen = WRAP;
+    EXPECT_EQ(-1.0, COrvTcTimer(100, true).GetTimeDiff()) << "a count of 0 is no start";
     g_nFrozen = 0;
 }

@@ -1,11 +1,14 @@
 // The system's zone beside the tz database's own tool, over every change from 1970 to 2037.
 #include "support/child_process.h"
+#include "support/forked.h"
 #include "support/local_time.h"
 #include "support/test_environment.h"
 
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -56,18 +59,6 @@ bool ReadsBack(const COrvTime& t, const Fields& f)
     return tBack == t || (tBack < t && t - tBack <= COrvTimeDiff::FromDay(1) && LocalOf(tBack) == f);
 }
 
-/// Are the days around \p tChange rounded to their first moments, also where midnight is skipped?
-bool RoundsDays(const COrvTime& tChange)
-{
-    for (int i = -30; i <= 30; i += 5)
-    {
-        const COrvTime t = tChange + i * 3600;
-        if (t.RoundLocalDayDown() != SlowDayStart(t, -900) || t.RoundLocalDayUp() != SlowDayStart(t, 900))
-            return false;
-    }
-    return true;
-}
-
 /// Checks the zone of this process; prints what differs.
 ORV_CHILD(CheckZone)
 {
@@ -77,7 +68,7 @@ ORV_CHILD(CheckZone)
         const COrvTime t = FromUtc(moment.m_utc);
         if (t < COrvTime(3 * 86400) || t > COrvTime(INT_MAX - 30 * 86400))
             continue;
-        if (LocalOf(t) != moment.m_local || !ReadsBack(t, moment.m_local) || !RoundsDays(t))
+        if (LocalOf(t) != moment.m_local || !ReadsBack(t, moment.m_local))
             std::printf("differs at %d\n", t.GetOrvTime());
         ++nChecked;
     }
@@ -106,6 +97,50 @@ TEST(ZoneHistory, AgreesWithTheDatabase)
         EXPECT_EQ(1, std::sscanf(sOutput.c_str(), "checked %d", &nChecked)) << sZone << ": " << sOutput;
         EXPECT_GE(nChecked, 2 * nChanges) << sZone << ", a line before and one after each";
     }
+}
+
+int LibraryDay(const COrvTime& t)
+{
+    const std::time_t nTime = t.GetTimet();
+    std::tm tm = {};
+    localtime_r(&nTime, &tm);
+    return tm.tm_year * 366 + tm.tm_yday;
+}
+
+/// Is \p tNext the first moment of the day behind the one that begins at \p t? Most are 24 hours later; of
+/// the others the C library is asked.
+bool FollowsDay(const COrvTime& t, const COrvTime& tNext)
+{
+    if (tNext.RoundLocalDayDown() != tNext || (tNext - 1).RoundLocalDayDown() != t)
+        return false;
+    return tNext - t == COrvTimeDiff::FromDay(1) ||
+           (LibraryDay(tNext) > LibraryDay(t) && LibraryDay(tNext - 1) == LibraryDay(t));
+}
+
+std::string s_zone;
+
+TEST(ZoneHistory, EveryZoneGoesDayByDay)
+{
+    std::ifstream zones("/usr/share/zoneinfo/zone1970.tab");
+    int nZones = 0;
+    for (std::string sLine; std::getline(zones, sLine);)
+    {
+        std::istringstream line(sLine);
+        if (std::string sCountries, sPlace;
+            sLine.starts_with('#') || !(line >> sCountries >> sPlace >> s_zone))
+            continue;
+        ++nZones;
+        // A process reads its zone once.
+        EXPECT_TRUE(RunForked([] {
+            SetTestVariable("TZ", s_zone.c_str());
+            COrvTime t = FromUtc({1970, 1, 3}).RoundLocalDayUp();
+            for (COrvTime tNext, tEnd = FromUtc({2037, 12, 30}); t < tEnd; t = tNext)
+                if (tNext = t.RoundLocalDayUp(); !FollowsDay(t, tNext))
+                    return std::printf("%d is not followed by %d\n", t.GetOrvTime(), tNext.GetOrvTime()) < 0;
+            return true;
+        })) << s_zone;
+    }
+    EXPECT_GT(nZones, 300);
 }
 
 } // namespace
