@@ -217,45 +217,52 @@ TEST(Marray, ReadingWhatDoesNotExistThrows)
     EXPECT_REPORTS(capture, {report, report});
 }
 
-TEST(Marray, TreatsReportWhatDoesNotFitTheSize)
+/// A class of its own, with what only derived classes may call.
+template <class Array>
+struct COwnArray : Array
 {
-    using CPlain = CSimpleMarrayTreat<unsigned, CStaticCRTAllocator, 4>;
-    using CObjects = CMarrayTreat<CCounted, CStaticCRTAllocator, 4>;
-    const char* const sAllocArray = "CFixMarrayTreatBase::AllocArray";
+    using Array::CreateItems;
+    using Array::DestroyItems;
+    using Array::RelocateElement;
+};
+
+TEST(Marray, DerivedClassesTouchOnlyWhatExists)
+{
     const char* const sPast = "fromIdx + iCount > iSize || toIdx + iCount > iSize";
     CReportCapture capture;
-    unsigned aPlain[4] = {1, 2, 3, 4};
-    CPlain::CreateElement(3, 2, 4, aPlain);
-    CPlain::DestroyElement(1, 0xFFFFFFFF, 4, aPlain);
-    CPlain::RelocateElement(0, 3, 2, 4, aPlain);
-    CPlain::RelocateElement(3, 0, 2, 4, aPlain);
-    CPlain::Exchange(4, 0, 4, aPlain);
-    CObjects::CreateElement(0, 1, 0, nullptr);
-    CObjects::DestroyElement(0, 1, 0, nullptr);
-    CObjects::Exchange(0, 1, 1, nullptr);
+    auto ids = Filled<COwnArray<CSimpleMarray<unsigned, 4>>>(4);
+    ids.CreateItems(3, 2);
+    ids.DestroyItems(1, 0xFFFFFFFF);
+    ids.RelocateElement(0, 3, 2);
+    ids.RelocateElement(3, 0, 2);
+    COwnArray<CMarray<CCounted, 4>> objects;
+    objects.CreateItems(0, 1);
+    objects.DestroyItems(0, 1);
+    objects.Add(5);
+    objects.Exchange(0, 1);
+    EXPECT_EQ(Values(ids), (std::vector<int>{0, 1, 2, 3}));
     EXPECT_REPORTS(capture, {{"CSimpleMarrayTreat::CreateElement", "fromIdx + iCount <= iSize"},
                              {"CSimpleMarrayTreat::DestroyElement", "fromIdx + iCount <= iSize"},
                              {"CSimpleMarrayTreat::RelocateElement", sPast},
                              {"CSimpleMarrayTreat::RelocateElement", sPast},
-                             {"CSimpleMarrayTreat::Exchange", "lIdx >= iSize || rIdx == iSize"},
                              {"CMarrayTreat::CreateElement", "fromIdx + iCount > iSize"},
                              {"CMarrayTreat::DestroyElement", "fromIdx + iCount > iSize"},
                              {"CMarrayTreat::Exchange", "lIdx >= iSize || rIdx == iSize"}});
-    EXPECT_EQ(std::vector<unsigned>(aPlain, aPlain + 4), (std::vector<unsigned>{1, 2, 3, 4}));
+}
 
-    CSimpleFixMarrayTreat<unsigned, CStaticCRTAllocator, 16, 8> treat;
-    unsigned iSize = 3;
-    unsigned* pElement = nullptr;
-    treat.AllocArray(3, iSize, pElement);
-    treat.AllocArray(4, iSize = 0, pElement);
-    treat.AllocArray(8, iSize = 9, pElement); // inside, yet too many
-    treat.AllocArray(10, iSize = 9, pElement);
-    EXPECT_REPORTS(
-        capture, {{sAllocArray, "(iSize == 0 && pElement == nullptr) || (iSize > 0 && pElement != nullptr)"},
-                  {sAllocArray, "iSize <= FixedSize"},
-                  {sAllocArray, "iSize > 0 && iSize <= FixedSize && iNewSize > FixedSize"}});
-    treat.AllocArray(0, iSize, pElement);
-    EXPECT_EQ(pElement, nullptr);
+TEST(Marray, ListsSortAndFind)
+{
+    CSimpleFixMarray<int, 4, 2> array = {7, 9, 8, 7};
+    static_assert(std::is_nothrow_move_constructible_v<decltype(array)>);
+    EXPECT_EQ(array.Find(7) * 10 + array.Find(7, 1), 3U);
+    EXPECT_EQ(array.Find(6), array.NotFound);
+    EXPECT_EQ(array.FindIf([](int i) { return i > 7; }, 2), 2U);
+    array.Sort();
+    EXPECT_EQ(Values(array), (std::vector<int>{7, 7, 8, 9}));
+    array.Sort(std::greater<>());
+    EXPECT_EQ(Values(array), (std::vector<int>{9, 8, 7, 7}));
+    array = {};
+    EXPECT_TRUE(array.IsEmpty());
 }
 
 class MarrayObjects : public testing::Test
@@ -320,6 +327,11 @@ TYPED_TEST(MarrayModel, RandomOperations)
             copy.AddR(iValue);
             array = copy;
             array = static_cast<const TypeParam&>(array);
+            TypeParam moved(std::move(array));
+            ASSERT_TRUE(array.IsEmpty() && array.GetData() == nullptr);
+            array.Add(iValue);
+            array = std::move(moved);
+            ASSERT_TRUE(moved.IsEmpty() && moved.GetData() == nullptr);
             model.erase(model.begin(), model.begin() + nDropped);
             model.push_back(iValue);
             break;

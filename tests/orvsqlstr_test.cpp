@@ -224,6 +224,6 @@ TEST(OrvSqlStrArray, BeginsWithOneBlankStatement)
     batch.AddSQL();
     batch.Last() & ORVTEXT("SELECT 1");
     EXPECT_TRUE(batch.HasStatement());
-    batch.RemoveAll();
-    EXPECT_FALSE(batch.HasStatement());
+    const COrvSQLStrArray moved(std::move(batch));
+    EXPECT_TRUE(moved.HasStatement() && moved.GetCount() == 2 && batch.IsEmpty() && !batch.HasStatement());
 }

@@ -79,6 +79,7 @@ TEST(TimeFormat, OffsetsAsTheTwoTimesOfDayTell)
         {ORVTEXT("Eastern Standard Time"), 2, "2024-01-14 21:00:00-05:00"},
         {ORVTEXT("India Standard Time"), 20, "2024-01-16 01:30:00+05:30"},
         {ORVTEXT("Newfoundland Standard Time"), 1, "2024-01-14 21:30:00-03:30"},
+        {ORVTEXT("Central Pacific Standard Time"), 23, "2024-01-16 10:00:00+11:00"},
         {ORVTEXT("UTC+12"), 6, "2024-01-15 18:00:00+12:00"},
         {ORVTEXT("New Zealand Standard Time"), 6, "2024-01-15 19:00:00-11:00"}, // +13:00
         {ORVTEXT("Dateline Standard Time"), 18, "2024-01-15 06:00:00-12:00"},

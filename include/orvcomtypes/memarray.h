@@ -15,18 +15,20 @@
 /// destroyed one by one, but moved byte by byte: an element type must not hold its own address.
 ///
 /// Ownership: the array owns its elements; the block comes from the allocator, `realloc` and `free` of this
-/// library's runtime. References into the array end with the next change of its size. Thread safety: none;
-/// callers serialise access. Errors: a wrong index or count is reported ("idx >= m_iSize", "idx > m_iSize",
-/// "idx + cnt > m_iSize", "m_iSize > 0", "lIdx > m_iSize || rIdx > m_iSize") and cut to what exists; only
-/// reading an element that does not exist throws `CLQInvalidargExcept`. Without memory `CLQMemoryExcept` is
-/// thrown and the array is empty. When an element's constructor throws, the array is as before; when its
-/// assignment throws, the new elements stay. Units: indices, counts and sizes are elements.
+/// library's runtime. References into the array end with the next change of its size. A move takes the
+/// elements over and leaves the other array empty.
+/// Thread safety: none; callers serialise access.
+/// Errors: a wrong index or count is reported (source `memarray`) with the text that the operation names, and
+/// cut to what exists; only reading an element that does not exist throws. Without memory `CLQMemoryExcept`
+/// is thrown and the array is empty. When an element's constructor throws, the array is as before; when its
+/// assignment throws, the new elements stay.
+/// Units: indices, counts and sizes are elements.
 ///
-///     CSimpleMarray<int, 16> numbers;
-///     numbers.Add(7);
-///     numbers.InsertAt(0, 5);
-///     int iLast = numbers.Last(); // 7
-///     numbers.RemoveAt(0, 1);
+///     CSimpleMarray<int, 16> numbers = {7, 9};
+///     numbers.InsertAt(0, 8);
+///     numbers.Sort();
+///     unsigned idx = numbers.Find(9); // 2
+///     numbers.RemoveAt(idx);
 ///
 /// An exported instantiation is named in the header of its user, base first, by `ORV_EXTERN_TEMPLATE`, and
 /// made in one source file by `ORV_EXPORT_TEMPLATE` with the same arguments in the same order.
@@ -35,6 +37,7 @@
 #include "orvcomtypes/memarraytreat.h"
 
 #include <functional>
+#include <initializer_list>
 
 /// The array; see the top of this file.
 template <class T, class Treat>
@@ -42,8 +45,22 @@ class CMarrayBase
 {
 public:
     CMarrayBase() noexcept {}
+    CMarrayBase(std::initializer_list<T> values) : CMarrayBase()
+    {
+        InsertAt(0, static_cast<unsigned>(values.size()), values.begin());
+    }
     CMarrayBase(const CMarrayBase& other) : CMarrayBase() { *this = other; }
+    CMarrayBase(CMarrayBase&& other) noexcept { TakeOver(other); }
     CMarrayBase& operator=(const CMarrayBase& other);
+    CMarrayBase& operator=(CMarrayBase&& other) noexcept
+    {
+        if (this != &other)
+        {
+            RemoveAll();
+            TakeOver(other);
+        }
+        return *this;
+    }
     virtual ~CMarrayBase()
     {
         DestroyItems(0, m_iSize);
@@ -58,7 +75,7 @@ public:
     operator bool() const noexcept { return m_iSize > 0; }
 
     // ---------------------------------------------------------------- reading
-    /// Throws `CLQInvalidargExcept` when there is no such element.
+    /// Reports "idx >= m_iSize" and throws `CLQInvalidargExcept` when there is no such element.
     T& Item(unsigned idx) const
     {
         if (idx >= m_iSize) [[unlikely]]
@@ -73,6 +90,26 @@ public:
     T* GetData() const noexcept { return m_pElement; }
     T* begin() const noexcept { return m_pElement; }
     T* end() const noexcept { return m_pElement + m_iSize; }
+
+    /// The index of the first element from \p fromIdx on that equals \p value or that \p is accepts, else
+    /// `NotFound`.
+    template <class Value>
+    unsigned Find(const Value& value, unsigned fromIdx = 0) const
+    {
+        return FindIf([&value](const T& element) { return element == value; }, fromIdx);
+    }
+    template <class Is>
+    unsigned FindIf(Is is, unsigned fromIdx = 0) const
+    {
+        for (; fromIdx < m_iSize; ++fromIdx)
+            if (is(m_pElement[fromIdx]))
+                return fromIdx;
+        return NotFound;
+    }
+    enum : unsigned // no static member: modules would share it, and stay loaded for ever
+    {
+        NotFound = 0xFFFFFFFF
+    };
 
     // ---------------------------------------------------------------- adding
     // A value or an array that is passed in may be part of this array.
@@ -98,10 +135,11 @@ public:
             return InsertAt(idx, 1, &value);
     }
     /// Without \p pSource the new elements are default-constructed objects, or plain values as they are in
-    /// storage.
+    /// storage. Reports "idx > m_iSize" and appends.
     unsigned InsertAt(unsigned idx, unsigned cnt, const T* pSource);
 
     // ---------------------------------------------------------------- changing
+    /// Reports "idx >= m_iSize" and stores nothing.
     void SetItem(unsigned idx, const T& value)
     {
         if (idx >= m_iSize) [[unlikely]]
@@ -109,10 +147,21 @@ public:
         else
             m_pElement[idx] = value;
     }
+    /// Swaps bytes. Reports "lIdx > m_iSize || rIdx > m_iSize", for an index of one past the end "lIdx >=
+    /// iSize
+    /// || rIdx == iSize", and swaps nothing.
     void Exchange(unsigned lIdx, unsigned rIdx);
+    /// Ascending, or as \p less orders; equal elements in any order.
+    template <class Less = std::less<>>
+    void Sort(Less less = {})
+    {
+        std::sort(begin(), end(), less);
+    }
 
     // ---------------------------------------------------------------- removing
+    /// Reports "idx + cnt > m_iSize" and removes what there is.
     void RemoveAt(unsigned idx, unsigned cnt = 1);
+    /// Reports "m_iSize > 0".
     void RemoveLast()
     {
         if (m_iSize > 0) [[likely]]
@@ -179,6 +228,11 @@ private:
         return idx;
     }
     unsigned InsertCopy(unsigned idx, T value);
+    void TakeOver(CMarrayBase& other) noexcept
+    {
+        m_pElement = m_Treat.TakeArray(other.m_Treat, std::exchange(other.m_pElement, nullptr));
+        m_iSize = std::exchange(other.m_iSize, 0U);
+    }
     void OpenGap(unsigned idx, unsigned cnt);
     void CopyOwn(unsigned idx, unsigned cnt, unsigned sourceIdx);
 };
@@ -291,11 +345,15 @@ using CMarray = CMarrayBase<T, CMarrayTreat<T, CStaticCRTAllocator, Grow>>;
 template <class T, unsigned Grow, unsigned FixedSize>
 class CSimpleFixMarray : public CMarrayBase<T, CSimpleFixMarrayTreat<T, CStaticCRTAllocator, Grow, FixedSize>>
 {
+public:
+    using CSimpleFixMarray::CMarrayBase::CMarrayBase;
 };
 
 template <class T, unsigned Grow, unsigned FixedSize>
 class CFixMarray : public CMarrayBase<T, CFixMarrayTreat<T, CStaticCRTAllocator, Grow, FixedSize>>
 {
+public:
+    using CFixMarray::CMarrayBase::CMarrayBase;
 };
 
 ORV_EXTERN_TEMPLATE(CMarrayBase<unsigned, CSimpleFixMarrayTreat<unsigned, CStaticCRTAllocator, 256, 8>>);

@@ -106,6 +106,8 @@ public:
         return !bPowerOfTwo || (iSize < MinCapacity && iSize != 0);
     }
 
+    /// Takes the storage of another array over, with the elements in it; null for none.
+    static T* TakeArray(const CSimpleMarrayTreat&, T* pElement) noexcept { return pElement; }
     /// Releases the storage of elements that are destroyed, null for none.
     static void FreeArray(T* pElement) noexcept { Alloc::Free(pElement); }
     static void ReleaseAllocator() noexcept { Alloc::Release(); }
@@ -226,6 +228,13 @@ public:
             MoveToHeap(nNewSize, iSize, pElement);
     }
 
+    T* TakeArray(CFixMarrayTreatBase& from, T* pElement) noexcept
+    {
+        if (pElement != from.Buffer())
+            return pElement;
+        std::memcpy(m_aBuffer, from.m_aBuffer, sizeof(m_aBuffer));
+        return Buffer();
+    }
     void FreeArray(T* pElement) noexcept
     {
         if (pElement != Buffer())

@@ -3,14 +3,15 @@
 /// Lists of IDs are mostly short, so up to 8 live inside the array object. The array keeps order, repetitions
 /// and zeros; the set keeps each non-zero ID once, in the order of its hash map.
 ///
-/// Ownership: both own their IDs. Moving an array copies it; moving a set leaves the other one empty.
+/// Ownership: both own their IDs. Moving an array copies it, deliberately unlike other arrays; moving a set
+/// leaves the other one empty.
 /// Thread safety: none; callers serialise access.
 /// Errors: those of memarray.h and orvhashmap.h; adding 0 to a set one by one is reported, in bulk it is
 /// skipped. `Join`, `SortIds` and `Unique` throw `CLQMemoryExcept` without memory and leave the array as it
 /// was. Units: counts are IDs.
 ///
-///     CMIDINTArray ids;
-///     ids.Split("10,3,7,3", ',');
+///     CMIDINTArray ids = {10};
+///     ids.Split("3,7,3", ',');
 ///     ids.Unique();
 ///     COrvStr sText = ids.Join(ORVTEXT(','), ORVTEXT("ids:")); // "ids:,3,7,10"
 #pragma once
@@ -23,10 +24,11 @@ class ORV_API CMIDINTArray : public CSimpleFixMarray<unsigned, 256, 8>
 {
 public:
     CMIDINTArray() noexcept {}
+    CMIDINTArray(std::initializer_list<unsigned> ids) : CSimpleFixMarray(ids) {}
     CMIDINTArray(const CMIDINTArray&) = default;
-    CMIDINTArray(CMIDINTArray&&) = default;
+    CMIDINTArray(CMIDINTArray&& other) : CMIDINTArray(static_cast<const CMIDINTArray&>(other)) {}
     CMIDINTArray& operator=(const CMIDINTArray&) = default;
-    CMIDINTArray& operator=(CMIDINTArray&&) = default;
+    CMIDINTArray& operator=(CMIDINTArray&& other) { return *this = static_cast<const CMIDINTArray&>(other); }
 
     /// Takes the elements of any array with GetSize() and operator[], such as ATL's CSimpleArray<unsigned>.
     template <class Array>

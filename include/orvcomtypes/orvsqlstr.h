@@ -220,7 +220,7 @@ private:
 ORV_EXTERN_TEMPLATE(CMarrayBase<COrvSQLStr, CFixMarrayTreat<COrvSQLStr, CStaticCRTAllocator, 16, 16>>);
 ORV_EXTERN_TEMPLATE(CFixMarray<COrvSQLStr, 16, 16>);
 
-/// A batch: a list of statements that always begins with one.
+/// A batch: a list of statements that begins with one. A batch that was moved from is empty until `AddSQL`.
 class ORV_API COrvSQLStrArray : public CFixMarray<COrvSQLStr, 16, 16>
 {
 public:

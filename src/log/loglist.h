@@ -37,7 +37,7 @@ private:
         CLogFileInnerHandler* m_pHandler;
     };
     static constexpr unsigned kNotFound = ~0u;
-    using CFiles = CMarray<_LogFile, 4>;
+    using CFiles = CMarray<_LogFile, 8>;
 
     CLogFileInnerHandler* MakeHandler(const WCHAR* sFileNameFormat);
     template <class Is>
