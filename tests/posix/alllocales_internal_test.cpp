@@ -1,5 +1,6 @@
-// Every locale that ICU has reads back what it writes.
+// Every locale that ICU has reads back what it writes; the user's is that of the environment.
 #include "support/locale_texts.h"
+#include "support/test_environment.h"
 
 #include <unicode/uloc.h>
 
@@ -20,6 +21,24 @@ TEST(AllLocales, ReadBackWhatTheyWrite)
     EXPECT_GT(uloc_countAvailable(), 500);
     for (int i = 0; i < uloc_countAvailable(); ++i)
         CheckReadsBack(TagOf(uloc_getAvailable(i)).c_str(), random);
+}
+
+TEST(UsersLocale, FollowsTheEnvironment)
+{
+    const COrvTime t = COrvTime::FromLocalYMD(2024, 1, 6, 0, 0, 0);
+    const CVariableGuard all("LC_ALL", nullptr), german("LANG", "de_DE.UTF-8");
+    const auto check = [t](const WCHAR* sExpected) {
+        const COrvStr sText = t.FormatLocal(COrvTime::Date_Long);
+        COrvTime tRead;
+        EXPECT_EQ(sExpected, Text(sText));
+        EXPECT_TRUE(tRead.ParseLocal(sText, COrvTime::Date_Long) && tRead == t);
+    };
+    check(ORVTEXT("6. Januar 2024"));
+    {
+        const CVariableGuard french("LC_TIME", "fr_FR.UTF-8");
+        check(ORVTEXT("6 janvier 2024"));
+    }
+    check(ORVTEXT("6. Januar 2024"));
 }
 
 } // namespace
