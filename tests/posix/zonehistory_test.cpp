@@ -111,7 +111,10 @@ int LibraryDay(const COrvTime& t)
 /// the others the C library is asked.
 bool FollowsDay(const COrvTime& t, const COrvTime& tNext)
 {
-    if (tNext.RoundLocalDayDown() != tNext || (tNext - 1).RoundLocalDayDown() != t)
+    // Put back behind midnight, the clock may show the day before once more.
+    const COrvTime tLate = tNext + 3599;
+    if (tNext.RoundLocalDayDown() != tNext || (tNext - 1).RoundLocalDayDown() != t ||
+        tLate.RoundLocalDayUp() <= tLate)
         return false;
     return tNext - t == COrvTimeDiff::FromDay(1) ||
            (LibraryDay(tNext) > LibraryDay(t) && LibraryDay(tNext - 1) == LibraryDay(t));
