@@ -76,7 +76,7 @@ struct CForeignArray
 
 TEST(MidIntArray, CopiesOnCopyAndOnMove)
 {
-    CMIDINTArray from = Ids({1, 2});
+    CMIDINTArray from = {1, 2};
     CMIDINTArray to(std::move(from));
     EXPECT_TRUE(to.IsEqual(from));
     to.AddId(3);
