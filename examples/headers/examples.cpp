@@ -188,10 +188,9 @@ void Handshakes()
 #include "sqlhandshake.inc"
 }
 
-auto Streams()
+void Streams()
 {
 #include "wrtstream.inc"
-    return dwError;
 }
 
 void XMLValues(CXMLStreamWrite& xml, const char (&sBuffer)[100])
