@@ -48,6 +48,8 @@ TEST(LocaleTime, WritesPictures)
 TEST(LocaleTime, KnowsTheNames)
 {
     const WCHAR* const sEnglish = ORVTEXT("en-US");
+    EXPECT_EQ(ORVTEXT("en-US"), InfoOf(sEnglish, LOCALE_SNAME));
+    EXPECT_NE(Text::npos, InfoOf(sEnglish, LOCALE_SSHORTDATE).find(ORVTEXT("yyyy")));
     EXPECT_EQ(ORVTEXT("Monday"), InfoOf(sEnglish, LOCALE_SDAYNAME1));
     EXPECT_EQ(ORVTEXT("Sun"), InfoOf(sEnglish, LOCALE_SABBREVDAYNAME1 + 6));
     EXPECT_EQ(ORVTEXT("January"), InfoOf(sEnglish, LOCALE_SMONTHNAME1));

@@ -223,31 +223,6 @@ TEST(CodePages, Gb18030WritesEverything)
     EXPECT_EQ(CResult(0, ERROR_INVALID_FLAGS), ToWide(54936, MB_PRECOMPOSED, "a", 1, sBack, 10));
 }
 
-TEST(Locale, NamesAndPicturesOfEnglish)
-{
-    const auto info = [](LCTYPE type) {
-        WCHAR s[80] = {};
-        return GetLocaleInfoEx(ORVTEXT("en-US"), type, s, 80) > 0 ? Text(s) : Text();
-    };
-    EXPECT_EQ(Text(ORVTEXT("en-US")), info(LOCALE_SNAME));
-    EXPECT_EQ(Text(ORVTEXT("January")), info(LOCALE_SMONTHNAME1));
-    EXPECT_EQ(Text(ORVTEXT("Dec")), info(LOCALE_SABBREVMONTHNAME1 + 11));
-    EXPECT_EQ(Text(ORVTEXT("Monday")), info(LOCALE_SDAYNAME1));
-    EXPECT_EQ(Text(ORVTEXT("Sun")), info(LOCALE_SABBREVDAYNAME1 + 6));
-    EXPECT_EQ(Text(ORVTEXT("PM")), info(LOCALE_S2359));
-    EXPECT_NE(Text::npos, info(LOCALE_SSHORTDATE).find(ORVTEXT("yyyy")));
-    WCHAR s[40];
-    EXPECT_EQ(6, GetLocaleInfoEx(ORVTEXT("en-US"), LOCALE_SNAME, nullptr, 0));
-    EXPECT_EQ(0, GetLocaleInfoEx(ORVTEXT("en-US"), LOCALE_SNAME, s, 5));
-    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
-    SYSTEMTIME day = {2024, 2, 0, 29, 0, 0, 0, 0};
-    EXPECT_EQ(20, GetDateFormatEx(ORVTEXT("en-US"), 0, &day, ORVTEXT("yyyy-MM-dd dddd"), s, 40, nullptr));
-    EXPECT_EQ(Text(ORVTEXT("2024-02-29 Thursday")), Text(s));
-    day.wMonth = 13;
-    EXPECT_EQ(0, GetDateFormatEx(ORVTEXT("en-US"), 0, &day, nullptr, s, 40, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-}
-
 TEST(CodePages, ZeroMeansTheAnsiCodePage)
 {
     const std::string sBytes = "\x7F\x80\x82\x9F\xA1\xB9\xC1\xE9\xFF";
