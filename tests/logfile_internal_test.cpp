@@ -151,7 +151,7 @@ TEST_F(LogFile, ChangesWithItsPeriod)
         {
             SetClock(sTime);
             ASSERT_TRUE(file.Prepare());
-            EXPECT_EQ(2u, file.Write("x\n", 2));
+            EXPECT_EQ(2u, file.Append("x\n", 2));
         }
         file.Close();
         const auto last = ReadBytes(file.Name());
@@ -244,7 +244,7 @@ TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)
         CLogLoss untold;
         for (int i = 0; i < 200; ++i)
             PushLine(lines, std::string(99990, c) + '\n');
-        EXPECT_TRUE(writer.Write(lines, untold));
+        EXPECT_TRUE(writer.Drain(lines, untold));
     };
     std::thread other(Write, 'a');
     Write('b');

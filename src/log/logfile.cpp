@@ -236,7 +236,7 @@ bool CLogFile::EndHalfLine(CState now)
         Sleep(kLookAgainMs);
         const CState then = std::exchange(now, StateOf(m_hFile));
         if (now.m_nSize == then.m_nSize)
-            return Write("\r\n", 2) == 2;
+            return Append("\r\n", 2) == 2;
     }
     return true;
 }
@@ -270,7 +270,7 @@ CLogText CLogFile::Name() const
     return m_sName;
 }
 
-DWORD CLogFile::Write(const char* pData, DWORD nBytes)
+DWORD CLogFile::Append(const char* pData, DWORD nBytes)
 {
     // Offset -1 is the end of the file at the moment of writing: other processes may append too.
     OVERLAPPED end{};

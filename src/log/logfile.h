@@ -49,7 +49,7 @@ public:
     bool Continues() const { return m_bContinues; }
     /// Appends at the end, also beside other processes. Less than all bytes means failure; the file is then
     /// closed, so that the next Prepare tries anew.
-    DWORD Write(const char* pData, DWORD nBytes);
+    DWORD Append(const char* pData, DWORD nBytes);
     /// False when what was written may not have come to the disk; the file is then closed.
     bool Flush();
     void Close();

@@ -93,13 +93,13 @@ unsigned ORVCALL CLogFileInnerHandler::ThreadMain(void* pRun)
     run.m_bBegun = true;
     {
         const CWriterName name;
-        run.m_handler.WriteQueued(run);
+        run.m_handler.Serve(run);
     }
     SetEvent(run.m_hFinished);
     return 0;
 }
 
-void CLogFileInnerHandler::WriteQueued(CRun& run)
+void CLogFileInnerHandler::Serve(CRun& run)
 {
     DWORD dwWait = INFINITE;
     for (;;)
@@ -107,7 +107,7 @@ void CLogFileInnerHandler::WriteQueued(CRun& run)
         WaitForSingleObject(run.m_WrtEvent, dwWait);
         if (!run.TryTakeTurn())
             return;
-        const bool bWritten = WriteRound(run);
+        const bool bWritten = DoRound(run);
         dwWait = !bWritten ? kRetryMs : run.m_batch.m_bIdle ? INFINITE : kStayAwakeMs;
         if (run.m_batch.m_bStop)
             return run.m_writer.File().Close();
@@ -116,7 +116,7 @@ void CLogFileInnerHandler::WriteQueued(CRun& run)
 }
 
 /// False when lines are left that could not be written. Nothing escapes.
-bool CLogFileInnerHandler::WriteRound(CRun& run)
+bool CLogFileInnerHandler::DoRound(CRun& run)
 {
     Take(run.m_batch);
     if (run.m_batch.m_bIdle)
@@ -475,11 +475,11 @@ void CLogFileInnerHandler::FinishStop(DWORD dwEndTick, bool bUnloading)
     if (pRun->TakeLastTurn(dwEndTick, bUnloading))
     {
         // What the thread did not come to, because it was never there or ended before its time.
-        WriteRound(*pRun);
+        DoRound(*pRun);
         pRun->m_writer.File().Close();
     }
     else
-        WriteBehind(*pRun);
+        DrainBehind(*pRun);
     GiveUp();
     m_bHeldUp = !pRun->EndThread(bUnloading);
     if (!m_bHeldUp)
@@ -518,7 +518,7 @@ bool CLogFileInnerHandler::CRun::EndThread(bool bUnloading)
 
 /// The thread did not end in time. When all it waits for is the disk, what was queued meanwhile is written
 /// here, behind what it wrote, and not waited for.
-void CLogFileInnerHandler::WriteBehind(const CRun& run)
+void CLogFileInnerHandler::DrainBehind(const CRun& run)
 {
     if (!run.m_writer.IsFlushing())
         return;
@@ -527,7 +527,7 @@ void CLogFileInnerHandler::WriteBehind(const CRun& run)
     try
     {
         CLogWriter writer(run.m_writer.File().Name(), m_options);
-        writer.Write(batch.m_lines, batch.m_untold);
+        writer.Drain(batch.m_lines, batch.m_untold);
     }
     catch (...)
     {

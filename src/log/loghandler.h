@@ -26,6 +26,7 @@ public:
     CLogFileInnerHandler& operator=(const CLogFileInnerHandler&) = delete;
     ~CLogFileInnerHandler() override;
 
+    /// Queues the text; the thread writes it.
     void Write(const char* text, unsigned length, HANDLE doneEvent) override;
     void GetFileName(COrvStr& name) override;
     void AddRef() override;
@@ -105,11 +106,11 @@ private:
     };
 
     static unsigned ORVCALL ThreadMain(void* pRun);
-    void WriteQueued(CRun& run);
-    bool WriteRound(CRun& run);
+    void Serve(CRun& run);
+    bool DoRound(CRun& run);
     void Take(CBatch& batch);
     void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
-    void WriteBehind(const CRun& run);
+    void DrainBehind(const CRun& run);
     void WaitForRoom(std::uint64_t nBytes);
     bool Await(HANDLE hEvent, DWORD dwMilliseconds);
     void GiveUp();

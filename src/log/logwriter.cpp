@@ -19,7 +19,7 @@ struct CStamp
 
 } // namespace
 
-bool CLogWriter::Write(CLogQueue& lines, CLogLoss& untold)
+bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold)
 {
     if (!m_file.Prepare())
         return false;
@@ -28,14 +28,14 @@ bool CLogWriter::Write(CLogQueue& lines, CLogLoss& untold)
     if (m_nFirstDone == 0 && !Tell(untold))
         return false;
     while (!lines.IsEmpty())
-        if (!WriteBlock(lines))
+        if (!AppendBlock(lines))
             return false;
     return true;
 }
 
 bool CLogWriter::Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
-    const bool bWritten = Write(lines, untold);
+    const bool bWritten = Drain(lines, untold);
     lost.Add(std::exchange(m_dropped, {}));
     if (!bWritten)
         return false;
@@ -58,14 +58,14 @@ bool CLogWriter::Tell(CLogLoss& untold)
         OCT::FormatTo(sLine, "=W> %s Lost log lines: %I64u (%I64u bytes), logged between %s and %s\r\n",
                       CStamp(g_pfnLogTime()).m_sText, untold.m_nLines, untold.m_nBytes,
                       CStamp(untold.m_tFirst).m_sText, CStamp(untold.m_tLast).m_sText);
-    if (m_file.Write(sLine, static_cast<DWORD>(nLength)) != nLength)
+    if (m_file.Append(sLine, static_cast<DWORD>(nLength)) != nLength)
         return false;
     untold = {};
     return true;
 }
 
 /// One write: a single line as it lies, several through the buffer.
-bool CLogWriter::WriteBlock(CLogQueue& lines)
+bool CLogWriter::AppendBlock(CLogQueue& lines)
 {
     const CLogMessage* pFirst = lines.First();
     const char* pData = pFirst->Text() + m_nFirstDone;
@@ -82,7 +82,7 @@ bool CLogWriter::WriteBlock(CLogQueue& lines)
         nBytes = FillBuffer(lines);
         pData = m_pBuffer.get();
     }
-    const DWORD nWritten = m_file.Write(pData, nBytes);
+    const DWORD nWritten = m_file.Append(pData, nBytes);
     Consume(lines, nWritten);
     return nWritten == nBytes;
 }

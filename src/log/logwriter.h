@@ -16,7 +16,7 @@ public:
     CLogWriter(const CLogText& sFormat, const CLogFileOptions& options) : m_file(sFormat, options) {}
 
     /// Writes the lines, in front of them what was lost and is not told yet. False when some are left.
-    bool Write(CLogQueue& lines, CLogLoss& untold);
+    bool Drain(CLogQueue& lines, CLogLoss& untold);
     /// The same, and waits until they are on the disk. What was given up comes into \p lost.
     bool Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost);
     /// Whether the writing thread is in that wait; from any thread.
@@ -29,7 +29,7 @@ private:
     static constexpr DWORD kBufferBytes = 0x200000;
 
     bool Tell(CLogLoss& untold);
-    bool WriteBlock(CLogQueue& lines);
+    bool AppendBlock(CLogQueue& lines);
     void DropWithoutBuffer(CLogQueue& lines);
     DWORD FillBuffer(const CLogQueue& lines);
     void Consume(CLogQueue& lines, DWORD nBytes);

@@ -12,7 +12,7 @@ CSQLText::CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view s
     : m_nCodePage(nCodePage), m_sLabel(sLabel)
 {
     // Once without keeping anything, for the size.
-    Write(sOutcome, sStatement, sTail);
+    Compose(sOutcome, sStatement, sTail);
     std::size_t nRoom = kStackBytes;
     if (m_nLength + kEndBytes > kStackBytes)
     {
@@ -25,14 +25,14 @@ CSQLText::CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view s
     }
     m_nLimit = nRoom - kEndBytes;
     m_nLength = 0;
-    Write(sOutcome, sStatement, sTail);
+    Compose(sOutcome, sStatement, sTail);
     if (m_nLength > m_nLimit)
         m_nLength = OCT::WholeCharacters(m_sText, m_nLimit, m_nCodePage);
     std::memcpy(m_sText + m_nLength, "\r\n", kEndBytes);
     m_nLength += 2;
 }
 
-void CSQLText::Write(std::string_view sOutcome, CStatement sStatement, std::string_view sTail)
+void CSQLText::Compose(std::string_view sOutcome, CStatement sStatement, std::string_view sTail)
 {
     Put(sOutcome);
     PutLabel();

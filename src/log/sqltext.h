@@ -26,7 +26,7 @@ private:
     static constexpr std::size_t kStackBytes = 1988;
     static constexpr std::size_t kEndBytes = 3; ///< "\r\n" and the terminator
 
-    void Write(std::string_view sOutcome, CStatement sStatement, std::string_view sTail);
+    void Compose(std::string_view sOutcome, CStatement sStatement, std::string_view sTail);
     void Put(std::string_view sText);
     void PutLabel();
     void PutCharacter(CStatement sCharacter);
