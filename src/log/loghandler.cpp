@@ -246,7 +246,7 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
     else if (length == 0)
         length = static_cast<unsigned>(std::strlen(text));
     CLogMessage* pMessage = length > 0 ? NewMessage(text, length) : nullptr;
-    WaitForRoom(length);
+    const bool bRoom = WaitForRoom(length);
     CLogQueue refused;
     bool bSignalNow;
     {
@@ -260,7 +260,7 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
         }
         EnsureThread();
         if (pMessage != nullptr)
-            Accept(pMessage, refused);
+            Accept(pMessage, bRoom, refused);
         else if (length > 0)
             Lose(1, length);
         bSignalNow = doneEvent != nullptr && !SetDone(doneEvent);
@@ -272,16 +272,18 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 }
 
 /// Lines come faster than a disk that works takes them: who brings more waits for it a while. Where writing
-/// fails or hangs nobody waits.
-void CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
+/// fails or hangs nobody waits. True when there is room.
+bool CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
-    if (m_nWaiting.load(std::memory_order_relaxed) + nBytes <= nMax || nBytes > nMax)
-        return;
+    const auto HasRoom = [&] { return m_nWaiting.load(std::memory_order_relaxed) + nBytes <= nMax; };
+    if (nBytes > nMax || HasRoom())
+        return nBytes <= nMax;
     const DWORD dwEndTick = GetTickCount() + kRoomMs;
-    while (m_nWaiting.load(std::memory_order_relaxed) + nBytes > nMax && !m_bFailing && !m_bStop)
+    while (!HasRoom() && !m_bFailing && !m_bStop)
         if (!WaitUntilDone(TimeUntil(dwEndTick), true))
-            return;
+            break;
+    return HasRoom();
 }
 
 void CLogFileInnerHandler::WakeThread()
@@ -301,14 +303,16 @@ bool CLogFileInnerHandler::SetDone(HANDLE doneEvent)
     return true;
 }
 
-/// Queues the line if there is room for it, or if it is an error for which others make room.
-void CLogFileInnerHandler::Accept(CLogMessage* pMessage, CLogQueue& refused)
+/// Queues the line if there is room for it, or if it is an error for which others make room. Who was told
+/// that there is room gets it: the limit is exceeded by a line of each such caller at most.
+void CLogFileInnerHandler::Accept(CLogMessage* pMessage, bool bRoom, CLogQueue& refused)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
     const std::uint64_t nBytes = pMessage->Length();
     // What a round has taken cannot make room. It does when it comes back.
     const bool bLater = m_nBytesInRound > 0 && m_queue.Bytes() + nBytes <= nMax;
-    if (Waiting() + nBytes > nMax && !(pMessage->IsError() && (bLater || MakeRoom(nBytes, refused))))
+    if (!bRoom && Waiting() + nBytes > nMax &&
+        !(pMessage->IsError() && (bLater || MakeRoom(nBytes, refused))))
     {
         Lose(1, nBytes);
         refused.Push(pMessage);

@@ -111,7 +111,7 @@ private:
     void Take(CBatch& batch);
     void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
     void DrainBehind(const CRun& run);
-    void WaitForRoom(std::uint64_t nBytes);
+    bool WaitForRoom(std::uint64_t nBytes);
     bool Await(HANDLE hEvent, DWORD dwMilliseconds);
     void GiveUp();
 
@@ -119,7 +119,7 @@ private:
     void BeginAnewInChild();
     void EnsureThread();
     bool HasThread() const;
-    void Accept(CLogMessage* pMessage, CLogQueue& refused);
+    void Accept(CLogMessage* pMessage, bool bRoom, CLogQueue& refused);
     bool MakeRoom(std::uint64_t nBytes, CLogQueue& refused);
     void Lose(std::uint64_t nLines, std::uint64_t nBytes);
     bool SetDone(HANDLE doneEvent);

@@ -384,6 +384,22 @@ TEST_F(LogSystemFaults, PipeThatNobodyEmptiesDoesNotHoldUpCallersForLong)
     close(fd);
 }
 
+TEST_F(LogSystemFaults, CallersThatWaitForRoomTogetherLoseNothing)
+{
+    ASSERT_TRUE(m_log.InitFileLog(ORVTEXT("/dev/null"), lqlInformation, nullptr));
+    m_log.SetFileOption(lqfMaxWaiting, 200);
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&] {
+                for (int i = 0; i < 1000; ++i)
+                    m_log.LogOpt(lqlInformation, "line %d of those that have hardly any room", i);
+            });
+    }
+    EXPECT_TRUE(m_log.Flush(kLong));
+    EXPECT_EQ(0u, m_log.GetLostLines());
+}
+
 TEST_F(LogSystemFaults, LinesWaitWhereASocketIs)
 {
     const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
