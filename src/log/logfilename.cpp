@@ -191,7 +191,8 @@ __time64_t (*g_pfnLogTime)() = CurrentTime;
 
 CLogDate::CLogDate(__time64_t tTime) : m_tm()
 {
-    _localtime64_s(&m_tm, &tTime);
+    if (_localtime64_s(&m_tm, &tTime) != 0)
+        m_tm = {}; // before 1970: what is made of it stays two digits each
 }
 
 std::chrono::sys_days CLogDate::Day() const
