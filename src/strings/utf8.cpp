@@ -275,7 +275,7 @@ CStep EncodeBlocks(const WCHAR* const pSrc, std::size_t nSrc, char* const pStart
         return CStep{static_cast<unsigned>(p - pSrc) + nInBlock,
                      static_cast<unsigned>(pDest - pStart) + nInBlock};
     };
-    for (; pSrc + nSrc - p >= 33 && pStart + nRoom - pDest >= 96; p += 16, pDest += 16)
+    for (; nSrc - Done(0).m_nSrc >= 33 && nRoom - Done(0).m_nDest >= 96; p += 16, pDest += 16)
     {
         Copy16(p, pDest);
         for (unsigned nForeign = Foreign16(p); nForeign; nForeign &= nForeign - 1)
