@@ -270,12 +270,15 @@ inline unsigned EncodeStep(WCHAR cUnit, char* pDest)
 CStep EncodeBlocks(const WCHAR* const pSrc, std::size_t nSrc, char* const pStart, std::size_t nRoom)
 {
     const WCHAR* p = pSrc;
+    const WCHAR* const pEnd = pSrc + nSrc;
     char* pDest = pStart;
+    // Callers may name more room than there is address space; no more than this matters.
+    const char* const pRoomEnd = pStart + std::min(nRoom, 3 * nSrc + 96);
     const auto Done = [&](unsigned nInBlock) {
         return CStep{static_cast<unsigned>(p - pSrc) + nInBlock,
                      static_cast<unsigned>(pDest - pStart) + nInBlock};
     };
-    for (; nSrc - Done(0).m_nSrc >= 33 && nRoom - Done(0).m_nDest >= 96; p += 16, pDest += 16)
+    for (; pEnd - p >= 33 && pRoomEnd - pDest >= 96; p += 16, pDest += 16)
     {
         Copy16(p, pDest);
         for (unsigned nForeign = Foreign16(p); nForeign; nForeign &= nForeign - 1)
@@ -291,13 +294,16 @@ CStep EncodeBlocks(const WCHAR* const pSrc, std::size_t nSrc, char* const pStart
     return Done(0);
 }
 
-// Encodes a unit that takes three bytes, or a run of them. What does not fit is dropped.
+// Encodes units of three bytes: by blocks, else up to a shorter one. What does not fit is dropped.
 CStep EncodeThrees(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom)
 {
     if (n >= 8)
         if (const auto nUnits = static_cast<unsigned>(g_pThreeByteRuns->m_pfnEncode(p, n, pDest, nRoom)))
             return {nUnits, 3 * nUnits};
-    return {1, nRoom >= 3 ? EncodeStep(*p, pDest) : 0};
+    CStep done{1, nRoom >= 3 ? EncodeStep(*p, pDest) : 0};
+    for (; done.m_nSrc < n && p[done.m_nSrc] >= 0x800 && nRoom - done.m_nDest >= 3; ++done.m_nSrc)
+        done.m_nDest += EncodeStep(p[done.m_nSrc], pDest + done.m_nDest);
+    return done;
 }
 
 } // namespace

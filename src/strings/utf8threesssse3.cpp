@@ -25,6 +25,11 @@ void Store(void* p, __m128i v)
     _mm_storeu_si128(static_cast<__m128i*>(p), v);
 }
 
+std::size_t Fewer(std::size_t a, std::size_t b)
+{
+    return a < b ? a : b;
+}
+
 // How many of eight lanes are set before the first one that is not.
 std::size_t CountFirst(__m128i isSet)
 {
@@ -63,15 +68,15 @@ std::size_t DecodeEight(const char* p, WCHAR* pDest)
 
 std::size_t Decode(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom)
 {
-    std::size_t i = 0;
-    while (n - 3 * i >= 24 && nRoom - i >= 8)
+    std::size_t nDone = 0;
+    for (std::size_t nBlocks = Fewer(n / 24, nRoom / 8); nBlocks != 0; --nBlocks)
     {
-        const std::size_t nUnits = DecodeEight(p + 3 * i, pDest + i);
-        i += nUnits;
+        const std::size_t nUnits = DecodeEight(p + 3 * nDone, pDest + nDone);
+        nDone += nUnits;
         if (nUnits < 8)
             break;
     }
-    return i;
+    return nDone;
 }
 
 // Encodes eight units if all take three bytes.
@@ -100,10 +105,13 @@ bool EncodeEight(const WCHAR* p, char* pDest)
 
 std::size_t Encode(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom)
 {
-    std::size_t i = 0;
-    while (n - i >= 8 && nRoom - 3 * i >= 24 && EncodeEight(p + i, pDest + 3 * i))
-        i += 8;
-    return i;
+    const WCHAR* const pFrom = p;
+    for (std::size_t nBlocks = Fewer(n / 8, nRoom / 24); nBlocks != 0 && EncodeEight(p, pDest); --nBlocks)
+    {
+        p += 8;
+        pDest += 24;
+    }
+    return static_cast<std::size_t>(p - pFrom);
 }
 
 } // namespace
