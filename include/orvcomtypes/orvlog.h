@@ -246,7 +246,7 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL FlushLogs(DWORD milliseconds);
 /// How many lines were lost in all logs since the library was loaded, and their bytes.
 ORV_EXTERN_C ORV_FUNC std::uint64_t ORVCALL GetLostLogLines(std::uint64_t* bytes);
 ORV_VALUES_BEGIN
-/// The name that a format stands for now; its folders are made. Empty when none results.
+/// The name that a format stands for now; its folders are made. Empty when none results and without memory.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat);
 ORV_VALUES_END
 /// One line with the thread, the milliseconds since the first call and since the last one, at level

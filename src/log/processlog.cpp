@@ -114,12 +114,19 @@ std::uint64_t ORVCALL GetLostLogLines(std::uint64_t* bytes)
 
 COrvStr ORVCALL GenerateLogFileName(const WCHAR* fileNameFormat)
 {
-    CLogFileName name;
-    if (!name.Expand(fileNameFormat))
+    try
+    {
+        CLogFileName name;
+        if (!name.Expand(fileNameFormat))
+            return COrvStr();
+        const CLogText sPath = name.Path();
+        CreateDirRecursive(sPath);
+        return COrvStr(sPath.c_str());
+    }
+    catch (...) // no memory
+    {
         return COrvStr();
-    const CLogText sPath = name.Path();
-    CreateDirRecursive(sPath);
-    return COrvStr(sPath.c_str());
+    }
 }
 
 void ORVCALL WriteThreadPrintfTrace(const char* text, LONG value)
