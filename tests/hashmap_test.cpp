@@ -146,6 +146,45 @@ TEST(HashMap, RefusesZeroKeepsOneOfEachAndReportsAbsentOnes)
                              {"::GetNextItem", "pNode->data != TItem(0)", "8", "orvhashmap"}});
 }
 
+/// An object that holds its key, and a policy that looks into it.
+struct CNamed
+{
+    char m_cName;
+};
+struct CNamedCompare
+{
+    static unsigned GetHash(char cKey) noexcept { return cKey % 2; }
+    static char GetKey(const CNamed* p) noexcept { return p->m_cName; }
+    static bool IsEqual(const CNamed* p, char cKey, void*) noexcept { return p->m_cName == cKey; }
+};
+
+TEST(HashMap, PointersAreComparedByWhatTheyPointTo)
+{
+    CReportCapture capture;
+    for (const unsigned nApproxCount : {0U, 3000U}) // small and large tables are searched differently
+    {
+        OCT::CPrtvHashMap<CNamed*, char, CNamedCompare> map(nApproxCount);
+        CNamed a{'a'}, c{'c'}, otherA{'a'}, b{'b'};
+        EXPECT_EQ(map.SetItem(&a), nullptr);
+        EXPECT_EQ(map.SetItem(&c), nullptr);
+        EXPECT_EQ(map.SetItem(&otherA), &a);
+        EXPECT_EQ(map.GetItem(&otherA), &a);
+        for (CNamed* p : {static_cast<CNamed*>(nullptr), &b}) // the other bucket is empty
+        {
+            EXPECT_FALSE(map.IsExists(p));
+            EXPECT_EQ(map.RemoveItem(p), nullptr);
+        }
+        EXPECT_EQ(map.GetNextItem(nullptr), &a);
+        EXPECT_EQ(map.GetNextItem(&a), &c);
+        EXPECT_EQ(map.GetNextItem(&c), nullptr);
+        EXPECT_NO_REPORTS(capture);
+        EXPECT_EQ(map.GetNextItem(&b), nullptr);
+        EXPECT_REPORTS(capture, {{"::GetNextItem", "pNode->data != TItem(0)", nullptr, "orvhashmap"}});
+        EXPECT_EQ(map.RemoveItemByKey('a', nullptr), &a);
+        EXPECT_EQ(map.GetItemByKey('c', nullptr), &c);
+    }
+}
+
 TEST(HashMap, TheLockAlsoCountsBelowZero)
 {
     CReportCapture capture;
@@ -171,7 +210,7 @@ TEST(HashMap, RandomOperationsKeepTheStatedOrder)
         CMap map(nApproxCount);
         CSlowMap slow(nApproxCount);
         const unsigned nRange = random.UpTo(4000);
-        for (int iStep = 0; iStep < 12000; ++iStep)
+        for (int iStep = 0; iStep < 5000; ++iStep)
         {
             const unsigned n = 1 + random.UpTo(nRange) * 7;
             const unsigned nWhat = random.UpTo(2499);

@@ -1,4 +1,5 @@
-/// A set of non-zero integers that are their own keys: chained, with prime bucket counts.
+/// A set of items, each of which has its key in itself: non-zero integers, or pointers to objects. Chained,
+/// with prime bucket counts.
 ///
 /// The map owns a pointer to its table, the storage; rehashing builds a new storage and swaps it in. Bucket
 /// heads lie in the storage's slot array, followed by a reserve of chain nodes, so a small table is one
@@ -17,8 +18,7 @@
 ///
 ///     OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> ids(1000);
 ///     ids.SetItem(7);
-///     for (unsigned id = ids.GetNextItem(0); id != 0; id = ids.GetNextItem(id))
-///         Use(id); // bucket by bucket; within a bucket the first value, then the newest to the oldest
+///     ids.ForEach([](unsigned id) { Use(id); });
 #pragma once
 
 #include "orvcomtypes/orvhashstorage.h"
@@ -26,7 +26,8 @@
 namespace OCT
 {
 
-/// Compares items that are their own keys. The context is the caller's; it is not used here.
+/// Compares items that are their own keys: the policy of a set of integers. The context is the caller's; it
+/// is not used here.
 template <class T>
 struct CPrtvHashCompare
 {
@@ -36,9 +37,20 @@ struct CPrtvHashCompare
 };
 
 /// The set; see the top of this file.
+///
+/// TItem is an integer or a pointer; TItem(0) is the empty marker. TKey is passed by value.
+/// TCompare has three static functions, which must not throw and are never given the empty marker:
+///     unsigned GetHash(TKey)                      equal keys have equal hashes
+///     TKey GetKey(TItem)                          stays equal as long as the item is stored
+///     bool IsEqual(TItem, TKey, void* pContext)   whether the item has the key
+/// pContext is what the `…ByKey` functions were given, else null. Pointers are not owned, and what they point
+/// to must live as long as they are stored.
 template <class TItem, class TKey, class TCompare>
 class CPrtvHashMap
 {
+protected:
+    using Storage = CHashMapStorage<TItem, TKey, TCompare>;
+
 public:
     explicit CPrtvHashMap(unsigned nApproxCount = 0)
     {
@@ -67,16 +79,24 @@ public:
         return found;
     }
 
-    /// The stored value, or 0.
-    TItem GetItem(TItem item) const noexcept { return GetItemByKey(TCompare::GetKey(item), nullptr); }
+    /// The stored value that has the same key, or 0.
+    TItem GetItem(TItem item) const noexcept
+    {
+        return Storage::TakesEmpty || item != TItem(0) ? GetItemByKey(TCompare::GetKey(item), nullptr)
+                                                       : TItem(0);
+    }
     TItem GetItemByKey(TKey key, void* pContext) const noexcept
     {
         return m_pStorage ? m_pStorage->Find(key, pContext) : TItem(0);
     }
     bool IsExists(TItem item) const noexcept { return GetItem(item) != TItem(0); }
 
-    /// Removes a value and returns it, or 0 when there is none.
-    TItem RemoveItem(TItem item) { return RemoveItemByKey(TCompare::GetKey(item), nullptr); }
+    /// Removes the stored value that has the same key and returns it, or 0 when there is none.
+    TItem RemoveItem(TItem item)
+    {
+        return Storage::TakesEmpty || item != TItem(0) ? RemoveItemByKey(TCompare::GetKey(item), nullptr)
+                                                       : TItem(0);
+    }
     TItem RemoveItemByKey(TKey key, void* pContext)
     {
         const TItem found = m_pStorage ? m_pStorage->Remove(key, pContext) : TItem(0);
@@ -88,12 +108,14 @@ public:
     /// Calls \p pCallback, which may be null, for every value first.
     void RemoveAllCallback(void (*pCallback)(TItem&, void*), void* pContext);
 
-    /// The value after \p prev, the first one after 0; 0 at the end. Values must not come or go meanwhile.
+    /// The value after \p prev, the first one after 0; 0 at the end: bucket by bucket, within a bucket the
+    /// first value, then the newest to the oldest. Each call looks \p prev up; ForEach is many times faster.
+    /// Values must not come or go meanwhile.
     TItem GetNextItem(TItem prev) const noexcept
     {
         return m_pStorage ? m_pStorage->GetNextItem(prev) : TItem(0);
     }
-    /// Calls fn(value) for every value, in the same order.
+    /// Calls fn(value) for every value, in the order of GetNextItem.
     template <class Fn>
     void ForEachInOrder(Fn fn) const
     {
@@ -132,8 +154,6 @@ public:
     }
 
 protected:
-    using Storage = CHashMapStorage<TItem, TKey, TCompare>;
-
     void InitHashTable(unsigned nCount)
     {
         if (m_pStorage) [[unlikely]]

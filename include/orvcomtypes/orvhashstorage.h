@@ -60,6 +60,9 @@ private:
     unsigned m_nAdd = 0;
 };
 
+template <class T>
+struct CPrtvHashCompare;
+
 /// The table proper: this header, then the slots, in one block.
 template <class TItem, class TKey, class TCompare>
 class CHashMapStorage
@@ -70,6 +73,10 @@ public:
         void operator()(CHashMapStorage* pStorage) const noexcept { CStaticCRTAllocator::Free(pStorage); }
     };
     using Ptr = std::unique_ptr<CHashMapStorage, CDestroy>;
+
+    /// A policy is never given the empty marker, except for that of values that are their own keys: comparing
+    /// them with 0 too saves branches, of which some cannot be predicted.
+    static constexpr bool TakesEmpty = std::is_same_v<TCompare, CPrtvHashCompare<TItem>>;
 
     static Ptr Create(unsigned nApproxCount, float fLoadFactor);
 
@@ -108,7 +115,7 @@ public:
         CNode& head = Head(key);
         CNode* pPrev = nullptr;
         CNode* pNode = &head;
-        while (pNode != nullptr && !TCompare::IsEqual(pNode->data, key, pContext))
+        while (pNode != nullptr && !Holds(*pNode, key, pContext))
             pPrev = std::exchange(pNode, pNode->Next());
         if (pNode == nullptr || pNode->data == TItem(0))
             return TItem(0);
@@ -168,6 +175,11 @@ private:
     CNode* Slots() const noexcept { return reinterpret_cast<CNode*>(const_cast<CHashMapStorage*>(this) + 1); }
     CNode& Head(TKey key) const noexcept { return Slots()[m_bucketOf(TCompare::GetHash(key))]; }
 
+    static bool Holds(const CNode& node, TKey key, void* pContext) noexcept
+    {
+        return (TakesEmpty || node.data != TItem(0)) && TCompare::IsEqual(node.data, key, pContext);
+    }
+
     /// Whether a value lies in the slot or is the first of the chain cannot be predicted in a large table,
     /// and a wrong guess waits for memory. So the node to look at is computed without a branch there; that
     /// most values end there can be predicted. A small table lies in the cache, and its guesses are mostly
@@ -176,10 +188,10 @@ private:
     {
         const CNode* pNode = &head;
         if (m_nBuckets >= SmallHashBuckets)
-            pNode += head.nNext & -static_cast<int>(!TCompare::IsEqual(head.data, key, pContext));
+            pNode += head.nNext & -static_cast<int>(!Holds(head, key, pContext));
         do
         {
-            if (TCompare::IsEqual(pNode->data, key, pContext))
+            if (Holds(*pNode, key, pContext))
                 return pNode->data; // 0 from an empty slot, for the key 0
             pNode = pNode->Next();
         }
@@ -223,6 +235,15 @@ private:
     }
 
     static void AddNodes(Ptr& pStorage);
+
+    /// The low 32 bits.
+    static unsigned ReportValue(TItem item) noexcept
+    {
+        if constexpr (std::is_pointer_v<TItem>)
+            return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(item));
+        else
+            return static_cast<unsigned>(item);
+    }
 
     /// Buckets, then spare nodes.
     static unsigned SlotCount(unsigned nBuckets) noexcept
@@ -299,7 +320,8 @@ TItem CHashMapStorage<TItem, TKey, TCompare>::GetNextItem(TItem prev) const noex
             pNode = pNode->Next();
         if (pNode == nullptr) [[unlikely]]
         {
-            ORV_REPORT_FROM("orvhashmap", "CHashMapStorage::GetNextItem", "pNode->data != TItem(0)", prev);
+            ORV_REPORT_FROM("orvhashmap", "CHashMapStorage::GetNextItem", "pNode->data != TItem(0)",
+                            ReportValue(prev));
             return TItem(0);
         }
         if (const CNode* const pNext = pNode->Next())
