@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -72,6 +73,9 @@ TEST_F(OrvSettings, SetsValuesOfEveryType)
         EXPECT_EQ(sExpected + "\n", Print({"get", ".", "@"}));
         EXPECT_EQ("user, " + sType + "\n", m_sErrors);
     }
+    EXPECT_EQ(eDone, Run({"set", "--type", "REG_DWORD", ".", "d", "7"}));
+    EXPECT_EQ("7\n", Print({"get", ".", "d"}));
+    EXPECT_EQ("user, dword\n", m_sErrors);
     EXPECT_EQ(eDone, Run({"set", "--type", "multi", ".", "m", "one", "two", "three"}));
     EXPECT_EQ("one\ntwo\nthree\n", Print({"get", ".", "m"}));
     EXPECT_EQ(eDone, Run({"set", "\\Software\\Elsewhere", "v", "--", "--x"}));
@@ -82,7 +86,7 @@ TEST_F(OrvSettings, RefusesWhatMakesNoSense)
 {
     for (const char* sLine :
          {"", "gat", "get K", "get K n x", "set K n", "set K n a b", "delete K", "delete --tree \\", "import",
-          "--output", "--scope list", "set --type word K n 1", "set --type dword K n 4294967296",
+          "--output", "--scope list", "set --type word K n 1", "set --type dword K n 4294967296", "check x y",
           "set --type dword K n -1", "set --type dword K n 1x", "set --type binary K n 0",
           "set --type binary K n 0g"})
     {
@@ -94,8 +98,10 @@ TEST_F(OrvSettings, RefusesWhatMakesNoSense)
     EXPECT_EQ(eBadUsage, Run({"set", "--type", "dword", "K", "n", ""}));
     EXPECT_EQ(eBadUsage, Run({"delete", "--tree", ""}));
     EXPECT_EQ(eNotFound, Run({"list"})) << "nothing was stored";
-    EXPECT_EQ(eDone, Run({"--help"}));
-    EXPECT_EQ(0u, m_sOutput.find("usage: "));
+    EXPECT_EQ(eBadUsage, Run({"set", std::string(300, 'k'), "n", "1"}));
+    for (const char* sHelp : {"--help", "-h", "help"})
+        EXPECT_EQ(0u, Print({sHelp}).find("usage: "));
+    EXPECT_EQ(0u, Print({"--version"}).find("orvsettings 3."));
 }
 
 TEST_F(OrvSettings, ExportsAndImports)
@@ -104,12 +110,15 @@ TEST_F(OrvSettings, ExportsAndImports)
     const std::string sFile = (folder / "exported.reg").string();
     Run({"set", "A\\B", "quoted \"x\"", "C:\\x"});
     Run({"set", "--type", "binary", "A", "bytes", std::string(100, '7')});
+    Run({"set", "A", "lines", "one\r\ntwo\nthree\rfour"});
+    Run({"set", "A", "more lines", "one\r\ntwo\n"});
     Run({"set", "--type", "dword", ".", "n", "255"});
     const std::string sExported = Print({"export"});
     EXPECT_EQ(0u,
               sExported.find(
                   "Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\Orvanex\\Lumatrek]\n"
                   "\"n\"=dword:000000ff\n"));
+    EXPECT_NE(std::string::npos, sExported.find("\"more lines\"=\"one\r\ntwo\n\"\n")) << sExported;
     EXPECT_NE(std::string::npos, sExported.find("\\A\\B]\n\"quoted \\\"x\\\"\"=\"C:\\\\x\"\n")) << sExported;
 
     EXPECT_EQ(eDone, Run({"export", "--output", sFile, "A\\\\"})) << m_sErrors;
@@ -127,7 +136,7 @@ TEST_F(OrvSettings, ExportsAndImports)
     EXPECT_EQ(eFailed, Run({"export", "--output", (folder / "no" / "folder").string()}));
 }
 
-TEST_F(OrvSettings, ImportsAroundBadLinesAndDeletes)
+TEST_F(OrvSettings, ImportsEverythingOrWhatItIsToldTo)
 {
     const CTempDir folder;
     const std::string sFile = (folder / "x.reg").string();
@@ -136,13 +145,47 @@ TEST_F(OrvSettings, ImportsAroundBadLinesAndDeletes)
     WriteBytes(
         sFile,
         "REGEDIT4\r\n[hkey_current_user\\\\K]\r\n\"gone\"=-\r\n\"a\"=\"1\"\r\nnonsense\r\n\"b\"=\"2\"\r\n"
-        "[-HKCU\\L]\r\n[HKEY_USERS\\x]\r\n\"c\"=\"3\"\r\n[-HKCU]\r\n");
-    EXPECT_EQ(eBadLines, Run({"import", sFile}));
-    for (const char* sLine : {"(5): line ignored: nonsense\n", "(8): line ignored: [HKEY_USERS\\x]\n",
-                              "(9): line ignored: \"c\"=\"3\"\n", "(10): line ignored: [-HKCU]\n"})
-        EXPECT_NE(std::string::npos, m_sErrors.find(sFile + sLine)) << m_sErrors;
+        "[-HKCU\\L]\r\n[HKEY_USERS\\x]\r\n\"c\"=\"3\"\r\n[-HKCU]\r\n[HKCU\\" +
+            std::string(256, 'k') + "]\r\n");
+    const auto expectBadLines = [&] {
+        for (const char* sLine :
+             {"(5): not understood: nonsense\n", "(8): a key of another hive: [HKEY_USERS\\x]\n",
+              "(9): a value of no key: \"c\"=\"3\"\n", "(10): a whole hive is not deleted: [-HKCU]\n",
+              "(11): too long a name: [HKCU\\kkk"})
+            EXPECT_NE(std::string::npos, (m_sErrors + m_sOutput).find(sFile + sLine))
+                << m_sErrors << m_sOutput;
+    };
+    for (const char* sCommand : {"import", "check"})
+    {
+        EXPECT_EQ(eBadLines, Run({sCommand, sFile}));
+        expectBadLines();
+        EXPECT_EQ("user\tsz\tgone\t1\n", Print({"list", "\\K"}));
+    }
+    EXPECT_EQ(eBadLines, Run({"import", "--keep-going", sFile}));
+    expectBadLines();
     EXPECT_EQ("user\tsz\ta\t1\nuser\tsz\tb\t2\n", Print({"list", "\\K"}));
     EXPECT_EQ(eNotFound, Run({"list", "\\L"}));
+}
+
+TEST_F(OrvSettings, ImportsManyValuesAtOnce)
+{
+    const CTempDir folder;
+    const std::string sFile = (folder / "x.reg").string();
+    std::string sText = "Windows Registry Editor Version 5.00\n";
+    for (int i = 0; i < 3000; ++i)
+        sText +=
+            (i % 1000 == 0 ? "[HKCU\\Software\\Orvanex\\Lumatrek\\" + std::to_string(i / 1000) + "]\n" : "") +
+            "\"" + std::to_string(i) + "\"=dword:" + std::to_string(i) + "\n";
+    WriteBytes(sFile, sText);
+    std::size_t nSteps = 0;
+    EXPECT_EQ(eDone, RunTool({ORVTEXT("import"), CText(sFile.begin(), sFile.end())}, m_sOutput, m_sErrors,
+                             [&](std::size_t nDone, std::size_t nAll) {
+                                 nSteps += nDone == nSteps + 1 && nAll == 3003;
+                             }));
+    EXPECT_EQ(3003u, nSteps);
+    const std::string sList = Print({"list", "2"});
+    EXPECT_EQ(1000, std::count(sList.begin(), sList.end(), '\n'));
+    EXPECT_NE(std::string::npos, sList.find("user\tdword\t2999\t10649\n"));
 }
 
 } // namespace

@@ -97,7 +97,7 @@ void ExpectModel(const std::vector<Value>& values, Stored stored, Get get, Set s
     CTestRandom random;
     const auto any = [&] { return values[random.UpTo(static_cast<unsigned>(values.size() - 1))]; };
     std::optional<Value> user, machine; // as they can be read
-    for (int i = 0; i < 200; ++i)
+    for (int i = 0; i < 80; ++i)
     {
         const Value value = any(), byDefault = any();
         if (random.UpTo(1) == 0)

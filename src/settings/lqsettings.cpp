@@ -1,6 +1,7 @@
 #include "orvcomtypes/lqsettings.h"
 
 #include "orvcomtypes/regkeyw.h"
+#include "registryreading.h"
 #include "settingsform.h"
 
 #include <limits>
@@ -76,6 +77,7 @@ bool ReadNumber(HKEY hHive, const CKeyPath& path, const typename Form::Char* val
 template <class Form, class Number>
 Number GetNumber(const typename Form::Char* subKey, const typename Form::Char* valueName, Number nDefault)
 {
+    const CRegistryReading reading;
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     Number value = nDefault;
     for (HKEY hHive : g_hives)
@@ -206,6 +208,7 @@ bool GetText(const char* sFunction, const typename Form::Char* subKey, const typ
         ORV_REPORT(sFunction, "dest == nullptr || cbDest < 2 * sizeof (dest[0])");
         return false;
     }
+    const CRegistryReading reading;
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     for (HKEY hHive : g_hives)
     {
@@ -231,6 +234,7 @@ bool ReadReferenceText(const char* sFunction, const CKeyPath& path, const typena
                        const typename Form::Char* defaultValue, CSettingsBuffer<typename Form::Char>& sBuf)
 {
     using Char = typename Form::Char;
+    const CRegistryReading reading;
     CRegKeyW key;
     DWORD dwSize;
     if (FindText<Form>(HKEY_LOCAL_MACHINE, path.m_sText, valueName, key, dwSize))
@@ -311,6 +315,7 @@ bool GetBytes(const char* sFunction, const typename Form::Char* subKey, const ty
         ORV_REPORT(sFunction, "pcbDest == nullptr || (dest != nullptr && *pcbDest < 1)");
         return false;
     }
+    const CRegistryReading reading;
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     return std::any_of(std::begin(g_hives), std::end(g_hives), [&](HKEY hHive) {
         return GetBytesFrom<Form>(hHive, path, valueName, dest, *pcbDest);
@@ -444,6 +449,7 @@ COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
                                 const WCHAR* defaultValue) noexcept
 try
 {
+    const CRegistryReading reading;
     COrvStr sPath(s_lqSettingsRoot);
     if (!IsEmptyText(subKey))
     {

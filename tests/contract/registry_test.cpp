@@ -55,16 +55,6 @@ protected:
     {
         return RegQueryValueExW(hKey, sName, nullptr, nullptr, nullptr, nullptr);
     }
-    /// The name of the child or value with an index, read into room for so many units.
-    using Name = std::pair<LSTATUS, Text>;
-    static Name Named(const WCHAR* sName) { return {ERROR_SUCCESS, sName}; }
-    template <class Enum>
-    static Name Enumerate(HKEY hKey, Enum enumerate, DWORD dwIndex, DWORD cchRoom = 20)
-    {
-        WCHAR sName[20];
-        const LSTATUS lStatus = enumerate(hKey, dwIndex, sName, &cchRoom, nullptr, nullptr, nullptr, nullptr);
-        return {lStatus, lStatus == ERROR_SUCCESS ? Text(sName, cchRoom) : Text()};
-    }
 
     const RegistryValue m_byte{REG_BINARY, "1"};
     CTestRegistry m_registry;
@@ -132,9 +122,6 @@ TEST_F(Registry, ComparesNamesWithoutCase)
     Set(ORVTEXT("N\x00E9v \x0105"), NumberValue(1));
     Set(ORVTEXT("n\x00C9V \x0104"), NumberValue(2));
     EXPECT_EQ(NumberValue(2), Get(ORVTEXT("N\x00E9V \x0105")));
-    EXPECT_EQ(Named(ORVTEXT("N\x00E9v \x0105")), Enumerate(m_hKey, RegEnumValueW, 0))
-        << "the first spelling stays";
-    EXPECT_EQ(ERROR_NO_MORE_ITEMS, Enumerate(m_hKey, RegEnumValueW, 1).first);
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(m_hKey, ORVTEXT("n\x00C9V \x0104")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, Query(m_hKey, ORVTEXT("N\x00E9v \x0105")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(m_hKey, ORVTEXT("n\x00C9V \x0104")));
@@ -172,7 +159,6 @@ TEST_F(Registry, GrantsWhatTheHandleWasOpenedFor)
     EXPECT_EQ(ERROR_ACCESS_DENIED, SetByte(hRead));
     EXPECT_EQ(ERROR_SUCCESS, Query(hRead, ORVTEXT("v")));
     EXPECT_EQ(ERROR_ACCESS_DENIED, Query(hWrite, ORVTEXT("v")));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, Enumerate(hRead, RegEnumKeyExW, 0).first);
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(hRead, ORVTEXT("v")));
     HKEY hKey = nullptr;
     EXPECT_EQ(ERROR_SUCCESS,
@@ -213,53 +199,6 @@ TEST_F(Registry, NarrowCallsSpeakTheAnsiCodePage)
     EXPECT_EQ(RegistryValue(REG_BINARY, sText), get(20));
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(m_hKey, sName));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueA(m_hKey, sName));
-}
-
-TEST_F(Registry, KeysAreDeletedFromTheLeavesUp)
-{
-    const HKEY hChild = Key(kRoot + ORVTEXT("\\a\\b"));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyW(m_hKey, ORVTEXT("a")));
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyW(m_hKey, ORVTEXT("A\\B")));
-    EXPECT_EQ(ERROR_SUCCESS, Open(m_hKey, ORVTEXT("a"))) << "the parent stays";
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyW(m_hKey, ORVTEXT("a\\b")));
-
-    EXPECT_EQ(ERROR_KEY_DELETED, Query(hChild, ORVTEXT("v")));
-    EXPECT_EQ(ERROR_KEY_DELETED, SetByte(hChild));
-    EXPECT_EQ(ERROR_KEY_DELETED, RegDeleteValueW(hChild, ORVTEXT("v")));
-    EXPECT_EQ(ERROR_KEY_DELETED, Open(hChild, ORVTEXT("x")));
-}
-
-TEST_F(Registry, EnumeratesChildrenInOrder)
-{
-    for (const WCHAR* sName :
-         {ORVTEXT("b"), ORVTEXT("a\\x"), ORVTEXT("A!"), ORVTEXT("c\\y\\z"), ORVTEXT("a\\w")})
-        Key(kRoot + ORVTEXT('\\') + sName);
-    DWORD dwIndex = 0;
-    for (const WCHAR* sName : {ORVTEXT("a"), ORVTEXT("A!"), ORVTEXT("b"), ORVTEXT("c")})
-        EXPECT_EQ(Named(sName), Enumerate(m_hKey, RegEnumKeyExW, dwIndex++));
-    EXPECT_EQ(Named(ORVTEXT("A!")), Enumerate(m_hKey, RegEnumKeyExW, 1, 3));
-    EXPECT_EQ(ERROR_MORE_DATA, Enumerate(m_hKey, RegEnumKeyExW, 1, 2).first);
-    EXPECT_EQ(ERROR_NO_MORE_ITEMS, Enumerate(m_hKey, RegEnumKeyExW, 4).first);
-}
-
-TEST_F(Registry, EnumeratesValuesWithTheirData)
-{
-    Set(ORVTEXT("abc"), {REG_BINARY, "123"});
-    EXPECT_EQ(Named(ORVTEXT("abc")), Enumerate(m_hKey, RegEnumValueW, 0, 4));
-    EXPECT_EQ(ERROR_MORE_DATA, Enumerate(m_hKey, RegEnumValueW, 0, 3).first);
-    WCHAR sName[20];
-    BYTE data[4];
-    for (const DWORD cbRoom : {2, 4})
-    {
-        DWORD cchName = 20;
-        DWORD dwType = 0;
-        DWORD cb = cbRoom;
-        EXPECT_EQ(cbRoom < 3 ? ERROR_MORE_DATA : ERROR_SUCCESS,
-                  RegEnumValueW(m_hKey, 0, sName, &cchName, nullptr, &dwType, data, &cb));
-        EXPECT_EQ(3u, cb);
-        EXPECT_EQ(REG_BINARY, dwType);
-    }
-    EXPECT_EQ("123", std::string(data, data + 3));
 }
 
 TEST_F(Registry, RefusesHandlesThatAreNone)

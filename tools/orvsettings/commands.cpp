@@ -1,16 +1,15 @@
 #include "commands.h"
 
 #include "registry/registrytext.h"
-#include "registrykey.h"
+#include "registryfile.h"
+#include "store.h"
 #include "valuetext.h"
 
 #include "orvcomtypes/lqsettings.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <system_error>
 
 namespace
 {
@@ -22,13 +21,20 @@ constexpr const char* g_sUsage =
     "  set KEY NAME VALUE            store text\n"
     "  set --type TYPE KEY NAME VALUE\n"
     "                                store sz, expand, dword, qword, binary, none,\n"
-    "                                or multi (any number of VALUEs)\n"
+    "                                or multi (any number of VALUEs); REG_DWORD and\n"
+    "                                its like are known too\n"
     "  delete KEY NAME               delete a value\n"
     "  delete --tree KEY             delete a key and everything below it\n"
     "  list [KEY]                    print the values and keys below a key\n"
     "  export [--output FILE] [KEY]  write a key and everything below it as a\n"
     "                                registry file\n"
-    "  import FILE                   store, and delete, what a registry file says\n"
+    "  import FILE                   store, and delete, what a registry file says:\n"
+    "                                all of it or, when a line is not understood,\n"
+    "                                nothing\n"
+    "  import --keep-going FILE      leave out what is not understood\n"
+    "  check [FILE]                  say where settings are kept and what of it, or\n"
+    "                                of a registry file, is not understood\n"
+    "  help, --version\n"
     "\n"
     "KEY is below the settings root, '.' the root itself; with a backslash in front\n"
     "it is below the hive. NAME '@' is the key's default value. Words behind '--'\n"
@@ -40,23 +46,11 @@ constexpr const char* g_sUsage =
     "UTF-16. Numbers are decimal, or hexadecimal behind 0x; bytes are hexadecimal.\n"
     "\n"
     "exit status: 0 done, 1 not found, 2 wrong usage, 3 failed,\n"
-    "             4 imported except for some lines\n";
+    "             4 lines were not understood\n";
 
 CToolError UsageError(const std::string& sText)
 {
     return CToolError(eBadUsage, sText + "; 'orvsettings --help' explains the usage");
-}
-
-/// A path without needless backslashes, as registry texts have it.
-CText CleanPath(const CText& sPath)
-{
-    CText sClean;
-    for (const WCHAR c : sPath)
-        if (c != '\\' || (!sClean.empty() && sClean.back() != '\\'))
-            sClean.push_back(c);
-    if (sClean.ends_with(WCHAR('\\')))
-        sClean.pop_back();
-    return sClean;
 }
 
 /// Text in one piece of a line.
@@ -65,24 +59,6 @@ std::string OneLine(std::string s)
     std::replace_if(
         s.begin(), s.end(), [](char c) { return c >= 0 && c < ' '; }, '|');
     return s;
-}
-
-/// The failure of a file, with the reason that the system gave last.
-CToolError FileError(ToolResult result, const char* sWhat, const CText& sFile)
-{
-    return CToolError(result, sWhat + Utf8(sFile) + ": " + std::generic_category().message(errno));
-}
-
-std::string ReadFile(const CText& sFile)
-{
-    std::ifstream file(std::filesystem::path(sFile), std::ios::binary);
-    std::string sBytes;
-    char buffer[65536];
-    while (file.read(buffer, sizeof buffer), file.gcount() > 0)
-        sBytes.append(buffer, static_cast<std::size_t>(file.gcount()));
-    if (!file.is_open() || file.bad())
-        throw FileError(errno == ENOENT ? eNotFound : eFailed, "cannot read ", sFile);
-    return sBytes;
 }
 
 void WriteFile(const CText& sFile, const std::string& sBytes)
@@ -98,13 +74,15 @@ struct COptions
     std::string m_sType = "sz";
     CText m_sOutput;
     bool m_bTree = false;
-    bool m_bHelp = false;
+    bool m_bKeepGoing = false;
+    const char* m_sAnswer = nullptr; ///< what --help or --version prints
 };
 
 class CTool
 {
 public:
-    CTool(const std::vector<CText>& args, std::string& sOutput, std::string& sErrors);
+    CTool(const std::vector<CText>& args, std::string& sOutput, std::string& sErrors,
+          const ToolProgress& progress);
     ToolResult Run();
 
 private:
@@ -127,18 +105,24 @@ private:
     ToolResult List();
     ToolResult Export();
     ToolResult Import();
-    void ListScope(const CScope& scope, const CToolKey& key);
-    bool ImportItem(const OrvPort::CRegTextItem& item, std::optional<CToolKey>& key);
-    static void AppendExport(const CScope& scope, const CText& sPath, const CToolKey& key, CText& sText);
+    ToolResult Check();
+    bool IsReadable(const CScope& scope);
+    void Warn(const CScope& scope);
+    void ListScope(const CScope& scope, const CStoredKey& key);
+    void AppendExport(const CText& sPath, const CStoredKey& key, const OrvPort::CRegEncoding& encoding,
+                      CText& sText);
 
     COptions m_options;
     std::vector<CText> m_words;
     std::string& m_sOutput;
     std::string& m_sErrors;
+    const ToolProgress& m_progress;
+    CStore m_store;
 };
 
-CTool::CTool(const std::vector<CText>& args, std::string& sOutput, std::string& sErrors)
-    : m_sOutput(sOutput), m_sErrors(sErrors)
+CTool::CTool(const std::vector<CText>& args, std::string& sOutput, std::string& sErrors,
+             const ToolProgress& progress)
+    : m_sOutput(sOutput), m_sErrors(sErrors), m_progress(progress)
 {
     bool bOptions = true;
     for (std::size_t i = 0; i < args.size(); ++i)
@@ -146,7 +130,7 @@ CTool::CTool(const std::vector<CText>& args, std::string& sOutput, std::string& 
         // "--" ends the options, for values that begin with dashes.
         if (bOptions && args[i] == ORVTEXT("--"))
             bOptions = false;
-        else if (bOptions && args[i].starts_with(ORVTEXT("--")))
+        else if (bOptions && (args[i].starts_with(ORVTEXT("--")) || args[i] == ORVTEXT("-h")))
             ReadOption(args[i], args, i);
         else
             m_words.push_back(args[i]);
@@ -170,8 +154,12 @@ void CTool::ReadOption(const CText& sOption, const std::vector<CText>& args, std
         m_options.m_sOutput = argument();
     else if (sOption == ORVTEXT("--tree"))
         m_options.m_bTree = true;
-    else if (sOption == ORVTEXT("--help"))
-        m_options.m_bHelp = true;
+    else if (sOption == ORVTEXT("--keep-going"))
+        m_options.m_bKeepGoing = true;
+    else if (sOption == ORVTEXT("--help") || sOption == ORVTEXT("-h"))
+        m_options.m_sAnswer = g_sUsage;
+    else if (sOption == ORVTEXT("--version"))
+        m_options.m_sAnswer = "orvsettings " ORV_VERSION "\n";
     else
         throw UsageError("unknown option '" + Utf8(sOption) + "'");
 }
@@ -184,10 +172,13 @@ ToolResult CTool::Run()
         Command m_command;
     } s_commands[] = {{ORVTEXT("get"), &CTool::Get},       {ORVTEXT("set"), &CTool::Set},
                       {ORVTEXT("delete"), &CTool::Delete}, {ORVTEXT("list"), &CTool::List},
-                      {ORVTEXT("export"), &CTool::Export}, {ORVTEXT("import"), &CTool::Import}};
-    if (m_options.m_bHelp)
+                      {ORVTEXT("export"), &CTool::Export}, {ORVTEXT("import"), &CTool::Import},
+                      {ORVTEXT("check"), &CTool::Check}};
+    if (m_words == std::vector<CText>{ORVTEXT("help")})
+        m_options.m_sAnswer = g_sUsage;
+    if (m_options.m_sAnswer != nullptr)
     {
-        m_sOutput = g_sUsage;
+        m_sOutput = m_options.m_sAnswer;
         return eDone;
     }
     const CText& sCommand = Word(0, "a command");
@@ -219,7 +210,10 @@ CText CTool::Path() const
     const CText& sKey = m_words[1];
     if (sKey.empty())
         throw UsageError("a key is empty");
-    return CleanPath(sKey.starts_with(WCHAR('\\')) ? sKey : sRoot + ORVTEXT('\\') + sKey);
+    CText sPath = CleanPath(sKey.starts_with(WCHAR('\\')) ? sKey : sRoot + ORVTEXT('\\') + sKey);
+    if (const char* sFault = PathFault(sPath))
+        throw CToolError(eBadUsage, Utf8(sKey) + ": " + sFault);
+    return sPath;
 }
 
 CText CTool::ValueName() const
@@ -235,18 +229,44 @@ std::vector<const CScope*> CTool::ReadScopes() const
     return {&g_userScope, &g_machineScope};
 }
 
+std::string Describe(const std::string& sFile, const CBadLine& line)
+{
+    return sFile + "(" + std::to_string(line.m_nLine) + "): " + line.m_sFault + ": " + Utf8(line.m_sText) +
+           "\n";
+}
+
+/// Tells what reading leaves out.
+void CTool::Warn(const CScope& scope)
+{
+    const CHiveState state = m_store.State(scope);
+    for (const CBadLine& line : state.m_badLines)
+        m_sErrors += "orvsettings: warning: " + Describe(state.m_sPlace, line);
+}
+
+/// A hive that cannot be read counts as empty, as it does for programs, unless it is asked for by name.
+bool CTool::IsReadable(const CScope& scope)
+{
+    const CHiveState state = m_store.State(scope);
+    if (state.m_sFault.empty() || m_options.m_pScope != nullptr)
+        return true;
+    m_sErrors += "orvsettings: warning: " + state.m_sPlace + ": " + state.m_sFault + "\n";
+    return false;
+}
+
 ToolResult CTool::Get()
 {
     NoMoreThan(3);
     const CText sName = ValueName();
     for (const CScope* pScope : ReadScopes())
     {
-        const std::optional<CToolKey> key = CToolKey::Open(*pScope, Path());
-        const std::optional<CStoredValue> value = key ? key->Query(sName) : std::nullopt;
+        if (!IsReadable(*pScope))
+            continue;
+        const std::optional<CStoredValue> value = m_store.ReadValue(*pScope, Path(), sName);
+        Warn(*pScope);
         if (!value)
             continue;
         m_sOutput = ShowValue(*value) + "\n";
-        m_sErrors = std::string(pScope->m_sName) + ", " + TypeName(value->m_dwType) + "\n";
+        m_sErrors = std::string(pScope->m_sName) + ", " + TypeName(value->m_dwType) + "\n" + m_sErrors;
         return eDone;
     }
     throw CToolError(eNotFound, "not found: " + Utf8(Path()) + ", value '" + Utf8(sName) + "'");
@@ -256,8 +276,8 @@ ToolResult CTool::Set()
 {
     const CText sName = ValueName();
     const std::vector<CText> words(m_words.begin() + 3, m_words.end());
-    const CStoredValue value = ParseValue(sName, m_options.m_sType, words);
-    CToolKey::Create(WriteScope(), Path()).Set(value);
+    m_store.Apply({{CChange::eSetValue, &WriteScope(), Path(), ParseValue(sName, m_options.m_sType, words)}},
+                  m_progress);
     return eDone;
 }
 
@@ -265,22 +285,22 @@ ToolResult CTool::Delete()
 {
     Word(1, "a key");
     NoMoreThan(m_options.m_bTree ? 2 : 3);
-    const CText sPath = Path();
+    CChange change{m_options.m_bTree ? CChange::eDeleteKey : CChange::eDeleteValue, &WriteScope(), Path()};
     bool bFound;
     if (m_options.m_bTree)
     {
-        if (sPath.empty())
+        if (change.m_sPath.empty())
             throw UsageError("a whole hive is not deleted");
-        bFound = DeleteTree(WriteScope(), sPath);
+        bFound = m_store.ReadKey(WriteScope(), change.m_sPath).has_value();
     }
     else
     {
-        const CText sName = ValueName();
-        const std::optional<CToolKey> key = CToolKey::Open(WriteScope(), sPath);
-        bFound = key && key->Delete(sName);
+        change.m_value.m_sName = ValueName();
+        bFound = m_store.ReadValue(WriteScope(), change.m_sPath, change.m_value.m_sName).has_value();
     }
     if (!bFound)
         throw CToolError(eNotFound, std::string("not found for the ") + WriteScope().m_sName);
+    m_store.Apply({std::move(change)}, m_progress);
     return eDone;
 }
 
@@ -289,44 +309,50 @@ ToolResult CTool::List()
     NoMoreThan(2);
     bool bFound = false;
     for (const CScope* pScope : ReadScopes())
-        if (const std::optional<CToolKey> key = CToolKey::Open(*pScope, Path()))
+    {
+        if (!IsReadable(*pScope))
+            continue;
+        if (const std::optional<CStoredKey> key = m_store.ReadKey(*pScope, Path()))
         {
             bFound = true;
             ListScope(*pScope, *key);
         }
+        Warn(*pScope);
+    }
     if (!bFound)
         throw CToolError(eNotFound, "not found: " + Utf8(Path()));
     return eDone;
 }
 
 /// One line each: scope, type, name, value; keys have no type and end in a backslash.
-void CTool::ListScope(const CScope& scope, const CToolKey& key)
+void CTool::ListScope(const CScope& scope, const CStoredKey& key)
 {
-    for (const CStoredValue& value : key.Values())
+    for (const CStoredValue& value : key.m_values)
     {
         m_sOutput += std::string(scope.m_sName) + "\t" + TypeName(value.m_dwType) + "\t" +
                      (value.m_sName.empty() ? "@" : OneLine(Utf8(value.m_sName))) + "\t" +
                      OneLine(ShowValue(value)) + "\n";
     }
-    for (const CText& sChild : key.Children())
+    for (const CText& sChild : key.m_children)
         m_sOutput += std::string(scope.m_sName) + "\tkey\t" + Utf8(sChild) + "\\\n";
 }
 
-void CTool::AppendExport(const CScope& scope, const CText& sPath, const CToolKey& key, CText& sText)
+void CTool::AppendExport(const CText& sPath, const CStoredKey& key, const OrvPort::CRegEncoding& encoding,
+                         CText& sText)
 {
-    const std::string sHive = scope.m_sHiveName;
-    sText.append(ORVTEXT("\n[")).append(sHive.begin(), sHive.end());
+    const std::string sHive = WriteScope().m_sHiveName;
+    const auto sLineEnd = encoding.LineEnd();
+    sText.append(sLineEnd).append(1, WCHAR('[')).append(sHive.begin(), sHive.end());
     if (!sPath.empty())
         sText.append(1, WCHAR('\\')).append(sPath);
-    sText.append(ORVTEXT("]\n"));
-    for (const CStoredValue& value : key.Values())
-        sText.append(OrvPort::FormatRegValue(value.m_sName, value.m_dwType, value.m_data))
-            .append(1, WCHAR('\n'));
-    for (const CText& sChild : key.Children())
+    sText.append(1, WCHAR(']')).append(sLineEnd);
+    for (const CStoredValue& value : key.m_values)
+        sText.append(OrvPort::FormatRegValue(value.m_sName, value.m_dwType, value.m_data, encoding));
+    for (const CText& sChild : key.m_children)
     {
         const CText sChildPath = sPath.empty() ? sChild : sPath + ORVTEXT('\\') + sChild;
-        if (const std::optional<CToolKey> child = CToolKey::Open(scope, sChildPath))
-            AppendExport(scope, sChildPath, *child, sText);
+        if (const std::optional<CStoredKey> child = m_store.ReadKey(WriteScope(), sChildPath))
+            AppendExport(sChildPath, *child, encoding, sText);
     }
 }
 
@@ -334,79 +360,75 @@ ToolResult CTool::Export()
 {
     NoMoreThan(2);
     const CText sPath = Path();
-    const std::optional<CToolKey> key = CToolKey::Open(WriteScope(), sPath);
+    const std::optional<CStoredKey> key = m_store.ReadKey(WriteScope(), sPath);
     if (!key)
         throw CToolError(eNotFound, "not found: " + Utf8(sPath));
-    CText sText = OrvPort::RegTextSignature() + WCHAR('\n');
-    AppendExport(WriteScope(), sPath, *key, sText);
-    if (m_options.m_sOutput.empty())
-        m_sOutput = OrvPort::EncodeRegText(sText, {});
+    const bool bToFile = !m_options.m_sOutput.empty();
+    const OrvPort::CRegEncoding encoding{bToFile, bToFile};
+    CText sText = OrvPort::RegTextSignature().append(encoding.LineEnd());
+    AppendExport(sPath, *key, encoding, sText);
+    if (bToFile)
+        WriteFile(m_options.m_sOutput, OrvPort::EncodeRegText(sText, encoding));
     else
-        WriteFile(m_options.m_sOutput, OrvPort::EncodeRegText(sText, {true, true}));
+        m_sOutput = OrvPort::EncodeRegText(sText, encoding);
+    Warn(WriteScope());
     return eDone;
-}
-
-/// Stores or deletes what one item of a registry file says; false when it cannot be used.
-bool CTool::ImportItem(const OrvPort::CRegTextItem& item, std::optional<CToolKey>& key)
-{
-    using Item = OrvPort::CRegTextItem;
-    if (item.m_eKind == Item::eKey || item.m_eKind == Item::eDeleteKey)
-    {
-        key.reset();
-        const std::size_t nEnd = std::min(item.m_sName.find(WCHAR('\\')), item.m_sName.size());
-        std::string sHive = Utf8(item.m_sName.substr(0, nEnd));
-        for (char& c : sHive)
-            c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-        const bool bUser = sHive == "HKEY_CURRENT_USER" || sHive == "HKCU";
-        const bool bMachine = sHive == "HKEY_LOCAL_MACHINE" || sHive == "HKLM";
-        const CText sPath = CleanPath(item.m_sName.substr(nEnd));
-        if (!bUser && !bMachine)
-            return false;
-        const CScope& scope = m_options.m_pScope != nullptr ? *m_options.m_pScope
-                              : bUser                       ? g_userScope
-                                                            : g_machineScope;
-        if (item.m_eKind == Item::eDeleteKey)
-            return !sPath.empty() && (DeleteTree(scope, sPath), true);
-        key = CToolKey::Create(scope, sPath);
-    }
-    else if (item.m_eKind == Item::eValue || item.m_eKind == Item::eDeleteValue)
-    {
-        if (!key)
-            return false;
-        if (item.m_eKind == Item::eDeleteValue)
-            key->Delete(item.m_sName);
-        else
-            key->Set({item.m_sName, item.m_dwType, item.m_data});
-    }
-    return item.m_eKind != Item::eMalformed;
 }
 
 ToolResult CTool::Import()
 {
     const CText& sFile = Word(1, "a file");
     NoMoreThan(2);
-    const std::string sBytes = ReadFile(sFile);
-    OrvPort::CRegTextReader reader(sBytes);
-    OrvPort::CRegTextItem item;
-    std::optional<CToolKey> key;
-    ToolResult result = eDone;
-    while (reader.Next(item))
-        if (!ImportItem(item, key))
+    const CRegistryFile file = ReadRegistryFile(sFile, m_options.m_pScope);
+    for (const CBadLine& line : file.m_badLines)
+        m_sErrors += Describe(Utf8(sFile), line);
+    if (!file.m_badLines.empty() && !m_options.m_bKeepGoing)
+        throw CToolError(eBadLines, "nothing was imported; --keep-going leaves out what is not understood");
+    m_store.Apply(file.m_changes, m_progress);
+    return file.m_badLines.empty() ? eDone : eBadLines;
+}
+
+ToolResult CTool::Check()
+{
+    NoMoreThan(2);
+    std::vector<CHiveState> states;
+    if (m_words.size() == 2)
+        states.push_back(
+            {Utf8(m_words[1]), true, {}, ReadRegistryFile(m_words[1], m_options.m_pScope).m_badLines});
+    else
+        for (const CScope* pScope : ReadScopes())
         {
-            m_sErrors += Utf8(sFile) + "(" + std::to_string(item.m_nLine) +
-                         "): line ignored: " + Utf8(item.m_sText) + "\n";
-            result = eBadLines;
+            states.push_back(m_store.State(*pScope));
+            m_sOutput += std::string(pScope->m_sName) + "\t" + states.back().m_sPlace +
+                         (states.back().m_bThere ? "\n" : "\tno file\n");
         }
+    ToolResult result = eDone;
+    for (const CHiveState& state : states)
+    {
+        for (const CBadLine& line : state.m_badLines)
+            m_sOutput += Describe(state.m_sPlace, line);
+        if (!state.m_badLines.empty())
+            result = eBadLines;
+    }
+    for (const CHiveState& state : states)
+        if (!state.m_sFault.empty())
+            throw CToolError(eFailed, state.m_sPlace + ": " + state.m_sFault);
     return result;
 }
 
 } // namespace
 
-ToolResult RunTool(const std::vector<CText>& args, std::string& sOutput, std::string& sErrors)
+std::string Utf8(const CText& sText)
+{
+    return OrvPort::EncodeRegText(sText, {});
+}
+
+ToolResult RunTool(const std::vector<CText>& args, std::string& sOutput, std::string& sErrors,
+                   const ToolProgress& progress)
 {
     try
     {
-        return CTool(args, sOutput, sErrors).Run();
+        return CTool(args, sOutput, sErrors, progress).Run();
     }
     catch (const CToolError& error)
     {

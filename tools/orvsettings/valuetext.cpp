@@ -9,9 +9,15 @@ namespace
 const struct
 {
     const char* m_sName;
+    const char* m_sSystemName;
     DWORD m_dwType;
-} g_types[] = {{"sz", REG_SZ},       {"expand", REG_EXPAND_SZ}, {"multi", REG_MULTI_SZ}, {"dword", REG_DWORD},
-               {"qword", REG_QWORD}, {"binary", REG_BINARY},    {"none", REG_NONE}};
+} g_types[] = {{"sz", "REG_SZ", REG_SZ},
+               {"expand", "REG_EXPAND_SZ", REG_EXPAND_SZ},
+               {"multi", "REG_MULTI_SZ", REG_MULTI_SZ},
+               {"dword", "REG_DWORD", REG_DWORD},
+               {"qword", "REG_QWORD", REG_QWORD},
+               {"binary", "REG_BINARY", REG_BINARY},
+               {"none", "REG_NONE", REG_NONE}};
 
 void AppendText(std::vector<BYTE>& data, const CText& sText)
 {
@@ -107,7 +113,7 @@ CStoredValue ParseValue(const CText& sName, const std::string& sType, const std:
     CStoredValue value;
     value.m_sName = sName;
     const auto* pType = std::begin(g_types);
-    while (pType != std::end(g_types) && sType != pType->m_sName)
+    while (pType != std::end(g_types) && sType != pType->m_sName && sType != pType->m_sSystemName)
         ++pType;
     if (pType == std::end(g_types))
         throw CToolError(eBadUsage, "unknown type '" + sType + "'");

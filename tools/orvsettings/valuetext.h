@@ -1,7 +1,7 @@
 // Values as people write and read them.
 #pragma once
 
-#include "registrykey.h"
+#include "store.h"
 
 /// Short name of a type ("sz", "dword"), or its number.
 std::string TypeName(DWORD dwType);

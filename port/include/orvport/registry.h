@@ -36,7 +36,6 @@ LSTATUS RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR lpCl
                         REGSAM samDesired, const SECURITY_ATTRIBUTES* lpSecurityAttributes, PHKEY phkResult,
                         LPDWORD lpdwDisposition) noexcept;
 LSTATUS RegCloseKey(HKEY hKey) noexcept;
-LSTATUS RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey) noexcept;
 
 LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
                          LPDWORD lpcbData) noexcept;
@@ -48,8 +47,3 @@ LSTATUS RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwTy
                        DWORD cbData) noexcept;
 LSTATUS RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) noexcept;
 LSTATUS RegDeleteValueA(HKEY hKey, LPCSTR lpValueName) noexcept;
-
-LSTATUS RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
-                      LPWSTR lpClass, LPDWORD lpcchClass, FILETIME* lpftLastWriteTime) noexcept;
-LSTATUS RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName,
-                      LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) noexcept;

@@ -8,9 +8,6 @@
 #include <new>
 #include <unordered_map>
 
-#include <pwd.h>
-#include <unistd.h>
-
 namespace OrvPort
 {
 namespace
@@ -26,55 +23,11 @@ struct CRegKey
     std::vector<CRegEntry> m_served = {}; ///< values of a key that is in no file
 
     bool MayNot(REGSAM sam) const { return (m_samGranted & sam) != sam; }
-    /// A handle outlives its key; the hive itself is always there.
-    bool IsGone(const CRegDocument& document) const { return m_served.empty() && !document.HasKey(m_sPath); }
-    const CRegEntry* FindValue(const CRegDocument& document, CRegView sName) const;
+    /// Whether the key was deleted after the handle was opened; the hive itself is always there.
+    bool IsGone(const CRegDocument& document) const { return !document.HasKey(m_sPath); }
 };
 
-const CRegEntry* CRegKey::FindValue(const CRegDocument& document, CRegView sName) const
-{
-    const CRegString sFolded = FoldRegName(sName);
-    for (const CRegEntry& entry : m_served)
-        if (entry.IsNamed(sFolded))
-            return &entry;
-    return document.FindValue(m_sPath, sName);
-}
-
 using CRegKeyPtr = std::shared_ptr<const CRegKey>;
-
-std::string Environment(const char* sName)
-{
-    const char* sValue = secure_getenv(sName);
-    return sValue == nullptr ? std::string() : std::string(sValue);
-}
-
-std::string HomeFolder()
-{
-    if (std::string sHome = Environment("HOME"); !sHome.empty())
-        return sHome;
-    passwd entry;
-    passwd* pEntry = nullptr;
-    char sBuffer[4096];
-    getpwuid_r(geteuid(), &entry, sBuffer, sizeof sBuffer, &pEntry);
-    return pEntry == nullptr ? std::string() : std::string(pEntry->pw_dir);
-}
-
-std::string UserHiveFile()
-{
-    if (std::string sFile = Environment("ORVCOMTYPES_USER_HIVE"); !sFile.empty())
-        return sFile;
-    std::string sFolder = Environment("XDG_CONFIG_HOME");
-    // A relative folder is to be ignored there.
-    if (!sFolder.starts_with('/'))
-        sFolder = HomeFolder() + "/.config";
-    return sFolder + "/orvcomtypes/user.reg";
-}
-
-std::string MachineHiveFile()
-{
-    const std::string sFile = Environment("ORVCOMTYPES_MACHINE_HIVE");
-    return sFile.empty() ? "/etc/orvcomtypes/machine.reg" : sFile;
-}
 
 class CRegistry
 {
@@ -102,8 +55,8 @@ private:
 };
 
 CRegistry::CRegistry()
-    : m_user(u"HKEY_CURRENT_USER", u"HKCU", UserHiveFile, true),
-      m_machine(u"HKEY_LOCAL_MACHINE", u"HKLM", MachineHiveFile, false),
+    : m_user(0, u"HKEY_CURRENT_USER", u"HKCU", UserHiveFile),
+      m_machine(1, u"HKEY_LOCAL_MACHINE", u"HKLM", MachineHiveFile),
       m_pUserKey(std::make_shared<CRegKey>(CRegKey{&m_user, {}, KEY_ALL_ACCESS, {}})),
       m_pMachineKey(std::make_shared<CRegKey>(CRegKey{&m_machine, {}, KEY_ALL_ACCESS, {}}))
 {
@@ -162,8 +115,8 @@ bool CRegistry::Serve(CRegKey& key) const
 void CRegistry::LockAll()
 {
     m_lock.lock();
-    m_user.Lock().lock();
-    m_machine.Lock().lock();
+    m_user.Lock();
+    m_machine.Lock();
 }
 
 /// Runs \p call with the key of a handle; exceptions end here.
@@ -191,8 +144,7 @@ LSTATUS JoinPath(CRegString& sPath, LPCWSTR sSubKey)
     {
         const std::size_t nEnd = sRest.find(WCHAR('\\'));
         const CRegView sPart = sRest.substr(0, nEnd);
-        // A line end cannot be written in the text of a hive.
-        if (sPart.size() > g_nMaxKeyName || sPart.find_first_of(u"\r\n") != sPart.npos)
+        if (sPart.size() > g_nMaxKeyName || !IsRegKeyName(sPart))
             return ERROR_INVALID_PARAMETER;
         if (!sPart.empty())
             sPath.append(sPath.empty() ? 0 : 1, WCHAR('\\')).append(sPart);
@@ -206,17 +158,6 @@ CRegView ViewOf(LPCWSTR s)
     return s == nullptr ? CRegView() : CRegView(s);
 }
 
-/// Hands out a name with its terminator; the count is without it.
-LSTATUS DeliverName(CRegView sName, LPWSTR lpName, LPDWORD lpcchName)
-{
-    if (*lpcchName <= sName.size())
-        return ERROR_MORE_DATA;
-    sName.copy(lpName, sName.size());
-    lpName[sName.size()] = 0;
-    *lpcchName = static_cast<DWORD>(sName.size());
-    return ERROR_SUCCESS;
-}
-
 LSTATUS StoreValue(const CRegKey& key, CRegView sName, DWORD dwType, CRegData data)
 {
     if (key.MayNot(KEY_SET_VALUE))
@@ -224,30 +165,30 @@ LSTATUS StoreValue(const CRegKey& key, CRegView sName, DWORD dwType, CRegData da
     return key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
         if (key.IsGone(document))
             return ERROR_KEY_DELETED;
-        const CRegEntry* pEntry = document.FindValue(key.m_sPath, sName);
-        bChanged = pEntry == nullptr || pEntry->m_dwType != dwType || pEntry->m_data != data;
-        if (bChanged)
-            document.SetValue(key.m_sPath, sName, dwType, std::move(data));
+        bChanged = document.SetValue(key.m_sPath, sName, dwType, std::move(data));
         return ERROR_SUCCESS;
     });
 }
 
 } // namespace
 
-LSTATUS FetchRegValue(HKEY hKey, CRegView sName, DWORD& dwType, CRegData& data) noexcept
+LSTATUS UseRegValue(HKEY hKey, CRegView sName, RegValueUser fnUse, void* pContext) noexcept
 {
     return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
         if (key.MayNot(KEY_QUERY_VALUE))
             return ERROR_ACCESS_DENIED;
+        if (!key.m_served.empty())
+        {
+            const CRegString sFolded = FoldRegName(sName);
+            for (const CRegEntry& entry : key.m_served)
+                if (entry.m_sFolded == sFolded)
+                    return fnUse(pContext, entry.m_dwType, entry.m_data);
+            return ERROR_FILE_NOT_FOUND;
+        }
         return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
-            if (key.IsGone(document))
-                return ERROR_KEY_DELETED;
-            const CRegEntry* pEntry = key.FindValue(document, sName);
-            if (pEntry == nullptr)
-                return ERROR_FILE_NOT_FOUND;
-            dwType = pEntry->m_dwType;
-            data = pEntry->m_data;
-            return ERROR_SUCCESS;
+            if (const CRegEntry* pEntry = document.FindValue(key.m_sPath, sName))
+                return fnUse(pContext, pEntry->m_dwType, pEntry->m_data);
+            return key.IsGone(document) ? ERROR_KEY_DELETED : ERROR_FILE_NOT_FOUND;
         });
     });
 }
@@ -282,11 +223,14 @@ LSTATUS RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, REGSAM samDesired, PHK
         CRegKey key{parent.m_pHive, parent.m_sPath, samDesired, {}};
         if (const LSTATUS lStatus = JoinPath(key.m_sPath, lpSubKey); lStatus != ERROR_SUCCESS)
             return lStatus;
-        const LSTATUS lStatus = key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
-            if (!key.IsGone(document) || CRegistry::Get().Serve(key))
+        LSTATUS lStatus = key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
+            if (!key.IsGone(document))
                 return ERROR_SUCCESS;
             return parent.IsGone(document) ? ERROR_KEY_DELETED : ERROR_FILE_NOT_FOUND;
         });
+        // Also where the file cannot be read.
+        if (lStatus != ERROR_SUCCESS && CRegistry::Get().Serve(key))
+            lStatus = ERROR_SUCCESS;
         if (lStatus == ERROR_SUCCESS)
             *phkResult = CRegistry::Get().Add(std::move(key));
         return lStatus;
@@ -311,10 +255,9 @@ LSTATUS RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, LPWSTR, DWORD, REGSA
         const LSTATUS lStatus = key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
             if (parent.IsGone(document))
                 return ERROR_KEY_DELETED;
-            bChanged = key.IsGone(document);
+            bChanged = document.CreateKey(key.m_sPath);
             if (bChanged && lpdwDisposition != nullptr)
                 *lpdwDisposition = REG_CREATED_NEW_KEY;
-            document.CreateKey(key.m_sPath);
             return ERROR_SUCCESS;
         });
         if (lStatus == ERROR_SUCCESS)
@@ -335,10 +278,9 @@ LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD, LPDWORD lpType
 {
     if (lpData != nullptr && lpcbData == nullptr)
         return ERROR_INVALID_PARAMETER;
-    DWORD dwType = 0;
-    CRegData data;
-    const LSTATUS lStatus = FetchRegValue(hKey, ViewOf(lpValueName), dwType, data);
-    return lStatus != ERROR_SUCCESS ? lStatus : DeliverRegValue(dwType, data, lpType, lpData, lpcbData);
+    return UseRegValue(hKey, ViewOf(lpValueName), [&](DWORD dwType, const CRegData& data) {
+        return DeliverRegValue(dwType, data, lpType, lpData, lpcbData);
+    });
 }
 
 LSTATUS RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD, DWORD dwType, const BYTE* lpData,
@@ -359,67 +301,8 @@ LSTATUS RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) noexcept
         return key.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
             if (key.IsGone(document))
                 return ERROR_KEY_DELETED;
-            if (document.FindValue(key.m_sPath, ViewOf(lpValueName)) == nullptr)
-                return ERROR_FILE_NOT_FOUND;
-            bChanged = true;
-            document.DeleteValue(key.m_sPath, ViewOf(lpValueName));
-            return ERROR_SUCCESS;
-        });
-    });
-}
-
-LSTATUS RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey) noexcept
-{
-    return WithKey(hKey, [&](const CRegKey& parent) -> LSTATUS {
-        CRegString sPath = parent.m_sPath;
-        if (const LSTATUS lStatus = JoinPath(sPath, lpSubKey); lStatus != ERROR_SUCCESS)
-            return lStatus;
-        return parent.m_pHive->Write([&](CRegDocument& document, bool& bChanged) -> LSTATUS {
-            if (!document.HasKey(sPath))
-                return parent.IsGone(document) ? ERROR_KEY_DELETED : ERROR_FILE_NOT_FOUND;
-            if (sPath.empty() || document.ChildName(sPath, 0))
-                return ERROR_ACCESS_DENIED;
-            bChanged = true;
-            document.DeleteKey(sPath);
-            return ERROR_SUCCESS;
-        });
-    });
-}
-
-LSTATUS RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD, LPWSTR, LPDWORD,
-                      FILETIME*) noexcept
-{
-    if (lpName == nullptr || lpcchName == nullptr)
-        return ERROR_INVALID_PARAMETER;
-    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
-        if (key.MayNot(KEY_ENUMERATE_SUB_KEYS))
-            return ERROR_ACCESS_DENIED;
-        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
-            if (key.IsGone(document))
-                return ERROR_KEY_DELETED;
-            const std::optional<CRegString> sName = document.ChildName(key.m_sPath, dwIndex);
-            return sName ? DeliverName(*sName, lpName, lpcchName) : ERROR_NO_MORE_ITEMS;
-        });
-    });
-}
-
-LSTATUS RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD,
-                      LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) noexcept
-{
-    if (lpValueName == nullptr || lpcchValueName == nullptr || (lpData != nullptr && lpcbData == nullptr))
-        return ERROR_INVALID_PARAMETER;
-    return WithKey(hKey, [&](const CRegKey& key) -> LSTATUS {
-        if (key.MayNot(KEY_QUERY_VALUE))
-            return ERROR_ACCESS_DENIED;
-        return key.m_pHive->Read([&](const CRegDocument& document) -> LSTATUS {
-            if (key.IsGone(document))
-                return ERROR_KEY_DELETED;
-            const CRegEntry* pEntry = document.ValueAt(key.m_sPath, dwIndex);
-            if (pEntry == nullptr)
-                return ERROR_NO_MORE_ITEMS;
-            const LSTATUS lName = DeliverName(pEntry->m_sName, lpValueName, lpcchValueName);
-            const LSTATUS lData = DeliverRegValue(pEntry->m_dwType, pEntry->m_data, lpType, lpData, lpcbData);
-            return lName != ERROR_SUCCESS ? lName : lData;
+            bChanged = document.DeleteValue(key.m_sPath, ViewOf(lpValueName));
+            return bChanged ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
         });
     });
 }

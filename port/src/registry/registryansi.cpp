@@ -57,12 +57,11 @@ LSTATUS RegQueryValueExA(HKEY hKey, LPCSTR lpValueName, LPDWORD, LPDWORD lpType,
     if (lpData != nullptr && lpcbData == nullptr)
         return ERROR_INVALID_PARAMETER;
     return Guarded([&] {
-        DWORD dwType = REG_NONE;
-        CRegData data;
-        const LSTATUS lStatus = FetchRegValue(hKey, WideName(lpValueName), dwType, data);
-        if (lStatus != ERROR_SUCCESS)
-            return lStatus;
-        return DeliverRegValue(dwType, IsText(dwType) ? NarrowText(data) : data, lpType, lpData, lpcbData);
+        return UseRegValue(hKey, WideName(lpValueName), [&](DWORD dwType, const CRegData& data) {
+            if (IsText(dwType))
+                return DeliverRegValue(dwType, NarrowText(data), lpType, lpData, lpcbData);
+            return DeliverRegValue(dwType, data, lpType, lpData, lpcbData);
+        });
     });
 }
 

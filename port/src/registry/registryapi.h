@@ -3,11 +3,23 @@
 
 #include "registry/registrytext.h"
 
+#include <type_traits>
+
 namespace OrvPort
 {
 
-/// Type and bytes of a value, checked against what the handle was opened for.
-LSTATUS FetchRegValue(HKEY hKey, CRegView sName, DWORD& dwType, CRegData& data) noexcept;
+/// Runs \p fnUse on type and bytes of a value, checked against what the handle was opened for.
+using RegValueUser = LSTATUS (*)(void* pContext, DWORD dwType, const CRegData& data);
+LSTATUS UseRegValue(HKEY hKey, CRegView sName, RegValueUser fnUse, void* pContext) noexcept;
+
+template <class Fn>
+LSTATUS UseRegValue(HKEY hKey, CRegView sName, Fn&& use) noexcept
+{
+    const RegValueUser fnUse = [](void* pContext, DWORD dwType, const CRegData& data) {
+        return (*static_cast<std::remove_reference_t<Fn>*>(pContext))(dwType, data);
+    };
+    return UseRegValue(hKey, sName, fnUse, &use);
+}
 
 /// Hands out a value as the query calls do: a null buffer asks for the size.
 LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBYTE lpData,

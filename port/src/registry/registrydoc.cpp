@@ -10,6 +10,8 @@ namespace OrvPort
 namespace
 {
 
+constexpr std::size_t g_nShownLength = 200;
+
 /// Sort key of a path: folded, and with NUL between the parts so that all below a key follows it directly.
 CRegString FoldPath(CRegView sPath)
 {
@@ -24,6 +26,22 @@ CRegView ParentPath(CRegView sPath)
     return n == sPath.npos ? CRegView() : sPath.substr(0, n);
 }
 
+bool IsLineEnd(WCHAR c)
+{
+    return c == '\n' || c == '\r';
+}
+
+bool EndsInBlankLine(CRegView sLines)
+{
+    if (sLines.ends_with(WCHAR('\n')))
+        sLines.remove_suffix(1);
+    else
+        return false;
+    if (sLines.ends_with(WCHAR('\r')))
+        sLines.remove_suffix(1);
+    return sLines.empty() || sLines.ends_with(WCHAR('\n'));
+}
+
 } // namespace
 
 CRegString FoldRegName(CRegView sName)
@@ -33,7 +51,7 @@ CRegString FoldRegName(CRegView sName)
     return s;
 }
 
-CRegEntry::CRegEntry(CRegView sName, DWORD dwType, CRegData data, CRegString sText)
+CRegEntry::CRegEntry(CRegString sText, CRegView sName, DWORD dwType, CRegData data)
     : m_sText(std::move(sText)),
       m_bValue(true),
       m_sName(sName),
@@ -43,142 +61,187 @@ CRegEntry::CRegEntry(CRegView sName, DWORD dwType, CRegData data, CRegString sTe
 {
 }
 
+// ---- A key's lines ----
+
 const CRegEntry* CRegDocument::CSection::Find(CRegView sName) const
 {
     const auto it = m_values.find(FoldRegName(sName));
-    return it == m_values.end() ? nullptr : &*it->second;
+    return it == m_values.end() ? nullptr : m_entries[it->second].get();
 }
 
-void CRegDocument::CSection::Put(CRegEntry entry)
+void CRegDocument::CSection::Put(std::shared_ptr<const CRegEntry> pEntry)
 {
-    if (const auto it = m_values.find(entry.m_sFolded); it != m_values.end())
+    const CRegView sFolded = pEntry->m_sFolded;
+    std::size_t nPlace = m_entries.size();
+    // The name that a place is found by stands in the entry there.
+    if (const auto it = m_values.find(sFolded); it != m_values.end())
     {
-        *it->second = std::move(entry);
-        return;
-    }
-    m_entries.push_back(std::move(entry));
-    m_values.emplace(m_entries.back().m_sFolded, std::prev(m_entries.end()));
-}
-
-void CRegDocument::CSection::Erase(CRegView sName)
-{
-    if (const auto it = m_values.find(FoldRegName(sName)); it != m_values.end())
-    {
-        m_entries.erase(it->second);
+        nPlace = it->second;
         m_values.erase(it);
     }
+    else
+        m_entries.emplace_back();
+    m_values.emplace(sFolded, nPlace);
+    m_entries[nPlace] = std::move(pEntry);
 }
 
-void CRegDocument::Load(std::string_view sBytes, const BadLine& onBadLine)
+/// Takes lines that are no value.
+void CRegDocument::CSection::PutText(CRegString& sText)
+{
+    if (!sText.empty())
+        m_entries.push_back(std::make_shared<CRegEntry>(std::exchange(sText, {})));
+}
+
+bool CRegDocument::CSection::Erase(CRegView sName)
+{
+    const auto it = m_values.find(FoldRegName(sName));
+    if (it == m_values.end())
+        return false;
+    const std::size_t nPlace = it->second;
+    m_values.erase(it);
+    m_entries[nPlace] = nullptr;
+    return true;
+}
+
+CRegDocument::CSection& CRegDocument::Own(SectionPtr& pSection)
+{
+    if (pSection.use_count() > 1)
+        pSection = std::make_shared<CSection>(*pSection);
+    return *pSection;
+}
+
+// ---- From text and to text ----
+
+void CRegDocument::Load(std::string_view sBytes)
 {
     m_index.clear();
     m_sections.clear();
+    m_sTail.clear();
+    m_badLines.clear();
     CRegTextReader reader(sBytes);
     CRegTextItem item;
     CSection* pSection = nullptr;
-    m_tail.clear();
     while (reader.Next(item))
-        LoadItem(item, pSection, onBadLine);
-    m_encoding = reader.Encoding();
+    {
+        m_encoding = reader.Encoding();
+        if (!item.m_sText.ends_with(WCHAR('\n')))
+            item.m_sText.append(m_encoding.LineEnd()); // the last one
+        LoadItem(item, pSection);
+    }
 }
 
 /// Lines that are no values wait in the tail until it is known whether they stand inside a key or lead to the
 /// next.
-void CRegDocument::LoadItem(CRegTextItem& item, CSection*& pSection, const BadLine& onBadLine)
+void CRegDocument::LoadItem(CRegTextItem& item, CSection*& pSection)
 {
-    const bool bOfKey = item.m_eKind == CRegTextItem::eKey || item.m_eKind == CRegTextItem::eDeleteKey;
-    const bool bOfValue = item.m_eKind == CRegTextItem::eValue || item.m_eKind == CRegTextItem::eDeleteValue;
-    const std::optional<CRegString> sPath = bOfKey ? PathBelowRoot(item.m_sName) : std::nullopt;
-    const bool bOfHive = item.m_eKind == CRegTextItem::eDeleteKey && sPath && sPath->empty();
-    if (item.m_eKind == CRegTextItem::eMalformed || (bOfKey && !sPath) || bOfHive ||
-        (bOfValue && pSection == nullptr))
-        onBadLine(item.m_nLine, item.m_sText);
     if (item.m_eKind == CRegTextItem::eSignature)
         return;
-    if (bOfKey)
+    CRegString sPath;
+    const char* sFault = item.m_sFault;
+    if (item.IsOfKey())
+    {
         pSection = nullptr;
-    // The line stays: it also ends the key before, for values that stand behind it.
-    if (item.m_eKind == CRegTextItem::eDeleteKey && sPath)
-        DeleteKey(*sPath);
-    if (item.m_eKind == CRegTextItem::eKey && sPath)
+        if (sFault == nullptr)
+            sFault = FindPath(item, sPath);
+    }
+    else if (item.IsOfValue() && pSection == nullptr && sFault == nullptr)
+        sFault = "a value of no key";
+    if (sFault != nullptr)
+        AddBadLine(item, sFault);
+    else if (item.IsOfValue())
+        return LoadValue(item, *pSection);
+    else if (item.m_eKind == CRegTextItem::eKey)
     {
-        pSection = &AddSection(*sPath, std::move(item.m_sText));
+        pSection = &AddSection(sPath, std::move(item.m_sText));
         return;
     }
-    if (!bOfValue || pSection == nullptr)
-    {
-        m_tail.push_back(std::move(item.m_sText));
-        return;
-    }
-    TakeTail(*pSection);
+    else if (item.m_eKind == CRegTextItem::eDeleteKey)
+        DeleteKey(sPath);
+    // The line of a deletion stays: it also ends the key before, for values that stand behind it.
+    m_sTail.append(item.m_sText);
+}
+
+void CRegDocument::LoadValue(CRegTextItem& item, CSection& section)
+{
+    section.PutText(m_sTail);
     if (item.m_eKind == CRegTextItem::eDeleteValue)
-        pSection->Erase(item.m_sName);
+        section.Erase(item.m_sName);
     else
-        pSection->Put(
-            CRegEntry(item.m_sName, item.m_dwType, std::move(item.m_data), std::move(item.m_sText)));
+        section.Put(std::make_shared<CRegEntry>(std::move(item.m_sText), item.m_sName, item.m_dwType,
+                                                std::move(item.m_data)));
+}
+
+void CRegDocument::AddBadLine(const CRegTextItem& item, const char* sFault)
+{
+    const auto itLineEnd = std::find_if(item.m_sText.begin(), item.m_sText.end(), IsLineEnd);
+    CRegString sLine(item.m_sText.begin(), itLineEnd);
+    sLine.resize(std::min(sLine.size(), g_nShownLength));
+    m_badLines.push_back({item.m_nLine, std::move(sLine), sFault});
+}
+
+/// The part of a key's full name behind this hive's root; the reason when there is none.
+const char* CRegDocument::FindPath(const CRegTextItem& item, CRegString& sPath) const
+{
+    const CRegView sName = item.m_sName;
+    const std::size_t nEnd = sName.find(WCHAR('\\'));
+    const CRegString sRoot = FoldRegName(sName.substr(0, nEnd));
+    if (sRoot != m_sRoot && sRoot != m_sShortRoot)
+        return "a key of another hive";
+    sPath = nEnd == sName.npos ? CRegView() : sName.substr(nEnd + 1);
+    if (sPath.empty() && item.m_eKind == CRegTextItem::eDeleteKey)
+        return "a whole hive is not deleted";
+    const CRegString sAll = WCHAR('\\') + sPath + WCHAR('\\');
+    constexpr WCHAR sEmptyPart[] = {'\\', '\\', 0};
+    if (!sPath.empty() && (sAll.find(sEmptyPart) != sAll.npos || sAll.find(WCHAR(0)) != sAll.npos))
+        return "no key has that name";
+    return nullptr;
 }
 
 /// The section of a key, led by the waiting lines. They do not go inside, as there may be headers of other
 /// hives among them.
 CRegDocument::CSection& CRegDocument::AddSection(CRegView sPath, CRegString sHeader)
 {
-    if (CSection* pSection = FindSection(sPath))
+    if (CSection* pSection = FindOwnSection(sPath))
     {
-        std::move(m_tail.begin(), m_tail.end(), std::back_inserter(pSection->m_lead));
-        m_tail.clear();
+        pSection->m_sLead.append(std::exchange(m_sTail, {}));
         return *pSection;
     }
-    CSection& section = m_sections.emplace_back();
-    section.m_lead = std::exchange(m_tail, {});
-    section.m_sHeader = std::move(sHeader);
-    section.m_sPath = sPath;
-    m_index.emplace(FoldPath(sPath), std::prev(m_sections.end()));
-    return section;
-}
-
-void CRegDocument::TakeTail(CSection& section)
-{
-    for (CRegString& sText : m_tail)
-        section.m_entries.emplace_back(std::move(sText));
-    m_tail.clear();
-}
-
-/// The part of a full name behind this hive's root; nothing for other roots and for names the registry cannot
-/// have.
-std::optional<CRegString> CRegDocument::PathBelowRoot(CRegView sName) const
-{
-    const std::size_t nEnd = sName.find(WCHAR('\\'));
-    const CRegString sRoot = FoldRegName(sName.substr(0, nEnd));
-    if (sRoot != m_sRoot && sRoot != m_sShortRoot)
-        return std::nullopt;
-    const CRegView sPath = nEnd == sName.npos ? CRegView() : sName.substr(nEnd + 1);
-    const bool bEmptyPart =
-        sPath.starts_with(WCHAR('\\')) || sPath.ends_with(WCHAR('\\')) || sPath.find(u"\\\\") != sPath.npos;
-    if (bEmptyPart || sPath.find(WCHAR(0)) != sPath.npos)
-        return std::nullopt;
-    return CRegString(sPath);
+    const unsigned nPlace = m_sections.empty() ? 0 : m_sections.rbegin()->first + 1;
+    SectionPtr& pSection = m_sections[nPlace] = std::make_shared<CSection>();
+    pSection->m_sLead = std::exchange(m_sTail, {});
+    pSection->m_sHeader = std::move(sHeader);
+    pSection->m_sPath = sPath;
+    m_index.emplace(FoldPath(sPath), nPlace);
+    return *pSection;
 }
 
 std::string CRegDocument::Store() const
 {
     CRegString sText(RegTextSignature());
-    sText.push_back('\n');
-    const auto put = [&](const CRegString& sLine) { sText.append(sLine).push_back('\n'); };
-    for (const CSection& section : m_sections)
+    sText.append(m_encoding.LineEnd());
+    for (const auto& [nPlace, pSection] : m_sections)
     {
-        std::for_each(section.m_lead.begin(), section.m_lead.end(), put);
-        put(section.m_sHeader);
-        for (const CRegEntry& entry : section.m_entries)
-            put(entry.m_sText);
+        sText.append(pSection->m_sLead).append(pSection->m_sHeader);
+        for (const auto& pEntry : pSection->m_entries)
+            if (pEntry != nullptr)
+                sText.append(pEntry->m_sText);
     }
-    std::for_each(m_tail.begin(), m_tail.end(), put);
-    return EncodeRegText(sText, m_encoding);
+    return EncodeRegText(sText.append(m_sTail), m_encoding);
 }
 
-CRegDocument::CSection* CRegDocument::FindSection(CRegView sPath) const
+// ---- Reading ----
+
+const CRegDocument::CSection* CRegDocument::FindSection(CRegView sPath) const
 {
     const auto it = m_index.find(FoldPath(sPath));
-    return it == m_index.end() ? nullptr : &*it->second;
+    return it == m_index.end() ? nullptr : m_sections.at(it->second).get();
+}
+
+/// To be changed.
+CRegDocument::CSection* CRegDocument::FindOwnSection(CRegView sPath)
+{
+    const auto it = m_index.find(FoldPath(sPath));
+    return it == m_index.end() ? nullptr : &Own(m_sections.at(it->second));
 }
 
 bool CRegDocument::HasKey(CRegView sPath) const
@@ -192,83 +255,89 @@ bool CRegDocument::HasKey(CRegView sPath) const
            (it->first.size() == sKey.size() || it->first[sKey.size()] == 0);
 }
 
-std::optional<CRegString> CRegDocument::ChildName(CRegView sPath, std::size_t nIndex) const
-{
-    const CRegString sPrefix = sPath.empty() ? CRegString() : FoldPath(sPath) + WCHAR(0);
-    for (auto it = m_index.upper_bound(sPrefix); it != m_index.end() && it->first.starts_with(sPrefix);
-         --nIndex)
-    {
-        const std::size_t nEnd = it->first.find(WCHAR(0), sPrefix.size());
-        if (nIndex == 0)
-            return it->second->m_sPath.substr(sPrefix.size(),
-                                              nEnd == CRegString::npos ? nEnd : nEnd - sPrefix.size());
-        it = m_index.lower_bound(it->first.substr(0, nEnd) + WCHAR(1));
-    }
-    return std::nullopt;
-}
-
 const CRegEntry* CRegDocument::FindValue(CRegView sPath, CRegView sName) const
 {
     const CSection* pSection = FindSection(sPath);
     return pSection == nullptr ? nullptr : pSection->Find(sName);
 }
 
-const CRegEntry* CRegDocument::ValueAt(CRegView sPath, std::size_t nIndex) const
+std::vector<const CRegEntry*> CRegDocument::Values(CRegView sPath) const
 {
-    const CSection* pSection = FindSection(sPath);
-    if (pSection != nullptr)
-        for (const CRegEntry& entry : pSection->m_entries)
-            if (entry.m_bValue && nIndex-- == 0)
-                return &entry;
-    return nullptr;
+    std::vector<const CRegEntry*> values;
+    if (const CSection* pSection = FindSection(sPath))
+        for (const auto& pEntry : pSection->m_entries)
+            if (pEntry != nullptr && pEntry->m_bValue)
+                values.push_back(pEntry.get());
+    return values;
 }
 
-void CRegDocument::CreateKey(CRegView sPath)
+std::vector<CRegString> CRegDocument::Children(CRegView sPath) const
 {
-    if (!HasKey(sPath))
-        NewSection(sPath);
+    std::vector<CRegString> children;
+    const CRegString sPrefix = sPath.empty() ? CRegString() : FoldPath(sPath) + WCHAR(0);
+    for (auto it = m_index.upper_bound(sPrefix); it != m_index.end() && it->first.starts_with(sPrefix);)
+    {
+        const std::size_t nEnd = it->first.find(WCHAR(0), sPrefix.size());
+        const CRegString& sChild = m_sections.at(it->second)->m_sPath;
+        children.push_back(sChild.substr(sPrefix.size(), nEnd - sPrefix.size()));
+        it = m_index.lower_bound(it->first.substr(0, nEnd) + WCHAR(1));
+    }
+    return children;
+}
+
+// ---- Changing ----
+
+bool CRegDocument::CreateKey(CRegView sPath)
+{
+    if (HasKey(sPath))
+        return false;
+    NewSection(sPath);
+    return true;
 }
 
 CRegDocument::CSection& CRegDocument::NewSection(CRegView sPath)
 {
-    if (m_tail.empty() || !m_tail.back().empty())
-        m_tail.emplace_back();
-    CRegString sHeader = u"[" + m_sRoot;
+    if (!EndsInBlankLine(m_sTail))
+        m_sTail.append(m_encoding.LineEnd());
+    CRegString sHeader = WCHAR('[') + m_sRoot;
     if (!sPath.empty())
         sHeader.append(1, WCHAR('\\')).append(sPath);
-    return AddSection(sPath, sHeader + WCHAR(']'));
+    return AddSection(sPath, (sHeader + WCHAR(']')).append(m_encoding.LineEnd()));
 }
 
-void CRegDocument::SetValue(CRegView sPath, CRegView sName, DWORD dwType, CRegData data)
+bool CRegDocument::SetValue(CRegView sPath, CRegView sName, DWORD dwType, CRegData data)
 {
-    CSection* pSection = FindSection(sPath);
-    CSection& section = pSection != nullptr ? *pSection : NewSection(sPath);
-    const CRegEntry* pEntry = section.Find(sName);
+    const CRegEntry* pEntry = FindValue(sPath, sName);
+    if (pEntry != nullptr && pEntry->m_dwType == dwType && pEntry->m_data == data)
+        return false;
     const CRegString sKeptName(pEntry == nullptr ? sName : CRegView(pEntry->m_sName));
-    CRegString sText = FormatRegValue(sKeptName, dwType, data);
-    section.Put(CRegEntry(sKeptName, dwType, std::move(data), std::move(sText)));
+    CRegString sText = FormatRegValue(sKeptName, dwType, data, m_encoding);
+    CSection* pSection = FindOwnSection(sPath);
+    if (pSection == nullptr)
+        pSection = &NewSection(sPath);
+    pSection->Put(std::make_shared<CRegEntry>(std::move(sText), sKeptName, dwType, std::move(data)));
+    return true;
 }
 
-void CRegDocument::DeleteValue(CRegView sPath, CRegView sName)
+bool CRegDocument::DeleteValue(CRegView sPath, CRegView sName)
 {
-    if (CSection* pSection = FindSection(sPath))
-        pSection->Erase(sName);
+    return FindValue(sPath, sName) != nullptr && FindOwnSection(sPath)->Erase(sName);
 }
 
 /// Its lead, unless it only separates the keys, goes on to what follows.
-void CRegDocument::EraseSection(Sections::iterator itSection)
+void CRegDocument::EraseSection(unsigned nPlace)
 {
-    const std::vector<CRegString> lead = std::move(itSection->m_lead);
-    const auto itNext = m_sections.erase(itSection);
-    std::vector<CRegString>& target = itNext == m_sections.end() ? m_tail : itNext->m_lead;
-    if (!std::all_of(lead.begin(), lead.end(), [](const CRegString& s) { return s.empty(); }))
-        target.insert(target.begin(), lead.begin(), lead.end());
+    const auto it = m_sections.find(nPlace);
+    const CRegString sLead = it->second->m_sLead;
+    const auto itNext = m_sections.erase(it);
+    if (!std::all_of(sLead.begin(), sLead.end(), IsLineEnd))
+        (itNext == m_sections.end() ? m_sTail : Own(itNext->second).m_sLead).insert(0, sLead);
 }
 
-void CRegDocument::DeleteKey(CRegView sPath)
+bool CRegDocument::DeleteKey(CRegView sPath)
 {
     if (sPath.empty() || !HasKey(sPath))
-        return;
+        return false;
     const CRegString sKey = FoldPath(sPath);
     const auto itBegin = m_index.lower_bound(sKey);
     const auto itEnd = m_index.lower_bound(sKey + WCHAR(1));
@@ -276,6 +345,7 @@ void CRegDocument::DeleteKey(CRegView sPath)
         EraseSection(it->second);
     m_index.erase(itBegin, itEnd);
     CreateKey(ParentPath(sPath));
+    return true;
 }
 
 } // namespace OrvPort

@@ -1,14 +1,12 @@
-// One hive and its file: reads see what other processes wrote, writes are locked against them and replace the
-// file whole.
+// One hive as the threads of this process share it: readers see a whole document that nobody changes, and
+// what other processes wrote; writers take turns with each other and with those of other processes.
 #pragma once
 
-#include "registry/registrydoc.h"
+#include "registry/hivefile.h"
 #include "threads/portlock.h"
 
-#include <string>
-#include <utility>
-
-#include <sys/stat.h>
+#include <functional>
+#include <memory>
 
 namespace OrvPort
 {
@@ -16,60 +14,43 @@ namespace OrvPort
 class CRegHive
 {
 public:
-    /// \p bPrivate: a file or folder that has to be made is for its owner only.
-    CRegHive(CRegView sRoot, CRegView sShortRoot, std::string (*fnFile)(), bool bPrivate)
-        : m_document(sRoot, sShortRoot), m_fnFile(fnFile), m_bPrivate(bPrivate)
-    {
-        m_lock.HoldAtFork();
-    }
+    using Document = std::shared_ptr<const CRegDocument>;
+    using Change = std::function<LSTATUS(CRegDocument&, bool& bChanged)>;
 
-    /// Runs `LSTATUS read(const CRegDocument&)` on the file's current content.
+    /// \p nHive: 0 and 1 tell the hives apart.
+    CRegHive(int nHive, CRegView sRoot, CRegView sShortRoot, std::string (*fnFile)());
+
+    /// Runs `LSTATUS read(const CRegDocument&)` on the file's content, as it is now or as the thread's
+    /// CRegistryReading saw it. Never waits for a writer.
     template <class Fn>
     LSTATUS Read(Fn&& read)
     {
-        const std::lock_guard guard(m_lock);
-        ChooseFile();
-        const LSTATUS lStatus = Refresh();
-        return lStatus != ERROR_SUCCESS ? lStatus : read(std::as_const(m_document));
+        Document pDocument;
+        const LSTATUS lStatus = ReadDocument(pDocument);
+        return lStatus != ERROR_SUCCESS ? lStatus : read(*pDocument);
     }
 
-    /// Runs `LSTATUS change(CRegDocument&, bool& bChanged)` and stores the result when it succeeded and
-    /// changed something.
-    LSTATUS Write(const std::function<LSTATUS(CRegDocument&, bool& bChanged)>& change);
+    /// Stores what \p change makes of the file's content, when it succeeded and changed something.
+    /// ERROR_LOCK_VIOLATION when another process does not end its turn.
+    LSTATUS Write(const Change& change);
 
-    /// Taken for good when the process ends: no other thread may come in any more.
-    CPortLock& Lock() { return m_lock; }
+    /// For good, when the process ends: no other thread may come in any more.
+    void Lock();
 
 private:
-    /// What tells one version of the file from another.
-    struct CStamp
-    {
-        bool m_bExists = false;
-        dev_t m_nDevice = 0;
-        ino_t m_nInode = 0;
-        off_t m_nSize = 0;
-        std::int64_t m_nModified = 0; ///< nanoseconds since 1970
+    const CHiveFile& File();
+    LSTATUS ReadDocument(Document& pDocument);
+    LSTATUS Refresh(Document& pDocument);
+    LSTATUS WriteInTurn(CHiveWriter& writer, const Change& change);
 
-        CStamp() = default;
-        explicit CStamp(const struct stat& status);
-        bool operator==(const CStamp&) const = default;
-    };
-
-    void ChooseFile();
-    LSTATUS Refresh();
-    LSTATUS Load();
-    LSTATUS Replace(const std::string& sTarget);
-    LSTATUS WriteBeside(int nFile, const std::string& sTarget, const std::string& sBytes,
-                        CStamp& stamp) const;
-    void ReportBadLine(unsigned nLine, CRegView sText) const;
-
-    CPortLock m_lock;
-    CRegDocument m_document;
-    std::string (*m_fnFile)();
-    std::string m_sFile; ///< chosen at the first access
-    bool m_bPrivate;
-    bool m_bTrusted = false; ///< the document is what the stamp stands for
-    CStamp m_stamp;
+    const int m_nHive;
+    const CRegDocument m_empty;
+    std::string (*const m_fnFile)();
+    CPortLock m_writeLock; ///< taken before the other, and held while a file is written
+    CPortLock m_lock;      ///< of what follows
+    CHiveFile m_file;      ///< chosen at the first access
+    Document m_pDocument;  ///< null: not read yet, or not to be trusted any more
+    CHiveStamp m_stamp;    ///< of the file that the document came from
 };
 
 } // namespace OrvPort

@@ -68,25 +68,6 @@ bool TakeLiteral(CRegView& s, const char* sLiteral)
     return true;
 }
 
-/// Takes a quoted text from the front; false when its end is missing.
-bool TakeQuoted(CRegView& s, CRegString& sText)
-{
-    sText.clear();
-    for (std::size_t i = 1; i < s.size(); ++i)
-    {
-        if (s[i] == '"')
-        {
-            s.remove_prefix(i + 1);
-            return true;
-        }
-        if (s[i] != '\\')
-            sText.push_back(s[i]);
-        else if (++i < s.size())
-            sText.push_back(s[i] == 'n' ? WCHAR('\n') : s[i] == 'r' ? WCHAR('\r') : s[i]);
-    }
-    return false;
-}
-
 bool IsEndOrComment(CRegView s)
 {
     s = Trim(s);
@@ -173,11 +154,6 @@ CRegString FromFile(std::string_view s)
 
 void AppendUtf8(std::string& s, std::uint32_t c)
 {
-    if (c < 0x80)
-    {
-        s.push_back(static_cast<char>(c));
-        return;
-    }
     const int nTail = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
     s.push_back(static_cast<char>((nTail == 1 ? 0xC0 : nTail == 2 ? 0xE0 : 0xF0) | c >> (6 * nTail)));
     for (int k = nTail - 1; k >= 0; --k)
@@ -194,18 +170,23 @@ bool IsLowSurrogate(WCHAR c)
     return (c & 0xFC00) == 0xDC00;
 }
 
-/// True for text that a quoted string gives back unit by unit: ended by its only NUL, on one line.
-bool IsPlainText(const CRegData& data)
+CRegString UnitsOf(const CRegData& data)
 {
-    if (data.size() < 2 || data.size() % 2 != 0)
+    CRegString s(data.size() / 2, WCHAR(0));
+    for (std::size_t i = 0; i < s.size(); ++i)
+        s[i] = static_cast<WCHAR>(data[2 * i] | data[2 * i + 1] << 8);
+    return s;
+}
+
+/// True for text that editors leave alone between quotes: ended by its only NUL, no control characters but
+/// tabs and line ends.
+bool IsPlainText(CRegView s)
+{
+    if (s.empty() || s.find(WCHAR(0)) != s.size() - 1)
         return false;
-    for (std::size_t i = 0; i < data.size(); i += 2)
-    {
-        const unsigned c = data[i] | static_cast<unsigned>(data[i + 1]) << 8;
-        const bool bLast = i + 2 == data.size();
-        if ((c == 0) != bLast || (c != 0 && c < 0x20 && c != '\t'))
+    for (std::size_t i = 0; i + 1 < s.size(); ++i)
+        if (s[i] < 0x20 && s[i] != '\t' && s[i] != '\n' && (s[i] != '\r' || s[i + 1] != '\n'))
             return false;
-    }
     return true;
 }
 
@@ -214,9 +195,9 @@ void AppendQuoted(CRegString& s, CRegView sText)
     s.push_back('"');
     for (WCHAR c : sText)
     {
-        if (c == '\\' || c == '"' || c == '\n' || c == '\r')
+        if (c == '\\' || c == '"')
             s.push_back('\\');
-        s.push_back(c == '\n' ? WCHAR('n') : c == '\r' ? WCHAR('r') : c);
+        s.push_back(c);
     }
     s.push_back('"');
 }
@@ -232,7 +213,7 @@ void AppendAscii(CRegString& s, std::string_view sText)
     s.append(sText.begin(), sText.end());
 }
 
-void AppendHexList(CRegString& s, DWORD dwType, const CRegData& data)
+void AppendHexList(CRegString& s, DWORD dwType, const CRegData& data, CRegView sLineEnd)
 {
     AppendAscii(s, "hex");
     if (dwType != REG_BINARY)
@@ -247,7 +228,7 @@ void AppendHexList(CRegString& s, DWORD dwType, const CRegData& data)
     {
         if (nColumn >= g_nWrapColumn)
         {
-            AppendAscii(s, "\\\n  ");
+            s.append(1, WCHAR('\\')).append(sLineEnd).append(2, WCHAR(' '));
             nColumn = 2;
         }
         AppendHex(s, data[i], 2);
@@ -274,14 +255,14 @@ CRegTextReader::CRegTextReader(std::string_view sBytes) : m_sRest(sBytes)
     }
 }
 
-/// Reads one line without its end; false when none is left.
-bool CRegTextReader::ReadLine(CRegString& sLine)
+/// Reads one line and adds it to the item's text; false when none is left.
+bool CRegTextReader::ReadLine(CRegTextItem& item)
 {
     if (m_sRest.empty())
         return false;
     if (m_encoding.m_bUtf16)
     {
-        sLine.clear();
+        m_sLine.clear();
         WCHAR c = 0;
         while (m_sRest.size() >= 2 && c != '\n')
         {
@@ -289,117 +270,180 @@ bool CRegTextReader::ReadLine(CRegString& sLine)
             const auto nSecond = static_cast<BYTE>(m_sRest[1]);
             c = static_cast<WCHAR>(m_encoding.m_bBigEndian ? nFirst << 8 | nSecond : nSecond << 8 | nFirst);
             m_sRest.remove_prefix(2);
-            if (c != '\n')
-                sLine.push_back(c);
+            m_sLine.push_back(c);
         }
         if (m_sRest.size() == 1)
             m_sRest = {};
     }
     else
     {
-        const std::size_t nEnd = m_sRest.find('\n');
-        sLine = FromFile(m_sRest.substr(0, nEnd));
-        m_sRest.remove_prefix(nEnd == m_sRest.npos ? m_sRest.size() : nEnd + 1);
+        const std::size_t nLength = std::min(m_sRest.find('\n'), m_sRest.size() - 1) + 1;
+        m_sLine = FromFile(m_sRest.substr(0, nLength));
+        m_sRest.remove_prefix(nLength);
     }
-    const bool bCr = !sLine.empty() && sLine.back() == '\r';
-    if (bCr)
-        sLine.pop_back();
+    item.m_sText.append(m_sLine);
+    std::size_t nEnd = m_sLine.ends_with(WCHAR('\n')) ? 1 : 0;
+    if (nEnd == 1 && CRegView(m_sLine).substr(0, m_sLine.size() - 1).ends_with(WCHAR('\r')))
+        nEnd = 2;
+    m_sLineEnd = m_sLine.substr(m_sLine.size() - nEnd);
+    m_sLine.resize(m_sLine.size() - nEnd);
+    m_sCursor = m_sLine;
     if (++m_nLine == 1)
-        m_encoding.m_bCrLf = bCr;
+        m_encoding.m_bCrLf = nEnd == 2;
     return true;
 }
 
 bool CRegTextReader::Next(CRegTextItem& item)
 {
     item = {};
-    if (!ReadLine(item.m_sText))
+    if (!ReadLine(item))
         return false;
     item.m_nLine = m_nLine;
     Classify(item);
     return true;
 }
 
-void CRegTextReader::Classify(CRegTextItem& item)
+bool CRegTextReader::IsAtEnd() const
 {
-    const CRegString sText = item.m_sText;
-    const CRegView sLine = Trim(sText);
-    if (IsEndOrComment(sLine))
-        item.m_eKind = CRegTextItem::eOther;
-    else if (IsAscii(sLine, g_sSignature5) || IsAscii(sLine, g_sSignature4))
-    {
-        item.m_eKind = CRegTextItem::eSignature;
-        m_bNarrowData = IsAscii(sLine, g_sSignature4);
-    }
-    else if (sLine.front() == '[')
-        ParseKey(item, sLine);
-    else
-        ParseValue(item, sLine);
+    return IsEndOrComment(m_sCursor);
 }
 
-void CRegTextReader::ParseKey(CRegTextItem& item, CRegView sLine) const
+void CRegTextReader::Classify(CRegTextItem& item)
 {
-    item.m_eKind = CRegTextItem::eMalformed;
-    const std::size_t nEnd = sLine.rfind(']');
-    const bool bDelete = sLine.size() > 1 && sLine[1] == '-';
+    m_sCursor = Trim(m_sCursor);
+    if (IsAtEnd())
+        item.m_eKind = CRegTextItem::eOther;
+    else if (IsAscii(m_sCursor, g_sSignature5) || IsAscii(m_sCursor, g_sSignature4))
+    {
+        item.m_eKind = CRegTextItem::eSignature;
+        m_bNarrowData = IsAscii(m_sCursor, g_sSignature4);
+    }
+    else if (m_sCursor.front() == '[')
+        ParseKey(item);
+    else
+        ParseValue(item);
+}
+
+/// The name ends at the first bracket behind which nothing or a comment stands.
+void CRegTextReader::ParseKey(CRegTextItem& item) const
+{
+    item.m_eKind = CRegTextItem::eKey;
+    const bool bDelete = m_sCursor.size() > 1 && m_sCursor[1] == '-';
     const std::size_t nStart = bDelete ? 2 : 1;
-    if (nEnd == sLine.npos || nEnd <= nStart || !IsEndOrComment(sLine.substr(nEnd + 1)))
+    std::size_t nEnd = m_sCursor.find(WCHAR(']'), nStart);
+    while (nEnd != m_sCursor.npos && !IsEndOrComment(m_sCursor.substr(nEnd + 1)))
+        nEnd = m_sCursor.find(WCHAR(']'), nEnd + 1);
+    if (nEnd == m_sCursor.npos || nEnd == nStart)
+    {
+        item.m_sFault = "a key that is not whole";
         return;
-    item.m_sName = sLine.substr(nStart, nEnd - nStart);
+    }
+    item.m_sName = m_sCursor.substr(nStart, nEnd - nStart);
     item.m_eKind = bDelete ? CRegTextItem::eDeleteKey : CRegTextItem::eKey;
 }
 
-void CRegTextReader::ParseValue(CRegTextItem& item, CRegView sLine)
+/// Texts may go on over several lines. When they end in nonsense, a quote was forgotten: then only the first
+/// line is faulty, and the others are read anew.
+void CRegTextReader::ParseValue(CRegTextItem& item)
 {
-    item.m_eKind = CRegTextItem::eMalformed;
-    if (sLine.front() == '@')
-        sLine.remove_prefix(1);
-    else if (sLine.front() != '"' || !TakeQuoted(sLine, item.m_sName))
+    const std::string_view sRest = m_sRest;
+    const unsigned nLine = m_nLine;
+    const std::size_t nLength = item.m_sText.size();
+    item.m_eKind = CRegTextItem::eValue;
+    if (ParseNameAndData(item))
         return;
-    sLine = Trim(sLine);
-    if (!TakeLiteral(sLine, "="))
-        return;
-    sLine = Trim(sLine);
-    if (!sLine.empty() && sLine.front() == '-' && IsEndOrComment(sLine.substr(1)))
-        item.m_eKind = CRegTextItem::eDeleteValue;
-    else if (ParseData(item, sLine))
-        item.m_eKind = CRegTextItem::eValue;
+    if (item.m_sFault == nullptr)
+        item.m_sFault = "not understood";
+    if (item.m_nTextLines != 0)
+    {
+        m_sRest = sRest;
+        m_nLine = nLine;
+        item.m_sText.resize(nLength);
+    }
 }
 
-bool CRegTextReader::ParseData(CRegTextItem& item, CRegView sText)
+bool CRegTextReader::ParseNameAndData(CRegTextItem& item)
 {
-    if (!sText.empty() && sText.front() == '"')
+    if (m_sCursor.front() == '@')
+        m_sCursor.remove_prefix(1);
+    else if (m_sCursor.front() != '"' || !ParseQuoted(item, item.m_sName))
+        return false;
+    m_sCursor = Trim(m_sCursor);
+    if (!TakeLiteral(m_sCursor, "="))
+        return false;
+    m_sCursor = Trim(m_sCursor);
+    if (!m_sCursor.starts_with(WCHAR('-')) || !IsEndOrComment(m_sCursor.substr(1)))
+        return ParseData(item);
+    item.m_eKind = CRegTextItem::eDeleteValue;
+    return true;
+}
+
+bool CRegTextReader::ParseData(CRegTextItem& item)
+{
+    if (m_sCursor.starts_with(WCHAR('"')))
     {
         CRegString sValue;
-        if (!TakeQuoted(sText, sValue) || !IsEndOrComment(sText))
+        if (!ParseQuoted(item, sValue) || !IsAtEnd())
             return false;
         item.m_dwType = REG_SZ;
         AppendUnits(item.m_data, sValue);
         item.m_data.insert(item.m_data.end(), 2, BYTE(0));
         return true;
     }
-    if (TakeLiteral(sText, "dword:"))
+    if (TakeLiteral(m_sCursor, "dword:"))
     {
         DWORD dwValue;
-        sText = Trim(sText);
-        if (!TakeHex(sText, 8, dwValue) || !IsEndOrComment(sText))
+        m_sCursor = Trim(m_sCursor);
+        if (!TakeHex(m_sCursor, 8, dwValue) || !IsAtEnd())
             return false;
         item.m_dwType = REG_DWORD;
         for (int nShift = 0; nShift < 32; nShift += 8)
             item.m_data.push_back(static_cast<BYTE>(dwValue >> nShift));
         return true;
     }
-    return TakeLiteral(sText, "hex") && ParseHex(item, sText);
+    return TakeLiteral(m_sCursor, "hex") && ParseHex(item);
 }
 
-bool CRegTextReader::ParseHex(CRegTextItem& item, CRegView sText)
+/// Takes a quoted text; false when its end is missing. A backslash protects a quote or another backslash, and
+/// before anything else it stands for itself, as people write paths. Where both occur in one text, nobody can
+/// tell what a double one means.
+bool CRegTextReader::ParseQuoted(CRegTextItem& item, CRegString& sText)
+{
+    bool bSingle = false;
+    bool bDouble = false;
+    for (m_sCursor.remove_prefix(1);;)
+    {
+        while (m_sCursor.empty())
+        {
+            sText.append(m_sLineEnd);
+            if (!ReadLine(item))
+                return false;
+            ++item.m_nTextLines;
+        }
+        const WCHAR c = m_sCursor.front();
+        const WCHAR cNext = m_sCursor.size() > 1 ? m_sCursor[1] : WCHAR(0);
+        const bool bProtects = c == '\\' && (cNext == '\\' || cNext == '"');
+        m_sCursor.remove_prefix(bProtects ? 2 : 1);
+        if (c == '"')
+            break;
+        bSingle |= c == '\\' && !bProtects;
+        bDouble |= bProtects && cNext == '\\';
+        sText.push_back(bProtects ? cNext : c);
+    }
+    if (bSingle && bDouble)
+        item.m_sFault = "single and double backslashes in one text";
+    return !bSingle || !bDouble;
+}
+
+bool CRegTextReader::ParseHex(CRegTextItem& item)
 {
     item.m_dwType = REG_BINARY;
-    if (TakeLiteral(sText, "(") && !(TakeHex(sText, 8, item.m_dwType) && TakeLiteral(sText, ")")))
+    if (TakeLiteral(m_sCursor, "(") && !(TakeHex(m_sCursor, 8, item.m_dwType) && TakeLiteral(m_sCursor, ")")))
         return false;
-    if (!TakeLiteral(sText, ":"))
+    if (!TakeLiteral(m_sCursor, ":"))
         return false;
     bool bContinues = false;
-    if (!ParseHexLine(sText, item.m_data, bContinues))
+    if (!ParseHexLine(item.m_data, bContinues))
         return false;
     while (bContinues)
         if (!ParseContinuation(item, bContinues))
@@ -413,7 +457,7 @@ bool CRegTextReader::ParseHex(CRegTextItem& item, CRegView sText)
         item.m_data.clear();
         AppendUnits(item.m_data, sWide);
         // It is written back under the signature of the current version, which has 16-bit units.
-        item.m_sText = FormatRegValue(item.m_sName, item.m_dwType, item.m_data);
+        item.m_sText = FormatRegValue(item.m_sName, item.m_dwType, item.m_data, m_encoding);
     }
     return true;
 }
@@ -423,24 +467,23 @@ bool CRegTextReader::ParseContinuation(CRegTextItem& item, bool& bContinues)
 {
     const std::string_view sRest = m_sRest;
     const unsigned nLine = m_nLine;
-    CRegString sLine;
-    if (!ReadLine(sLine))
+    const std::size_t nLength = item.m_sText.size();
+    if (!ReadLine(item))
         return false;
-    if (!ParseHexLine(sLine, item.m_data, bContinues))
-    {
-        m_sRest = sRest;
-        m_nLine = nLine;
-        return false;
-    }
-    item.m_sText.append(1, WCHAR('\n')).append(sLine);
-    return true;
+    if (ParseHexLine(item.m_data, bContinues))
+        return true;
+    m_sRest = sRest;
+    m_nLine = nLine;
+    item.m_sText.resize(nLength);
+    return false;
 }
 
 /// Reads `xx,xx,…` up to the end of the line, a comment, or a backslash that continues it on the next line. A
 /// list that ends in a comma has been cut. \p bContinues: the line continues a list, and then whether the
 /// next one does.
-bool CRegTextReader::ParseHexLine(CRegView sText, CRegData& data, bool& bContinues) const
+bool CRegTextReader::ParseHexLine(CRegData& data, bool& bContinues)
 {
+    CRegView& sText = m_sCursor;
     bool bByteMissing = std::exchange(bContinues, false);
     for (sText = Trim(sText); !IsEndOrComment(sText); sText = Trim(sText))
     {
@@ -463,12 +506,20 @@ bool CRegTextReader::ParseHexLine(CRegView sText, CRegData& data, bool& bContinu
     return !bByteMissing;
 }
 
+bool IsRegKeyName(CRegView sName)
+{
+    for (std::size_t n = sName.find(WCHAR(']')); n != sName.npos; n = sName.find(WCHAR(']'), n + 1))
+        if (Trim(sName.substr(n + 1)).starts_with(WCHAR(';')))
+            return false;
+    return sName.find(WCHAR('\r')) == sName.npos && sName.find(WCHAR('\n')) == sName.npos;
+}
+
 CRegString RegFromAnsi(std::string_view s)
 {
     return FromPage(s, CP_ACP);
 }
 
-CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data)
+CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data, const CRegEncoding& encoding)
 {
     CRegString s;
     if (sName.empty())
@@ -476,21 +527,17 @@ CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data)
     else
         AppendQuoted(s, sName);
     s.push_back('=');
-    if (dwType == REG_SZ && IsPlainText(data))
-    {
-        CRegString sText;
-        for (std::size_t i = 0; i + 2 < data.size(); i += 2)
-            sText.push_back(static_cast<WCHAR>(data[i] | data[i + 1] << 8));
-        AppendQuoted(s, sText);
-    }
+    const CRegString sText = dwType == REG_SZ && data.size() % 2 == 0 ? UnitsOf(data) : CRegString();
+    if (IsPlainText(sText))
+        AppendQuoted(s, CRegView(sText).substr(0, sText.size() - 1));
     else if (dwType == REG_DWORD && data.size() == 4)
     {
         AppendAscii(s, "dword:");
         AppendHex(s, data[0] | data[1] << 8 | data[2] << 16 | static_cast<DWORD>(data[3]) << 24, 8);
     }
     else
-        AppendHexList(s, dwType, data);
-    return s;
+        AppendHexList(s, dwType, data, encoding.LineEnd());
+    return s.append(encoding.LineEnd());
 }
 
 CRegString RegTextSignature()
@@ -512,15 +559,10 @@ std::string EncodeRegText(CRegView sText, const CRegEncoding& encoding)
     {
         const WCHAR c = sText[i];
         if (encoding.m_bUtf16)
-        {
-            if (c == '\n' && encoding.m_bCrLf)
-                put('\r');
             put(c);
-            continue;
-        }
-        if (c == '\n' && encoding.m_bCrLf)
-            sBytes.push_back('\r');
-        if (IsHighSurrogate(c) && i + 1 < sText.size() && IsLowSurrogate(sText[i + 1]))
+        else if (c < 0x80)
+            sBytes.push_back(static_cast<char>(c));
+        else if (IsHighSurrogate(c) && i + 1 < sText.size() && IsLowSurrogate(sText[i + 1]))
             AppendUtf8(sBytes, 0x10000u + ((c & 0x3FFu) << 10) + (sText[++i] & 0x3FFu));
         else
             AppendUtf8(sBytes, c);

@@ -4,7 +4,7 @@
 // Both "Windows Registry Editor Version 5.00" and REGEDIT4 are read, as UTF-8, UTF-16 of either byte order
 // or, line by line where the bytes are not UTF-8, in the ANSI code page. Lone surrogates survive as three
 // bytes each. Nothing here depends on where the text came from, and nothing is lost: every item carries its
-// text as it stood.
+// text as it stood, line ends included.
 #pragma once
 
 #include <windows.h>
@@ -25,8 +25,13 @@ using CRegData = std::vector<BYTE>;
 struct CRegEncoding
 {
     bool m_bUtf16 = false;
-    bool m_bCrLf = false;
+    bool m_bCrLf = false;      ///< what ends the lines that are added
     bool m_bBigEndian = false; ///< UTF-16 only
+
+    CRegView LineEnd() const { return CRegView(c_sCrLf + (m_bCrLf ? 0 : 1), m_bCrLf ? 2 : 1); }
+
+private:
+    static constexpr WCHAR c_sCrLf[] = {'\r', '\n'};
 };
 
 /// One header, value, comment, blank or unreadable line of a registry text, with its continuation lines.
@@ -39,16 +44,20 @@ struct CRegTextItem
         eKey,
         eDeleteKey,
         eValue,
-        eDeleteValue,
-        eMalformed
+        eDeleteValue
     };
 
-    Kind m_eKind = eOther;
-    unsigned m_nLine = 0; ///< number of its first line, from 1
-    CRegString m_sText;   ///< as it stood, lines separated by one LF, without the last line end
-    CRegString m_sName;   ///< whole path of a key, unescaped name of a value (empty: the key's default value)
+    Kind m_eKind = eOther;          ///< of a faulty line eKey, where it begins as such, else eValue
+    const char* m_sFault = nullptr; ///< why the line cannot be used
+    unsigned m_nLine = 0;           ///< number of its first line, from 1
+    CRegString m_sText;             ///< as it stood, with its line ends; the last line may have none
+    CRegString m_sName;             ///< path of a key, name of a value (empty: the key's default value)
     DWORD m_dwType = 0;
     CRegData m_data;
+    unsigned m_nTextLines = 0; ///< line ends within its texts
+
+    bool IsOfKey() const { return m_eKind == eKey || m_eKind == eDeleteKey; }
+    bool IsOfValue() const { return m_eKind == eValue || m_eKind == eDeleteValue; }
 };
 
 class CRegTextReader
@@ -61,23 +70,32 @@ public:
     const CRegEncoding& Encoding() const { return m_encoding; }
 
 private:
-    bool ReadLine(CRegString& sLine);
+    bool ReadLine(CRegTextItem& item);
     void Classify(CRegTextItem& item);
-    void ParseKey(CRegTextItem& item, CRegView sLine) const;
-    void ParseValue(CRegTextItem& item, CRegView sLine);
-    bool ParseData(CRegTextItem& item, CRegView sText);
-    bool ParseHex(CRegTextItem& item, CRegView sText);
+    void ParseKey(CRegTextItem& item) const;
+    void ParseValue(CRegTextItem& item);
+    bool ParseNameAndData(CRegTextItem& item);
+    bool ParseData(CRegTextItem& item);
+    bool ParseQuoted(CRegTextItem& item, CRegString& sText);
+    bool ParseHex(CRegTextItem& item);
     bool ParseContinuation(CRegTextItem& item, bool& bContinues);
-    bool ParseHexLine(CRegView sText, CRegData& data, bool& bContinues) const;
+    bool ParseHexLine(CRegData& data, bool& bContinues);
+    bool IsAtEnd() const;
 
     std::string_view m_sRest;
     CRegEncoding m_encoding;
     unsigned m_nLine = 0;
     bool m_bNarrowData = false; ///< REGEDIT4: expandable and multiple texts are stored in the ANSI code page
+    CRegString m_sLine;         ///< the line that was read last, without its end
+    CRegString m_sLineEnd;
+    CRegView m_sCursor; ///< what of it is not parsed yet
 };
 
-/// `"name"=data` as the reader reads it back, lines separated by one LF.
-CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data);
+/// Whether a line can hold a part of a key's path: it ends at a line end and at a bracket before a comment.
+bool IsRegKeyName(CRegView sName);
+
+/// `"name"=data` as the reader reads it back, in lines that end as \p encoding says.
+CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data, const CRegEncoding& encoding);
 
 /// Text of the ANSI code page.
 CRegString RegFromAnsi(std::string_view s);
@@ -85,7 +103,7 @@ CRegString RegFromAnsi(std::string_view s);
 /// First line of a registry text.
 CRegString RegTextSignature();
 
-/// A text with LF line ends in its stored form; UTF-16 gets its mark.
+/// A text in its stored form; UTF-16 gets its mark.
 std::string EncodeRegText(CRegView sText, const CRegEncoding& encoding);
 
 } // namespace OrvPort

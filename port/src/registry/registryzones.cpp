@@ -15,7 +15,7 @@ CRegData BytesOf(const void* pBytes, std::size_t nBytes)
 
 CRegEntry TextValue(CRegView sName, const CRegString& sText)
 {
-    return CRegEntry(sName, REG_SZ, BytesOf(sText.c_str(), (sText.size() + 1) * sizeof(WCHAR)));
+    return {{}, sName, REG_SZ, BytesOf(sText.c_str(), (sText.size() + 1) * sizeof(WCHAR))};
 }
 
 } // namespace
@@ -28,8 +28,9 @@ std::vector<CRegEntry> ServeZoneKey(CRegView sPath)
     const std::optional<ZoneKeyValues> zone = FindZoneKey(sPath.substr(sZones.size()));
     if (!zone)
         return {};
-    return {TextValue(u"Std", zone->m_sStd), TextValue(u"Dlt", zone->m_sDlt),
-            CRegEntry(u"TZI", REG_BINARY, BytesOf(&zone->m_rules, sizeof zone->m_rules))};
+    return {TextValue(u"Std", zone->m_sStd),
+            TextValue(u"Dlt", zone->m_sDlt),
+            {{}, u"TZI", REG_BINARY, BytesOf(&zone->m_rules, sizeof zone->m_rules)}};
 }
 
 } // namespace OrvPort

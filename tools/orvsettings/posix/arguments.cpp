@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include <unistd.h>
+
 std::vector<CText> ProgramArguments(int argc, char** argv)
 {
     std::vector<CText> args;
@@ -14,4 +16,9 @@ std::vector<CText> ProgramArguments(int argc, char** argv)
         args.push_back(sArg);
     }
     return args;
+}
+
+bool IsErrorStreamATerminal()
+{
+    return isatty(STDERR_FILENO) == 1;
 }

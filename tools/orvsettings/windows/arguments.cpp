@@ -1,5 +1,8 @@
 #include "arguments.h"
 
+#include <cstdio>
+
+#include <io.h>
 #include <shellapi.h>
 
 namespace
@@ -25,4 +28,9 @@ std::vector<CText> ProgramArguments(int, char**)
     std::vector<CText> args(pArgs + 1, pArgs + nArgs);
     LocalFree(pArgs);
     return args;
+}
+
+bool IsErrorStreamATerminal()
+{
+    return _isatty(_fileno(stderr)) != 0;
 }

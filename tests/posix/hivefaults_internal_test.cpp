@@ -1,6 +1,8 @@
 // The hive files while processes are killed, the disk is full and access is denied.
 #include "orvcomtypes/lqsettings.h"
 
+#include "registry/hivefile.h"
+
 #include "support/child_process.h"
 #include "support/debug_capture.h"
 #include "support/random.h"
@@ -10,15 +12,15 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <vector>
+#include <thread>
 
 #include <csignal>
+#include <fcntl.h>
 #include <grp.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -30,119 +32,76 @@ namespace
 
 // ---- Killed writers ----
 
-constexpr int g_nWriters = 4;
-constexpr int g_nWrites = 2500; // by each writer
-constexpr int g_nNames = 10;
-constexpr int g_nKills = 40;
-
-/// Stores the numbers from args[1] on below the key args[0], each under the name that its turn has, and says
-/// so when it is done. The lines are long: the pipe then keeps the writer at most 70 numbers ahead of its
-/// reader, so that the writers outlast the kills.
+/// Stores the numbers from args[1] on below the key args[0], and says so. The lines are long: the pipe then
+/// keeps the writer at most 70 numbers ahead of its reader.
 ORV_CHILD(Write)
 {
-    for (int i = std::stoi(args.at(1)); i < g_nWrites; ++i)
+    for (DWORD dw = static_cast<DWORD>(std::stoul(args.at(1)));; ++dw)
     {
-        const std::string sName = std::to_string(i % g_nNames);
-        if (!SetLQDWORDSettingA(args.at(0).c_str(), sName.c_str(), static_cast<DWORD>(i), 0xFFFFFFFF))
+        if (!SetLQDWORDSettingA(args.at(0).c_str(), "n", dw, 0))
             return 1;
-        std::printf("%-1000d\n", i);
+        std::printf("%-1000u\n", static_cast<unsigned>(dw));
         std::fflush(stdout);
     }
-    return 0;
 }
-
-/// One process that writes, and what is known to be written.
-class CWriter
-{
-public:
-    explicit CWriter(int iWriter) : m_sKey(std::to_string(iWriter))
-    {
-        m_written.fill(-1);
-        Start();
-    }
-
-    /// Reads some of what it says; false when it is done.
-    bool Follow(unsigned nLines)
-    {
-        for (; nLines > 0; --nLines)
-        {
-            const std::string sLine = m_pProcess->ReadLine();
-            if (sLine.empty())
-                return false;
-            Note(std::stoi(sLine));
-        }
-        return true;
-    }
-    void KillAndRestart()
-    {
-        m_pProcess->Kill();
-        std::istringstream output(m_pProcess->Wait().m_sOutput);
-        for (int i = 0; output >> i;)
-            Note(i);
-        Start();
-    }
-    int Done() const { return m_nDone; }
-    /// What was said to be written is there; at most the number in work when the process was killed may be.
-    void ExpectAllWritten() const
-    {
-        for (int iName = 0; iName < g_nNames; ++iName)
-        {
-            const std::string sName = std::to_string(iName);
-            const DWORD dwFound = GetLQDWORDSettingA(m_sKey.c_str(), sName.c_str(), 0xFFFFFFFF);
-            const int iFound = static_cast<int>(dwFound);
-            EXPECT_GE(iFound, m_written[static_cast<std::size_t>(iName)]) << "lost";
-            EXPECT_TRUE(iFound == -1 || iFound % g_nNames == iName) << iFound;
-        }
-    }
-
-private:
-    void Start()
-    {
-        m_pProcess =
-            std::make_unique<CChildProcess>("Write", ChildArguments{m_sKey, std::to_string(m_nDone)});
-    }
-    void Note(int i)
-    {
-        m_written[static_cast<std::size_t>(i % g_nNames)] = i;
-        m_nDone = i + 1;
-    }
-
-    std::string m_sKey;
-    int m_nDone = 0;
-    std::array<int, g_nNames> m_written; // the last number under each name
-    std::unique_ptr<CChildProcess> m_pProcess;
-};
 
 TEST(HiveFaults, KilledWritersLoseNothing)
 {
+    struct CWriter
+    {
+        std::string m_sKey;
+        DWORD m_dwTold = 0; // the last number that it said to be stored
+        std::unique_ptr<CChildProcess> m_pProcess = nullptr;
+
+        void Start()
+        {
+            m_pProcess = std::make_unique<CChildProcess>(
+                "Write", ChildArguments{m_sKey, std::to_string(m_dwTold + 1)});
+        }
+    } writers[] = {{"a"}, {"b"}};
     CTestRandom random;
     const CTestRegistry registry;
     CDebugCapture debug;
-    std::vector<std::unique_ptr<CWriter>> writers;
-    std::vector<CWriter*> running;
-    for (int i = 0; i < g_nWriters; ++i)
-        running.push_back(writers.emplace_back(std::make_unique<CWriter>(i)).get());
-    int nKills = 0;
-    while (!running.empty())
+    for (CWriter& writer : writers)
+        writer.Start();
+    for (int nKills = 0; nKills < 15; ++nKills)
     {
-        const std::size_t i = random.UpTo(static_cast<unsigned>(running.size() - 1));
-        if (!running[i]->Follow(1 + random.UpTo(9)))
-            running.erase(running.begin() + static_cast<std::ptrdiff_t>(i));
-        else if (nKills < g_nKills)
-        {
-            running[i]->KillAndRestart();
-            if (++nKills % 8 == 0)
-                for (const auto& pWriter : writers)
-                    pWriter->ExpectAllWritten();
-        }
-    }
-    EXPECT_EQ(g_nKills, nKills);
-    for (const auto& pWriter : writers)
-    {
-        EXPECT_EQ(g_nWrites, pWriter->Done());
-        pWriter->ExpectAllWritten();
+        CWriter& writer = writers[random.UpTo(1)];
+        for (unsigned nLines = random.UpTo(9); nLines > 0; --nLines)
+            writer.m_dwTold = static_cast<DWORD>(std::stoul(writer.m_pProcess->ReadLine()));
+        writer.m_pProcess->Kill();
+        std::istringstream output(writer.m_pProcess->Wait().m_sOutput);
+        for (DWORD dw; output >> dw;)
+            writer.m_dwTold = dw;
+        const DWORD dwFound = GetLQDWORDSettingA(writer.m_sKey.c_str(), "n", 0);
+        EXPECT_TRUE(dwFound == writer.m_dwTold || dwFound == writer.m_dwTold + 1)
+            << dwFound << " instead of " << writer.m_dwTold;
+        writer.m_dwTold = dwFound;
+        writer.Start();
     }
     EXPECT_EQ("", debug.Take()) << "every line can be read at any time";
+}
+
+// ---- Another process that keeps its turn ----
+
+TEST(HiveFaults, AStoppedWriterStopsWritersForAWhileAndNoReaders)
+{
+    const CTestRegistry registry;
+    ASSERT_TRUE(SetLQDWORDSettingA(nullptr, "n", 5, 0));
+    const int nLock = open((TestRoot() / "user.reg.lock").c_str(), O_RDWR | O_CLOEXEC);
+    struct flock turn = {F_WRLCK, SEEK_SET, 0, 1, 0};
+    ASSERT_EQ(0, fcntl(nLock, F_OFD_SETLK, &turn));
+    OrvPort::g_nHivePatience = 50;
+    EXPECT_EQ(ERROR_LOCK_VIOLATION, StoreValue(HKEY_CURRENT_USER, ORVTEXT("New"), nullptr, NumberValue(1)));
+    EXPECT_FALSE(SetLQDWORDSettingA(nullptr, "n", 6, 0));
+    EXPECT_EQ(5u, GetLQDWORDSettingA(nullptr, "n", 0));
+
+    // A writer that waits keeps nobody in this process from reading either.
+    OrvPort::g_nHivePatience = 60'000;
+    const std::jthread writer([] { EXPECT_TRUE(SetLQDWORDSettingA(nullptr, "n", 6, 0)); });
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(5u, GetLQDWORDSettingA(nullptr, "n", 0));
+    close(nLock);
 }
 
 // ---- Full disk ----
@@ -226,10 +185,14 @@ ORV_CHILD(UseDeniedHives)
     EXPECT_FALSE(SetLQDWORDSettingA(nullptr, "n", 1, 2));
     EXPECT_FALSE(SetLQStringSettingA(nullptr, "s", "x", nullptr));
     EXPECT_FALSE(SetLQBinarySettingA(nullptr, "b", "x", 1));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, StoreValue(HKEY_CURRENT_USER, ORVTEXT("New"), nullptr, NumberValue(1)));
+    EXPECT_EQ(std::stol(args.at(2)), StoreValue(HKEY_CURRENT_USER, ORVTEXT("New"), nullptr, NumberValue(1)));
     HKEY hKey;
-    EXPECT_EQ(static_cast<LSTATUS>(std::stol(args.at(1))),
+    EXPECT_EQ(std::stol(args.at(1)),
               RegOpenKeyExW(HKEY_CURRENT_USER, ORVTEXT("Software"), 0, KEY_READ, &hKey));
+    EXPECT_TRUE(ReadValue(HKEY_LOCAL_MACHINE,
+                          ORVTEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\UTC"),
+                          ORVTEXT("TZI")))
+        << "zones need no file";
     return testing::Test::HasFailure();
 }
 
@@ -240,11 +203,13 @@ TEST(HiveFaults, DeniedHivesCountAsMissingAndStay)
     const auto allow = [](const std::filesystem::path& path, unsigned nMode) {
         std::filesystem::permissions(path, std::filesystem::perms(nMode));
     };
-    const auto expect = [&](int iRead, LSTATUS lOpen) {
+    const auto expect = [&](int iRead, LSTATUS lOpen, LSTATUS lStore = ERROR_ACCESS_DENIED) {
         const CVariableGuard userHive("ORVCOMTYPES_USER_HIVE", user.c_str());
         const CVariableGuard machineHive("ORVCOMTYPES_MACHINE_HIVE", machine.c_str());
         const ChildResult result =
-            CChildProcess("UseDeniedHives", {std::to_string(iRead), std::to_string(lOpen)}).Wait();
+            CChildProcess("UseDeniedHives",
+                          {std::to_string(iRead), std::to_string(lOpen), std::to_string(lStore)})
+                .Wait();
         EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
     };
     // Others may pass, so that nobody gets as far as the hive itself.
@@ -259,6 +224,13 @@ TEST(HiveFaults, DeniedHivesCountAsMissingAndStay)
     {
         allow(folder.Path(), nFolder);
         expect(4, ERROR_SUCCESS);
+        EXPECT_EQ(sUser, ReadBytes(user));
+    }
+    if (geteuid() == 0)
+    {
+        allow(folder.Path(), 0777);
+        allow(user, 0666);
+        expect(4, ERROR_SUCCESS, ERROR_INVALID_OWNER); // it would become nobody's
         EXPECT_EQ(sUser, ReadBytes(user));
     }
     allow(folder.Path(), 0755);
