@@ -20,7 +20,8 @@ export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 HOME=/packages
 dpkg -i ./*.deb
 c++ -std=c++20 main.cpp $(pkg-config --cflags --libs orvcomtypes) -o program
 ./program
-orvsettings set Server Port REG_DWORD 1433 2>/dev/null || orvsettings --help >/dev/null
+orvsettings set --type REG_DWORD Server Port 1433
+[ "$(orvsettings get Server Port)" = 1433 ]
 dpkg --purge orvcomtypes-tools liborvcomtypes3-dbgsym liborvcomtypes-dev liborvcomtypes3
 left=$(find /usr /etc -iname '*orvcomtypes*' -o -name 'orvsettings*')
 [ -z "$left" ] || { echo "left behind: $left"; exit 1; }

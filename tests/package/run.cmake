@@ -46,6 +46,18 @@ endif()
 
 build(${CMAKE_CURRENT_LIST_DIR} consumer)
 execute_process(COMMAND ${EMULATOR} ${prefix}/bin/consumer${SUFFIX} WORKING_DIRECTORY ${WORK} COMMAND_ERROR_IS_FATAL ANY)
+# The installed tool finds what it needs, and leaves no report behind.
+set(ENV{ALLUSERSPROFILE} ${WORK}/reports)
+set(ENV{TEMP} ${WORK}/reports)
+set(ENV{ORVCOMTYPES_USER_HIVE} ${WORK}/user.reg)
+set(ENV{ORVCOMTYPES_MACHINE_HIVE} ${WORK}/machine.reg)
+file(MAKE_DIRECTORY ${WORK}/reports)
+run(${EMULATOR} ${prefix}/bin/orvsettings${SUFFIX} --version)
+run(${EMULATOR} ${prefix}/bin/orvsettings${SUFFIX} check)
+file(GLOB_RECURSE reports ${WORK}/reports/*)
+if(reports)
+    message(FATAL_ERROR "the tool reported: ${reports}")
+endif()
 
 build(${CMAKE_CURRENT_LIST_DIR}/../../examples/languages order)
 execute_process(COMMAND ${EMULATOR} ${prefix}/bin/order${SUFFIX} en hu-HU fr
