@@ -30,7 +30,7 @@ struct CStoredValue
 {
     CText m_sName;
     DWORD m_dwType = REG_NONE;
-    std::vector<BYTE> m_data;
+    std::vector<BYTE> m_data = {};
 };
 
 struct CStoredKey
