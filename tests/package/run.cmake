@@ -47,13 +47,12 @@ endif()
 build(${CMAKE_CURRENT_LIST_DIR} consumer)
 execute_process(COMMAND ${EMULATOR} ${prefix}/bin/consumer${SUFFIX} WORKING_DIRECTORY ${WORK} COMMAND_ERROR_IS_FATAL ANY)
 # The installed tool finds what it needs, and leaves no report behind.
-set(ENV{ALLUSERSPROFILE} ${WORK}/reports)
-set(ENV{TEMP} ${WORK}/reports)
-set(ENV{ORVCOMTYPES_USER_HIVE} ${WORK}/user.reg)
-set(ENV{ORVCOMTYPES_MACHINE_HIVE} ${WORK}/machine.reg)
 file(MAKE_DIRECTORY ${WORK}/reports)
-run(${EMULATOR} ${prefix}/bin/orvsettings${SUFFIX} --version)
-run(${EMULATOR} ${prefix}/bin/orvsettings${SUFFIX} check)
+foreach(word --version check)
+    run(${CMAKE_COMMAND} -E env ALLUSERSPROFILE=${WORK}/reports TEMP=${WORK}/reports
+        ORVCOMTYPES_USER_HIVE=${WORK}/user.reg ORVCOMTYPES_MACHINE_HIVE=${WORK}/machine.reg
+        ${EMULATOR} ${prefix}/bin/orvsettings${SUFFIX} ${word})
+endforeach()
 file(GLOB_RECURSE reports ${WORK}/reports/*)
 if(reports)
     message(FATAL_ERROR "the tool reported: ${reports}")
