@@ -178,7 +178,7 @@ TEST(CodePages, ForbiddenSecondByteEndsAPart)
 
 TEST(CodePages, Page1361ComposesSyllables)
 {
-    const Text sText = ORVTEXT("a\uAC00\uD7A3\u3131\u314F\u3133\u4F3D\u00A7");
+    const Text sText = ORVTEXT("a\uAC00\uD7A3\u1100\u1161\u11AA\u4F3D\u00A7");
     const std::string sBytes = "a\x88\x61\xD3\xBD\x88\x41\x84\x61\x84\x44\xE0\x31\xD9\x67";
     EXPECT_EQ(sBytes, Encoded(1361, sText));
     EXPECT_EQ(sText, Decoded(1361, sBytes));

@@ -299,8 +299,8 @@ void CCodePage::ReadJohab(const CCodePage& page949)
     {
         const auto nBytes = static_cast<WORD>(nPair);
         const WORD n949 = JohabIn949(nBytes);
-        WCHAR c = nPair < 0xD400 ? JohabSyllable(nBytes) : n949 ? page949.Decode(n949) : u'\0';
-        if (c >= 0x80 && page949.EncodeExact(c)) // what that page lacks is its default character
+        WCHAR c = nPair < 0xD400 ? JohabSyllable(nBytes) : n949 ? page949.Decode(n949) : JohabOther(nBytes);
+        if (c >= 0x80) // else page 949's default character, which says that it lacks it
         {
             m_aLead[nPair >> 8] = true;
             SetExact(c, nBytes);

@@ -24,11 +24,21 @@ int Ending(int n)
     return n == 1 ? FILL : n >= 2 && n <= 29 && n != 18 ? n - (n > 18 ? 2 : 1) : NONE;
 }
 
-// Letters by themselves, counted from U+3131.
-constexpr unsigned char c_aBeginnings[] = {0,  1,  3,  6,  7,  8,  16, 17, 18, 20,
-                                           21, 22, 23, 24, 25, 26, 27, 28, 29};
-constexpr unsigned char c_aEndings[] = {0,  0,  1,  2,  3,  4,  5,  6,  8,  9,  10, 11, 12, 13,
-                                        14, 15, 16, 17, 19, 20, 21, 22, 23, 25, 26, 27, 28, 29};
+// Old letters, from DAD4 on.
+constexpr WCHAR c_aOldLetters[] = {
+    0x115F, 0x1114, 0x1115, 0x11C7, 0x11C8, 0x11CC, 0x11CE, 0x11D3, 0x11D7, 0x11D9, 0x111C,
+    0x11DD, 0x11DF, 0x111D, 0x111E, 0x1120, 0x1122, 0x1123, 0x1127, 0x1128, 0x112B, 0x112C,
+    0x112D, 0x112E, 0x112F, 0x1132, 0x1136, 0x1140, 0x1147, 0x114C, 0x1145, 0x1146, 0x1157,
+    0x1158, 0x1159, 0x1184, 0x1185, 0x1188, 0x1191, 0x1192, 0x1194, 0x119E, 0x11A1,
+};
+
+/// Where two bytes stand among the 188 of their lead byte, or -1.
+int PlaceOf(int nTrail)
+{
+    return nTrail >= 0x31 && nTrail <= 0x7E   ? nTrail - 0x31
+           : nTrail >= 0x91 && nTrail <= 0xFE ? nTrail - 0x91 + 78
+                                              : -1;
+}
 
 } // namespace
 
@@ -41,28 +51,30 @@ WCHAR JohabSyllable(WORD nBytes) noexcept
         return 0;
     if (nBeginning != FILL && nVowel != FILL)
         return static_cast<WCHAR>(0xAC00 + (nBeginning * 21 + nVowel) * 28 + (nEnding == FILL ? 0 : nEnding));
-    if (nBeginning != FILL && nEnding == FILL)
-        return static_cast<WCHAR>(0x3131 + c_aBeginnings[nBeginning]);
-    if (nBeginning == FILL && nVowel != FILL && nEnding == FILL)
-        return static_cast<WCHAR>(0x314F + nVowel);
-    if (nBeginning == FILL && nVowel == FILL && nEnding != FILL)
-        return static_cast<WCHAR>(0x3131 + c_aEndings[nEnding]);
-    return 0;
+    if (nBeginning != FILL)
+        return nEnding == FILL ? static_cast<WCHAR>(0x1100 + nBeginning) : u'\0';
+    if (nVowel != FILL)
+        return nEnding == FILL ? static_cast<WCHAR>(0x1161 + nVowel) : u'\0';
+    return nEnding != FILL ? static_cast<WCHAR>(0x11A7 + nEnding) : u'\0';
+}
+
+WCHAR JohabOther(WORD nBytes) noexcept
+{
+    if (nBytes >= 0xDAD4 && nBytes <= 0xDAFE)
+        return c_aOldLetters[nBytes - 0xDAD4];
+    const int nPlace = PlaceOf(nBytes & 0xFF);
+    return nBytes >> 8 == 0xD8 && nPlace >= 0 ? static_cast<WCHAR>(0xE000 + nPlace) : u'\0';
 }
 
 WORD JohabIn949(WORD nBytes) noexcept
 {
     const int nLead = nBytes >> 8;
-    const int nTrail = nBytes & 0xFF;
-    // Each lead byte has two rows of page 949; letters of syllables (DAA1 to DAD3) stand elsewhere.
-    int nRow = nLead >= 0xD9 && nLead <= 0xDE   ? 0xA1 + 2 * (nLead - 0xD9)
-               : nLead >= 0xE0 && nLead <= 0xF9 ? 0xCA + 2 * (nLead - 0xE0)
-                                                : 0;
-    if (nRow == 0 || (nBytes >= 0xDAA1 && nBytes <= 0xDAD3))
+    const int nPlace = PlaceOf(nBytes & 0xFF);
+    // Each lead byte has two rows of page 949; the letters (from DAA1 on) stand elsewhere.
+    const int nRow = nLead >= 0xD9 && nLead <= 0xDE   ? 0xA1 + 2 * (nLead - 0xD9)
+                     : nLead >= 0xE0 && nLead <= 0xF9 ? 0xCA + 2 * (nLead - 0xE0)
+                                                      : 0;
+    if (nRow == 0 || nPlace < 0 || (nBytes >= 0xDAA1 && nBytes <= 0xDAFE))
         return 0;
-    if (nTrail >= 0xA1 && nTrail <= 0xFE)
-        return static_cast<WORD>((nRow + 1) << 8 | nTrail);
-    if (nTrail >= 0x31 && nTrail <= 0x7E)
-        return static_cast<WORD>(nRow << 8 | (nTrail + 0x70));
-    return nTrail >= 0x91 && nTrail <= 0xA0 ? static_cast<WORD>(nRow << 8 | (nTrail + 0x5E)) : WORD{0};
+    return static_cast<WORD>((nRow + nPlace / 94) << 8 | (0xA1 + nPlace % 94));
 }
