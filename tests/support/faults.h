@@ -40,7 +40,7 @@ public:
 /// Blocks of the heap that are in use.
 long long BlocksInUse();
 
-// ---- What the two sides of faults.cpp build on ----
+// ---- What the functions that stand in for the system's build on ----
 
 /// Counts a call; true when it must fail.
 bool FailsNow(FaultyCall call);
