@@ -8,7 +8,8 @@
 /// Each function has a wide form and a narrow one in the ANSI code page. A null or empty sub-key means the
 /// root itself. On targets without a registry the hives are text files, see docs/settings.md.
 ///
-/// Thread safety: all functions from any thread, except while another thread changes the root.
+/// Thread safety: all functions from any thread, except while another thread changes the root. Reading never
+///   waits for a process that writes. Writing waits for its turn, at most five seconds where hives are files.
 /// Errors: nothing throws. A hive or key that cannot be read, and a value of another type or size, count as
 /// missing.
 ///   Reported (source `lqsettings`), then false: see the conditions at each function. "pBuf == nullptr",
