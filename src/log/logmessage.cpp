@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <new>
 #include <utility>
 
@@ -86,11 +85,12 @@ void Store(OCT::CThreadStore* pStore, CLogBlock* pBlock)
 CLogBlock* NewBlock(OCT::CThreadStore* pStore) noexcept
 {
     const OCT::CFlagScope quiet(OCT::t_bThrowsQuietly);
-    CLogBlock* apBlocks[OCT::CThreadShelf::kItems / 2];
+    constexpr unsigned nMost = OCT::CThreadShelf::kItems / 2;
+    CLogBlock* apBlocks[nMost];
     unsigned nBlocks = 0;
     try
     {
-        nBlocks = CBlockPool::AllocateItems(apBlocks, pStore != nullptr ? std::size(apBlocks) : 1);
+        nBlocks = CBlockPool::AllocateItems(apBlocks, pStore != nullptr ? nMost : 1);
     }
     catch (...)
     {
