@@ -52,7 +52,7 @@ struct CodeRange
         return reinterpret_cast<std::uintptr_t>(p) - m_nFirst < m_nEnd - m_nFirst;
     }
 };
-constinit CodeRange g_spared[4];
+constinit CodeRange g_spared[4] = {};
 constinit std::size_t g_nSpared = 0;
 
 int FindSpared(dl_phdr_info* pModule, std::size_t, void*)
