@@ -46,7 +46,7 @@ void* Counted(void* p)
 /// Where the code of ICU's libraries and of the C library, which ICU calls, lies.
 struct CodeRange
 {
-    std::uintptr_t m_nFirst, m_nEnd;
+    std::uintptr_t m_nFirst = 0, m_nEnd = 0;
     bool Contains(void* p) const
     {
         return reinterpret_cast<std::uintptr_t>(p) - m_nFirst < m_nEnd - m_nFirst;
@@ -65,8 +65,8 @@ int FindSpared(dl_phdr_info* pModule, std::size_t, void*)
         return segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0;
     });
     if (pCode != pEnd && g_nSpared < std::size(g_spared))
-        g_spared[g_nSpared++] = {pModule->dlpi_addr + pCode->p_vaddr,
-                                 pModule->dlpi_addr + pCode->p_vaddr + pCode->p_memsz};
+        g_spared[g_nSpared++] = CodeRange{pModule->dlpi_addr + pCode->p_vaddr,
+                                          pModule->dlpi_addr + pCode->p_vaddr + pCode->p_memsz};
     return 0;
 }
 
