@@ -82,8 +82,8 @@ public:
     /// The stored value that has the same key, or 0.
     TItem GetItem(TItem item) const noexcept
     {
-        return Storage::TakesEmpty || item != TItem(0) ? GetItemByKey(TCompare::GetKey(item), nullptr)
-                                                       : TItem(0);
+        return Storage::TakesEmpty() || item != TItem(0) ? GetItemByKey(TCompare::GetKey(item), nullptr)
+                                                         : TItem(0);
     }
     TItem GetItemByKey(TKey key, void* pContext) const noexcept
     {
@@ -94,8 +94,8 @@ public:
     /// Removes the stored value that has the same key and returns it, or 0 when there is none.
     TItem RemoveItem(TItem item)
     {
-        return Storage::TakesEmpty || item != TItem(0) ? RemoveItemByKey(TCompare::GetKey(item), nullptr)
-                                                       : TItem(0);
+        return Storage::TakesEmpty() || item != TItem(0) ? RemoveItemByKey(TCompare::GetKey(item), nullptr)
+                                                         : TItem(0);
     }
     TItem RemoveItemByKey(TKey key, void* pContext)
     {

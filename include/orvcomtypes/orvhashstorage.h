@@ -76,7 +76,7 @@ public:
 
     /// A policy is never given the empty marker, except for that of values that are their own keys: comparing
     /// them with 0 too saves branches, of which some cannot be predicted.
-    static constexpr bool TakesEmpty = std::is_same_v<TCompare, CPrtvHashCompare<TItem>>;
+    static constexpr bool TakesEmpty() noexcept { return std::is_same_v<TCompare, CPrtvHashCompare<TItem>>; }
 
     static Ptr Create(unsigned nApproxCount, float fLoadFactor);
 
@@ -177,7 +177,7 @@ private:
 
     static bool Holds(const CNode& node, TKey key, void* pContext) noexcept
     {
-        return (TakesEmpty || node.data != TItem(0)) && TCompare::IsEqual(node.data, key, pContext);
+        return (TakesEmpty() || node.data != TItem(0)) && TCompare::IsEqual(node.data, key, pContext);
     }
 
     /// Whether a value lies in the slot or is the first of the chain cannot be predicted in a large table,
