@@ -160,7 +160,7 @@ TEST(FormatStr, TakesFormatsFromResources)
     const CCurrentTestResources current;
     CReportCapture capture;
     COrvStr str;
-    EXPECT_EQ(20, str.FormatStr(2000u, current, ORVTEXT("7"), ORVTEXT("12")));
+    EXPECT_EQ(20, str.FormatStr(2000u, CResourceHandler::GetHandle(), ORVTEXT("7"), ORVTEXT("12")));
     EXPECT_EQ(ORVTEXT("Order 7 has 12 lines"), TextOf(str));
     str = ORVTEXT("%1.");
     EXPECT_EQ(3, str.FormatStr(0u, nullptr, ORVTEXT("%1")));
