@@ -55,9 +55,11 @@ definition_order() {
 }
 
 # orvcomtypes.h lists the headers from the lowest up; each includes only those above it there, so there is no cycle.
+# stdbridge.h is left out there, as it includes much of the standard library, and stands above them all.
 header_order() {
     local header used order=' orvexport.h '
     while IFS= read -r header; do order+="$header "; done < <(includes_of include/orvcomtypes/orvcomtypes.h)
+    order+='stdbridge.h '
     for header in include/orvcomtypes/*.h; do
         header=${header##*/}
         [ "$header" != orvcomtypes.h ] || continue

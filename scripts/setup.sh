@@ -10,10 +10,10 @@ source "$(dirname "$0")/env.sh"
 
 # llvm: readable stacks of the sanitizers. default-jdk-headless, libh2-java: a database that executes statements.
 # binutils-mingw: compiles string tables. libexpat1-dev, libxml2-utils: parsers of written
-# documents. lintian: judges the packages.
+# documents. lintian: judges the packages. libfmt-dev: formats our values.
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
-    default-jdk-headless libh2-java libexpat1-dev libxml2-utils lintian)
+    default-jdk-headless libh2-java libexpat1-dev libxml2-utils lintian libfmt-dev)
 # What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
 # rest is a service.
 linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
@@ -21,7 +21,7 @@ linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgres
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
-    googletest cmake ninja-build locales libz-mingw-w64-dev libjs-chart.js)
+    googletest cmake ninja-build locales libz-mingw-w64-dev libjs-chart.js libfmt-dev)
 # The libraries that ours is measured beside.
 bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
     robin-map-dev libdouble-conversion-dev libxml2-dev)

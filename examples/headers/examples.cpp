@@ -1,8 +1,11 @@
 // The examples of the public headers, cut out of them at configuration.
 #include <orvcomtypes/orvcomtypes.h>
+#include <orvcomtypes/stdbridge.h>
 
 #include <cstdio>
 #include <new>
+#include <set>
+#include <unordered_map>
 
 // What the examples take for granted.
 struct CLogMessage
@@ -93,6 +96,11 @@ void Times()
 void TimesOfChrono()
 {
 #include "orvtimechrono.inc"
+}
+
+void StandardLibrary()
+{
+#include "stdbridge.inc"
 }
 
 void Timers()
