@@ -28,6 +28,17 @@ install(FILES ${PROJECT_BINARY_DIR}/OrvComTypesConfigVersion.cmake ${CMAKE_CURRE
 list(TRANSFORM ORV_LANGUAGES REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/resources/orvcomtypes.\\1.rc" OUTPUT_VARIABLE scripts)
 install(FILES ${scripts} DESTINATION ${package_dir}/resources COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/orvcomtypes.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+# What shows the library's types in debuggers. GDB looks for it below its auto-load folder, at the library's own path (the
+# prefix is known when that is installed), or beside the library.
+if(WIN32)
+    set(gdb_dir ${CMAKE_INSTALL_BINDIR})
+else()
+    set(gdb_dir ${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR})
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/resources/debuggers/orvcomtypes-gdb.py DESTINATION ${gdb_dir}
+    RENAME $<TARGET_FILE_NAME:orvcomtypes>-gdb.py COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/resources/debuggers/orvcomtypes.natvis
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/orvcomtypes COMPONENT development)
 if(NOT WIN32)
     # Where the log viewer lnav looks for the formats of programs.
     install(FILES ${PROJECT_SOURCE_DIR}/resources/lnav/orvcomtypes.json

@@ -22,6 +22,8 @@ c++ -std=c++20 main.cpp $(pkg-config --cflags --libs orvcomtypes) -o program
 ./program
 orvsettings set --type REG_DWORD Server Port 1433
 [ "$(orvsettings get Server Port)" = 1433 ]
+# Programs are debugged with what shows the library's types.
+gdb -nx -batch -ex 'info pretty-printer' /usr/lib/libOrvComTypes.so.3 | grep -q OrvComTypes
 dpkg --purge orvcomtypes-tools liborvcomtypes3-dbgsym liborvcomtypes-dev liborvcomtypes3
 left=$(find /usr /etc -iname '*orvcomtypes*' -o -name 'orvsettings*')
 [ -z "$left" ] || { echo "left behind: $left"; exit 1; }
