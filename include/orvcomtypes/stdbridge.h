@@ -42,6 +42,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <ranges>
@@ -173,14 +174,17 @@ inline std::basic_string_view<WCHAR> Units(const WCHAR* s) noexcept
 
 } // namespace Detail
 
-/// Equal units.
+/// Equal units. (The standard library compares 16-bit ones one by one.)
 struct CEqualUnits
 {
     using is_transparent = void;
     template <class A, class B>
     bool operator()(const A& a, const B& b) const noexcept
     {
-        return Detail::Units(a) == Detail::Units(b);
+        const std::basic_string_view<WCHAR> aUnits = Detail::Units(a), bUnits = Detail::Units(b);
+        return aUnits.size() == bUnits.size() &&
+               (aUnits.empty() || aUnits.data() == bUnits.data() ||
+                std::memcmp(aUnits.data(), bUnits.data(), aUnits.size() * sizeof(WCHAR)) == 0);
     }
 };
 
