@@ -280,9 +280,9 @@ bool CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
     if (nBytes > nMax || HasRoom())
         return nBytes <= nMax;
     const DWORD dwEndTick = GetTickCount() + kRoomMs;
-    while (!HasRoom() && !m_bFailing && !m_bStop)
-        if (!WaitUntilDone(TimeUntil(dwEndTick), true))
-            break;
+    while (!m_bFailing && !m_bStop && WaitUntilDone(TimeUntil(dwEndTick), true))
+        if (HasRoom()) // asked once: the next look may find it taken by another
+            return true;
     return HasRoom();
 }
 

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <memory>
 
+class COrvLog;
+
 namespace
 {
 
@@ -21,7 +23,7 @@ constexpr int kLines = 5;
 using Plain = void ORVCALL();
 using InitLogger = bool ORVCALL(const WCHAR* sFormat, int nOptions);
 using LogText = void ORVCALL(unsigned nLevel, const char* sText);
-using InstallHandler = bool ORVCALL(class COrvLog* pLog, DWORD nMilliseconds);
+using InstallHandler = bool ORVCALL(COrvLog* pLog, DWORD nMilliseconds);
 
 class CLoadedLog
 {

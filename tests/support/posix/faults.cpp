@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <new>
 
 #include <dlfcn.h>
 #include <link.h>
@@ -23,12 +22,6 @@ extern "C"
     void* __libc_realloc(void* p, std::size_t nBytes);
     void* __libc_memalign(std::size_t nAlignment, std::size_t nBytes);
     void __libc_free(void* p);
-    // A sanitizer's heap, where there is one.
-    void* __interceptor_malloc(std::size_t nBytes) __attribute__((weak));
-    void* __interceptor_calloc(std::size_t nCount, std::size_t nBytes) __attribute__((weak));
-    void* __interceptor_realloc(void* p, std::size_t nBytes) __attribute__((weak));
-    void* __interceptor_memalign(std::size_t nAlignment, std::size_t nBytes) __attribute__((weak));
-    void __interceptor_free(void* p) __attribute__((weak));
 }
 
 namespace
@@ -95,22 +88,21 @@ extern "C" void* malloc(std::size_t nBytes) noexcept
 {
     if (NoMemory(__builtin_return_address(0)))
         return nullptr;
-    return Counted(__interceptor_malloc ? __interceptor_malloc(nBytes) : __libc_malloc(nBytes));
+    return Counted(__libc_malloc(nBytes));
 }
 
 extern "C" void* calloc(std::size_t nCount, std::size_t nBytes) noexcept
 {
     if (NoMemory(__builtin_return_address(0)))
         return nullptr;
-    return Counted(__interceptor_calloc ? __interceptor_calloc(nCount, nBytes)
-                                        : __libc_calloc(nCount, nBytes));
+    return Counted(__libc_calloc(nCount, nBytes));
 }
 
 extern "C" void* realloc(void* p, std::size_t nBytes) noexcept
 {
     if (NoMemory(__builtin_return_address(0)))
         return nullptr;
-    void* const pNew = __interceptor_realloc ? __interceptor_realloc(p, nBytes) : __libc_realloc(p, nBytes);
+    void* const pNew = __libc_realloc(p, nBytes);
     if (p == nullptr)
         return Counted(pNew);
     if (pNew == nullptr && nBytes == 0)
@@ -122,8 +114,7 @@ extern "C" int posix_memalign(void** pp, std::size_t nAlignment, std::size_t nBy
 {
     if (NoMemory(__builtin_return_address(0)))
         return ENOMEM;
-    *pp = Counted(__interceptor_memalign ? __interceptor_memalign(nAlignment, nBytes)
-                                         : __libc_memalign(nAlignment, nBytes));
+    *pp = Counted(__libc_memalign(nAlignment, nBytes));
     return *pp != nullptr ? 0 : ENOMEM;
 }
 
@@ -131,39 +122,14 @@ extern "C" void* aligned_alloc(std::size_t nAlignment, std::size_t nBytes) noexc
 {
     if (NoMemory(__builtin_return_address(0)))
         return nullptr;
-    return Counted(__interceptor_memalign ? __interceptor_memalign(nAlignment, nBytes)
-                                          : __libc_memalign(nAlignment, nBytes));
+    return Counted(__libc_memalign(nAlignment, nBytes));
 }
 
 extern "C" void free(void* p) noexcept
 {
     if (p != nullptr)
         CountBlock(-1);
-    __interceptor_free ? __interceptor_free(p) : __libc_free(p);
-}
-
-// The sanitizers have their own, which would not come by here.
-void* operator new(std::size_t nBytes, const std::nothrow_t&) noexcept
-{
-    return malloc(nBytes != 0 ? nBytes : 1);
-}
-
-void* operator new(std::size_t nBytes)
-{
-    void* const p = operator new(nBytes, std::nothrow);
-    if (p == nullptr)
-        throw std::bad_alloc();
-    return p;
-}
-
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-
-void operator delete(void* p, std::size_t) noexcept
-{
-    std::free(p);
+    __libc_free(p);
 }
 
 extern "C" int nanosleep(const timespec* pTime, timespec* pRest)
