@@ -286,7 +286,7 @@ bool CRegTextReader::ReadLine(CRegTextItem& item)
     if (nEnd == 1 && CRegView(m_sLine).substr(0, m_sLine.size() - 1).ends_with(WCHAR('\r')))
         nEnd = 2;
     m_sLineEnd = m_sLine.substr(m_sLine.size() - nEnd);
-    m_sLine.resize(m_sLine.size() - nEnd);
+    m_sLine.erase(m_sLine.size() - nEnd);
     m_sCursor = m_sLine;
     if (++m_nLine == 1)
         m_encoding.m_bCrLf = nEnd == 2;
