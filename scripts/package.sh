@@ -20,11 +20,12 @@ for target in "${targets[@]}"; do
     esac
     folder=build/package-$target
     say "$target: building"
-    cmake --preset "$target" -B "$folder" -D CMAKE_BUILD_TYPE=Release -D CMAKE_CXX_FLAGS_RELEASE="-O3 -DNDEBUG -g -ffile-prefix-map=$repo=." \
+    cmake --preset "$target" -B "$folder" -D CMAKE_BUILD_TYPE=Release \
+        -D CMAKE_CXX_FLAGS_RELEASE="-O3 -DNDEBUG -g -ffile-prefix-map=$repo=." \
         -D ORVCOMTYPES_BUILD_TESTS=OFF -D ORVCOMTYPES_BUILD_EXAMPLES=OFF >/dev/null
     cmake --build "$folder" | tail -n 1
     say "$target: packing"
     rm -rf "$folder"/{packages,_CPack_Packages}
-    (cd "$folder" && cpack >/dev/null)
+    (cd "$folder" && cpack >"$repo/$folder/packing.log" 2>&1) || { tail -n 20 "$repo/$folder/packing.log" >&2; fail "$target: packing failed"; }
     (cd "$folder/packages" && ls -l -- *.deb *.zip 2>/dev/null | awk '{ print "    " $5 "  " $NF }')
 done
