@@ -102,10 +102,12 @@ ORV_CHILD(EndBadly)
         std::abort();
     });
     std::signal(SIGABRT, [](int) { Say("former abort\n"); });
+#ifndef _WIN64 // there the C runtime calls it before any filter is asked
     std::signal(SIGSEGV, [](int) {
         Say("former fault\n");
         std::_Exit(3);
     });
+#endif
     static COrvLog s_log;
     if (!s_log.InitFileLog(WideText(args.at(1)).c_str(), lqlErrors | lqlInformation, nullptr) ||
         !InstallLogCrashHandler(&s_log, 60000))

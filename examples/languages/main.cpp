@@ -34,7 +34,7 @@ int main(int argc, char** argv)
         ShowMessages();
     for (int i = 1; i < argc; ++i)
     {
-        const CThreadLanguage language(COrvStr(argv[i]));
+        const CThreadLanguage language{COrvStr(argv[i])};
         ShowMessages();
     }
     UninitOrvComTypes();

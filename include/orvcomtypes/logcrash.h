@@ -20,6 +20,9 @@
 /// is sure (`COrvLog::Flush`, `COrvLog::SetFlushLevel`). A forked child is covered from the first line that
 /// it logs; before that it passes on at once.
 ///
+/// On 64-bit Windows the C runtime calls a program's own `signal` handler of a fault before any filter is
+/// asked: what that handler does not pass on is not told.
+///
 /// A program whose former handler of such a signal goes on instead of ending (some language runtimes do) is
 /// not for this handler: it stands down for a signal that it has told.
 ///

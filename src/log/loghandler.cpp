@@ -158,8 +158,10 @@ void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWr
     CLogQueue surplus;
     const OCT::CCritSectGuard guard(&m_lock);
     m_nBytesInRound = m_nLinesInRound = 0;
+    const bool bCameBack = !batch.m_lines.IsEmpty();
     m_queue.Prepend(batch.m_lines);
-    MakeRoom(0, surplus);
+    if (bCameBack) // what was queued meanwhile had been told that there is room
+        MakeRoom(0, surplus);
     m_untold.Add(std::exchange(batch.m_untold, {}));
     m_untold.Add(lost);
     m_lost.Add(lost);
