@@ -77,10 +77,25 @@ void Say(const char* s)
     std::fflush(stdout);
 }
 
-/// The system's, which the sanitizers take for themselves.
 bool IsFault(const CEnd& end)
 {
     return std::string_view(end.m_sTold).find("Exception C0") != std::string_view::npos;
+}
+
+/// The sanitizers take faults for themselves. 64-bit Wine 8 leaves a thread whose stack overflows the rest of
+/// one page, whatever was guaranteed to it: too little for the exception's own record, so it ends the thread
+/// without asking any filter (a program of SetThreadStackGuarantee, a filter and a recursion shows it), and
+/// when that was the main one, the others keep the process alive.
+bool IsTakenBySystem(const CEnd& end)
+{
+#ifdef ORV_TEST_SANITIZED
+    return IsFault(end);
+#elif defined(_WIN64)
+    return std::string_view(end.m_sName).starts_with("stack");
+#else
+    static_cast<void>(end);
+    return false;
+#endif
 }
 
 bool Matches(const std::string& sText, const char* sPattern)
@@ -123,10 +138,11 @@ TEST(LogCrash, LosesNothingAndTellsWhyAndPassesOn)
     for (std::size_t i = 0; i < std::size(g_ends); ++i)
     {
         const CEnd& end = g_ends[i];
-#if defined(ORV_TEST_SANITIZED) || defined(_WIN64)
-        if (IsFault(end))
+        if (IsTakenBySystem(end))
+        {
+            std::printf("left out here: %s\n", end.m_sName);
             continue;
-#endif
+        }
         SCOPED_TRACE(end.m_sName);
         const CTempDir dir;
         const auto file = dir / "log.txt";
@@ -143,9 +159,6 @@ TEST(LogCrash, LosesNothingAndTellsWhyAndPassesOn)
         EXPECT_EQ((std::map<std::string, int>{{"w", kLines}}), CountLines(sText.substr(0, nTold)));
         EXPECT_TRUE(Matches(sText.substr(nTold), end.m_sTold)) << sText.substr(nTold);
     }
-#ifdef _WIN64
-    GTEST_SKIP() << "faults are not looked at: under 64-bit Wine their child is never seen to end";
-#endif
 }
 
 TEST(LogCrash, RemovedHandlerLeavesTheFormerOnes)
