@@ -10,10 +10,11 @@ source "$(dirname "$0")/env.sh"
 
 # llvm: readable stacks of the sanitizers. default-jdk-headless, libh2-java: a database that executes statements.
 # binutils-mingw: compiles string tables. libexpat1-dev, libxml2-utils: parsers of written
-# documents. lintian: judges the packages. gdb: shows the types. libfmt-dev: formats our values.
+# documents. lintian: judges the packages. gdb: shows the types. libfmt-dev: formats our values. abigail-tools: compares
+# interfaces.
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
-    default-jdk-headless libh2-java libexpat1-dev libxml2-utils lintian libfmt-dev gdb)
+    default-jdk-headless libh2-java libexpat1-dev libxml2-utils lintian libfmt-dev gdb abigail-tools)
 # What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
 # rest is a service.
 linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
