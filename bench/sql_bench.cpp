@@ -60,7 +60,7 @@ struct COurs
     }
     void Binary(const std::vector<unsigned char>& bytes)
     {
-        m_sql& BINARY{bytes.data(), static_cast<unsigned>(bytes.size())};
+        (m_sql & BINARY{bytes.data(), static_cast<unsigned>(bytes.size())});
     }
     void Ids(const CMIDINTArray& ids) { m_sql& CSQLMIDINTArray(ids, false); }
     std::u16string Result() const { return static_cast<const char16_t*>(m_sql); }

@@ -42,8 +42,9 @@ void Check(const Text& text, unsigned nMaxLen, std::size_t nBefore, bool bRoom)
     COrvSQLStr sql(before.c_str());
     if (bRoom)
         sql.SetSize(100000);
-    sql& ORVTEXT('=') & VARCHAR{text.c_str(), 0, nMaxLen} & ORVTEXT(",") & NVARCHAR{text.c_str(), 0, nMaxLen};
-    sql& ORVTEXT(';');
+    (sql & ORVTEXT('=') & VARCHAR{text.c_str(), 0, nMaxLen} & ORVTEXT(",") &
+     NVARCHAR{text.c_str(), 0, nMaxLen});
+    (sql & ORVTEXT(';'));
 
     const Text expected = nMaxLen != 0 ? text.substr(0, nMaxLen) : text;
     TextView rest(sql, sql.Length());

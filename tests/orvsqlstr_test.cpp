@@ -149,7 +149,7 @@ TEST(OrvSqlStr, FragmentsStandAsTheyAre)
     COrvSQLStr sql;
     const WCHAR* const sNull = nullptr;
     sql.AddNL().AddSP();
-    sql& ORVTEXT("'") & sNull& ORVTEXT('x') & static_cast<WCHAR>(0) & ORVTEXT("'");
+    (sql & ORVTEXT("'") & sNull & ORVTEXT('x') & static_cast<WCHAR>(0) & ORVTEXT("'"));
     sql.Append(ORVTEXT("abc"), 2).Append(ORVTEXT("a\0b"), 3);
     sql.AddNL().AddNL().AddSP().Append(ORVTEXT("b")).AddSP().AddSP();
     bool bFirst = true;
@@ -162,7 +162,7 @@ TEST(OrvSqlStr, FragmentsStandAsTheyAre)
 TEST(OrvSqlStr, SharedTextIsCopiedBeforeItGrows)
 {
     COrvSQLStr a;
-    a& ORVTEXT("SELECT ");
+    (a & ORVTEXT("SELECT "));
     COrvSQLStr b = a;
     EXPECT_EQ(static_cast<const WCHAR*>(a), static_cast<const WCHAR*>(b));
     b & 1;
@@ -183,8 +183,8 @@ TEST(OrvSqlStr, ItsOwnTextCanBeAppended)
     Text expected(800, ORVTEXT('x'));
     COrvSQLStr sql(expected.c_str());
     sql.Append(sql, 700);
-    sql& static_cast<const WCHAR*>(sql);
-    sql& NVARCHAR{sql, 0, 3};
+    (sql & static_cast<const WCHAR*>(sql));
+    (sql & NVARCHAR{sql, 0, 3});
     expected += expected.substr(0, 700) + expected + expected.substr(0, 700) + ORVTEXT("N'xxx'");
     EXPECT_TRUE(expected == TextOf(sql));
     sql = static_cast<const WCHAR*>(sql) + 2999;
@@ -198,7 +198,7 @@ TEST(OrvSqlStr, Reserves)
     EXPECT_EQ(802u, ORVS_GetAllocLen(COrvSQLStr(ORVTEXT("x"))));
     COrvSQLStr sql(5000u);
     const WCHAR* const sBefore = sql;
-    sql& Text(5000, ORVTEXT('x')).c_str();
+    (sql & Text(5000, ORVTEXT('x')).c_str());
     EXPECT_EQ(sBefore, static_cast<const WCHAR*>(sql));
     // 400 units are the least room; a number and a literal that just fill it stay in it.
     COrvSQLStr sqlFull(Text(396, ORVTEXT('x')).c_str());

@@ -9,7 +9,7 @@ void Bind(COrvSQLStr& sql, const COrvStr& sText)
 #else
     const COrvSQLStr sqlPart;
     const WCHAR* const sPart = sText;
-    sql& ORVTEXT("WHERE A=") & NVARCHAR{sText, 0, 0} & ORVTEXT(' ') & sPart& sqlPart & 1 & 1.5;
+    (sql & ORVTEXT("WHERE A=") & NVARCHAR{sText, 0, 0} & ORVTEXT(' ') & sPart & sqlPart & 1 & 1.5);
     sql.Append(sText);
 #endif
 }

@@ -20,7 +20,7 @@ namespace
 
 void BindPlain(COrvSQLStr& sql, const COrvStr& sText)
 {
-    sql& VARCHAR{sText, 0, 0};
+    (sql & VARCHAR{sText, 0, 0});
 }
 
 /// SQL Server drops a backslash and the line break behind it inside a literal, so none holds both: the text
@@ -37,16 +37,16 @@ void BindNational(COrvSQLStr& sql, const COrvStr& sText)
     std::size_t nBreak = findBreak();
     if (nBreak == 0)
     {
-        sql& NVARCHAR{sText, 0, 0};
+        (sql & NVARCHAR{sText, 0, 0});
         return;
     }
-    sql& ORVTEXT("(CAST(N'' AS NVARCHAR(MAX))"); // shorter ones are cut at 4000 when they are joined
+    (sql & ORVTEXT("(CAST(N'' AS NVARCHAR(MAX))")); // shorter ones are cut at 4000 when they are joined
     for (; nBreak != 0; nBreak = findBreak())
     {
-        sql& ORVTEXT(" + ") & NVARCHAR{sRest.data(), 0, static_cast<unsigned>(nBreak)};
+        (sql & ORVTEXT(" + ") & NVARCHAR{sRest.data(), 0, static_cast<unsigned>(nBreak)});
         sRest.remove_prefix(nBreak);
     }
-    sql& ORVTEXT(" + ") & NVARCHAR{sRest.data(), 0, 0} & ORVTEXT(")");
+    (sql & ORVTEXT(" + ") & NVARCHAR{sRest.data(), 0, 0} & ORVTEXT(")"));
 }
 
 const CDialect c_Dialects[] = {
@@ -125,8 +125,8 @@ void BuildCountStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr
 {
     sql = ORVTEXT("SELECT COUNT(*) FROM package_event WHERE log_name = ");
     dialect.m_pfnBindText(sql, sLog);
-    sql& ORVTEXT(" AND event_time = ") & SQLORVTIME{event.m_Time.GetOrvTime()} &
-        ORVTEXT(" AND event_order = ") & event.m_nOrder;
+    (sql & ORVTEXT(" AND event_time = ") & SQLORVTIME{event.m_Time.GetOrvTime()} &
+     ORVTEXT(" AND event_order = ") & event.m_nOrder);
     const struct
     {
         const WCHAR* m_sColumn;
@@ -137,7 +137,7 @@ void BuildCountStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr
                    {ORVTEXT(" AND version_to = "), event.m_sVersionTo}};
     for (const auto& column : columns)
     {
-        sql& column.m_sColumn;
+        (sql & column.m_sColumn);
         dialect.m_pfnBindText(sql, column.m_sText);
     }
 }
@@ -147,12 +147,12 @@ void BuildStoreStatement(COrvSQLStr& sql, const CDialect& dialect, const COrvStr
 {
     sql = dialect.m_sStoreOpen;
     dialect.m_pfnBindText(sql, sLog);
-    sql& ORVTEXT(", ") & SQLORVTIME{event.m_Time.GetOrvTime()} & ORVTEXT(", ") & event.m_nOrder;
+    (sql & ORVTEXT(", ") & SQLORVTIME{event.m_Time.GetOrvTime()} & ORVTEXT(", ") & event.m_nOrder);
     for (const COrvStr* pText : {&event.m_sAction, &event.m_sState, &event.m_sPackage, &event.m_sArchitecture,
                                  &event.m_sVersionFrom, &event.m_sVersionTo})
     {
-        sql& ORVTEXT(", ");
+        (sql & ORVTEXT(", "));
         dialect.m_pfnBindText(sql, *pText);
     }
-    sql& dialect.m_sStoreClose;
+    (sql & dialect.m_sStoreClose);
 }

@@ -79,7 +79,7 @@ COrvStr CSession::ShakeHands(ETextPath path)
 COrvStr CSession::FetchText(const WCHAR* sOpen, const WCHAR* sClose, COrvStr& sValue)
 {
     COrvSQLStr sql;
-    sql& ORVTEXT("SELECT ") & sOpen;
+    (sql & ORVTEXT("SELECT ") & sOpen);
     m_pDialect->m_pfnBindText(sql, GetSQLHandshakeText());
     sql& sClose;
     sValue.Empty();

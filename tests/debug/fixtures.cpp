@@ -63,7 +63,7 @@ int main()
     COrvLongAStr bytes, nobytes;
     bytes.Append("bytes");
     COrvSQLStr sql;
-    sql& ORVTEXT("select ") & 7;
+    (sql & ORVTEXT("select ") & 7);
     COrvSQLStrArray statements;
     statements.Last() & ORVTEXT("delete from t");
 

@@ -139,8 +139,8 @@ void AddTexts(CSqlScript& script, CTestRandom& random)
         const unsigned nMaxLen = random.UpTo(1) * random.UpTo(30);
         const Text cut = nMaxLen != 0 ? text.substr(0, nMaxLen) : text;
         COrvSQLStr sql;
-        sql& ORVTEXT("INSERT INTO Texts VALUES (") & i& ORVTEXT(',') & VARCHAR{text.c_str(), 0, 0} &
-            ORVTEXT(',') & NVARCHAR{text.c_str(), 0, nMaxLen} & ORVTEXT(")");
+        (sql & ORVTEXT("INSERT INTO Texts VALUES (") & i & ORVTEXT(',') & VARCHAR{text.c_str(), 0, 0} &
+         ORVTEXT(',') & NVARCHAR{text.c_str(), 0, nMaxLen} & ORVTEXT(")"));
         script.Add(sql, "");
         sAll += (i > 0 ? " " : "") + Answer(i) + " " + Answer(text) + " " + Answer(cut);
     }

@@ -57,7 +57,7 @@ void UseFamilies()
     Check(CSimpleByteSet(0x00030201).JoinInterval(1, 7, ORVTEXT(',')) == ORVTEXT("1,2,3"), "byte set");
 
     COrvSQLStr sql;
-    sql& ORVTEXT("Name=") & NVARCHAR{ORVTEXT("O'Brien"), 0, 50};
+    (sql & ORVTEXT("Name=") & NVARCHAR{ORVTEXT("O'Brien"), 0, 50});
     Check(COrvStr(sql) == ORVTEXT("Name=N'O''Brien'"), "statements");
     COrvTabbedWStr reader;
     reader.Init(ORVTEXT("12;x"), ORVTEXT(';'));
