@@ -27,6 +27,7 @@ consteval auto JoinTexts(const char (&... sTexts)[Sizes])
     return result;
 }
 
+/// How many decimal digits \p n has.
 constexpr std::size_t CountDigits(unsigned n)
 {
     return n < 10 ? 1 : 1 + CountDigits(n / 10);

@@ -31,6 +31,7 @@
 namespace OCT
 {
 
+/// What a conversion takes.
 enum class EFormatKind
 {
     None,
@@ -219,13 +220,14 @@ public:
     {
     }
 
+    /// The format itself.
     constexpr const char* Text() const noexcept { return m_sFormat; }
 
 private:
     const char* m_sFormat;
 };
 
-// What a compiler shows in the message for a format that it refuses.
+/// What a compiler shows in the message for a format that it refuses. Never called.
 void FormatHasMoreConversionsThanArguments();
 void FormatHasFewerConversionsThanArguments();
 void FormatConversionDoesNotTakeTheTypeOfItsArgument();
@@ -236,6 +238,7 @@ template <class Char, class... Args>
 class CCheckedFormat
 {
 public:
+    /// A literal; one that does not fit the arguments does not compile.
     template <std::size_t Size>
     consteval CCheckedFormat(const Char (&sFormat)[Size]) : m_sFormat(sFormat)
     {
@@ -268,6 +271,7 @@ public:
             FormatHasFewerConversionsThanArguments();
     }
 
+    /// The format itself.
     constexpr const Char* Text() const noexcept { return m_sFormat; }
 
 private:

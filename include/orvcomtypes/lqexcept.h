@@ -1,4 +1,4 @@
-/// The exceptions of the library, and the texts of Windows and COM errors.
+/// `CLQExcept` and its family, the exceptions of the library, and the texts of Windows and COM errors.
 ///
 /// Exceptions stand for failures that callers must not ignore; plain exported functions return values
 /// instead. Each carries messages, so that its text is made later in the language of whoever reads it, and
@@ -65,14 +65,19 @@ public:
     CLQExcept& operator=(CLQExcept&&) = default;
     virtual ~CLQExcept();
 
+    /// `lqeUndefined`; each class of the family names its own.
     virtual LQExcCategory GetCategory() const;
+    /// The code that was given to the constructor.
     virtual LONG GetErrorCode() const;
     /// The messages in the language of \p hModule; null for the current language.
     virtual COrvStr Format(HINSTANCE hModule) const;
+    /// The line for the log that `ExceptFormatToLog` makes.
     virtual COrvStr FormatToLog() const;
 
+    /// What went wrong, the newest message last. Whoever passes an exception on may add one.
     const CLQMessages& GetMessages() const noexcept { return m_messages; }
     CLQMessages& GetMessages() noexcept { return m_messages; }
+    /// Where it was raised; an empty file when that is not known.
     LONG GetLine() const noexcept { return m_iLine; }
     const WCHAR* GetFile() const noexcept { return m_sFile; }
 
@@ -83,30 +88,38 @@ private:
     COrvStr m_sFile;
 };
 
+/// An argument that breaks a contract, such as an index that does not exist; the code is E_INVALIDARG.
 class ORV_API CLQInvalidargExcept : public CLQExcept
 {
 public:
+    /// Raised at \p location with the text \p uResId.
     CLQInvalidargExcept(unsigned uResId, const LQSrcLocation& location)
         : CLQExcept(E_INVALIDARG, uResId, location)
     {
     }
+    /// `lqeInvalidarg`.
     LQExcCategory GetCategory() const override;
 };
 
+/// Memory has run out; the code is E_OUTOFMEMORY.
 class ORV_API CLQMemoryExcept : public CLQExcept
 {
 public:
+    /// Raised at \p location with the text \p uResId.
     CLQMemoryExcept(unsigned uResId, const LQSrcLocation& location)
         : CLQExcept(E_OUTOFMEMORY, uResId, location)
     {
     }
+    /// `lqeMemory`.
     LQExcCategory GetCategory() const override;
 };
 
+/// A COM or database call has failed; the code is its HRESULT.
 class ORV_API CLQComExcept : public CLQExcept
 {
 public:
     using CLQExcept::CLQExcept;
+    /// `lqeCOM`.
     LQExcCategory GetCategory() const override;
 };
 
@@ -119,6 +132,7 @@ ORV_API void ORVCALL LQAnnounceThrow(const CLQExcept& e, const char* sTypeName) 
 namespace OCT
 {
 
+/// What `LQ_THROW` calls.
 template <class Except>
 [[noreturn]] void ThrowAnnounced(Except&& e, const char* sTypeName)
 {
@@ -140,10 +154,10 @@ template <class Except>
 /// What is known about a failed COM or database call.
 struct LQComErrorData
 {
-    LONG m_iCode = 0; ///< HRESULT; negative means failure
-    COrvStr m_sMessage;
+    LONG m_iCode = 0;       ///< HRESULT; negative means failure
+    COrvStr m_sMessage;     ///< what the error object, else the system, says
     LONG m_iNativeCode = 0; ///< the provider's own number
-    COrvStr m_sSQLState;
+    COrvStr m_sSQLState;    ///< five characters, as the SQL standard has them
 };
 
 /// What the error object of the calling thread says about \p hr, else what the system says. The object is

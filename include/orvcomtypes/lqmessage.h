@@ -1,4 +1,4 @@
-/// User-visible messages in a form that knows no language.
+/// `CLQMessage` and `CLQMessages`: user-visible messages in a form that knows no language.
 ///
 /// A message is a code, the id of a string resource and a list of typed parameters; it becomes text only when
 /// it is shown, in the language of whoever looks. Ids 1 to 5 are built-in formats ("%1", "%1 %2", "%1 %2 %3",
@@ -31,6 +31,7 @@ namespace OCT
 class IWrtStream;
 }
 
+/// What a parameter is.
 enum LQMessageParamType : int
 {
     msty_Long = 1,
@@ -55,9 +56,11 @@ public:
     CLQMessage& operator=(const CLQMessage& message);
     ~CLQMessage();
 
+    /// What the constructor was given.
     LONG GetCode() const noexcept { return m_iCode; }
     unsigned GetResId() const noexcept { return m_uResId; }
 
+    /// Appends a parameter, "%1" for the first. A text is copied; null is an empty one.
     void AddParam(const WCHAR* sText);
     void AddParam(const COrvStr& sText);
     void AddParam(LONG iValue);
@@ -70,8 +73,10 @@ public:
     void AddParam(double dValue);
     /// \p type is one of the three time types.
     void AddParam(const COrvTime& time, LQMessageParamType type);
+    /// Appends a string resource, whose text is looked up when the message is shown.
     void AddResIdParam(unsigned uResId);
 
+    /// The parameters; the getter of another type than the parameter has is reported.
     unsigned GetParamCount() const noexcept;
     LQMessageParamType GetParamType(unsigned uIndex) const;
     COrvStr GetStrParam(unsigned uIndex) const;
@@ -86,6 +91,7 @@ public:
     /// The parameters put into \p sFormat, or listed one by one when it is ListParams(). The first ten can be
     /// referenced; those beyond are empty. A null format is an empty one.
     COrvStr Format(const WCHAR* sFormat) const;
+    /// Given to `Format` as a format: all parameters one by one, for logs.
     static const WCHAR* ListParams() noexcept { return reinterpret_cast<const WCHAR*>(1); }
 
 private:
@@ -97,8 +103,8 @@ private:
 /// What a list of messages is serialised to.
 struct CodeMessage
 {
-    LONG m_iCode;
-    COrvStr m_sText;
+    LONG m_iCode;    ///< the code of the message
+    COrvStr m_sText; ///< in the current language
 };
 
 class ORV_API CLQMessages
@@ -117,12 +123,14 @@ public:
     }
     ~CLQMessages();
 
+    /// Appends a message. Code and id stand the other way round than in `CLQMessage`.
     void Add(LONG iCode, unsigned uResId, const WCHAR* p1 = nullptr, const WCHAR* p2 = nullptr,
              const WCHAR* p3 = nullptr);
     void Add(const CLQMessage& message);
     /// Appends the messages of another list, or of this one again.
     void Add(const CLQMessages& messages);
 
+    /// An index that does not exist throws `CLQInvalidargExcept`, and so does `Last` of an empty list.
     const CLQMessage& GetItem(unsigned uIndex) const;
     CLQMessage& GetItem(unsigned uIndex);
     const CLQMessage& Last() const;

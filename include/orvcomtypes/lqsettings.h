@@ -42,11 +42,13 @@ ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQSettingsRootStr() noexcept;
 
 // ---- Reading ----
 
+/// A number of 32 bits (REG_DWORD).
 ORV_EXTERN_C ORV_FUNC DWORD ORVCALL GetLQDWORDSettingA(const char* subKey, const char* valueName,
                                                        DWORD dwDefault) noexcept;
 ORV_EXTERN_C ORV_FUNC DWORD ORVCALL GetLQDWORDSettingW(const WCHAR* subKey, const WCHAR* valueName,
                                                        DWORD dwDefault) noexcept;
 
+/// A number of 64 bits (REG_QWORD).
 ORV_EXTERN_C ORV_FUNC ULONGLONG ORVCALL GetLQQWORDSettingA(const char* subKey, const char* valueName,
                                                            ULONGLONG qwDefault) noexcept;
 ORV_EXTERN_C ORV_FUNC ULONGLONG ORVCALL GetLQQWORDSettingW(const WCHAR* subKey, const WCHAR* valueName,

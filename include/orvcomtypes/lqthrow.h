@@ -6,8 +6,8 @@
 /// A source position carried by an exception: the file's stem and the line.
 struct LQSrcLocation
 {
-    const WCHAR* m_sFile;
-    unsigned m_nLine;
+    const WCHAR* m_sFile; ///< static text
+    unsigned m_nLine;     ///< from 1
 };
 
 /// The current position.

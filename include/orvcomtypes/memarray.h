@@ -45,6 +45,7 @@ class CMarrayBase
 {
 public:
     CMarrayBase() noexcept {}
+    /// Copies the values in their order.
     CMarrayBase(std::initializer_list<T> values) : CMarrayBase()
     {
         InsertAt(0, static_cast<unsigned>(values.size()), values.begin());
@@ -69,6 +70,7 @@ public:
     }
 
     // ---------------------------------------------------------------- size
+    /// The number of elements. As a truth value an array is true when it has any.
     unsigned GetSize() const noexcept { return m_iSize; }
     unsigned GetCount() const noexcept { return m_iSize; }
     bool IsEmpty() const noexcept { return m_iSize == 0; }
@@ -336,9 +338,11 @@ void CMarrayBase<T, Treat>::Exchange(unsigned lIdx, unsigned rIdx)
         m_Treat.Exchange(lIdx, rIdx, m_iSize, m_pElement);
 }
 
+/// Plain values.
 template <class T, unsigned Grow = 8>
 using CSimpleMarray = CMarrayBase<T, CSimpleMarrayTreat<T, CStaticCRTAllocator, Grow>>;
 
+/// Objects.
 template <class T, unsigned Grow = 8>
 using CMarray = CMarrayBase<T, CMarrayTreat<T, CStaticCRTAllocator, Grow>>;
 

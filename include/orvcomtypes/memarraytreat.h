@@ -43,6 +43,7 @@ template <class T, class Alloc, unsigned Grow>
 class CSimpleMarrayTreat
 {
 public:
+    /// What the array asks of its treat.
     using ElementType = T;
     static constexpr bool PlainElements = true;
 
@@ -68,6 +69,7 @@ public:
         iSize = static_cast<unsigned>(nNewSize);
     }
 
+    /// Check their range and do nothing: plain values are neither constructed nor destroyed.
     static void CreateElement(unsigned fromIdx, unsigned iCount, unsigned iSize, T*) noexcept
     {
         static_assert(std::is_trivially_copyable_v<T>,
@@ -75,6 +77,7 @@ public:
         CheckPlainRange("CSimpleMarrayTreat::CreateElement", fromIdx, iCount, iSize);
     }
 
+    /// The same.
     static void DestroyElement(unsigned fromIdx, unsigned iCount, unsigned iSize, T*) noexcept
     {
         CheckPlainRange("CSimpleMarrayTreat::DestroyElement", fromIdx, iCount, iSize);
@@ -92,6 +95,7 @@ public:
                          iCount * sizeof(T));
     }
 
+    /// Swaps two elements.
     static void Exchange(unsigned lIdx, unsigned rIdx, unsigned iSize, T* pElement)
     {
         if (CanExchange("CSimpleMarrayTreat::Exchange", lIdx, rIdx, iSize))
@@ -172,6 +176,7 @@ class CMarrayTreat : public CSimpleMarrayTreat<T, Alloc, Grow>
     using Base = CSimpleMarrayTreat<T, Alloc, Grow>;
 
 public:
+    /// Elements are objects.
     static constexpr bool PlainElements = false;
 
     /// Constructs all or none.
@@ -183,6 +188,7 @@ public:
             std::uninitialized_value_construct_n(pElement + fromIdx, iCount);
     }
 
+    /// Runs the destructors.
     static void DestroyElement(unsigned fromIdx, unsigned iCount, unsigned iSize, T* pElement) noexcept
     {
         if (Base::IsOutside(fromIdx, iCount, iSize)) [[unlikely]]
@@ -191,6 +197,7 @@ public:
             std::destroy_n(pElement + fromIdx, iCount);
     }
 
+    /// Swaps the bytes of two elements.
     static void Exchange(unsigned lIdx, unsigned rIdx, unsigned iSize, T* pElement) noexcept
     {
         if (!Base::CanExchange("CMarrayTreat::Exchange", lIdx, rIdx, iSize))
@@ -215,6 +222,8 @@ public:
     CFixMarrayTreatBase(const CFixMarrayTreatBase&) = delete;
     CFixMarrayTreatBase& operator=(const CFixMarrayTreatBase&) = delete;
 
+    /// Keeps up to `FixedSize` elements inside and moves to the heap above. New slots are zero where elements
+    /// are plain values.
     void AllocArray(std::uint64_t nNewSize, unsigned& iSize, T*& pElement)
     {
         Base::CheckInvariant("CFixMarrayTreatBase::AllocArray", iSize, pElement);
@@ -228,6 +237,7 @@ public:
             MoveToHeap(nNewSize, iSize, pElement);
     }
 
+    /// Copies the bytes of elements inside, takes over a block of the heap.
     T* TakeArray(CFixMarrayTreatBase& from, T* pElement) noexcept
     {
         if (pElement != from.Buffer())
@@ -235,6 +245,7 @@ public:
         std::memcpy(m_aBuffer, from.m_aBuffer, sizeof(m_aBuffer));
         return Buffer();
     }
+    /// Releases a block of the heap; what is inside stays.
     void FreeArray(T* pElement) noexcept
     {
         if (pElement != Buffer())
@@ -287,8 +298,10 @@ private:
     alignas(T) unsigned char m_aBuffer[FixedSize * sizeof(T)];
 };
 
+/// Plain values, some inside.
 template <class T, class Alloc, unsigned Grow, unsigned FixedSize>
 using CSimpleFixMarrayTreat = CFixMarrayTreatBase<FixedSize, CSimpleMarrayTreat<T, Alloc, Grow>>;
 
+/// Objects, some inside.
 template <class T, class Alloc, unsigned Grow, unsigned FixedSize>
 using CFixMarrayTreat = CFixMarrayTreatBase<FixedSize, CMarrayTreat<T, Alloc, Grow>>;

@@ -1,4 +1,4 @@
-/// Arrays and sets of record identifiers.
+/// `CMIDINTArray` and `CMIDINTSet`: arrays and sets of record identifiers.
 ///
 /// Lists of IDs are mostly short, so up to 8 live inside the array object. The array keeps order, repetitions
 /// and zeros; the set keeps each non-zero ID once, in the order of its hash map.
@@ -24,6 +24,7 @@ class ORV_API CMIDINTArray : public CSimpleFixMarray<unsigned, 256, 8>
 {
 public:
     CMIDINTArray() noexcept {}
+    /// The IDs in their order.
     CMIDINTArray(std::initializer_list<unsigned> ids) : CSimpleFixMarray(ids) {}
     CMIDINTArray(const CMIDINTArray&) = default;
     CMIDINTArray(CMIDINTArray&& other) : CMIDINTArray(static_cast<const CMIDINTArray&>(other)) {}

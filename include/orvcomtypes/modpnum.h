@@ -16,6 +16,7 @@
 
 #include <cstdint>
 
+/// The shortest decimal form, with "-" in front of a negative number.
 ORV_EXTERN_C ORV_FUNC void ORVCALL modp_itoa10(std::int32_t value, char* str);
 ORV_EXTERN_C ORV_FUNC void ORVCALL modp_uitoa10(std::uint32_t value, char* str);
 ORV_EXTERN_C ORV_FUNC void ORVCALL modp_litoa10(std::int64_t value, char* str);

@@ -32,6 +32,7 @@ struct CSourceStem
 /// Static storage for a stem, shared by every use in one program.
 template <CSourceStem<char> Stem>
 inline constexpr const char* SourceName = Stem.m_sText;
+/// The same as wide text.
 template <CSourceStem<WCHAR> Stem>
 inline constexpr const WCHAR* SourceNameW = Stem.m_sText;
 
@@ -45,8 +46,11 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL OrvReportAssertion(const char* sSource, int i
 /// The stem of the current file as narrow text with static storage.
 #define ORV_SOURCE_NAME (::OCT::SourceName<::OCT::CSourceStem<char>(__FILE__)>)
 
+/// Reports on behalf of source \p source.
 #define ORV_REPORT_FROM(source, function, condition, value) \
     ::OrvReportAssertion(source, __LINE__, function, condition, static_cast<std::uint32_t>(value))
+/// Reports that \p function found \p condition broken, with the current file and line.
 #define ORV_REPORT(function, condition) ORV_REPORT_FROM(ORV_SOURCE_NAME, function, condition, 0)
+/// The same with a number that helps to understand it, such as an error code.
 #define ORV_REPORT_VALUE(function, condition, value) \
     ORV_REPORT_FROM(ORV_SOURCE_NAME, function, condition, value)

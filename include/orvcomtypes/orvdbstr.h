@@ -32,6 +32,7 @@ class ORV_API COrvDBStr
 public:
     /// What drivers say instead of a length.
     static constexpr std::int64_t NullValue = -1;
+    /// As a length: up to the terminator.
     static constexpr std::int64_t Terminated = -3;
 
     /// NULL.
@@ -49,12 +50,14 @@ public:
         return *this;
     }
 
+    /// NULL is empty too.
     bool IsNull() const noexcept { return m_bNull; }
     bool IsEmpty() const noexcept { return *m_pStr == 0; }
     unsigned Length() const { return ORVS_GetStrLen(m_pStr); }
     /// Terminated, and valid until the value changes. (A conversion would compare addresses by ==.)
     const WCHAR* GetText() const noexcept { return m_pStr; }
 
+    /// NULL, and an empty text.
     void SetNull() noexcept { *this = COrvDBStr(); }
 
     // ---- The driver's side ----

@@ -35,11 +35,13 @@
 class ORV_API COrvDecimal
 {
 public:
+    /// The most decimal places.
     static constexpr unsigned MaxScale = 28;
     /// Room for any text with its terminator.
     static constexpr unsigned MaxText = 32;
 
     COrvDecimal() noexcept : m_dec{} {}
+    /// Any integer, exactly.
     template <std::integral Int>
     COrvDecimal(Int n) noexcept : m_dec{}
     {
@@ -48,8 +50,10 @@ public:
         else
             SetWhole(static_cast<std::uint64_t>(n), false);
     }
+    /// A scale above 28 is reported, and the number is then 0.
     explicit COrvDecimal(const DECIMAL& dec) noexcept;
 
+    /// The value as OLE Automation has it.
     const DECIMAL& Get() const noexcept { return m_dec; }
 
     // ---- Text ----
@@ -87,19 +91,24 @@ public:
 
     // ---- Shape ----
 
+    /// Decimal places, zeros at the end counted.
     unsigned GetScale() const noexcept { return m_dec.scale; }
+    /// Zero is never negative.
     bool IsZero() const noexcept { return m_dec.Lo64 == 0 && m_dec.Hi32 == 0; }
     bool IsNegative() const noexcept { return m_dec.sign != 0; }
+    /// Changes the sign; zero has none.
     void Negate() noexcept;
     /// Rounds to at most \p nScale decimal places, a tie to the even digit.
     void Round(unsigned nScale) noexcept;
 
     // ---- Arithmetic ----
 
+    /// False, and no change, when the result overflows.
     bool Add(const COrvDecimal& other) noexcept;
     bool Subtract(const COrvDecimal& other) noexcept;
     bool Multiply(const COrvDecimal& other) noexcept;
 
+    /// An overflow throws `CLQInvalidargExcept`.
     COrvDecimal& operator+=(const COrvDecimal& other);
     COrvDecimal& operator-=(const COrvDecimal& other);
     COrvDecimal& operator*=(const COrvDecimal& other);

@@ -31,6 +31,7 @@ namespace OCT
 template <class T>
 struct CPrtvHashCompare
 {
+    /// What the map asks of its policy: the item is its key, and the key its hash.
     static unsigned GetHash(T key) noexcept { return static_cast<unsigned>(key); }
     static T GetKey(T item) noexcept { return item; }
     static bool IsEqual(T item, T key, void*) noexcept { return item == key; }
@@ -52,6 +53,7 @@ protected:
     using Storage = CHashMapStorage<TItem, TKey, TCompare>;
 
 public:
+    /// With 0 the table is made when the first value comes.
     explicit CPrtvHashMap(unsigned nApproxCount = 0)
     {
         if (nApproxCount != 0)
@@ -60,6 +62,7 @@ public:
     CPrtvHashMap(const CPrtvHashMap&) = delete;
     CPrtvHashMap& operator=(const CPrtvHashMap&) = delete;
 
+    /// The number of values.
     unsigned GetCount() const noexcept { return m_pStorage ? m_pStorage->GetSize() : 0; }
     bool IsEmpty() const noexcept { return GetCount() == 0; }
 
@@ -145,6 +148,7 @@ public:
     /// more; without \p bForce only when that count is outside the thresholds of the table.
     void Rehash(unsigned n, bool bForce);
 
+    /// Between the two, which nest, the table is not made anew when values come or go: for many at once.
     void DisableRehash() noexcept { ++m_RehashLockCnt; }
     void EnableRehash() noexcept
     {

@@ -118,6 +118,7 @@ class ORV_API COrvLog
 {
 public:
     COrvLog() noexcept = default;
+    /// As `InitLog`.
     COrvLog(const COrvLog* parent, int options, const WCHAR* prefix);
     /// Copies point at the handler without a reference of their own, and an overwritten handler is not
     /// released: both deliberate.
@@ -139,6 +140,7 @@ public:
     bool InitRegLog(const WCHAR* keyName, const WCHAR* prefix);
     void ReleaseLog();
 
+    /// The option bits: which levels are logged, and how.
     void SetLogOpt(unsigned options) { m_nOptions.store(options, std::memory_order_relaxed); }
     unsigned GetLogOpt() const { return m_nOptions.load(std::memory_order_relaxed); }
     /// Both return the options before the change.
@@ -170,10 +172,12 @@ public:
     /// How many lines of the file were lost since its first log was made, and their bytes (null: not asked).
     std::uint64_t GetLostLines(std::uint64_t* bytes = nullptr) const;
 
+    /// A text as it is, at the level of the name; "%" has no meaning in it.
     void LogErr(const WCHAR* text) const { LogSimpleStr(lqlErrors, text); }
     void LogWarn(const WCHAR* text) const { LogSimpleStr(lqlWarnings, text); }
     void LogInf(const WCHAR* text) const { LogSimpleStr(lqlInformation, text); }
     void LogCust(int level, const WCHAR* text) const { LogSimpleStr(static_cast<unsigned>(level), text); }
+    /// The same at any level; narrow text is of the ANSI code page.
     void LogSimpleStr(unsigned level, const char* text) const;
     void LogSimpleStr(unsigned level, const WCHAR* text) const;
     /// A line by a format: a literal is checked against its arguments by the compiler, other text is not (see

@@ -62,8 +62,11 @@ concept TextObject = requires(const Text& text)
 class ORV_API COrvLongStrBase
 {
 public:
+    /// Gives the buffer up.
     void Clear();
+    /// The length is known, not counted.
     unsigned Length() const noexcept { return OCT::StrHeader(m_pStr).nStrLen; }
+    /// The terminated text; valid until the builder changes.
     operator const WCHAR*() const noexcept { return m_pStr; }
 
 protected:
@@ -117,6 +120,7 @@ template <class Builder, class Unit, class OtherUnit, class Base>
 class CLongStrOperators : public Base
 {
 public:
+    /// Appends what `Append` does, of a double 15 significant digits.
     Builder& operator+(const Unit* s) { return Appended(s); }
     Builder& operator+(const OtherUnit* s) { return Appended(s); }
     Builder& operator+(Unit c) { return Appended(c); }
@@ -127,6 +131,7 @@ public:
     Builder& operator+(double d) { return Appended(d, 15); }
     Builder& operator+(const DECIMAL& dec) { return Appended(dec); }
     Builder& operator+(const VARIANT& var) { return Appended(var); }
+    /// Texts of class libraries.
     template <TextObject<Unit> Text>
     Builder& operator+(const Text& text)
     {
@@ -138,6 +143,7 @@ public:
         return Appended(text.GetString(), static_cast<unsigned>(text.GetLength()));
     }
 
+    /// Appends the hexadecimal digits that `AppendHex` does.
     Builder& operator-(unsigned n) { return Self().AppendHex(n), Self(); }
     Builder& operator-(std::uint64_t n) { return Self().AppendHex(n), Self(); }
     Builder& operator-(Unit c) { return Self().AppendHex(c), Self(); }
@@ -160,6 +166,7 @@ struct CNoBase
 class ORV_API COrvLongStr : public OCT::CLongStrOperators<COrvLongStr, WCHAR, char, COrvLongStrBase>
 {
 public:
+    /// Empty, with room for \p nReserve units.
     explicit COrvLongStr(unsigned nReserve = 0);
     COrvLongStr(const COrvLongStr& str) = default;
     COrvLongStr(COrvLongStr&& str) noexcept = default;
@@ -167,10 +174,12 @@ public:
     COrvLongStr& operator=(const COrvLongStr& str) = default;
     COrvLongStr& operator=(COrvLongStr&& str) noexcept = default;
 
+    /// True without a single unit.
     bool IsEmpty() const noexcept { return Length() == 0; }
     /// Makes room for \p n units, at least 2000; 0 empties the text.
     void SetSize(unsigned n);
 
+    /// Null appends nothing.
     void Append(const WCHAR* s, unsigned nLen = 0);
     void Append(const char* s, unsigned nLen = 0);
     /// A zero unit appends nothing.
@@ -192,6 +201,7 @@ public:
     /// 2 digits of the low byte: the high one is dropped deliberately.
     void AppendHex(WCHAR c);
 
+    /// Replaces the text.
     COrvLongStr& operator=(const WCHAR* s);
     COrvLongStr& operator=(const char* s);
     COrvLongStr& operator=(WCHAR c);
@@ -220,6 +230,7 @@ static_assert(sizeof(CLongStrWrite<char>) == 2 * sizeof(void*), "two words stand
 class ORV_API COrvLongAStr : public OCT::CLongStrOperators<COrvLongAStr, char, WCHAR, OCT::CNoBase>
 {
 public:
+    /// Empty, with room for \p nReserve bytes.
     explicit COrvLongAStr(unsigned nReserve = 0);
     /// Copies the text.
     COrvLongAStr(const COrvLongAStr& str);
@@ -228,14 +239,17 @@ public:
     COrvLongAStr& operator=(const COrvLongAStr& str);
     COrvLongAStr& operator=(COrvLongAStr&& str) noexcept;
 
+    /// True without a single byte.
     bool IsEmpty() const noexcept { return Length() == 0; }
     unsigned Length() const noexcept { return static_cast<unsigned>(Block().m_pEnd - m_pStr); }
     /// Empties the text and keeps the block.
     void Clear() noexcept;
+    /// The terminated text; valid until the builder changes.
     operator const char*() const noexcept { return m_pStr; }
     /// Makes room for \p n bytes; 0 empties the text.
     void SetSize(unsigned n);
 
+    /// Null appends nothing.
     void Append(const char* s, unsigned nLen = 0);
     void Append(const WCHAR* s, unsigned nLen = 0);
     /// A zero byte appends nothing.
@@ -253,6 +267,7 @@ public:
     void AppendHex(std::uint64_t n);
     void AppendHex(char c);
 
+    /// Replaces the text.
     COrvLongAStr& operator=(const char* s);
     COrvLongAStr& operator=(const WCHAR* s);
     COrvLongAStr& operator=(char c);

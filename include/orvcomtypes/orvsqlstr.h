@@ -1,4 +1,4 @@
-/// The text of one statement for Microsoft SQL Server, and batches of them.
+/// `COrvSQLStr`, the text of one statement for Microsoft SQL Server, and batches of them.
 ///
 /// The fixed parts of a statement are appended as they stand; values are bound with `operator&`, which writes
 /// each type as the literal that the server reads back as that value. Text values go through `NVARCHAR` or
@@ -62,56 +62,58 @@ concept SqlTextObject = std::is_class_v<Text> && std::convertible_to<const Text&
 /// Text of a narrow column: '…'.
 struct VARCHAR
 {
-    const WCHAR* m_sText;
-    unsigned m_nUnused; ///< not read here
-    unsigned m_nMaxLen; ///< units of the text that are taken
+    const WCHAR* m_sText; ///< null is '', not NULL
+    unsigned m_nUnused;   ///< not read here
+    unsigned m_nMaxLen;   ///< units of the text that are taken
 };
 
 /// Text of a Unicode column: N'…'.
 struct NVARCHAR
 {
-    const WCHAR* m_sText;
-    unsigned m_nUnused;
-    unsigned m_nMaxLen;
+    const WCHAR* m_sText; ///< null is '', not NULL
+    unsigned m_nUnused;   ///< as above
+    unsigned m_nMaxLen;   ///< as above
 };
 
 /// Bytes: 0x….
 struct BINARY
 {
-    const unsigned char* m_pBytes;
-    unsigned m_nBytes;
+    const unsigned char* m_pBytes; ///< null is no bytes, not NULL
+    unsigned m_nBytes;             ///< 0x alone for 0
 };
 
 /// An OLE date; -1 stands for the server's local clock, -2 for its UTC clock.
 struct MSQLDATE
 {
-    double m_date;
+    double m_date; ///< days since 1899-12-30
 };
 
 /// The raw value of a `COrvTime`.
 struct SQLORVTIME
 {
-    std::int32_t m_tValue;
+    std::int32_t m_tValue; ///< seconds since 1970, UTC
 };
 
 /// A 64-bit counter: CAST(… AS BIGINT).
 struct SQLMCOUNT
 {
-    std::uint64_t m_nValue;
+    std::uint64_t m_nValue; ///< all 64 bits
 };
 
 /// A row version: CONVERT(TIMESTAMP, …).
 struct SQLTSTAMP
 {
-    std::uint64_t m_nValue;
+    std::uint64_t m_nValue; ///< all 64 bits
 };
 
 /// The predicate that an ID is one of a list, or none of it: " = 7", " not in (7,9)".
 class ORV_API CSQLMIDINTArray
 {
 public:
+    /// \p bExclude: none of them. The array must outlive the object.
     CSQLMIDINTArray(const CMIDINTArray& ids, bool bExclude) noexcept : m_pIds(&ids), m_bExclude(bExclude) {}
 
+    /// The IDs, and whether they are excluded.
     unsigned GetCount() const { return m_pIds->GetCount(); }
     unsigned operator[](unsigned idx) const { return m_pIds->Item(idx); }
     bool IsExclude() const noexcept { return m_bExclude; }
@@ -126,8 +128,10 @@ private:
 class ORV_API COrvSQLStr : public COrvLongStrBase
 {
 public:
+    /// Units that a statement has room for at first: most fit.
     static constexpr unsigned DefaultReserve = 1024;
 
+    /// An empty statement.
     explicit COrvSQLStr(unsigned nReserve = DefaultReserve);
     /// Without the reserve.
     explicit COrvSQLStr(const WCHAR* s);
@@ -171,6 +175,7 @@ public:
 
     // ---- Values ----
 
+    /// Binds a value as the literal of its type.
     COrvSQLStr& Append(const VARCHAR& value);
     COrvSQLStr& Append(const NVARCHAR& value);
     COrvSQLStr& Append(const GUID& value);
@@ -183,6 +188,7 @@ public:
     COrvSQLStr& Append(const SQLMCOUNT& value);
     COrvSQLStr& Append(const SQLTSTAMP& value);
 
+    /// A fragment of the statement as it stands: never a text that comes from outside.
     COrvSQLStr& operator&(const WCHAR* s) { return Append(s); }
     /// Binds the text of an object as it stands, although the text of an object is most often a value.
     template <OCT::SqlTextObject Text>
@@ -192,6 +198,7 @@ public:
     {
         return Append(static_cast<const WCHAR*>(text));
     }
+    /// Binds a value, as `Append` does; of a double 15 significant digits.
     COrvSQLStr& operator&(WCHAR c) { return Append(c); }
     COrvSQLStr& operator&(unsigned char n) { return Append(static_cast<int>(n)); }
     COrvSQLStr& operator&(short n) { return Append(static_cast<int>(n)); }

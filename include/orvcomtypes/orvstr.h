@@ -89,6 +89,7 @@ public:
         return *this;
     }
 
+    /// Gives the buffer up; attached text is let go.
     void Empty();
     void Clear() { Empty(); }
     /// Looks at \p s from now on, or becomes empty when \p s is null; true exactly then.
@@ -239,6 +240,7 @@ public:
 
     // ---- Changing ----
 
+    /// Replaces each unit \p cFrom.
     void Replace(WCHAR cFrom, WCHAR cTo);
     /// Replaces every occurrence, left to right without overlaps, by code units.
     void Replace(const WCHAR* sToFind, const WCHAR* sReplaceTo);
@@ -299,7 +301,9 @@ private:
 class ORV_API ParamNumToStr
 {
 public:
+    /// \p sFormat has one conversion of an int, such as "%05d".
     ParamNumToStr(int n, const WCHAR* sFormat);
+    /// The text, as long as the object lives.
     operator const WCHAR*() const noexcept { return m_sText; }
 
 private:
@@ -310,6 +314,7 @@ private:
 class ORV_API COrvStrCmp
 {
 public:
+    /// -1, 0 or 1.
     static int Compare(const COrvStr& a, const COrvStr& b, void* pContext);
 };
 
@@ -317,6 +322,7 @@ public:
 class ORV_API COrvStrCmpNoCase
 {
 public:
+    /// -1, 0 or 1.
     static int Compare(const COrvStr& a, const COrvStr& b, void* pContext);
 };
 

@@ -42,7 +42,7 @@ static_assert(sizeof(OrvStrHeader) == 12, "handles of other modules step back ov
 /// Fills the gap between a 16-byte border and the header, so that the characters begin on the next border.
 struct OrvStrBorder
 {
-    std::uint32_t nUnused;
+    std::uint32_t nUnused; ///< 12 bytes of header and these 4 make 16
 };
 
 /// A buffer for \p L code units, terminator included.
@@ -50,7 +50,7 @@ template <unsigned L>
 class alignas(16) OrvStrBuffer : public OrvStrBorder, public OrvStrHeader
 {
 public:
-    WCHAR StrBuffer[L];
+    WCHAR StrBuffer[L]; ///< the characters
 };
 
 /// Adds a reference. A null \p s is reported, an empty text left alone.

@@ -68,6 +68,7 @@ class ORV_API COrvTimeDiff
 {
 public:
     constexpr COrvTimeDiff() noexcept : m_iSpan(INVALID) {}
+    /// Any number of seconds; 0x80000000 is the invalid span.
     constexpr COrvTimeDiff(int iSeconds) noexcept : m_iSpan(iSeconds) {}
 
     /// 32-bit products without an overflow check.
@@ -98,12 +99,15 @@ public:
         return false;
     }
 
+    /// The seconds as they are stored.
     int GetTimeDiff() const noexcept { return m_iSpan; }
     int GetInSecond() const noexcept { return m_iSpan; }
     void SetTimeDiff(int iSeconds) noexcept { m_iSpan = iSeconds; }
     void Reset() noexcept { m_iSpan = INVALID; }
 
+    /// Whether it is a span at all.
     bool IsValid() const noexcept { return m_iSpan != INVALID; }
+    /// Whether it is zero, or not: of the difference between two times, whether they are equal.
     bool IsEqual() const noexcept { return m_iSpan == 0; }
     bool IsDifferent() const noexcept { return m_iSpan != 0; }
 
@@ -111,6 +115,7 @@ public:
     /// gives false and stores nothing.
     bool GetHMS(int& h, int& m, int& s) const noexcept;
 
+    /// Two invalid spans are equal.
     bool operator==(const COrvTimeDiff& t) const noexcept { return m_iSpan == t.m_iSpan; }
     bool operator!=(const COrvTimeDiff& t) const noexcept { return m_iSpan != t.m_iSpan; }
     /// False when either side is invalid. Reports "IsValid() && t.IsValid()".

@@ -44,11 +44,13 @@ std::optional<int> WholeSeconds(const std::chrono::duration<Rep, Period>& durati
 
 } // namespace Detail
 
+/// The null time is 1970-01-01 00:00:00 there.
 inline std::chrono::sys_seconds ToSysSeconds(const COrvTime& t) noexcept
 {
     return std::chrono::sys_seconds(std::chrono::seconds(t.GetOrvTime()));
 }
 
+/// Cut to whole seconds; nothing for what 32 bits do not hold.
 template <class Duration>
 std::optional<COrvTime> FromSysTime(const std::chrono::sys_time<Duration>& time) noexcept
 {

@@ -24,6 +24,7 @@ public:
     /// The time-out is held in microseconds in 32 bits: one of more than 2147483 ms wraps.
     COrvPrecisionTimer(int expireMs, bool start) noexcept;
 
+    /// Starts, or starts again from 0.
     void ReStart() noexcept;
     /// Microseconds, -1 when not started or after 2^31 of them.
     int GetuSValue() const noexcept;
@@ -44,8 +45,10 @@ private:
 class ORV_API COrvTcTimer
 {
 public:
+    /// A time-out of 0 or less is none.
     COrvTcTimer(int expireMs, bool start) noexcept;
 
+    /// Starts, or starts again from 0.
     void ReStart() noexcept;
     /// Days, or -1.0.
     double GetTimeDiff() const noexcept;

@@ -17,7 +17,7 @@
 
 #include "orvcomtypes/orvexport.h"
 
-// The build reads the numbers here: this is the one place that holds them.
+/// The parts of the version. The build reads them here: this is the one place that holds them.
 #define ORVCOMTYPES_VERSION_MAJOR 3
 #define ORVCOMTYPES_VERSION_MINOR 8
 #define ORVCOMTYPES_VERSION_PATCH 2

@@ -1,4 +1,4 @@
-/// A pool of blocks of one size.
+/// `OCT::CPlexAlloc`, a pool of blocks of one size.
 ///
 /// Storage comes from the C heap in chains of `N` items and goes back a whole chain at a time: when all its
 /// items are free, other chains remain, and it was once at least half used. A chain that never got that full
@@ -80,6 +80,7 @@ ORV_API void ORVCALL CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit, bool 
 /// thread, which waits for them, may hold the loader's lock.
 template <class T>
 inline constexpr int kPlexShelf = -1;
+/// Whether the pool of the type belongs to the library.
 template <class T>
 inline constexpr bool kLibraryPool = kPlexShelf<T> >= 0;
 

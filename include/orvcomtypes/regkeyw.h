@@ -36,6 +36,7 @@ public:
     /// of bytes and text without terminator give ERROR_INVALID_DATA.
     LSTATUS QueryStringValue(const WCHAR* sName, WCHAR* sBuffer, ULONG* pnChars) noexcept;
 
+    /// The open key, null without one; it stays the property of the object.
     HKEY Get() const noexcept { return m_hKey; }
 
 private:

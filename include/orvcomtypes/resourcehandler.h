@@ -1,4 +1,4 @@
-/// The language in which texts are shown.
+/// `CResourceHandler`, the language in which texts are shown.
 ///
 /// The string tables of a language stand in a library of their own beside the module whose texts they are:
 /// "shop.hu.dll", elsewhere "shop.hu.res". docs/languages.md tells how one is made. Unless a program names
@@ -57,6 +57,7 @@ public:
 class ORV_API CThreadLanguage
 {
 public:
+    /// As `SetThreadLanguage`; the former language comes back at the end.
     explicit CThreadLanguage(const WCHAR* sLanguage) noexcept;
     CThreadLanguage(const CThreadLanguage&) = delete;
     CThreadLanguage& operator=(const CThreadLanguage&) = delete;

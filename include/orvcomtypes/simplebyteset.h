@@ -1,4 +1,4 @@
-/// A set of the numbers 1 to 255: one flag byte each, and a count.
+/// `CSimpleByteSet`, a set of the numbers 1 to 255: one flag byte each, and a count.
 ///
 /// Where a packed argument is taken, one 32-bit number names up to four items, one a byte; zero bytes name
 /// nothing, and 0xFFFFFFFF names all items.
@@ -18,16 +18,20 @@ class ORV_API CSimpleByteSet
 {
 public:
     CSimpleByteSet() noexcept {}
+    /// The set of the items that \p nPacked names.
     explicit CSimpleByteSet(ULONG nPacked) noexcept { AddItem(nPacked); }
 
+    /// Changes all items that \p nPacked names; one that is there, or not there, already is no error.
     void AddItem(ULONG nPacked) noexcept;
     void RemoveItem(ULONG nPacked) noexcept;
+    /// Removes all items.
     void Clear() noexcept;
     /// Sets the flag of 0 too, so the set differs from one to which 1 to 255 were added: deliberate.
     void SetAllItem() noexcept;
     /// Adds the packed values of decimal numbers: 300 adds 44 and 1.
     void AddFromString(const WCHAR* sText, WCHAR sep);
 
+    /// How many items there are.
     unsigned GetCount() const noexcept { return m_nCount; }
     bool IsAllItemsSet() const noexcept { return m_nCount == 255; }
     bool IsAnyItemSet() const noexcept { return m_nCount > 0; }
@@ -36,7 +40,7 @@ public:
     /// Compares the flags, also that of 0.
     bool IsEqual(const CSimpleByteSet& other) const noexcept;
 
-    // Intervals are made of the low bytes of their bounds and begin at 1 at the least.
+    /// Intervals are made of the low bytes of their bounds and begin at 1 at the least.
     bool IsAllItemsIntervalSet(ULONG nFrom, ULONG nTo) const noexcept;
     bool IsAnyItemIntervalSet(ULONG nFrom, ULONG nTo) const noexcept;
     COrvStr JoinInterval(ULONG nFrom, ULONG nTo, WCHAR sep) const;

@@ -1,4 +1,4 @@
-/// The library's one lock.
+/// `OCT::CCritSect`, the library's one lock.
 ///
 /// A recursive critical section that knows whether it was initialised, so that a lock which is used before
 /// its static constructor or after its destructor ran is reported instead of undefined.
@@ -34,6 +34,7 @@ public:
     /// Initialises the section; the constructor has already done it, so another call is reported and false.
     bool Init() noexcept;
 
+    /// Waits until no other thread is inside. The owner may enter again, and leaves as often.
     void Lock() noexcept
     {
         if (m_bInitialized) [[likely]]
@@ -42,6 +43,7 @@ public:
             ORV_REPORT("OCT::CCritSect::Lock", "m_bInitialized");
     }
 
+    /// Leaves; only a thread that is inside may.
     void Unlock() noexcept
     {
         if (m_bInitialized) [[likely]]
@@ -60,6 +62,7 @@ template <class LockType>
 class CLockGuard
 {
 public:
+    /// Locks; \p pLock must outlive the guard.
     explicit CLockGuard(LockType* pLock) : m_pLock(pLock), m_bLocked(true) { m_pLock->Lock(); }
     CLockGuard(const CLockGuard&) = delete;
     CLockGuard& operator=(const CLockGuard&) = delete;
@@ -78,6 +81,7 @@ private:
     bool m_bLocked;
 };
 
+/// The guard of the lock above.
 using CCritSectGuard = CLockGuard<CCritSect>;
 
 } // namespace OCT

@@ -177,7 +177,9 @@ inline std::basic_string_view<WCHAR> Units(const WCHAR* s) noexcept
 /// Equal units. (The standard library compares 16-bit ones one by one.)
 struct CEqualUnits
 {
+    /// A container looks a key up by a view or a literal, without making a `COrvStr`.
     using is_transparent = void;
+    /// Each a `COrvStr`, a string, a view or terminated text; null is empty.
     template <class A, class B>
     bool operator()(const A& a, const B& b) const noexcept
     {
@@ -191,7 +193,9 @@ struct CEqualUnits
 /// The order of units: the fastest one, the same on every machine.
 struct CLessUnits
 {
+    /// A container looks a key up by a view or a literal, without making a `COrvStr`.
     using is_transparent = void;
+    /// Each a `COrvStr`, a string, a view or terminated text; null is empty.
     template <class A, class B>
     bool operator()(const A& a, const B& b) const noexcept
     {
@@ -204,12 +208,15 @@ struct CLessUnits
 template <bool NoCase>
 struct CLessByCollation
 {
+    /// A container looks a key up by a view or a literal, without making a `COrvStr`.
     using is_transparent = void;
+    /// Null is empty.
     bool operator()(const WCHAR* a, const WCHAR* b) const noexcept
     {
         return CompareOrvString(a, b, NoCase) < 0;
     }
 };
+/// The two orders by name: case-sensitive, and without regard to case.
 using CLessCollation = CLessByCollation<false>;
 using CLessCollationNoCase = CLessByCollation<true>;
 
@@ -243,9 +250,11 @@ template <ItemSet Set>
 class CItems
 {
 public:
+    /// Steps through the items; valid while the set does not change.
     class iterator
     {
     public:
+        /// What the standard library asks of an iterator.
         using value_type = decltype(Detail::NextItem(std::declval<const Set&>(), 0));
         using difference_type = std::ptrdiff_t;
         using pointer = void;
@@ -254,8 +263,10 @@ public:
         using iterator_category = std::input_iterator_tag; // as long as values are not references
 
         iterator() noexcept = default;
+        /// Stands at \p item, which must be in the set; 0 is the end.
         iterator(const Set& set, value_type item) noexcept : m_pSet(&set), m_item(item) {}
 
+        /// The item, by value.
         value_type operator*() const noexcept { return m_item; }
         iterator& operator++() noexcept
         {
@@ -268,6 +279,7 @@ public:
             ++*this;
             return before;
         }
+        /// Iterators of one set only.
         bool operator==(const iterator& other) const noexcept { return m_item == other.m_item; }
 
     private:
@@ -275,11 +287,14 @@ public:
         value_type m_item = value_type(0); ///< 0: the end
     };
 
+    /// What the standard library asks of a container.
     using const_iterator = iterator; // what is asked of a container
     using value_type = typename iterator::value_type;
 
+    /// Refers to the set, which must outlive it.
     explicit CItems(const Set& set) noexcept : m_pSet(&set) {}
 
+    /// A range over the items, as the standard library asks for it.
     iterator begin() const noexcept { return {*m_pSet, Detail::NextItem(*m_pSet, 0)}; }
     iterator end() const noexcept { return {*m_pSet, 0}; }
     std::size_t size() const noexcept { return m_pSet->GetCount(); }
@@ -356,10 +371,13 @@ struct CTextFormatter : Base
 
 } // namespace OCT
 
+/// Hashes code units, as `CEqualUnits` compares them.
 template <>
 struct std::hash<COrvStr>
 {
+    /// As in `CEqualUnits`.
     using is_transparent = void;
+    /// The same for a `COrvStr`, a string, a view and terminated text.
     template <class Text>
     std::size_t operator()(const Text& text) const noexcept
     {
@@ -367,6 +385,7 @@ struct std::hash<COrvStr>
     }
 };
 
+/// Cannot be made: name `CEqualUnits` beside the hash.
 template <>
 struct std::equal_to<COrvStr>
 {

@@ -19,10 +19,12 @@
 class ORV_API CToAnsi
 {
 public:
+    /// Null is an empty text.
     explicit CToAnsi(const WCHAR* s);
     CToAnsi(const CToAnsi&) = delete;
     CToAnsi& operator=(const CToAnsi&) = delete;
 
+    /// The text; never null.
     operator const char*() const { return m_sz; }
 
 private:
@@ -33,6 +35,7 @@ private:
 class ORV_API CToUTF8
 {
 public:
+    /// Converts \p n units.
     explicit CToUTF8(const WCHAR* s, unsigned n = 0);
     explicit CToUTF8(const char* s, unsigned n = 0);
     CToUTF8(const CToUTF8&) = delete;
@@ -43,6 +46,7 @@ public:
     const char* Set(const WCHAR* s, unsigned n = 0);
     const char* Set(const char* s, unsigned n = 0);
 
+    /// The text; never null.
     operator const char*() const { return m_p; }
 
 private:
@@ -57,6 +61,7 @@ private:
 class ORV_API CUtf8ToWide
 {
 public:
+    /// Converts \p n bytes.
     explicit CUtf8ToWide(const char* s, unsigned n = 0);
     CUtf8ToWide(const CUtf8ToWide&) = delete;
     CUtf8ToWide& operator=(const CUtf8ToWide&) = delete;
@@ -65,6 +70,7 @@ public:
     /// Takes another text and returns its wide form, or null without memory.
     const WCHAR* Set(const char* s, unsigned n = 0);
 
+    /// The text; never null.
     operator const WCHAR*() const { return m_p; }
 
 private:

@@ -44,6 +44,7 @@ ORV_EXTERN_C ORV_FUNC int ORVCALL UTF8ToANSI(const char* pSrc, char* pDest, unsi
 
 // ---- Ranges ----
 
+/// As the function without "Ex", for a range.
 ORV_EXTERN_C ORV_FUNC int ORVCALL UnicodeToANSIEx(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest,
                                                   unsigned cchDest, unsigned destCodePage);
 ORV_EXTERN_C ORV_FUNC int ORVCALL ANSIToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest,

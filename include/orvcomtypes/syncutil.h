@@ -34,6 +34,7 @@ public:
     class ORV_API Start
     {
     public:
+        /// The thread is inside from here on.
         explicit Start(CCheckSingleThread& owner) noexcept;
         Start(const Start&) = delete;
         Start& operator=(const Start&) = delete;

@@ -61,10 +61,12 @@ enum LocalOccurrence : int
 /// force. What a key lacks stays as in the zone that was selected last, at first zero.
 ORV_EXTERN_C ORV_FUNC LONG ORVCALL SetTimeZone(const WCHAR* zoneName);
 
+/// UTC, exactly.
 ORV_EXTERN_C ORV_FUNC FILETIME ORVCALL Timet2FileTime(LONG t);
 /// Parts of a second are cut off towards 1970.
 ORV_EXTERN_C ORV_FUNC LONG ORVCALL FileTime2Timet(FILETIME ft);
 
+/// The fields in UTC and in local time; the milliseconds are 0.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2SystemTime(LONG t, SYSTEMTIME* pST);
 ORV_EXTERN_C ORV_FUNC bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST);
 

@@ -40,6 +40,7 @@
 #include "orvcomtypes/wrtstream.h"
 #include "orvcomtypes/xmlvalue.h"
 
+/// Why a call was refused.
 enum LQXMLError : int
 {
     lqxNone = 0,
@@ -53,12 +54,14 @@ enum LQXMLError : int
     lqxStream = 8 ///< the stream failed; nothing clears that
 };
 
+/// The encoding of the document.
 enum LQXMLEncoding : int
 {
     lqxUTF8 = 0,
     lqxUTF16 = 1 ///< little-endian, with its mark
 };
 
+/// What becomes of an element that is NULL.
 enum LQXMLNull : int
 {
     lqxNil = 0,     ///< an empty element with xsi:nil="true"
@@ -76,7 +79,9 @@ struct CXMLOptions
     unsigned m_nIndent = 0;
     /// Forbidden characters become U+FFFD, and blanks part "--" and "?>", instead of being refused.
     bool m_bReplace = false;
+    /// Whether the document begins with the XML declaration.
     bool m_bDeclaration = true;
+    /// Whether UTF-8 begins with a byte order mark.
     bool m_bUTF8Mark = false;
 };
 
@@ -85,6 +90,7 @@ class CXMLWriteState;
 class ORV_API CXMLStreamWrite
 {
 public:
+    /// Writes to \p stream, which must outlive the writer.
     explicit CXMLStreamWrite(OCT::IWrtStream& stream, const CXMLOptions& options = CXMLOptions());
     CXMLStreamWrite(const CXMLStreamWrite&) = delete;
     CXMLStreamWrite& operator=(const CXMLStreamWrite&) = delete;

@@ -74,6 +74,7 @@ public:
 
     // ---- Text ----
 
+    /// Null is NULL. The text must outlive the value.
     CXMLValue(const WCHAR* s, unsigned nLen = 0) noexcept;
     CXMLValue(const char* s, unsigned nLen = 0) noexcept;
     /// One character; a zero unit is an empty text.
@@ -91,10 +92,12 @@ public:
 
     // ---- Numbers ----
 
+    /// `true` or `false`.
     template <std::same_as<bool> Bool>
     CXMLValue(Bool b) noexcept : CXMLValue(b ? ORVTEXT("true") : ORVTEXT("false"))
     {
     }
+    /// Decimal digits.
     template <OCT::XMLInteger Int>
     CXMLValue(Int n) noexcept : CXMLValue(EKind::Wide, nullptr, 0)
     {
@@ -103,6 +106,7 @@ public:
         else
             SetInteger(static_cast<std::uint64_t>(n));
     }
+    /// Digits that read back as the same number, alike in every locale.
     CXMLValue(float f) noexcept;
     CXMLValue(double d) noexcept;
     CXMLValue(const COrvDecimal& value) noexcept : CXMLValue(value.Get()) {}
@@ -114,6 +118,7 @@ public:
 
     // ---- Times ----
 
+    /// UTC with a "Z"; an OLE date knows no zone and has none.
     CXMLValue(const COrvTime& time) noexcept;
     CXMLValue(const COrvTimeDiff& span) noexcept;
     CXMLValue(const SQLORVTIME& value) noexcept : CXMLValue(COrvTime(value.m_tValue)) {}
