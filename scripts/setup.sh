@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what a Debian 12 (x86-64) machine lacks to build and test OrvComTypes; does nothing where all is there.
 #
-#   scripts/setup.sh [part...]     parts: linux windows bench fuzz tidy      default: linux windows
+#   scripts/setup.sh [part...]     parts: linux windows docs bench fuzz tidy      default: linux windows
 #
 # Packages come from the machine's own package sources (root or sudo is needed only when one is missing).
 # Everything else goes to $ORVCOMTYPES_CACHE, by default ~/.cache/orvcomtypes, and can be deleted at any time.
@@ -23,6 +23,8 @@ linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgres
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
     googletest cmake ninja-build locales libz-mingw-w64-dev libjs-chart.js libfmt-dev)
+# chromium: shows the site in its test.
+docs_packages=(doxygen python3 chromium)
 # The libraries that ours is measured beside.
 bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
     robin-map-dev libdouble-conversion-dev libxml2-dev)
@@ -207,10 +209,11 @@ for part in "$@"; do
     case $part in
         linux) packages+=("${linux_packages[@]}") ;;
         windows) packages+=("${windows_packages[@]}") ;;
+        docs) packages+=("${docs_packages[@]}") ;;
         bench) packages+=("${bench_packages[@]}") ;;
         fuzz) packages+=("${fuzz_packages[@]}") ;;
         tidy) packages+=("${tidy_packages[@]}") ;;
-        *) fail "unknown part '$part' (linux windows bench fuzz tidy)" ;;
+        *) fail "unknown part '$part' (linux windows docs bench fuzz tidy)" ;;
     esac
 done
 

@@ -100,7 +100,7 @@ run_check() {
     fi
 }
 
-# The part of the set-up that a target needs.
+# The part of the set-up that a target needs. (The documentation is tested with linux, and sets itself up.)
 part_of() {
     if [[ $1 = win* ]]; then echo windows; else echo linux; fi
 }
