@@ -79,8 +79,8 @@ struct CModule
     }
 
     /// The module that contains a function, without taking a reference; null when there is none. Asks the
-    /// loader, whose lock may be held by a thread that waits for the registry's: not to be called under that
-    /// one.
+    /// loader, whose lock may be held by a thread that registers a pool and waits for the registry's. So
+    /// whoever registers asks before it takes that one; only a teardown must ask under it.
     void Find(OCT::PlexUninit fnUninit)
     {
         HMODULE hModule = nullptr;

@@ -2,6 +2,7 @@
 
 #include "orvcomtypes/memarray.h"
 #include "strings/charclass.h"
+#include "strings/wholetext.h"
 
 #include <msoledbsql.h>
 
@@ -45,14 +46,6 @@ private:
     Interface* m_p = nullptr;
 };
 
-COrvStr CopyText(const WCHAR* sText)
-{
-    COrvStr sCopy(sText);
-    if (static_cast<const WCHAR*>(sCopy) == nullptr)
-        LQThrowMemory(LQ_SRC_LOCATION);
-    return sCopy;
-}
-
 class CBstrOwner
 {
 public:
@@ -62,7 +55,7 @@ public:
     ~CBstrOwner() { SysFreeString(m_s); }
 
     BSTR* Out() { return &m_s; }
-    COrvStr Text() const { return CopyText(m_s); }
+    COrvStr Text() const { return OCT::Whole(COrvStr(m_s)); }
 
 private:
     BSTR m_s = nullptr;
@@ -87,7 +80,7 @@ public:
         if (FAILED(server.GetErrorInfo(&m_pInfo, &m_sTexts)))
             return false;
         if (m_pInfo != nullptr)
-            sMessage = CopyText(m_pInfo->pwszMessage);
+            sMessage = OCT::Whole(COrvStr(m_pInfo->pwszMessage));
         return true;
     }
 
@@ -117,8 +110,8 @@ public:
         COrvStr sJoined = m_texts.First();
         for (unsigned i = 1; i < m_texts.GetCount(); ++i)
         {
-            sJoined.Append(ORVTEXT(" - "));
-            sJoined.Append(m_texts.Item(i));
+            OCT::AppendWhole(sJoined, ORVTEXT(" - "));
+            OCT::AppendWhole(sJoined, m_texts.Item(i));
         }
         return sJoined;
     }

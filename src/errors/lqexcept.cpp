@@ -50,6 +50,17 @@ private:
     OCT::CFixedLine<WCHAR, kLogTextSize - 1> m_text;
 };
 
+/// A text that the system allocated.
+struct CLocalText
+{
+    CLocalText() = default;
+    CLocalText(const CLocalText&) = delete;
+    CLocalText& operator=(const CLocalText&) = delete;
+    ~CLocalText() { LocalFree(m_s); }
+
+    WCHAR* m_s = nullptr;
+};
+
 } // namespace
 
 // ---------------------------------------------------------------- the classes
@@ -181,16 +192,14 @@ COrvStr ORVCALL GetWinErrorString(DWORD dwCode)
 {
     if (dwCode == 0)
         return COrvStr();
-    WCHAR* sText = nullptr;
+    CLocalText text;
     constexpr DWORD dwFlags =
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
     DWORD dwLength = FormatMessageW(dwFlags, nullptr, dwCode, LOCALE_USER_DEFAULT,
-                                    reinterpret_cast<LPWSTR>(&sText), 0, nullptr);
+                                    reinterpret_cast<LPWSTR>(&text.m_s), 0, nullptr);
     if (dwLength == 0)
         return COrvStr();
-    while (dwLength > 0 && OCT::IsSpace(sText[dwLength - 1]))
-        sText[--dwLength] = 0;
-    COrvStr sResult(sText);
-    LocalFree(sText);
-    return sResult;
+    while (dwLength > 0 && OCT::IsSpace(text.m_s[dwLength - 1]))
+        text.m_s[--dwLength] = 0;
+    return COrvStr(text.m_s);
 }

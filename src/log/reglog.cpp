@@ -44,8 +44,9 @@ COrvStr KeyPath(const WCHAR* sKeyName)
 
 bool OpenKey(CRegKeyW& key, const WCHAR* sPath)
 {
-    return key.Open(HKEY_CURRENT_USER, sPath, KEY_READ) == ERROR_SUCCESS ||
-           key.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ) == ERROR_SUCCESS;
+    return sPath != nullptr && // a long one that found no memory would be the hive itself
+           (key.Open(HKEY_CURRENT_USER, sPath, KEY_READ) == ERROR_SUCCESS ||
+            key.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ) == ERROR_SUCCESS);
 }
 
 /// A number of either size; none when there is no such value.

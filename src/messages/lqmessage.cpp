@@ -3,6 +3,7 @@
 #include "core/fixedline.h"
 #include "orvcomtypes/memarray.h"
 #include "strings/inserts.h"
+#include "strings/wholetext.h"
 
 #include <algorithm>
 #include <memory>
@@ -135,8 +136,8 @@ COrvStr FormatFailure(DWORD dwError, const WCHAR* sFormat)
     sText.Append(ORVTEXT(" ("));
     sText.Append(Decimal(dwError).Text());
     sText.Append(ORVTEXT("|"));
-    sText.Append(sFormat);
-    sText.Append(ORVTEXT(")"));
+    OCT::AppendWhole(sText, sFormat);
+    OCT::AppendWhole(sText, ORVTEXT(")"));
     return sText;
 }
 
@@ -146,7 +147,7 @@ COrvStr Substitute(const WCHAR* sFormat, const COrvStr (&texts)[kReferencedParam
     std::copy(std::begin(texts), std::end(texts), inserts);
     WCHAR sFormatted[kFormattedSize];
     const DWORD dwError = OCT::PutInserts(sFormat, inserts, sFormatted, kFormattedSize);
-    return dwError == ERROR_SUCCESS ? COrvStr(sFormatted) : FormatFailure(dwError, sFormat);
+    return dwError == ERROR_SUCCESS ? OCT::Whole(COrvStr(sFormatted)) : FormatFailure(dwError, sFormat);
 }
 
 } // namespace
@@ -190,14 +191,16 @@ CLQMessage::~CLQMessage()
 
 void CLQMessage::AddParam(const WCHAR* sText)
 {
-    AddParam(COrvStr(sText));
+    AddParam(COrvStr(sText, false));
 }
 
 void CLQMessage::AddParam(const COrvStr& sText)
 {
+    COrvStr sOwn(sText);
+    OCT::Whole(sOwn);
     CLQMessageParam& param = Existing(m_pParams).AddR();
     param.paramType = msty_String;
-    param.m_sValue = sText;
+    param.m_sValue = std::move(sOwn);
 }
 
 void CLQMessage::AddParam(LONG iValue)
@@ -281,7 +284,7 @@ COrvStr CLQMessage::Format(HINSTANCE hModule) const
         return Format(kBuiltInFormats[m_uResId - 1]);
     COrvStr sFormat;
     sFormat.Load(m_uResId, hModule);
-    if (sFormat.IsEmpty())
+    if (OCT::Whole(sFormat).IsEmpty())
     {
         ORV_REPORT_VALUE("CLQMessage::Format", "sFormat.IsEmpty()", m_uResId);
         sFormat.Load(kMissingResource, nullptr);
@@ -303,7 +306,7 @@ COrvStr CLQMessage::Format(const WCHAR* sFormat) const
     const unsigned nParams = std::min(GetParamCount(), kReferencedParams);
     COrvStr texts[kReferencedParams];
     for (unsigned i = 0; i < nParams; ++i)
-        texts[i] = ParamText(m_pParams->Item(i));
+        texts[i] = OCT::Whole(ParamText(m_pParams->Item(i)));
     if (sFormat != ListParams())
         return Substitute(sFormat != nullptr ? sFormat : ORVTEXT(""), texts);
     const COrvStr sListing = ListingFormat(nParams);
@@ -380,8 +383,8 @@ COrvStr CLQMessages::Format(HINSTANCE hModule) const
     COrvStr sText = GetItem(0).Format(hModule);
     for (unsigned i = 1; i < GetCount(); ++i)
     {
-        sText.Append(ORVTEXT("\r\n"));
-        sText.Append(GetItem(i).Format(hModule));
+        OCT::AppendWhole(sText, ORVTEXT("\r\n"));
+        OCT::AppendWhole(sText, GetItem(i).Format(hModule));
     }
     return sText;
 }

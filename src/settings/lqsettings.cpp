@@ -3,6 +3,7 @@
 #include "orvcomtypes/regkeyw.h"
 #include "registryreading.h"
 #include "settingsform.h"
+#include "strings/wholetext.h"
 
 #include <limits>
 
@@ -454,7 +455,7 @@ try
     if (!IsEmptyText(subKey))
     {
         sPath.AppendChar(ORVTEXT('\\'));
-        sPath << subKey;
+        OCT::AppendWhole(sPath, subKey);
     }
     for (HKEY hHive : g_hives)
     {
