@@ -1,6 +1,7 @@
 // The whole interface where memory is missing: of every operation the n-th allocation fails, for all n, once
 // and from then on. It must end as its header says, work again afterwards, and lose nothing.
 #include "orvcomtypes/orvcomtypes.h"
+#include "support/fake_errors.h"
 #include "support/faults.h"
 #include "support/forked.h"
 #include "support/report_capture.h"
@@ -76,6 +77,7 @@ const WCHAR* const kMiddle =
     ORVTEXT("a text of the third size class, whose sixty units do not fit the others");
 const std::string kNarrow(3000, 'n');
 const Text kLong(3000, 'w');
+const Text kHeapText(600, 'h'); // as a message may show it
 
 bool Same(const WCHAR* s, std::basic_string_view<WCHAR> sExpected)
 {
@@ -111,6 +113,12 @@ bool Gives(CAttempt& attempt, Call call, IsResult isResult)
 {
     decltype(call()) result{};
     return attempt([&] { result = call(); }) == End::Fine && (isResult(result) || attempt.Happened());
+}
+
+int g_nTeardowns = 0;
+void ORVCALL CountTeardown()
+{
+    ++g_nTeardowns;
 }
 
 struct Operation
@@ -208,6 +216,63 @@ constexpr Operation kOperations[] = {
          COrvLongStr s;
          return a([&] { s.Append(value); }) <= End::MemoryExcept;
      }},
+    {"COLEDBConvert",
+     [](CAttempt& a) {
+         const auto convert = [] {
+             WCHAR s[40];
+             unsigned nLen = 0, nAll = 0;
+             VARIANT value{};
+             value.vt = VT_DATE;
+             value.date = 45000.5;
+             COLEDBConvert::ConvertToStr(DBTYPE_STR, "a\xE9", s, 40, nLen);
+             COLEDBConvert::ConvertToStr(DBTYPE_VARIANT, &value, s, 40, nAll);
+             return nAll + nLen;
+         };
+         return Gives(a, convert, [](unsigned n) { return n > 12; });
+     }},
+    {"values of SQL",
+     [](CAttempt& a) {
+         const BYTE bytes[300] = {};
+         COrvSQLStr sql;
+         sql& kMiddle;
+         const auto put = [&](COrvSQLStr& s) { s& NVARCHAR{kLong.c_str(), 0, 4000}; };
+         return Changes(a, sql, put) && Changes(a, sql, [&](COrvSQLStr& s) { s& BINARY{bytes, 300}; });
+     }},
+    {"XML writer",
+     [](CAttempt& a) {
+         OCT::CStrWrtStream stream;
+         const Text sName = ORVTEXT("p:element") + Text(50, 'x'), sUris(21, 'u');
+         bool bWhole = false;
+         LQXMLError eError = lqxNone;
+         const End end = a([&] {
+             CXMLStreamWrite xml(stream);
+             for (unsigned i = 0; i < 20; ++i)
+                 xml.StartElement(sName.c_str(), sUris.c_str() + i);
+             xml.Attribute(ORVTEXT("narrow"), kNarrow.c_str());
+             for (unsigned i = 0; i < 4; ++i)
+                 xml.Element(ORVTEXT("long"), kLong.c_str());
+             bWhole = xml.Finish();
+             eError = xml.GetError();
+         });
+         const COrvStr& s = stream.GetText();
+         return end == End::Fine
+                    ? bWhole ? Text(s).ends_with(ORVTEXT(">")) : eError == lqxMemory || eError == lqxStream
+                    : end == End::MemoryExcept;
+     }},
+    {"streams",
+     [](CAttempt& a) {
+         const CTempDir dir;
+         const Text sFile = (dir / "file.txt").string<WCHAR>();
+         const auto write = [&sFile] {
+             OCT::CFileWrtStream file;
+             OCT::CMemWrtStream memory;
+             const bool bInMemory = memory.Write(kNarrow.data(), kNarrow.size()) == ERROR_SUCCESS &&
+                                    memory.Write(kNarrow.data(), kNarrow.size()) == ERROR_SUCCESS;
+             return file.Open(sFile.c_str()) == ERROR_SUCCESS &&
+                    file.Write(kNarrow.data(), kNarrow.size()) == ERROR_SUCCESS && bInMemory;
+         };
+         return Gives(a, write, [](bool b) { return b; });
+     }},
     {"array",
      [](CAttempt& a) {
          CSimpleMarray<int, 16> numbers;
@@ -285,6 +350,66 @@ constexpr Operation kOperations[] = {
          const End end = a([&] { ExpandPathW(sPath, sizeof sPath); });
          return end == End::Fine && (Same(sPath, ORVTEXT("data\\x")) || a.Happened());
      }},
+    {"ExpandPathA",
+     [](CAttempt& a) {
+         char sPath[100] = "*\\x";
+         SetLQStringSettingW(nullptr, ORVTEXT("DataPath"), ORVTEXT("data"), nullptr);
+         const End end = a([&] { ExpandPathA(sPath, sizeof sPath); });
+         return end == End::Fine && (std::string_view(sPath) == "data\\x" || a.Happened());
+     }},
+    {"settings binary",
+     [](CAttempt& a) {
+         const auto store = [] {
+             BYTE bytes[4] = {};
+             DWORD cbBytes = sizeof bytes;
+             SetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), "abcd", 4);
+             GetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), bytes, &cbBytes);
+             return bytes[3];
+         };
+         return Gives(a, store, [](BYTE b) { return b == 'd'; });
+     }},
+    {"settings root",
+     [](CAttempt& a) {
+         const COrvStr sBefore = GetLQSettingsRootStr();
+         const Text sRoot = ORVTEXT("Software\\") + Text(60, 'r');
+         COrvStr s;
+         const End end = a([&] {
+             SetLQSettingsRootW(sRoot.c_str());
+             s = GetLQSettingsRootStr();
+         });
+         SetLQSettingsRootW(sBefore);
+         return end == End::Fine && (Same(s, sRoot) || a.Happened());
+     }},
+    {"CRegKeyW",
+     [](CAttempt& a) {
+         SetLQStringSettingW(ORVTEXT("Key"), ORVTEXT("Text"), kMiddle, nullptr);
+         const Text sKey = Text(GetLQSettingsRootStr()) + ORVTEXT("\\Key");
+         const auto read = [&] {
+             CRegKeyW key;
+             WCHAR s[100] = {};
+             ULONG nChars = 100;
+             return key.Create(HKEY_CURRENT_USER, sKey.c_str(), KEY_READ | KEY_WRITE) == ERROR_SUCCESS &&
+                    key.QueryStringValue(ORVTEXT("Text"), s, &nChars) == ERROR_SUCCESS && Same(s, kMiddle);
+         };
+         return Gives(a, read, [](bool b) { return b; });
+     }},
+    {"local times",
+     [](CAttempt& a) {
+         const auto convert = [] {
+             WORD wYear, wMonth, wDay, wHour, wMinute, wSecond;
+             LONG t = 0;
+             return Timet2LocalYMD(1'700'000'000, &wYear, &wMonth, &wDay, &wHour, &wMinute, &wSecond) &&
+                    LocalYMD2Timet(2023, 11, 14, 0, 0, 0, &t);
+         };
+         return Gives(a, convert, [](bool b) { return b; });
+     }},
+    {"timers",
+     [](CAttempt& a) {
+         const auto measure = [] {
+             return COrvPrecisionTimer(5, true).GetMSDiff() >= 0 && !COrvTcTimer(0, true).IsExpired(1);
+         };
+         return Gives(a, measure, [](bool b) { return b; });
+     }},
     {"times",
      [](CAttempt& a) {
          return Gives(
@@ -308,7 +433,7 @@ constexpr Operation kOperations[] = {
          CLQMessages messages;
          messages.Add(1, 26005, kShort);
          const End end = a([&] {
-             CLQMessage message(26006, 2, kMiddle);
+             CLQMessage message(26006, 2, kHeapText.c_str());
              message.AddParam(12);
              message.AddParam(1.5);
              message.AddParam(COrvTime(1'700'000'000), msty_FullTime);
@@ -318,13 +443,22 @@ constexpr Operation kOperations[] = {
      }},
     {"messages as text",
      [](CAttempt& a) {
-         CLQMessage message(26006, 2, kMiddle);
+         CLQMessage message(1, 2, kHeapText.c_str());
          message.AddParam(1234567);
          message.AddParam(1.5);
          message.AddParam(COrvTime(1'700'000'000), msty_FullTime);
-         COrvStr s;
-         const End end = a([&] { s = message.Format(ORVTEXT("%1 %2 %3 %4")); });
-         return end <= End::MemoryExcept && (end != End::Fine || s.GetLength() > 70 || a.Happened());
+         CLQMessages messages;
+         messages.Add(message);
+         messages.Add(message);
+         COrvStr sOne, sAll;
+         const End end = a([&] {
+             sOne = message.Format(ORVTEXT("%1 %2 %3 %4"));
+             sAll = messages.Format(nullptr);
+         });
+         // Where the system cannot fill in a format the message says so.
+         const auto isText = [](const COrvStr& s) { return s.GetLength() > 50 && (*s == 'h' || *s == 'I'); };
+         return end == End::Fine ? isText(sOne) && isText(sAll) && (a.Happened() || sAll.GetLength() == 1202)
+                                 : end == End::MemoryExcept;
      }},
     {"throw of a host's",
      [](CAttempt& a) {
@@ -358,6 +492,49 @@ constexpr Operation kOperations[] = {
      }},
     {"LQThrowMemory",
      [](CAttempt& a) { return a([] { LQThrowMemory(LQ_SRC_LOCATION); }) == End::MemoryExcept; }},
+    {"LQ_THROW",
+     [](CAttempt& a) {
+         LONG iCode = 0;
+         const End end = a([&] {
+             try
+             {
+                 LQ_THROW(CLQComExcept, E_ABORT, 26005, LQ_SRC_LOCATION);
+             }
+             catch (const CLQComExcept& e)
+             {
+                 iCode = e.GetErrorCode();
+             }
+         });
+         return end == End::Fine && iCode == E_ABORT;
+     }},
+    {"exceptions copied",
+     [](CAttempt& a) {
+         CLQExcept except(5, 26005, LQ_SRC_LOCATION);
+         except.GetMessages().Add(1, 26005, kShort);
+         const LONG iLine = except.GetLine();
+         CLQExcept target(6, 26005, LQ_SRC_LOCATION);
+         const End end = a([&] {
+             const CLQExcept copy(except);
+             target = copy;
+             ExceptFormatToLog(&copy);
+         });
+         return end <= End::MemoryExcept && except.GetMessages().GetCount() == 2 && except.GetLine() == iLine;
+     }},
+    {"error objects",
+     [](CAttempt& a) {
+         CFakeError error(kMiddle), detailed(kLong.c_str());
+         CFakeRecords records({&error, &detailed});
+         SetErrorInfo(0, &error);
+         COrvStr sOne, sAll;
+         const End end = a([&] {
+             sOne = GetComErrorString(E_FAIL, true).m_sMessage;
+             sAll = GetComErrorString(E_FAIL, &records).m_sMessage;
+         });
+         SetErrorInfo(0, nullptr);
+         const bool bDone = static_cast<const WCHAR*>(sAll) != nullptr;
+         return end == End::Fine ? bDone && (a.Happened() || sOne.GetLength() + sAll.GetLength() > 3060)
+                                 : end == End::MemoryExcept;
+     }},
     {"error texts",
      [](CAttempt& a) {
          return a([] {
@@ -380,6 +557,28 @@ constexpr Operation kOperations[] = {
          SysFreeString(s);
          return end == End::Fine;
      }},
+    {"languages",
+     [](CAttempt& a) {
+         [[maybe_unused]] static const bool s_bOwned =
+             (CResourceHandler::SetOwner(nullptr, ORVTEXT("test_strings"), 1, 0), true);
+         bool bHungarian = false;
+         COrvStr s;
+         const End end = a([&] {
+             bHungarian = CResourceHandler::SetLanguage(ORVTEXT("hu"));
+             const CThreadLanguage english(ORVTEXT("en-GB"));
+             CResourceHandler::GetLanguage();
+             s.Load(7, nullptr);
+         });
+         CResourceHandler::DestroyGlobal();
+         return end == End::Fine ? a.Happened() || (bHungarian && !s.IsEmpty()) : end == End::MemoryExcept;
+     }},
+    {"teardown registration",
+     [](CAttempt& a) {
+         g_nTeardowns = 0;
+         const End end = a([] { RegisterPlexedAlloc(CountTeardown); });
+         CallPlexedAllocUninit(nullptr);
+         return end == End::Fine && (g_nTeardowns == 1 || (a.Happened() && g_nTeardowns == 0));
+     }},
     {"OCTMalloc",
      [](CAttempt& a) {
          void* p = nullptr;
@@ -391,7 +590,7 @@ constexpr Operation kOperations[] = {
      [](CAttempt& a) {
          const CTempDir dir;
          const std::filesystem::path file = dir / "log.txt";
-         const Text sFile = file.u16string();
+         const Text sFile = file.string<WCHAR>();
          COrvLog log;
          bool bOpen = false;
          const End end = a([&] {
@@ -415,7 +614,7 @@ constexpr Operation kOperations[] = {
      [](CAttempt& a) {
          const CTempDir dir;
          const std::filesystem::path file = dir / "log.txt";
-         const Text sFile = file.u16string();
+         const Text sFile = file.string<WCHAR>();
          const LQComErrorData error;
          const CLQExcept except(5, 26005, LQ_SRC_LOCATION);
          const End end = a([&] {
@@ -427,6 +626,17 @@ constexpr Operation kOperations[] = {
          });
          ReleaseProcessLogger();
          return end == End::Fine;
+     }},
+    {"crash handler",
+     [](CAttempt& a) {
+         bool bInstalled = false;
+         const auto install = [&] {
+             ReserveLogCrashStack();
+             bInstalled = InstallLogCrashHandler(nullptr, 0);
+         };
+         const End end = a(install);
+         RemoveLogCrashHandler();
+         return end == End::Fine && (bInstalled || a.Happened());
      }},
     {"narrow builder",
      [](CAttempt& a) {
@@ -534,6 +744,7 @@ TEST_P(NoMemory, LaterUseLosesNothing)
             return static_cast<int>(LostBlocks);
         return hasReport("!IsChainUsed(p)") ? LostItems : nVerdict;
     };
+    OrvReportAssertion("", 0, "", "", 0);
     Try({&GetParam(), 0, false}); // makes what is made once
     Sweep(counted);
 }

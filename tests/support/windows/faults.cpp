@@ -1,0 +1,191 @@
+// What the program, the library and the C++ library import is pointed at functions of ours.
+#include "support/faults.h"
+
+#include <windows.h>
+#include <oleauto.h>
+#include <process.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <utility>
+
+namespace
+{
+
+/// The system's functions.
+struct CReal
+{
+    decltype(&std::malloc) m_pfnMalloc;
+    decltype(&std::calloc) m_pfnCalloc;
+    decltype(&std::realloc) m_pfnRealloc;
+    decltype(&std::free) m_pfnFree;
+    decltype(&CoTaskMemAlloc) m_pfnTaskAlloc;
+    decltype(&CoTaskMemFree) m_pfnTaskFree;
+    decltype(&SysAllocString) m_pfnAllocString;
+    decltype(&SysAllocStringLen) m_pfnAllocStringLen;
+    decltype(&SysFreeString) m_pfnFreeString;
+    decltype(&FlushFileBuffers) m_pfnFlush;
+    decltype(&_beginthreadex) m_pfnBeginThread;
+    decltype(&Sleep) m_pfnSleep;
+};
+constinit CReal g_real = {};
+
+template <class Pointer>
+Pointer Counted(Pointer p)
+{
+    if (p != nullptr)
+        CountBlock(1);
+    return p;
+}
+
+template <class Free, class Pointer>
+void FreeCounted(Free pfnFree, Pointer p)
+{
+    if (p != nullptr)
+        CountBlock(-1);
+    pfnFree(p);
+}
+
+void* __cdecl Malloc(std::size_t nBytes)
+{
+    return FailsNow(FaultyCall::Allocation) ? nullptr : Counted(g_real.m_pfnMalloc(nBytes));
+}
+
+void* __cdecl Calloc(std::size_t nCount, std::size_t nBytes)
+{
+    return FailsNow(FaultyCall::Allocation) ? nullptr : Counted(g_real.m_pfnCalloc(nCount, nBytes));
+}
+
+void* __cdecl Realloc(void* p, std::size_t nBytes)
+{
+    if (FailsNow(FaultyCall::Allocation))
+        return nullptr;
+    void* const pNew = g_real.m_pfnRealloc(p, nBytes);
+    if (p == nullptr)
+        return Counted(pNew);
+    if (pNew == nullptr && nBytes == 0)
+        CountBlock(-1);
+    return pNew;
+}
+
+void __cdecl Free(void* p)
+{
+    FreeCounted(g_real.m_pfnFree, p);
+}
+
+LPVOID WINAPI TaskAlloc(SIZE_T nBytes)
+{
+    return FailsNow(FaultyCall::Allocation) ? nullptr : Counted(g_real.m_pfnTaskAlloc(nBytes));
+}
+
+void WINAPI TaskFree(LPVOID p)
+{
+    FreeCounted(g_real.m_pfnTaskFree, p);
+}
+
+BSTR WINAPI AllocString(const OLECHAR* s)
+{
+    return FailsNow(FaultyCall::Allocation) ? nullptr : Counted(g_real.m_pfnAllocString(s));
+}
+
+BSTR WINAPI AllocStringLen(const OLECHAR* s, UINT nLen)
+{
+    return FailsNow(FaultyCall::Allocation) ? nullptr : Counted(g_real.m_pfnAllocStringLen(s, nLen));
+}
+
+void WINAPI FreeString(BSTR s)
+{
+    FreeCounted(g_real.m_pfnFreeString, s);
+}
+
+BOOL WINAPI Flush(HANDLE hFile)
+{
+    if (!FailsNow(FaultyCall::Sync))
+        return g_real.m_pfnFlush(hFile);
+    SetLastError(ERROR_GEN_FAILURE);
+    return FALSE;
+}
+
+std::uintptr_t __cdecl BeginThread(void* pSecurity, unsigned nStack, unsigned(__stdcall* pfn)(void*),
+                                   void* pArgument, unsigned nFlags, unsigned* pnId)
+{
+    return FailsNow(FaultyCall::ThreadStart)
+               ? 0
+               : g_real.m_pfnBeginThread(pSecurity, nStack, pfn, pArgument, nFlags, pnId);
+}
+
+void WINAPI Pause(DWORD dwMilliseconds)
+{
+    if (SleepsNow())
+        g_real.m_pfnSleep(dwMilliseconds);
+}
+
+/// An import, what it is pointed at, and where the system's function is kept.
+struct CStandIn
+{
+    template <class Function>
+    CStandIn(const char* sName, Function* pfnOurs, Function*& pfnReal)
+        : m_sName(sName),
+          m_pOurs(reinterpret_cast<void*>(pfnOurs)),
+          m_ppReal(reinterpret_cast<void**>(&pfnReal))
+    {
+    }
+
+    const char* m_sName;
+    void* m_pOurs;
+    void** m_ppReal;
+};
+
+void Point(void** ppImport, const char* sName)
+{
+    static const CStandIn s_standIns[] = {{"malloc", Malloc, g_real.m_pfnMalloc},
+                                          {"calloc", Calloc, g_real.m_pfnCalloc},
+                                          {"realloc", Realloc, g_real.m_pfnRealloc},
+                                          {"free", Free, g_real.m_pfnFree},
+                                          {"CoTaskMemAlloc", TaskAlloc, g_real.m_pfnTaskAlloc},
+                                          {"CoTaskMemFree", TaskFree, g_real.m_pfnTaskFree},
+                                          {"SysAllocString", AllocString, g_real.m_pfnAllocString},
+                                          {"SysAllocStringLen", AllocStringLen, g_real.m_pfnAllocStringLen},
+                                          {"SysFreeString", FreeString, g_real.m_pfnFreeString},
+                                          {"FlushFileBuffers", Flush, g_real.m_pfnFlush},
+                                          {"_beginthreadex", BeginThread, g_real.m_pfnBeginThread},
+                                          {"Sleep", Pause, g_real.m_pfnSleep}};
+    for (const CStandIn& standIn : s_standIns)
+    {
+        if (std::strcmp(standIn.m_sName, sName) != 0)
+            continue;
+        DWORD dwBefore = 0;
+        VirtualProtect(ppImport, sizeof *ppImport, PAGE_READWRITE, &dwBefore);
+        *standIn.m_ppReal = std::exchange(*ppImport, standIn.m_pOurs);
+        VirtualProtect(ppImport, sizeof *ppImport, dwBefore, &dwBefore);
+    }
+}
+
+void PointImports(HMODULE hModule)
+{
+    auto* const pBase = reinterpret_cast<char*>(hModule);
+    const auto* pHeaders =
+        reinterpret_cast<IMAGE_NT_HEADERS*>(pBase + reinterpret_cast<IMAGE_DOS_HEADER*>(pBase)->e_lfanew);
+    const auto& folder = pHeaders->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    for (auto* p = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(pBase + folder.VirtualAddress); p->Name != 0;
+         ++p)
+    {
+        const auto* pName = reinterpret_cast<IMAGE_THUNK_DATA*>(pBase + p->OriginalFirstThunk);
+        auto* ppImport = reinterpret_cast<void**>(pBase + p->FirstThunk);
+        for (; pName->u1.AddressOfData != 0; ++pName, ++ppImport)
+            if (!IMAGE_SNAP_BY_ORDINAL(pName->u1.Ordinal))
+                Point(ppImport,
+                      reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(pBase + pName->u1.AddressOfData)->Name);
+    }
+}
+
+const bool g_bPointed = [] {
+    const WCHAR* const sProgram = nullptr;
+    for (const WCHAR* sModule : {sProgram, L"OrvComTypes.dll", L"libstdc++-6.dll"})
+        PointImports(GetModuleHandleW(sModule));
+    return true;
+}();
+
+} // namespace
