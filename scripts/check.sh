@@ -72,6 +72,22 @@ header_order() {
 
 includes_of() { sed -n 's/^#include "orvcomtypes\/\(.*\)"$/\1/p' "$1"; }
 
+# A file of a room includes nothing of a room above. A public header belongs to the room that has the source of its
+# name; of those without one the order of headers is enough. lqthrow.h is how the lower rooms throw.
+room_order() {
+    local rooms=' core strings containers time settings log resources messages errors builders ' file used room
+    local -A room_of
+    for file in src/*/*.cpp; do
+        used=${file##*/} room=${file#src/}
+        room_of[orvcomtypes/${used%.cpp}.h]=${room%/*}
+    done
+    while IFS=: read -r file used; do
+        room=${file#src/} room=${room%/*} used=${used#*\"} used=${used%\"*}
+        [[ $used == orvcomtypes/lqthrow.h || $rooms != *" $room "*" ${room_of[$used]:-${used%/*}} "* ]] ||
+            echo "$file includes $used"
+    done < <(sources 'src/*/*.cpp' 'src/*/*.h' | xargs -0 -r grep -H '^#include "')
+}
+
 format() { sources '*.cpp' '*.h' | xargs -0 -r clang-format --dry-run -Werror 2>&1 | grep -E 'error:' | sort -u -t: -k1,1; }
 
 # clang-format leaves comments alone.
@@ -94,6 +110,7 @@ rule "text literals are written with ORVTEXT" literal_prefixes
 rule "min and max stand in parentheses in include/" bare_min_max
 rule "OrvComTypes.def is sorted" definition_order
 rule "public headers include only lower ones" header_order
+rule "sources include nothing of a room above" room_order
 rule "sources are formatted" format
 rule "no line is longer than 110 characters" line_length
 rule "threads wait by the platform's events" lost_wakeups

@@ -73,3 +73,22 @@ bool COrvDBStr::SetLength(std::int64_t cbValue)
     OCT::EndStr(m_pStr, nLen);
     return cbValue < 0 ? cbValue == Terminated : nValue <= nRoom;
 }
+
+// ---- The members of COrvStr that share the buffer; they stand here because the rooms below know none ----
+
+COrvStr::COrvStr(const COrvDBStr& str)
+{
+    OCT::AddStrRef(str.m_pStr);
+    SetText(str.m_pStr, true);
+}
+
+COrvStr& COrvStr::operator=(const COrvDBStr& str)
+{
+    Share(str.m_pStr);
+    return *this;
+}
+
+void COrvStr::Attach(const COrvDBStr& str)
+{
+    Share(str.m_pStr);
+}

@@ -1,8 +1,8 @@
 #include "orvcomtypes/orvdecimal.h"
 
 #include "builders/wideint.h"
+#include "core/charclass.h"
 #include "orvcomtypes/lqthrow.h"
-#include "strings/charclass.h"
 
 #include <limits>
 

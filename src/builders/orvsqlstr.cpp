@@ -2,8 +2,8 @@
 
 #include "builders/longstrappend.h"
 #include "builders/sqlquotes.h"
+#include "core/charclass.h"
 #include "orvcomtypes/oledbconvert.h"
-#include "strings/charclass.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "orvcomtypes/orvtabbedstr.h"
 
-#include "strings/charclass.h"
+#include "core/charclass.h"
 
 #include <limits>
 

@@ -1,7 +1,7 @@
 #include "builders/xmlwritestate.h"
 
 #include "builders/xmlshownvalue.h"
-#include "strings/charclass.h"
+#include "core/charclass.h"
 
 using OCT::CXMLName;
 using OCT::CXMLShownValue;

@@ -1,8 +1,8 @@
 #include "orvcomtypes/midintarray.h"
 
 #include "containers/idsort.h"
+#include "core/charclass.h"
 #include "core/numtext.h"
-#include "strings/charclass.h"
 
 #include <algorithm>
 #include <string>

@@ -1,7 +1,7 @@
 #include "orvcomtypes/simplebyteset.h"
 
+#include "core/charclass.h"
 #include "core/numtext.h"
-#include "strings/charclass.h"
 
 #include "orvcomtypes/octassert.h"
 

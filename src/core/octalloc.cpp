@@ -1,9 +1,9 @@
 #include "orvcomtypes/octalloc.h"
 
+#include "core/charclass.h"
 #include "core/lifecycle.h"
 #include "core/ownlock.h"
 #include "orvcomtypes/octassert.h"
-#include "strings/charclass.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "orvcomtypes/lqexcept.h"
 
+#include "core/charclass.h"
 #include "orvcomtypes/memarray.h"
-#include "strings/charclass.h"
 #include "strings/wholetext.h"
 
 #include <msoledbsql.h>

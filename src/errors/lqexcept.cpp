@@ -1,10 +1,10 @@
 #include "orvcomtypes/lqexcept.h"
 
+#include "core/charclass.h"
 #include "core/fixedline.h"
 #include "core/textformat.h"
 #include "errors/lqraise.h"
 #include "orvcomtypes/orvlog.h"
-#include "strings/charclass.h"
 
 #include <iterator>
 #include <new>

@@ -1,8 +1,8 @@
 #include "log/logfilename.h"
 
+#include "core/charclass.h"
 #include "core/textformat.h"
 #include "orvcomtypes/lqsettings.h"
-#include "strings/charclass.h"
 
 #include <shlobj.h>
 

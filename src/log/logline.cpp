@@ -1,11 +1,11 @@
 #include "log/logline.h"
 
+#include "core/charclass.h"
 #include "core/numtext.h"
 #include "core/textformat.h"
 #include "log/logfilename.h"
 #include "log/loglocation.h"
 #include "orvcomtypes/orvlog.h"
-#include "strings/charclass.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,8 +1,8 @@
 #include "log/loglist.h"
 
+#include "core/charclass.h"
 #include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
-#include "strings/charclass.h"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 // Logs that the registry configures.
+#include "core/charclass.h"
 #include "core/textformat.h"
 #include "orvcomtypes/orvlog.h"
 #include "orvcomtypes/regkeyw.h"
-#include "strings/charclass.h"
 
 #include <cstdint>
 #include <iterator>

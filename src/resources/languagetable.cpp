@@ -1,9 +1,9 @@
 #include "resources/languagetable.h"
 
+#include "core/charclass.h"
 #include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/resourcehandler.h"
-#include "strings/charclass.h"
 
 #include <algorithm>
 #include <iterator>

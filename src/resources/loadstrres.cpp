@@ -1,7 +1,7 @@
 #include "orvcomtypes/loadstrres.h"
 
+#include "core/charclass.h"
 #include "orvcomtypes/resourcehandler.h"
-#include "strings/charclass.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,5 @@
 #include "orvcomtypes/orvstr.h"
 
-#include "orvcomtypes/orvdbstr.h"
 #include "strings/strbuffer.h"
 #include "strings/textlen.h"
 
@@ -80,12 +79,6 @@ COrvStr::COrvStr(const WCHAR* s, bool bCopy) : m_pStr(g_DefEmptyString.StrBuffer
         SetText(const_cast<WCHAR*>(s), false);
 }
 
-COrvStr::COrvStr(const COrvDBStr& str)
-{
-    OCT::AddStrRef(str.m_pStr);
-    SetText(str.m_pStr, true);
-}
-
 COrvStr& COrvStr::operator=(const COrvStr& str)
 {
     if (this == &str)
@@ -105,12 +98,6 @@ COrvStr& COrvStr::operator=(COrvStr&& str)
         OCT::ReleaseStrRef(m_pStr);
     SetText(str.m_pStr, true);
     str.Forget();
-    return *this;
-}
-
-COrvStr& COrvStr::operator=(const COrvDBStr& str)
-{
-    Share(str.m_pStr);
     return *this;
 }
 
@@ -141,11 +128,6 @@ void COrvStr::Attach(const COrvStr& str)
         Share(str.m_pStr);
     else if (this != &str)
         Attach(str.m_pStr);
-}
-
-void COrvStr::Attach(const COrvDBStr& str)
-{
-    Share(str.m_pStr);
 }
 
 // ---- Buffers ----

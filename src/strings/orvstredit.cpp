@@ -1,7 +1,7 @@
 // Search, changing members and path helpers of COrvStr.
 #include "orvcomtypes/orvstr.h"
 
-#include "strings/charclass.h"
+#include "core/charclass.h"
 #include "strings/strbuffer.h"
 #include "strings/textsearch.h"
 

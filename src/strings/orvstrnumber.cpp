@@ -1,9 +1,9 @@
 // Numbers of COrvStr: appended, and read.
 #include "orvcomtypes/orvstr.h"
 
+#include "core/charclass.h"
 #include "core/numtext.h"
 #include "core/textformat.h"
-#include "strings/charclass.h"
 #include "strings/strbuffer.h"
 
 #include <algorithm>

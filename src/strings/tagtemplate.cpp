@@ -1,7 +1,7 @@
 // The templates of COrvStr: inserts by position, and tags that a client fills.
 #include "orvcomtypes/orvstr.h"
 
-#include "strings/charclass.h"
+#include "core/charclass.h"
 #include "strings/inserts.h"
 #include "strings/textlen.h"
 

@@ -1,8 +1,8 @@
 // The small text utilities of stringutils.h.
 #include "orvcomtypes/stringutils.h"
 
+#include "core/charclass.h"
 #include "core/numtext.h"
-#include "strings/charclass.h"
 
 #include <cmath>
 #include <cstdint>

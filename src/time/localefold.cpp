@@ -1,6 +1,6 @@
 #include "time/localefold.h"
 
-#include "strings/charclass.h"
+#include "core/charclass.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,8 +1,8 @@
+#include "core/charclass.h"
 #include "core/neverdestroyed.h"
 #include "core/ownlock.h"
 #include "orvcomtypes/smartcls.h"
 #include "picture.h"
-#include "strings/charclass.h"
 #include "time/localetext.h"
 
 #include <algorithm>

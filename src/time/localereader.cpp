@@ -1,5 +1,5 @@
+#include "core/charclass.h"
 #include "orvcomtypes/orvtime.h"
-#include "strings/charclass.h"
 #include "time/localetext.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "strings/charclass.h"
+#include "core/charclass.h"
 #include "time/civil.h"
 #include "time/orvtimeutil.h"
 
