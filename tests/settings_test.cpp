@@ -370,6 +370,14 @@ TEST_F(WideSettings, NarrowAndWideFormsShareValues)
     EXPECT_TRUE(SetLQStringSettingA(::Narrow(sKey).c_str(), ::Narrow(sName).c_str(), ::Narrow(sValue).c_str(),
                                     nullptr));
     EXPECT_EQ(sValue, TextOf(GetLQStrSetting(sKey.c_str(), sName.c_str(), nullptr)));
+
+    // Where the ANSI code page is UTF-8, the second character does not fit whole.
+    char sCut[4];
+    const std::string sFits = ::Narrow(sValue.substr(0, ::Narrow(sValue).size() < sizeof sCut ? 2 : 1));
+    EXPECT_TRUE(GetLQStringSettingA(::Narrow(sKey).c_str(), ::Narrow(sName).c_str(), sCut, sizeof sCut, ""));
+    EXPECT_EQ(sFits, sCut);
+    EXPECT_FALSE(GetLQStringSettingA("none", "v", sCut, sizeof sCut, ::Narrow(sValue).c_str()));
+    EXPECT_EQ(sFits, sCut);
 }
 
 // ---- CRegKeyW ----

@@ -6,15 +6,17 @@
 /// the default) removes the per-user value, so that later changes for the whole machine are seen again.
 ///
 /// Each function has a wide form and a narrow one in the ANSI code page. A null or empty sub-key means the
-/// root itself. On targets without a registry the hives are text files, see docs/settings.md.
+/// root itself; a key path is cut at 259 units. A null or empty value name means the key's default value. On
+/// targets without a registry the hives are text files, see docs/settings.md.
 ///
+/// Lifetime: usable in static constructors and destructors too, and after `UninitOrvComTypes`.
 /// Thread safety: all functions from any thread, except while another thread changes the root. Reading never
 ///   waits for a process that writes. Writing waits for its turn, at most five seconds where hives are files.
 /// Errors: nothing throws. A hive or key that cannot be read, and a value of another type or size, count as
-/// missing.
-///   Reported (source `lqsettings`), then false: see the conditions at each function. "pBuf == nullptr",
-///   "!sBuf.ReserveSize (…)" and "cTmpPath == nullptr" mean that memory ran out.
-/// Units: `cb…` bytes, `cch…` code units or narrow characters, terminator included.
+///   missing, and nothing is said about it. Misuse and missing memory are reported (source `lqsettings`) as
+///   it stands at each function.
+/// Units: `cb…` bytes, `cch…` code units or bytes of narrow text, terminator included. Narrow text is cut
+///   between characters.
 ///
 ///     const DWORD dwPort = GetLQDWORDSettingW(ORVTEXT("Server"), ORVTEXT("Port"), 1433);
 ///     SetLQDWORDSettingW(ORVTEXT("Server"), ORVTEXT("Port"), 1434, 1433);
@@ -25,13 +27,14 @@
 
 // ---- The root, "Software\Orvanex\Lumatrek" at first ----
 
-/// True when the root fits whole, else it is cut and the wide form reports 0x8007007A.
-/// "rootPath == nullptr || cchDest < 2"
+/// True when the root fits whole. Else it is cut, and the wide form reports 0x8007007A. Reports "rootPath ==
+/// nullptr || cchDest < 2", writes nothing and gives false.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQSettingsRootA(char* rootPath, unsigned cchDest) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQSettingsRootW(WCHAR* rootPath, unsigned cchDest) noexcept;
 
 /// Cut at 259 units; one backslash at the end is removed. Meant for start-up, before other threads read
-/// settings. "rootPath == nullptr || *rootPath == 0", "s_lqSettingsRoot[0] != L'\0'"
+/// settings. Reports "rootPath == nullptr || *rootPath == 0" and keeps the root; reports "s_lqSettingsRoot[0]
+/// != L'\0'" when nothing is left of it, and the root is empty then.
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetLQSettingsRootA(const char* rootPath) noexcept;
 ORV_EXTERN_C ORV_FUNC void ORVCALL SetLQSettingsRootW(const WCHAR* rootPath) noexcept;
 
@@ -55,8 +58,9 @@ ORV_EXTERN_C ORV_FUNC ULONGLONG ORVCALL GetLQQWORDSettingW(const WCHAR* subKey, 
                                                            ULONGLONG qwDefault) noexcept;
 
 /// Text without the blanks and control characters around it, cut to \p cbDest; environment references stay as
-/// stored. False means that no hive has it: \p dest then holds the default, trimmed alike. "dest == nullptr
-/// || cbDest < 2 * sizeof (dest[0])"
+/// stored. False means that no hive has it: \p dest then holds the default, cut and trimmed alike, or is
+/// empty without one. Reports "dest == nullptr || cbDest < 2 * sizeof (dest[0])", and "pBuf == nullptr" when
+/// there is no memory for text that is longer than \p dest; both give false and write nothing.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQStringSettingA(const char* subKey, const char* valueName, char* dest,
                                                        DWORD cbDest, const char* defaultValue) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQStringSettingW(const WCHAR* subKey, const WCHAR* valueName,
@@ -64,41 +68,47 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQStringSettingW(const WCHAR* subKey, cons
                                                        const WCHAR* defaultValue) noexcept;
 
 /// \p pcbDest: the room, then the size of the value; a null \p dest asks for the size. A per-user value that
-/// is too large gives way to the machine-wide one. On false both are as they were. "pcbDest == nullptr ||
-/// (dest != nullptr && *pcbDest < 1)"
+/// is too large gives way to the machine-wide one. On false both are as they were. Reports "pcbDest ==
+/// nullptr || (dest != nullptr && *pcbDest < 1)".
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQBinarySettingA(const char* subKey, const char* valueName, void* dest,
                                                        DWORD* pcbDest) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQBinarySettingW(const WCHAR* subKey, const WCHAR* valueName,
                                                        void* dest, DWORD* pcbDest) noexcept;
 
-/// Text as stored, of any length, from a key path of any length. Empty without memory.
+/// Text as stored, not trimmed, of any length, from a key path of any length; else the default, which may be
+/// null for empty text. Empty without memory.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
                                                       const WCHAR* defaultValue) noexcept;
 
 ORV_VALUES_END
 
 // ---- Writing: true when the value is stored, or removed because it says what holds without it ----
+//
+// The per-user key is made in both cases.
 
-/// "valueName == nullptr || valueName[0] == L'\0'"
+/// Reports "valueName == nullptr || valueName[0] == L'\0'" and gives false.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQDWORDSettingA(const char* subKey, const char* valueName,
                                                       DWORD dwValue, DWORD dwDefault) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQDWORDSettingW(const WCHAR* subKey, const WCHAR* valueName,
                                                       DWORD dwValue, DWORD dwDefault) noexcept;
 
-/// "valueName == nullptr || valueName[0] == L'\0'"
+/// Reports "valueName == nullptr || valueName[0] == L'\0'" and gives false.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQQWORDSettingA(const char* subKey, const char* valueName,
                                                       ULONGLONG qwValue, ULONGLONG qwDefault) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQQWORDSettingW(const WCHAR* subKey, const WCHAR* valueName,
                                                       ULONGLONG qwValue, ULONGLONG qwDefault) noexcept;
 
-/// Compares by code units; a null default is the empty text. "value == nullptr"
+/// Compares by code units; a null default is the empty text. Reports "value == nullptr", and without memory
+/// for what holds now, "!sBuf.ReserveSize (dwSize / sizeof (wchar_t) + 1)" (narrow: "char") or
+/// "!sBuf.ReserveSize (len + 1)"; reports the call when that cannot be read. All give false, and nothing is
+/// stored.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQStringSettingA(const char* subKey, const char* valueName,
                                                        const char* value, const char* defaultValue) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQStringSettingW(const WCHAR* subKey, const WCHAR* valueName,
                                                        const WCHAR* value,
                                                        const WCHAR* defaultValue) noexcept;
 
-/// Always stores.
+/// Always stores. False also when \p data is null and \p cbData is not 0.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQBinarySettingA(const char* subKey, const char* valueName,
                                                        const void* data, DWORD cbData) noexcept;
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQBinarySettingW(const WCHAR* subKey, const WCHAR* valueName,
@@ -107,9 +117,9 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQBinarySettingW(const WCHAR* subKey, cons
 // ---- Paths ----
 
 /// Replaces "*" (setting "DataPath") or "$" (setting "DefaultLogPath") before a backslash at the start of the
-/// path by that directory, joined by one backslash and cut to the buffer. A missing setting is reported as
-/// "!bRes || cBaseDir[0] == L'\0'" (narrow: "!bRes || cBaseDir[0] == '\0'"), followed by a report of the path
-/// itself; the path then stays as it is. "cPath == nullptr || cPathSizeInBytes < sizeof (wchar_t)", narrow:
-/// "… < sizeof (char)"
+/// path by that directory, joined by one backslash and cut to the buffer; any other path stays as it is, and
+/// so does one that cannot be expanded: its marker is still in front. Reports "cPath == nullptr ||
+/// cPathSizeInBytes < sizeof (wchar_t)" (narrow: "char"), "cTmpPath == nullptr" without memory, and "!bRes ||
+/// cBaseDir[0] == L'\0'" (narrow: without L) without the setting, followed by the path itself.
 ORV_EXTERN_C ORV_FUNC void ORVCALL ExpandPathA(char* cPath, unsigned cPathSizeInBytes) noexcept;
 ORV_EXTERN_C ORV_FUNC void ORVCALL ExpandPathW(WCHAR* cPath, unsigned cPathSizeInBytes) noexcept;

@@ -300,7 +300,8 @@ bool GetBytesFrom(HKEY hHive, const CKeyPath& path, const typename Form::Char* v
         if (cbData > cbDest)
             return false;
         cbData = cbDest;
-        if (Form::QueryValue(key.Get(), valueName, &dwType, dest, &cbData) != ERROR_SUCCESS)
+        if (Form::QueryValue(key.Get(), valueName, &dwType, dest, &cbData) != ERROR_SUCCESS ||
+            dwType != REG_BINARY)
             return false;
     }
     cbDest = cbData;
@@ -362,8 +363,7 @@ bool ORVCALL GetLQSettingsRootA(char* rootPath, unsigned cchDest) noexcept
         ORV_REPORT("GetLQSettingsRootA", "rootPath == nullptr || cchDest < 2");
         return false;
     }
-    // A unit takes at most three bytes, which it does where the ANSI code page is UTF-8.
-    char sWhole[3 * g_cchSettingsPath];
+    char sWhole[4 * g_cchSettingsPath]; // no code page has longer characters
     const int nWhole = UnicodeToANSI(s_lqSettingsRoot, sWhole, sizeof sWhole, CP_ACP);
     return UnicodeToANSI(s_lqSettingsRoot, rootPath, cchDest, CP_ACP) == nWhole;
 }

@@ -2,6 +2,7 @@
 // for both.
 #pragma once
 
+#include "core/textformat.h"
 #include "orvcomtypes/stringutils.h"
 
 #include <windows.h>
@@ -13,12 +14,15 @@
 
 constexpr unsigned g_cchSettingsPath = 260;
 
-/// Bounded copy, always terminated; false when the text had to be cut.
+/// Bounded copy, always terminated; false when the text had to be cut. Narrow text is cut between characters.
 template <class Char>
 bool CopyCut(Char* dest, std::size_t cchDest, const Char* src)
 {
     const std::size_t nLength = std::char_traits<Char>::length(src);
-    const std::size_t nCopied = std::min(nLength, cchDest - 1);
+    std::size_t nCopied = std::min(nLength, cchDest - 1);
+    if constexpr (sizeof(Char) == 1)
+        if (nCopied < nLength)
+            nCopied = OCT::WholeCharacters(src, nCopied, CP_ACP);
     std::char_traits<Char>::move(dest, src, nCopied);
     dest[nCopied] = 0;
     return nCopied == nLength;
