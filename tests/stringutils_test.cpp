@@ -327,7 +327,9 @@ TEST(Conversions, RangeThatCutsASequenceIsReported)
     EXPECT_NO_REPORTS(capture);
     EXPECT_EQ(2, UTF8ToANSIEx(sEuro, sEuro + 3, aDest, sizeof aDest, 1252));
     EXPECT_STREQ("a?", aDest);
-    EXPECT_REPORTS(capture, {{"UTF8ToANSIEx", "p > pSrcTo", "", "stringutils"}});
+    UTF8ToANSIEx(sEuro, sEuro + 3, aDest, sizeof aDest, CP_ACP); // may be UTF-8 itself
+    const ExpectedReport cut = {"UTF8ToANSIEx", "p > pSrcTo", "", "stringutils"};
+    EXPECT_REPORTS(capture, {cut, cut});
 }
 
 ORV_CHILD(ConvertByAnsiCodePage)

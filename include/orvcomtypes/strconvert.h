@@ -6,16 +6,17 @@
 ///
 /// Ownership: the text belongs to the object and ends with it or with the next `Set`.
 /// Thread safety: one object belongs to one thread at a time.
-/// Errors: `Set` without memory is reported ("m_p == nullptr" from "CToUTF8::Set" or "CUtf8ToWide::Set",
-/// source `orvstr`), gives null, and leaves an empty text. Units: \p n counts units of the source; 0 means up
-/// to the terminator, which also ends the text before \p n.
+/// Errors: nothing is thrown. Without memory a constructor and `Set` report "m_p == nullptr" (from
+///   "CToUTF8::Set" or "CUtf8ToWide::Set", source `orvstr`) and leave an empty text. A null text is an empty
+///   one; with an \p n it is also reported, by the conversion.
+/// Units: \p n counts units of the source; 0 means all up to the terminator, which also ends it before \p n.
 ///
 ///     puts(CToUTF8(ORVTEXT("r\u00E9sum\u00E9")));
 #pragma once
 
 #include "orvcomtypes/stringutils.h"
 
-/// The ANSI form of a text, at most 999 bytes; uses no heap.
+/// The ANSI form of a text, at most 999 bytes, empty for null; uses no heap.
 class ORV_API CToAnsi
 {
 public:

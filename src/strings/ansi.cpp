@@ -1,10 +1,12 @@
 #include "strings/ansi.h"
 
+#include "core/textformat.h"
 #include "strings/asciirun.h"
 #include "strings/utf8.h"
 
 #include <algorithm>
 #include <atomic>
+#include <type_traits>
 
 namespace OCT
 {
@@ -41,7 +43,7 @@ bool RefusesFlags(int nWritten)
     return nWritten == 0 && GetLastError() == ERROR_INVALID_FLAGS;
 }
 
-int EncodeRun(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, unsigned nCodePage)
+int ConvertRun(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, unsigned nCodePage)
 {
     const auto Encode = [&](DWORD dwFlags) {
         return WideCharToMultiByte(nCodePage, dwFlags, p, static_cast<int>(n), pDest,
@@ -51,7 +53,7 @@ int EncodeRun(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, uns
     return RefusesFlags(nWritten) ? Encode(0) : nWritten;
 }
 
-int DecodeRun(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom, unsigned nCodePage)
+int ConvertRun(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom, unsigned nCodePage)
 {
     const auto Decode = [&](DWORD dwFlags) {
         return MultiByteToWideChar(nCodePage, dwFlags, p, static_cast<int>(n), pDest,
@@ -71,7 +73,8 @@ bool ProbeSingleByte(unsigned nCodePage)
     WCHAR aWide[0x7F] = {};
     for (int i = 0; i < 0x7F; ++i)
         aAscii[i] = static_cast<char>(i + 1);
-    return DecodeRun(aAscii, 0x7F, aWide, 0x7F, nCodePage) == 0x7F && std::equal(aWide, aWide + 0x7F, aAscii);
+    return ConvertRun(aAscii, 0x7F, aWide, 0x7F, nCodePage) == 0x7F &&
+           std::equal(aWide, aWide + 0x7F, aAscii);
 }
 
 // The same, remembered for the ANSI code page and for the last other one that was.
@@ -87,30 +90,23 @@ bool IsSingleByte(unsigned nCodePage)
     return true;
 }
 
-std::size_t ForeignLength(const WCHAR* p, std::size_t n)
+template <class Char>
+std::size_t ForeignLength(const Char* p, std::size_t n)
 {
     std::size_t i = 0;
-    while (i < n && p[i] >= 0x80)
-        ++i;
-    return i;
-}
-
-std::size_t ForeignLength(const char* p, std::size_t n)
-{
-    std::size_t i = 0;
-    while (i < n && p[i] < 0)
+    while (i < n && static_cast<std::make_unsigned_t<Char>>(p[i]) >= 0x80)
         ++i;
     return i;
 }
 
 // The characters of a run that fit, by halving: every success leaves less room for what remains.
-std::size_t EncodeFitting(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, unsigned nCodePage)
+std::size_t ConvertFitting(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, unsigned nCodePage)
 {
     std::size_t iDest = 0;
     std::size_t nTry = std::min(n, nRoom);
     while (nTry)
     {
-        const int nWritten = EncodeRun(p, nTry, pDest + iDest, nRoom - iDest, nCodePage);
+        const int nWritten = ConvertRun(p, nTry, pDest + iDest, nRoom - iDest, nCodePage);
         if (nWritten > 0)
         {
             iDest += static_cast<std::size_t>(nWritten);
@@ -139,13 +135,13 @@ std::size_t WholeCharacters(const char* p, std::size_t n, std::size_t nMax, unsi
 }
 
 // The same the other way: as many bytes as there is room for units always fit.
-std::size_t DecodeFitting(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom, unsigned nCodePage)
+std::size_t ConvertFitting(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom, unsigned nCodePage)
 {
     std::size_t iDest = 0;
     while (n && iDest < nRoom)
     {
         const std::size_t nTry = WholeCharacters(p, n, nRoom - iDest, nCodePage);
-        const int nWritten = DecodeRun(p, nTry, pDest + iDest, nRoom - iDest, nCodePage);
+        const int nWritten = ConvertRun(p, nTry, pDest + iDest, nRoom - iDest, nCodePage);
         if (nWritten <= 0)
             break;
         iDest += static_cast<std::size_t>(nWritten);
@@ -155,40 +151,79 @@ std::size_t DecodeFitting(const char* p, std::size_t n, WCHAR* pDest, std::size_
     return iDest;
 }
 
+// What one call converts of the characters beyond ASCII at \p p.
+std::size_t RunLength(const WCHAR* p, std::size_t n, unsigned)
+{
+    return ForeignLength(p, std::min(n, c_nMaxRun));
+}
+
+std::size_t RunLength(const char* p, std::size_t n, unsigned nCodePage)
+{
+    const std::size_t nRun = ForeignLength(p, std::min(n, c_nMaxRun));
+    return nRun < c_nMaxRun ? nRun : WholeCharacters(p, n, c_nMaxRun, nCodePage);
+}
+
 bool IsOutOfRoom()
 {
     return GetLastError() == ERROR_INSUFFICIENT_BUFFER;
 }
 
-} // namespace
+// How far a conversion has come.
+template <class Src, class Dest>
+struct CProgress
+{
+    const Src* m_pSrc;
+    std::size_t m_nSrc;
+    Dest* m_pDest;
+    std::size_t m_nRoom;
+    std::size_t m_nWritten = 0;
+
+    bool GoesOn() const { return m_nSrc && m_nRoom; }
+    bool IsAtForeign() const { return m_nSrc && *m_pSrc < 0; }
+    void Advance(std::size_t nSrc, std::size_t nWritten)
+    {
+        m_pSrc += nSrc;
+        m_nSrc -= nSrc;
+        m_pDest += nWritten;
+        m_nRoom -= nWritten;
+        m_nWritten += nWritten;
+    }
+    void TakeAscii()
+    {
+        const std::size_t n = CopyAscii(m_pSrc, std::min(m_nSrc, m_nRoom), m_pDest);
+        Advance(n, n);
+    }
+};
 
 // In a code page of single bytes every unit converts to one by itself, so one call for all gives what
 // calls for each run would give.
+template <class Src, class Dest>
+std::size_t ConvertRuns(CProgress<Src, Dest> at, unsigned nCodePage)
+{
+    const std::size_t n = std::min(at.m_nSrc, at.m_nRoom);
+    if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
+        ConvertRun(at.m_pSrc, n, at.m_pDest, n, nCodePage) == static_cast<int>(n))
+        return n;
+    while (at.GoesOn())
+    {
+        at.TakeAscii();
+        const std::size_t nRun = RunLength(at.m_pSrc, at.m_nSrc, nCodePage);
+        if (!nRun || !at.m_nRoom)
+            continue;
+        const int nWritten = ConvertRun(at.m_pSrc, nRun, at.m_pDest, at.m_nRoom, nCodePage);
+        if (nWritten <= 0 && IsOutOfRoom())
+            return at.m_nWritten + ConvertFitting(at.m_pSrc, nRun, at.m_pDest, at.m_nRoom, nCodePage);
+        at.Advance(nRun, static_cast<std::size_t>(nWritten));
+    }
+    return at.m_nWritten;
+}
+
+} // namespace
+
 std::size_t WideToAnsi(const WCHAR* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom,
                        unsigned nCodePage)
 {
-    const std::size_t n = std::min(nSrc, nRoom);
-    if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
-        EncodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
-        return n;
-    std::size_t iDest = 0;
-    while (nSrc && iDest < nRoom)
-    {
-        const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
-        pSrc += nAscii;
-        nSrc -= nAscii;
-        iDest += nAscii;
-        const std::size_t nRun = ForeignLength(pSrc, std::min(nSrc, c_nMaxRun));
-        if (!nRun || iDest == nRoom)
-            continue;
-        const int nWritten = EncodeRun(pSrc, nRun, pDest + iDest, nRoom - iDest, nCodePage);
-        if (nWritten <= 0 && IsOutOfRoom())
-            return iDest + EncodeFitting(pSrc, nRun, pDest + iDest, nRoom - iDest, nCodePage);
-        iDest += static_cast<std::size_t>(nWritten);
-        pSrc += nRun;
-        nSrc -= nRun;
-    }
-    return iDest;
+    return ConvertRuns<WCHAR, char>({pSrc, nSrc, pDest, nRoom}, nCodePage);
 }
 
 std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom,
@@ -196,87 +231,60 @@ std::size_t AnsiToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::si
 {
     if (IsUtf8(nCodePage))
         return Utf8ToWide(pSrc, nSrc, pDest, nRoom);
-    const std::size_t n = std::min(nSrc, nRoom);
-    if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
-        DecodeRun(pSrc, n, pDest, n, nCodePage) == static_cast<int>(n))
-        return n;
-    std::size_t iDest = 0;
-    while (nSrc && iDest < nRoom)
-    {
-        const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
-        pSrc += nAscii;
-        nSrc -= nAscii;
-        iDest += nAscii;
-        std::size_t nRun = ForeignLength(pSrc, std::min(nSrc, c_nMaxRun));
-        if (!nRun || iDest == nRoom)
-            continue;
-        if (nRun == c_nMaxRun)
-            nRun = WholeCharacters(pSrc, nSrc, c_nMaxRun, nCodePage);
-        const int nWritten = DecodeRun(pSrc, nRun, pDest + iDest, nRoom - iDest, nCodePage);
-        if (nWritten <= 0 && IsOutOfRoom())
-            return iDest + DecodeFitting(pSrc, nRun, pDest + iDest, nRoom - iDest, nCodePage);
-        iDest += static_cast<std::size_t>(nWritten);
-        pSrc += nRun;
-        nSrc -= nRun;
-    }
-    return iDest;
+    return ConvertRuns<char, WCHAR>({pSrc, nSrc, pDest, nRoom}, nCodePage);
 }
 
 std::size_t AnsiToUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage)
 {
     if (IsUtf8(nCodePage))
         return CopyUtf8(pSrc, nSrc, pDest, nRoom);
-    std::size_t iDest = 0;
-    while (nSrc && iDest < nRoom)
+    CProgress<char, char> at{pSrc, nSrc, pDest, nRoom};
+    while (at.GoesOn())
     {
-        const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
-        pSrc += nAscii;
-        nSrc -= nAscii;
-        iDest += nAscii;
-        for (; nSrc && *pSrc < 0; ++pSrc, --nSrc)
+        at.TakeAscii();
+        while (at.IsAtForeign())
         {
-            WCHAR c;
-            if (nRoom - iDest < 2 || DecodeRun(pSrc, 1, &c, 1, nCodePage) <= 0 ||
-                Utf8LengthOfUnit(c) > nRoom - iDest)
-                continue;
-            EncodeUnitAsUtf8(c, pDest + iDest);
-            iDest += Utf8LengthOfUnit(c);
+            WCHAR c = 0;
+            const bool bFits = at.m_nRoom >= 2 && ConvertRun(at.m_pSrc, 1, &c, 1, nCodePage) > 0 &&
+                               Utf8LengthOfUnit(c) <= at.m_nRoom;
+            if (bFits)
+                EncodeUnitAsUtf8(c, at.m_pDest);
+            at.Advance(1, bFits ? Utf8LengthOfUnit(c) : 0);
         }
     }
-    return iDest;
+    return at.m_nWritten;
 }
 
 std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage,
                        const char** ppCut)
 {
     if (IsUtf8(nCodePage))
-        return CopyUtf8(pSrc, nSrc, pDest, nRoom);
-    std::size_t iDest = 0;
-    while (nSrc && iDest < nRoom)
     {
-        const std::size_t nAscii = CopyAscii(pSrc, std::min(nSrc, nRoom - iDest), pDest + iDest);
-        pSrc += nAscii;
-        nSrc -= nAscii;
-        iDest += nAscii;
-        while (nSrc && *pSrc < 0 && iDest < nRoom)
+        if (ppCut && nSrc <= nRoom && WholeCharacters(pSrc, nSrc, CP_UTF8) < nSrc)
+            *ppCut = pSrc + nSrc;
+        return CopyUtf8(pSrc, nSrc, pDest, nRoom);
+    }
+    CProgress<char, char> at{pSrc, nSrc, pDest, nRoom};
+    while (at.GoesOn())
+    {
+        at.TakeAscii();
+        while (at.m_nRoom && at.IsAtForeign())
         {
             // Deliberate: the lead byte decides how far to go, also when the sequence is damaged; a character
             // of two units is looked up by its first one, which no code page has.
-            const auto* pSequence = reinterpret_cast<const unsigned char*>(pSrc);
+            const auto* pSequence = reinterpret_cast<const unsigned char*>(at.m_pSrc);
             const std::size_t nLength = Utf8LengthByLead(*pSequence);
-            const std::size_t nThere = std::min(nLength, nSrc);
+            const std::size_t nThere = std::min(nLength, at.m_nSrc);
             unsigned nUsed;
             const char32_t cDecoded = DecodeUtf8(pSequence, nThere, nUsed);
             const WCHAR c = static_cast<WCHAR>(cDecoded > 0xFFFF ? 0xD7C0 + (cDecoded >> 10) : cDecoded);
-            const int nWritten = EncodeRun(&c, 1, pDest + iDest, nRoom - iDest, nCodePage);
-            iDest += static_cast<std::size_t>(std::max(nWritten, 0));
-            pSrc += nThere;
-            nSrc -= nThere;
+            const int nWritten = ConvertRun(&c, 1, at.m_pDest, at.m_nRoom, nCodePage);
+            at.Advance(nThere, static_cast<std::size_t>(std::max(nWritten, 0)));
             if (ppCut && nThere < nLength)
-                *ppCut = pSrc;
+                *ppCut = at.m_pSrc;
         }
     }
-    return iDest;
+    return at.m_nWritten;
 }
 
 } // namespace OCT

@@ -68,139 +68,128 @@ std::size_t CopyBytes(const char* pSrc, std::size_t nSrc, char* pDest, std::size
     return n;
 }
 
+// To or from a code page that must not be UTF-8; if it is, that is reported and the text copied.
+template <class Convert, class... Args>
+int RunUnlessUtf8(const char* sFunction, const char* sCondition, const CConversion<char, char>& conversion,
+                  Convert convert, unsigned nCodePage, Args... args)
+{
+    if (nCodePage != CP_UTF8)
+        return conversion.Run(convert, nCodePage, args...);
+    ORV_REPORT(sFunction, sCondition);
+    return conversion.Run(CopyBytes);
+}
+
+template <class Src, class Dest>
+bool IsUsable(const Src* pSrc, const Dest* pDest, unsigned cchDest)
+{
+    return pSrc != nullptr && pDest != nullptr && cchDest >= 2;
+}
+
+template <class Src, class Dest>
+bool IsUsable(const Src* pSrcFrom, const Src* pSrcTo, const Dest* pDest, unsigned cchDest)
+{
+    return pSrcTo != nullptr && pSrcFrom <= pSrcTo && IsUsable(pSrcFrom, pDest, cchDest);
+}
+
+#define ORV_BAD_TEXT "pSrc == nullptr || pDest == nullptr || "
+#define ORV_BAD_RANGE "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
+
 } // namespace
 
 int ORVCALL UnicodeToANSI(const WCHAR* pSrc, char* pDest, unsigned cchDest, unsigned destCodePage)
 {
-    if (pSrc == nullptr || pDest == nullptr || cchDest < 2 || destCodePage == CP_UTF8)
-        return Refuse("UnicodeToANSI",
-                      "pSrc == nullptr || pDest == nullptr || cchDest < 2 || destCodePage == CP_UTF8", pDest,
-                      cchDest);
+    if (!IsUsable(pSrc, pDest, cchDest) || destCodePage == CP_UTF8)
+        return Refuse("UnicodeToANSI", ORV_BAD_TEXT "cchDest < 2 || destCodePage == CP_UTF8", pDest, cchDest);
     return CConversion(pSrc, pDest, cchDest).Run(OCT::WideToAnsi, destCodePage);
 }
 
 int ORVCALL UnicodeToANSIEx(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest, unsigned cchDest,
                             unsigned destCodePage)
 {
-    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2 ||
-        destCodePage == CP_UTF8)
-        return Refuse(
-            "UnicodeToANSIEx",
-            "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2"
-            " || destCodePage == CP_UTF8",
-            pDest, cchDest);
+    if (!IsUsable(pSrcFrom, pSrcTo, pDest, cchDest) || destCodePage == CP_UTF8)
+        return Refuse("UnicodeToANSIEx", ORV_BAD_RANGE "cchDest < 2 || destCodePage == CP_UTF8", pDest,
+                      cchDest);
     return CConversion(pSrcFrom, pSrcTo, pDest, cchDest).Run(OCT::WideToAnsi, destCodePage);
 }
 
 int ORVCALL ANSIToUnicode(const char* pSrc, WCHAR* pDest, unsigned cchDest, unsigned srcCodePage)
 {
-    if (pSrc == nullptr || pDest == nullptr || cchDest < 2 || srcCodePage == CP_UTF8)
-        return Refuse("ANSIToUnicode",
-                      "pSrc == nullptr || pDest == nullptr || cchDest < 2 || srcCodePage == CP_UTF8", pDest,
-                      cchDest);
+    if (!IsUsable(pSrc, pDest, cchDest) || srcCodePage == CP_UTF8)
+        return Refuse("ANSIToUnicode", ORV_BAD_TEXT "cchDest < 2 || srcCodePage == CP_UTF8", pDest, cchDest);
     return CConversion(pSrc, pDest, cchDest).Run(OCT::AnsiToWide, srcCodePage);
 }
 
 int ORVCALL ANSIToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest, unsigned cchDest,
                             unsigned srcCodePage)
 {
-    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2 ||
-        srcCodePage == CP_UTF8)
-        return Refuse(
-            "ANSIToUnicodeEx",
-            "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2"
-            " || srcCodePage == CP_UTF8",
-            pDest, cchDest);
+    if (!IsUsable(pSrcFrom, pSrcTo, pDest, cchDest) || srcCodePage == CP_UTF8)
+        return Refuse("ANSIToUnicodeEx", ORV_BAD_RANGE "cchDest < 2 || srcCodePage == CP_UTF8", pDest,
+                      cchDest);
     return CConversion(pSrcFrom, pSrcTo, pDest, cchDest).Run(OCT::AnsiToWide, srcCodePage);
 }
 
 int ORVCALL UnicodeToUTF8(const WCHAR* pSrc, char* pDest, unsigned cbDest)
 {
-    if (pSrc == nullptr || pDest == nullptr || cbDest < 2)
-        return Refuse("UnicodeToUTF8", "pSrc == nullptr || pDest == nullptr || cbDest < 2", pDest, cbDest);
+    if (!IsUsable(pSrc, pDest, cbDest))
+        return Refuse("UnicodeToUTF8", ORV_BAD_TEXT "cbDest < 2", pDest, cbDest);
     return CConversion(pSrc, pDest, cbDest).Run(OCT::WideToUtf8);
 }
 
 int ORVCALL UnicodeToUTF8Ex(const WCHAR* pSrcFrom, const WCHAR* pSrcTo, char* pDest, unsigned cbDest)
 {
-    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cbDest < 2)
-        return Refuse(
-            "UnicodeToUTF8Ex",
-            "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cbDest < 2",
-            pDest, cbDest);
+    if (!IsUsable(pSrcFrom, pSrcTo, pDest, cbDest))
+        return Refuse("UnicodeToUTF8Ex", ORV_BAD_RANGE "cbDest < 2", pDest, cbDest);
     return CConversion(pSrcFrom, pSrcTo, pDest, cbDest).Run(OCT::WideToUtf8);
 }
 
 int ORVCALL UTF8ToUnicode(const char* pSrc, WCHAR* pDest, unsigned cchDest)
 {
-    if (pSrc == nullptr || pDest == nullptr || cchDest < 2)
-        return Refuse("UTF8ToUnicode", "pSrc == nullptr || pDest == nullptr || cchDest < 2", pDest, cchDest);
+    if (!IsUsable(pSrc, pDest, cchDest))
+        return Refuse("UTF8ToUnicode", ORV_BAD_TEXT "cchDest < 2", pDest, cchDest);
     return CConversion(pSrc, pDest, cchDest).Run(OCT::Utf8ToWide);
 }
 
 int ORVCALL UTF8ToUnicodeEx(const char* pSrcFrom, const char* pSrcTo, WCHAR* pDest, unsigned cchDest)
 {
-    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2)
-        return Refuse("UTF8ToUnicodeEx",
-                      "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
-                      "cchDest < 2",
-                      pDest, cchDest);
+    if (!IsUsable(pSrcFrom, pSrcTo, pDest, cchDest))
+        return Refuse("UTF8ToUnicodeEx", ORV_BAD_RANGE "cchDest < 2", pDest, cchDest);
     return CConversion(pSrcFrom, pSrcTo, pDest, cchDest).Run(OCT::Utf8ToWide);
 }
 
 int ORVCALL ANSIToUTF8(const char* pSrc, char* pDest, unsigned cbDest, unsigned srcCodePage)
 {
-    if (pSrc == nullptr || pDest == nullptr || cbDest < 2)
-        return Refuse("ANSIToUTF8", "pSrc == nullptr || pDest == nullptr || cbDest < 2", pDest, cbDest);
-    const CConversion conversion(pSrc, pDest, cbDest);
-    if (srcCodePage != CP_UTF8)
-        return conversion.Run(OCT::AnsiToUtf8, srcCodePage);
-    ORV_REPORT("ANSIToUTF8", "srcCodePage == CP_UTF8");
-    return conversion.Run(CopyBytes);
+    if (!IsUsable(pSrc, pDest, cbDest))
+        return Refuse("ANSIToUTF8", ORV_BAD_TEXT "cbDest < 2", pDest, cbDest);
+    return RunUnlessUtf8("ANSIToUTF8", "srcCodePage == CP_UTF8", CConversion(pSrc, pDest, cbDest),
+                         OCT::AnsiToUtf8, srcCodePage);
 }
 
 int ORVCALL ANSIToUTF8Ex(const char* pSrcFrom, const char* pSrcTo, char* pDest, unsigned cchDest,
                          unsigned srcCodePage)
 {
-    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2)
-        return Refuse("ANSIToUTF8Ex",
-                      "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
-                      "cchDest < 2",
-                      pDest, cchDest);
-    const CConversion conversion(pSrcFrom, pSrcTo, pDest, cchDest);
-    if (srcCodePage != CP_UTF8)
-        return conversion.Run(OCT::AnsiToUtf8, srcCodePage);
-    ORV_REPORT("ANSIToUTF8Ex", "srcCodePage == CP_UTF8");
-    return conversion.Run(CopyBytes);
+    if (!IsUsable(pSrcFrom, pSrcTo, pDest, cchDest))
+        return Refuse("ANSIToUTF8Ex", ORV_BAD_RANGE "cchDest < 2", pDest, cchDest);
+    return RunUnlessUtf8("ANSIToUTF8Ex", "srcCodePage == CP_UTF8",
+                         CConversion(pSrcFrom, pSrcTo, pDest, cchDest), OCT::AnsiToUtf8, srcCodePage);
 }
 
 int ORVCALL UTF8ToANSI(const char* pSrc, char* pDest, unsigned cchDest, unsigned destCodePage)
 {
-    if (pSrc == nullptr || pDest == nullptr || cchDest < 2)
-        return Refuse("UTF8ToANSI", "pSrc == nullptr || pDest == nullptr || cchDest < 2", pDest, cchDest);
-    const CConversion conversion(pSrc, pDest, cchDest);
-    if (destCodePage != CP_UTF8)
-        return conversion.Run(OCT::Utf8ToAnsi, destCodePage, nullptr);
-    ORV_REPORT("UTF8ToANSI", "destCodePage == CP_UTF8");
-    return conversion.Run(CopyBytes);
+    if (!IsUsable(pSrc, pDest, cchDest))
+        return Refuse("UTF8ToANSI", ORV_BAD_TEXT "cchDest < 2", pDest, cchDest);
+    return RunUnlessUtf8("UTF8ToANSI", "destCodePage == CP_UTF8", CConversion(pSrc, pDest, cchDest),
+                         OCT::Utf8ToAnsi, destCodePage, nullptr);
 }
 
 int ORVCALL UTF8ToANSIEx(const char* pSrcFrom, const char* pSrcTo, char* pDest, unsigned cchDest,
                          unsigned destCodePage)
 {
-    if (pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || cchDest < 2)
-        return Refuse("UTF8ToANSIEx",
-                      "pSrcFrom == nullptr || pSrcTo == nullptr || pSrcFrom > pSrcTo || pDest == nullptr || "
-                      "cchDest < 2",
-                      pDest, cchDest);
-    const CConversion conversion(pSrcFrom, pSrcTo, pDest, cchDest);
-    if (destCodePage == CP_UTF8)
-    {
-        ORV_REPORT("UTF8ToANSIEx", "destCodePage == CP_UTF8");
-        return conversion.Run(CopyBytes);
-    }
+    if (!IsUsable(pSrcFrom, pSrcTo, pDest, cchDest))
+        return Refuse("UTF8ToANSIEx", ORV_BAD_RANGE "cchDest < 2", pDest, cchDest);
     const char* p = nullptr;
-    const int n = conversion.Run(OCT::Utf8ToAnsi, destCodePage, &p);
+    const int n =
+        RunUnlessUtf8("UTF8ToANSIEx", "destCodePage == CP_UTF8",
+                      CConversion(pSrcFrom, pSrcTo, pDest, cchDest), OCT::Utf8ToAnsi, destCodePage, &p);
     if (p == pSrcTo)
         ORV_REPORT("UTF8ToANSIEx", "p > pSrcTo");
     return n;

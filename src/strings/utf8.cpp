@@ -330,7 +330,8 @@ char32_t DecodeUtf8(const unsigned char* p, std::size_t n, unsigned& nUsed)
 std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::size_t nRoom)
 {
     std::size_t iDest = 0;
-    if (nSrc <= CShortText::c_nBytes && nSrc <= nRoom && static_cast<unsigned char>(*pSrc) < 0xE0)
+    // Of no bytes none is looked at: one less is no short text.
+    if (nSrc - 1 < CShortText::c_nBytes && nSrc <= nRoom && static_cast<unsigned char>(*pSrc) < 0xE0)
     {
         CShortText text(pSrc, nSrc);
         const std::size_t nUnits = DecodeShort(text, nSrc);
