@@ -6,14 +6,11 @@
 /// allocation and a probe of an unchained value is one memory access. Thresholds are far apart (0.25 and 1.5
 /// values per bucket): the table grows by itself, and becomes smaller only on request.
 ///
-/// Ownership: the map owns its storage; values are copied.
-/// Thread safety: none; callers serialise access.
-/// Errors: 0 is the empty marker: adding it is reported ("newItem == TItem(0)") and refused. Reported are
-/// also `EnableRehash` without `DisableRehash` ("m_RehashLockCnt > 0"), going on from a value that is not
-/// stored ("pNode->data != TItem(0)"; the result is 0), a value that a callback of `RemoveAllCallback` set
-/// to 0 ("data != TItem(0)"), making a table twice ("m_pStorage == nullptr"), and values that were lost when
-/// a table was made anew ("m_nSize == pNew->m_nSize"). Without memory `CLQMemoryExcept` is thrown and the
-/// values stay.
+/// Ownership: the map owns its storage; values are copied. Nothing is shared: the end of the library does not
+///   touch a map.
+/// Thread safety: none; callers serialise access. Look-ups change nothing, so they may overlap each other.
+/// Errors: reports (source `orvhashmap`) stand at the members. What makes or grows a table throws
+///   `CLQMemoryExcept` without memory, and the values stay. Other members need none.
 /// Units: counts are values.
 ///
 ///     OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> ids(1000);
@@ -66,7 +63,9 @@ public:
     unsigned GetCount() const noexcept { return m_pStorage ? m_pStorage->GetSize() : 0; }
     bool IsEmpty() const noexcept { return GetCount() == 0; }
 
-    /// Adds a value. Returns 0 when it was added, or the equal value that is there already.
+    /// Adds a value. Returns 0 when it was added, or the equal value that is there already. Reports "newItem
+    /// == TItem(0)" and refuses the empty marker with 0. When memory is missing only for a larger table, the
+    /// value is in the map although this throws.
     TItem SetItem(TItem newItem)
     {
         if (newItem == TItem(0)) [[unlikely]]
@@ -108,12 +107,15 @@ public:
         return found;
     }
     void RemoveAll() { RemoveAllCallback(nullptr, nullptr); }
-    /// Calls \p pCallback, which may be null, for every value first.
+    /// Calls \p pCallback, which may be null, for every value first. It must not change the map; what it
+    /// throws passes through, and nothing is removed. Reports "data != TItem(0)" for a value that it has set
+    /// to 0, and goes on.
     void RemoveAllCallback(void (*pCallback)(TItem&, void*), void* pContext);
 
     /// The value after \p prev, the first one after 0; 0 at the end: bucket by bucket, within a bucket the
     /// first value, then the newest to the oldest. Each call looks \p prev up; ForEach is many times faster.
-    /// Values must not come or go meanwhile.
+    /// Values must not come or go meanwhile. Reports "pNode->data != TItem(0)" when \p prev is not stored,
+    /// and gives 0.
     TItem GetNextItem(TItem prev) const noexcept
     {
         return m_pStorage ? m_pStorage->GetNextItem(prev) : TItem(0);
@@ -145,19 +147,22 @@ public:
             Rehash(n, false);
     }
     /// Makes the table anew for \p n values (0: the count it was made for), or for all it holds when they are
-    /// more; without \p bForce only when that count is outside the thresholds of the table.
+    /// more; without \p bForce only when that count is outside the thresholds of the table. Reports "m_nSize
+    /// == pNew->m_nSize" when values were lost on the way.
     void Rehash(unsigned n, bool bForce);
 
-    /// Between the two, which nest, the table is not made anew when values come or go: for many at once.
+    /// Until as many calls of `EnableRehash`, the table is not made anew when values come or go: for many at once.
     void DisableRehash() noexcept { ++m_RehashLockCnt; }
+    /// Reports "m_RehashLockCnt > 0" without a call before; the count then goes below 0, deliberately.
     void EnableRehash() noexcept
     {
         if (m_RehashLockCnt == 0) [[unlikely]]
             ORV_REPORT("CPrtvHashMap::EnableRehash", "m_RehashLockCnt > 0");
-        --m_RehashLockCnt; // also at 0: deliberate
+        --m_RehashLockCnt;
     }
 
 protected:
+    /// Reports "m_pStorage == nullptr" when there is a table; its values go.
     void InitHashTable(unsigned nCount)
     {
         if (m_pStorage) [[unlikely]]

@@ -236,15 +236,6 @@ private:
 
     static void AddNodes(Ptr& pStorage);
 
-    /// The low 32 bits.
-    static unsigned ReportValue(TItem item) noexcept
-    {
-        if constexpr (std::is_pointer_v<TItem>)
-            return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(item));
-        else
-            return static_cast<unsigned>(item);
-    }
-
     /// Buckets, then spare nodes.
     static unsigned SlotCount(unsigned nBuckets) noexcept
     {
@@ -320,8 +311,7 @@ TItem CHashMapStorage<TItem, TKey, TCompare>::GetNextItem(TItem prev) const noex
             pNode = pNode->Next();
         if (pNode == nullptr) [[unlikely]]
         {
-            ORV_REPORT_FROM("orvhashmap", "CHashMapStorage::GetNextItem", "pNode->data != TItem(0)",
-                            ReportValue(prev));
+            ORV_REPORT_FROM("orvhashmap", "CHashMapStorage::GetNextItem", "pNode->data != TItem(0)", 0);
             return TItem(0);
         }
         if (const CNode* const pNext = pNode->Next())
