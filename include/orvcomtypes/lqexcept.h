@@ -11,9 +11,10 @@
 /// the log then says which one it was.
 ///
 /// Ownership: exceptions are values, thrown by value and caught by reference; copies copy messages and file.
-/// Thread safety: register the exception logger once at start-up; everything else is reentrant.
-/// Errors: source `lqexcept`; "e == nullptr" from "ExceptFormatToLog". Formatting never throws for what is
-///   missing. Without memory for its message an exception is made without one.
+/// Lifetime: usable in static constructors and destructors too, and after `UninitOrvComTypes`.
+/// Thread safety: all functions from any thread; one exception belongs to one thread at a time.
+/// Errors: formatting never throws for what is missing, but `CLQMemoryExcept` without memory. An exception is
+///   then made without its message.
 ///
 ///     try
 ///     {
@@ -65,11 +66,11 @@ public:
     CLQExcept& operator=(CLQExcept&&) = default;
     virtual ~CLQExcept();
 
-    /// `lqeUndefined`; each class of the family names its own.
+    /// `lqeCustom`; each other class of the family names its own.
     virtual LQExcCategory GetCategory() const;
     /// The code that was given to the constructor.
     virtual LONG GetErrorCode() const;
-    /// The messages in the language of \p hModule; null for the current language.
+    /// The messages in the language of \p hModule; null for the current language. Empty without a message.
     virtual COrvStr Format(HINSTANCE hModule) const;
     /// The line for the log that `ExceptFormatToLog` makes.
     virtual COrvStr FormatToLog() const;
@@ -165,8 +166,9 @@ struct LQComErrorData
 ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, bool bRestore);
 
 /// What an error object says about \p hr: the descriptions of its records, each once and joined by " - ", or
-/// its own; SQL state and native code are those of the last record that has them. Throws `CLQMemoryExcept`
-/// without memory.
+/// its own; SQL state and native code are those of the last record that has them. A call that fails ends the
+/// walk with what there is until then. Without a description, and for null, "There is no additional COM error
+/// info". Throws `CLQMemoryExcept` without memory, and what the object throws.
 ORV_API LQComErrorData ORVCALL GetComErrorString(LONG hr, IUnknown* pErrorObject);
 
 /// The id of a generic message for a category; 0 when there is none. Variant 1 of an invalid argument or
@@ -175,14 +177,15 @@ ORV_EXTERN_C ORV_FUNC unsigned ORVCALL GetErrorMessResId(LQExcCategory category,
 
 ORV_VALUES_BEGIN
 
-/// One line for the log: category, place, parameters of the messages and their text.
+/// For the log: category, place, parameters of the messages and their text, cut at 3,999 units. Reports "e ==
+/// nullptr" (source `lqexcept`) and gives an empty text.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ExceptFormatToLog(const CLQExcept* e);
 
-/// Writes the exception to the process logger as one that is about to be thrown; nothing when errors are not
-/// logged.
+/// Writes the exception, null for an unknown one, to the process logger as one that is about to be thrown;
+/// nothing when errors are not logged.
 ORV_EXTERN_C ORV_FUNC void ORVCALL LogLQExcept(const CLQExcept* e);
 
-/// One line for the log; empty for null.
+/// One line for the log, cut at 4,000 units; empty for null.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL ComErrorDataToLogString(const LQComErrorData* pError);
 
 /// The system's text of an error code without the line end; empty for 0 and for codes that have no text.
@@ -194,5 +197,6 @@ ORV_VALUES_END
 /// it at once. What it throws ends there, and exceptions that are thrown inside of it are not announced.
 using LQExceptionLogger = void(ORVCALL*)(const void* pAddress, const char* sText);
 
-/// Sets the one exception logger of the process, null for none; returns \p fnLogger.
+/// Sets the one exception logger of the process, null for none; returns \p fnLogger. Meant for start-up: a
+/// thread that throws meanwhile may still call the former one.
 ORV_EXTERN_C ORV_FUNC LQExceptionLogger ORVCALL RegisterExceptionLogger(LQExceptionLogger fnLogger) noexcept;

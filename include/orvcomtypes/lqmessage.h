@@ -6,11 +6,12 @@
 /// first one on.
 ///
 /// Ownership: messages and lists are values; copying copies everything.
-/// Thread safety: none; a message must not be changed while another thread formats it.
-/// Errors: source `lqmessage`; the getters report the wrong type (as "param.paramType == msty_String") and
-///   return the slot as it is; "sFormat.IsEmpty()" with the id when a resource is missing; a parameter that
-///   has no text form without a condition text. An index outside a list, or of a parameter, throws
-///   `CLQInvalidargExcept`, missing memory `CLQMemoryExcept`.
+/// Lifetime: usable in static constructors and destructors too. After `UninitOrvComTypes` there is no
+///   language until one is chosen anew: texts are then those of missing resources.
+/// Thread safety: several threads may read and format a message; it must not be changed meanwhile.
+/// Errors: reports (source `lqmessage`) stand at the members. An index outside a list, or of a parameter that
+///   there is not, throws `CLQInvalidargExcept`. Missing memory throws `CLQMemoryExcept`; what was added to
+///   is then as before, or empty when its array would have had to grow.
 ///
 ///     CLQMessage message(26100, 0);
 ///     message.AddParam(ORVTEXT("orders"));
@@ -73,23 +74,38 @@ public:
     void AddParam(double dValue);
     /// \p type is one of the three time types.
     void AddParam(const COrvTime& time, LQMessageParamType type);
-    /// Appends a string resource, whose text is looked up when the message is shown.
+    /// Appends a string resource, whose text is looked up when the message is shown; 0 is an empty text.
     void AddResIdParam(unsigned uResId);
 
-    /// The parameters; the getter of another type than the parameter has is reported.
+    /// The parameters: how many there are, and the type of one.
     unsigned GetParamCount() const noexcept;
     LQMessageParamType GetParamType(unsigned uIndex) const;
+
+    // Of a parameter of another type a getter reports what it wanted, and gives what stands in its slot: an
+    // empty text, 0, or the null time.
+
+    /// Reports "param.paramType == msty_String".
     COrvStr GetStrParam(unsigned uIndex) const;
+    /// Reports "param.paramType == msty_Long".
     LONG GetLngParam(unsigned uIndex) const;
+    /// Reports "param.paramType == msty_Double".
     double GetDblParam(unsigned uIndex) const;
+    /// Reports "param.paramType == msty_FullTime || param.paramType == msty_OnlyDate || param.paramType ==
+    /// msty_OnlyTime".
     COrvTime GetTimeParam(unsigned uIndex) const;
 
-    /// The text in the language of \p hModule; null for the current language. Numbers are in the manner of
-    /// the user's locale, or plain digits where there is no memory for that.
+    /// The text in the language of \p hModule; null for the current language. For an id of 0 a text that says
+    /// so. Reports "sFormat.IsEmpty()" with the id when the resource is missing, and gives the generic text
+    /// for that with the id behind it, or "Internal error, invalid resource parameters. " and the id.
     COrvStr Format(HINSTANCE hModule) const;
     COrvStr Format(std::nullptr_t) const { return Format(HINSTANCE()); }
     /// The parameters put into \p sFormat, or listed one by one when it is ListParams(). The first ten can be
-    /// referenced; those beyond are empty. A null format is an empty one.
+    /// referenced; those beyond are empty. A null format is an empty one. Integers are in the manner of the
+    /// user's locale and cut at its first "." or ",", deliberately also where that groups the digits; they
+    /// are plain digits where there is no memory for that. Reports, without a condition, a number with
+    /// decimals or a time, and leaves it empty: those are for callers that read them. A format that the
+    /// system refuses, and a text beyond 999 units, gives "Internal error, invalid resource parameters.  ",
+    /// and in parentheses the system's error and the format.
     COrvStr Format(const WCHAR* sFormat) const;
     /// Given to `Format` as a format: all parameters one by one, for logs.
     static const WCHAR* ListParams() noexcept { return reinterpret_cast<const WCHAR*>(1); }
@@ -138,10 +154,11 @@ public:
     unsigned GetCount() const noexcept;
     bool IsEmpty() const noexcept { return GetCount() == 0; }
 
-    /// The texts of all messages, a line each.
+    /// The texts of all messages with line breaks between them; empty for none.
     COrvStr Format(HINSTANCE hModule) const;
 
-    /// Appends code and text of each message. Inline, so that the vector stays in the caller's module.
+    /// Appends code and text of each message, in the current language; the vector may throw `std::bad_alloc`.
+    /// Inline, so that the vector stays in the caller's module.
     void Serialize(std::vector<CodeMessage>& messages) const
     {
         for (unsigned i = 0; i < GetCount(); ++i)

@@ -151,7 +151,8 @@ public:
     /// == pNew->m_nSize" when values were lost on the way.
     void Rehash(unsigned n, bool bForce);
 
-    /// Until as many calls of `EnableRehash`, the table is not made anew when values come or go: for many at once.
+    /// Until as many calls of `EnableRehash`, the table is not made anew when values come or go: for many at
+    /// once.
     void DisableRehash() noexcept { ++m_RehashLockCnt; }
     /// Reports "m_RehashLockCnt > 0" without a call before; the count then goes below 0, deliberately.
     void EnableRehash() noexcept
