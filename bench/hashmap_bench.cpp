@@ -117,12 +117,15 @@ void Insert(benchmark::State& state)
 }
 
 template <class Set>
-void LookUp(benchmark::State& state, const Set& set, const std::vector<unsigned>& ids)
+void LookUp(benchmark::State& state, std::vector<unsigned> CIds::*pLookedUp)
 {
+    const CIds& ids = Ids(state);
+    Set set;
+    Fill(set, ids.m_present);
     for ([[maybe_unused]] auto _ : state)
     {
         unsigned nFound = 0;
-        for (const unsigned id : ids)
+        for (const unsigned id : ids.*pLookedUp)
             nFound += set.Contains(id) ? 1 : 0;
         benchmark::DoNotOptimize(nFound);
     }
@@ -132,19 +135,13 @@ void LookUp(benchmark::State& state, const Set& set, const std::vector<unsigned>
 template <class Set>
 void Hit(benchmark::State& state)
 {
-    const CIds& ids = Ids(state);
-    Set set;
-    Fill(set, ids.m_present);
-    LookUp(state, set, ids.m_shuffled);
+    LookUp<Set>(state, &CIds::m_shuffled);
 }
 
 template <class Set>
 void Miss(benchmark::State& state)
 {
-    const CIds& ids = Ids(state);
-    Set set;
-    Fill(set, ids.m_present);
-    LookUp(state, set, ids.m_absent);
+    LookUp<Set>(state, &CIds::m_absent);
 }
 
 template <class Set>

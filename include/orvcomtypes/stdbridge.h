@@ -367,6 +367,11 @@ struct CTextFormatter : Base
     }
 };
 
+/// Those that are no range: the libraries have a formatter for each range too, and would not know which.
+template <class Value>
+concept SingleValue =
+    std::same_as<Value, COrvStr> || std::same_as<Value, COrvTime> || std::same_as<Value, COrvTimeDiff>;
+
 } // namespace Detail
 
 } // namespace OCT
@@ -402,16 +407,8 @@ using CStdFormatter =
 
 } // namespace OCT::Detail
 
-template <OCT::TextUnit Unit>
-struct std::formatter<COrvStr, Unit> : OCT::Detail::CStdFormatter<Unit>
-{
-};
-template <OCT::TextUnit Unit>
-struct std::formatter<COrvTime, Unit> : OCT::Detail::CStdFormatter<Unit>
-{
-};
-template <OCT::TextUnit Unit>
-struct std::formatter<COrvTimeDiff, Unit> : OCT::Detail::CStdFormatter<Unit>
+template <OCT::Detail::SingleValue Value, OCT::TextUnit Unit>
+struct std::formatter<Value, Unit> : OCT::Detail::CStdFormatter<Unit>
 {
 };
 template <OCT::TextUnit Unit>
@@ -430,16 +427,8 @@ using CFmtFormatter =
 
 } // namespace OCT::Detail
 
-template <OCT::TextUnit Unit>
-struct fmt::formatter<COrvStr, Unit> : OCT::Detail::CFmtFormatter<Unit>
-{
-};
-template <OCT::TextUnit Unit>
-struct fmt::formatter<COrvTime, Unit> : OCT::Detail::CFmtFormatter<Unit>
-{
-};
-template <OCT::TextUnit Unit>
-struct fmt::formatter<COrvTimeDiff, Unit> : OCT::Detail::CFmtFormatter<Unit>
+template <OCT::Detail::SingleValue Value, OCT::TextUnit Unit>
+struct fmt::formatter<Value, Unit> : OCT::Detail::CFmtFormatter<Unit>
 {
 };
 // Complete ones, which are unambiguous beside fmt/ranges.h.

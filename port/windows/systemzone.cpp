@@ -24,22 +24,25 @@ bool ToSeconds(const SYSTEMTIME& st, LONGLONG& nSeconds) noexcept
     return true;
 }
 
+/// Converts by the system's zone and returns how much later the result is, times \p iSign.
+template <class Convert>
+LONG OffsetBy(Convert convert, LONGLONG nFrom, int iSign) noexcept
+{
+    SYSTEMTIME st;
+    LONGLONG nTo;
+    if (!ToFields(nFrom, st) || !convert(nullptr, &st, &st) || !ToSeconds(st, nTo))
+        return PORT_NO_OFFSET;
+    return static_cast<LONG>(nTo - nFrom) * iSign;
+}
+
 } // namespace
 
 LONG PortZoneOffset(LONGLONG nUtc) noexcept
 {
-    SYSTEMTIME st;
-    LONGLONG nLocal;
-    if (!ToFields(nUtc, st) || !SystemTimeToTzSpecificLocalTime(nullptr, &st, &st) || !ToSeconds(st, nLocal))
-        return PORT_NO_OFFSET;
-    return static_cast<LONG>(nLocal - nUtc);
+    return OffsetBy(SystemTimeToTzSpecificLocalTime, nUtc, 1);
 }
 
 LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
 {
-    SYSTEMTIME st;
-    LONGLONG nUtc;
-    if (!ToFields(nLocal, st) || !TzSpecificLocalTimeToSystemTime(nullptr, &st, &st) || !ToSeconds(st, nUtc))
-        return PORT_NO_OFFSET;
-    return static_cast<LONG>(nLocal - nUtc);
+    return OffsetBy(TzSpecificLocalTimeToSystemTime, nLocal, -1);
 }

@@ -76,9 +76,27 @@ Array* CopyOf(const Array* pArray)
     return copy.release();
 }
 
+/// A parameter with its type, and without a value, at the end of a message's.
+CLQMessageParam& NewParam(CLQMessageParams*& pParams, LQMessageParamType type)
+{
+    CLQMessageParam& param = Existing(pParams).AddR();
+    param.paramType = type;
+    return param;
+}
+
 const CLQMessageParam& ParamOf(const CLQMessageParams* pParams, unsigned uIndex)
 {
     return pParams != nullptr ? pParams->Item(uIndex) : CLQMessageParams().Item(uIndex);
+}
+
+/// The same; another type is reported.
+const CLQMessageParam& ParamOf(const CLQMessageParams* pParams, unsigned uIndex, LQMessageParamType type,
+                               const char* sFunction, const char* sCondition)
+{
+    const CLQMessageParam& param = ParamOf(pParams, uIndex);
+    if (param.paramType != type)
+        ORV_REPORT(sFunction, sCondition);
+    return param;
 }
 
 /// A whole number in the manner of the user's locale, cut at the first "." or ",": that drops the digits of
@@ -198,37 +216,27 @@ void CLQMessage::AddParam(const COrvStr& sText)
 {
     COrvStr sOwn(sText);
     OCT::Whole(sOwn);
-    CLQMessageParam& param = Existing(m_pParams).AddR();
-    param.paramType = msty_String;
-    param.m_sValue = std::move(sOwn);
+    NewParam(m_pParams, msty_String).m_sValue = std::move(sOwn);
 }
 
 void CLQMessage::AddParam(LONG iValue)
 {
-    CLQMessageParam& param = Existing(m_pParams).AddR();
-    param.paramType = msty_Long;
-    param.m_iValue = iValue;
+    NewParam(m_pParams, msty_Long).m_iValue = iValue;
 }
 
 void CLQMessage::AddParam(double dValue)
 {
-    CLQMessageParam& param = Existing(m_pParams).AddR();
-    param.paramType = msty_Double;
-    param.m_dValue = dValue;
+    NewParam(m_pParams, msty_Double).m_dValue = dValue;
 }
 
 void CLQMessage::AddParam(const COrvTime& time, LQMessageParamType type)
 {
-    CLQMessageParam& param = Existing(m_pParams).AddR();
-    param.paramType = type;
-    param.m_time = time;
+    NewParam(m_pParams, type).m_time = time;
 }
 
 void CLQMessage::AddResIdParam(unsigned uResId)
 {
-    CLQMessageParam& param = Existing(m_pParams).AddR();
-    param.paramType = msty_ResId;
-    param.m_uResId = uResId;
+    NewParam(m_pParams, msty_ResId).m_uResId = uResId;
 }
 
 unsigned CLQMessage::GetParamCount() const noexcept
@@ -243,26 +251,22 @@ LQMessageParamType CLQMessage::GetParamType(unsigned uIndex) const
 
 COrvStr CLQMessage::GetStrParam(unsigned uIndex) const
 {
-    const CLQMessageParam& param = ParamOf(m_pParams, uIndex);
-    if (param.paramType != msty_String)
-        ORV_REPORT("CLQMessage::GetStrParam", "param.paramType == msty_String");
-    return param.m_sValue;
+    return ParamOf(m_pParams, uIndex, msty_String, "CLQMessage::GetStrParam",
+                   "param.paramType == msty_String")
+        .m_sValue;
 }
 
 LONG CLQMessage::GetLngParam(unsigned uIndex) const
 {
-    const CLQMessageParam& param = ParamOf(m_pParams, uIndex);
-    if (param.paramType != msty_Long)
-        ORV_REPORT("CLQMessage::GetLngParam", "param.paramType == msty_Long");
-    return param.m_iValue;
+    return ParamOf(m_pParams, uIndex, msty_Long, "CLQMessage::GetLngParam", "param.paramType == msty_Long")
+        .m_iValue;
 }
 
 double CLQMessage::GetDblParam(unsigned uIndex) const
 {
-    const CLQMessageParam& param = ParamOf(m_pParams, uIndex);
-    if (param.paramType != msty_Double)
-        ORV_REPORT("CLQMessage::GetDblParam", "param.paramType == msty_Double");
-    return param.m_dValue;
+    return ParamOf(m_pParams, uIndex, msty_Double, "CLQMessage::GetDblParam",
+                   "param.paramType == msty_Double")
+        .m_dValue;
 }
 
 COrvTime CLQMessage::GetTimeParam(unsigned uIndex) const

@@ -1,7 +1,9 @@
 #include "strings/utf8threes.h"
 
 #include "strings/asciirun.h"
-#include "strings/utf8.h"
+#include "strings/utf8threeunits.h"
+
+#include <cstdint>
 
 namespace OCT
 {
@@ -11,11 +13,6 @@ namespace
 __m128i Set32(std::uint32_t n)
 {
     return _mm_set1_epi32(static_cast<int>(n));
-}
-
-__m128i Set16(unsigned n)
-{
-    return _mm_set1_epi16(static_cast<short>(n));
 }
 
 // Decodes four sequences of three bytes if there are such, reading 13 bytes.
@@ -50,19 +47,12 @@ std::size_t Decode(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom
 // Encodes eight units if all take three bytes.
 bool EncodeEight(const WCHAR* p, char* pDest)
 {
-    __m128i v = Load16(p);
-    const __m128i high = _mm_and_si128(v, Set16(0xF800));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())))
+    CEightSequences eight;
+    if (!eight.Make(Load16(p)))
         return false;
-    const __m128i isSurrogate = _mm_cmpeq_epi16(high, Set16(0xD800));
-    v = _mm_or_si128(_mm_and_si128(isSurrogate, Set16(static_cast<unsigned>(c_cReplacement))),
-                     _mm_andnot_si128(isSurrogate, v));
-    const __m128i firstTwo = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(v, 12), Set16(0x80E0)),
-                                          _mm_and_si128(_mm_slli_epi16(v, 2), Set16(0x3F00)));
-    const __m128i last = _mm_or_si128(_mm_and_si128(v, Set16(0x3F)), Set16(0x80));
     std::uint32_t aSequences[8];
-    Store16(aSequences, _mm_unpacklo_epi16(firstTwo, last));
-    Store16(aSequences + 4, _mm_unpackhi_epi16(firstTwo, last));
+    Store16(aSequences, _mm_unpacklo_epi16(eight.m_firstTwo, eight.m_last));
+    Store16(aSequences + 4, _mm_unpackhi_epi16(eight.m_firstTwo, eight.m_last));
     for (unsigned i = 0; i < 7; ++i)
         std::memcpy(pDest + 3 * i, aSequences + i, 4);
     std::memcpy(pDest + 21, aSequences + 7, 3);

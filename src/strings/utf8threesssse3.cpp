@@ -1,7 +1,8 @@
-// Compiled for SSSE3, so nothing of other headers' inline functions is used here: the linker could take them
-// from this file for all others. SSSE3 has the instruction that SSE2 lacks; AVX2 has it for registers of 32
-// bytes, for which gcc does not align the stack on 64-bit Windows.
+// Compiled for SSSE3, so nothing of other headers' inline functions is used here, but those that are internal
+// to each file: the linker could take others from this file for all. SSSE3 has the instruction that SSE2
+// lacks; AVX2 has it for registers of 32 bytes, for which gcc does not align the stack on 64-bit Windows.
 #include "strings/utf8threes.h"
+#include "strings/utf8threeunits.h"
 
 #include <tmmintrin.h>
 
@@ -9,11 +10,6 @@ namespace OCT
 {
 namespace
 {
-
-__m128i Set16(unsigned n)
-{
-    return _mm_set1_epi16(static_cast<short>(n));
-}
 
 __m128i Load(const void* p)
 {
@@ -82,21 +78,15 @@ std::size_t Decode(const char* p, std::size_t n, WCHAR* pDest, std::size_t nRoom
 // Encodes eight units if all take three bytes.
 bool EncodeEight(const WCHAR* p, char* pDest)
 {
-    __m128i v = Load(p);
-    const __m128i high = _mm_and_si128(v, Set16(0xF800));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())))
+    CEightSequences eight;
+    if (!eight.Make(Load(p)))
         return false;
-    const __m128i isSurrogate = _mm_cmpeq_epi16(high, Set16(0xD800));
-    v = _mm_or_si128(_mm_and_si128(isSurrogate, Set16(0xFFFD)), _mm_andnot_si128(isSurrogate, v));
-    const __m128i firstTwo = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(v, 12), Set16(0x80E0)),
-                                          _mm_and_si128(_mm_slli_epi16(v, 2), Set16(0x3F00)));
-    const __m128i last = _mm_or_si128(_mm_and_si128(v, Set16(0x3F)), Set16(0x80));
     // Twelve bytes at the upper end of a register, and twelve at the lower end of another one.
     const __m128i lower =
-        _mm_shuffle_epi8(_mm_unpacklo_epi16(firstTwo, last),
+        _mm_shuffle_epi8(_mm_unpacklo_epi16(eight.m_firstTwo, eight.m_last),
                          _mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
     const __m128i upper =
-        _mm_shuffle_epi8(_mm_unpackhi_epi16(firstTwo, last),
+        _mm_shuffle_epi8(_mm_unpackhi_epi16(eight.m_firstTwo, eight.m_last),
                          _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
     Store(pDest, _mm_srli_si128(lower, 4));
     Store(pDest + 8, _mm_alignr_epi8(upper, lower, 12));

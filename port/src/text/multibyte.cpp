@@ -30,20 +30,8 @@ UChar32 NextUtf8(const char* pSrc, int nSrc, int& i)
 int DecodeUtf8(const char* pSrc, int nSrc, bool bStrict, CSink<WCHAR> sink)
 {
     for (int i = 0; i < nSrc;)
-    {
-        UChar32 c = NextUtf8(pSrc, nSrc, i);
-        if (c < 0)
-        {
-            if (bStrict)
-                return Fail(ERROR_NO_UNICODE_TRANSLATION);
-            c = 0xFFFD;
-        }
-        WCHAR aUnits[2];
-        int n = 0;
-        U16_APPEND_UNSAFE(aUnits, n, c);
-        if (!sink.Put(aUnits, n))
-            return Fail(ERROR_INSUFFICIENT_BUFFER);
-    }
+        if (const DWORD dwError = sink.PutCharacter(NextUtf8(pSrc, nSrc, i), bStrict))
+            return Fail(dwError);
     return sink.Result();
 }
 

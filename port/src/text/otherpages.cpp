@@ -124,18 +124,9 @@ int DecodeGb18030(const char* pSrc, int nSrc, bool bStrict, CSink<WCHAR> sink)
     for (const char* const pEnd = pSrc + nSrc; pSrc != pEnd;)
     {
         UErrorCode status = U_ZERO_ERROR;
-        UChar32 c = ucnv_getNextUChar(pConverter, &pSrc, pEnd, &status);
-        if (U_FAILURE(status))
-        {
-            if (bStrict)
-                return Fail(ERROR_NO_UNICODE_TRANSLATION);
-            c = 0xFFFD;
-        }
-        WCHAR aUnits[2];
-        int n = 0;
-        U16_APPEND_UNSAFE(aUnits, n, c);
-        if (!sink.Put(aUnits, n))
-            return Fail(ERROR_INSUFFICIENT_BUFFER);
+        const UChar32 c = ucnv_getNextUChar(pConverter, &pSrc, pEnd, &status);
+        if (const DWORD dwError = sink.PutCharacter(U_FAILURE(status) ? -1 : c, bStrict))
+            return Fail(dwError);
     }
     return sink.Result();
 }

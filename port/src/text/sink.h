@@ -30,6 +30,17 @@ public:
         return true;
     }
     bool Put(Unit unit) { return Put(&unit, 1); }
+    /// In UTF-16: one unit, or a pair. A negative number stands for what is damaged: U+FFFD, if not strict.
+    /// ERROR_SUCCESS, or why the conversion fails.
+    DWORD PutCharacter(std::int32_t c, bool bStrict)
+    {
+        if (c < 0 && bStrict)
+            return ERROR_NO_UNICODE_TRANSLATION;
+        const std::int32_t cPut = c < 0 ? 0xFFFD : c;
+        const std::int32_t aPair[] = {0xD7C0 + (cPut >> 10), 0xDC00 | (cPut & 0x3FF)};
+        const bool bFits = cPut > 0xFFFF ? Put(aPair, 2) : Put(&cPut, 1);
+        return bFits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
+    }
 
     int Result() const
     {
