@@ -3,6 +3,7 @@
 #include "time/localetext.h"
 
 #include <algorithm>
+#include <span>
 
 using OCT::CLocaleForms;
 using OCT::FoldedView;
@@ -11,6 +12,7 @@ namespace
 {
 
 using Fields = std::vector<CLocaleForms::Field>;
+using Names = std::span<const CLocaleForms::Name>;
 
 /// Reads numbers and the words that stand for them. Between them may stand what is neither letter nor digit,
 /// and the words that the locale itself writes there.
@@ -30,7 +32,7 @@ private:
     bool IsLong(unsigned uiFlag) const { return (m_uiFlags & uiFlag) != 0; }
     bool IsAtDigit() const { return !m_sRest.empty() && OCT::IsDigit(m_sRest.front()); }
     bool ReadNumber(int& i, std::size_t nDigits);
-    bool ReadName(const std::vector<CLocaleForms::Name>& names, int& i);
+    bool ReadName(Names names, int& i, Names others = {});
     bool ReadMonth(int& iMonth);
     bool ReadDateField(Fields& fields, SYSTEMTIME& st);
     bool SetYear(int iYear, SYSTEMTIME& st) const;
@@ -64,7 +66,7 @@ bool CLocaleReader::ReadNumber(int& i, std::size_t nDigits)
 }
 
 /// The longest name that a text begins with.
-std::size_t FindName(FoldedView sText, const std::vector<CLocaleForms::Name>& names, int& i)
+std::size_t FindName(FoldedView sText, Names names, int& i)
 {
     std::size_t nLongest = 0;
     for (const CLocaleForms::Name& name : names)
@@ -76,33 +78,28 @@ std::size_t FindName(FoldedView sText, const std::vector<CLocaleForms::Name>& na
     return nLongest;
 }
 
-bool CLocaleReader::ReadName(const std::vector<CLocaleForms::Name>& names, int& i)
-{
-    const std::size_t nLength = FindName(m_sRest, names, i);
-    m_sRest.remove_prefix(nLength);
-    return nLength != 0;
-}
-
-/// The name of a month; what begins as one may be a day of the week.
-bool CLocaleReader::ReadMonth(int& iMonth)
+/// What begins as one of the names may be a longer one of the others: that is not read.
+bool CLocaleReader::ReadName(Names names, int& i, Names others)
 {
     int iUnused;
-    const std::size_t nLength = FindName(m_sRest, m_forms.m_months, iMonth);
-    if (nLength == 0 || FindName(m_sRest, m_forms.m_ignored, iUnused) > nLength)
+    const std::size_t nLength = FindName(m_sRest, names, i);
+    if (nLength == 0 || FindName(m_sRest, others, iUnused) > nLength)
         return false;
     m_sRest.remove_prefix(nLength);
     return true;
 }
 
-/// Passes over a word that means nothing; what begins as one may be the name of a month.
+/// The name of a month, unless it is a day of the week.
+bool CLocaleReader::ReadMonth(int& iMonth)
+{
+    return ReadName(m_forms.m_months, iMonth, m_forms.m_ignored);
+}
+
+/// Passes over a word that means nothing, unless it is the name of a month.
 bool CLocaleReader::SkipWord()
 {
     int iUnused;
-    const std::size_t nLength = FindName(m_sRest, m_forms.m_ignored, iUnused);
-    if (nLength == 0 || FindName(m_sRest, m_forms.m_months, iUnused) > nLength)
-        return false;
-    m_sRest.remove_prefix(nLength);
-    return true;
+    return ReadName(m_forms.m_ignored, iUnused, m_forms.m_months);
 }
 
 void CLocaleReader::SkipSeparators()

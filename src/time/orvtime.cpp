@@ -37,6 +37,18 @@ bool CanAdd(const char* sFunction, const COrvTime& t, const COrvTimeDiff& span) 
     return false;
 }
 
+/// The difference of the days; of times that are further apart than a day can be, their own.
+int CompareDays(const char* sFunction, const COrvTime& tLeft, const COrvTime& tRight,
+                COrvTime (COrvTime::*pfnDay)() const noexcept) noexcept
+{
+    if (!CanCompare(sFunction, tLeft, tRight))
+        return INVALID_SPAN;
+    const int iDiff = tLeft.GetOrvTime() - tRight.GetOrvTime();
+    if (iDiff > TWO_DAYS || iDiff < -TWO_DAYS)
+        return iDiff;
+    return OCT::Subtract((tLeft.*pfnDay)().GetOrvTime(), (tRight.*pfnDay)().GetOrvTime());
+}
+
 bool CheckValid(const char* sFunction, const COrvTime& t) noexcept
 {
     if (t.IsValid())
@@ -167,22 +179,12 @@ int COrvTime::Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 
 int COrvTime::CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 {
-    if (!CanCompare("COrvTime::CompareYMD", tLeft, tRight))
-        return INVALID_SPAN;
-    const int iDiff = tLeft.m_iTime - tRight.m_iTime;
-    if (iDiff > TWO_DAYS || iDiff < -TWO_DAYS)
-        return iDiff;
-    return tLeft.RoundDayDown().m_iTime - tRight.RoundDayDown().m_iTime;
+    return CompareDays("COrvTime::CompareYMD", tLeft, tRight, &COrvTime::RoundDayDown);
 }
 
 int COrvTime::CompareLocalYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 {
-    if (!CanCompare("COrvTime::CompareLocalYMD", tLeft, tRight))
-        return INVALID_SPAN;
-    const int iDiff = tLeft.m_iTime - tRight.m_iTime;
-    if (iDiff > TWO_DAYS || iDiff < -TWO_DAYS)
-        return iDiff;
-    return OCT::Subtract(tLeft.RoundLocalDayDown().m_iTime, tRight.RoundLocalDayDown().m_iTime);
+    return CompareDays("COrvTime::CompareLocalYMD", tLeft, tRight, &COrvTime::RoundLocalDayDown);
 }
 
 COrvTimeDiff COrvTime::GetTimeDiff(const COrvTime& tLeft, const COrvTime& tRight) noexcept
