@@ -39,3 +39,9 @@ int main(int argc, char** argv)
     }
     UninitOrvComTypes();
 }
+
+// Prints:
+// Order PX-7 has 12 lines.
+// There is not enough memory for this operation.
+// A(z) PX-7 rendelés 12 tételből áll.
+// Nincs elég memória ehhez a művelethez.

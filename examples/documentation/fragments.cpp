@@ -1,4 +1,4 @@
-// The examples of the public headers, cut out of them at configuration.
+// The examples of the public headers, and parts of programs in the guides, cut out of them at configuration.
 #include <orvcomtypes/orvcomtypes.h>
 #include <orvcomtypes/stdbridge.h>
 
@@ -131,6 +131,11 @@ void StringResources()
 void Languages()
 {
 #include "resourcehandler.inc"
+}
+
+void MessagesInLanguages()
+{
+#include "languages.inc"
 }
 
 void Messages()
