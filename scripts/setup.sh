@@ -22,7 +22,7 @@ linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgres
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
-    googletest cmake ninja-build locales libz-mingw-w64-dev libjs-chart.js libfmt-dev)
+    googletest cmake ninja-build locales python3 libz-mingw-w64-dev libjs-chart.js libfmt-dev)
 # chromium: shows the site in its test.
 docs_packages=(doxygen python3 chromium)
 # The libraries that ours is measured beside.

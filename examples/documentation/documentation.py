@@ -7,7 +7,7 @@
 "cut" writes into FOLDER, for each FILE, what it shows. The example at the top of a header, and a block "```cpp" of a guide
 that has no main, is a fragment: NAME.inc, NAME_2.inc and so on, which the source FRAGMENTS includes at the scope that it is
 written for. A block with a main is a program: programs.inc has all of them, and NAME.txt holds what it prints by the block
-"```text" behind it. A source file with a main is a program already: the comment at its end says what it prints.
+"```text" behind it. A block "```sh" with one behind it is a script: NAME.sh. A source file with a main is a program already: the comment at its end says what it prints.
 
 A program whose first line is "// On Linux" or "// On Windows" is left out when SYSTEM is another one.
 
@@ -35,7 +35,7 @@ class Cutter:
     def __init__(self, system, folder, fragments):
         self.system = system
         self.folder, self.fragments = folder, fragments.read_text(encoding="utf-8")
-        self.includes, self.bodies, self.programs = set(), [], []
+        self.includes, self.bodies, self.programs, self.scripts = set(), [], [], []
 
     def write(self, name, text):
         """Leaves a file alone that is as it should be, so that nothing is compiled for it."""
@@ -60,6 +60,11 @@ class Cutter:
     def guide(self, path):
         text = path.read_text(encoding="utf-8")
         blocks = list(FENCE.finditer(text))
+        for block, shown in zip(blocks, blocks[1:]):
+            if (block[1], shown[1]) == ("sh", "text"):
+                self.scripts.append(f"{path.stem}_sh")
+                self.write(f"{path.stem}_sh.sh", block[2])
+                self.write(f"{path.stem}_sh.txt", shown[2])
         for number, block in enumerate((block for block in blocks if block[1] == "cpp"), 1):
             name = path.stem.lower() + (f"_{number}" if number > 1 else "")
             if not MAIN.search(block[2]):
@@ -86,6 +91,7 @@ class Cutter:
         self.write("programs.inc", "".join(sorted(self.includes)) + "".join(self.bodies) +
                    f"constexpr CProgram c_programs[] = {{\n{rows}}};\n")
         self.write("programs.list", ";".join(self.programs))
+        self.write("scripts.list", ";".join(self.scripts))
 
 
 def cut(system, folder, fragments, *files):
@@ -102,16 +108,18 @@ def cut(system, folder, fragments, *files):
 
 
 def run(expected, *command):
-    """In a folder and with settings of its own, and by the clock of UTC."""
-    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as folder:
+    """In a folder and with settings of its own, and by the clock of UTC. The folder's name and the locale are such that a
+    program which does not write and read UTF-8 by itself comes to grief. (Wine has the names of files from the locale.)"""
+    locale = "C.UTF-8" if command[0].endswith("run-wine") else "C"
+    with tempfile.TemporaryDirectory(prefix="\u0151\U0001F642", ignore_cleanup_errors=True) as folder:
         environment = os.environ | {
-            "LC_ALL": "C.UTF-8", "TZ": "UTC", "HOME": folder, "TMP": folder, "TEMP": folder, "TMPDIR": folder,
+            "LC_ALL": locale, "TZ": "UTC", "HOME": folder, "TMP": folder, "TEMP": folder, "TMPDIR": folder,
             "XDG_CONFIG_HOME": folder, "XDG_DATA_HOME": folder, "ORVCOMTYPES_MACHINE_HIVE": folder + "/machine.reg",
             "ASAN_OPTIONS": "allocator_may_return_null=1"}
         result = subprocess.run(command, cwd=folder, env=environment, capture_output=True, check=False)
         # What breaks a contract of the library is told there.
         reports = "".join(path.read_text(errors="replace") for path in pathlib.Path(folder).rglob("LQErrors*"))
-    printed = result.stdout.decode().replace("\r\n", "\n")
+    printed = result.stdout.decode(errors="replace").replace("\r\n", "\n")
     pattern = "[^\n]*".join(map(re.escape, pathlib.Path(expected).read_text(encoding="utf-8").rstrip("\n").split("...")))
     if reports or result.returncode or not re.fullmatch(pattern, printed.rstrip("\n")):
         sys.stderr.write(result.stderr.decode(errors="replace"))
