@@ -108,14 +108,14 @@ def cut(system, folder, fragments, *files):
 
 
 def run(expected, *command):
-    """In a folder and with settings of its own, and by the clock of UTC. The folder's name and the locale are such that a
-    program which does not write and read UTF-8 by itself comes to grief. (Wine has the names of files from the locale.)"""
-    locale = "C.UTF-8" if command[0].endswith("run-wine") else "C"
+    """In a folder and with settings of its own, by the clock of UTC. The folder's name and the locale are such that a program
+    which does not write and read UTF-8 by itself comes to grief. Wine has folders and settings of its own."""
     with tempfile.TemporaryDirectory(prefix="\u0151\U0001F642", ignore_cleanup_errors=True) as folder:
-        environment = os.environ | {
-            "LC_ALL": locale, "TZ": "UTC", "HOME": folder, "TMP": folder, "TEMP": folder, "TMPDIR": folder,
-            "XDG_CONFIG_HOME": folder, "XDG_DATA_HOME": folder, "ORVCOMTYPES_MACHINE_HIVE": folder + "/machine.reg",
-            "ASAN_OPTIONS": "allocator_may_return_null=1"}
+        environment = dict(os.environ)
+        if not command[0].endswith("run-wine"):
+            environment |= dict.fromkeys(("HOME", "TMP", "TEMP", "TMPDIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME"), folder)
+            environment |= {"LC_ALL": "C", "TZ": "UTC", "ORVCOMTYPES_MACHINE_HIVE": folder + "/machine.reg",
+                            "ASAN_OPTIONS": "allocator_may_return_null=1"}
         result = subprocess.run(command, cwd=folder, env=environment, capture_output=True, check=False)
         # What breaks a contract of the library is told there.
         reports = "".join(path.read_text(errors="replace") for path in pathlib.Path(folder).rglob("LQErrors*"))

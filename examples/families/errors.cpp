@@ -36,7 +36,7 @@ void ORVCALL TellOperator(const void*, const char* sText)
 
 void Work()
 {
-    InitFileProcessLogger(ORVTEXT("(TEMP)\\errors.txt"), lqlErrors);
+    InitFileProcessLogger(ORVTEXT("#AN(TEMP)\\errors.txt"), lqlErrors);
     RegisterExceptionLogger(TellOperator);
     try
     {
