@@ -2,7 +2,7 @@
 # against, which stands in FOLDER (functions, types by layout; of types only those that the public headers define).
 # What is added since breaks nobody. A break needs a new major version, which then gets a record of its own.
 #   LIBRARY  with debug information    INCLUDE  the public headers    FOLDER  of the records    WORK  a folder of ours
-#   RENEW    if true, the record is written anew instead
+#   RENEW    if true, the record is written anew instead    COMPILER  of C++
 cmake_minimum_required(VERSION 3.25)
 file(STRINGS ${INCLUDE}/orvcomtypes/orvversion.h line REGEX "^#define ORVCOMTYPES_VERSION_MAJOR ")
 string(REGEX MATCH "[0-9]+$" major "${line}")
@@ -51,3 +51,23 @@ foreach(edit "name='IsFinalRelease'/name='IsTheFinalRelease'/12"
         message(FATAL_ERROR "not seen (${result}): ${edit}\n${text}")
     endif()
 endforeach()
+
+# A unique symbol, as a static member of an exported template makes one, would pin the library: it could never be
+# unloaded.
+function(find_unique library out)
+    execute_process(COMMAND readelf --wide --dyn-syms ${library} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL " UNIQUE [^\n]*" found "${symbols}")
+    set(${out} "${found}" PARENT_SCOPE)
+endfunction()
+
+find_unique(${LIBRARY} unique)
+if(unique)
+    message(FATAL_ERROR "symbols that pin the library: ${unique}")
+endif()
+file(WRITE ${WORK}/pinned.cpp "template <class T> struct S { static int n; };\ntemplate <class T> int S<T>::n = 1;\n"
+    "int* Use() { return &S<int>::n; }\n")
+execute_process(COMMAND ${COMPILER} -shared -fPIC -o ${WORK}/pinned.so ${WORK}/pinned.cpp COMMAND_ERROR_IS_FATAL ANY)
+find_unique(${WORK}/pinned.so unique)
+if(NOT unique)
+    message(FATAL_ERROR "a unique symbol is not seen")
+endif()

@@ -148,6 +148,23 @@ TEST_F(File, IsListedInItsFolderAndDeleted)
     EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
 }
 
+TEST_F(File, FoldersAreMadeOneLevelAtATimeAndHaveALongPath)
+{
+    const Text sFolder = m_sDir + ORVTEXT("\\new folder"), sBelow = sFolder + ORVTEXT("\\below");
+    WCHAR sLong[MAX_PATH] = {};
+    EXPECT_EQ(0u, GetLongPathNameW(sFolder.c_str(), sLong, MAX_PATH));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
+    EXPECT_FALSE(CreateDirectoryW(sBelow.c_str(), nullptr));
+    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, GetLastError());
+    EXPECT_TRUE(CreateDirectoryW(sFolder.c_str(), nullptr));
+    EXPECT_FALSE(CreateDirectoryW(sFolder.c_str(), nullptr));
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, GetLastError());
+    const DWORD nLength = GetLongPathNameW(sFolder.c_str(), sLong, MAX_PATH);
+    EXPECT_EQ(Text(sLong).size(), nLength);
+    EXPECT_TRUE(std::filesystem::equivalent(m_dir / "new folder", sLong));
+    EXPECT_EQ(nLength + 1, GetLongPathNameW(sFolder.c_str(), sLong, nLength)) << "the room it needs";
+}
+
 TEST(Folders, AreThereOrAbsolute)
 {
     WCHAR buffer[MAX_PATH];

@@ -1,10 +1,74 @@
-// What belongs to the process: environment, modules, clocks.
+// What belongs to the process: environment, modules, clocks, memory, debugger, other processes.
+#include "support/child_process.h"
+#include "support/debug_capture.h"
 #include "support/test_environment.h"
 #include "support/text.h"
 
 #include <gtest/gtest.h>
 
+#include <objbase.h>
+
 #include <ctime>
+#include <thread>
+
+ORV_CHILD(ReturnAtOnce)
+{
+    return args.empty() ? 1 : 0;
+}
+
+TEST(Process, IsStartedOrSaysWhyNot)
+{
+    const auto Start = [](Text sCommand) {
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION process{};
+        if (!CreateProcessW(nullptr, sCommand.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr,
+                            nullptr, &startup, &process))
+            return GetLastError();
+        EXPECT_TRUE(CloseHandle(process.hProcess) && CloseHandle(process.hThread));
+        return DWORD{ERROR_SUCCESS};
+    };
+    const Text sProgram = ORVTEXT('"') + TestProgram().string<WCHAR>() + ORVTEXT("\" ");
+    const std::string sSwitch(kChildSwitch);
+    EXPECT_EQ(DWORD{ERROR_SUCCESS},
+              Start(sProgram + Text(sSwitch.begin(), sSwitch.end()) + ORVTEXT(" ReturnAtOnce")));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, Start(ORVTEXT("no-such-program \"an argument\"")));
+}
+
+TEST(Process, HasOneIdForAllItsThreads)
+{
+    DWORD dwOther = 0;
+    std::thread([&] { dwOther = GetCurrentProcessId(); }).join();
+    EXPECT_NE(0u, dwOther);
+    EXPECT_EQ(dwOther, GetCurrentProcessId());
+}
+
+TEST(Debugger, GetsTextsAsTheyAre)
+{
+    CDebugCapture capture;
+    OutputDebugStringA("narrow\n");
+    OutputDebugStringW(ORVTEXT("wide\n"));
+    EXPECT_EQ("narrow\nwide\n", capture.Take());
+}
+
+TEST(Memory, GoesBackByItsOwnFunction)
+{
+    const CLSID id = {0xABCDEF01, 2, 3, {4, 5, 6, 7, 8, 9, 10, 255}};
+    WCHAR* sId = nullptr;
+    ASSERT_EQ(S_OK, StringFromCLSID(id, &sId));
+    EXPECT_EQ(Text(ORVTEXT("{ABCDEF01-0002-0003-0405-060708090AFF}")), sId);
+    CoTaskMemFree(sId);
+    void* const p = CoTaskMemAlloc(1);
+    EXPECT_NE(nullptr, p);
+    CoTaskMemFree(p);
+    CoTaskMemFree(nullptr);
+    WCHAR* sText = nullptr;
+    EXPECT_NE(0u, FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+                                 ERROR_ACCESS_DENIED, GetUserDefaultLCID(), reinterpret_cast<LPWSTR>(&sText),
+                                 0, nullptr));
+    EXPECT_EQ(nullptr, LocalFree(sText));
+    EXPECT_EQ(nullptr, LocalFree(nullptr));
+}
 
 TEST(Environment, GivesLengthOrNeededRoom)
 {

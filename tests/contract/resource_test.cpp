@@ -15,6 +15,20 @@ TEST(Resource, MissingNamesAndTypesAreToldApart)
     EXPECT_EQ(static_cast<DWORD>(ERROR_RESOURCE_NAME_NOT_FOUND), GetLastError());
 }
 
+TEST(Resource, LiesInPlaceWithItsSize)
+{
+    const CTestResources library;
+    const HRSRC hBlock = FindResourceW(library, MAKEINTRESOURCEW(1), RT_STRING);
+    const HGLOBAL hData = LoadResource(library, hBlock);
+    ASSERT_NE(nullptr, hData);
+    const auto* const pLengths = static_cast<const WCHAR*>(LockResource(hData));
+    const auto* p = pLengths; // sixteen strings, each behind its length
+    for (int i = 0; i < 16; ++i)
+        p += 1 + *p;
+    EXPECT_GE(SizeofResource(library, hBlock), (p - pLengths) * sizeof(WCHAR));
+    EXPECT_EQ(ORVTEXT("last of its block"), Text(p - 17, p));
+}
+
 TEST(Resource, OtherFilesAreNotLoaded)
 {
     const CTempDir dir;

@@ -150,6 +150,12 @@ TEST(Slots, AreNullAtFirstAndEachThreadsOwn)
     EXPECT_EQ(DWORD{ERROR_DISK_FULL}, GetLastError());
 }
 
+TEST(Slots, ThatWereNeverGivenAreNotTakenBack)
+{
+    EXPECT_FALSE(TlsFree(TLS_OUT_OF_INDEXES));
+    EXPECT_FALSE(FlsFree(FLS_OUT_OF_INDEXES));
+}
+
 int g_nEnded = 0;
 
 void WINAPI CountEnd(void* pValue)
@@ -183,9 +189,12 @@ TEST(MessageLoop, QuitsOnceAndKnowsNoOthersWindows)
     const HANDLE handles[] = {hEvent.get()};
     EXPECT_EQ(kTimeout, MsgWaitForMultipleObjects(1, handles, FALSE, 0, QS_ALLINPUT));
     PostQuitMessage(7);
+    EXPECT_TRUE(WaitMessage());
     EXPECT_EQ(WAIT_OBJECT_0 + 1, MsgWaitForMultipleObjects(1, handles, FALSE, INFINITE, QS_ALLINPUT));
     EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_TRUE(message.message == WM_QUIT && message.wParam == 7);
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
     EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     SetEvent(hEvent.get());
     EXPECT_EQ(WAIT_OBJECT_0, MsgWaitForMultipleObjects(1, handles, FALSE, INFINITE, QS_ALLINPUT));
@@ -193,6 +202,53 @@ TEST(MessageLoop, QuitsOnceAndKnowsNoOthersWindows)
     EXPECT_FALSE(IsWindow(hNoWindow));
     EXPECT_FALSE(PostMessageW(hNoWindow, WM_QUIT, 0, 0));
     EXPECT_EQ(DWORD{ERROR_INVALID_WINDOW_HANDLE}, GetLastError());
+}
+
+TEST(Interlocked, GivesTheFormerOrTheNewValue)
+{
+    LONG volatile n = 5;
+    EXPECT_EQ(5, InterlockedExchange(&n, 7));
+    EXPECT_EQ(7, InterlockedExchangeAdd(&n, -3));
+    EXPECT_EQ(5, InterlockedIncrement(&n));
+}
+
+/// On a cache line of its own. Not std::atomic, whose calls, as tests are not optimised, leave a processor
+/// the time to finish its writes.
+struct alignas(128) CNumber
+{
+    int m_n = 0;
+};
+
+// One side writes without a fence and looks; the other writes, makes all processors finish, and looks. What
+// the first did before it missed the other's write, the other sees.
+TEST(ProcessWriteBuffers, AreFlushedOnEveryProcessor)
+{
+    constexpr int nSteps = 2'000'000;
+    std::vector<int> seen(nSteps + 1);
+    CNumber step, flush;
+    std::thread stepper([&step, &flush, pSeen = seen.data()] {
+        for (int i = 1; i <= nSteps; ++i)
+        {
+            __atomic_store_n(&step.m_n, i, __ATOMIC_RELAXED);
+            __atomic_signal_fence(__ATOMIC_SEQ_CST);
+            pSeen[i] = __atomic_load_n(&flush.m_n, __ATOMIC_RELAXED);
+        }
+    });
+    std::vector<int> steps; // that each flush saw
+    while (__atomic_load_n(&step.m_n, __ATOMIC_RELAXED) < nSteps)
+    {
+        __atomic_store_n(&flush.m_n, static_cast<int>(steps.size()) + 1, __ATOMIC_RELAXED);
+        FlushProcessWriteBuffers();
+        steps.push_back(__atomic_load_n(&step.m_n, __ATOMIC_RELAXED));
+    }
+    stepper.join();
+    std::size_t nMissed = 0;
+    for (int i = 1; i <= nSteps; ++i)
+    {
+        const auto nNext = static_cast<std::size_t>(seen[static_cast<std::size_t>(i)]); // not seen by step i
+        nMissed += nNext < steps.size() && steps[nNext] < i;
+    }
+    EXPECT_EQ(0u, nMissed) << "of " << steps.size() << " flushes";
 }
 
 TEST(CriticalSection, IsTriedWithoutWaiting)

@@ -1,4 +1,5 @@
-// Variants and decimals as texts, as the library relies on them.
+// Variants and decimals as texts, and the error object of a thread, as the library relies on them.
+#include "support/fake_errors.h"
 #include "support/test_environment.h"
 #include "support/text.h"
 #include "support/wine.h"
@@ -9,6 +10,7 @@
 
 #include <cmath>
 #include <limits>
+#include <thread>
 
 namespace
 {
@@ -220,6 +222,23 @@ TEST(Variant, ClearingLetsGoOfWhatItHolds)
     var.vt = 24;
     EXPECT_EQ(DISP_E_BADVARTYPE, VariantClear(&var));
     EXPECT_EQ(24, var.vt);
+}
+
+TEST(ErrorInfo, IsKeptForItsThreadUntilItIsTakenOrReplaced)
+{
+    CFakeError former(nullptr), latter(nullptr); // which check that all references were given back
+    EXPECT_EQ(S_OK, SetErrorInfo(0, &former));
+    EXPECT_EQ(S_OK, SetErrorInfo(0, &latter));
+    IErrorInfo* pInfo = nullptr;
+    std::thread([&] {
+        EXPECT_EQ(S_FALSE, GetErrorInfo(0, &pInfo));
+        EXPECT_EQ(S_OK, SetErrorInfo(0, &former)); // goes with the thread
+    }).join();
+    EXPECT_EQ(S_OK, GetErrorInfo(0, &pInfo));
+    ASSERT_EQ(&latter, pInfo);
+    pInfo->Release();
+    EXPECT_EQ(S_FALSE, GetErrorInfo(0, &pInfo));
+    EXPECT_EQ(nullptr, pInfo);
 }
 
 TEST(Variant, LayoutIsTheSystems)

@@ -82,11 +82,16 @@ TEST(NoMemory, CallsWithPathsFail)
 {
     const WCHAR* const sPath = ORVTEXT("/a/path/that/is/longer/than/a/string/has/room/for");
     WCHAR sBuffer[MAX_PATH];
+    WCHAR sCommand[] = ORVTEXT("a-program-of-a-long-name an-argument");
+    STARTUPINFOW startup{};
+    PROCESS_INFORMATION process{};
     t_bExhausted = true;
     const bool failed[] = {
         CreateFileW(sPath, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr) == INVALID_HANDLE_VALUE,
         GetLastError() == ERROR_NOT_ENOUGH_MEMORY,
         !CreateDirectoryW(sPath, nullptr),
+        !CreateProcessW(nullptr, sCommand, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process),
+        GetLastError() == ERROR_NOT_ENOUGH_MEMORY,
         GetLongPathNameW(sPath, sBuffer, MAX_PATH) == 0,
         GetModuleFileNameW(nullptr, sBuffer, MAX_PATH) == 0,
         SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, sBuffer) == E_OUTOFMEMORY,

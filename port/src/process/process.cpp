@@ -44,14 +44,37 @@ std::vector<std::string> Words(const std::string& sCommandLine)
     return words;
 }
 
-// In a child that is about to become the program: reports why it could not.
-[[noreturn]] void Become(char** ppWords, int fdError)
+// Ends a child, and tells why there is no program.
+[[noreturn]] void Fail(int fdError)
 {
-    setsid();
-    execvp(ppWords[0], ppWords);
     const int nErrno = errno;
     [[maybe_unused]] const ssize_t nWritten = write(fdError, &nErrno, sizeof(nErrno));
     _exit(127);
+}
+
+// In the child: starts another one, which becomes the program, and leaves it alone.
+[[noreturn]] void BecomeParent(char** ppWords, int fdError)
+{
+    const pid_t pid = fork();
+    if (pid > 0)
+        _exit(0);
+    if (pid == 0)
+    {
+        setsid();
+        execvp(ppWords[0], ppWords);
+    }
+    Fail(fdError);
+}
+
+// What a child has told; 0 when the pipe was closed without a word, as it is when the program runs.
+int ToldErrno(int fd)
+{
+    int nErrno = 0;
+    ssize_t nRead;
+    do
+        nRead = read(fd, &nErrno, sizeof(nErrno));
+    while (nRead < 0 && errno == EINTR);
+    return nRead == sizeof(nErrno) ? nErrno : 0;
 }
 
 // Starts the program as nobody's child, so that nobody has to wait for its end. 0, or why it did not start.
@@ -62,19 +85,15 @@ int StartDetached(char** ppWords)
         return errno;
     const pid_t pid = fork();
     if (pid == 0)
-    {
-        if (fork() == 0)
-            Become(ppWords, fds[1]);
-        _exit(0);
-    }
+        BecomeParent(ppWords, fds[1]);
     int nErrno = pid < 0 ? errno : 0;
     close(fds[1]);
-    // The pipe closes when the program runs.
-    if (pid > 0 && read(fds[0], &nErrno, sizeof(nErrno)) != sizeof(nErrno))
-        nErrno = 0;
-    close(fds[0]);
     if (pid > 0)
-        waitpid(pid, nullptr, 0);
+        nErrno = ToldErrno(fds[0]);
+    close(fds[0]);
+    while (pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR)
+    {
+    }
     return nErrno;
 }
 
@@ -82,6 +101,7 @@ int StartDetached(char** ppWords)
 
 BOOL CreateProcessW(LPCWSTR, LPWSTR lpCommandLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD,
                     LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION lpProcessInformation) noexcept
+try
 {
     std::vector<std::string> words = Words(PortToUtf8(lpCommandLine));
     std::vector<char*> pointers;
@@ -95,4 +115,8 @@ BOOL CreateProcessW(LPCWSTR, LPWSTR lpCommandLine, LPSECURITY_ATTRIBUTES, LPSECU
     *lpProcessInformation = {static_cast<CPortObject*>(new (std::nothrow) CProcess),
                              static_cast<CPortObject*>(new (std::nothrow) CProcess), 0, 0};
     return TRUE;
+}
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
 }
