@@ -103,8 +103,8 @@ inline bool IsCountedStr(const WCHAR* s) noexcept
     return s != nullptr && StrHeader(s).nAllocLen > sizeof(WCHAR);
 }
 
-/// Adds a reference; to a counted buffer without a call. The count is not looked at before: a load would wait
-/// for the last locked step, at half its cost.
+/// Adds a reference; to a counted buffer without a call. The count is not read first: a read has to wait
+/// until the thread's last locked step is done, which costs half as much as another such step.
 inline void AddStrRef(const WCHAR* s)
 {
     if (!IsCountedStr(s)) [[unlikely]]

@@ -75,18 +75,18 @@ using PlexUninit = void(ORVCALL*)();
 /// takes it first too. For a pool of the library itself the loader is not asked where \p fnUninit lies.
 ORV_API void ORVCALL CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit, bool bLibraryPool);
 
-/// The shelf of a type whose pool belongs to the library, in the stores that each thread has of such items
-/// (core/threadstore.h); no shelf for all others. The library's own threads use these pools while another
-/// thread, which waits for them, may hold the loader's lock.
+/// Which shelf of a thread's own store (core/threadstore.h) keeps items of this type; -1 unless their pool is
+/// one of the library itself. Such a pool is created without asking the loader, as a thread that waits for
+/// the library may hold the loader's lock.
 template <class T>
 inline constexpr int kPlexShelf = -1;
 /// Whether the pool of the type belongs to the library.
 template <class T>
 inline constexpr bool kLibraryPool = kPlexShelf<T> >= 0;
 
-/// For pools of the library: makes a fork wait for the lock, and hands what the threads' stores hold of one
-/// shelf to \p fnReturn. An item that may be in use all the same has a member `bool LeaveStore()`, true when
-/// it is free.
+/// For pools of the library. `HoldAtFork` makes a fork wait for the lock. `TakeBackStored` empties one shelf
+/// of all threads' stores into \p fnReturn. Where a stored item may still be in use its type has a member
+/// `bool LeaveStore()`: only if that returns true the item goes back.
 void HoldAtFork(CCritSect& lock) noexcept;
 void TakeBackStored(int nShelf, void (*fnReturn)(void* const* ppItems, unsigned nItems)) noexcept;
 

@@ -34,8 +34,8 @@ void RememberOwnModule(HMODULE hModule) noexcept;
 namespace OCT
 {
 
-/// True while chains in use are left without a report: the host said by other means that it did not tear
-/// down.
+/// True at process detach: chains in use are left without reports of their own then, as one report has told
+/// that the host did not tear down.
 extern bool g_bQuietTakeDown;
 
 } // namespace OCT
