@@ -100,7 +100,7 @@ run_check() {
     fi
 }
 
-# The part of the set-up that a target needs. (The documentation is tested with linux, and sets itself up.)
+# The part of the set-up that a target needs.
 part_of() {
     if [[ $1 = win* ]]; then echo windows; else echo linux; fi
 }
@@ -111,7 +111,8 @@ for target in "${targets[@]}"; do
     [[ " check linux linux-asan linux-tsan win32 win64 " == *" $target "* ]] || fail "unknown target '$target'"
 done
 log=$(mktemp)
-for part in $(for target in "${targets[@]}"; do part_of "$target"; done | sort -u); do
+# The documentation is a test of linux, which fails by itself without its part.
+for part in $(for target in "${targets[@]}"; do part_of "$target"; [ "$target" != linux ] || echo docs; done | sort -u); do
     scripts/setup.sh "$part" || broken_parts+="$part "
 done
 for target in "${targets[@]}"; do

@@ -156,6 +156,10 @@ def found(browser, site, text):
         field.value = {json.dumps(text)};
         field.dispatchEvent(new KeyboardEvent('keyup', {{key: 'a', keyCode: 65, bubbles: true}}));
     }}).then(() => 0)""")
+    left, right = browser.ask("(box => [box.left, box.right])"
+                              "(document.getElementById('MSearchResultsWindow').getBoundingClientRect())")
+    if left < 0 or right > WIDTH or right - left < WIDTH / 2:
+        raise SystemExit(f"what the search finds is shown from {left} to {right}")
     # The results are a page in a frame.
     browser.open(browser.call("Page.getFrameTree")["frameTree"]["childFrames"][0]["frame"]["url"])
     return browser.ask("[...document.querySelectorAll('.SRResult')].filter(e => e.offsetHeight > 0)"
