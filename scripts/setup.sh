@@ -15,10 +15,10 @@ source "$(dirname "$0")/env.sh"
 linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build git pkg-config libgtest-dev
     libbenchmark-dev libicu-dev unixodbc-dev libsqliteodbc locales binutils binutils-mingw-w64-x86-64 python3
     default-jdk-headless libh2-java libexpat1-dev libxml2-utils lintian libfmt-dev gdb abigail-tools)
-# What the example service needs and is tested with: servers, their drivers, a browser. Of MariaDB the core alone: the
-# rest is a service.
+# What the example services need and are tested with: servers, their drivers, a browser, what verifies units. Of MariaDB
+# the core alone: the rest is a service.
 linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
-    odbc-mariadb chromium)
+    odbc-mariadb chromium systemd)
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
 # it also brings the 32-bit C library.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1

@@ -1,8 +1,7 @@
 // The example service in a Windows console: a log that is followed, and the ends that an operator brings
 // about.
 #include "support/ingest_program.h"
-
-#include <windows.h>
+#include "support/windows/console_event.h"
 
 namespace
 {
@@ -28,18 +27,6 @@ std::string ReadUntilPrinted(CChildProcess& child, int nEvents)
         if ((sLine = child.ReadLine()).empty())
             return sOutput + "(the service ended)";
     return sOutput;
-}
-
-/// Calls what the system calls, in a thread of the process, for an event of its console. The system's modules
-/// have the same address in every process.
-bool RaiseConsoleEvent(const CChildProcess& child, DWORD dwEvent)
-{
-    const auto pRoutine = reinterpret_cast<LPTHREAD_START_ROUTINE>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernelbase.dll"), "CtrlRoutine")));
-    const HANDLE hThread =
-        CreateRemoteThread(reinterpret_cast<HANDLE>(child.Process()), nullptr, 0, pRoutine,
-                           reinterpret_cast<void*>(static_cast<std::uintptr_t>(dwEvent)), 0, nullptr);
-    return hThread != nullptr && CloseHandle(hThread);
 }
 
 testing::AssertionResult EndedInOrder(const std::string& sOutput, int nEvents)
