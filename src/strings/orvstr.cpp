@@ -4,7 +4,6 @@
 #include "strings/textlen.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace
@@ -179,7 +178,7 @@ void COrvStr::CopyForeign(const WCHAR* s)
 
 void COrvStr::TakeText(const WCHAR* s, unsigned nLen, bool bKeep)
 {
-    const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
+    const COrvStr source(IsInside(s) ? *this : COrvStr()); // keeps the text alive
     const std::size_t nCount = OCT::SourceLength(s, nLen);
     const std::uint64_t nOld = bKeep ? GetLength() : 0;
     if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
@@ -209,7 +208,7 @@ inline bool COrvStr::AppendInPlace(const WCHAR* s, unsigned nLen)
 
 void COrvStr::TakeConverted(const char* s, unsigned nLen, bool bKeep, Converter pfnConvert)
 {
-    const std::optional<COrvStr> source(IsInside(s) ? std::optional<COrvStr>(*this) : std::nullopt);
+    const COrvStr source(IsInside(s) ? *this : COrvStr()); // keeps the text alive
     const std::size_t nCount = OCT::SourceLength(s, nLen);
     const std::uint64_t nOld = bKeep ? GetLength() : 0;
     if (!CreateOwnBuffer(nOld + (nLen != 0 ? nLen : nCount), bKeep))
