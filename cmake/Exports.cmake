@@ -31,9 +31,7 @@ function(orv_export target def port_def)
     endif()
     # Without this a library that marks nothing would export everything.
     target_link_options(${target} PRIVATE -Wl,--exclude-all-symbols)
-    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-        orv_export_x86(${target})
-    endif()
+    orv_import_libraries(${target} ${def})
 endfunction()
 
 # Visibility alone would let the standard library's templates out. C++ names are let through by our naming: classes
@@ -55,11 +53,23 @@ endfunction()
 
 # x86: the linker resolves a listed name to its stdcall or fastcall symbol and exports it bare. Its own import library
 # would then know the bare symbols only, which no caller asks for; one with the decorated symbols takes its place.
-function(orv_export_x86 target)
+# Everywhere another one serves MSVC's linker, with the plain functions alone.
+function(orv_import_libraries target def)
+    find_program(ORVCOMTYPES_LLVM_DLLTOOL llvm-dlltool)
+    if(NOT ORVCOMTYPES_LLVM_DLLTOOL)
+        message(STATUS "No llvm-dlltool, so no import library for MSVC")
+    endif()
     set(exported ${CMAKE_CURRENT_BINARY_DIR}/exported.def)
-    target_link_options(${target} PRIVATE -Wl,--enable-stdcall-fixup -Wl,--output-def=${exported})
+    set(machine i386:x86-64)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        set(machine i386)
+        target_link_options(${target} PRIVATE -Wl,--enable-stdcall-fixup -Wl,--output-def=${exported})
+        set(mingw_library -D MINGW_LIBRARY=$<TARGET_LINKER_FILE:${target}>)
+    endif()
     add_custom_command(TARGET ${target} POST_BUILD VERBATIM
-        COMMAND ${CMAKE_COMMAND} -D NM=${CMAKE_NM} -D DLLTOOL=${CMAKE_DLLTOOL} -D EXPORTED=${exported}
-                -D DLL=$<TARGET_FILE:${target}> -D IMPORT_LIBRARY=$<TARGET_LINKER_FILE:${target}>
-                -P ${PROJECT_SOURCE_DIR}/cmake/MakeImportLibrary.cmake)
+        COMMAND ${CMAKE_COMMAND} -D DLL=$<TARGET_FILE:${target}> -D EXPORTED=${exported} -D LISTED=${def}
+                -D NM=${CMAKE_NM} -D DLLTOOL=${CMAKE_DLLTOOL} -D LLVM_DLLTOOL=${ORVCOMTYPES_LLVM_DLLTOOL}
+                -D MACHINE=${machine} ${mingw_library}
+                -D MSVC_LIBRARY=${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/OrvComTypes.lib
+                -P ${PROJECT_SOURCE_DIR}/cmake/MakeImportLibraries.cmake)
 endfunction()

@@ -7,6 +7,10 @@ set(header_sets FILE_SET HEADERS COMPONENT development)
 set(ORV_PC_CFLAGS "-I\${includedir}")
 if(WIN32)
     install(FILES ${ORV_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+    if(ORVCOMTYPES_LLVM_DLLTOOL)
+        install(FILES ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/OrvComTypes.lib DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            COMPONENT development)
+    endif()
 else()
     # The headers name types and functions of windows.h, so the port's goes along, in a folder of its own.
     set(port_dir ${CMAKE_INSTALL_INCLUDEDIR}/orvcomtypes/port)

@@ -54,12 +54,21 @@ definition_order() {
         { last = $0 }' src/OrvComTypes.def
 }
 
+# What C declares: every plain function, or its name among those that are left out.
+c_names() {
+    local name
+    while IFS= read -r name; do
+        grep -qw "$name" include/orvcomtypes/orvcapi.h include/orvcomtypes/orvversion.h || echo "orvcapi.h lacks $name"
+    done < <(grep -vE '^(;|EXPORTS)' src/OrvComTypes.def)
+}
+
 # orvcomtypes.h lists the headers from the lowest up; each includes only those above it there, so there is no cycle.
-# stdbridge.h is left out there, as it includes much of the standard library, and stands above them all.
+# stdbridge.h is left out there, as it includes much of the standard library, and stands above them all; so is orvcapi.h,
+# which is for C.
 header_order() {
     local header used order=' orvexport.h '
     while IFS= read -r header; do order+="$header "; done < <(includes_of include/orvcomtypes/orvcomtypes.h)
-    order+='stdbridge.h '
+    order+='stdbridge.h orvcapi.h '
     for header in include/orvcomtypes/*.h; do
         header=${header##*/}
         [ "$header" != orvcomtypes.h ] || continue
@@ -109,6 +118,7 @@ rule "no conditional on platform or compiler in src/ and include/" platform_cond
 rule "text literals are written with ORVTEXT" literal_prefixes
 rule "min and max stand in parentheses in include/" bare_min_max
 rule "OrvComTypes.def is sorted" definition_order
+rule "C knows every plain function" c_names
 rule "public headers include only lower ones" header_order
 rule "sources include nothing of a room above" room_order
 rule "sources are formatted" format

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what a Debian 12 (x86-64) machine lacks to build and test OrvComTypes; does nothing where all is there.
 #
-#   scripts/setup.sh [part...]     parts: linux windows docs bench fuzz tidy      default: linux windows
+#   scripts/setup.sh [part...]     parts: linux windows docs bench fuzz tidy package      default: linux windows
 #
 # Packages come from the machine's own package sources (root or sudo is needed only when one is missing).
 # Everything else goes to $ORVCOMTYPES_CACHE, by default ~/.cache/orvcomtypes, and can be deleted at any time.
@@ -20,9 +20,10 @@ linux_packages=(g++ clang libclang-rt-dev llvm clang-format cmake ninja-build gi
 linux_packages+=(lnav zlib1g-dev libjs-chart.js sqlite3 postgresql odbc-postgresql mariadb-server-core mariadb-client-core
     odbc-mariadb chromium systemd)
 # zlib1.dll: user32 of Wine needs it. lib32gcc-s1: without it a 32-bit program dies when a thread ends;
-# it also brings the 32-bit C library.
+# it also brings the 32-bit C library. clang, lld, llvm: the import library for MSVC's linker, and a program that uses it.
 windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64 libz-mingw-w64 lib32gcc-s1
-    googletest cmake ninja-build locales python3 libz-mingw-w64-dev libjs-chart.js libfmt-dev)
+    googletest cmake ninja-build locales python3 libz-mingw-w64-dev libjs-chart.js libfmt-dev
+    clang lld llvm pkg-config)
 # chromium: shows the site in its test.
 docs_packages=(doxygen python3 chromium)
 # The libraries that ours is measured beside.
@@ -30,6 +31,8 @@ bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev
     robin-map-dev libdouble-conversion-dev libxml2-dev)
 fuzz_packages=(clang libclang-rt-dev llvm)
 tidy_packages=(clang-tidy)
+# A bare machine to install the packages on.
+package_packages=(debootstrap)
 
 work=$(mktemp -d)
 cluster_settings= # a file of ours for the package of PostgreSQL
@@ -213,7 +216,8 @@ for part in "$@"; do
         bench) packages+=("${bench_packages[@]}") ;;
         fuzz) packages+=("${fuzz_packages[@]}") ;;
         tidy) packages+=("${tidy_packages[@]}") ;;
-        *) fail "unknown part '$part' (linux windows docs bench fuzz tidy)" ;;
+        package) packages+=("${package_packages[@]}") ;;
+        *) fail "unknown part '$part' (linux windows docs bench fuzz tidy package)" ;;
     esac
 done
 

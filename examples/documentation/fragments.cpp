@@ -2,6 +2,9 @@
 #include <orvcomtypes/orvcomtypes.h>
 #include <orvcomtypes/stdbridge.h>
 
+// Declares for C what the others declare: they must agree.
+#include <orvcomtypes/orvcapi.h>
+
 #include <cstdio>
 #include <new>
 #include <set>
@@ -23,6 +26,11 @@ void Use(unsigned id);
 void Version()
 {
 #include "orvversion.inc"
+}
+
+void PlainFunctions()
+{
+#include "orvcapi.inc"
 }
 
 #include "plexalloc.inc"

@@ -63,5 +63,11 @@
 /// A text or character literal of `WCHAR`.
 #define ORVTEXT(text) ORVTEXT_(text)
 
-/// Plain functions carry no C++ decoration.
+/// Plain functions carry no C++ decoration. Programs in C declare them too (`orvcapi.h`).
+#if defined(__cplusplus)
 #define ORV_EXTERN_C extern "C"
+#define ORV_NOEXCEPT noexcept
+#else
+#define ORV_EXTERN_C extern
+#define ORV_NOEXCEPT
+#endif

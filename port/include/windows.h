@@ -4,6 +4,8 @@
 
 #include "orvport/types.h"
 
+#if defined(__cplusplus) // A program in C gets the types, which orvcomtypes/orvcapi.h needs.
+
 #include "orvport/error.h"
 
 #include "orvport/debug.h"
@@ -22,3 +24,5 @@
 #include "orvport/systime.h"
 #include "orvport/thread.h"
 #include "orvport/threadlocal.h"
+
+#endif

@@ -1,8 +1,10 @@
-// Base types, as wide as on Windows: LONG, DWORD, BOOL and HRESULT are 32-bit everywhere.
+// Base types, as wide as on Windows: LONG, DWORD, BOOL and HRESULT are 32-bit everywhere. Also for programs
+// in C.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <stddef.h>
+#include <stdint.h>
+#include <uchar.h>
 
 #include "orvport/odbcnames.h"
 #include "orvport/shared.h"
@@ -14,28 +16,28 @@ typedef char16_t WCHAR;
 typedef char CHAR;
 typedef unsigned char BYTE;
 typedef unsigned char UCHAR;
-typedef std::int16_t SHORT;
-typedef std::uint16_t WORD;
-typedef std::uint16_t USHORT;
+typedef int16_t SHORT;
+typedef uint16_t WORD;
+typedef uint16_t USHORT;
 typedef int INT;
 typedef unsigned int UINT;
-typedef std::int32_t LONG;
-typedef std::uint32_t ULONG;
-typedef std::uint32_t DWORD;
+typedef int32_t LONG;
+typedef uint32_t ULONG;
+typedef uint32_t DWORD;
 typedef int BOOL;
-typedef std::int64_t LONGLONG;
-typedef std::uint64_t ULONGLONG;
-typedef std::uint64_t DWORD64;
-typedef std::int64_t LONG64;
+typedef int64_t LONGLONG;
+typedef uint64_t ULONGLONG;
+typedef uint64_t DWORD64;
+typedef int64_t LONG64;
 typedef double DOUBLE;
 typedef float FLOAT;
-typedef std::int32_t HRESULT;
-typedef std::size_t SIZE_T;
-typedef std::intptr_t INT_PTR;
-typedef std::uintptr_t UINT_PTR;
-typedef std::intptr_t LONG_PTR;
-typedef std::uintptr_t ULONG_PTR;
-typedef std::uintptr_t DWORD_PTR;
+typedef int32_t HRESULT;
+typedef size_t SIZE_T;
+typedef intptr_t INT_PTR;
+typedef uintptr_t UINT_PTR;
+typedef intptr_t LONG_PTR;
+typedef uintptr_t ULONG_PTR;
+typedef uintptr_t DWORD_PTR;
 typedef UINT_PTR WPARAM;
 typedef LONG_PTR LPARAM;
 typedef LONG_PTR LRESULT;
@@ -111,10 +113,10 @@ typedef union _LARGE_INTEGER
 
 typedef struct _GUID
 {
-    std::uint32_t Data1;
-    std::uint16_t Data2;
-    std::uint16_t Data3;
-    std::uint8_t Data4[8];
+    uint32_t Data1;
+    uint16_t Data2;
+    uint16_t Data3;
+    uint8_t Data4[8];
 } GUID, IID, CLSID;
 
 typedef struct _SECURITY_ATTRIBUTES
