@@ -662,7 +662,12 @@ constexpr Operation kOperations[] = {
      }},
     {"handshake",
      [](CAttempt& a) {
-         return a([] { CheckSQLHandshakeText(GetSQLHandshakeText()); }) <= End::MemoryExcept;
+         bool bTaken = false, bRefused = false;
+         const End end = a([&] {
+             bTaken = CheckSQLHandshakeText(GetSQLHandshakeText()).IsEmpty();
+             bRefused = !CheckSQLHandshakeHex(kHeapText.c_str(), true).IsEmpty();
+         });
+         return end == End::Fine ? bTaken && bRefused : end == End::MemoryExcept;
      }},
 };
 

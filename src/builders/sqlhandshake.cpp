@@ -3,6 +3,7 @@
 #include "core/numtext.h"
 #include "core/textformat.h"
 #include "strings/textlen.h"
+#include "strings/wholetext.h"
 
 #include <algorithm>
 #include <string_view>
@@ -51,7 +52,7 @@ COrvStr HexOf(const void* pBytes, std::size_t nBytes)
 {
     WCHAR sHex[2 * 3 * std::size(kHandshake) + 1];
     *OCT::PutHexBytes(sHex, static_cast<const unsigned char*>(pBytes), nBytes) = 0;
-    return COrvStr(sHex);
+    return OCT::Whole(COrvStr(sHex));
 }
 
 COrvStr HandshakeHex(bool bUTF16)
@@ -94,7 +95,7 @@ COrvStr ORVCALL CheckSQLHandshakeText(const WCHAR* sReturned)
 
 COrvStr ORVCALL CheckSQLHandshakeHex(const WCHAR* sReturned, bool bUTF16)
 {
-    COrvStr sBack(sReturned);
+    COrvStr sBack = OCT::Whole(COrvStr(sReturned));
     sBack.MakeUpper();
     const COrvStr sSent = HandshakeHex(bUTF16);
     const CText sSentView(sSent, sSent.GetLength());
@@ -108,8 +109,9 @@ COrvStr ORVCALL CheckSQLHandshakeHex(const WCHAR* sReturned, bool bUTF16)
                   static_cast<unsigned>(n / 2 + 1));
     sFault.Append(sWhere);
     const auto append = [&](CText sText) {
-        const COrvStr sPart(sText.substr(std::min(n, sText.size())).data());
-        sFault += sPart.SubStr(0, 2 * kShownAround);
+        const CText sPart = sText.substr(std::min(n, sText.size()), 2 * kShownAround);
+        if (!sPart.empty())
+            sFault.Append(sPart.data(), static_cast<unsigned>(sPart.size()));
     };
     append(sBackView);
     sFault.Append(" instead of ");
