@@ -466,11 +466,11 @@ constexpr Operation kOperations[] = {
          const End end = a([&] {
              try
              {
-                 throw CLQExcept(5, 26005, LQ_SRC_LOCATION);
+                 throw CLQExcept(5, 26005, LQSrcLocation{kLong.c_str(), 1});
              }
              catch (const CLQExcept& e)
              {
-                 iCode = e.GetErrorCode();
+                 iCode = e.GetFile() != nullptr ? e.GetErrorCode() : 0;
              }
          });
          return end == End::Fine && iCode == 5;

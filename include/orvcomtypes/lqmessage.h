@@ -32,13 +32,14 @@ namespace OCT
 class IWrtStream;
 }
 
-/// What a parameter is.
+/// What a parameter is. `Format` shows whole numbers, texts and resources; the others are shown by those who
+/// read them.
 enum LQMessageParamType : int
 {
     msty_Long = 1,
     msty_Double = 2,
     msty_String = 3,
-    msty_FullTime = 4, ///< shown with date and time
+    msty_FullTime = 4, ///< to be shown with date and time
     msty_OnlyDate = 5,
     msty_OnlyTime = 6,
     msty_ResId = 7 ///< shown as that resource's text

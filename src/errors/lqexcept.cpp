@@ -5,6 +5,7 @@
 #include "core/textformat.h"
 #include "errors/lqraise.h"
 #include "orvcomtypes/orvlog.h"
+#include "strings/wholetext.h"
 
 #include <iterator>
 #include <new>
@@ -73,7 +74,8 @@ CLQExcept::CLQExcept(LONG iCode, unsigned uResId, const LQSrcLocation& location)
     {
         const OCT::CFlagScope scope(OCT::t_bMakesMessage);
         m_messages.Add(iCode, uResId);
-        m_sFile = sFile;
+        const COrvStr sOwnFile(sFile);
+        m_sFile = OCT::Whole(sOwnFile);
     }
     catch (const std::bad_alloc&)
     {
