@@ -105,6 +105,15 @@ TEST(Except, FormatsToTheLog)
     EXPECT_REPORTS(capture, {{"ExceptFormatToLog", "e == nullptr", "", "lqexcept"}});
 }
 
+TEST(Except, NamesTheIdOfATextThatTheLanguageLacks)
+{
+    CReportCapture capture;
+    CResourceHandler::SetLanguage(ORVTEXT("en"));
+    EXPECT_EQ(ORVTEXT("There is no text in this language for message 2999"),
+              TextOf(CLQExcept(E_FAIL, 2999, LQ_SRC_LOCATION).Format(nullptr)));
+    EXPECT_REPORTS(capture, {{"CLQMessage::Format", "sFormat.IsEmpty()", "2999", "lqmessage"}});
+}
+
 TEST(Except, HasGenericMessages)
 {
     EXPECT_EQ(26007u, GetErrorMessResId(lqeMemory, 1));
