@@ -18,11 +18,17 @@ import pathlib
 import re
 import sys
 
-LABELS = "Ownership|Lifetime|Thread safety|Errors|Units|Fork|Null, empty, zero|The end|Room|What fits|Stable within a major"
-LABEL = re.compile(rf"({LABELS}): ")
+LABEL = re.compile("(Ownership|Lifetime|Thread safety|Errors|Units|Fork|Null, empty, zero|The end|Room|What fits|"
+                   "Stable within a major): ")
+COMMENT = re.compile(r" *///[^<]| *///$")
+DECLARATION = re.compile(r" *(?!#|//|[{}:]|public:|private:|protected:)\S")
 TITLE = re.compile(r"^( *)// -{4,} ?(.*?)( ----)?$")
 NAME = re.compile(r"(operator\s*\W{1,3}|operator [\w:]+(?: ?\w+)*[*&]?|~?\w+)\s*\(")
 FINAL_LETTER = re.compile(r"(?<=[a-z8])[AW]$")
+
+
+def indentation(line):
+    return len(line) - len(line.lstrip())
 
 
 def prose(text):
@@ -53,7 +59,7 @@ def translated(lines):
 
     after_blank, code = True, False
     for line in lines:
-        indent = len(line) - len(line.lstrip())
+        indent = indentation(line)
         if code and line and indent < code:
             result.append("~~~")
             code = False
@@ -86,106 +92,115 @@ def translated(lines):
 
 
 class Header:
+    """Goes through a header; its methods print a part of it from line I on and give the line behind."""
+
     def __init__(self, text):
         self.lines = text.split("\n")
         self.out = []
+        self.covered = None  # indentation and name of the declaration whose comment covers what follows
         self.group = None  # the indentation of the open group of members
         self.depth = self.group_depth = 0  # in how many namespaces a line, and the open group, stands
-        self.title_words = None  # of the open group, when they say more than a word
+        self.group_says = None  # the title of the open group, when it is more than a word
+
+    def run(self):
+        i = self.file_comment()
+        while i < len(self.lines):
+            i = self.part(i)
+        self.end_group()
+        return "\n".join(self.out)
+
+    def file_comment(self):
+        end = next(i for i, line in enumerate(self.lines) if not line.startswith("///"))
+        lines = [line[4:] for line in self.lines[:end]]
+        self.top = translated(lines)
+        # The first lines name what the header is about.
+        self.subjects = set(re.findall(r"`(?:OCT::)?(C\w+|I\w+)", "\n".join(lines[:12])))
+        self.comment("", ["\\file"] + self.top)
+        return end
+
+    def part(self, i):
+        line = self.lines[i]
+        self.enter_and_leave(line)
+        title = TITLE.match(line)
+        macro = re.match(r"#define (\w+)", line)
+        if title:
+            return self.title(i, title)
+        if COMMENT.match(line):
+            return self.documented(i)
+        if macro and macro[1].endswith("_"):
+            return self.hidden(i)
+        if (macro or DECLARATION.match(line)) and (self.covered is None or indentation(line) <= self.covered[0]):
+            return self.undocumented(i)
+        if not line.strip():
+            self.covered = None
+        self.out.append(self.trailing(line.replace("protected:", "private:")))
+        return i + 1
 
     def comment(self, indent, lines):
         self.out += [f"{indent}/// {line}".rstrip() for line in lines]
-
-    def end_group(self):
-        if self.group is not None:
-            self.out.append(" " * self.group + "///@}")
-            self.group = self.title_words = None
-
-    def run(self):
-        i = 0
-        top = []
-        while i < len(self.lines) and self.lines[i].startswith("///"):
-            top.append(self.lines[i][4:])
-            i += 1
-        self.top = translated(top)
-        # The first two paragraphs name what the header is about.
-        self.names = set(re.findall(r"`(?:OCT::)?(C\w+|I\w+)", "\n".join(top[:12])))
-        self.comment("", ["\\file"] + self.top)
-        covered = None  # indentation and name of the documented declaration that was last
-        while i < len(self.lines):
-            line = self.lines[i]
-            indent = len(line) - len(line.lstrip())
-            if line.startswith("namespace ") and not line.endswith(";"):
-                self.depth += 1
-            elif line.startswith("} // namespace"):
-                self.depth -= 1
-            if self.group is not None and line.strip() and (indent < self.group or self.depth < self.group_depth):
-                self.end_group()
-            title = TITLE.match(line)
-            if title:
-                i = self.title(i, title)
-                covered = None
-                continue
-            if re.match(r" *///[^<]|  *///$", line):
-                block = []
-                while re.match(r" *///(?!<)", self.lines[i]):
-                    block.append(self.lines[i].strip()[4:])
-                    i += 1
-                self.comment(" " * indent, translated(block))
-                name = self.name_at(i)
-                covered = (indent, name) if name and not name.startswith("class ") else None
-                i = self.declaration(i)
-                continue
-            macro = re.match(r"#define (\w+)", line)
-            if macro and macro[1].endswith("_"):
-                self.out += ["/// \\cond", line]
-                while line.endswith("\\"):
-                    i += 1
-                    line = self.lines[i]
-                    self.out.append(line)
-                self.out.append("/// \\endcond")
-                i += 1
-                continue
-            if line.strip() and (macro or not line.lstrip().startswith(("#", "//"))) and not line.lstrip().startswith(("{", "}", "public:", "private:", "protected:", ":")):
-                if covered is None or indent <= covered[0]:
-                    said = self.said_of(i, indent, covered)
-                    if not said and self.title_words and indent == self.group and self.name_at(i):
-                        said = prose(self.title_words) + "."
-                        covered = (indent, self.name_at(i))
-                    if said:
-                        self.out.append(" " * indent + "/// " + said)
-                    else:
-                        covered = None
-                    i = self.declaration(i)
-                    continue
-            elif not line.strip() and covered:
-                covered = None
-            self.out.append(self.trailing(line.replace("protected:", "private:")))
-            i += 1
-        self.end_group()
-        return "\n".join(self.out)
 
     def trailing(self, line):
         head, mark, text = line.partition("///< ")
         return head + mark + prose(text) if mark else line
 
+    def enter_and_leave(self, line):
+        if line.startswith("namespace ") and not line.endswith(";"):
+            self.depth += 1
+        elif line.startswith("} // namespace"):
+            self.depth -= 1
+        if self.group is not None and line.strip() and (indentation(line) < self.group or self.depth < self.group_depth):
+            self.end_group()
+
+    def end_group(self):
+        if self.group is not None:
+            self.out.append(" " * self.group + "///@}")
+            self.group = self.group_says = None
+
     def title(self, i, match):
         self.end_group()
-        words = [match[2]]
-        while not self.lines[i].rstrip().endswith("----") and self.lines[i + 1].lstrip().startswith("// ") and not match[3] \
-                and self.lines[i + 1].rstrip().endswith("----"):
+        text = match[2]
+        if not match[3] and self.lines[i + 1].endswith(" ----"):
             i += 1
-            words.append(self.lines[i].strip()[3:].removesuffix(" ----"))
-        text = " ".join(words)
+            text += " " + self.lines[i].strip()[3:].removesuffix(" ----")
+        text = text[0].upper() + text[1:]
         self.group, self.group_depth = len(match[1]), self.depth
-        self.title_words = text[0].upper() + text[1:] if " " in text else None
-        self.comment(match[1], ["\\name " + prose(text[0].upper() + text[1:]), "@{"])
+        self.group_says = text if " " in text else None
+        self.comment(match[1], ["\\name " + prose(text), "@{"])
         self.out.append("")
+        self.covered = None
         return i + 1
+
+    def documented(self, i):
+        indent, block = indentation(self.lines[i]), []
+        while COMMENT.match(self.lines[i]):
+            block.append(self.lines[i].strip()[4:])
+            i += 1
+        self.comment(" " * indent, translated(block))
+        name = self.name_at(i)
+        self.covered = (indent, name) if name and not name.startswith("class ") else None
+        return self.declaration(i)
+
+    def undocumented(self, i):
+        indent = indentation(self.lines[i])
+        said = self.said_of(i, indent)
+        if not said and self.group_says and indent == self.group and self.name_at(i):
+            said = prose(self.group_says) + "."
+            self.covered = (indent, self.name_at(i))
+        if said:
+            self.out.append(" " * indent + "/// " + said)
+        else:
+            self.covered = None
+        return self.declaration(i)
+
+    def hidden(self, i):
+        """A macro that only others use."""
+        self.out.append("/// \\cond")
+        i = self.declaration(i)
+        self.out.append("/// \\endcond")
+        return i
 
     def name_at(self, i):
         """The name that the declaration at line I is of."""
-        text = ""
         while re.match(r" *(template\b|requires\b)", self.lines[i]):
             i += 1
         text = " ".join(line.strip() for line in self.lines[i:i + 3])
@@ -202,18 +217,18 @@ class Header:
         found = NAME.search(text) or re.search(r"(\w+)(?:\[\w*\])?(?: = .*)?$", text)
         return found[1].replace(" ", "") if found else None
 
-    def said_of(self, i, indent, covered):
+    def said_of(self, i, indent):
         """What is said of a declaration without a comment; None when nothing is."""
         name = self.name_at(i)
         if name is None:
             return None
         if name.startswith("class "):
-            if name[6:] in self.names and not self.lines[i].rstrip().endswith(";"):
-                self.names.discard(name[6:])
+            if name[6:] in self.subjects and not self.lines[i].rstrip().endswith(";"):
+                self.subjects.discard(name[6:])
                 return "\n" + "\n".join(f"/// {line}".rstrip() for line in self.top)
             return None
-        if covered and covered[1] and indent == covered[0]:
-            last = covered[1]
+        if self.covered and self.covered[1] and indent == self.covered[0]:
+            last = self.covered[1]
             if name == last or name.startswith("operator") and last.startswith("operator"):
                 return "The same for these operands." if name.startswith("operator") else "The same for these arguments."
             if FINAL_LETTER.sub("", name) == FINAL_LETTER.sub("", last) and FINAL_LETTER.search(name):
@@ -239,7 +254,7 @@ class Header:
 
     def declaration(self, i):
         """Prints the declaration at line I up to its end; gives the line behind it."""
-        indent = len(self.lines[i]) - len(self.lines[i].lstrip())
+        indent = indentation(self.lines[i])
         if self.lines[i].startswith("#define"):
             while self.lines[i].endswith("\\"):
                 self.out.append(self.lines[i])
@@ -249,7 +264,7 @@ class Header:
         first = True
         while i < len(self.lines):
             line = self.lines[i]
-            if not first and line.strip() and len(line) - len(line.lstrip()) <= indent and not line.lstrip().startswith(
+            if not first and line.strip() and indentation(line) <= indent and not line.lstrip().startswith(
                     ("{", "}", ":", "requires")) and not re.match(r" *(template\b|requires\b)", self.lines[i - 1]):
                 return i
             if not line.strip() and not first:
@@ -257,7 +272,7 @@ class Header:
             self.out.append(self.trailing(line))
             i += 1
             if re.match(r" *(class|struct|union|enum|namespace)\b[^;]*$", line) or line.rstrip().endswith((";", "}")) \
-                    and len(line) - len(line.lstrip()) <= indent:
+                    and indentation(line) <= indent:
                 return i
             if line.rstrip().endswith(";") and not line.startswith(" " * (indent + 4) + " ") and first:
                 return i

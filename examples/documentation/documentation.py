@@ -7,7 +7,8 @@
 "cut" writes into FOLDER, for each FILE, what it shows. The example at the top of a header, and a block "```cpp" of a guide
 that has no main, is a fragment: NAME.inc, NAME_2.inc and so on, which the source FRAGMENTS includes at the scope that it is
 written for. A block with a main is a program: programs.inc has all of them, and NAME.txt holds what it prints by the block
-"```text" behind it. A block "```sh" with one behind it is a script: NAME.sh. A source file with a main is a program already: the comment at its end says what it prints.
+"```text" behind it. A block "```sh" with one behind it is a script: NAME.sh. A source file with a main is a program
+already: the comment at its end says what it prints.
 
 A program whose first line is "// On Linux" or "// On Windows" is left out when SYSTEM is another one.
 

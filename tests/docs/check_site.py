@@ -55,7 +55,8 @@ def seen(pages):
 
 def missing_functions(site, tree):
     """Functions that the library exports by name and that the search does not know."""
-    known = set(re.findall(r"\['\w+',\['([^']+)'", "".join(path.read_text(encoding="utf-8") for path in site.glob("search/all_*.js"))))
+    index = "".join(path.read_text(encoding="utf-8") for path in site.glob("search/all_*.js"))
+    known = set(re.findall(r"\['\w+',\['([^']+)'", index))
     for line in (tree / "src/OrvComTypes.def").read_text(encoding="utf-8").splitlines():
         name = line.split(";")[0].strip()
         if name and name != "EXPORTS" and name not in known:
