@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the packages on a bare Debian 12, made anew from the machine's package sources, and there compiles and runs the
-# program of README.md by the command that stands below it. (Runs as root in a mount namespace of its own.)
+# program of README.md by the command that stands below it; it must say what stands there. (Runs as root in a mount namespace of its own.)
 #
 #   bare.sh FOLDER README PACKAGE...    FOLDER is made; it takes 700 MB
 set -eu
@@ -17,9 +17,8 @@ mount --rbind /dev "$root/dev"
 mkdir "$root/try"
 cp "$@" "$root/try"
 awk '/^```/ { inside = $0 == "```cpp"; next } inside' "$readme" >"$root/try/program.cpp"
-# The command, and what the program says: the comment behind the call that writes it.
+awk '/^```/ { inside = $0 == "```text"; next } inside' "$readme" >"$root/try/expected"
 sed -n 's/^ *\(c++ .*program\.cpp.*\)$/\1/p' "$readme" >"$root/try/command"
-sed -n 's/.*std::puts(text); \/\/ //p' "$root/try/program.cpp" >"$root/try/expected"
 [ -s "$root/try/expected" ] && [ -s "$root/try/command" ]
 chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/try DEBIAN_FRONTEND=noninteractive \
     /bin/sh -eu >>"$root.log" 2>&1 <<'COMMANDS' || { tail -n 20 "$root.log" >&2; exit 1; }
