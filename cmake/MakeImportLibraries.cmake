@@ -31,8 +31,11 @@ if(MINGW_LIBRARY)
     endforeach()
     file(WRITE ${EXPORTED}.import "${definition}")
     file(REMOVE ${MINGW_LIBRARY})
-    execute_process(COMMAND ${DLLTOOL} --dllname ${name} --input-def ${EXPORTED}.import --output-lib ${MINGW_LIBRARY}
-        COMMAND_ERROR_IS_FATAL ANY)
+    # The library's members are named after its path as it is given here.
+    cmake_path(GET MINGW_LIBRARY PARENT_PATH folder)
+    cmake_path(GET MINGW_LIBRARY FILENAME library)
+    execute_process(COMMAND ${DLLTOOL} --dllname ${name} --input-def ${EXPORTED}.import --output-lib ${library}
+        WORKING_DIRECTORY ${folder} COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
 if(LLVM_DLLTOOL)

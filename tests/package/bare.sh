@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs the packages on a bare Debian 12, made anew from the machine's package sources, and there compiles and runs the
-# program of README.md by the command that stands below it; it must say what stands there. (Runs as root in a mount namespace of its own.)
+# program of README.md by the command that stands below it; it must say what stands there. (Runs as root in a mount
+# namespace of its own.)
 #
 #   bare.sh FOLDER README PACKAGE...    FOLDER is made; it takes 700 MB
 set -eu
