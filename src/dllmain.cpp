@@ -22,10 +22,7 @@ void OnProcessDetach(bool bUnloading)
     CallHook(g_TeardownHooks.m_fnRemoveCrashHandler);
     CallHook(g_TeardownHooks.m_fnReleaseProcessLogger);
     if (bUnloading)
-    {
-        CallHook(g_TeardownHooks.m_fnDestroySourceLocations);
         CallHook(g_TeardownHooks.m_fnFreeLogs);
-    }
     OCT::CThreadStore::Disable();
     ClearPlexedAllocUninit(bUnloading);
 }

@@ -12,7 +12,7 @@ struct CTeardownHooks
     using Hook = std::atomic<void (*)()>;
 
     Hook m_fnFlushLogs = nullptr;              ///< no log line stays in a pool
-    Hook m_fnDestroySourceLocations = nullptr; ///< the log's table of source locations per thread
+    Hook m_fnForgetSourceLocations = nullptr;  ///< those that threads have set for their log lines
     Hook m_fnDestroyResourceHandler = nullptr; ///< the resource handler's global state, then this thread's
     Hook m_fnRemoveCrashHandler = nullptr;     ///< the thread and the handlers of the crash handler
     Hook m_fnReleaseProcessLogger = nullptr;   ///< the process logger and its option word

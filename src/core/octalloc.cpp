@@ -258,7 +258,7 @@ void ORVCALL UninitOrvComTypes() noexcept
 {
     CallHook(g_TeardownHooks.m_fnFlushLogs);
     CallPlexedAllocUninit(nullptr);
-    CallHook(g_TeardownHooks.m_fnDestroySourceLocations);
+    CallHook(g_TeardownHooks.m_fnForgetSourceLocations);
     if (!g_bResourceHandlerDestroyed.exchange(true))
         CallHook(g_TeardownHooks.m_fnDestroyResourceHandler);
 }

@@ -79,7 +79,7 @@ bool PutLocation(CSink& header)
 {
     const char* sFile;
     int iLine;
-    if (!CThreadLogFileLineHandler::Get(sFile, iLine) || sFile == nullptr)
+    if (!CThreadLogFileLineHandler::Get(sFile, iLine) || sFile == nullptr || *sFile == 0)
         return false;
     const std::string_view sPath(sFile);
     const std::string_view sName = sPath.substr(sPath.find_last_of("/\\") + 1); // npos + 1 is 0

@@ -1,77 +1,110 @@
 #include "log/loglocation.h"
 
 #include "core/lifecycle.h"
+#include "threadslot.h"
 
-#include <new>
+#include <windows.h>
 
-std::atomic<CThreadLogFileLineHandler*> CThreadLogFileLineHandler::s_pTable = nullptr;
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <utility>
 
-CThreadLogFileLineHandler::~CThreadLogFileLineHandler()
+namespace
 {
-    m_locations.ForEach([](CThreadLocation* p) { delete p; });
+
+// Slots and no `thread_local`: that takes memory at a thread's first use on some targets, and ends the
+// process where there is none.
+enum ESlot
+{
+    File,
+    Line,
+    Age, ///< the one in which the position was set
+    Slots
+};
+
+using CSlots = std::array<DWORD, Slots>;
+constexpr CSlots kNoSlots{TLS_OUT_OF_INDEXES, TLS_OUT_OF_INDEXES, TLS_OUT_OF_INDEXES};
+constinit CSlots g_dwSlots = kNoSlots; ///< all or none
+
+/// 0 until somebody sets a position: up to then no line looks for one. Each teardown begins another
+/// age, in which no thread has one.
+constinit std::atomic<std::uint32_t> g_nAge = 0;
+
+std::uint32_t NumberIn(ESlot eSlot)
+{
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(PortTlsValue(g_dwSlots[eSlot])));
 }
 
-CThreadLogFileLineHandler& CThreadLogFileLineHandler::Make()
+bool SetNumber(ESlot eSlot, std::uint32_t n)
 {
-    auto* pTable = s_pTable.load(std::memory_order_acquire);
-    if (pTable != nullptr)
-        return *pTable;
-    auto* pNew = new CThreadLogFileLineHandler;
-    if (s_pTable.compare_exchange_strong(pTable, pNew, std::memory_order_acq_rel))
+    return TlsSetValue(g_dwSlots[eSlot], reinterpret_cast<void*>(std::uintptr_t{n})) != FALSE;
+}
+
+/// Begins the first one if need be.
+std::uint32_t CurrentAge()
+{
+    std::uint32_t nAge = g_nAge.load(std::memory_order_relaxed);
+    if (nAge == 0 && g_nAge.compare_exchange_strong(nAge, 1, std::memory_order_relaxed))
+        nAge = 1;
+    return nAge;
+}
+
+void ForgetAll()
+{
+    g_nAge.fetch_add(1, std::memory_order_relaxed);
+}
+
+void Free(const CSlots& dwSlots)
+{
+    std::ranges::for_each(dwSlots, TlsFree);
+}
+
+bool TakeSlots()
+{
+    CSlots dwSlots;
+    std::ranges::generate(dwSlots, TlsAlloc);
+    const bool bAll = std::ranges::find(dwSlots, TLS_OUT_OF_INDEXES) == dwSlots.end();
+    if (bAll)
     {
-        g_TeardownHooks.m_fnDestroySourceLocations.store(Destroy, std::memory_order_release);
-        return *pNew;
+        g_dwSlots = dwSlots;
+        g_TeardownHooks.m_fnForgetSourceLocations.store(ForgetAll, std::memory_order_release);
     }
-    delete pNew;
-    return *pTable;
+    else
+        Free(dwSlots);
+    return bAll;
 }
 
-void CThreadLogFileLineHandler::Destroy()
-{
-    delete s_pTable.exchange(nullptr, std::memory_order_acq_rel);
-}
+// At load, when there is only one thread.
+[[maybe_unused]] const bool g_bTaken = TakeSlots();
+
+} // namespace
 
 void CThreadLogFileLineHandler::Set(const char* sFile, int iLine) noexcept
 {
-    const bool bForget = sFile == nullptr && iLine == 0;
-    if (bForget && s_pTable.load(std::memory_order_acquire) == nullptr)
+    if (g_dwSlots == kNoSlots)
         return;
-    try
-    {
-        Make().SetOf(GetCurrentThreadId(), sFile, iLine);
-    }
-    catch (...)
-    {
-        // Without memory the lines do without their position.
-    }
-}
-
-void CThreadLogFileLineHandler::SetOf(DWORD dwThreadId, const char* sFile, int iLine)
-{
-    const OCT::CCritSectGuard guard(&m_lock);
-    CThreadLocation* pOld = m_locations.GetItemByKey(dwThreadId, nullptr);
-    if (sFile == nullptr && iLine == 0)
-        delete m_locations.RemoveItemByKey(dwThreadId, nullptr);
-    else if (pOld != nullptr)
-        *pOld = {dwThreadId, sFile, iLine};
-    else
-        m_locations.SetItem(new CThreadLocation{dwThreadId, sFile, iLine});
-    m_nCount.store(m_locations.GetCount(), std::memory_order_relaxed);
+    // The age comes last: it makes the others hold.
+    if (TlsSetValue(g_dwSlots[File], const_cast<char*>(sFile)) &&
+        SetNumber(Line, static_cast<std::uint32_t>(iLine)))
+        SetNumber(Age, CurrentAge());
 }
 
 bool CThreadLogFileLineHandler::Get(const char*& sFile, int& iLine) noexcept
 {
     sFile = nullptr;
     iLine = 0;
-    const auto* pTable = s_pTable.load(std::memory_order_acquire);
-    // Most lines are written while nobody has set a position.
-    if (pTable == nullptr || pTable->m_nCount.load(std::memory_order_relaxed) == 0)
+    const std::uint32_t nAge = g_nAge.load(std::memory_order_relaxed);
+    if (nAge == 0 || NumberIn(Age) != nAge)
         return false;
-    const OCT::CCritSectGuard guard(&pTable->m_lock);
-    const CThreadLocation* pFound = pTable->m_locations.GetItemByKey(GetCurrentThreadId(), nullptr);
-    if (pFound == nullptr)
-        return false;
-    sFile = pFound->m_sFile;
-    iLine = pFound->m_iLine;
-    return true;
+    sFile = static_cast<const char*>(PortTlsValue(g_dwSlots[File]));
+    iLine = static_cast<int>(NumberIn(Line));
+    return sFile != nullptr || iLine != 0;
+}
+
+void CThreadLogFileLineHandler::FreeAtUnload() noexcept
+{
+    if (g_dwSlots != kNoSlots)
+        Free(std::exchange(g_dwSlots, kNoSlots));
 }

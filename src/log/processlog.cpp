@@ -3,6 +3,7 @@
 #include "core/textformat.h"
 #include "log/logfilename.h"
 #include "log/loglist.h"
+#include "log/loglocation.h"
 
 namespace
 {
@@ -53,6 +54,7 @@ void FreeLogsAtUnload()
 {
     g_loggerStorage.DestroyAtUnload();
     FreeHandlersAtUnload();
+    CThreadLogFileLineHandler::FreeAtUnload();
 }
 
 COrvLog* ORVCALL GetProcessLogger()

@@ -261,8 +261,8 @@ ORV_CHILD(WaitForASignal)
         log.LogErr(ORVTEXT("before"));
         std::printf("%d\n", static_cast<int>(getpid()));
         std::fflush(stdout);
-        for (;;) // also within the library's own locks
-            log.HasFL();
+        for (;;)
+            pause();
     }
     int nStatus = 0;
     waitpid(pid, &nStatus, 0);
