@@ -220,14 +220,15 @@ TEST_F(LogFaults, FullFileIsFollowedByTheNextAndOldOnesGo)
 
 TEST_F(LogFaults, FileIsUtf8WhereThatIsChosen)
 {
-    Init(lqlInformation | lqlSQL);
+    Init(lqlInformation | lqlSQL, ORVTEXT("\u00E4"));
     m_log.SetFileOption(lqfUTF8, 1);
     m_log.LogInf(ORVTEXT("\u00E9\u4E2D\U0001F600"));
     m_log.LogOpt(lqlInformation, "%S|%5.1S|%s", ORVTEXT("\u4E2D"), ORVTEXT("ab"), "plain");
     m_log.LogRaw(ORVTEXT("\u4E2D\n"));
     SQLStrSaveToLog(ORVTEXT("\u4E2D"), &m_log, LQComErrorData(), 0, -1, ~0u);
-    EXPECT_EQ("=I> <t> \xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\r\n=I> <t> \xE4\xB8\xAD|    a|plain\r\n"
-              "\xE4\xB8\xAD\n=S> <t> SQL SUCCEEDED [0]:\r\nSQL 0\t\xE4\xB8\xAD\r\n",
+    EXPECT_EQ("=I> \xC3\xA4 <t> \xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\r\n"
+              "=I> \xC3\xA4 <t> \xE4\xB8\xAD|    a|plain\r\n"
+              "\xE4\xB8\xAD\n=S> \xC3\xA4 <t> SQL SUCCEEDED [0]:\r\nSQL 0\xC3\xA4\t\xE4\xB8\xAD\r\n",
               Written());
 }
 

@@ -11,6 +11,7 @@ namespace
 constexpr unsigned kUnknown = ~0u;
 constexpr std::size_t kLongStatement = 2000;
 constexpr std::size_t kKeptOfLong = 400;
+constexpr std::size_t kLabelBytes = 480; ///< four for each of its characters
 
 } // namespace
 
@@ -82,10 +83,23 @@ private:
             sStatement = sStatement.substr(0, OCT::WholeCharacters(sSql, kKeptOfLong, CP_ACP));
             sTail = "... (Too long SQL statement to log)";
         }
-        char sLabel[120];
-        const std::size_t nLabel = OCT::FormatTo(sLabel, "SQL %d%.100s", m_nWorkerDbId, m_log.m_sPrefix);
-        const CSQLText text(m_log.CodePage(), sOutcome, {sLabel, nLabel}, sStatement, sTail);
+        char sLabel[kLabelBytes];
+        const CSQLText text(m_log.CodePage(), sOutcome, Label(sLabel), sStatement, sTail);
         Queue(text.Text(), text.Length(), nLevel);
+    }
+
+    /// In front of every line of a statement; in the code page of the file.
+    std::string_view Label(char (&sLabel)[kLabelBytes]) const
+    {
+        const UINT nCodePage = m_log.CodePage();
+        if (nCodePage == CP_ACP)
+            return {sLabel, OCT::FormatTo(sLabel, "SQL %d%.100s", m_nWorkerDbId, m_log.m_sPrefix)};
+        WCHAR sWide[kLabelBytes / 4];
+        const std::size_t nWide =
+            OCT::FormatTo(sWide, ORVTEXT("SQL %d%.100S"), m_nWorkerDbId, m_log.m_sPrefix);
+        const int nBytes = WideCharToMultiByte(nCodePage, 0, sWide, static_cast<int>(nWide), sLabel,
+                                               static_cast<int>(kLabelBytes), nullptr, nullptr);
+        return {sLabel, static_cast<std::size_t>(nBytes)};
     }
 
     void SaveNotice(std::string_view sOutcome, unsigned nLevel) const

@@ -112,6 +112,9 @@ CLogLine::CLogLine(const CLogLineParts& parts, const char* sFormat, va_list args
 {
     bool bIsFormat = false;
     const std::size_t nHeader = PutHeader(parts, bIsFormat);
+    // So that it is converted with the format.
+    bIsFormat |= m_nCodePage != CP_ACP &&
+                 std::any_of(m_sText, m_sText + nHeader, [](char c) { return (c & 0x80) != 0; });
     // The format becomes part of the header and is cut with it.
     if (bIsFormat || nHeader + std::strlen(sFormat) >= kHeaderBytes)
         FormatWithHeader((std::min)(nHeader, kHeaderBytes - 1), sFormat, args);
