@@ -328,7 +328,7 @@ TEST_F(RegistryLog, UserComesBeforeTheMachineAndThatBeforeDefaults)
     EXPECT_EQ(unsigned{lqlErrors}, m_log.GetLogOpt());
     Configure(HKEY_CURRENT_USER, 0);
     EXPECT_FALSE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr)) << "no log is wanted";
-    EXPECT_FALSE(m_log.HasLog(~0u));
+    EXPECT_FALSE(m_log.SetFileOption(lqfKeepFiles, 1)) << "the former file is given back";
 }
 
 TEST_F(RegistryLog, NumbersOfTheKeyAreTheOptionsOfLogAndFile)

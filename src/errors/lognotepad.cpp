@@ -3,6 +3,27 @@
 #include "orvcomtypes/orvlog.h"
 #include "textviewer.h"
 
+namespace
+{
+
+/// The system's text for an error; its number where there is none.
+template <std::size_t Size>
+void DescribeError(WCHAR (&sReason)[Size], DWORD dwError)
+{
+    sReason[0] = 0;
+    try
+    {
+        GetWinErrorString(dwError).CopyTo(sReason, Size);
+    }
+    catch (...) // no memory
+    {
+    }
+    if (sReason[0] == 0)
+        OCT::FormatTo(sReason, ORVTEXT("0x%08X"), dwError);
+}
+
+} // namespace
+
 bool COrvLog::ShowLogFileWithNotepad() const
 {
     const COrvStr sFile = GetLogFileName();
@@ -17,17 +38,11 @@ bool COrvLog::ShowLogFileWithNotepad() const
                         &startup, &process))
     {
         const DWORD dwError = GetLastError();
-        COrvStr sReason = GetWinErrorString(dwError);
-        if (sReason.IsEmpty())
-        {
-            WCHAR sCode[11];
-            OCT::FormatTo(sCode, ORVTEXT("0x%08X"), dwError);
-            sReason = sCode;
-        }
+        WCHAR sReason[500];
+        DescribeError(sReason, dwError);
         SetFL("orvlog", __LINE__);
         LogOpt(lqlErrors, HRESULT_FROM_WIN32(dwError),
-               "Could not show log file in notepad because: %S; CommandLine: %S",
-               static_cast<const WCHAR*>(sReason), static_cast<const WCHAR*>(sCommandLine));
+               "Could not show log file in notepad because: %S; CommandLine: %S", sReason, sCommandLine);
         SetFL(nullptr, 0);
         return false;
     }

@@ -347,6 +347,13 @@ void CLogFileInnerHandler::Lose(std::uint64_t nLines, std::uint64_t nBytes)
     m_lost.Add(loss);
 }
 
+void CLogFileInnerHandler::CountAsLost(std::uint64_t nBytes)
+{
+    const OCT::CCritSectGuard guard(&m_lock);
+    BeginAnewInChild();
+    Lose(1, nBytes);
+}
+
 CLogLoss CLogFileInnerHandler::Lost() const
 {
     const OCT::CCritSectGuard guard(&m_lock);
@@ -397,22 +404,24 @@ bool CLogFileInnerHandler::HasThread() const
 
 bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
 {
-    CFlushWaiter waiter{CreateEventW(nullptr, TRUE, FALSE, nullptr), 0, bOneTry, nullptr};
-    bool bWait = false;
+    CFlushWaiter waiter{nullptr, 0, bOneTry, nullptr};
     {
         const OCT::CCritSectGuard guard(&m_lock);
         BeginAnewInChild();
         waiter.m_nTicket = m_nQueued;
-        if (m_nDone < m_nQueued && !m_bStop)
+        if (m_nDone >= m_nQueued)
+            return true;
+        if (!m_bStop)
             EnsureThread();
-        bWait = m_nDone < m_nQueued && waiter.m_hEvent != nullptr && HasThread() && !(bOneTry && m_bHangs);
-        if (bWait)
-        {
-            waiter.m_pNext = std::exchange(m_pWaiters, &waiter);
-            WakeThread();
-        }
+        if (!HasThread() || (bOneTry && m_bHangs))
+            return false;
+        waiter.m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        if (waiter.m_hEvent == nullptr)
+            return false;
+        waiter.m_pNext = std::exchange(m_pWaiters, &waiter);
+        WakeThread();
     }
-    const bool bInVain = bWait && !Await(waiter.m_hEvent, dwMilliseconds);
+    const bool bInVain = !Await(waiter.m_hEvent, dwMilliseconds);
     bool bDone;
     {
         const OCT::CCritSectGuard guard(&m_lock);
@@ -425,19 +434,26 @@ bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
             *pp = waiter.m_pNext;
         bDone = m_nDone >= waiter.m_nTicket;
     }
-    CloseIfOpen(waiter.m_hEvent);
+    CloseHandle(waiter.m_hEvent);
     return bDone;
 }
 
 void CLogFileInnerHandler::GetFileName(COrvStr& name)
 {
-    CLogText sName;
+    try
     {
-        const OCT::CCritSectGuard guard(&m_lock);
-        if (m_pRun != nullptr)
-            sName = m_pRun->m_writer.File().Name();
+        CLogText sName;
+        {
+            const OCT::CCritSectGuard guard(&m_lock);
+            if (m_pRun != nullptr)
+                sName = m_pRun->m_writer.File().Name();
+        }
+        name = sName.c_str();
     }
-    name = sName.c_str();
+    catch (...) // no memory
+    {
+        name.Clear();
+    }
 }
 
 void CLogFileInnerHandler::AddRef()

@@ -39,6 +39,8 @@ public:
     /// than the next round takes, and not at all when another such call has waited in vain for the one that
     /// is under way.
     bool WaitUntilDone(DWORD dwMilliseconds, bool bOneTry);
+    /// A line for which there was no memory.
+    void CountAsLost(std::uint64_t nBytes);
     /// Makes the thread write now.
     void Wake();
 
@@ -54,6 +56,7 @@ public:
     CLogLoss Lost() const;
     const CLogText& Format() const { return m_sFormat; }
 
+    bool IsStopped() const { return m_bStop; }
     /// Whether a thread that could not be ended may still use it, after FinishStop.
     bool IsHeldUp() const { return m_bHeldUp; }
     CLogFileInnerHandler* m_pNextMade = nullptr; ///< the list's

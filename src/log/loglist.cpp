@@ -115,31 +115,31 @@ void CLogFileHandlerList::ReleaseHandler(CLogFileInnerHandler* pHandler)
     // StopAll has stopped those that are released at the library's end.
     if (pHandler->BeginStop())
         pHandler->FinishStop(GetTickCount() + kStopMs, false);
-    const OCT::CCritSectGuard guard(&m_lock);
-    m_lostBefore.Add(pHandler->Lost());
 }
 
-/// Handlers are never freed, so they can be used without the lock.
-CLogFileHandlerList::CFiles CLogFileHandlerList::Files() const
+/// Handlers are never freed, so what was made up to now can be walked without the lock, and without memory.
+CLogFileInnerHandler* CLogFileHandlerList::LastMade() const
 {
     const OCT::CCritSectGuard guard(&m_lock);
-    return m_files;
+    return m_pLastMade;
 }
 
 bool CLogFileHandlerList::Flush(DWORD dwMilliseconds, bool bOneTry)
 {
     const DWORD dwStart = GetTickCount();
-    const CFiles files = Files();
-    for (const _LogFile& file : files)
-        file.m_pHandler->Wake();
+    CLogFileInnerHandler* const pLast = LastMade();
+    for (auto* p = pLast; p != nullptr; p = p->m_pNextMade)
+        p->Wake();
     bool bDone = true;
-    for (const _LogFile& file : files)
+    for (auto* p = pLast; p != nullptr; p = p->m_pNextMade)
     {
+        if (p->IsStopped()) // who releases it sees to its lines
+            continue;
         const DWORD dwPassed = GetTickCount() - dwStart;
         const DWORD dwLeft = dwMilliseconds == INFINITE  ? INFINITE
                              : dwPassed < dwMilliseconds ? dwMilliseconds - dwPassed
                                                          : 0;
-        bDone &= bOneTry ? file.m_pHandler->WaitUntilDone(dwLeft, true) : file.m_pHandler->Flush(dwLeft);
+        bDone &= bOneTry ? p->WaitUntilDone(dwLeft, true) : p->Flush(dwLeft);
     }
     return bDone;
 }
@@ -157,9 +157,8 @@ void CLogFileHandlerList::StopAll()
 
 CLogLoss CLogFileHandlerList::Lost() const
 {
-    const OCT::CCritSectGuard guard(&m_lock);
-    CLogLoss lost = m_lostBefore;
-    for (const _LogFile& file : m_files)
-        lost.Add(file.m_pHandler->Lost());
+    CLogLoss lost;
+    for (const auto* p = LastMade(); p != nullptr; p = p->m_pNextMade)
+        lost.Add(p->Lost());
     return lost;
 }

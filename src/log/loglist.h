@@ -42,12 +42,11 @@ private:
     CLogFileInnerHandler* MakeHandler(const WCHAR* sFileNameFormat);
     template <class Is>
     unsigned FindIf(Is is) const;
-    CFiles Files() const;
+    CLogFileInnerHandler* LastMade() const;
 
     mutable OCT::COwnLock m_lock;
     CFiles m_files;
     CLogFileInnerHandler* m_pLastMade = nullptr; ///< all, also those that were released
-    CLogLoss m_lostBefore;                       ///< in logs that were released
     bool m_bUnloading = false;
 };
 

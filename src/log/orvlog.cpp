@@ -29,9 +29,9 @@ COrvLog::COrvLog(const COrvLog& other)
 
 COrvLog& COrvLog::operator=(const COrvLog& other)
 {
+    m_WorkerDBIds = other.m_WorkerDBIds; // first, as it may throw
     SetLogOpt(other.GetLogOpt());
     std::copy(std::begin(other.m_sPrefix), std::end(other.m_sPrefix), m_sPrefix);
-    m_WorkerDBIds = other.m_WorkerDBIds;
     SetFlushLevel(other.GetFlushLevel());
     m_pHandler.store(other.Handler(), std::memory_order_release);
     return *this;
@@ -66,16 +66,23 @@ bool COrvLog::InitLog(const COrvLog* parent, int options, const WCHAR* prefix)
     }
     const unsigned nOptions =
         options == -1 ? parent->GetLogOpt() : static_cast<unsigned>(options) & ~lqlNoSQLText;
+    SetLogOpt(0);
+    try
+    {
+        m_WorkerDBIds = parent->m_WorkerDBIds;
+    }
+    catch (...) // no memory
+    {
+        return false;
+    }
     ILogFileHandler* pHandler = parent->Handler();
     if (pHandler != nullptr)
         pHandler->AddRef();
     Adopt(pHandler);
-    SetLogOpt(0);
     if (prefix != nullptr)
         SetPrefix(prefix);
     else
         std::copy(std::begin(parent->m_sPrefix), std::end(parent->m_sPrefix), m_sPrefix);
-    m_WorkerDBIds = parent->m_WorkerDBIds;
     SetFlushLevel(parent->GetFlushLevel());
     SetLogOpt(nOptions);
     return true;
@@ -147,9 +154,11 @@ void COrvLog::LogOpt(unsigned level, LONG hr, OCT::CRunTimeFormat format, ...) c
 void COrvLog::LogInner(unsigned level, const LONG* phr, const char* format, va_list args) const
 {
     const unsigned nOptions = GetLogOpt();
+    if ((nOptions & level) == 0 || format == nullptr)
+        return;
     const bool bDebugger = (nOptions & lqlToDebugger) != 0;
     const bool bFile = nOptions != lqlToDebugger && Handler() != nullptr;
-    if ((nOptions & level) == 0 || (!bFile && !bDebugger) || format == nullptr)
+    if (!bFile && !bDebugger)
         return;
     const CLogLine line({nOptions, level, m_sPrefix, phr, CodePage()}, format, args);
     if (bDebugger)
@@ -228,13 +237,14 @@ void COrvLog::LogRaw(unsigned level, const char* text) const
 
 void COrvLog::LogRaw(const WCHAR* text) const
 {
-    if (Handler() == nullptr || text == nullptr)
+    CLogFileInnerHandler* pHandler = FileHandler();
+    if (pHandler == nullptr || text == nullptr)
         return;
     // At most four bytes for a code unit in any code page.
     const std::size_t nRoom = 4 * std::char_traits<WCHAR>::length(text) + 1;
     const std::unique_ptr<char[]> pText(new (std::nothrow) char[nRoom]);
     if (pText == nullptr)
-        return;
+        return pHandler->CountAsLost(nRoom / 4);
     const int nBytes =
         WideCharToMultiByte(CodePage(), 0, text, -1, pText.get(), static_cast<int>(nRoom), nullptr, nullptr);
     if (nBytes > 1)

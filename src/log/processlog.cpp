@@ -79,8 +79,15 @@ void ORVCALL ReleaseProcessLogger()
 
 unsigned ORVCALL GetProcessLogOpt(WCHAR* prefix)
 {
-    if (prefix != nullptr)
-        g_processLogger.GetPrefix().CopyTo(prefix, 10);
+    try
+    {
+        if (prefix != nullptr)
+            g_processLogger.GetPrefix().CopyTo(prefix, 10);
+    }
+    catch (...) // no memory
+    {
+        *prefix = 0;
+    }
     return g_processLogger.GetLogOpt();
 }
 

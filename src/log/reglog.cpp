@@ -129,17 +129,28 @@ bool COrvLog::InitRegLog(const WCHAR* keyName, const WCHAR* prefix)
         ORV_REPORT_FROM("orvlog", "COrvLog::InitRegLog", "STRISEMPTY(sKeyName)", 0);
         return false;
     }
-    CLogConfiguration configuration = ReadConfiguration(keyName);
-    m_WorkerDBIds.RemoveAll();
-    m_WorkerDBIds.Split(configuration.m_sWorkerDBIds, ',');
+    CLogConfiguration configuration;
+    try
+    {
+        configuration = ReadConfiguration(keyName);
+        m_WorkerDBIds.RemoveAll();
+        m_WorkerDBIds.Split(configuration.m_sWorkerDBIds, ',');
+    }
+    catch (...) // no memory
+    {
+        SetLogOpt(0);
+        return false;
+    }
+    if (configuration.m_nOptions == 0) // no log is wanted
+        ReleaseLog();
     if (!configuration.m_bRead)
         DefaultFormat(configuration.m_sFileNameFormat);
-    const bool bLog =
-        InitFileLog(configuration.m_sFileNameFormat, static_cast<int>(configuration.m_nOptions), prefix);
+    if (!InitFileLog(configuration.m_sFileNameFormat, static_cast<int>(configuration.m_nOptions), prefix))
+        return false;
     if (configuration.m_nFlushLevel)
         SetFlushLevel(static_cast<unsigned>(*configuration.m_nFlushLevel));
     for (unsigned i = 0; i < std::size(kFileOptionNames); ++i)
         if (configuration.m_fileOptions[i])
             SetFileOption(static_cast<LQLogFileOption>(i), *configuration.m_fileOptions[i]);
-    return configuration.m_bRead && bLog;
+    return configuration.m_bRead;
 }
