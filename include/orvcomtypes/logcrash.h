@@ -15,10 +15,12 @@
 /// it; each other thread that is to be covered calls `ReserveLogCrashStack` when it begins. Without it an
 /// overflow ends the process without a word, and only what was flushed is sure.
 ///
-/// Covered are SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV and SIGSYS. SIGTERM and its like are the program's
-/// to handle. A process that is killed, or that calls `_exit`, runs no handler: there only what was flushed
-/// is sure (`COrvLog::Flush`, `COrvLog::SetFlushLevel`). A forked child is covered from the first line that
-/// it logs; before that it passes on at once.
+/// Covered are SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV and SIGSYS. One that another process sends may come
+/// to a thread in the midst of a call of the log: then nothing can be logged, and the process ends when the
+/// time is over. SIGTERM and its like are the program's to handle. A process that is killed, or that calls
+/// `_exit`, runs no handler: there only what was flushed is sure (`COrvLog::Flush`,
+/// `COrvLog::SetFlushLevel`). A forked child is covered from the first line that it logs; before that it
+/// passes on at once.
 ///
 /// On 64-bit Windows the C runtime calls a program's own `signal` handler of a fault before any filter is
 /// asked: what that handler does not pass on is not told.
@@ -28,8 +30,9 @@
 ///
 /// Ownership: the log is not copied and must exist until the handler is removed. The line is filtered by that
 ///   log's options: it needs `lqlErrors`.
-/// Thread safety: all functions from any thread; failing threads from any number.
-/// Errors: none; false when the thread cannot be started or the system gives no stack.
+/// The end: `UninitOrvComTypes` leaves the handler in its place; unloading the library removes it.
+/// Thread safety: all functions from any thread; any number of threads may fail.
+/// Errors: nothing is reported or thrown.
 /// Units: milliseconds; 0 does not wait, INFINITE waits as long as a disk hangs.
 ///
 ///     COrvLog log;
@@ -41,11 +44,12 @@
 
 /// Installs the handler, or gives the one that is installed another log and time. A null log is the process
 /// logger. The handler takes the place of former handlers of these events and passes on to them when it is
-/// done.
+/// done. False, with nothing installed, when there is no memory or thread for it.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL InstallLogCrashHandler(COrvLog* log, DWORD milliseconds);
 /// Puts the former handlers back, unless somebody has put others into the place of ours since; does nothing
-/// without the handler. Unloading the library does this too.
+/// without the handler.
 ORV_EXTERN_C ORV_FUNC void ORVCALL RemoveLogCrashHandler();
 /// Makes the calling thread's stack overflows tellable, until its end. A thread that has an alternative
-/// signal stack keeps its own. On Windows 64 KB of the thread's stack are set aside.
+/// signal stack keeps its own. On Windows 64 KB of the thread's stack are set aside. False when the system
+/// has none to give.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL ReserveLogCrashStack();

@@ -7,14 +7,13 @@
 ///     void Touch() { OCT::CCheckSingleThread::Start start(m_check); }
 ///
 /// The waits keep a window responsive: they dispatch the calling thread's messages until what they wait for
-/// happens. They run on the thread that owns the windows. A WM_QUIT that they meet is posted again, so an
-/// outer loop sees it too. Without window messages they are plain waits, and the only message is the thread's
-/// own WM_QUIT.
+/// happens. A WM_QUIT that they meet is posted again, so an outer loop sees it too. Where there are no window
+/// messages they are plain waits, and the only message is the thread's own WM_QUIT.
 ///
-/// Errors: two threads inside a guard report "dwOld == 0 || dwOld == dw" from
-///   "OCT::CCheckSingleThread::Start::Start" (source `syncutil`).
-/// Units: time-outs in milliseconds, INFINITE for none. They begin anew after each batch of messages, so a
-///   steady flow of messages lengthens the wait.
+/// Thread safety: guards are for any thread; the waits run on the thread that owns the windows.
+/// Errors: a report (source `syncutil`) stands at the guard; the waits tell by their results.
+/// Units: time-outs in milliseconds; 0 looks once, INFINITE waits without end. They begin anew after
+///   each batch of messages, so a steady flow of messages lengthens the wait.
 #pragma once
 
 #include "orvcomtypes/octassert.h"
@@ -29,8 +28,9 @@ public:
     CCheckSingleThread(const CCheckSingleThread&) = delete;
     CCheckSingleThread& operator=(const CCheckSingleThread&) = delete;
 
-    /// The calling thread is inside from here to the end of the scope. The end of a guard nested in another
-    /// one of the same thread ends both.
+    /// The calling thread is inside from here to the end of the scope. When another one is inside, reports
+    /// "dwOld == 0 || dwOld == dw" from "OCT::CCheckSingleThread::Start::Start" and takes its place. The end
+    /// of a guard nested in another one of the same thread ends both, deliberately.
     class ORV_API Start
     {
     public:
@@ -51,22 +51,25 @@ private:
 } // namespace OCT
 
 /// Posts \p msg with a new event as wParam and waits, without time-out, until the receiver signals that
-/// event; also when there is no such window. 0, or 0x80070006 when the event cannot be made.
+/// event: without end also when there is no such window, deliberately. 0, or 0x80070006 when the event cannot
+/// be made; nothing is posted then.
 ORV_EXTERN_C ORV_FUNC HRESULT ORVCALL ThSendMessage(HWND wnd, UINT msg, LPARAM lParam) noexcept;
 
 /// 0 when the message was posted, 1 when there is no such window or it could not be posted.
 ORV_EXTERN_C ORV_FUNC int ORVCALL ThPostMessage(HWND wnd, UINT msg, WPARAM wParam, LPARAM lParam) noexcept;
 
-/// Dispatches messages until \p msg (1) or WM_QUIT (0) comes; that one is not dispatched, and its parameters
-/// go where the pointers, which may be null, say.
+/// Dispatches messages until \p msg or WM_QUIT comes: 1 for the first, 0 for the second. That one is not
+/// dispatched; its parameters go where the pointers, which may be null, say.
 ORV_EXTERN_C ORV_FUNC int ORVCALL WaitForAsyncProc(UINT msg, WPARAM* wParam, LPARAM* lParam);
 
-/// The index of the signalled handle, \p count after a WM_QUIT, 258 when the time is over, -1 on failure.
+/// The index of the signalled handle, \p count after a WM_QUIT, 258 when the time is over, -1 on failure: a
+/// handle that is none, or more than 63. Handles come before messages. With \p waitAll all handles must be
+/// signalled and, where there are window messages, one of those be there too, as the system has it.
 ORV_EXTERN_C ORV_FUNC int ORVCALL WaitEventWithMessageLoop(const HANDLE* handles, DWORD count, DWORD timeout,
                                                            BOOL waitAll);
 
-/// The same for one handle.
+/// The same for one handle: 0 when it is signalled, 1 after a WM_QUIT.
 ORV_EXTERN_C ORV_FUNC int ORVCALL WaitOneEventWithMessageLoop(HANDLE h, DWORD timeout);
 
-/// Dispatches all messages that are waiting and returns \p value.
+/// Dispatches all messages that are waiting, up to a WM_QUIT, and returns \p value.
 ORV_EXTERN_C ORV_FUNC int ORVCALL DoEvents(int value);

@@ -31,8 +31,8 @@ struct ExpectedReport
 /// run the same program.
 ///
 ///     CReportCapture capture;
-///     array.GetAt(7);
-///     EXPECT_REPORTS(capture, {{"CMarrayBase::GetAt", "idx >= m_iSize"}});
+///     array.SetItem(7, 1); // it has three
+///     EXPECT_REPORTS(capture, {{"CMarrayBase::SetItem", "idx >= m_iSize"}});
 class CReportCapture
 {
 public:
