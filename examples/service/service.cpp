@@ -66,6 +66,8 @@ bool CService::Configure()
     const bool bOpen = settings.m_Folder == m_Settings.m_Folder || OpenFolder(settings.m_Folder);
     if (!bOpen)
         settings.m_Folder = m_Settings.m_Folder;
+    if (m_Settings.m_nWorkers > 0) // they are there
+        settings.m_nWorkers = m_Settings.m_nWorkers;
     m_Settings = settings;
     return bOpen;
 }

@@ -105,6 +105,7 @@ TEST_F(IntakeUnderSystemd, TellsEachStepAndWritesAWholeLog)
 
     UseFolder("other");
     Set(ORVTEXT("Language"), TextValue(ORVTEXT("hu")));
+    Set(ORVTEXT("Workers"), NumberValue(DWORD(9)));
     Send(*child, SIGHUP);
     const std::string sReady = "READY=1\nSTATUS=K\u00E9sz: 30, elutas\u00EDtva: 1.";
     EXPECT_EQ(0u, m_manager.WaitFor(sReady).find("RELOADING=1\nMONOTONIC_USEC="));
@@ -118,6 +119,7 @@ TEST_F(IntakeUnderSystemd, TellsEachStepAndWritesAWholeLog)
     EXPECT_EQ(0, result.m_iExitCode);
     const auto log = Log();
     EXPECT_EQ(30, LinesWith(log, ".orders: 20 orders, "));
+    EXPECT_EQ(1, LinesWith(log, " 4 sz\u00E1lon, a nyelv hu.")) << "as many threads as before";
     EXPECT_EQ(1, LinesWith(log, "30.orders: 20 rendel\u00E9s, "));
     EXPECT_EQ(1, LinesWith(log, "bad.orders is refused. Line 1: "));
     EXPECT_EQ(1, LinesWith(log, "Le\u00E1llt. K\u00E9sz: 31, elutas\u00EDtva: 1, h\u00E1travan: 0."));
@@ -137,7 +139,7 @@ TEST_F(IntakeUnderSystemd, ShowsItsWatchdogThatItLivesWhileNothingIsToBeDone)
 
 TEST_F(IntakeUnderSystemd, StoppedInTheMiddleLeavesTheRestForTheNextStart)
 {
-    constexpr int nCount = 300;
+    constexpr int nCount = 150;
     PutJobs(0, nCount);
     int nDone = 0;
     for (int nStarts = 0; nDone < nCount; ++nStarts)
