@@ -516,7 +516,6 @@ constexpr Operation kOperations[] = {
          const End end = a([&] {
              const CLQExcept copy(except);
              target = copy;
-             ExceptFormatToLog(&copy);
          });
          return end <= End::MemoryExcept && except.GetMessages().GetCount() == 2 && except.GetLine() == iLine;
      }},
