@@ -7,7 +7,8 @@ if(MSVC)
     target_compile_options(orvcomtypes_options INTERFACE /utf-8 /permissive- /Zc:preprocessor /Zc:__cplusplus /EHsc /W4)
 else()
     target_compile_options(orvcomtypes_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-        -Wno-sign-conversion -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+        -Wno-sign-conversion -Wundef -Wnon-virtual-dtor -Woverloaded-virtual
+        $<$<BOOL:${ORVCOMTYPES_WARNINGS_ARE_ERRORS}>:-Werror>)
     # A thread's own block is read at an offset of a segment, which gcc 12 takes for an array at address zero.
     target_compile_options(orvcomtypes_options INTERFACE
         $<$<AND:$<CXX_COMPILER_ID:GNU>,$<PLATFORM_ID:Windows>>:--param=min-pagesize=0>)
