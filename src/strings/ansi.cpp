@@ -14,10 +14,11 @@ namespace
 {
 
 // What one call converts at most, so that no size overflows an int.
-constexpr std::size_t c_nMaxRun = 0x10000000;
-// No character of a code page has more bytes; a converter need not know of more room than its result can
-// take.
-constexpr std::size_t c_nMaxBytes = 4;
+constexpr std::size_t c_nMaxRun = 0x8000000;
+// No character of a code page has more bytes, not even with the marks around it that UTF-7 has; a converter
+// need not know of more room than its result can take.
+constexpr std::size_t c_nMaxBytes = 8;
+constexpr unsigned c_nGb18030 = 54936;
 
 // Whether the number means UTF-8, as the ANSI code page may.
 bool IsUtf8(unsigned nCodePage)
@@ -99,11 +100,21 @@ std::size_t ForeignLength(const Char* p, std::size_t n)
     return i;
 }
 
+// As many of \p n units as \p nMax; without half of a pair where a pair is a character and not two that the
+// page lacks.
+std::size_t WholeUnits(const WCHAR* p, std::size_t n, std::size_t nMax, unsigned nCodePage)
+{
+    const std::size_t nWhole = std::min(n, nMax);
+    const bool bSplits = nCodePage == c_nGb18030 && nWhole && nWhole < n &&
+                         (p[nWhole - 1] & 0xFC00) == 0xD800 && (p[nWhole] & 0xFC00) == 0xDC00;
+    return nWhole - bSplits;
+}
+
 // The characters of a run that fit, by halving: every success leaves less room for what remains.
 std::size_t ConvertFitting(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, unsigned nCodePage)
 {
     std::size_t iDest = 0;
-    std::size_t nTry = std::min(n, nRoom);
+    std::size_t nTry = WholeUnits(p, n, nRoom, nCodePage);
     while (nTry)
     {
         const int nWritten = ConvertRun(p, nTry, pDest + iDest, nRoom - iDest, nCodePage);
@@ -112,12 +123,20 @@ std::size_t ConvertFitting(const WCHAR* p, std::size_t n, char* pDest, std::size
             iDest += static_cast<std::size_t>(nWritten);
             p += nTry;
             n -= nTry;
-            nTry = std::min(n, nRoom - iDest);
+            nTry = WholeUnits(p, n, nRoom - iDest, nCodePage);
         }
         else
-            nTry /= 2;
+            nTry = WholeUnits(p, n, nTry == 3 ? 2 : nTry / 2, nCodePage); // there may be a pair in front
     }
     return iDest;
+}
+
+// Whether a byte of a run, which holds no ASCII, begins a pair. The system tells lead bytes only where no
+// character is longer than two bytes.
+bool IsLead(char c, unsigned nCodePage)
+{
+    return IsDBCSLeadByteEx(nCodePage, static_cast<BYTE>(c)) ||
+           (nCodePage == c_nGb18030 && c != '\x80' && c != '\xFF');
 }
 
 // The bytes of whole characters among \p nMax of \p n bytes, at least one character.
@@ -126,7 +145,7 @@ std::size_t WholeCharacters(const char* p, std::size_t n, std::size_t nMax, unsi
     std::size_t i = 0;
     while (i < n)
     {
-        const std::size_t nChar = IsDBCSLeadByteEx(nCodePage, static_cast<BYTE>(p[i])) && i + 1 < n ? 2 : 1;
+        const std::size_t nChar = i + 1 < n && IsLead(p[i], nCodePage) ? 2 : 1;
         if (i && i + nChar > nMax)
             break;
         i += nChar;

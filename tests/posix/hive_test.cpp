@@ -92,7 +92,7 @@ TEST_F(Hive, ReadsWhatIsExportedElsewhere)
         {"comment behind a bracket", s5 + "[HKCU\\Software\\K] ; not [y]\n\"v\"=\"x\"\n", x},
         {"single backslashes", s5 + "\"v\"=\"C:\\new\\temp \\\"t\\\"\"\n",
          TextValue(ORVTEXT("C:\\new\\temp \"t\""))},
-        {"text of two lines", s5 + "\"v\"=\"a\nb\"\n", TextValue(ORVTEXT("a\nb"))},
+        {"text of two lines", s5 + "\"v\"=\"a \nb\"\n", TextValue(ORVTEXT("a \nb"))},
         {"text of two lines with CR LF", s4 + "\"v\"=\"a\r\nb\" ; c\r\n", TextValue(ORVTEXT("a\r\nb"))},
         {"text of two lines in UTF-16", Utf16(s5 + "\"v\"=\"a\nb\"\r\n"), TextValue(ORVTEXT("a\nb"))},
         {"values behind a broken key", s5 + "\"v\"=\"x\"\n[HKCU\\L\n\"v\"=\"y\"\n", x},

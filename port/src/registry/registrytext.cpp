@@ -17,10 +17,16 @@ bool IsBlank(WCHAR c)
     return c == ' ' || c == '\t';
 }
 
-CRegView Trim(CRegView s)
+CRegView TrimLeft(CRegView s)
 {
     while (!s.empty() && IsBlank(s.front()))
         s.remove_prefix(1);
+    return s;
+}
+
+CRegView Trim(CRegView s)
+{
+    s = TrimLeft(s);
     while (!s.empty() && IsBlank(s.back()))
         s.remove_suffix(1);
     return s;
@@ -310,13 +316,14 @@ bool CRegTextReader::IsAtEnd() const
 
 void CRegTextReader::Classify(CRegTextItem& item)
 {
-    m_sCursor = Trim(m_sCursor);
+    m_sCursor = TrimLeft(m_sCursor); // blanks at the end may be those of a text that goes on
+    const CRegView sLine = Trim(m_sCursor);
     if (IsAtEnd())
         item.m_eKind = CRegTextItem::eOther;
-    else if (IsAscii(m_sCursor, g_sSignature5) || IsAscii(m_sCursor, g_sSignature4))
+    else if (IsAscii(sLine, g_sSignature5) || IsAscii(sLine, g_sSignature4))
     {
         item.m_eKind = CRegTextItem::eSignature;
-        m_bNarrowData = IsAscii(m_sCursor, g_sSignature4);
+        m_bNarrowData = IsAscii(sLine, g_sSignature4);
     }
     else if (m_sCursor.front() == '[')
         ParseKey(item);
@@ -368,10 +375,10 @@ bool CRegTextReader::ParseNameAndData(CRegTextItem& item)
         m_sCursor.remove_prefix(1);
     else if (m_sCursor.front() != '"' || !ParseQuoted(item, item.m_sName))
         return false;
-    m_sCursor = Trim(m_sCursor);
+    m_sCursor = TrimLeft(m_sCursor);
     if (!TakeLiteral(m_sCursor, "="))
         return false;
-    m_sCursor = Trim(m_sCursor);
+    m_sCursor = TrimLeft(m_sCursor);
     if (!m_sCursor.starts_with(WCHAR('-')) || !IsEndOrComment(m_sCursor.substr(1)))
         return ParseData(item);
     item.m_eKind = CRegTextItem::eDeleteValue;
