@@ -6,3 +6,6 @@
 
 /// Bytes that are allocated now; nothing where the heap does not tell.
 std::optional<std::size_t> HeapInUse();
+
+/// Bytes that the process holds, in pages.
+std::size_t MemoryInUse();
