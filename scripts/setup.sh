@@ -28,7 +28,7 @@ windows_packages=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine6
 docs_packages=(doxygen python3 chromium)
 # The libraries that ours is measured beside.
 bench_packages=(libbenchmark-dev libboost-dev libabsl-dev qtbase5-dev libfmt-dev libspdlog-dev libhowardhinnant-date-dev
-    robin-map-dev libdouble-conversion-dev libxml2-dev)
+    robin-map-dev libdouble-conversion-dev libxml2-dev gnuplot-nox)
 fuzz_packages=(clang libclang-rt-dev llvm)
 tidy_packages=(clang-tidy)
 # A bare machine to install the packages on.
