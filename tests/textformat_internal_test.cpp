@@ -52,6 +52,12 @@ TEST(TextFormat, TextOfTheOtherWidthIsWhole)
     const Text sWide(700, 'n');
     EXPECT_EQ("  " + sNarrow, Print("%702S", sWide.c_str()));
     EXPECT_EQ(sNarrow, Print(ORVTEXT("%S"), sNarrow.c_str()));
+    // It is converted in pieces; characters of several bytes stand across their ends.
+    Text sEuros(300, WCHAR{0x20AC});
+    sEuros[0] = sEuros[1] = 'x';
+    WCHAR aWide[512];
+    OCT::FormatTo(aWide, ORVTEXT("%S"), Narrow(sEuros).c_str());
+    EXPECT_EQ(sEuros, aWide);
     const WCHAR lone[] = {0xD800, 0x4E2D, 'x', 0};
     EXPECT_EQ('x', Print("%S", lone).back()) << "outside the code page";
 }
