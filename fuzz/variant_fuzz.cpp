@@ -45,7 +45,7 @@ CResult ConvertInto(unsigned cch, DBTYPE wType, const void* pData, unsigned cbDa
 
 Text CheckRooms(unsigned cch, DBTYPE wType, const void* pData, unsigned cbData, bool bString)
 {
-    const CResult whole = ConvertInto(1000, wType, pData, cbData);
+    const CResult whole = ConvertInto(5000, wType, pData, cbData);
     const CResult part = ConvertInto(cch, wType, pData, cbData);
     Require(whole.nStatus == DBSTATUS_S_OK || whole.sText.empty());
     if (whole.nStatus != DBSTATUS_S_OK || part.nStatus == DBSTATUS_S_OK)
