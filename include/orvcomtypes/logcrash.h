@@ -15,9 +15,10 @@
 /// it; each other thread that is to be covered calls `ReserveLogCrashStack` when it begins. Without it an
 /// overflow ends the process without a word, and only what was flushed is sure.
 ///
-/// Covered are SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV and SIGSYS. One that another process sends may come
-/// to a thread in the midst of a call of the log: then nothing can be logged, and the process ends when the
-/// time is over. SIGTERM and its like are the program's to handle. A process that is killed, or that calls
+/// Covered are SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV and SIGSYS. One that was sent by `kill`, as watchdogs
+/// do, comes to a thread that may be in the midst of a call of the log: all threads go on until it is told
+/// and the logs are flushed, and then the process ends. SIGTERM and its like are the program's to handle. A
+/// process that is killed, or that calls
 /// `_exit`, runs no handler: there only what was flushed is sure (`COrvLog::Flush`,
 /// `COrvLog::SetFlushLevel`). A forked child is covered from the first line that it logs; before that it
 /// passes on at once.

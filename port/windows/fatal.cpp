@@ -19,14 +19,14 @@ LONG WINAPI OnException(EXCEPTION_POINTERS* pException)
     char sText[80];
     std::snprintf(sText, sizeof(sText), "Exception %08lX, address %p",
                   pException->ExceptionRecord->ExceptionCode, pException->ExceptionRecord->ExceptionAddress);
-    g_pfnHandler(sText);
+    g_pfnHandler(sText, nullptr);
     return g_pfnFormerFilter != nullptr ? g_pfnFormerFilter(pException) : EXCEPTION_CONTINUE_SEARCH;
 }
 
 /// The runtime ends the process when this returns.
 void OnAbort(int nSignal)
 {
-    g_pfnHandler("Signal 22 (SIGABRT)");
+    g_pfnHandler("Signal 22 (SIGABRT)", nullptr);
     if (g_pfnFormerAbort != SIG_DFL && g_pfnFormerAbort != SIG_IGN && g_pfnFormerAbort != SIG_ERR)
         g_pfnFormerAbort(nSignal);
 }

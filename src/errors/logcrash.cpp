@@ -30,8 +30,9 @@ public:
     void Remove();
     /// In a forked child, which has not the thread: begins one.
     void Renew();
-    /// On the failing thread. The first failure is told; others wait with it.
-    void Tell(const char* sWhat) noexcept;
+    /// On the failing thread. The first failure is told; others wait with it. A thread that can go on gives
+    /// \p pfnPassOn: it does not wait for the first, and false says that the logger's thread will call that.
+    bool Tell(const char* sWhat, void (*pfnPassOn)() noexcept) noexcept;
     std::terminate_handler Former() const { return m_pfnFormer; }
 
 private:
@@ -51,13 +52,14 @@ private:
     std::atomic<bool> m_bTold = false;
     std::atomic<bool> m_bEnd = false;
     char m_sWhat[1000] = {};
+    void (*m_pfnPassOn)() noexcept = nullptr;
 };
 
 CNeverDestroyed<CCrashLogger> g_crashLogger;
 
-void OnFatal(const char* sWhat) noexcept
+bool OnFatal(const char* sWhat, void (*pfnPassOn)() noexcept) noexcept
 {
-    g_crashLogger.Get().Tell(sWhat);
+    return g_crashLogger.Get().Tell(sWhat, pfnPassOn);
 }
 
 /// What the exception says that nobody catches.
@@ -99,7 +101,7 @@ void DescribeException(char (&sText)[1000]) noexcept
 {
     char sText[1000];
     DescribeException(sText);
-    OnFatal(sText);
+    OnFatal(sText, nullptr);
     if (const auto pfnFormer = g_crashLogger.Get().Former())
         pfnFormer();
     std::abort();
@@ -187,21 +189,27 @@ unsigned ORVCALL CCrashLogger::ThreadMain(void* pThis)
     {
         logger.LogAndFlush();
         logger.m_done.Open();
+        if (logger.m_pfnPassOn != nullptr)
+            logger.m_pfnPassOn();
     }
     return 0;
 }
 
-void CCrashLogger::Tell(const char* sWhat) noexcept
+bool CCrashLogger::Tell(const char* sWhat, void (*pfnPassOn)() noexcept) noexcept
 {
     if (!IsOurs())
-        return;
+        return true;
     if (!m_bTold.exchange(true))
     {
         const std::size_t nLength = std::string_view(sWhat).copy(m_sWhat, sizeof(m_sWhat) - 1);
         m_sWhat[nLength] = 0;
+        m_pfnPassOn = pfnPassOn;
         m_asked.Open();
+        if (pfnPassOn != nullptr)
+            return false;
     }
     m_done.Wait(m_dwMilliseconds);
+    return true;
 }
 
 void CCrashLogger::LogAndFlush() noexcept

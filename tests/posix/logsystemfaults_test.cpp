@@ -294,6 +294,33 @@ TEST_F(LogSystemFaults, SignalsThatAreSentAreTold)
         }
 }
 
+/// Is in the midst of a log's call nearly always.
+ORV_CHILD(LogUntilASignal)
+{
+    COrvLog log;
+    if (!log.InitFileLog(std::filesystem::path(args.at(0)).string<WCHAR>().c_str(), lqlErrors, nullptr) ||
+        !InstallLogCrashHandler(&log, 60000))
+        return 1;
+    std::printf("%d\n", static_cast<int>(getpid()));
+    std::fflush(stdout);
+    for (;;)
+        log.LogRaw("w");
+}
+
+TEST_F(LogSystemFaults, SignalsThatAreSentAreToldWhateverTheyInterrupt)
+{
+#ifdef ORV_TEST_SANITIZED
+    GTEST_SKIP() << "the sanitizers take signals for themselves";
+#endif
+    for (int i = 0; i < 10; ++i)
+    {
+        CChildProcess child("LogUntilASignal", {m_file.string()});
+        kill(static_cast<pid_t>(std::stoi(child.ReadLine())), SIGABRT);
+        EXPECT_EQ(-SIGABRT, child.Wait().m_iExitCode);
+        EXPECT_NE(std::string::npos, Written().find("The process ends. Signal 6 (SIGABRT)\r\n"));
+    }
+}
+
 // ---- Calls that fail ----
 
 TEST_F(LogSystemFaults, LinesThatCouldNotBeSyncedAreTold)

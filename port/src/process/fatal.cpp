@@ -2,8 +2,8 @@
 
 #include "fatalgate.h"
 #include "threads/futex.h"
-#include "threads/threadhooks.h"
 
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <csignal>
@@ -14,7 +14,6 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <ucontext.h>
 #include <unistd.h>
 
 namespace
@@ -54,30 +53,37 @@ void Describe(char (&sText)[80], const CFatalSignal& fatal, const siginfo_t& inf
     *p = 0;
 }
 
-/// A signal that was sent to the process, not to a thread, and that came to one of the library's own threads
-/// goes to another: those threads are what the others are about to wait for.
-bool PassToAnotherThread(int nSignal, const siginfo_t& info, void* pContext) noexcept
+/// The first signal that somebody sent, 0 before.
+std::atomic<int> g_nSent{0};
+
+/// Gives what was sent to the former handler, on any thread.
+void PassOnSent() noexcept
 {
-    if ((info.si_code != SI_USER && info.si_code != SI_QUEUE) || !PortIsOwnThread())
-        return false;
-    sigaddset(&static_cast<ucontext_t*>(pContext)->uc_sigmask, nSignal);
-    return kill(getpid(), nSignal) == 0;
+    for (const CFatalSignal& fatal : g_signals)
+        if (fatal.m_nSignal == g_nSent)
+            sigaction(fatal.m_nSignal, &fatal.m_former, nullptr);
+    kill(getpid(), g_nSent);
 }
 
-void OnSignal(int nSignal, siginfo_t* pInfo, void* pContext) noexcept
+/// Whether a signal was sent, and is the first one. It interrupts a thread that has nothing to do with it,
+/// maybe one that others are about to wait for, so that one goes on while it is told.
+bool IsFirstSent(int nSignal, const siginfo_t& info) noexcept
+{
+    int nNone = 0;
+    return (info.si_code == SI_USER || info.si_code == SI_QUEUE) &&
+           g_nSent.compare_exchange_strong(nNone, nSignal);
+}
+
+void OnSignal(int nSignal, siginfo_t* pInfo, void*) noexcept
 {
     const int nErrno = errno;
-    if (PassToAnotherThread(nSignal, *pInfo, pContext))
-    {
-        errno = nErrno;
-        return;
-    }
     for (CFatalSignal& fatal : g_signals)
         if (fatal.m_nSignal == nSignal)
         {
             char sText[80];
             Describe(sText, fatal, *pInfo);
-            g_pfnHandler(sText);
+            if (!g_pfnHandler(sText, IsFirstSent(nSignal, *pInfo) ? PassOnSent : nullptr))
+                break;
             sigaction(nSignal, &fatal.m_former, nullptr);
             // A fault comes again when this returns; what was sent is sent again.
             if (nSignal == SIGABRT || pInfo->si_code <= 0)
@@ -168,11 +174,12 @@ bool PortReserveFatalStack() noexcept
 void PortCatchFatal(PortFatalHandler pfnHandler) noexcept
 {
     g_pfnHandler = pfnHandler;
+    g_nSent = 0;
     struct sigaction action
     {
     };
     action.sa_sigaction = OnSignal;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (CFatalSignal& fatal : g_signals)
         sigaction(fatal.m_nSignal, &action, &fatal.m_former);

@@ -29,9 +29,6 @@ std::atomic<DWORD> g_dwProcessId{0};
 class CThread;
 constinit std::atomic<CThread*> g_pAbandoned{nullptr};
 
-// A signal handler asks for it, so that it must be there without memory for it.
-__thread bool t_bOwnThread __attribute__((tls_model("initial-exec")));
-
 // The library's threads leave the program's signals to the program's own threads. They take what a fault of
 // their own raises, and what parks them, once they know whose they are.
 class CThreadSignals
@@ -45,7 +42,6 @@ public:
     }
     static void BeginOwnThread() noexcept
     {
-        t_bOwnThread = true;
         sigset_t taken;
         sigemptyset(&taken);
         for (const int nSignal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
@@ -276,11 +272,6 @@ DWORD GetCurrentProcessId() noexcept
         g_dwProcessId.store(dwId, std::memory_order_relaxed);
     }
     return dwId;
-}
-
-bool PortIsOwnThread() noexcept
-{
-    return t_bOwnThread;
 }
 
 void PortParkThreads() noexcept
