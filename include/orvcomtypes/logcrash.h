@@ -18,10 +18,9 @@
 /// Covered are SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV and SIGSYS. One that was sent by `kill`, as watchdogs
 /// do, comes to a thread that may be in the midst of a call of the log: all threads go on until it is told
 /// and the logs are flushed, and then the process ends. SIGTERM and its like are the program's to handle. A
-/// process that is killed, or that calls
-/// `_exit`, runs no handler: there only what was flushed is sure (`COrvLog::Flush`,
-/// `COrvLog::SetFlushLevel`). A forked child is covered from the first line that it logs; before that it
-/// passes on at once.
+/// process that is killed, or that calls `_exit`, runs no handler: there only what was flushed is sure
+/// (`COrvLog::Flush`, `COrvLog::SetFlushLevel`). A forked child is covered from the first line that it logs;
+/// before that it passes on at once.
 ///
 /// On 64-bit Windows the C runtime calls a program's own `signal` handler of a fault before any filter is
 /// asked: what that handler does not pass on is not told.
