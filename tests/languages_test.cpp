@@ -5,6 +5,7 @@
 #include "orvcomtypes/octalloc.h"
 #include "support/child_process.h"
 #include "support/meeting.h"
+#include "support/pattern.h"
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
-#include <regex>
 #include <thread>
 
 namespace
@@ -36,10 +36,9 @@ Text Utf16(const std::string& s)
 Table ReadScript(const std::filesystem::path& file)
 {
     const std::string sScript = ReadBytes(file);
-    static const std::regex s_line("\n +([0-9]+) +\"([^\"]*)\"");
     Table table;
-    for (std::sregex_iterator i(sScript.begin(), sScript.end(), s_line), end; i != end; ++i)
-        table[static_cast<unsigned>(std::stoul((*i)[1]))] = Utf16((*i)[2]);
+    for (const auto& line : PartsThatFit(sScript, "\n +([0-9]+) +\"([^\"]*)\""))
+        table[static_cast<unsigned>(std::stoul(line[1]))] = Utf16(line[2]);
     return table;
 }
 

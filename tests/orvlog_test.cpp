@@ -17,7 +17,7 @@ TEST_F(Log, LineShowsTheMarkOfTheLowestLevel)
     Init(0xFFF);
     for (const unsigned nLevel : {1, 2, 4, 8, 0x20, 0x10, 0x40, 9, 0x28, 0x30})
         m_log.LogOpt(nLevel, "x");
-    EXPECT_EQ("EWISUOOESU", std::regex_replace(Written(), std::regex("=(.)> <t> x\r\n"), "$1"));
+    EXPECT_EQ("EWISUOOESU", Replaced(Written(), "=(.)> <t> x\r\n", "$1"));
 }
 
 TEST_F(Log, LineCarriesPrefixThreadPositionAndResult)
@@ -270,7 +270,7 @@ TEST_F(Log, TraceLinesTellThreadAndTimes)
     WriteThreadPrintfTrace("start", 5);
     ReleaseProcessLogger();
     const auto WithoutClock = [](const std::string& sText) {
-        return std::regex_replace(sText, std::regex(R"(\d+\(\d+\))"), "0(0)");
+        return Replaced(sText, R"(\d+\(\d+\))", "0(0)");
     };
     const std::string sLine = "Thread:" + std::to_string(GetCurrentThreadId()) + "; Time:0(0); start [5]";
     EXPECT_EQ(sLine + "\n", WithoutClock(Heard(debugger)));

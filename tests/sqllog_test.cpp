@@ -67,7 +67,7 @@ TEST_F(SQLLog, EveryLineIsLabelledWithIdAndPrefix)
 {
     Init(lqlSQL, ORVTEXT("Pfx"));
     Save(ORVTEXT("SELECT 1\nFROM \u4E2D\r\nWHERE b = 'c\rd'\n"), 12);
-    const std::string sText = std::regex_replace(Written(), std::regex("FROM [^\r]+"), "FROM a");
+    const std::string sText = Replaced(Written(), "FROM [^\r]+", "FROM a");
     EXPECT_EQ("=S> Pfx <t> SQL SUCCEEDED [12]:\r\n"
               "SQL 12Pfx\tSELECT 1\r\nSQL 12Pfx\tFROM a\r\nSQL 12Pfx\tWHERE b = 'c\\x0Dd'\r\nSQL 12Pfx\t\r\n",
               sText);

@@ -1,23 +1,24 @@
 #include "support/report_capture.h"
 
+#include "support/pattern.h"
 #include "support/temp_dir.h"
 
 #include <algorithm>
-#include <regex>
 
 namespace
 {
 
 CapturedReport ParseLine(const std::string& sLine)
 {
-    static const std::regex s_form(R"(\d{4}-\d\d-\d\d [ \d]\d:\d\d:\d\d (.*)\(\d+\) \$\$\$ in function )"
-                                   R"('(.*?)'(?:, (\d+|0x[0-9A-F]{8}))?!(?: Message: ([\s\S]*))?)");
-    std::smatch match;
-    EXPECT_TRUE(std::regex_match(sLine, match, s_form)) << "not a report: " << sLine;
-    return {sLine, match[1], match[2], match[3], match[4]};
+    constexpr const char* sForm = R"(\d{4}-\d\d-\d\d [ \d]\d:\d\d:\d\d (.*)\(\d+\) \$\$\$ in function )"
+                                  R"('(.*?)'(?:, (\d+|0x[0-9A-F]{8}))?!(?: Message: ([\s\S]*))?)";
+    auto groups = GroupsOf(sLine, sForm);
+    EXPECT_FALSE(groups.empty()) << "not a report: " << sLine;
+    groups.resize(5);
+    return {sLine, groups[1], groups[2], groups[3], groups[4]};
 }
 
-bool Fits(const std::string& sActual, const char* sExpected)
+bool Agrees(const std::string& sActual, const char* sExpected)
 {
     return sExpected == nullptr || sActual == sExpected;
 }
@@ -27,8 +28,8 @@ bool Matches(const CapturedReport& actual, const ExpectedReport& expected)
     const std::string_view function = expected.m_sFunction;
     return (function.starts_with("::") ? actual.m_sFunction.ends_with(function)
                                        : actual.m_sFunction == function) &&
-           Fits(actual.m_sCondition, expected.m_sCondition) && Fits(actual.m_sValue, expected.m_sValue) &&
-           Fits(actual.m_sSource, expected.m_sSource);
+           Agrees(actual.m_sCondition, expected.m_sCondition) && Agrees(actual.m_sValue, expected.m_sValue) &&
+           Agrees(actual.m_sSource, expected.m_sSource);
 }
 
 } // namespace

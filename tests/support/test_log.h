@@ -3,6 +3,7 @@
 
 #include "orvcomtypes/orvlog.h"
 #include "support/debug_capture.h"
+#include "support/pattern.h"
 #include "support/temp_dir.h"
 #include "support/text.h"
 
@@ -10,22 +11,19 @@
 
 #include <cstdio>
 #include <map>
-#include <regex>
 #include <sstream>
 
 /// The text of a log with "<t>" in the place of every time.
 inline std::string WithoutTimes(const std::string& sText)
 {
-    static const std::regex s_time(R"(\d{6}_\d{6})");
-    return std::regex_replace(sText, s_time, "<t>");
+    return Replaced(sText, R"(\d{6}_\d{6})", "<t>");
 }
 
 /// What the debugger got, without reports of a full table of thread names: each log's thread enters its name,
 /// and the table is never emptied.
 inline std::string Heard(CDebugCapture& debugger)
 {
-    static const std::regex s_refusal("[^\\n]* in function 'SetThreadName'![^\\n]*\\n");
-    return std::regex_replace(debugger.Take(), s_refusal, "");
+    return Replaced(debugger.Take(), R"([^\n]* in function 'SetThreadName'![^\n]*\n)", "");
 }
 
 /// The number of lines "writer n" of each writer, which must count up from 0.
