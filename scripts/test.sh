@@ -83,7 +83,8 @@ run_preset() {
     say "$target: testing"
     rm -rf "build/$target/reports"
     mkdir -p "build/$target/reports"
-    ctest --test-dir "build/$target" -j "$(nproc)" --output-on-failure --no-tests=error </dev/null 2>&1 | tee "$log"
+    # One more than processors, as tests also wait: for threads, a browser, Wine's start.
+    ctest --test-dir "build/$target" -j $(($(nproc) + 1)) --output-on-failure --no-tests=error </dev/null 2>&1 | tee "$log"
     count_target "$target" "$log"
 }
 
