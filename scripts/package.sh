@@ -37,7 +37,7 @@ pack() {
     say "$target: packing"
     rm -rf "$folder"/{packages,_CPack_Packages}
     quietly "$folder/packing.log" env -C "$folder" cpack
-    (cd "$folder/packages" && ls -l -- *.deb *.zip 2>/dev/null | awk '{ print "    " $5 "  " $NF }')
+    (cd "$folder/packages" && shopt -s nullglob && ls -l -- *.deb *.zip | awk '{ print "    " $5 "  " $NF }')
 }
 
 # The clone stands elsewhere, and deeper.
