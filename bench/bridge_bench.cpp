@@ -20,7 +20,7 @@
 namespace
 {
 
-const std::u16string c_sText = u"Tous les êtres humains naissent libres et égaux en dignité 😀. ";
+const std::u16string kText = u"Tous les êtres humains naissent libres et égaux en dignité 😀. ";
 
 QString ToQt(const COrvStr& s)
 {
@@ -37,15 +37,15 @@ icu::UnicodeString ToIcu(const COrvStr& s)
 // Ends the program unless every library says the same of one text.
 void Check()
 {
-    const COrvStr s = OCT::FromStdText(c_sText);
+    const COrvStr s = OCT::FromStdText(kText);
     const icu::UnicodeString icu = ToIcu(s);
     std::string sIcu;
     icu.toUTF8String(sIcu);
     const boost::container::flat_set<COrvStr, OCT::CLessUnits> set{s, COrvStr(u"a")};
     const bool bSame = OCT::FromStdText(ToQt(s).toStdU16String()) == s &&
-                       OCT::FromStdText(std::u16string_view(icu.getBuffer(), c_sText.size())) == s &&
+                       OCT::FromStdText(std::u16string_view(icu.getBuffer(), kText.size())) == s &&
                        ToQt(s).toStdString() == OCT::ToStdText(s) && sIcu == OCT::ToStdText(s) &&
-                       fmt::format("{}", s) == sIcu && set.contains(c_sText);
+                       fmt::format("{}", s) == sIcu && set.contains(kText);
     if (!bSame)
         std::abort();
 }
@@ -53,7 +53,7 @@ void Check()
 void ToUtf8Ours(benchmark::State& state)
 {
     Check();
-    const COrvStr s = OCT::FromStdText(c_sText);
+    const COrvStr s = OCT::FromStdText(kText);
     for (auto _ : state)
         benchmark::DoNotOptimize(OCT::ToStdText(s));
 }
@@ -61,7 +61,7 @@ BENCHMARK(ToUtf8Ours);
 
 void ToUtf8Qt(benchmark::State& state)
 {
-    const QString s = QString::fromStdU16String(c_sText);
+    const QString s = QString::fromStdU16String(kText);
     for (auto _ : state)
         benchmark::DoNotOptimize(s.toStdString());
 }
@@ -69,7 +69,7 @@ BENCHMARK(ToUtf8Qt);
 
 void ToUtf8Icu(benchmark::State& state)
 {
-    const icu::UnicodeString s(c_sText.data(), static_cast<int>(c_sText.size()));
+    const icu::UnicodeString s(kText.data(), static_cast<int>(kText.size()));
     for (auto _ : state)
     {
         std::string sBytes;
@@ -80,7 +80,7 @@ BENCHMARK(ToUtf8Icu);
 
 void FromUtf8Ours(benchmark::State& state)
 {
-    const std::string sBytes = OCT::ToStdText(OCT::FromStdText(c_sText));
+    const std::string sBytes = OCT::ToStdText(OCT::FromStdText(kText));
     for (auto _ : state)
         benchmark::DoNotOptimize(OCT::FromStdText(sBytes));
 }
@@ -88,7 +88,7 @@ BENCHMARK(FromUtf8Ours);
 
 void FromUtf8Qt(benchmark::State& state)
 {
-    const std::string sBytes = OCT::ToStdText(OCT::FromStdText(c_sText));
+    const std::string sBytes = OCT::ToStdText(OCT::FromStdText(kText));
     for (auto _ : state)
         benchmark::DoNotOptimize(QString::fromStdString(sBytes));
 }
@@ -103,7 +103,7 @@ void LookUp(benchmark::State& state, Key key, Find find)
     for (int i = 0; i < 1000; ++i)
     {
         keys.push_back(
-            key(c_sText.substr(0, 20) + OCT::ToStdText<char16_t>(COrvStr(fmt::to_string(i).c_str()))));
+            key(kText.substr(0, 20) + OCT::ToStdText<char16_t>(COrvStr(fmt::to_string(i).c_str()))));
         map[keys.back()] = i;
     }
     for (auto _ : state)
@@ -111,19 +111,19 @@ void LookUp(benchmark::State& state, Key key, Find find)
             benchmark::DoNotOptimize(find(map, k));
     state.SetItemsProcessed(state.iterations() * 1000);
 }
-const auto c_findStd = [](const auto& map, const auto& k) { return map.find(k)->second; };
+const auto kFindStd = [](const auto& map, const auto& k) { return map.find(k)->second; };
 
 void LookUpOurs(benchmark::State& state)
 {
     using Map = std::unordered_map<COrvStr, int, std::hash<COrvStr>, OCT::CEqualUnits>;
-    LookUp<Map>(state, OCT::FromStdText<std::u16string>, c_findStd);
+    LookUp<Map>(state, OCT::FromStdText<std::u16string>, kFindStd);
 }
 BENCHMARK(LookUpOurs);
 
 void LookUpOursInBoost(benchmark::State& state)
 {
     using Map = boost::unordered_map<COrvStr, int, std::hash<COrvStr>, OCT::CEqualUnits>;
-    LookUp<Map>(state, OCT::FromStdText<std::u16string>, c_findStd);
+    LookUp<Map>(state, OCT::FromStdText<std::u16string>, kFindStd);
 }
 BENCHMARK(LookUpOursInBoost);
 

@@ -25,7 +25,7 @@ struct CPair
     std::u16string m_sB;
 };
 
-const CPair c_aPairs[] = {
+const CPair kPairs[] = {
     {"ascii_short", -1, u"linux-image", u"linux-libc"},
     {"ascii_late", -1, u"status installed libreoffice-core-nogui 4:7.4.7",
      u"status installed libreoffice-core-nogui 4:7.4.8"},
@@ -85,7 +85,7 @@ int main(int argc, char** argv)
     // In the C locale Qt compares code units.
     QLocale::setDefault(QLocale("en_US"));
 #endif
-    for (const CPair& pair : c_aPairs)
+    for (const CPair& pair : kPairs)
     {
         const auto Register = [&](const char* sContender, void (*pfnRun)(benchmark::State&, const CPair&)) {
             benchmark::RegisterBenchmark((std::string("collate/") + pair.m_sName + '/' + sContender).c_str(),

@@ -25,7 +25,7 @@ struct CScript
     std::u16string m_sText;
 };
 
-const CScript c_aScripts[] = {
+const CScript kScripts[] = {
     {"ascii", u"INSERT INTO packages (name, version, status) VALUES ('libc6', '2.36-9', 'installed'); "},
     {"european",
      u"Minden emberi lény szabadon születik és egyenlő méltósága és joga van. Alle Menschen sind frei und "
@@ -35,8 +35,8 @@ const CScript c_aScripts[] = {
     {"cjk", u"漢字とかな交じり文の変換を測ります。中文字符转换测试，文本应当保持不变。"},
     {"emoji", u"😀👍🏽🎉🚀🌍💾🔥✨📦🧪"},
 };
-const CScript c_aAnsiScripts[] = {
-    c_aScripts[0],
+const CScript kAnsiScripts[] = {
+    kScripts[0],
     {"european",
      u"Alle Menschen sind frei und gleich an Würde und Rechten geboren. Tous les êtres humains naissent "
      u"libres et égaux en dignité et en droits. Todos los seres humanos nacen libres e iguales en "
@@ -213,28 +213,28 @@ struct CDirection
     std::vector<CContender> m_vContenders;
 };
 
-const CDirection c_utf8ToWide{"utf8_to_wide",
-                              true,
-                              {
-                                  {"ours", OursUtf8ToWide},
-                                  {"icu", IcuUtf8ToWide},
-                                  {"iconv", IconvUtf8ToWide},
+const CDirection kUtf8ToWide{"utf8_to_wide",
+                             true,
+                             {
+                                 {"ours", OursUtf8ToWide},
+                                 {"icu", IcuUtf8ToWide},
+                                 {"iconv", IconvUtf8ToWide},
 #ifdef ORV_BENCH_QT
-                                  {"qt", QtUtf8ToWide, false},
+                                 {"qt", QtUtf8ToWide, false},
 #endif
-                              }};
-const CDirection c_wideToUtf8{"wide_to_utf8",
-                              false,
-                              {
-                                  {"ours", OursWideToUtf8},
-                                  {"icu", IcuWideToUtf8},
-                                  {"iconv", IconvWideToUtf8},
+                             }};
+const CDirection kWideToUtf8{"wide_to_utf8",
+                             false,
+                             {
+                                 {"ours", OursWideToUtf8},
+                                 {"icu", IcuWideToUtf8},
+                                 {"iconv", IconvWideToUtf8},
 #ifdef ORV_BENCH_QT
-                                  {"qt", QtWideToUtf8, false},
+                                 {"qt", QtWideToUtf8, false},
 #endif
-                              }};
-const CDirection c_ansiToWide{"1252_to_wide", true, {{"ours", OursAnsiToWide}, {"icu", IcuAnsiToWide}}};
-const CDirection c_wideToAnsi{"wide_to_1252", false, {{"ours", OursWideToAnsi}, {"icu", IcuWideToAnsi}}};
+                             }};
+const CDirection kAnsiToWide{"1252_to_wide", true, {{"ours", OursAnsiToWide}, {"icu", IcuAnsiToWide}}};
+const CDirection kWideToAnsi{"wide_to_1252", false, {{"ours", OursWideToAnsi}, {"icu", IcuWideToAnsi}}};
 
 template <class Char>
 bool IsResult(const CInput& in, const CContender& contender, const std::vector<Char>& vBuffer,
@@ -258,7 +258,7 @@ bool IsRight(const CDirection& direction, const CContender& contender, CInput& i
     contender.m_pfnConvert(in);
     if (direction.m_bToWide)
         return IsResult(in, contender, in.m_vWide, in.m_sWide);
-    if (&direction == &c_wideToAnsi)
+    if (&direction == &kWideToAnsi)
         return IsResult(in, contender, in.m_vNarrow, in.m_sAnsi);
     return IsResult(in, contender, in.m_vNarrow,
                     contender.m_pfnConvert == OursWideToUtf8 ? WithoutPairs(in.m_sWide) : in.m_sUtf8);
@@ -297,15 +297,15 @@ int main(int argc, char** argv)
 {
     for (const std::size_t cb : {std::size_t{32}, std::size_t{1024}, std::size_t{1} << 20})
     {
-        for (const CScript& script : c_aScripts)
+        for (const CScript& script : kScripts)
         {
-            Register(c_utf8ToWide, script, cb, Utf8BytesPerUnit(script));
-            Register(c_wideToUtf8, script, cb, Utf8BytesPerUnit(script));
+            Register(kUtf8ToWide, script, cb, Utf8BytesPerUnit(script));
+            Register(kWideToUtf8, script, cb, Utf8BytesPerUnit(script));
         }
-        for (const CScript& script : c_aAnsiScripts)
+        for (const CScript& script : kAnsiScripts)
         {
-            Register(c_ansiToWide, script, cb, 1);
-            Register(c_wideToAnsi, script, cb, 1);
+            Register(kAnsiToWide, script, cb, 1);
+            Register(kWideToAnsi, script, cb, 1);
         }
     }
     return RunBenches(argc, argv);

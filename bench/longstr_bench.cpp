@@ -20,14 +20,14 @@
 namespace
 {
 
-constexpr const char* c_aNames[] = {"id", "customer", "quantity ordered", "price"};
-constexpr const char16_t* c_aWideNames[] = {u"id", u"customer", u"quantity ordered", u"price"};
+constexpr const char* kNames[] = {"id", "customer", "quantity ordered", "price"};
+constexpr const char16_t* kWideNames[] = {u"id", u"customer", u"quantity ordered", u"price"};
 
 struct CWide
 {
     COrvLongStr m_s;
 
-    void Pair(unsigned i, int n) { m_s + c_aWideNames[i % 4] + u'=' + n + u';'; }
+    void Pair(unsigned i, int n) { m_s + kWideNames[i % 4] + u'=' + n + u';'; }
     std::string Result() const
     {
         const std::u16string_view text(m_s);
@@ -39,7 +39,7 @@ struct CNarrow
 {
     COrvLongAStr m_s;
 
-    void Pair(unsigned i, int n) { m_s + c_aNames[i % 4] + '=' + n + ';'; }
+    void Pair(unsigned i, int n) { m_s + kNames[i % 4] + '=' + n + ';'; }
     std::string Result() const { return static_cast<const char*>(m_s); }
 };
 
@@ -51,9 +51,9 @@ struct CStd
     void Pair(unsigned i, int n)
     {
         if constexpr (sizeof(Char) == 1)
-            m_s += c_aNames[i % 4];
+            m_s += kNames[i % 4];
         else
-            m_s += c_aWideNames[i % 4];
+            m_s += kWideNames[i % 4];
         m_s += Char('=');
         char s[16];
         const char* const pEnd = std::to_chars(s, s + 16, n).ptr;
@@ -72,7 +72,7 @@ struct CFmt
 
     void Pair(unsigned i, int n)
     {
-        fmt::format_to(fmt::appender(m_s), FMT_STRING("{}={};"), c_aNames[i % 4], n);
+        fmt::format_to(fmt::appender(m_s), FMT_STRING("{}={};"), kNames[i % 4], n);
     }
     std::string Result() const { return fmt::to_string(m_s); }
 };
@@ -85,7 +85,7 @@ struct CQt
 
     void Pair(unsigned i, int n)
     {
-        m_s += QStringView(c_aWideNames[i % 4]);
+        m_s += QStringView(kWideNames[i % 4]);
         m_s += QLatin1Char('=');
         m_s += QString::number(n);
         m_s += QLatin1Char(';');

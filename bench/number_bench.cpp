@@ -32,11 +32,11 @@
 namespace
 {
 
-constexpr std::size_t Count = 4096;
-constexpr std::size_t Room = 400;
+constexpr std::size_t kCount = 4096;
+constexpr std::size_t kRoom = 400;
 
 template <class Value>
-using CValues = std::array<Value, Count>;
+using CValues = std::array<Value, kCount>;
 
 template <class Value, class Make>
 CValues<Value> Generate(Make make)
@@ -96,7 +96,7 @@ CValues<double> AnyMagnitude()
 
 struct COurInt
 {
-    static constexpr const char* Name = "ours";
+    static constexpr const char* kName = "ours";
     template <class Char, class Int>
     static Char* Put(Char* p, Int n)
     {
@@ -106,16 +106,16 @@ struct COurInt
 
 struct CStdInt
 {
-    static constexpr const char* Name = "std";
+    static constexpr const char* kName = "std";
     template <class Int>
     static char* Put(char* p, Int n)
     {
-        return std::to_chars(p, p + Room, n).ptr;
+        return std::to_chars(p, p + kRoom, n).ptr;
     }
     template <class Int>
     static char16_t* Put(char16_t* p, Int n)
     {
-        char sText[Room];
+        char sText[kRoom];
         return std::copy(sText, Put(sText, n), p);
     }
 };
@@ -123,7 +123,7 @@ struct CStdInt
 #ifdef ORV_HAS_FMT
 struct CFmtInt
 {
-    static constexpr const char* Name = "fmt";
+    static constexpr const char* kName = "fmt";
     template <class Int>
     static char* Put(char* p, Int n)
     {
@@ -141,34 +141,34 @@ struct CFmtInt
 template <int Decimals>
 struct COurFixed
 {
-    static constexpr const char* Name = "ours";
+    static constexpr const char* kName = "ours";
     static char* Put(char* p, double d) { return OCT::PutFixed(p, d, Decimals); }
 };
 
 template <int Digits>
 struct COurGeneral
 {
-    static constexpr const char* Name = "ours";
+    static constexpr const char* kName = "ours";
     static char* Put(char* p, double d) { return OCT::PutDouble(p, d, Digits); }
 };
 
 template <int Decimals>
 struct CStdFixed
 {
-    static constexpr const char* Name = "std";
+    static constexpr const char* kName = "std";
     static char* Put(char* p, double d)
     {
-        return std::to_chars(p, p + Room, d, std::chars_format::fixed, Decimals).ptr;
+        return std::to_chars(p, p + kRoom, d, std::chars_format::fixed, Decimals).ptr;
     }
 };
 
 template <int Digits>
 struct CStdGeneral
 {
-    static constexpr const char* Name = "std";
+    static constexpr const char* kName = "std";
     static char* Put(char* p, double d)
     {
-        return std::to_chars(p, p + Room, d, std::chars_format::general, Digits).ptr;
+        return std::to_chars(p, p + kRoom, d, std::chars_format::general, Digits).ptr;
     }
 };
 
@@ -176,14 +176,14 @@ struct CStdGeneral
 template <int Decimals>
 struct CFmtFixed
 {
-    static constexpr const char* Name = "fmt";
+    static constexpr const char* kName = "fmt";
     static char* Put(char* p, double d) { return fmt::format_to(p, FMT_COMPILE("{:.{}f}"), d, Decimals); }
 };
 
 template <int Digits>
 struct CFmtGeneral
 {
-    static constexpr const char* Name = "fmt";
+    static constexpr const char* kName = "fmt";
     static char* Put(char* p, double d) { return fmt::format_to(p, FMT_COMPILE("{:.{}g}"), d, Digits); }
 };
 #endif
@@ -194,11 +194,11 @@ using CConverter = double_conversion::DoubleToStringConverter;
 template <int Decimals>
 struct CDoubleConversionFixed
 {
-    static constexpr const char* Name = "double-conversion";
+    static constexpr const char* kName = "double-conversion";
     static char* Put(char* p, double d)
     {
         static const CConverter s_converter(CConverter::NO_FLAGS, "inf", "nan", 'e', -5, 21, 6, 0);
-        double_conversion::StringBuilder builder(p, Room);
+        double_conversion::StringBuilder builder(p, kRoom);
         s_converter.ToFixed(d, Decimals, &builder);
         return p + builder.position();
     }
@@ -207,13 +207,13 @@ struct CDoubleConversionFixed
 template <int Digits>
 struct CDoubleConversionGeneral
 {
-    static constexpr const char* Name = "double-conversion";
+    static constexpr const char* kName = "double-conversion";
     static char* Put(char* p, double d)
     {
         static const CConverter s_converter(CConverter::EMIT_POSITIVE_EXPONENT_SIGN |
                                                 CConverter::NO_TRAILING_ZERO,
                                             "inf", "nan", 'e', -5, 21, 3, 0, 2);
-        double_conversion::StringBuilder builder(p, Room);
+        double_conversion::StringBuilder builder(p, kRoom);
         s_converter.ToPrecision(d, Digits, &builder);
         return p + builder.position();
     }
@@ -225,10 +225,10 @@ struct CDoubleConversionGeneral
 template <class Writer, class Expected, class Char, class Value>
 void WriteNumbers(benchmark::State& state, const CValues<Value>& values)
 {
-    Char sText[Room];
+    Char sText[kRoom];
     for (const Value value : values)
     {
-        char sExpected[Room];
+        char sExpected[kRoom];
         const std::string expected(sExpected, Expected::Put(sExpected, value));
         const std::string text(sText, Writer::Put(sText, value));
         if (text != expected)
@@ -237,7 +237,7 @@ void WriteNumbers(benchmark::State& state, const CValues<Value>& values)
     std::size_t i = 0;
     for ([[maybe_unused]] auto _ : state)
     {
-        benchmark::DoNotOptimize(Writer::Put(sText, values[i++ % Count]));
+        benchmark::DoNotOptimize(Writer::Put(sText, values[i++ % kCount]));
         benchmark::ClobberMemory();
     }
 }
@@ -245,7 +245,7 @@ void WriteNumbers(benchmark::State& state, const CValues<Value>& values)
 template <class Writer, class Expected, class Char, class Value>
 void Register(const std::string& sName, const CValues<Value>& values)
 {
-    benchmark::RegisterBenchmark((sName + "/" + Writer::Name).c_str(), [values](benchmark::State& state) {
+    benchmark::RegisterBenchmark((sName + "/" + Writer::kName).c_str(), [values](benchmark::State& state) {
         WriteNumbers<Writer, Expected, Char>(state, values);
     });
 }
@@ -286,7 +286,7 @@ void DoubleToText(const char* sName, const CValues<double>& values)
 
 struct COurList
 {
-    static constexpr const char* Name = "ours";
+    static constexpr const char* kName = "ours";
     void Clear() { m_sText.Truncate(0); }
     void Add(unsigned n)
     {
@@ -301,7 +301,7 @@ struct COurList
 template <class Writer>
 struct CStdList
 {
-    static constexpr const char* Name = Writer::Name;
+    static constexpr const char* kName = Writer::kName;
     void Clear() { m_sText.clear(); }
     void Add(unsigned n)
     {
@@ -338,7 +338,7 @@ void AppendIds(benchmark::State& state)
 template <class List>
 void RegisterList()
 {
-    benchmark::RegisterBenchmark((std::string("append50ids_utf16/") + List::Name).c_str(), AppendIds<List>);
+    benchmark::RegisterBenchmark((std::string("append50ids_utf16/") + List::kName).c_str(), AppendIds<List>);
 }
 
 // ---- Text to numbers ----
@@ -361,12 +361,12 @@ void RegisterParser(const std::string& sName, const CValues<Int>& values, Parse 
 {
     benchmark::RegisterBenchmark(sName.c_str(), [values, parse](benchmark::State& state) {
         const std::vector<CText<Int>> texts(values.begin(), values.end());
-        for (std::size_t i = 0; i < Count; ++i)
+        for (std::size_t i = 0; i < kCount; ++i)
             if (parse(texts[i]) != values[i])
                 return state.SkipWithError(("misreads " + texts[i].m_sNarrow).c_str());
         std::size_t i = 0;
         for ([[maybe_unused]] auto _ : state)
-            benchmark::DoNotOptimize(parse(texts[i++ % Count]));
+            benchmark::DoNotOptimize(parse(texts[i++ % kCount]));
     });
 }
 
@@ -389,7 +389,7 @@ void TextToInt(const std::string& sName, const CValues<Int>& values, Parser<Int,
 
 struct COurHex
 {
-    static constexpr const char* Name = "ours";
+    static constexpr const char* kName = "ours";
     template <class Char>
     static void Put(Char* p, const std::vector<unsigned char>& bytes)
     {
@@ -399,7 +399,7 @@ struct COurHex
 
 struct CByteLoop
 {
-    static constexpr const char* Name = "byte-loop";
+    static constexpr const char* kName = "byte-loop";
     template <class Char>
     static void Put(Char* p, const std::vector<unsigned char>& bytes)
     {

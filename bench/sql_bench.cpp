@@ -41,7 +41,7 @@ struct CRow
     const char16_t* m_sNote = u"delivered to the neighbour's door; signed";
 };
 
-constexpr char16_t c_sInsert[] =
+constexpr char16_t kInsert[] =
     u"INSERT INTO Orders (Id,Name,Street,Cnt,Total,Price,Rate,State,Code,Ver,Changed,Note) VALUES (";
 
 // ---- The builders: each can append text, a literal and numbers, and begin anew ----
@@ -109,14 +109,14 @@ struct CStd
     }
     void Binary(const std::vector<unsigned char>& bytes)
     {
-        static constexpr char c_sDigits[] = "0123456789ABCDEF";
+        static constexpr char kDigits[] = "0123456789ABCDEF";
         m_s.reserve(m_s.size() + 2 + 2 * bytes.size());
         m_s += Char('0');
         m_s += Char('x');
         for (const unsigned char b : bytes)
         {
-            m_s += Char(c_sDigits[b >> 4]);
-            m_s += Char(c_sDigits[b & 15]);
+            m_s += Char(kDigits[b >> 4]);
+            m_s += Char(kDigits[b & 15]);
         }
     }
     void Ids(const CMIDINTArray& ids)
@@ -226,8 +226,8 @@ struct CQt
 template <class Builder>
 struct CTextOf
 {
-    static constexpr bool c_bNarrow = !requires(Builder & builder) { builder.Text(u""); };
-    using Char = std::conditional_t<c_bNarrow, char, char16_t>;
+    static constexpr bool kNarrow = !requires(Builder & builder) { builder.Text(u""); };
+    using Char = std::conditional_t<kNarrow, char, char16_t>;
 
     std::basic_string<Char> m_s;
 
@@ -243,7 +243,7 @@ struct CInsert
     using Text = CTextOf<Builder>;
 
     CRow m_row;
-    Text m_sInsert{c_sInsert}, m_sComma{u", "}, m_sEnd{u")"};
+    Text m_sInsert{kInsert}, m_sComma{u", "}, m_sEnd{u")"};
     Text m_sName{m_row.m_sName}, m_sStreet{m_row.m_sStreet}, m_sCode{m_row.m_sCode}, m_sNote{m_row.m_sNote};
 
     void operator()(Builder& sql) const

@@ -233,7 +233,7 @@ void ReplaceWords(benchmark::State& state)
     });
 }
 
-constexpr const char16_t* g_pairs[][2] = {
+constexpr const char16_t* kPairs[][2] = {
     {u"Inventory transfer order, line 17", u"Inventory transfer order, line 18"},
     {u"Inventory transfer order, line 17", u"Inventory transfer order, line 17"},
     {u"\u00C1rv\u00EDzt\u0171r\u0151 t\u00FCk\u00F6rf\u00FAr\u00F3g\u00E9p",
@@ -244,8 +244,8 @@ constexpr const char16_t* g_pairs[][2] = {
 template <class String>
 void Compare(benchmark::State& state)
 {
-    const auto a = String::Make(g_pairs[state.range(0)][0]);
-    const auto b = String::Make(g_pairs[state.range(0)][1]);
+    const auto a = String::Make(kPairs[state.range(0)][0]);
+    const auto b = String::Make(kPairs[state.range(0)][1]);
     if ((String::Compare(a, b) == 0) != (state.range(0) == 1))
         return state.SkipWithError("wrong result");
     for (auto _ : state)

@@ -40,9 +40,9 @@ CBoth Repeated(const char* sNarrow, const char16_t* sWide, int nTimes)
     return both;
 }
 
-const CBoth g_prose = Repeated("A line of prose, as people write it & read it.\n",
-                               u"A line of prose, as people write it & read it.\n", 100);
-const CBoth g_foreign =
+const CBoth kProse = Repeated("A line of prose, as people write it & read it.\n",
+                              u"A line of prose, as people write it & read it.\n", 100);
+const CBoth kForeign =
     Repeated("\xC3\xA1rv\xC3\xADzt\xC5\xB1r\xC5\x91 t\xC3\xBCk\xC3\xB6rf\xC3\xBAr\xC3\xB3g\xC3\xA9p ",
              u"\u00E1rv\u00EDzt\u0171r\u0151 t\u00FCk\u00F6rf\u00FAr\u00F3g\u00E9p ", 200);
 
@@ -234,8 +234,8 @@ void Register(const std::string& sName)
                                      [pText](benchmark::State& state) { Measure<Writer>(state, pText); });
     };
     add("Records/", nullptr);
-    add("Prose/", &g_prose);
-    add("Foreign/", &g_foreign);
+    add("Prose/", &kProse);
+    add("Foreign/", &kForeign);
 }
 
 } // namespace

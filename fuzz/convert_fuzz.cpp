@@ -13,11 +13,11 @@
 namespace
 {
 
-constexpr UINT PAGES[] = {CP_ACP, 437,   737,  775,   850,   852,   855,   857,   860,   861,   862,
-                          863,    865,   866,  874,   932,   936,   949,   950,   1250,  1251,  1252,
-                          1253,   1254,  1255, 1256,  1257,  1258,  20127, 20866, 708,   720,   864,
-                          869,    10000, 1361, 21866, 28591, 28592, 28593, 28594, 28595, 28596, 28597,
-                          28598,  28599, 858,  28603, 28605, 54936, 50220, 65000, 1200,  12345};
+constexpr UINT kPages[] = {CP_ACP, 437,   737,  775,   850,   852,   855,   857,   860,   861,   862,
+                           863,    865,   866,  874,   932,   936,   949,   950,   1250,  1251,  1252,
+                           1253,   1254,  1255, 1256,  1257,  1258,  20127, 20866, 708,   720,   864,
+                           869,    10000, 1361, 21866, 28591, 28592, 28593, 28594, 28595, 28596, 28597,
+                           28598,  28599, 858,  28603, 28605, 54936, 50220, 65000, 1200,  12345};
 
 /// Exactly that much room, so that a sanitizer sees a step beyond.
 template <class Char, class Convert>
@@ -137,7 +137,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
 {
     if (nSize < 3)
         return 0;
-    const UINT nPage = PAGES[pData[0] % std::size(PAGES)];
+    const UINT nPage = kPages[pData[0] % std::size(kPages)];
     const unsigned nRoom = 2u + pData[1];
     const std::string sBytes(reinterpret_cast<const char*>(pData + 2), nSize - 2);
     if (!sBytes.empty())

@@ -12,8 +12,8 @@ namespace
 
 Text TextOf(const COrvDecimal& value)
 {
-    WCHAR sText[COrvDecimal::MaxText];
-    Require(value.CopyTo(sText, COrvDecimal::MaxText) > 0);
+    WCHAR sText[COrvDecimal::kMaxText];
+    Require(value.CopyTo(sText, COrvDecimal::kMaxText) > 0);
     return sText;
 }
 

@@ -16,7 +16,7 @@
 namespace
 {
 
-constexpr UINT PAGES[] = {CP_ACP, CP_UTF8, 1252, 932};
+constexpr UINT kPages[] = {CP_ACP, CP_UTF8, 1252, 932};
 __time64_t g_tNow;
 
 /// No control character but tabs and, followed by \p sLabel, line ends.
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     std::int32_t iNow = 0;
     std::memcpy(&iNow, pData + 3, sizeof iNow);
     g_tNow = iNow;
-    const UINT nPage = PAGES[pData[0] % 4];
+    const UINT nPage = kPages[pData[0] % 4];
     std::string_view sRest(reinterpret_cast<const char*>(pData + 7), nSize - 7);
     const std::string sPrefix = Part(sRest);
     const std::string sFile = Part(sRest);

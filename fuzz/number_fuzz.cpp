@@ -67,8 +67,8 @@ void CheckIntegers(std::uint64_t n)
 
 void CheckDouble(double d, int nDigits)
 {
-    char sText[OCT::MaxFixedText];
-    char sExpected[OCT::MaxFixedText];
+    char sText[OCT::kMaxFixedText];
+    char sExpected[OCT::kMaxFixedText];
     const auto Written = [&](char* pEnd) {
         return std::string_view(sText, static_cast<std::size_t>(pEnd - sText));
     };
@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     std::uint64_t nBits;
     std::memcpy(&nBits, pData, sizeof nBits);
     CheckIntegers(nBits);
-    CheckDouble(std::bit_cast<double>(nBits), 1 + pData[8] % OCT::MaxDoubleDigits);
+    CheckDouble(std::bit_cast<double>(nBits), 1 + pData[8] % OCT::kMaxDoubleDigits);
     // Few decimals, which random bits never give.
     CheckDouble(static_cast<double>(static_cast<std::int64_t>(nBits) >> pData[8] % 64) / 1000,
                 1 + pData[8] % 20);

@@ -16,9 +16,9 @@ namespace
 __time64_t g_tNow;
 
 // Without any setting, with plain ones, and with those that end in a separator and are long.
-constexpr const WCHAR* ROOTS[] = {ORVTEXT("Software\\OrvComTypesTest\\Fuzz0"),
-                                  ORVTEXT("Software\\OrvComTypesTest\\Fuzz1"),
-                                  ORVTEXT("Software\\OrvComTypesTest\\Fuzz2")};
+constexpr const WCHAR* kRoots[] = {ORVTEXT("Software\\OrvComTypesTest\\Fuzz0"),
+                                   ORVTEXT("Software\\OrvComTypesTest\\Fuzz1"),
+                                   ORVTEXT("Software\\OrvComTypesTest\\Fuzz2")};
 
 /// As the settings themselves cut it.
 Text SettingOf(std::size_t nRoot, bool bData)
@@ -31,9 +31,9 @@ Text SettingOf(std::size_t nRoot, bool bData)
 
 bool StoreSettings()
 {
-    for (std::size_t i = 1; i < std::size(ROOTS); ++i)
+    for (std::size_t i = 1; i < std::size(kRoots); ++i)
     {
-        SetLQSettingsRootW(ROOTS[i]);
+        SetLQSettingsRootW(kRoots[i]);
         Require(SetLQStringSettingW(nullptr, ORVTEXT("DataPath"), SettingOf(i, true).c_str(), nullptr));
         Require(
             SetLQStringSettingW(nullptr, ORVTEXT("DefaultLogPath"), SettingOf(i, false).c_str(), nullptr));
@@ -88,8 +88,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     static const bool s_bStored = StoreSettings();
     if (!s_bStored || nSize < 6)
         return 0;
-    const std::size_t nRoot = pData[0] % std::size(ROOTS);
-    SetLQSettingsRootW(ROOTS[nRoot]);
+    const std::size_t nRoot = pData[0] % std::size(kRoots);
+    SetLQSettingsRootW(kRoots[nRoot]);
     std::int32_t iNow = 0;
     std::memcpy(&iNow, pData + 1, sizeof iNow);
     g_tNow = iNow;

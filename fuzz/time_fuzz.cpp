@@ -9,15 +9,15 @@
 namespace
 {
 
-constexpr int KEPT = 77;
+constexpr int kKept = 77;
 
 template <class Char>
 void CheckParser(const std::basic_string<Char>& sText)
 {
-    COrvTime t(KEPT);
+    COrvTime t(kKept);
     if (!t.SetFromString(sText.c_str()))
     {
-        Require(t.GetOrvTime() == KEPT || t.IsNull());
+        Require(t.GetOrvTime() == kKept || t.IsNull());
         return;
     }
     if (!t.IsValid())
@@ -32,10 +32,10 @@ void CheckParser(const std::basic_string<Char>& sText)
 
 void CheckLocale(const std::basic_string<WCHAR>& sText, unsigned uiFlags)
 {
-    COrvTime t(KEPT);
+    COrvTime t(kKept);
     if (!t.ParseLocal(sText.c_str(), uiFlags))
     {
-        Require(t.GetOrvTime() == KEPT || t.IsNull());
+        Require(t.GetOrvTime() == kKept || t.IsNull());
         return;
     }
     COrvTime tBack;

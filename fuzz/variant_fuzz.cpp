@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr DBTYPE PLAIN_TYPES[] = {DBTYPE_EMPTY,   DBTYPE_I1,
+constexpr DBTYPE kPlainTypes[] = {DBTYPE_EMPTY,   DBTYPE_I1,
                                   DBTYPE_UI1,     DBTYPE_I2,
                                   DBTYPE_UI2,     DBTYPE_I4,
                                   DBTYPE_UI4,     DBTYPE_I8,
@@ -24,7 +24,7 @@ constexpr DBTYPE PLAIN_TYPES[] = {DBTYPE_EMPTY,   DBTYPE_I1,
                                   DBTYPE_DATE,    DBTYPE_DBDATE,
                                   DBTYPE_DBTIME,  DBTYPE_DBTIMESTAMP,
                                   DBTYPE_BYTES,   DBTYPE_ARRAY | DBTYPE_I4};
-constexpr VARTYPE VARIANT_TYPES[] = {VT_EMPTY, VT_NULL,    VT_I1,   VT_UI1,  VT_I2,   VT_UI2,  VT_I4,
+constexpr VARTYPE kVariantTypes[] = {VT_EMPTY, VT_NULL,    VT_I1,   VT_UI1,  VT_I2,   VT_UI2,  VT_I4,
                                      VT_UI4,   VT_INT,     VT_UINT, VT_I8,   VT_UI8,  VT_R4,   VT_R8,
                                      VT_CY,    VT_DECIMAL, VT_BOOL, VT_DATE, VT_BSTR, VT_ERROR};
 
@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     CheckRooms(cch, DBTYPE_STR, data.data(), static_cast<unsigned>(data.size()), true);
     CheckRooms(cch, DBTYPE_WSTR, data.data(), static_cast<unsigned>(data.size()), true);
     data.resize(std::max<std::size_t>(data.size(), sizeof(VARIANT)));
-    CheckRooms(cch, PLAIN_TYPES[pData[0] % std::size(PLAIN_TYPES)], data.data(), 0, false);
-    CheckVariant(cch, VARIANT_TYPES[pData[0] % std::size(VARIANT_TYPES)], pData[2] % 2 != 0, data);
+    CheckRooms(cch, kPlainTypes[pData[0] % std::size(kPlainTypes)], data.data(), 0, false);
+    CheckVariant(cch, kVariantTypes[pData[0] % std::size(kVariantTypes)], pData[2] % 2 != 0, data);
     return 0;
 }

@@ -82,11 +82,11 @@ private:
     }
     static WCHAR Escaped(TextView s)
     {
-        static const TextView s_names[] = {ORVTEXT("amp"), ORVTEXT("lt"),  ORVTEXT("gt"), ORVTEXT("quot"),
-                                           ORVTEXT("#13"), ORVTEXT("#10"), ORVTEXT("#9")};
-        const auto* const p = std::find(std::begin(s_names), std::end(s_names), s);
-        Require(p != std::end(s_names));
-        return static_cast<WCHAR>("&<>\"\r\n\t"[p - s_names]);
+        static const TextView kNames[] = {ORVTEXT("amp"), ORVTEXT("lt"),  ORVTEXT("gt"), ORVTEXT("quot"),
+                                          ORVTEXT("#13"), ORVTEXT("#10"), ORVTEXT("#9")};
+        const auto* const p = std::find(std::begin(kNames), std::end(kNames), s);
+        Require(p != std::end(kNames));
+        return static_cast<WCHAR>("&<>\"\r\n\t"[p - kNames]);
     }
 
     void ReadPart()
@@ -175,10 +175,10 @@ public:
     /// Most often a name.
     Text Name()
     {
-        static const WCHAR* const s_names[] = {ORVTEXT("a"), ORVTEXT("p:a"), ORVTEXT("q:a"), ORVTEXT("p"),
-                                               ORVTEXT("q"), ORVTEXT("u:1"), ORVTEXT("")};
-        const unsigned n = Byte() % (std::size(s_names) + 1);
-        return n < std::size(s_names) ? s_names[n] : Any();
+        static const WCHAR* const kNames[] = {ORVTEXT("a"), ORVTEXT("p:a"), ORVTEXT("q:a"), ORVTEXT("p"),
+                                              ORVTEXT("q"), ORVTEXT("u:1"), ORVTEXT("")};
+        const unsigned n = Byte() % (std::size(kNames) + 1);
+        return n < std::size(kNames) ? kNames[n] : Any();
     }
 
     /// One call; \p parts gets what it has written.

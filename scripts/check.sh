@@ -109,6 +109,13 @@ lost_wakeups() {
         '<(latch|barrier|semaphore)>|std::(latch|barrier|\w+_semaphore|atomic\w*_(wait|notify)\w*)\b|\.wait\([^l)]'
 }
 
+# What is fixed when compiled is named kName, whatever its scope; small locals may have plain names. The dates are the
+# interface's.
+constant_names() {
+    sources '*.cpp' '*.h' ':!port/include' ':!include/orvcomtypes/orvtime.h' | xargs -0 -r grep -nHE \
+        '\bconstexpr\b[^()=;{]*[ &*]([cgs]_\w+|[A-Z][A-Z0-9_]+)(\[[^]]*\])*( =|\{|;)'
+}
+
 shell_syntax() {
     local script
     for script in scripts/*.sh scripts/run-wine .ci/run; do bash -n "$script"; done
@@ -124,6 +131,7 @@ rule "sources include nothing of a room above" room_order
 rule "sources are formatted" format
 rule "no line is longer than 110 characters" line_length
 rule "threads wait by the platform's events" lost_wakeups
+rule "constants are named kName" constant_names
 rule "scripts are well-formed" shell_syntax
 printf '%d passed, %d failed\n' "$passed" "$failures"
 [ "$failures" = 0 ]

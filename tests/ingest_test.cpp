@@ -6,10 +6,10 @@ namespace
 
 using IngestTest = CIngestTest;
 
-const char s_sThreeLines[] = "2024-05-06 07:08:09 startup archives unpack\n"
-                             "2024-05-06 07:08:10 upgrade x');DROP--:amd64 <none> 1'0\r\n"
-                             "\n"
-                             "2024-05-06 07:08:10 status installed libc6:amd64 2.36-10\n";
+const char kThreeLines[] = "2024-05-06 07:08:09 startup archives unpack\n"
+                           "2024-05-06 07:08:10 upgrade x');DROP--:amd64 <none> 1'0\r\n"
+                           "\n"
+                           "2024-05-06 07:08:10 status installed libc6:amd64 2.36-10\n";
 
 } // namespace
 
@@ -33,7 +33,7 @@ TEST_F(IngestTest, DryRunPrintsEveryStatementInOrder)
     };
     for (const auto& row : rows)
     {
-        const auto sOutput = Ingest(IngestDone, s_sThreeLines, {"--dry-run", "--dialect", row.m_sDialect});
+        const auto sOutput = Ingest(IngestDone, kThreeLines, {"--dry-run", "--dialect", row.m_sDialect});
         EXPECT_TRUE(Has(sOutput, row.m_sBegin, 3));
         EXPECT_TRUE(Has(sOutput, row.m_sValues));
         EXPECT_TRUE(Has(sOutput, row.m_sEnd, 3));
@@ -102,11 +102,11 @@ TEST_F(IngestTest, FileNamesAreUnicodeInEveryLocale)
 {
     const std::u8string sName = u8"Őrült été 日本 😀.log";
     m_Input = m_Dir / sName;
-    const auto sOutput = Ingest(IngestPartly, std::string(s_sThreeLines) + "x\n", {"--dry-run"});
+    const auto sOutput = Ingest(IngestPartly, std::string(kThreeLines) + "x\n", {"--dry-run"});
     EXPECT_TRUE(Has(sOutput, "VALUES ('" + Name(sName) + "'", 3));
     EXPECT_TRUE(Has(sOutput, Name(m_Input) + ":5: too few fields"));
     EXPECT_TRUE(Has(Run(IngestNothingDone, {"--dry-run", Name(m_Dir / u8"ő")}),
                     "cannot read " + Name(m_Dir / u8"ő")));
-    EXPECT_TRUE(Has(Ingest(IngestDone, s_sThreeLines, {"--dry-run", "--source", Name(u8"ß😀")}),
+    EXPECT_TRUE(Has(Ingest(IngestDone, kThreeLines, {"--dry-run", "--source", Name(u8"ß😀")}),
                     "('" + Name(u8"ß😀") + "'", 3));
 }

@@ -163,7 +163,7 @@ TEST_F(Languages, ThatDoNotFitLeaveTheFallbacks)
     const CTestRegistry registry;
     const CTempDir installation;
     const auto install = [&](const Text& sName, const std::string& sBytes) {
-        WriteBytes(installation / (sName + PortResourceSuffix), sBytes);
+        WriteBytes(installation / (sName + kPortResourceSuffix), sBytes);
     };
     const std::string sLibrary = ReadBytes(LibraryFile(ORVTEXT("test_strings.en")));
     install(ORVTEXT("elsewhere.hu"), sLibrary);

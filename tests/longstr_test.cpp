@@ -61,7 +61,7 @@ public:
 using Builders = testing::Types<COrvLongStr, COrvLongAStr>;
 TYPED_TEST_SUITE(LongStr, Builders);
 
-constexpr auto MinInt64 = std::numeric_limits<std::int64_t>::min();
+constexpr auto kMinInt64 = std::numeric_limits<std::int64_t>::min();
 
 } // namespace
 
@@ -75,7 +75,8 @@ TYPED_TEST(LongStr, AppendsEveryTypeOfValue)
     EXPECT_EQ(Fixture::Of(""), Fixture::Of(s));
     s + Fixture::Of("own ").c_str() + typename Fixture::OtherText(3, 'x').c_str() +
         static_cast<typename Fixture::Own>('|');
-    s + std::numeric_limits<int>::min() + std::numeric_limits<unsigned>::max() + MinInt64 + ~std::uint64_t{0};
+    s + std::numeric_limits<int>::min() + std::numeric_limits<unsigned>::max() + kMinInt64 +
+        ~std::uint64_t{0};
     EXPECT_EQ(Fixture::Of("own xxx|-21474836484294967295-922337203685477580818446744073709551615"),
               Fixture::Of(s));
     s.Clear();
@@ -151,7 +152,7 @@ TYPED_TEST(LongStr, AppendsVariantsByTheirTag)
     Check(VT_R8, &VARIANT::dblVal, DOUBLE{1.0 / 3}, "0.333333333333333");
     Check(VT_DATE, &VARIANT::date, DATE{36526.25}, "36526.25");
     Check(VT_DECIMAL, &VARIANT::decVal, dec, "-12.345");
-    Check(VT_I8, &VARIANT::llVal, LONGLONG{MinInt64}, "-9223372036854775808");
+    Check(VT_I8, &VARIANT::llVal, LONGLONG{kMinInt64}, "-9223372036854775808");
     Check(VT_UI8, &VARIANT::ullVal, ULONGLONG{~0ull}, "18446744073709551615");
     Check(VT_ERROR, &VARIANT::scode, SCODE{5}, "");
     Check(VT_UNKNOWN, &VARIANT::punkVal, static_cast<IUnknown*>(nullptr), "");

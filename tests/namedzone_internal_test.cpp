@@ -24,12 +24,12 @@ SYSTEMTIME Rule(int mo, int iWeekday, int n, int h, int mi = 0, int s = 0, int m
 }
 
 // Bias, its extra for standard and for daylight-saving time, the changes to the two.
-const ZoneRecord EUROPE = {-60, 0, -60, Rule(10, 0, 5, 3), Rule(3, 0, 5, 2)};
-const ZoneRecord SYDNEY = {-600, 0, -60, Rule(4, 0, 1, 3), Rule(10, 0, 1, 2)};
-const ZoneRecord SANTIAGO = {240, 0, -60, Rule(4, 6, 1, 23, 59, 59, 999), Rule(9, 6, 1, 23, 59, 59, 999)};
-const ZoneRecord FOURTH = {0, 0, -60, Rule(10, 0, 4, 2), Rule(3, 0, 4, 1)};
-const ZoneRecord NEPAL = {-345, 99, 99, {}, Rule(3, 0, 5, 2)}; // one rule is none
-const ZoneRecord DATES = {0, 0, -60, Time(2024, 9, 15, 2), Time(2024, 5, 15, 1)};
+const ZoneRecord kEurope = {-60, 0, -60, Rule(10, 0, 5, 3), Rule(3, 0, 5, 2)};
+const ZoneRecord kSydney = {-600, 0, -60, Rule(4, 0, 1, 3), Rule(10, 0, 1, 2)};
+const ZoneRecord kSantiago = {240, 0, -60, Rule(4, 6, 1, 23, 59, 59, 999), Rule(9, 6, 1, 23, 59, 59, 999)};
+const ZoneRecord kFourth = {0, 0, -60, Rule(10, 0, 4, 2), Rule(3, 0, 4, 1)};
+const ZoneRecord kNepal = {-345, 99, 99, {}, Rule(3, 0, 5, 2)}; // one rule is none
+const ZoneRecord kDates = {0, 0, -60, Time(2024, 9, 15, 2), Time(2024, 5, 15, 1)};
 
 TEST(NamedZone, ChangesByItsRules)
 {
@@ -40,20 +40,20 @@ TEST(NamedZone, ChangesByItsRules)
         int iBefore;    // minutes ahead of UTC
         int iAfter;
     } rows[] = {
-        {EUROPE, Time(1970, 3, 29, 1), 60, 120},
-        {EUROPE, Time(2032, 10, 31, 1), 120, 60},
-        {SYDNEY, Time(2024, 10, 5, 16), 600, 660},
-        {SYDNEY, Time(2024, 4, 6, 16), 660, 600},
-        {SYDNEY, Time(2024, 1, 1), 660, 660},
-        {SANTIAGO, Time(2024, 4, 7, 3), -180, -240},
-        {SANTIAGO, Time(2024, 9, 8, 4), -240, -180},
-        {FOURTH, Time(2032, 3, 28, 1), 0, 60},
-        {FOURTH, Time(2032, 10, 24, 1), 60, 0}, // not the last, the 31st
-        {FOURTH, Time(2032, 10, 31, 1), 0, 0},
-        {NEPAL, Time(2024, 3, 31), 345, 345},
-        {DATES, Time(2024, 5, 15, 1), 0, 60},
-        {DATES, Time(2024, 9, 15, 1), 60, 0},
-        {DATES, Time(2025, 7, 1), 0, 0},
+        {kEurope, Time(1970, 3, 29, 1), 60, 120},
+        {kEurope, Time(2032, 10, 31, 1), 120, 60},
+        {kSydney, Time(2024, 10, 5, 16), 600, 660},
+        {kSydney, Time(2024, 4, 6, 16), 660, 600},
+        {kSydney, Time(2024, 1, 1), 660, 660},
+        {kSantiago, Time(2024, 4, 7, 3), -180, -240},
+        {kSantiago, Time(2024, 9, 8, 4), -240, -180},
+        {kFourth, Time(2032, 3, 28, 1), 0, 60},
+        {kFourth, Time(2032, 10, 24, 1), 60, 0}, // not the last, the 31st
+        {kFourth, Time(2032, 10, 31, 1), 0, 0},
+        {kNepal, Time(2024, 3, 31), 345, 345},
+        {kDates, Time(2024, 5, 15, 1), 0, 60},
+        {kDates, Time(2024, 9, 15, 1), 60, 0},
+        {kDates, Time(2025, 7, 1), 0, 0},
     };
     for (const auto& row : rows)
     {
@@ -76,7 +76,7 @@ TEST(NamedZone, RecordsThatAreNoneHaveNoOffset)
                                      {0, 0, -60, Rule(10, 0, 5, 3), Rule(3, 7, 1, 2)},
                                      {0, 0, -60, Rule(10, 0, 0, 3), Rule(3, 0, 6, 2)},
                                      {0, 0, -60, Time(2023, 2, 29), Time(2023, 1, 1)}})
-        EXPECT_EQ(PORT_NO_OFFSET, OCT::PeriodsOf(record).OffsetAt(0)) << record.Bias;
+        EXPECT_EQ(kPortNoOffset, OCT::PeriodsOf(record).OffsetAt(0)) << record.Bias;
 }
 
 } // namespace

@@ -61,7 +61,7 @@ std::string Repeated(char c, std::size_t n)
     return std::string(n, c);
 }
 
-constexpr std::uint64_t Most = UINT64_MAX;
+constexpr std::uint64_t kMost = UINT64_MAX;
 
 } // namespace
 
@@ -69,19 +69,19 @@ TEST(AppendNum, WritesAndPads)
 {
     EXPECT_EQ("-2147483648", Num(INT_MIN));
     EXPECT_EQ("4294967295", Num(UINT_MAX));
-    EXPECT_EQ("18446744073709551615", Num(Most));
+    EXPECT_EQ("18446744073709551615", Num(kMost));
     EXPECT_EQ(" 7", Num(7, 2));
     EXPECT_EQ("07", Num(7u, -2));
     EXPECT_EQ("1234", Num(std::uint64_t{1234}, 2));
     EXPECT_EQ("00-5", Num(-5, -4)) << "zeros before the sign";
     EXPECT_EQ("  -5", Num(-5, 4));
     EXPECT_EQ(Repeated(' ', 255) + "7", Num(7, 256));
-    EXPECT_EQ(Repeated('0', 236) + "18446744073709551615", Num(Most, -256));
+    EXPECT_EQ(Repeated('0', 236) + "18446744073709551615", Num(kMost, -256));
     CReportCapture capture;
     COrvStr sText;
     sText.AppendNum(7, 257);
     sText.AppendNum(8u, -257);
-    sText.AppendNum(Most, INT_MIN);
+    sText.AppendNum(kMost, INT_MIN);
     EXPECT_EQ(Widened("7818446744073709551615"), Text(sText));
     EXPECT_REPORTS(capture, {{"COrvStr::AppendNum", "iPaddedLen <= 256", "", "orvstr"},
                              {"COrvStr::AppendNum", "iPaddedLen >= -256", "", "orvstr"},
@@ -164,8 +164,8 @@ TEST(ToUInt64, ReadsWholeTextsOnly)
                 {"99999999999999999999", nMost, nNone},
                 {"00000000000000000009", 9, nNone},
                 {"000000000000000000000", nNone, nNone},
-                {"FFFFFFFFFFFFFFFF", nNone, Most},
-                {"0xFFFFFFFFFFFFFFFF", nNone, Most},
+                {"FFFFFFFFFFFFFFFF", nNone, kMost},
+                {"0xFFFFFFFFFFFFFFFF", nNone, kMost},
                 {"0x00000000000000001", nNone, nNone}};
     for (const auto& row : rows)
     {

@@ -14,26 +14,26 @@
 namespace
 {
 
-constexpr std::size_t Room = OCT::MaxFixedText + 1;
-constexpr char Behind = '\x7F';
+constexpr std::size_t kRoom = OCT::kMaxFixedText + 1;
+constexpr char kBehind = '\x7F';
 
 /// What \p put writes, which is the same in either width; nothing is written behind it.
 template <class Put>
 std::string Written(Put put)
 {
-    std::string sNarrow(Room, Behind);
-    std::basic_string<WCHAR> sWide(Room, Behind);
+    std::string sNarrow(kRoom, kBehind);
+    std::basic_string<WCHAR> sWide(kRoom, kBehind);
     const auto nLength = static_cast<std::size_t>(put(sNarrow.data()) - sNarrow.data());
     put(sWide.data());
     EXPECT_EQ(sNarrow, std::string(sWide.begin(), sWide.end()));
-    EXPECT_EQ(std::string::npos, sNarrow.find_first_not_of(Behind, nLength));
+    EXPECT_EQ(std::string::npos, sNarrow.find_first_not_of(kBehind, nLength));
     return sNarrow.substr(0, nLength);
 }
 
 template <class... Args>
 std::string Printed(const char* sFormat, Args... args)
 {
-    char sText[Room];
+    char sText[kRoom];
     std::snprintf(sText, sizeof sText, sFormat, args...);
     return sText;
 }
@@ -101,11 +101,11 @@ TEST(NumberText, HexadecimalOfBytes)
     const std::size_t counts[] = {0, 1, 15, 16, 17, 100, sizeof bytes};
     for (const std::size_t nBytes : counts)
     {
-        std::string sText(2 * nBytes + 1, Behind);
-        std::basic_string<WCHAR> sWide(2 * nBytes + 1, Behind);
+        std::string sText(2 * nBytes + 1, kBehind);
+        std::basic_string<WCHAR> sWide(2 * nBytes + 1, kBehind);
         OCT::PutHexBytes(sText.data(), bytes, nBytes);
         OCT::PutHexBytes(sWide.data(), bytes, nBytes);
-        EXPECT_EQ(sAll.substr(0, 2 * nBytes) + Behind, sText);
+        EXPECT_EQ(sAll.substr(0, 2 * nBytes) + kBehind, sText);
         EXPECT_EQ(sText, std::string(sWide.begin(), sWide.end()));
     }
 }
@@ -157,7 +157,7 @@ TEST(NumberText, DoublesAtTheLimits)
                            Limits::denorm_min(),
                            Limits::max()};
     for (const double d : rows)
-        for (int n = 0; n <= OCT::MaxDoubleDigits; ++n)
+        for (int n = 0; n <= OCT::kMaxDoubleDigits; ++n)
         {
             ExpectDouble(d, std::max(n, 1), n);
             ExpectDouble(-d, std::max(n, 1), n);

@@ -32,7 +32,7 @@ CResult Failed(DBSTATUS nStatus)
 
 /// Into a buffer of exactly \p cch units on the heap, so that a sanitizer sees what is written behind it.
 CResult ConvertInto(unsigned cch, DBTYPE wType, const void* pData,
-                    unsigned cbData = COLEDBConvert::Terminated)
+                    unsigned cbData = COLEDBConvert::kTerminated)
 {
     std::vector<WCHAR> buffer(cch, ORVTEXT('~'));
     unsigned nLen = 4711;
@@ -47,7 +47,7 @@ CResult Convert(DBTYPE wType, const Value& value)
 {
     std::vector<char> row(1 + sizeof value);
     std::memcpy(row.data() + 1, &value, sizeof value);
-    return ConvertInto(COLEDBConvert::MaxNumberText, wType, row.data() + 1);
+    return ConvertInto(COLEDBConvert::kMaxNumberText, wType, row.data() + 1);
 }
 
 /// The text of a value that has one and, whatever the room, all of it or nothing.

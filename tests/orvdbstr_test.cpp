@@ -84,10 +84,10 @@ TEST(OrvDbStr, EndsWhereTheDriverSays)
     };
     EndAt(3, true, ORVTEXT("a"));
     EndAt(8, true, ORVTEXT("ab"));
-    EndAt(COrvDBStr::Terminated, true, ORVTEXT("ab"));
+    EndAt(COrvDBStr::kTerminated, true, ORVTEXT("ab"));
     EndAt(-4, false, ORVTEXT("ab"));
     EndAt(std::numeric_limits<std::int64_t>::max(), false, ORVTEXT("ab"));
-    EXPECT_TRUE(column.SetLength(COrvDBStr::NullValue) && column.IsNull() && column.IsEmpty());
+    EXPECT_TRUE(column.SetLength(COrvDBStr::kNullValue) && column.IsNull() && column.IsEmpty());
 }
 
 TEST(OrvDbStr, TellsNullFromEmpty)

@@ -22,8 +22,8 @@ Text Wide(const std::string& s)
 
 std::string TextOf(const COrvDecimal& value)
 {
-    WCHAR sText[COrvDecimal::MaxText];
-    const unsigned nLen = value.CopyTo(sText, COrvDecimal::MaxText);
+    WCHAR sText[COrvDecimal::kMaxText];
+    const unsigned nLen = value.CopyTo(sText, COrvDecimal::kMaxText);
     EXPECT_GT(nLen, 0u);
     EXPECT_EQ(Text(sText), Text(static_cast<const WCHAR*>(value.GetText())));
     return std::string(sText, sText + nLen);
@@ -46,7 +46,7 @@ std::string Read(const std::string& s)
     return "refused";
 }
 
-const std::string MAX = "79228162514264337593543950335"; // 2^96 - 1
+const std::string kMax = "79228162514264337593543950335"; // 2^96 - 1
 
 // ---- Schoolbook arithmetic on digit strings ----
 
@@ -124,7 +124,7 @@ bool FitsModel(const std::string& sDigits)
 {
     std::string s(sDigits.rbegin(), sDigits.rend());
     s.erase(0, std::min(s.find_first_not_of('0'), s.size()));
-    return s.size() < MAX.size() || (s.size() == MAX.size() && s <= MAX);
+    return s.size() < kMax.size() || (s.size() == kMax.size() && s <= kMax);
 }
 
 /// Cuts the lowest \p n digits, to the nearest number, a tie to the even one.
@@ -153,7 +153,7 @@ std::string Nearest(const CModel& model)
     {
         std::string s = Rounded(model.sDigits, nCut);
         const std::size_t nScale = model.nScale - nCut;
-        if (nScale > COrvDecimal::MaxScale || !FitsModel(s))
+        if (nScale > COrvDecimal::kMaxScale || !FitsModel(s))
             continue;
         s.append(nScale + 1 > s.size() ? nScale + 1 - s.size() : 0, '0');
         std::reverse(s.begin(), s.end());
@@ -176,7 +176,7 @@ COrvDecimal RandomDecimal(CTestRandom& random)
     dec.Lo64 = nBits >= 64 ? dec.Lo64 : nBits == 0 ? 0 : dec.Lo64 >> (64 - nBits);
     if (random.UpTo(3) == 0)
         dec.Lo64 = dec.Lo64 / 1000 * 1000 + 500 * random.UpTo(1); // ties
-    dec.scale = static_cast<BYTE>(random.UpTo(COrvDecimal::MaxScale));
+    dec.scale = static_cast<BYTE>(random.UpTo(COrvDecimal::kMaxScale));
     dec.sign = random.UpTo(1) ? DECIMAL_NEG : BYTE{};
     return COrvDecimal(dec);
 }
@@ -211,7 +211,7 @@ TEST(OrvDecimal, ArithmeticIsThatOfTheSchoolbook)
         ASSERT_EQ(Nearest(difference), Result(a, b, &COrvDecimal::Subtract));
         const bool bEqual = difference.sDigits.find_first_not_of('0') == std::string::npos;
         ASSERT_EQ(bEqual ? 0 : difference.bNegative ? -1 : 1, a.Compare(b));
-        const unsigned nScale = random.UpTo(COrvDecimal::MaxScale);
+        const unsigned nScale = random.UpTo(COrvDecimal::kMaxScale);
         COrvDecimal rounded = a;
         rounded.Round(nScale);
         CModel model = modelA;
@@ -224,12 +224,12 @@ TEST(OrvDecimal, ArithmeticIsThatOfTheSchoolbook)
 
 TEST(OrvDecimal, RoundsOnceAndReportsOverflow)
 {
-    const COrvDecimal max = Decimal(MAX);
+    const COrvDecimal max = Decimal(kMax);
     // The last digit that fits decides, not one of those that go.
     EXPECT_EQ("0.0000000000000000000000000001", TextOf(Decimal("1e-14") * Decimal("0.51e-14")));
     EXPECT_EQ("0", TextOf(Decimal("1e-14") * Decimal("0.5e-14")));
-    EXPECT_EQ(MAX, TextOf(max + Decimal("0.4999")));
-    EXPECT_EQ(MAX,
+    EXPECT_EQ(kMax, TextOf(max + Decimal("0.4999")));
+    EXPECT_EQ(kMax,
               TextOf(Decimal("7.9228162514264337593543950335") * Decimal("10000000000000000000000000000")));
     EXPECT_THROW(max + Decimal("0.5"), CLQInvalidargExcept);
     EXPECT_THROW(-max - 1, CLQInvalidargExcept);
@@ -246,8 +246,9 @@ TEST(OrvDecimal, ReadsText)
     EXPECT_EQ("0", Read("-0.00"));
     EXPECT_EQ("1500", Read("1.5E+3"));
     EXPECT_EQ("0.0015", Read("1.5e-3"));
-    EXPECT_EQ("-" + MAX, Read("-" + MAX));
-    EXPECT_EQ(MAX, Read("00000000000000000000000000000000000000000000000000000000000000000" + MAX + ".4999"));
+    EXPECT_EQ("-" + kMax, Read("-" + kMax));
+    EXPECT_EQ(kMax,
+              Read("00000000000000000000000000000000000000000000000000000000000000000" + kMax + ".4999"));
     EXPECT_EQ("0.3333333333333333333333333333", Read("0." + std::string(200, '3')));
     EXPECT_EQ("0.6666666666666666666666666667", Read("0." + std::string(200, '6')));
     EXPECT_EQ("0.0000000000000000000000000001",
@@ -276,7 +277,7 @@ TEST(OrvDecimal, IntegersGoInAndOut)
     std::uint32_t nShortUnsigned = 4711;
     EXPECT_TRUE(Decimal("-9223372036854775808.5").GetInt(n) && n == Limits::min());
     EXPECT_TRUE(Decimal("9223372036854775807.4").GetInt(n) && n == Limits::max());
-    EXPECT_FALSE(Decimal("9223372036854775807.5").GetInt(n) || Decimal(MAX).GetInt(n));
+    EXPECT_FALSE(Decimal("9223372036854775807.5").GetInt(n) || Decimal(kMax).GetInt(n));
     EXPECT_EQ(Limits::max(), n);
     EXPECT_TRUE(Decimal("18446744073709551615").GetInt(nUnsigned) && nUnsigned == ~0ull);
     EXPECT_TRUE(Decimal("-0.5").GetInt(nUnsigned) && nUnsigned == 0);

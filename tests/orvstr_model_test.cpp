@@ -20,11 +20,11 @@ public:
 
     void Step()
     {
-        const unsigned i = m_random.UpTo(Count - 1);
+        const unsigned i = m_random.UpTo(kCount - 1);
         COrvStr& str = m_strings[i];
         Text& text = m_texts[i];
         // Another value, which may be the same one, and a place in it.
-        const unsigned j = m_random.UpTo(Count - 1);
+        const unsigned j = m_random.UpTo(kCount - 1);
         const COrvStr& other = m_strings[j];
         const Text otherText = m_texts[j];
         const unsigned nAt = m_random.UpTo(Size(otherText));
@@ -80,7 +80,7 @@ public:
     /// Every value holds its text and finds units in it, and no foreign text was written.
     void Check()
     {
-        for (unsigned i = 0; i < Count; ++i)
+        for (unsigned i = 0; i < kCount; ++i)
         {
             const COrvStr& str = m_strings[i];
             const Text& text = m_texts[i];
@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    static constexpr unsigned Count = 4;
+    static constexpr unsigned kCount = 4;
     static constexpr unsigned nLongest = 3000;
 
     static unsigned Size(const Text& text) { return static_cast<unsigned>(text.size()); }
@@ -145,8 +145,8 @@ private:
     const Text m_spaces = ORVTEXT(" \t\n\v\f\r\x00A0\x3000");
     std::deque<Text> m_foreign; ///< what values are attached to
     std::deque<Text> m_originals;
-    COrvStr m_strings[Count];
-    Text m_texts[Count];
+    COrvStr m_strings[kCount];
+    Text m_texts[kCount];
 };
 
 } // namespace

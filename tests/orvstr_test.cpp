@@ -14,7 +14,7 @@
 namespace
 {
 
-const WCHAR* const g_sEmpty = ORVS_GetDefaultEmptyString();
+const WCHAR* const kEmpty = ORVS_GetDefaultEmptyString();
 
 /// Equal to the unit, and with the right length.
 testing::AssertionResult Holds(const COrvStr& str, TextView expected)
@@ -31,7 +31,7 @@ const WCHAR* Handle(const COrvStr& str)
     return str;
 }
 
-const Text g_sText = ORVTEXT("some text");
+const Text kText = ORVTEXT("some text");
 
 } // namespace
 
@@ -73,12 +73,12 @@ TEST(OrvStr, EmptyValuesShareTheEmptyText)
          {COrvStr(), COrvStr(sNull), COrvStr(ORVTEXT("")), COrvStr(ORVTEXT(""), false), COrvStr(sNarrowNull),
           COrvStr(0), COrvStr(nullptr), COrvStr(""), COrvStr(COrvStr()), emptied, cleared, detached, blank,
           blankToo, abc.SubStr(3, 1), abc.SubStr(0xFFFFFFFF, 0xFFFFFFFF), abc.SubStr(1, 0)})
-        EXPECT_EQ(g_sEmpty, Handle(str));
+        EXPECT_EQ(kEmpty, Handle(str));
 }
 
 TEST(OrvStr, CopiesShareUntilOneChanges)
 {
-    COrvStr a(g_sText.c_str());
+    COrvStr a(kText.c_str());
     COrvStr assigned;
     {
         const COrvStr b = a;
@@ -95,7 +95,7 @@ TEST(OrvStr, CopiesShareUntilOneChanges)
 
 TEST(OrvStr, AttachedTextIsCopiedByCopies)
 {
-    Text foreign = g_sText;
+    Text foreign = kText;
     COrvStr attached(foreign.c_str(), false);
     EXPECT_EQ(foreign.c_str(), Handle(attached));
     const COrvStr copy = attached;
@@ -108,11 +108,11 @@ TEST(OrvStr, AttachedTextIsCopiedByCopies)
     EXPECT_EQ(foreign.c_str(), Handle(same));
     const COrvStr moved = std::move(same);
     EXPECT_EQ(foreign.c_str(), Handle(moved));
-    EXPECT_EQ(g_sEmpty, Handle(same));
+    EXPECT_EQ(kEmpty, Handle(same));
     foreign.front() = ORVTEXT('x');
-    EXPECT_TRUE(Holds(copy, g_sText));
-    EXPECT_TRUE(Holds(assigned, g_sText));
-    EXPECT_TRUE(Holds(moveAssigned, g_sText));
+    EXPECT_TRUE(Holds(copy, kText));
+    EXPECT_TRUE(Holds(assigned, kText));
+    EXPECT_TRUE(Holds(moveAssigned, kText));
 }
 
 TEST(OrvStr, LengthsCountSourceUnitsUpToTheTerminator)
@@ -166,9 +166,9 @@ TEST(OrvStr, SizesOutOfReachLeaveAValueThatCanBeUsedAgain)
 {
     const ExpectedReport noMemory = {"ORVS_AllocateString", "pAlloc == nullptr"};
     CReportCapture capture;
-    COrvStr copied(g_sText.c_str());
-    COrvStr appended(g_sText.c_str());
-    copied.Copy(g_sText.c_str(), 0x7FFFFFFF);
+    COrvStr copied(kText.c_str());
+    COrvStr appended(kText.c_str());
+    copied.Copy(kText.c_str(), 0x7FFFFFFF);
     appended.Append("x", 0xFFFFFFFF);
     EXPECT_REPORTS(capture, {noMemory, noMemory});
     EXPECT_EQ(nullptr, Handle(copied));

@@ -24,7 +24,7 @@ const Text kSub = kRoot + ORVTEXT("\\Sub");
     struct Form \
     { \
         using Char = Unit; \
-        static constexpr const char* s_sSuffix = #suffix; \
+        static constexpr const char* kSuffix = #suffix; \
         static constexpr auto GetRoot = GetLQSettingsRoot##suffix; \
         static constexpr auto SetRoot = SetLQSettingsRoot##suffix; \
         static constexpr auto GetDWORD = GetLQDWORDSetting##suffix; \
@@ -242,7 +242,7 @@ TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
     }
     EXPECT_NO_REPORTS(this->m_capture);
     TypeParam::SetRoot(this->T("\\").c_str());
-    const std::string sFunction = std::string("SetLQSettingsRoot") + TypeParam::s_sSuffix;
+    const std::string sFunction = std::string("SetLQSettingsRoot") + TypeParam::kSuffix;
     EXPECT_REPORTS(this->m_capture, {{sFunction.c_str(), "s_lqSettingsRoot[0] != L'\\0'", "", "lqsettings"}});
 }
 
@@ -283,7 +283,7 @@ TYPED_TEST(Settings, PathsExpandFromTheirBaseDirectory)
 
 TYPED_TEST(Settings, APathWithoutBaseDirectoryStaysAndIsReported)
 {
-    const std::string sFunction = std::string("ExpandPath") + TypeParam::s_sSuffix;
+    const std::string sFunction = std::string("ExpandPath") + TypeParam::kSuffix;
     const char* sCondition =
         std::is_same_v<TypeParam, Wide> ? "!bRes || cBaseDir[0] == L'\\0'" : "!bRes || cBaseDir[0] == '\\0'";
     auto sPath = this->T("$\\x");
@@ -328,7 +328,7 @@ TYPED_TEST(Settings, WrongArgumentsAreReportedAndChangeNothing)
     for (const auto& [call, sFunction, sCondition] : rows)
     {
         EXPECT_FALSE(call());
-        EXPECT_REPORTS(this->m_capture, {{(sFunction + F::s_sSuffix).c_str(), sCondition, "", "lqsettings"}});
+        EXPECT_REPORTS(this->m_capture, {{(sFunction + F::kSuffix).c_str(), sCondition, "", "lqsettings"}});
     }
     EXPECT_EQ('#', text[0]);
     EXPECT_EQ("+Software\\Orvanex\\Lumatrek", this->Root(100));

@@ -220,25 +220,25 @@ private:
     Step* m_Step;
 };
 
-const CConversion c_unicodeToAnsi{UnicodeToANSI, UnicodeToANSIEx, false, StepUnicodeToAnsi};
-const CConversion c_ansiToUnicode{ANSIToUnicode, ANSIToUnicodeEx, false, StepAnsiToUnicode};
-const CConversion c_unicodeToUtf8{UnicodeToUTF8, UnicodeToUTF8Ex, true, StepUnicodeToUtf8};
-const CConversion c_utf8ToUnicode{UTF8ToUnicode, UTF8ToUnicodeEx, false, StepUtf8ToUnicode};
-const CConversion c_ansiToUtf8{ANSIToUTF8, ANSIToUTF8Ex, true, StepAnsiToUtf8};
-const CConversion c_utf8ToAnsi{UTF8ToANSI, UTF8ToANSIEx, true, StepUtf8ToAnsi};
+const CConversion kUnicodeToAnsi{UnicodeToANSI, UnicodeToANSIEx, false, StepUnicodeToAnsi};
+const CConversion kAnsiToUnicode{ANSIToUnicode, ANSIToUnicodeEx, false, StepAnsiToUnicode};
+const CConversion kUnicodeToUtf8{UnicodeToUTF8, UnicodeToUTF8Ex, true, StepUnicodeToUtf8};
+const CConversion kUtf8ToUnicode{UTF8ToUnicode, UTF8ToUnicodeEx, false, StepUtf8ToUnicode};
+const CConversion kAnsiToUtf8{ANSIToUTF8, ANSIToUTF8Ex, true, StepAnsiToUtf8};
+const CConversion kUtf8ToAnsi{UTF8ToANSI, UTF8ToANSIEx, true, StepUtf8ToAnsi};
 
 // Runs of characters of one length, and what stands at the borders of what is allowed.
 std::u32string RandomText(CTestRandom& random)
 {
-    static constexpr char32_t c_aRuns[] = {'x', 0xE9, 0x6F22, 0x1F600};
-    static constexpr char32_t c_aBorders[] = {0x41,   0x7F,   0x80,    0x81,     0x7FF,    0x800,   0x20AC,
-                                              0xD7FF, 0xD800, 0xD900,  0xDBFF,   0xDC00,   0xDFFF,  0xE000,
-                                              0xFF71, 0xFFFF, 0x10000, 0x10FFFF, 0x110000, 0x11FFFF};
+    static constexpr char32_t kRuns[] = {'x', 0xE9, 0x6F22, 0x1F600};
+    static constexpr char32_t kBorders[] = {0x41,   0x7F,   0x80,    0x81,     0x7FF,    0x800,   0x20AC,
+                                            0xD7FF, 0xD800, 0xD900,  0xDBFF,   0xDC00,   0xDFFF,  0xE000,
+                                            0xFF71, 0xFFFF, 0x10000, 0x10FFFF, 0x110000, 0x11FFFF};
     std::u32string s;
     for (unsigned n = random.UpTo(12); n; --n)
     {
-        s.append(random.UpTo(1) * random.UpTo(40), c_aRuns[random.UpTo(3)]);
-        s += c_aBorders[random() % std::size(c_aBorders)];
+        s.append(random.UpTo(1) * random.UpTo(40), kRuns[random.UpTo(3)]);
+        s += kBorders[random() % std::size(kBorders)];
     }
     return s;
 }
@@ -246,9 +246,9 @@ std::u32string RandomText(CTestRandom& random)
 // By the form alone, whether the character is allowed or not.
 std::string FormOfUtf8(char32_t c)
 {
-    static constexpr unsigned c_aMarks[] = {0, 0xC0, 0xE0, 0xF0};
+    static constexpr unsigned kMarks[] = {0, 0xC0, 0xE0, 0xF0};
     unsigned nRest = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-    std::string s(1, static_cast<char>(c_aMarks[nRest] | c >> 6 * nRest));
+    std::string s(1, static_cast<char>(kMarks[nRest] | c >> 6 * nRest));
     while (nRest)
         s += static_cast<char>(0x80 | (c >> 6 * --nRest & 0x3F));
     return s;
@@ -261,16 +261,16 @@ TEST(Conversions, EveryTwoBytesAndEveryUnit)
     for (unsigned n = 0x0101; n < 0x10000 && !HasFatalFailure(); ++n)
     {
         if (n & 0xFF)
-            c_utf8ToUnicode.ExpectSame({'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, {8});
-        c_unicodeToUtf8.ExpectSame({ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, {8});
+            kUtf8ToUnicode.ExpectSame({'a', static_cast<char>(n >> 8), static_cast<char>(n), 'z'}, {8});
+        kUnicodeToUtf8.ExpectSame({ORVTEXT('a'), static_cast<WCHAR>(n), ORVTEXT('z')}, {8});
     }
 }
 
 TEST(Conversions, AnyTextInAnyRoom)
 {
-    static constexpr unsigned char c_aBytes[] = {0x01, 0x41, 0x5C, 0x80, 0x83, 0xA0, 0xBF, 0xC0,
-                                                 0xC2, 0xE0, 0xED, 0xF0, 0xF4, 0xF5, 0xF8, 0xFF};
-    static constexpr unsigned c_aHuge[] = {0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
+    static constexpr unsigned char kBytes[] = {0x01, 0x41, 0x5C, 0x80, 0x83, 0xA0, 0xBF, 0xC0,
+                                               0xC2, 0xE0, 0xED, 0xF0, 0xF4, 0xF5, 0xF8, 0xFF};
+    static constexpr unsigned kHuge[] = {0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
     CTestRandom random;
     for (unsigned i = 0; i < 150; ++i)
     {
@@ -285,19 +285,18 @@ TEST(Conversions, AnyTextInAnyRoom)
             sBytes = Encoded(sUnits, 932);
         if (!sBytes.empty())
             for (unsigned n = random.UpTo(1) * random.UpTo(20); n; --n)
-                sBytes[random() % sBytes.size()] =
-                    static_cast<char>(c_aBytes[random() % std::size(c_aBytes)]);
-        std::vector<unsigned> vRooms = {c_aHuge[random.UpTo(3)]};
+                sBytes[random() % sBytes.size()] = static_cast<char>(kBytes[random() % std::size(kBytes)]);
+        std::vector<unsigned> vRooms = {kHuge[random.UpTo(3)]};
         for (unsigned cch = 2; cch < sBytes.size() + 4; cch += 1 + random.UpTo(i % 20))
             vRooms.push_back(cch);
-        c_utf8ToUnicode.ExpectSame(sBytes, vRooms);
-        c_unicodeToUtf8.ExpectSame(sUnits, vRooms);
+        kUtf8ToUnicode.ExpectSame(sBytes, vRooms);
+        kUnicodeToUtf8.ExpectSame(sUnits, vRooms);
         for (const unsigned nPage : {1252u, 932u})
         {
-            c_unicodeToAnsi.ExpectSame(sUnits, vRooms, nPage);
-            c_ansiToUnicode.ExpectSame(sBytes, vRooms, nPage);
-            c_ansiToUtf8.ExpectSame(sBytes, vRooms, nPage);
-            c_utf8ToAnsi.ExpectSame(sBytes + "end", vRooms, nPage); // a cut sequence would be reported
+            kUnicodeToAnsi.ExpectSame(sUnits, vRooms, nPage);
+            kAnsiToUnicode.ExpectSame(sBytes, vRooms, nPage);
+            kAnsiToUtf8.ExpectSame(sBytes, vRooms, nPage);
+            kUtf8ToAnsi.ExpectSame(sBytes + "end", vRooms, nPage); // a cut sequence would be reported
         }
         if (HasFatalFailure())
             return;
@@ -309,10 +308,10 @@ TEST(Conversions, UnknownCodePagesConvertAsciiOnly)
     CReportCapture capture;
     for (const unsigned nPage : {12345u, 0xFFFFFFFFu})
     {
-        c_unicodeToAnsi.ExpectSame(ORVTEXT("\u00E9a\u00E9\u4E00b"), {2, 16}, nPage);
-        c_ansiToUnicode.ExpectSame("\xE9\x61\xE9\xE8\x62", {2, 16}, nPage);
-        c_ansiToUtf8.ExpectSame("\xE9\x61\xE9\x62", {2, 16}, nPage);
-        c_utf8ToAnsi.ExpectSame("\xC3\xA9\x61\xC3\xA9\x62", {2, 16}, nPage);
+        kUnicodeToAnsi.ExpectSame(ORVTEXT("\u00E9a\u00E9\u4E00b"), {2, 16}, nPage);
+        kAnsiToUnicode.ExpectSame("\xE9\x61\xE9\xE8\x62", {2, 16}, nPage);
+        kAnsiToUtf8.ExpectSame("\xE9\x61\xE9\x62", {2, 16}, nPage);
+        kUtf8ToAnsi.ExpectSame("\xC3\xA9\x61\xC3\xA9\x62", {2, 16}, nPage);
     }
     EXPECT_NO_REPORTS(capture);
 }
@@ -356,26 +355,26 @@ TEST(Conversions, RefuseAndReportBadArguments)
 {
     const std::string sToAnsi = "cchDest < 2 || destCodePage == CP_UTF8";
     const std::string sFromAnsi = "cchDest < 2 || srcCodePage == CP_UTF8";
-    c_unicodeToAnsi.ExpectRefusals("UnicodeToANSI", sToAnsi, sToAnsi);
-    c_ansiToUnicode.ExpectRefusals("ANSIToUnicode", sFromAnsi, sFromAnsi);
-    c_unicodeToUtf8.ExpectRefusals("UnicodeToUTF8", "cbDest < 2", "cbDest < 2");
-    c_utf8ToUnicode.ExpectRefusals("UTF8ToUnicode", "cchDest < 2", "cchDest < 2");
-    c_ansiToUtf8.ExpectRefusals("ANSIToUTF8", "cbDest < 2", "cchDest < 2");
-    c_utf8ToAnsi.ExpectRefusals("UTF8ToANSI", "cchDest < 2", "cchDest < 2");
+    kUnicodeToAnsi.ExpectRefusals("UnicodeToANSI", sToAnsi, sToAnsi);
+    kAnsiToUnicode.ExpectRefusals("ANSIToUnicode", sFromAnsi, sFromAnsi);
+    kUnicodeToUtf8.ExpectRefusals("UnicodeToUTF8", "cbDest < 2", "cbDest < 2");
+    kUtf8ToUnicode.ExpectRefusals("UTF8ToUnicode", "cchDest < 2", "cchDest < 2");
+    kAnsiToUtf8.ExpectRefusals("ANSIToUTF8", "cbDest < 2", "cchDest < 2");
+    kUtf8ToAnsi.ExpectRefusals("UTF8ToANSI", "cchDest < 2", "cchDest < 2");
 }
 
 TEST(Conversions, Utf8AsAnsiIsReportedAndCopied)
 {
-    constexpr char c_aText[] = "\xC3\xA9t\xC3";
-    const char* const pEnd = c_aText + 4;
+    constexpr char kText[] = "\xC3\xA9t\xC3";
+    const char* const pEnd = kText + 4;
     const auto Copied = [](auto convert) {
         return Written<char>(4, [&](char* p) { return convert(p, 4, CP_UTF8); });
     };
     CReportCapture capture;
-    for (const std::string& s : {Copied([&](auto... args) { return ANSIToUTF8(c_aText, args...); }),
-                                 Copied([&](auto... args) { return ANSIToUTF8Ex(c_aText, pEnd, args...); }),
-                                 Copied([&](auto... args) { return UTF8ToANSI(c_aText, args...); }),
-                                 Copied([&](auto... args) { return UTF8ToANSIEx(c_aText, pEnd, args...); })})
+    for (const std::string& s : {Copied([&](auto... args) { return ANSIToUTF8(kText, args...); }),
+                                 Copied([&](auto... args) { return ANSIToUTF8Ex(kText, pEnd, args...); }),
+                                 Copied([&](auto... args) { return UTF8ToANSI(kText, args...); }),
+                                 Copied([&](auto... args) { return UTF8ToANSIEx(kText, pEnd, args...); })})
         EXPECT_EQ("\xC3\xA9t", s);
     EXPECT_REPORTS(capture, {{"ANSIToUTF8", "srcCodePage == CP_UTF8", "", "stringutils"},
                              {"ANSIToUTF8Ex", "srcCodePage == CP_UTF8", "", "stringutils"},

@@ -17,7 +17,7 @@
 namespace
 {
 
-constexpr int DAY = 86400;
+constexpr int kDay = 86400;
 
 TEST(Time, ComparesAsymmetricallyAboutNull)
 {
@@ -77,14 +77,14 @@ TEST(Time, DifferencesOfTwoTimes)
     CReportCapture capture;
     const COrvTime a = COrvTime::FromYMD(2024, 5, 6, 23, 59, 59), b = a + 2;
     EXPECT_EQ(-2, COrvTime::Compare(a, b));
-    EXPECT_EQ(-DAY, COrvTime::CompareYMD(a, b));
+    EXPECT_EQ(-kDay, COrvTime::CompareYMD(a, b));
     EXPECT_EQ(0, COrvTime::CompareYMD(a, a - 86399));
-    EXPECT_EQ(2 * DAY + 1, COrvTime::CompareYMD(a, a - (2 * DAY + 1)));
+    EXPECT_EQ(2 * kDay + 1, COrvTime::CompareYMD(a, a - (2 * kDay + 1)));
     EXPECT_EQ(2, COrvTime::GetTimeDiff(a, b).GetTimeDiff());
     EXPECT_EQ(-2, COrvTime::GetTimeDiff(b, a).GetTimeDiff());
     EXPECT_EQ(2, COrvTime::GetTimeDiffAbs(b, a).GetTimeDiff());
-    EXPECT_EQ(43201, COrvTime::GetOleTimeDiff(45000.0, 45000.5 + 0.6 / DAY).GetTimeDiff());
-    EXPECT_EQ(0, COrvTime::GetOleTimeDiff(45000.0 + 0.6 / DAY, 45000.0 + 1.4 / DAY).GetTimeDiff());
+    EXPECT_EQ(43201, COrvTime::GetOleTimeDiff(45000.0, 45000.5 + 0.6 / kDay).GetTimeDiff());
+    EXPECT_EQ(0, COrvTime::GetOleTimeDiff(45000.0 + 0.6 / kDay, 45000.0 + 1.4 / kDay).GetTimeDiff());
     EXPECT_NO_REPORTS(capture);
 }
 
@@ -103,12 +103,12 @@ TEST(Time, RoundsInUtc)
 {
     static constexpr int rows[][5] = {
         // a time; its day down, up and nearest; its minute
-        {DAY, DAY, DAY, DAY, DAY},
-        {DAY + 29, DAY, 2 * DAY, DAY, DAY},
-        {DAY + 30, DAY, 2 * DAY, DAY, DAY + 60},
-        {DAY + 43199, DAY, 2 * DAY, DAY, DAY + 43200},
-        {DAY + 43200, DAY, 2 * DAY, 2 * DAY, DAY + 43200},
-        {2 * DAY - 1, DAY, 2 * DAY, 2 * DAY, 2 * DAY},
+        {kDay, kDay, kDay, kDay, kDay},
+        {kDay + 29, kDay, 2 * kDay, kDay, kDay},
+        {kDay + 30, kDay, 2 * kDay, kDay, kDay + 60},
+        {kDay + 43199, kDay, 2 * kDay, kDay, kDay + 43200},
+        {kDay + 43200, kDay, 2 * kDay, 2 * kDay, kDay + 43200},
+        {2 * kDay - 1, kDay, 2 * kDay, 2 * kDay, 2 * kDay},
         {-1, 0, 0, 0, 0}, // division truncates
     };
     for (const auto& [iTime, iDown, iUp, iNearest, iMinute] : rows)
@@ -118,7 +118,7 @@ TEST(Time, RoundsInUtc)
                   (std::array{t.RoundDayDown().GetOrvTime(), t.RoundDayUp().GetOrvTime(),
                               t.RoundDay().GetOrvTime(), t.RoundMinute().GetOrvTime()}))
             << iTime;
-        EXPECT_EQ(iTime == DAY, t.IsOnlyDate()) << iTime;
+        EXPECT_EQ(iTime == kDay, t.IsOnlyDate()) << iTime;
     }
 }
 
@@ -128,7 +128,7 @@ TEST(Time, DatesWithinTheirRange)
     for (const auto& [d, iExpected] : {std::pair(2.9, 0),
                                        {-1e300, 0},
                                        {25569.0, 0},
-                                       {25569.0 + 2.5 / DAY, 2}, // a hair below the tie
+                                       {25569.0 + 2.5 / kDay, 2}, // a hair below the tie
                                        {45418.297326388885, 1714979289},
                                        {50423.0, 2147385600}})
     {
@@ -137,7 +137,7 @@ TEST(Time, DatesWithinTheirRange)
     }
     COrvTime t(77);
     EXPECT_TRUE(t.SetLocalDATE(2.9) && t.IsNull());
-    EXPECT_TRUE(t.SetLocalDATE(45418.5 + 0.6 / DAY)); // the platform rounds to the second
+    EXPECT_TRUE(t.SetLocalDATE(45418.5 + 0.6 / kDay)); // the platform rounds to the second
     EXPECT_EQ(COrvTime::FromLocalYMD(2024, 5, 6, 12, 0, 1), t);
     EXPECT_TRUE(COrvTime().GetDATE() == 0.0 && COrvTime(-1).GetLocalDATE() == 0.0);
     EXPECT_NO_REPORTS(capture);
@@ -176,7 +176,7 @@ TEST(Time, RandomTimesRoundTripInEveryForm)
         ASSERT_EQ(t, COrvTime::FromSystemTime(st)) << t.GetOrvTime();
         ASSERT_TRUE(t == COrvTime::FromDBTypeStamp(ts) && ts.fraction == 0) << t.GetOrvTime();
         ASSERT_EQ(t, COrvTime::FromYMD(y, mo, d, h, mi, s)) << t.GetOrvTime();
-        ASSERT_EQ((t.GetOrvTime() / DAY + 4) % 7, st.wDayOfWeek) << t.GetOrvTime();
+        ASSERT_EQ((t.GetOrvTime() / kDay + 4) % 7, st.wDayOfWeek) << t.GetOrvTime();
         ASSERT_EQ(t, COrvTime::FromDATE(t.GetDATE())) << t.GetOrvTime();
     }
 }
@@ -186,9 +186,9 @@ TEST(TimeDiff, ConvertsUnitsAndCalculates)
     EXPECT_TRUE(!COrvTimeDiff().IsValid() && COrvTimeDiff().IsDifferent());
     EXPECT_TRUE(COrvTimeDiff(0).IsValid() && COrvTimeDiff(0).IsEqual());
     EXPECT_EQ(-120, COrvTimeDiff::FromMinute(-2).GetInSecond());
-    EXPECT_EQ(static_cast<int>(24856u * DAY), COrvTimeDiff::FromDay(24856).GetInSecond()); // wraps
-    EXPECT_EQ(2, COrvTimeDiff::FromDATE(2.5 / DAY).GetInSecond());
-    EXPECT_EQ(-DAY / 4, COrvTimeDiff::FromDATE(-0.25).GetInSecond());
+    EXPECT_EQ(static_cast<int>(24856u * kDay), COrvTimeDiff::FromDay(24856).GetInSecond()); // wraps
+    EXPECT_EQ(2, COrvTimeDiff::FromDATE(2.5 / kDay).GetInSecond());
+    EXPECT_EQ(-kDay / 4, COrvTimeDiff::FromDATE(-0.25).GetInSecond());
     EXPECT_FALSE(COrvTimeDiff::FromDATE(1e9).IsValid());
     EXPECT_FALSE(COrvTimeDiff::FromDATE(std::numeric_limits<double>::quiet_NaN()).IsValid());
     int h = 9, m = 9, s = 9;
@@ -249,8 +249,8 @@ TEST(Timer, CountsFromItsStart)
     EXPECT_FALSE(precise.IsExpired() || unlimited.IsExpired());
     StartAgo(precise, 1000);
     EXPECT_TRUE(precise.GetuSValue() >= 1000000000 && precise.GetMSDiff() >= 1000000);
-    EXPECT_TRUE(precise.GetTimeDiff() >= 1000000 / (1000.0 * DAY) &&
-                precise.GetTimeDiff() < 2000000 / (1000.0 * DAY));
+    EXPECT_TRUE(precise.GetTimeDiff() >= 1000000 / (1000.0 * kDay) &&
+                precise.GetTimeDiff() < 2000000 / (1000.0 * kDay));
     EXPECT_TRUE(precise.IsExpired());
     precise.ReStart();
     EXPECT_FALSE(precise.IsExpired());
@@ -258,7 +258,7 @@ TEST(Timer, CountsFromItsStart)
     COrvTcTimer ticks(60000, true), none(0, true);
     StartAgo(ticks, 1000);
     StartAgo(none, 1000);
-    EXPECT_GE(ticks.GetTimeDiff(), 1000 / (1000.0 * DAY));
+    EXPECT_GE(ticks.GetTimeDiff(), 1000 / (1000.0 * kDay));
     EXPECT_FALSE(ticks.IsExpired(0) || ticks.IsExpired(-3)) << "its own limit";
     EXPECT_TRUE(ticks.IsExpired(1000)) << "reaching it is enough";
     EXPECT_FALSE(none.IsExpired(50));
@@ -277,7 +277,7 @@ TEST(Timer, OverflowIsReported)
     // A start after now is seen as one before the wrap of the counter.
     COrvTcTimer ticks(1, true);
     StartAgo(ticks, 0x7FFF0000);
-    EXPECT_GE(ticks.GetTimeDiff(), 0x7FFF0000 / (1000.0 * DAY));
+    EXPECT_GE(ticks.GetTimeDiff(), 0x7FFF0000 / (1000.0 * kDay));
     EXPECT_NO_REPORTS(capture);
 
     // Beyond 2^31 microseconds, and so far that a product in 64 bits would overflow too.

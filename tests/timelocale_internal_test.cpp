@@ -4,7 +4,7 @@ namespace
 {
 
 /// Most spoken languages, and those whose forms are unlike the others'.
-constexpr const WCHAR* g_locales[] = {
+constexpr const WCHAR* kLocales[] = {
     ORVTEXT("en-US"), ORVTEXT("zh-CN"), ORVTEXT("hi-IN"), ORVTEXT("es-ES"),     ORVTEXT("fr-FR"),
     ORVTEXT("ar-EG"), ORVTEXT("bn-BD"), ORVTEXT("pt-BR"), ORVTEXT("ru-RU"),     ORVTEXT("ur-PK"),
     ORVTEXT("id-ID"), ORVTEXT("de-DE"), ORVTEXT("ja-JP"), ORVTEXT("mr-IN"),     ORVTEXT("te-IN"),
@@ -18,14 +18,14 @@ constexpr const WCHAR* g_locales[] = {
 TEST(TimeLocale, ReadsBackWhatItWrites)
 {
     CTestRandom random;
-    for (const WCHAR* sLocale : g_locales)
+    for (const WCHAR* sLocale : kLocales)
         CheckReadsBack(sLocale, random);
 }
 
 TEST(TimeLocale, ReadsWhatPeopleType)
 {
-    constexpr unsigned DATE = COrvTime::Date_Long, TIME = COrvTime::Time_Long,
-                       BOTH = COrvTime::Date_Short | COrvTime::Time_Long;
+    constexpr unsigned kDate = COrvTime::Date_Long, kTime = COrvTime::Time_Long,
+                       kBoth = COrvTime::Date_Short | COrvTime::Time_Long;
     static constexpr struct
     {
         const WCHAR* sLocale;
@@ -33,45 +33,45 @@ TEST(TimeLocale, ReadsWhatPeopleType)
         unsigned uiFlags;
         std::uint64_t nFields; // 0: refused
     } rows[] = {
-        {ORVTEXT("en-US"), ORVTEXT("5/6/24 12:08 am"), BOTH, 20240506000800},
-        {ORVTEXT("en-US"), ORVTEXT("5-6-1999 12:08:09PM"), BOTH, 19990506120809},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 p.m."), BOTH, 20240506190800},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 P"), BOTH, 20240506190800},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7.08.09 pm"), BOTH, 20240506190809},
-        {ORVTEXT("en-US"), ORVTEXT("7.08 5.6.2024"), BOTH | COrvTime::Ext_TimeFirst, 20240506070800},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08-09"), BOTH, 0},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08 PM"), BOTH, 0},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08"), BOTH, 20240506130800},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 PMX"), BOTH, 0},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 in the evening"), BOTH, 0},
-        {ORVTEXT("en-US"), ORVTEXT("\x0665/\x0666/\x0662\x0660\x0662\x0664 7:08"), BOTH, 20240506070800},
-        {ORVTEXT("en-US"), ORVTEXT("Mar 5, 12 10:20:30"), BOTH, 20120305102030},
-        {ORVTEXT("en-US"), ORVTEXT("Marx 5, 2012 10:20:30"), BOTH, 0},
-        {ORVTEXT("en-US"), ORVTEXT("Monday, MAY 6, 2024"), DATE, 20240506000000},
-        {ORVTEXT("en-US"), ORVTEXT("Sunday, May 5, 2024"), DATE, 20240505000000},
-        {ORVTEXT("en-US"), ORVTEXT("May 6, 2024 7"), DATE, 0},
-        {ORVTEXT("en-US"), ORVTEXT("May 2024"), DATE, 0},
-        {ORVTEXT("en-US"), ORVTEXT("7:08 AM May 6, 2024"), DATE | TIME | COrvTime::Ext_TimeFirst,
+        {ORVTEXT("en-US"), ORVTEXT("5/6/24 12:08 am"), kBoth, 20240506000800},
+        {ORVTEXT("en-US"), ORVTEXT("5-6-1999 12:08:09PM"), kBoth, 19990506120809},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 p.m."), kBoth, 20240506190800},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 P"), kBoth, 20240506190800},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7.08.09 pm"), kBoth, 20240506190809},
+        {ORVTEXT("en-US"), ORVTEXT("7.08 5.6.2024"), kBoth | COrvTime::Ext_TimeFirst, 20240506070800},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08-09"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08 PM"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08"), kBoth, 20240506130800},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 PMX"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 in the evening"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("\x0665/\x0666/\x0662\x0660\x0662\x0664 7:08"), kBoth, 20240506070800},
+        {ORVTEXT("en-US"), ORVTEXT("Mar 5, 12 10:20:30"), kBoth, 20120305102030},
+        {ORVTEXT("en-US"), ORVTEXT("Marx 5, 2012 10:20:30"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("Monday, MAY 6, 2024"), kDate, 20240506000000},
+        {ORVTEXT("en-US"), ORVTEXT("Sunday, May 5, 2024"), kDate, 20240505000000},
+        {ORVTEXT("en-US"), ORVTEXT("May 6, 2024 7"), kDate, 0},
+        {ORVTEXT("en-US"), ORVTEXT("May 2024"), kDate, 0},
+        {ORVTEXT("en-US"), ORVTEXT("7:08 AM May 6, 2024"), kDate | kTime | COrvTime::Ext_TimeFirst,
          20240506070800},
-        {ORVTEXT("en-US"), ORVTEXT("7:08 April 6, 2024"), DATE | TIME | COrvTime::Ext_TimeFirst,
+        {ORVTEXT("en-US"), ORVTEXT("7:08 April 6, 2024"), kDate | kTime | COrvTime::Ext_TimeFirst,
          20240406070800},
-        {ORVTEXT("en-US"), ORVTEXT("7:08 5/6/2024"), BOTH | COrvTime::Ext_TimeFirst, 20240506070800},
-        {ORVTEXT("en-GB"), ORVTEXT("06/05/70 07:08"), BOTH, 19700506070800},
-        {ORVTEXT("en-GB"), ORVTEXT("06/05/12024 07:08"), BOTH, 0},
-        {ORVTEXT("de-DE"), ORVTEXT("6.5.2024 7:08"), BOTH, 20240506070800},
-        {ORVTEXT("de-DE"), ORVTEXT("6. m\x00C4rz 2024"), DATE, 20240306000000},
+        {ORVTEXT("en-US"), ORVTEXT("7:08 5/6/2024"), kBoth | COrvTime::Ext_TimeFirst, 20240506070800},
+        {ORVTEXT("en-GB"), ORVTEXT("06/05/70 07:08"), kBoth, 19700506070800},
+        {ORVTEXT("en-GB"), ORVTEXT("06/05/12024 07:08"), kBoth, 0},
+        {ORVTEXT("de-DE"), ORVTEXT("6.5.2024 7:08"), kBoth, 20240506070800},
+        {ORVTEXT("de-DE"), ORVTEXT("6. m\x00C4rz 2024"), kDate, 20240306000000},
         {ORVTEXT("hu-HU"), ORVTEXT("2024.5.6"), COrvTime::Date_Short, 20240506000000},
-        {ORVTEXT("fr-FR"), ORVTEXT("mardi 6 mai 2024"), DATE, 20240506000000},
+        {ORVTEXT("fr-FR"), ORVTEXT("mardi 6 mai 2024"), kDate, 20240506000000},
         // Tuesday begins as the short name of March does.
-        {ORVTEXT("ro-RO"), ORVTEXT("mar\x021Bi, 7 mai 2024"), DATE, 20240507000000},
-        {ORVTEXT("pl-PL"), ORVTEXT("6 stycze\x0144 2024"), DATE,
+        {ORVTEXT("ro-RO"), ORVTEXT("mar\x021Bi, 7 mai 2024"), kDate, 20240507000000},
+        {ORVTEXT("pl-PL"), ORVTEXT("6 stycze\x0144 2024"), kDate,
          20240106000000}, // not as it stands beside a day
         // A name that ends with a number is not the beginning of another number.
-        {ORVTEXT("vi-VN"), ORVTEXT("6 th\x00E1ng 12 2024"), DATE, 20241206000000},
-        {ORVTEXT("vi-VN"), ORVTEXT("6 th\x00E1ng 13 2024"), DATE, 0},
+        {ORVTEXT("vi-VN"), ORVTEXT("6 th\x00E1ng 12 2024"), kDate, 20241206000000},
+        {ORVTEXT("vi-VN"), ORVTEXT("6 th\x00E1ng 13 2024"), kDate, 0},
         {ORVTEXT("ja-JP"), ORVTEXT(""), COrvTime::Date_Short, 0},
         // Both halves of the day begin with this letter.
-        {ORVTEXT("ja-JP"), ORVTEXT("2024/5/6 \x5348 7:08"), BOTH, 0},
+        {ORVTEXT("ja-JP"), ORVTEXT("2024/5/6 \x5348 7:08"), kBoth, 0},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.nFields, Read(OCT::CLocaleForms(row.sLocale), row.sText, row.uiFlags))
@@ -89,15 +89,15 @@ OCT::CLocaleForms FormsOf(std::initializer_list<OCT::CLocaleForms::Field> date, 
 
 TEST(TimeLocale, ReadsTheUsersOwnForms)
 {
-    constexpr unsigned DATE = COrvTime::Date_Short;
+    constexpr unsigned kDate = COrvTime::Date_Short;
     const auto thai = FormsOf({{'d', 0}, {'M', 0}, {'y', 0}}, 543);
-    EXPECT_EQ(20240506000000u, Read(thai, ORVTEXT("6/5/2567"), DATE));
-    EXPECT_EQ(20240506000000u, Read(thai, ORVTEXT("06-May-67"), DATE));
+    EXPECT_EQ(20240506000000u, Read(thai, ORVTEXT("6/5/2567"), kDate));
+    EXPECT_EQ(20240506000000u, Read(thai, ORVTEXT("06-May-67"), kDate));
     const auto packed = FormsOf({{'y', 4}, {'M', 2}, {'d', 0}}, 0);
-    EXPECT_EQ(20240506000000u, Read(packed, ORVTEXT("20240506"), DATE));
+    EXPECT_EQ(20240506000000u, Read(packed, ORVTEXT("20240506"), kDate));
     // Months of the moon, eras, and forms without the year.
-    EXPECT_EQ(0u, Read(FormsOf({{'d', 0}, {'M', 0}, {'y', 0}}, std::nullopt), ORVTEXT("6/5/1445"), DATE));
-    EXPECT_EQ(0u, Read(FormsOf({{'d', 0}, {'M', 0}}, 0), ORVTEXT("6/5"), DATE));
+    EXPECT_EQ(0u, Read(FormsOf({{'d', 0}, {'M', 0}, {'y', 0}}, std::nullopt), ORVTEXT("6/5/1445"), kDate));
+    EXPECT_EQ(0u, Read(FormsOf({{'d', 0}, {'M', 0}}, 0), ORVTEXT("6/5"), kDate));
 }
 
 TEST(TimeLocale, UsersLocaleReadsBack)

@@ -131,22 +131,22 @@ void CheckParse(std::initializer_list<ParseRow> rows)
 TEST(TimeParse, Forms)
 {
     const CZone zone(ORVTEXT("Central Europe Standard Time"));
-    const std::string SUMMER = "2024-05-06 05:08:09Z"; // 07:08:09 local
-    const std::string FULL_MINUTE = "2024-05-06 05:08:00Z";
-    const std::string UTC = "2024-05-06 07:08:09Z";
+    const std::string kSummer = "2024-05-06 05:08:09Z"; // 07:08:09 local
+    const std::string kFullMinute = "2024-05-06 05:08:00Z";
+    const std::string kUtc = "2024-05-06 07:08:09Z";
     CheckParse({
-        {"2024-05-06 07:08:09", SUMMER},
-        {"2024-05-06\t 07:08:09\r\n", SUMMER},
-        {"2024-05-06T07:08:09Z and more", UTC},
-        {"20240506T070809Z", UTC},
-        {"2024-05-06 07:08:09 Z", SUMMER},
-        {"2024-05-06 7:08", FULL_MINUTE + " [!bHasSemicolon]"},
-        {"20240506 7:08:09", SUMMER},
-        {"2024-05-06 0708:09", SUMMER + " [bHasSemicolon]"},
-        {"2024-0506 07:08:09", SUMMER + " [!bHasHyphen]"},
-        {"202405-06 07:08:09", SUMMER + " [bHasHyphen]"},
-        {"2024-05-06 07:08:09x", SUMMER + " []"},
-        {"2024-05-06 07:08:9", FULL_MINUTE + " []"},
+        {"2024-05-06 07:08:09", kSummer},
+        {"2024-05-06\t 07:08:09\r\n", kSummer},
+        {"2024-05-06T07:08:09Z and more", kUtc},
+        {"20240506T070809Z", kUtc},
+        {"2024-05-06 07:08:09 Z", kSummer},
+        {"2024-05-06 7:08", kFullMinute + " [!bHasSemicolon]"},
+        {"20240506 7:08:09", kSummer},
+        {"2024-05-06 0708:09", kSummer + " [bHasSemicolon]"},
+        {"2024-0506 07:08:09", kSummer + " [!bHasHyphen]"},
+        {"202405-06 07:08:09", kSummer + " [bHasHyphen]"},
+        {"2024-05-06 07:08:09x", kSummer + " []"},
+        {"2024-05-06 07:08:9", kFullMinute + " []"},
         {"2024-01-06 07:08:09", "2024-01-06 06:08:09Z"},
         {"1969-12-31 23:59:59Z", "before 1970, but true"},
         {"2024-02-30 07:08:09Z", "null"},
@@ -179,23 +179,23 @@ TEST(TimeParse, FractionsAreTheNarrowFormsOnly)
 
 TEST(TimeParse, OffsetsAreTheWideFormsOnly)
 {
-    const std::string TWO_LESS = "2024-05-06 05:08:09Z";
+    const std::string kTwoLess = "2024-05-06 05:08:09Z";
     const std::string sTime = "2024-05-06T07:08:09";
     CheckParse({
-        {sTime + "+02:00", "kept", TWO_LESS},
+        {sTime + "+02:00", "kept", kTwoLess},
         {sTime + "-02:00", "kept", "2024-05-06 09:08:09Z"},
-        {sTime + "+2", "kept", TWO_LESS},
-        {sTime + "+02", "kept", TWO_LESS},
+        {sTime + "+2", "kept", kTwoLess},
+        {sTime + "+02", "kept", kTwoLess},
         {sTime + "-0545x", "kept", "2024-05-06 12:53:09Z"},
-        {sTime + "+02:", "kept", TWO_LESS},
-        {sTime + "+02:3", "kept", TWO_LESS},
+        {sTime + "+02:", "kept", kTwoLess},
+        {sTime + "+02:3", "kept", kTwoLess},
         {sTime + "+29:59", "kept", "2024-05-05 01:09:09Z"},
         {sTime + "+130", "kept", "2024-05-06 05:38:09Z"},
         {sTime + "+", "kept"},
         {sTime + "-x", "kept"},
         {sTime + "+3000", "kept", "kept [p[1] <= L'2']"},
-        {sTime + "+0260", "kept", TWO_LESS + " [p[3] <= L'5']"},
-        {sTime + "+02:60", "kept", TWO_LESS + " [p[4] <= L'5']"},
+        {sTime + "+0260", "kept", kTwoLess + " [p[3] <= L'5']"},
+        {sTime + "+02:60", "kept", kTwoLess + " [p[4] <= L'5']"},
         {sTime + "+160", "kept", "2024-05-06 06:08:09Z [p[2] <= '5']"},
         // Only the result must be a valid time; fields that are none store null.
         {"2038-01-19T04:14:07+01:00", "kept", "2038-01-19 03:14:07Z"},

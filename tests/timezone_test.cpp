@@ -14,16 +14,16 @@
 namespace
 {
 
-constexpr int DAY = 86400;
-constexpr const WCHAR* EUROPE = ORVTEXT("Central Europe Standard Time");
-constexpr const WCHAR* EASTERN = ORVTEXT("Eastern Standard Time");
-constexpr const WCHAR* SYDNEY = ORVTEXT("AUS Eastern Standard Time");
-constexpr const WCHAR* LORD_HOWE = ORVTEXT("Lord Howe Standard Time");
-constexpr const WCHAR* AUCKLAND = ORVTEXT("New Zealand Standard Time");
-constexpr const WCHAR* CUBA = ORVTEXT("Cuba Standard Time");
-constexpr const WCHAR* SANTIAGO = ORVTEXT("Pacific SA Standard Time");
-constexpr const WCHAR* BEIRUT = ORVTEXT("Middle East Standard Time");
-constexpr const WCHAR* NEPAL = ORVTEXT("Nepal Standard Time");
+constexpr int kDay = 86400;
+constexpr const WCHAR* kEurope = ORVTEXT("Central Europe Standard Time");
+constexpr const WCHAR* kEastern = ORVTEXT("Eastern Standard Time");
+constexpr const WCHAR* kSydney = ORVTEXT("AUS Eastern Standard Time");
+constexpr const WCHAR* kLordHowe = ORVTEXT("Lord Howe Standard Time");
+constexpr const WCHAR* kAuckland = ORVTEXT("New Zealand Standard Time");
+constexpr const WCHAR* kCuba = ORVTEXT("Cuba Standard Time");
+constexpr const WCHAR* kSantiago = ORVTEXT("Pacific SA Standard Time");
+constexpr const WCHAR* kBeirut = ORVTEXT("Middle East Standard Time");
+constexpr const WCHAR* kNepal = ORVTEXT("Nepal Standard Time");
 
 TEST(TimeUtils, FileTimes)
 {
@@ -43,11 +43,11 @@ TEST(TimeZone, OtherNamesLeaveTheSystemsZone)
          {std::pair(ORVTEXT("Nowhere Standard Time"), 2), {ORVTEXT("Nowhere/Town"), 2}, {ORVTEXT(""), 0}})
     {
         {
-            const CZone zone(NEPAL);
+            const CZone zone(kNepal);
             EXPECT_EQ((Fields{2024, 7, 1, 17, 45, 0}), LocalOf(t));
         }
         EXPECT_EQ(inSystem, LocalOf(t));
-        SetTimeZone(NEPAL);
+        SetTimeZone(kNepal);
         EXPECT_EQ(iResult, SetTimeZone(sName));
         EXPECT_EQ(inSystem, LocalOf(t));
     }
@@ -55,10 +55,10 @@ TEST(TimeZone, OtherNamesLeaveTheSystemsZone)
 
 TEST(TimeZone, IdentifiersNameTheSameZones)
 {
-    for (const auto& [sId, sName] : {std::pair(ORVTEXT("Europe/Budapest"), EUROPE),
-                                     {ORVTEXT("america/NEW_YORK"), EASTERN},
-                                     {ORVTEXT("Australia/Canberra"), SYDNEY},
-                                     {ORVTEXT("Asia/Katmandu"), NEPAL}})
+    for (const auto& [sId, sName] : {std::pair(ORVTEXT("Europe/Budapest"), kEurope),
+                                     {ORVTEXT("america/NEW_YORK"), kEastern},
+                                     {ORVTEXT("Australia/Canberra"), kSydney},
+                                     {ORVTEXT("Asia/Katmandu"), kNepal}})
         for (const COrvTime t : {FromUtc({2024, 1, 15, 12}), FromUtc({2024, 7, 15, 12})})
         {
             Fields inZone;
@@ -73,7 +73,7 @@ TEST(TimeZone, IdentifiersNameTheSameZones)
 
 TEST(TimeZone, RepeatedHoursAreToldApart)
 {
-    const CZone zone(EUROPE);
+    const CZone zone(kEurope);
     const COrvTime tFirst = FromUtc({2024, 10, 27, 0, 30}), tSecond = tFirst + 3600;
     for (const auto& [t, which] :
          {std::pair(tFirst, loFirst), {tSecond, loSecond}, {tSecond + 3600, loFirst}})
@@ -97,12 +97,12 @@ TEST(TimeZone, ChangesOfNamedZones)
         Fields before; // local time at the change, had there been none
         Fields after;
     } rows[] = {
-        {EUROPE, {2024, 3, 31, 1}, {2024, 3, 31, 2}, {2024, 3, 31, 3}},
-        {EUROPE, {2037, 10, 25, 1}, {2037, 10, 25, 3}, {2037, 10, 25, 2}},
-        {EASTERN, {2024, 11, 3, 6}, {2024, 11, 3, 2}, {2024, 11, 3, 1}},
-        {SYDNEY, {2024, 4, 6, 16}, {2024, 4, 7, 3}, {2024, 4, 7, 2}},
-        {SYDNEY, {2024, 10, 5, 16}, {2024, 10, 6, 2}, {2024, 10, 6, 3}},
-        {LORD_HOWE, {2024, 4, 6, 15}, {2024, 4, 7, 2}, {2024, 4, 7, 1, 30}},
+        {kEurope, {2024, 3, 31, 1}, {2024, 3, 31, 2}, {2024, 3, 31, 3}},
+        {kEurope, {2037, 10, 25, 1}, {2037, 10, 25, 3}, {2037, 10, 25, 2}},
+        {kEastern, {2024, 11, 3, 6}, {2024, 11, 3, 2}, {2024, 11, 3, 1}},
+        {kSydney, {2024, 4, 6, 16}, {2024, 4, 7, 3}, {2024, 4, 7, 2}},
+        {kSydney, {2024, 10, 5, 16}, {2024, 10, 6, 2}, {2024, 10, 6, 3}},
+        {kLordHowe, {2024, 4, 6, 15}, {2024, 4, 7, 2}, {2024, 4, 7, 1, 30}},
     };
     for (const auto& row : rows)
     {
@@ -129,7 +129,7 @@ void CheckLocalForms(const COrvTime& t)
 TEST(TimeZone, LocalDaysOf23And24And25Hours)
 {
     CTestRandom random;
-    for (const WCHAR* sZone : {EUROPE, EASTERN, LORD_HOWE, NEPAL, AUCKLAND, CUBA, SANTIAGO, BEIRUT})
+    for (const WCHAR* sZone : {kEurope, kEastern, kLordHowe, kNepal, kAuckland, kCuba, kSantiago, kBeirut})
     {
         const CZone zone(sZone);
         for (int i = 0; i < 300; ++i)
@@ -140,7 +140,7 @@ TEST(TimeZone, LocalDaysOf23And24And25Hours)
                 i % 2 == 0 ? changeMonths[random.UpTo(4)] : 1 + static_cast<int>(random.UpTo(11));
             const COrvTime t = FromUtc({1971 + static_cast<int>(random.UpTo(65)), iMonth,
                                         1 + static_cast<int>(random.UpTo(27))}) +
-                               static_cast<int>(random.UpTo(5 * DAY));
+                               static_cast<int>(random.UpTo(5 * kDay));
             const COrvTime tDown = t.RoundLocalDayDown(), tUp = t.RoundLocalDayUp();
             ASSERT_EQ(SlowDayStart(t, -900), tDown) << t.GetOrvTime();
             ASSERT_EQ(SlowDayStart(t, 900), tUp) << t.GetOrvTime();
@@ -154,7 +154,7 @@ TEST(TimeZone, LocalDaysOf23And24And25Hours)
 
 TEST(TimeZone, DaysBehindTheLastLocalDateGoOn)
 {
-    const CZone zone(EUROPE);
+    const CZone zone(kEurope);
     COrvTime t = FromLocal({2038, 1, 1, 12});
     int nDays = 0;
     for (; t.IsValid(); t = t.RoundLocalDayUp())
@@ -171,7 +171,7 @@ struct CLateUser
             return;
         const COrvTime t = FromUtc({2024, 7, 1, 12});
         const int iHour = LocalOf(t)[3];
-        const CZone zone(EUROPE);
+        const CZone zone(kEurope);
         COrvTime tRead;
         const bool bRead = tRead.ParseLocal(t.FormatLocal()) && tRead == t;
         std::printf("%d %d %d\n", iHour, LocalOf(t)[3], bRead);
@@ -182,7 +182,7 @@ struct CLateUser
 ORV_CHILD(UsesTimesAtExit)
 {
     g_lateUser.m_bUses = true;
-    return static_cast<int>(SetTimeZone(NEPAL));
+    return static_cast<int>(SetTimeZone(kNepal));
 }
 
 TEST(TimeZone, WorksInStaticDestructors)
@@ -204,7 +204,7 @@ TEST(TimeZone, SelectedWhileOthersConvert)
                     ADD_FAILURE() << iHour;
         });
     for (int i = 0; i < 300; ++i)
-        EXPECT_EQ(0, SetTimeZone(i % 2 == 0 ? EUROPE : SYDNEY));
+        EXPECT_EQ(0, SetTimeZone(i % 2 == 0 ? kEurope : kSydney));
     bDone = true;
     for (std::thread& thread : threads)
         thread.join();

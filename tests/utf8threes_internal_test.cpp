@@ -59,8 +59,8 @@ void ExpectSameAsOneByOne(const Text& sText, std::string sBytes)
 
 TEST(ThreeByteRuns, BothSetsDoAsOneCharacterAtATime)
 {
-    constexpr WCHAR c_aBorders[] = {0x0800, 0x0FFF, 0x1000, 0xD7FF, 0xD800, 0xDFFF, 0xE000,
-                                    0xFFFF, 0x4E00, 0x3042, 'a',    0x7F,   0x80,   0x7FF};
+    constexpr WCHAR kBorders[] = {0x0800, 0x0FFF, 0x1000, 0xD7FF, 0xD800, 0xDFFF, 0xE000,
+                                  0xFFFF, 0x4E00, 0x3042, 'a',    0x7F,   0x80,   0x7FF};
     const OCT::CThreeByteRuns* const pOfThisProcessor = OCT::g_pThreeByteRuns;
     CTestRandom random;
     for (int i = 0; i < 6000 && !testing::Test::HasFailure(); ++i)
@@ -69,9 +69,9 @@ TEST(ThreeByteRuns, BothSetsDoAsOneCharacterAtATime)
         const unsigned nLast = random.UpTo(1) ? 13u : 9u; // with shorter ones or not
         for (WCHAR& c : sText)
             c = random.UpTo(20) ? static_cast<WCHAR>(0x3000 + random.UpTo(0x6FFF))
-                                : c_aBorders[random.UpTo(nLast)];
+                                : kBorders[random.UpTo(nLast)];
         const std::string sBytes = EncodeOneByOne(sText);
-        OCT::g_pThreeByteRuns = &OCT::c_Sse2Runs;
+        OCT::g_pThreeByteRuns = &OCT::kSse2Runs;
         ExpectSameAsOneByOne(sText, sBytes);
         OCT::g_pThreeByteRuns = pOfThisProcessor;
         ExpectSameAsOneByOne(sText, sBytes);

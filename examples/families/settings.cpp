@@ -8,21 +8,21 @@
 namespace
 {
 
-constexpr const WCHAR* c_sServer = ORVTEXT("Server");
+constexpr const WCHAR* kServer = ORVTEXT("Server");
 
 void ShowServer()
 {
-    const COrvStr sHost = GetLQStrSetting(c_sServer, ORVTEXT("Host"), ORVTEXT("localhost"));
+    const COrvStr sHost = GetLQStrSetting(kServer, ORVTEXT("Host"), ORVTEXT("localhost"));
     std::printf("%s:%u\n", static_cast<const char*>(CToUTF8(sHost)),
-                static_cast<unsigned>(GetLQDWORDSettingW(c_sServer, ORVTEXT("Port"), 1433)));
+                static_cast<unsigned>(GetLQDWORDSettingW(kServer, ORVTEXT("Port"), 1433)));
 }
 
 void Work()
 {
     SetLQSettingsRootW(ORVTEXT("Software\\Example\\Shop")); // the program's own key, before other threads run
     ShowServer();
-    if (!SetLQStringSettingW(c_sServer, ORVTEXT("Host"), ORVTEXT("db.example"), ORVTEXT("localhost")) ||
-        !SetLQDWORDSettingW(c_sServer, ORVTEXT("Port"), 1434, 1433))
+    if (!SetLQStringSettingW(kServer, ORVTEXT("Host"), ORVTEXT("db.example"), ORVTEXT("localhost")) ||
+        !SetLQDWORDSettingW(kServer, ORVTEXT("Port"), 1434, 1433))
         std::puts("the settings cannot be written");
     ShowServer();
 
@@ -32,8 +32,8 @@ void Work()
     std::puts(CToUTF8(sPath));
 
     // A value that says what holds without it is removed.
-    SetLQStringSettingW(c_sServer, ORVTEXT("Host"), ORVTEXT("localhost"), ORVTEXT("localhost"));
-    SetLQDWORDSettingW(c_sServer, ORVTEXT("Port"), 1433, 1433);
+    SetLQStringSettingW(kServer, ORVTEXT("Host"), ORVTEXT("localhost"), ORVTEXT("localhost"));
+    SetLQDWORDSettingW(kServer, ORVTEXT("Port"), 1433, 1433);
     SetLQStringSettingW(nullptr, ORVTEXT("DataPath"), ORVTEXT(""), nullptr);
     ShowServer();
 }

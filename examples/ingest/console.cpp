@@ -3,8 +3,8 @@
 namespace
 {
 
-constexpr std::uint64_t c_nMalformedShown = 10;
-constexpr std::size_t c_nKindsKept = 100;
+constexpr std::uint64_t kMalformedShown = 10;
+constexpr std::size_t kKindsKept = 100;
 
 } // namespace
 
@@ -35,7 +35,7 @@ void CConsole::SayMalformed(std::size_t nLine, const std::string& sReason)
 {
     {
         const std::lock_guard lock(m_Mutex);
-        if (++m_nMalformed > c_nMalformedShown)
+        if (++m_nMalformed > kMalformedShown)
             return;
     }
     Print(stderr, Place(nLine) + sReason + '\n');
@@ -46,7 +46,7 @@ void CConsole::SayRefused(std::size_t nLine, const std::string& sKind, const std
     {
         const std::lock_guard lock(m_Mutex);
         const auto it = m_Refused.find(sKind);
-        if (it != m_Refused.end() || m_Refused.size() == c_nKindsKept)
+        if (it != m_Refused.end() || m_Refused.size() == kKindsKept)
         {
             if (it != m_Refused.end())
                 ++it->second.m_nCount;
@@ -59,8 +59,8 @@ void CConsole::SayRefused(std::size_t nLine, const std::string& sKind, const std
 
 void CConsole::SayCounts()
 {
-    if (m_nMalformed > c_nMalformedShown)
-        Say(std::to_string(m_nMalformed - c_nMalformedShown) + " more malformed lines are in the log");
+    if (m_nMalformed > kMalformedShown)
+        Say(std::to_string(m_nMalformed - kMalformedShown) + " more malformed lines are in the log");
     for (const auto& [sKind, kind] : m_Refused)
         if (kind.m_nCount > 1)
             Say(std::to_string(kind.m_nCount) + " times in all: " + kind.m_sFirst);

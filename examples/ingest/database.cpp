@@ -38,20 +38,20 @@ CDatabase::~CDatabase() = default;
 
 CSqlOutcome CDatabase::Failure(short iHandleType, void* hHandle) const
 {
-    constexpr SQLSMALLINT c_nMessage = SQL_MAX_MESSAGE_LENGTH;
+    constexpr SQLSMALLINT kMessageChars = SQL_MAX_MESSAGE_LENGTH;
     CSqlOutcome outcome;
     SQLINTEGER iNative = 0;
     SQLSMALLINT nLength = 0;
     SQLCHAR sState[6] = {};
-    SQLCHAR sMessage[c_nMessage] = {};
+    SQLCHAR sMessage[kMessageChars] = {};
     SQLWCHAR sWideState[6] = {};
-    SQLWCHAR sWideMessage[c_nMessage] = {};
+    SQLWCHAR sWideMessage[kMessageChars] = {};
     const bool bWide = m_Path == ETextPath::Wide;
     const SQLRETURN iReturn =
-        bWide ? SQLGetDiagRecW(iHandleType, hHandle, 1, sWideState, &iNative, sWideMessage, c_nMessage,
+        bWide ? SQLGetDiagRecW(iHandleType, hHandle, 1, sWideState, &iNative, sWideMessage, kMessageChars,
                                &nLength)
-              : SQLGetDiagRecA(iHandleType, hHandle, 1, sState, &iNative, sMessage, c_nMessage, &nLength);
-    const auto nMessage = std::clamp<SQLSMALLINT>(nLength, 0, c_nMessage - 1);
+              : SQLGetDiagRecA(iHandleType, hHandle, 1, sState, &iNative, sMessage, kMessageChars, &nLength);
+    const auto nMessage = std::clamp<SQLSMALLINT>(nLength, 0, kMessageChars - 1);
     if (!SQL_SUCCEEDED(iReturn))
         outcome.m_sMessage = {u"the driver manager gave no description",
                               "the driver manager gave no description"};
@@ -170,12 +170,12 @@ CSqlOutcome CDatabase::ReadRows(unsigned nColumns, const CRowReader& readRow)
 /// In pieces, each with a terminator of its own; null is empty.
 bool CDatabase::ReadColumn(unsigned nColumn, CDriverText& sText)
 {
-    constexpr std::size_t c_nPiece = 2000;
+    constexpr std::size_t kPieceUnits = 2000;
     const bool bWide = m_Path == ETextPath::Wide;
     for (;;)
     {
-        SQLWCHAR sWide[c_nPiece] = {};
-        SQLCHAR sNarrow[c_nPiece] = {};
+        SQLWCHAR sWide[kPieceUnits] = {};
+        SQLCHAR sNarrow[kPieceUnits] = {};
         SQLLEN nLength = 0;
         const SQLRETURN iReturn = SQLGetData(
             m_pHandles->m_hStatement, static_cast<SQLUSMALLINT>(nColumn), bWide ? SQL_C_WCHAR : SQL_C_CHAR,
@@ -185,7 +185,7 @@ bool CDatabase::ReadColumn(unsigned nColumn, CDriverText& sText)
         if (!SQL_SUCCEEDED(iReturn))
             return false;
         if (bWide)
-            sText.m_sWide.append(sWide, std::find(sWide, sWide + c_nPiece, 0));
+            sText.m_sWide.append(sWide, std::find(sWide, sWide + kPieceUnits, 0));
         else
             sText.m_sNarrow.append(reinterpret_cast<const char*>(sNarrow));
         if (iReturn == SQL_SUCCESS)

@@ -49,7 +49,7 @@ void BindNational(COrvSQLStr& sql, const COrvStr& sText)
     (sql & ORVTEXT(" + ") & NVARCHAR{sRest.data(), 0, 0} & ORVTEXT(")"));
 }
 
-const CDialect c_Dialects[] = {
+const CDialect kDialects[] = {
     {"sqlite",
      {"SQLite"},
      {},
@@ -106,7 +106,7 @@ const CDialect c_Dialects[] = {
 
 const CDialect* FindDialect(std::string_view sName)
 {
-    for (const CDialect& dialect : c_Dialects)
+    for (const CDialect& dialect : kDialects)
         if (dialect.m_sName == sName)
             return &dialect;
     return nullptr;
@@ -114,7 +114,7 @@ const CDialect* FindDialect(std::string_view sName)
 
 const CDialect* FindDialectOfServer(std::string_view sServer)
 {
-    for (const CDialect& dialect : c_Dialects)
+    for (const CDialect& dialect : kDialects)
         if (!sServer.empty() && std::ranges::count(dialect.m_Servers, sServer) > 0)
             return &dialect;
     return nullptr;

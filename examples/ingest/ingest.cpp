@@ -20,7 +20,7 @@ namespace
 namespace fs = std::filesystem;
 using CClock = std::chrono::steady_clock;
 
-constexpr std::uint64_t c_nPredecessorBytes = 1 << 20;
+constexpr std::uint64_t kPredecessorBytes = 1 << 20;
 
 class CIngest
 {
@@ -138,7 +138,7 @@ void CIngest::CountPredecessor()
     const fs::path file = PredecessorOf(m_Options.m_Input);
     if (file.empty() || !input.Open(file, false, sText))
         return;
-    input.SkipToLast(c_nPredecessorBytes);
+    input.SkipToLast(kPredecessorBytes);
     CPackageEvent event;
     std::string sReason;
     while (input.Next(sText) == CInput::ENext::Line)

@@ -11,19 +11,19 @@
 namespace
 {
 
-constexpr std::size_t c_nBlock = 256 * 1024;
-constexpr unsigned c_nPollMs = 200;
+constexpr std::size_t kBlock = 256 * 1024;
+constexpr unsigned kPollMs = 200;
 
 struct CMagic
 {
     std::string_view m_sBytes;
     const char* m_sKind;
 };
-constexpr CMagic c_Unreadable[] = {{"BZh", "bzip2"},
-                                   {"\xFD"
-                                    "7zXZ",
-                                    "xz"},
-                                   {"\x28\xB5\x2F\xFD", "zstd"}};
+constexpr CMagic kUnreadable[] = {{"BZh", "bzip2"},
+                                  {"\xFD"
+                                   "7zXZ",
+                                   "xz"},
+                                  {"\x28\xB5\x2F\xFD", "zstd"}};
 
 } // namespace
 
@@ -52,7 +52,7 @@ bool CInput::Open(const std::filesystem::path& path, bool bFollow, std::string& 
     const CInputFile::ERead read = m_File.Read(sStart, sizeof(sStart), nRead);
     if (read == CInputFile::ERead::Failed || !m_File.Seek(0))
         return sError = "cannot read " + ToUTF8(path), false;
-    for (const CMagic& magic : c_Unreadable)
+    for (const CMagic& magic : kUnreadable)
         if (std::string_view(sStart, nRead).starts_with(magic.m_sBytes))
             return sError = ToUTF8(path) + " is compressed by " + magic.m_sKind + "; only gzip is read",
                    false;
@@ -105,7 +105,7 @@ bool CInput::TakeLine(std::string& sLine)
         const bool bSkipped = m_bSkipping;
         if (pEnd == nullptr)
         {
-            if (!m_bSkipping && nLength <= s_nLongestLine)
+            if (!m_bSkipping && nLength <= kLongestLine)
                 return false;
             m_nTaken = m_sBlock.size();
             m_bSkipping = true;
@@ -119,7 +119,7 @@ bool CInput::TakeLine(std::string& sLine)
         {
             if (pEnd != nullptr && nLength > 0 && pStart[nLength - 1] == '\r')
                 --nLength;
-            sLine.assign(pStart, std::min(nLength, s_nLongestLine + 1));
+            sLine.assign(pStart, std::min(nLength, kLongestLine + 1));
             return true;
         }
         if (pEnd == nullptr)
@@ -146,9 +146,9 @@ CInput::EFill CInput::Fill()
     if (m_pInflater != nullptr)
         return FillCompressed();
     const std::size_t nKept = m_sBlock.size();
-    m_sBlock.resize(nKept + c_nBlock);
+    m_sBlock.resize(nKept + kBlock);
     std::size_t nRead = 0;
-    CInputFile::ERead read = ReadBlock(m_sBlock.data() + nKept, c_nBlock, nRead);
+    CInputFile::ERead read = ReadBlock(m_sBlock.data() + nKept, kBlock, nRead);
     m_sBlock.resize(nKept + nRead);
     if (read == CInputFile::ERead::Data)
         return EFill::More;
@@ -172,7 +172,7 @@ bool CInput::IsMoreAfterEnd()
 {
     if (!m_bWait)
         return false;
-    if (CStop::Wait(c_nPollMs))
+    if (CStop::Wait(kPollMs))
         return false;
     const std::uint64_t nSize = m_File.Size();
     if (nSize > m_nPosition)
@@ -200,11 +200,11 @@ CInput::EFill CInput::FillCompressed()
 {
     z_stream& stream = m_pInflater->m_Stream;
     const std::size_t nKept = m_sBlock.size();
-    m_sBlock.resize(nKept + c_nBlock);
+    m_sBlock.resize(nKept + kBlock);
     stream.next_out = reinterpret_cast<Bytef*>(m_sBlock.data() + nKept);
-    stream.avail_out = static_cast<uInt>(c_nBlock);
+    stream.avail_out = static_cast<uInt>(kBlock);
     int iResult = Z_OK;
-    while (stream.avail_out == c_nBlock && iResult == Z_OK)
+    while (stream.avail_out == kBlock && iResult == Z_OK)
     {
         if (stream.avail_in == 0)
         {
@@ -219,7 +219,7 @@ CInput::EFill CInput::FillCompressed()
         if (iResult == Z_STREAM_END) // another member may follow
             iResult = inflateReset(&stream);
     }
-    m_sBlock.resize(nKept + c_nBlock - stream.avail_out);
+    m_sBlock.resize(nKept + kBlock - stream.avail_out);
     if (m_sBlock.size() > nKept)
         return EFill::More;
     if (iResult != Z_OK || stream.total_in != 0)

@@ -16,7 +16,7 @@ public:
         End   ///< or the request to end, or a failure
     };
     /// Longer ones are cut here: no line makes the service grow.
-    static constexpr std::size_t s_nLongestLine = 65536;
+    static constexpr std::size_t kLongestLine = 65536;
 
     CInput();
     ~CInput();

@@ -113,7 +113,7 @@ bool CPackageLineReader::ReadTime(std::string_view sLine, COrvTime& time)
 
 bool CPackageLineReader::Read(std::string_view sLine, CPackageEvent& event, std::string& sReason)
 {
-    if (sLine.size() > CInput::s_nLongestLine)
+    if (sLine.size() > CInput::kLongestLine)
         return sReason = "line too long", false;
     if (sLine.find('\0') != sLine.npos)
         return sReason = "a zero byte in the line", false;
@@ -149,8 +149,8 @@ unsigned CEventOrder::Next(const COrvTime& time)
     m_iNewest = std::max(m_iNewest, iTime);
     if (m_Counts.size() >= m_nForgetAt)
     {
-        std::erase_if(m_Counts, [&](const auto& entry) { return entry.first < m_iNewest - s_iKeptSeconds; });
-        m_nForgetAt = m_Counts.size() + s_nForgetStep;
+        std::erase_if(m_Counts, [&](const auto& entry) { return entry.first < m_iNewest - kKeptSeconds; });
+        m_nForgetAt = m_Counts.size() + kForgetStep;
     }
     return ++m_Counts[iTime];
 }

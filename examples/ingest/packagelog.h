@@ -47,10 +47,10 @@ public:
 private:
     std::unordered_map<int, unsigned> m_Counts;
     int m_iNewest = 0;
-    std::size_t m_nForgetAt = s_nForgetStep;
+    std::size_t m_nForgetAt = kForgetStep;
 
-    static constexpr int s_iKeptSeconds = 25 * 60 * 60;
-    static constexpr std::size_t s_nForgetStep = 100000;
+    static constexpr int kKeptSeconds = 25 * 60 * 60;
+    static constexpr std::size_t kForgetStep = 100000;
 };
 
 /// The name under which a log's events are stored: the file's, without what rotation appends to it (".1",

@@ -13,7 +13,7 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t c_nDaysInTable = 14;
+constexpr std::size_t kDaysInTable = 14;
 
 std::string DayOf(int iTime)
 {
@@ -99,7 +99,7 @@ std::string ReportTable(const CReport& report)
     for (const std::string& sAction : report.m_Actions)
         cell(sAction, 7);
     sTable += '\n';
-    const std::size_t nSkipped = report.m_Days.size() - std::min(report.m_Days.size(), c_nDaysInTable);
+    const std::size_t nSkipped = report.m_Days.size() - std::min(report.m_Days.size(), kDaysInTable);
     for (auto it = std::next(report.m_Days.begin(), static_cast<std::ptrdiff_t>(nSkipped));
          it != report.m_Days.end(); ++it)
     {

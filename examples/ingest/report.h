@@ -26,7 +26,7 @@ struct CReport
         std::string m_sExample;
     };
     /// Milliseconds below 1, 2, 4, 8 and so on; the last one takes the rest.
-    static constexpr std::size_t s_nBuckets = 16;
+    static constexpr std::size_t kBuckets = 16;
 
     std::uint64_t m_nEvents = 0;
     std::set<std::string> m_Actions;
@@ -34,7 +34,7 @@ struct CReport
 
     std::uint64_t m_nSucceeded = 0;
     std::uint64_t m_nFailed = 0;
-    std::array<std::uint64_t, s_nBuckets> m_Milliseconds = {};
+    std::array<std::uint64_t, kBuckets> m_Milliseconds = {};
     std::map<std::string, CFailures> m_Failures; ///< by SQL state and the database's own number
     std::vector<CStatement> m_Slowest;           ///< the slowest first
     std::vector<CStatement> m_LastFailed;        ///< the latest last

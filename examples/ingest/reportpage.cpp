@@ -7,7 +7,7 @@
 namespace
 {
 
-constexpr const char* c_sHead =
+constexpr const char* kHead =
     R"(<!DOCTYPE html>
 <html lang="en">
 <head>
@@ -31,7 +31,7 @@ pre { margin: 0; white-space: pre-wrap; overflow-wrap: anywhere; font-size: 12px
 <h1>Package events and their statements</h1>
 )";
 
-constexpr const char* c_sCharts =
+constexpr const char* kCharts =
     R"(<div class="charts">
 <div class="wide"><canvas id="events"></canvas></div>
 <div><canvas id="milliseconds"></canvas></div>
@@ -39,7 +39,7 @@ constexpr const char* c_sCharts =
 </div>
 )";
 
-constexpr const char* c_sScript =
+constexpr const char* kScript =
     R"(
 Chart.defaults.animation = false;
 Chart.defaults.maintainAspectRatio = false;
@@ -99,16 +99,16 @@ std::string List(const Range& range, Each each)
     return sResult + ']';
 }
 
-constexpr const char* c_sDash = "\xE2\x80\x93";
+constexpr const char* kDash = "\xE2\x80\x93";
 
 std::string Buckets()
 {
     std::string sResult = "[\"0\"";
-    for (std::size_t i = 1; i < CReport::s_nBuckets; ++i)
+    for (std::size_t i = 1; i < CReport::kBuckets; ++i)
     {
         const std::string sFrom = std::to_string(1 << (i - 1));
-        const bool bLast = i + 1 == CReport::s_nBuckets;
-        const std::string sTo = bLast ? " and more" : i == 1 ? "" : c_sDash + std::to_string((1 << i) - 1);
+        const bool bLast = i + 1 == CReport::kBuckets;
+        const std::string sTo = bLast ? " and more" : i == 1 ? "" : kDash + std::to_string((1 << i) - 1);
         sResult += ",\"" + sFrom + sTo + '"';
     }
     return sResult + ']';
@@ -158,7 +158,7 @@ std::string ReportPage(const CReport& report)
     const std::string sFacts = "<p>" + std::to_string(report.m_nEvents) + " events are stored. " +
                                std::to_string(report.m_nSucceeded) + " statements succeeded and " +
                                std::to_string(report.m_nFailed) + " failed.</p>\n";
-    std::string sPage = c_sHead + sFacts + c_sCharts + Tables(report) + "<script>\n";
+    std::string sPage = kHead + sFacts + kCharts + Tables(report) + "<script>\n";
     sPage.append(reinterpret_cast<const char*>(g_ChartLibrary), g_nChartLibrary);
-    return sPage + "\n</script>\n<script>\n" + Data(report) + c_sScript + "</script>\n</body>\n</html>\n";
+    return sPage + "\n</script>\n<script>\n" + Data(report) + kScript + "</script>\n</body>\n</html>\n";
 }

@@ -15,8 +15,8 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr unsigned c_nOptions = lqlErrors | lqlWarnings | lqlInformation | lqlSQL | lqlThreadId;
-constexpr unsigned c_nPatienceMs = 2000; // with a file that does not grow
+constexpr unsigned kOptions = lqlErrors | lqlWarnings | lqlInformation | lqlSQL | lqlThreadId;
+constexpr unsigned kPatienceMs = 2000; // with a file that does not grow
 
 LQComErrorData ToErrorData(const CSqlOutcome& outcome)
 {
@@ -48,7 +48,7 @@ bool CStatementLog::Open(const fs::path& folder, std::string& sError)
     m_nOffset = fs::file_size(m_File, error);
     const std::string sPrefix = "ingest[" + std::to_string(ProcessNumber()) + ']';
     m_sHead = "> " + sPrefix + ' ';
-    if (!m_Log.InitFileLog(m_sFormat, c_nOptions, COrvStr(sPrefix.c_str())))
+    if (!m_Log.InitFileLog(m_sFormat, kOptions, COrvStr(sPrefix.c_str())))
         return sError = "cannot open the log " + ToUTF8(m_File), false;
     m_Log.SetFileOption(lqfUTF8, 1); // what was stored, in whatever locale
     return true;
@@ -81,7 +81,7 @@ void CStatementLog::Close()
     CountArrived();
     do
         nBefore = m_nCounted;
-    while (!m_Log.Flush(c_nPatienceMs) && (CountArrived(), m_nCounted > nBefore));
+    while (!m_Log.Flush(kPatienceMs) && (CountArrived(), m_nCounted > nBefore));
     m_Log.ReleaseLog();
     CountArrived();
 }

@@ -8,11 +8,11 @@
 namespace
 {
 
-constexpr unsigned c_nRefusedInRow = 100;
-constexpr unsigned c_nLosses = 3;     // of the connection by one batch or statement
-constexpr unsigned c_nConflicts = 10; // of one statement with other sessions'
-constexpr unsigned c_nFirstPauseMs = 100;
-constexpr unsigned c_nLongestPauseMs = 2000;
+constexpr unsigned kRefusedInRow = 100;
+constexpr unsigned kLosses = 3;     // of the connection by one batch or statement
+constexpr unsigned kConflicts = 10; // of one statement with other sessions'
+constexpr unsigned kFirstPauseMs = 100;
+constexpr unsigned kLongestPauseMs = 2000;
 
 std::string Describe(const CSqlOutcome& outcome)
 {
@@ -34,7 +34,7 @@ void CWorker::Store(const CBatch& batch)
 {
     Build(batch);
     EResult result = batch.size() == 1 ? EResult::Refused : EResult::Lost;
-    for (unsigned nTry = 0; nTry < c_nLosses && result == EResult::Lost; ++nTry)
+    for (unsigned nTry = 0; nTry < kLosses && result == EResult::Lost; ++nTry)
     {
         if (m_Run.IsGivenUp() || (nTry > 0 && !Reconnect()))
         {
@@ -85,11 +85,11 @@ void CWorker::CheckPlace(const CPackageEvent& event, CSqlOutcome& outcome)
         outcome = counted;
     else if (!bThere)
     {
-        constexpr const char* c_sReason =
+        constexpr const char* kReason =
             "another event is stored in this place: is it another log of that name?";
         outcome.m_bOk = false;
         outcome.m_sState = "23000";
-        outcome.m_sMessage.m_sNarrow = c_sReason;
+        outcome.m_sMessage.m_sNarrow = kReason;
     }
 }
 
@@ -122,7 +122,7 @@ void CWorker::StoreAlone(const CBatch& batch)
     for (std::size_t i = 0; i < batch.size(); ++i)
     {
         EResult result = EResult::Lost;
-        for (unsigned nTry = 0; nTry < c_nLosses && result == EResult::Lost; ++nTry)
+        for (unsigned nTry = 0; nTry < kLosses && result == EResult::Lost; ++nTry)
         {
             if (m_Run.IsGivenUp() || (nTry > 0 && !Reconnect()))
             {
@@ -141,7 +141,7 @@ CWorker::EResult CWorker::TryAlone(std::size_t i)
     if (!automatic.m_bOk)
         return m_Done[i] = {automatic, 0}, Judge(automatic);
     EResult result = EResult::Refused;
-    for (unsigned nTry = 0; nTry < c_nConflicts; ++nTry)
+    for (unsigned nTry = 0; nTry < kConflicts; ++nTry)
     {
         m_Done[i] = Execute(i);
         result = Judge(m_Done[i].m_Outcome);
@@ -162,7 +162,7 @@ CWorker::EResult CWorker::TryAlone(std::size_t i)
 /// Counts refusals in a row. After too many the session is opened anew, in case that it is what is broken.
 bool CWorker::IsWorthAnotherSession()
 {
-    return ++m_Run.m_nRefusedInRow == c_nRefusedInRow && Reconnect();
+    return ++m_Run.m_nRefusedInRow == kRefusedInRow && Reconnect();
 }
 
 void CWorker::Record(std::size_t i, const CDone& done, std::size_t nLine)
@@ -184,7 +184,7 @@ void CWorker::Record(std::size_t i, const CDone& done, std::size_t nLine)
 bool CWorker::Reconnect()
 {
     const auto giveUpAt = CClock::now() + std::chrono::seconds(m_Run.m_nRetrySeconds);
-    unsigned nPauseMs = c_nFirstPauseMs;
+    unsigned nPauseMs = kFirstPauseMs;
     COrvStr sError;
     while (!m_Run.IsGivenUp())
     {
@@ -194,7 +194,7 @@ bool CWorker::Reconnect()
             m_Run.GiveUp("given up: the connection is lost and does not come back: " + ToUTF8(sError));
         else if (CStop::Wait(nPauseMs))
             return false;
-        nPauseMs = std::min(2 * nPauseMs, c_nLongestPauseMs);
+        nPauseMs = std::min(2 * nPauseMs, kLongestPauseMs);
     }
     return false;
 }

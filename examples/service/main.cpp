@@ -8,11 +8,11 @@
 namespace
 {
 
-constexpr const char* c_sUsage = "Usage: intake run [NAME]         in this terminal, until Ctrl-C\n"
-                                 "       intake service [NAME]     as a service of systemd or Windows\n"
-                                 "       intake install [NAME]     makes the service, on Windows\n"
-                                 "       intake uninstall [NAME]   removes it\n"
-                                 "NAME is the service's and its settings'; Intake unless given.\n";
+constexpr const char* kUsage = "Usage: intake run [NAME]         in this terminal, until Ctrl-C\n"
+                               "       intake service [NAME]     as a service of systemd or Windows\n"
+                               "       intake install [NAME]     makes the service, on Windows\n"
+                               "       intake uninstall [NAME]   removes it\n"
+                               "NAME is the service's and its settings'; Intake unless given.\n";
 
 /// From its first line to the last one in the log; an exception that comes here ends the process, and the log
 /// tells.
@@ -33,6 +33,6 @@ int main(int argc, char** argv)
         argc == 2 || argc == 3 ? RunHosted(argv[1], argc == 3 ? argv[2] : "Intake", Serve) : -1;
     if (iExitCode >= 0)
         return iExitCode;
-    std::fputs(c_sUsage, stderr);
+    std::fputs(kUsage, stderr);
     return 2;
 }

@@ -35,7 +35,7 @@ constexpr std::size_t CountDigits(unsigned n)
 
 /// A number in decimal.
 template <unsigned N>
-inline constexpr auto DecimalText = [] {
+inline constexpr auto kDecimalText = [] {
     CFixedText<CountDigits(N) + 1> result;
     unsigned nRest = N;
     for (std::size_t i = CountDigits(N); i > 0; nRest /= 10)

@@ -12,7 +12,7 @@ struct LQSrcLocation
 
 /// The current position.
 #define LQ_SRC_LOCATION \
-    (::LQSrcLocation{::OCT::SourceNameW<::OCT::CSourceStem<WCHAR>(__FILE__)>, \
+    (::LQSrcLocation{::OCT::kSourceNameW<::OCT::CSourceStem<WCHAR>(__FILE__)>, \
                      static_cast<unsigned>(__LINE__)})
 
 /// Throws `CLQMemoryExcept` (E_OUTOFMEMORY, the generic message of `lqeMemory`) through the library's throw

@@ -120,7 +120,7 @@ public:
     unsigned Add() { return InsertAt(m_iSize, 1, nullptr); }
     unsigned Add(const T& value)
     {
-        if constexpr (Treat::PlainElements)
+        if constexpr (Treat::kPlainElements)
             return InsertPlain(m_iSize, value);
         else
             return InsertAt(m_iSize, 1, &value);
@@ -131,7 +131,7 @@ public:
     T& AddR(const T& value) { return Item(Add(value)); }
     unsigned InsertAt(unsigned idx, const T& value)
     {
-        if constexpr (Treat::PlainElements)
+        if constexpr (Treat::kPlainElements)
             return InsertPlain(idx, value);
         else
             return InsertAt(idx, 1, &value);
@@ -215,7 +215,7 @@ private:
 
     /// As InsertAt, mostly inline. The value is passed on by value, so that the caller may hold it in a
     /// register and moving the elements does not change it.
-    unsigned InsertPlain(unsigned idx, T value) requires(Treat::PlainElements)
+    unsigned InsertPlain(unsigned idx, T value) requires(Treat::kPlainElements)
     {
         const unsigned nOld = m_iSize;
         const bool bRoom =

@@ -45,7 +45,7 @@ class CSimpleMarrayTreat
 public:
     /// What the array asks of its treat.
     using ElementType = T;
-    static constexpr bool PlainElements = true;
+    static constexpr bool kPlainElements = true;
 
     /// Brings storage to \p nNewSize elements; new slots are zero only with \p bZeroFill, and only when they
     /// come with a new block.
@@ -107,7 +107,7 @@ public:
     static bool HasRoom(unsigned iSize) noexcept
     {
         const bool bPowerOfTwo = (iSize & (iSize - 1)) == 0; // not has_single_bit: a call on plain x86
-        return !bPowerOfTwo || (iSize < MinCapacity && iSize != 0);
+        return !bPowerOfTwo || (iSize < kMinCapacity && iSize != 0);
     }
 
     /// Takes the storage of another array over, with the elements in it; null for none.
@@ -138,18 +138,18 @@ protected:
     }
 
 private:
-    static constexpr unsigned MinCapacity = std::bit_ceil((std::max)(Grow, 1U));
-    static constexpr unsigned MaxCapacity = 0x80000000; // the greatest that can be counted
+    static constexpr unsigned kMinCapacity = std::bit_ceil((std::max)(Grow, 1U));
+    static constexpr unsigned kMaxCapacity = 0x80000000; // the greatest that can be counted
 
     static std::uint64_t Capacity(std::uint64_t nCount) noexcept
     {
-        return nCount <= MinCapacity ? MinCapacity : std::bit_ceil(nCount);
+        return nCount <= kMinCapacity ? kMinCapacity : std::bit_ceil(nCount);
     }
 
     static void Reallocate(std::uint64_t nNewSize, std::uint64_t nCapacity, unsigned& iSize, T*& pElement)
     {
         if (void* const pBlock =
-                nCapacity <= MaxCapacity ? Alloc::Realloc(pElement, nCapacity * sizeof(T)) : nullptr)
+                nCapacity <= kMaxCapacity ? Alloc::Realloc(pElement, nCapacity * sizeof(T)) : nullptr)
         {
             pElement = static_cast<T*>(pBlock);
             return;
@@ -177,7 +177,7 @@ class CMarrayTreat : public CSimpleMarrayTreat<T, Alloc, Grow>
 
 public:
     /// Elements are objects.
-    static constexpr bool PlainElements = false;
+    static constexpr bool kPlainElements = false;
 
     /// Constructs all or none.
     static void CreateElement(unsigned fromIdx, unsigned iCount, unsigned iSize, T* pElement)
@@ -230,7 +230,7 @@ public:
         if (nNewSize == iSize)
             return;
         if (pElement != nullptr && pElement != Buffer())
-            Base::AllocArray(nNewSize, iSize, pElement, Base::PlainElements);
+            Base::AllocArray(nNewSize, iSize, pElement, Base::kPlainElements);
         else if (nNewSize <= FixedSize)
             StayInside(static_cast<unsigned>(nNewSize), iSize, pElement);
         else
@@ -284,7 +284,7 @@ private:
         pElement = nullptr;
         try
         {
-            Base::AllocArray(nNewSize, iSize, pElement, Base::PlainElements);
+            Base::AllocArray(nNewSize, iSize, pElement, Base::kPlainElements);
         }
         catch (...)
         {

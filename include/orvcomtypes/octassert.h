@@ -31,10 +31,10 @@ struct CSourceStem
 
 /// Static storage for a stem, shared by every use in one program.
 template <CSourceStem<char> Stem>
-inline constexpr const char* SourceName = Stem.m_sText;
+inline constexpr const char* kSourceName = Stem.m_sText;
 /// The same as wide text.
 template <CSourceStem<WCHAR> Stem>
-inline constexpr const WCHAR* SourceNameW = Stem.m_sText;
+inline constexpr const WCHAR* kSourceNameW = Stem.m_sText;
 
 } // namespace OCT
 
@@ -44,7 +44,7 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL OrvReportAssertion(const char* sSource, int i
                                                       const char* sCondition, std::uint32_t nValue) noexcept;
 
 /// The stem of the current file as narrow text with static storage.
-#define ORV_SOURCE_NAME (::OCT::SourceName<::OCT::CSourceStem<char>(__FILE__)>)
+#define ORV_SOURCE_NAME (::OCT::kSourceName<::OCT::CSourceStem<char>(__FILE__)>)
 
 /// Reports on behalf of source \p source.
 #define ORV_REPORT_FROM(source, function, condition, value) \

@@ -27,10 +27,10 @@
 /// Units: \p cchDest and the length are code units; \p cchDest counts the terminator, which is always
 ///   written, the length does not. \p cbData is bytes.
 ///
-///     WCHAR sText[COLEDBConvert::MaxNumberText];
+///     WCHAR sText[COLEDBConvert::kMaxNumberText];
 ///     unsigned nLen = 0;
 ///     const DB_NUMERIC price = {5, 2, 1, {0x39, 0x30}};
-///     if (COLEDBConvert::ConvertToStr(DBTYPE_NUMERIC, &price, sText, COLEDBConvert::MaxNumberText, nLen) ==
+///     if (COLEDBConvert::ConvertToStr(DBTYPE_NUMERIC, &price, sText, COLEDBConvert::kMaxNumberText, nLen) ==
 ///         DBSTATUS_S_OK)
 ///         Show(sText, nLen); // 123.45
 #pragma once
@@ -43,12 +43,12 @@ class ORV_API COLEDBConvert
 {
 public:
     /// The size of text that is measured by its terminator.
-    static constexpr unsigned Terminated = 0xFFFFFFFF;
+    static constexpr unsigned kTerminated = 0xFFFFFFFF;
     /// Room for the text of every type but strings.
-    static constexpr unsigned MaxNumberText = 48;
+    static constexpr unsigned kMaxNumberText = 48;
 
     /// Writes the value at \p pData as text of \p nLen units to \p sDest. \p cbData is the size of a
     /// `DBTYPE_STR` or `DBTYPE_WSTR`, which also ends at a terminator; other types have a size of their own.
     static DBSTATUS ConvertToStr(DBTYPE wType, const void* pData, WCHAR* sDest, unsigned cchDest,
-                                 unsigned& nLen, unsigned cbData = Terminated) noexcept;
+                                 unsigned& nLen, unsigned cbData = kTerminated) noexcept;
 };

@@ -31,9 +31,9 @@ class ORV_API COrvDBStr
 {
 public:
     /// What drivers say instead of a length.
-    static constexpr std::int64_t NullValue = -1;
+    static constexpr std::int64_t kNullValue = -1;
     /// As a length: up to the terminator.
-    static constexpr std::int64_t Terminated = -3;
+    static constexpr std::int64_t kTerminated = -3;
 
     /// NULL.
     COrvDBStr() noexcept : m_pStr(ORVS_GetDefaultEmptyString()), m_bNull(true) {}
@@ -67,8 +67,8 @@ public:
     /// The size of the buffer, the terminator's place included.
     std::int64_t GetBufferBytes() const { return ORVS_GetAllocLen(m_pStr); }
     /// Ends the text behind the \p cbValue bytes that the driver has, at a terminator before that, or at the
-    /// end of the buffer. `NullValue`: NULL. Other negative numbers: at the terminator. False when the buffer
-    /// does not hold all: the driver has more, or does not know how much.
+    /// end of the buffer. `kNullValue`: NULL. Other negative numbers: at the terminator. False when the
+    /// buffer does not hold all: the driver has more, or does not know how much.
     bool SetLength(std::int64_t cbValue);
 
 private:

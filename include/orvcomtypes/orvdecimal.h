@@ -36,9 +36,9 @@ class ORV_API COrvDecimal
 {
 public:
     /// The most decimal places.
-    static constexpr unsigned MaxScale = 28;
+    static constexpr unsigned kMaxScale = 28;
     /// Room for any text with its terminator.
-    static constexpr unsigned MaxText = 32;
+    static constexpr unsigned kMaxText = 32;
 
     COrvDecimal() noexcept : m_dec{} {}
     /// Any integer, exactly.

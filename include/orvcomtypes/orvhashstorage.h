@@ -28,7 +28,7 @@ namespace OCT
 ORV_API unsigned HashBucketCount(unsigned nCount, float fLoadFactor) noexcept;
 
 /// Fewer buckets than this are a small table.
-constexpr unsigned SmallHashBuckets = 2000;
+constexpr unsigned kSmallHashBuckets = 2000;
 
 /// The remainder by a divisor above 1 that is not a power of two, by multiplication. With s = 32 + floor(log2
 /// d), one of the multipliers that enclose 2^s / d is near enough for every 32-bit value, the lower one with
@@ -187,7 +187,7 @@ private:
     TItem FindIn(const CNode& head, TKey key, void* pContext) const noexcept
     {
         const CNode* pNode = &head;
-        if (m_nBuckets >= SmallHashBuckets)
+        if (m_nBuckets >= kSmallHashBuckets)
             pNode += head.nNext & -static_cast<int>(!Holds(head, key, pContext));
         do
         {
@@ -239,7 +239,7 @@ private:
     /// Buckets, then spare nodes.
     static unsigned SlotCount(unsigned nBuckets) noexcept
     {
-        return nBuckets < SmallHashBuckets ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
+        return nBuckets < kSmallHashBuckets ? nBuckets + nBuckets / 2 : nBuckets + nBuckets / 5;
     }
 
     static std::uint64_t BlockBytes(unsigned nSlots) noexcept

@@ -129,10 +129,10 @@ class ORV_API COrvSQLStr : public COrvLongStrBase
 {
 public:
     /// Units that a statement has room for at first: most fit.
-    static constexpr unsigned DefaultReserve = 1024;
+    static constexpr unsigned kDefaultReserve = 1024;
 
     /// An empty statement.
-    explicit COrvSQLStr(unsigned nReserve = DefaultReserve);
+    explicit COrvSQLStr(unsigned nReserve = kDefaultReserve);
     /// Without the reserve.
     explicit COrvSQLStr(const WCHAR* s);
     COrvSQLStr(const COrvSQLStr& sql) = default;

@@ -67,7 +67,7 @@ inline constexpr double SECONDSPERDAY_INDATE = 86400.0; ///< the unit of a DATE
 class ORV_API COrvTimeDiff
 {
 public:
-    constexpr COrvTimeDiff() noexcept : m_iSpan(INVALID) {}
+    constexpr COrvTimeDiff() noexcept : m_iSpan(kInvalid) {}
     /// Any number of seconds; 0x80000000 is the invalid span.
     constexpr COrvTimeDiff(int iSeconds) noexcept : m_iSpan(iSeconds) {}
 
@@ -103,10 +103,10 @@ public:
     int GetTimeDiff() const noexcept { return m_iSpan; }
     int GetInSecond() const noexcept { return m_iSpan; }
     void SetTimeDiff(int iSeconds) noexcept { m_iSpan = iSeconds; }
-    void Reset() noexcept { m_iSpan = INVALID; }
+    void Reset() noexcept { m_iSpan = kInvalid; }
 
     /// Whether it is a span at all.
-    bool IsValid() const noexcept { return m_iSpan != INVALID; }
+    bool IsValid() const noexcept { return m_iSpan != kInvalid; }
     /// Whether it is zero, or not: of the difference between two times, whether they are equal.
     bool IsEqual() const noexcept { return m_iSpan == 0; }
     bool IsDifferent() const noexcept { return m_iSpan != 0; }
@@ -144,7 +144,7 @@ public:
     }
 
 private:
-    static constexpr int INVALID = -0x7FFFFFFF - 1;
+    static constexpr int kInvalid = -0x7FFFFFFF - 1;
 
     static int Scale(int n, unsigned nUnit) noexcept
     {

@@ -202,7 +202,7 @@ private:
     static constexpr CPlexLayout kLayout = CPlexLayout::Of<T>(N);
 
     static constexpr auto kTypeName =
-        JoinTexts("OCT::CPlexAlloc<", CPlexTypeName<T>::kText.m_sText, ",", DecimalText<N>.m_sText, ",",
+        JoinTexts("OCT::CPlexAlloc<", CPlexTypeName<T>::kText.m_sText, ",", kDecimalText<N>.m_sText, ",",
                   CPlexTypeName<Lock>::kText.m_sText, ">");
     static constexpr auto kGetFreeItem = JoinTexts(kTypeName.m_sText, "::GetFreeItem");
     static constexpr auto kFreeItem = JoinTexts(kTypeName.m_sText, "::FreeItem");

@@ -51,11 +51,11 @@ public:
     operator const char*() const { return m_p; }
 
 private:
-    static constexpr unsigned c_nInline = 1024;
+    static constexpr unsigned kInline = 1024;
 
-    char m_sz[c_nInline];
+    char m_sz[kInline];
     char* m_p = m_sz;
-    unsigned m_nCapacity = c_nInline;
+    unsigned m_nCapacity = kInline;
 };
 
 /// The wide form of UTF-8 text.
@@ -75,9 +75,9 @@ public:
     operator const WCHAR*() const { return m_p; }
 
 private:
-    static constexpr unsigned c_nInline = 1024;
+    static constexpr unsigned kInline = 1024;
 
-    WCHAR m_sz[c_nInline];
+    WCHAR m_sz[kInline];
     WCHAR* m_p = m_sz;
-    unsigned m_nCapacity = c_nInline;
+    unsigned m_nCapacity = kInline;
 };

@@ -16,12 +16,12 @@
 class CZonePeriods
 {
 public:
-    static constexpr std::int64_t DAY = 86400;
-    static constexpr std::int64_t FIRST = -(70 * 365 + 17) * DAY; // 1900-01-01
-    static constexpr std::int64_t LAST = (70 * 365 + 17) * DAY;   // 2039-12-31
+    static constexpr std::int64_t kDay = 86400;
+    static constexpr std::int64_t kFirst = -(70 * 365 + 17) * kDay; // 1900-01-01
+    static constexpr std::int64_t kLast = (70 * 365 + 17) * kDay;   // 2039-12-31
 
     /// \p nOffset is in force before the first change.
-    explicit CZonePeriods(LONG nOffset) { m_periods.push_back({-EVER, -EVER, nOffset}); }
+    explicit CZonePeriods(LONG nOffset) { m_periods.push_back({-kEver, -kEver, nOffset}); }
 
     /// The next change, in the order of time: a moment, and the wall-clock time from which on a local time is
     /// read with the new offset.
@@ -46,27 +46,27 @@ private:
 
     LONG Find(std::int64_t n, std::int64_t Period::*start) const noexcept
     {
-        const auto nSlot = static_cast<std::size_t>((std::clamp(n, FIRST, LAST) - FIRST) >> SLOT_BITS);
+        const auto nSlot = static_cast<std::size_t>((std::clamp(n, kFirst, kLast) - kFirst) >> kSlotBits);
         const Period* pPeriod = m_periods.data() + m_firstOfSlot[nSlot];
         while (n >= pPeriod[1].*start)
             ++pPeriod;
         return pPeriod->m_nOffset;
     }
 
-    static constexpr std::int64_t EVER = std::numeric_limits<std::int64_t>::max();
-    static constexpr int SLOT_BITS = 22;
+    static constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::max();
+    static constexpr int kSlotBits = 22;
 
     std::vector<Period> m_periods; // ends with a guard that never begins
-    std::array<std::uint16_t, ((LAST - FIRST) >> SLOT_BITS) + 1> m_firstOfSlot{};
+    std::array<std::uint16_t, ((kLast - kFirst) >> kSlotBits) + 1> m_firstOfSlot{};
 };
 
 inline void CZonePeriods::Finish()
 {
-    Add(EVER, EVER, LastOffset());
+    Add(kEver, kEver, LastOffset());
     // Two days early, so that the entry serves wall-clock times too.
     for (std::size_t i = 0; i < m_firstOfSlot.size(); ++i)
     {
-        const std::int64_t nUtc = FIRST + (static_cast<std::int64_t>(i) << SLOT_BITS) - 2 * DAY;
+        const std::int64_t nUtc = kFirst + (static_cast<std::int64_t>(i) << kSlotBits) - 2 * kDay;
         const auto next = std::ranges::upper_bound(m_periods, nUtc, {}, &Period::m_nUtc);
         m_firstOfSlot[i] = static_cast<std::uint16_t>(next - m_periods.begin() - 1);
     }

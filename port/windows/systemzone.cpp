@@ -3,12 +3,12 @@
 namespace
 {
 
-constexpr LONGLONG g_nTicksPerSecond = 10000000;
-constexpr LONGLONG g_nEpochTicks = 116444736000000000;
+constexpr LONGLONG kTicksPerSecond = 10000000;
+constexpr LONGLONG kEpochTicks = 116444736000000000;
 
 bool ToFields(LONGLONG nSeconds, SYSTEMTIME& st) noexcept
 {
-    const auto nTicks = static_cast<ULONGLONG>(nSeconds * g_nTicksPerSecond + g_nEpochTicks);
+    const auto nTicks = static_cast<ULONGLONG>(nSeconds * kTicksPerSecond + kEpochTicks);
     const FILETIME ft = {static_cast<DWORD>(nTicks), static_cast<DWORD>(nTicks >> 32)};
     return FileTimeToSystemTime(&ft, &st) != 0;
 }
@@ -20,7 +20,7 @@ bool ToSeconds(const SYSTEMTIME& st, LONGLONG& nSeconds) noexcept
         return false;
     const auto nTicks =
         static_cast<LONGLONG>(static_cast<ULONGLONG>(ft.dwHighDateTime) << 32 | ft.dwLowDateTime);
-    nSeconds = (nTicks - g_nEpochTicks) / g_nTicksPerSecond;
+    nSeconds = (nTicks - kEpochTicks) / kTicksPerSecond;
     return true;
 }
 
@@ -31,7 +31,7 @@ LONG OffsetBy(Convert convert, LONGLONG nFrom, int iSign) noexcept
     SYSTEMTIME st;
     LONGLONG nTo;
     if (!ToFields(nFrom, st) || !convert(nullptr, &st, &st) || !ToSeconds(st, nTo))
-        return PORT_NO_OFFSET;
+        return kPortNoOffset;
     return static_cast<LONG>(nTo - nFrom) * iSign;
 }
 

@@ -13,7 +13,7 @@ struct KeyName
 
 #define ORVTEXT(text) L##text
 
-constexpr KeyName g_names[] = {
+constexpr KeyName kNames[] = {
 #include "zonekeynames.inc"
 };
 
@@ -44,7 +44,7 @@ bool HasId(std::string_view sIds, std::wstring_view sZone)
 
 const WCHAR* PortZoneKeyName(const WCHAR* sZone) noexcept
 {
-    for (const KeyName& name : g_names)
+    for (const KeyName& name : kNames)
         if (HasId(name.m_sIds, sZone))
             return name.m_sName;
     return nullptr;

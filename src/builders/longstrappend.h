@@ -67,11 +67,11 @@ inline void COrvLongStrBase::AppendUnit(WCHAR c)
 template <unsigned nMinRoom, class Int>
 inline void COrvLongStrBase::AppendDecimal(Int n)
 {
-    AppendAtMost<nMinRoom>(OCT::MaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
+    AppendAtMost<nMinRoom>(OCT::kMaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
 }
 
 template <unsigned nMinRoom>
 inline void COrvLongStrBase::AppendDouble(double d, int nDigits)
 {
-    AppendAtMost<nMinRoom>(OCT::MaxDoubleText, [=](WCHAR* p) { return OCT::PutDouble(p, d, nDigits); });
+    AppendAtMost<nMinRoom>(OCT::kMaxDoubleText, [=](WCHAR* p) { return OCT::PutDouble(p, d, nDigits); });
 }

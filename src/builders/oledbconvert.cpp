@@ -16,10 +16,10 @@ using OCT::ValueAt;
 namespace
 {
 
-constexpr BYTE c_nMaxDecimalScale = 28;
-constexpr BYTE c_nMaxNumericScale = 38;
-constexpr unsigned c_nCurrencyScale = 4;
-constexpr std::size_t c_nMaxCharBytes = 4; // no code page has longer characters
+constexpr BYTE kMaxDecimalScale = 28;
+constexpr BYTE kMaxNumericScale = 38;
+constexpr unsigned kCurrencyScale = 4;
+constexpr std::size_t kMaxCharBytes = 4; // no code page has longer characters
 
 /// The caller's buffer.
 class CTarget
@@ -69,7 +69,7 @@ private:
 template <class Int>
 DBSTATUS PutInt(const CTarget& target, const void* p) noexcept
 {
-    char sText[OCT::MaxIntText];
+    char sText[OCT::kMaxIntText];
     const char* const pEnd = OCT::PutDecimal(sText, ValueAt<Int>(p));
     return target.Put({sText, static_cast<std::size_t>(pEnd - sText)});
 }
@@ -78,7 +78,7 @@ DBSTATUS PutReal(const CTarget& target, double d, int nDigits) noexcept
 {
     if (!std::isfinite(d))
         return DBSTATUS_E_CANTCONVERTVALUE;
-    char sText[OCT::MaxDoubleText];
+    char sText[OCT::kMaxDoubleText];
     char* const pEnd = OCT::PutDouble(sText, d == 0 ? 0.0 : d, nDigits); // no "-0"
     std::replace(sText, pEnd, 'e', 'E');
     return target.Put({sText, static_cast<std::size_t>(pEnd - sText)});
@@ -86,7 +86,7 @@ DBSTATUS PutReal(const CTarget& target, double d, int nDigits) noexcept
 
 DBSTATUS PutScaled(const CTarget& target, const OCT::CWideInt& n, unsigned nScale, bool bNegative) noexcept
 {
-    char sText[OCT::MaxScaledText];
+    char sText[OCT::kMaxScaledText];
     const char* const pEnd = OCT::PutScaled(sText, n, nScale, bNegative);
     return target.Put({sText, static_cast<std::size_t>(pEnd - sText)});
 }
@@ -97,19 +97,19 @@ DBSTATUS PutCurrency(const CTarget& target, std::int64_t n) noexcept
     const std::uint64_t nMagnitude = n < 0 ? 0 - nBits : nBits;
     return PutScaled(target,
                      {{static_cast<std::uint32_t>(nMagnitude), static_cast<std::uint32_t>(nMagnitude >> 32)}},
-                     c_nCurrencyScale, n < 0);
+                     kCurrencyScale, n < 0);
 }
 
 DBSTATUS PutDecimal(const CTarget& target, const DECIMAL& dec) noexcept
 {
-    if (dec.scale > c_nMaxDecimalScale)
+    if (dec.scale > kMaxDecimalScale)
         return DBSTATUS_E_CANTCONVERTVALUE;
     return PutScaled(target, {{dec.Lo32, dec.Mid32, dec.Hi32}}, dec.scale, dec.sign != 0);
 }
 
 DBSTATUS PutNumeric(const CTarget& target, const DB_NUMERIC& numeric) noexcept
 {
-    if (numeric.scale > c_nMaxNumericScale)
+    if (numeric.scale > kMaxNumericScale)
         return DBSTATUS_E_CANTCONVERTVALUE;
     OCT::CWideInt n;
     for (std::size_t i = 0; i < sizeof numeric.val; ++i)
@@ -161,7 +161,7 @@ public:
     std::string_view View() const noexcept { return {m_sText, m_nLen}; }
 
 private:
-    char m_sText[COLEDBConvert::MaxNumberText] = {};
+    char m_sText[COLEDBConvert::kMaxNumberText] = {};
     std::size_t m_nLen = 0;
 };
 
@@ -253,7 +253,7 @@ DBSTATUS PutWide(const CTarget& target, const void* p, std::size_t cb) noexcept
 DBSTATUS PutNarrow(const CTarget& target, const char* p, std::size_t cb) noexcept
 {
     // More bytes than fit in any case need not be looked at.
-    const std::size_t nMax = c_nMaxCharBytes * (target.Room() + 1);
+    const std::size_t nMax = kMaxCharBytes * (target.Room() + 1);
     std::size_t n = 0;
     while (n < cb && n < nMax && p[n] != 0)
         ++n;
@@ -335,5 +335,5 @@ DBSTATUS COLEDBConvert::ConvertToStr(DBTYPE wType, const void* pData, WCHAR* sDe
     if (sDest == nullptr || cchDest == 0)
         return DBSTATUS_E_DATAOVERFLOW;
     return Put(CTarget(sDest, cchDest, nLen), wType, pData,
-               cbData != Terminated ? cbData : static_cast<std::size_t>(-1));
+               cbData != kTerminated ? cbData : static_cast<std::size_t>(-1));
 }

@@ -54,7 +54,7 @@ WCHAR* COrvDBStr::GetBuffer(unsigned nCch)
 
 bool COrvDBStr::SetLength(std::int64_t cbValue)
 {
-    if (cbValue == NullValue)
+    if (cbValue == kNullValue)
     {
         SetNull();
         return true;
@@ -71,7 +71,7 @@ bool COrvDBStr::SetLength(std::int64_t cbValue)
     const auto nLen = static_cast<std::size_t>(std::find(m_pStr, m_pStr + nMax, WCHAR{}) -
                                                m_pStr); // not beyond the buffer, as TextLength may look
     OCT::EndStr(m_pStr, nLen);
-    return cbValue < 0 ? cbValue == Terminated : nValue <= nRoom;
+    return cbValue < 0 ? cbValue == kTerminated : nValue <= nRoom;
 }
 
 // ---- The members of COrvStr that share the buffer; they stand here because the rooms below know none ----

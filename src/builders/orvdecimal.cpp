@@ -11,7 +11,7 @@ namespace
 
 using OCT::CWideInt;
 
-constexpr std::size_t c_nWords = 3;
+constexpr std::size_t kWords = 3;
 
 /// A number on the way to a decimal: its digits and scale may be too many.
 struct CExact
@@ -36,7 +36,7 @@ void RaiseScale(CExact& exact, std::int64_t nScale) noexcept
 
 /// Rounds to the most digits that fit and at most \p nMaxScale places. The digits that go are looked at once:
 /// rounding step by step would find ties where there are none.
-bool Pack(CExact exact, DECIMAL& dec, std::int64_t nMaxScale = COrvDecimal::MaxScale) noexcept
+bool Pack(CExact exact, DECIMAL& dec, std::int64_t nMaxScale = COrvDecimal::kMaxScale) noexcept
 {
     unsigned nLast = 0;
     bool bMore = exact.m_bMore;
@@ -46,7 +46,7 @@ bool Pack(CExact exact, DECIMAL& dec, std::int64_t nMaxScale = COrvDecimal::MaxS
         const bool bOdd = rounded.m_aWords[0] % 2 != 0;
         if (nLast > 5 || (nLast == 5 && (bMore || bOdd)))
             rounded.MultiplyAdd(1, 1);
-        if (exact.m_nScale <= nMaxScale && rounded.IsBelowWord(c_nWords))
+        if (exact.m_nScale <= nMaxScale && rounded.IsBelowWord(kWords))
         {
             dec = {};
             dec.Lo64 = std::uint64_t{rounded.m_aWords[1]} << 32 | rounded.m_aWords[0];
@@ -101,7 +101,7 @@ bool ReadSign(const WCHAR*& s) noexcept
 /// counts for rounding.
 void TakeDigit(CExact& exact, unsigned nDigit) noexcept
 {
-    constexpr std::size_t nFull = CWideInt::WordCount - 1;
+    constexpr std::size_t nFull = CWideInt::kWordCount - 1;
     if (exact.m_n.IsBelowWord(nFull))
         exact.m_n.MultiplyAdd(10, nDigit);
     else
@@ -151,9 +151,9 @@ bool ReadExponent(const WCHAR*& s, std::int64_t& nExponent) noexcept
 /// Brings the scale into the range where digits matter. False for overflow.
 bool Normalize(CExact& exact) noexcept
 {
-    constexpr std::int64_t nLowest = COrvDecimal::MaxScale + std::int64_t{CWideInt::MaxText} + 1;
+    constexpr std::int64_t nLowest = COrvDecimal::kMaxScale + std::int64_t{CWideInt::kMaxText} + 1;
     if (exact.m_n.IsZero())
-        exact.m_nScale = std::clamp<std::int64_t>(exact.m_nScale, 0, COrvDecimal::MaxScale);
+        exact.m_nScale = std::clamp<std::int64_t>(exact.m_nScale, 0, COrvDecimal::kMaxScale);
     exact.m_nScale = std::min(exact.m_nScale, nLowest); // 0 all the same
     for (; exact.m_nScale < 0; ++exact.m_nScale)
         if (exact.m_bMore || !exact.m_n.MultiplyAdd(10, 0))
@@ -180,7 +180,7 @@ bool GetWhole(const COrvDecimal& value, std::uint64_t& n) noexcept
 
 COrvDecimal::COrvDecimal(const DECIMAL& dec) noexcept : m_dec{}
 {
-    if (dec.scale > MaxScale)
+    if (dec.scale > kMaxScale)
         ORV_REPORT("COrvDecimal::COrvDecimal", "dec.scale > 28");
     else
         Pack(Unpack(dec), m_dec);
@@ -204,7 +204,7 @@ bool COrvDecimal::SetText(const WCHAR* s) noexcept
 
 COrvStr COrvDecimal::GetText() const
 {
-    char sText[OCT::MaxScaledText];
+    char sText[OCT::kMaxScaledText];
     COrvStr sResult;
     sResult.Copy(sText, PutText(sText, m_dec));
     return sResult;
@@ -212,7 +212,7 @@ COrvStr COrvDecimal::GetText() const
 
 unsigned COrvDecimal::CopyTo(WCHAR* sDest, unsigned cch) const noexcept
 {
-    char sText[OCT::MaxScaledText];
+    char sText[OCT::kMaxScaledText];
     const unsigned nLen = PutText(sText, m_dec);
     const unsigned nWritten = nLen < cch ? nLen : 0;
     std::copy(sText, sText + nWritten, sDest);
@@ -272,7 +272,7 @@ bool COrvDecimal::Multiply(const COrvDecimal& other) noexcept
     const CExact a = Unpack(m_dec);
     const CExact b = Unpack(other.m_dec);
     return Pack(
-        {CWideInt::Product(a.m_n, b.m_n, c_nWords), a.m_nScale + b.m_nScale, a.m_bNegative != b.m_bNegative},
+        {CWideInt::Product(a.m_n, b.m_n, kWords), a.m_nScale + b.m_nScale, a.m_bNegative != b.m_bNegative},
         m_dec);
 }
 

@@ -8,8 +8,8 @@
 namespace
 {
 
-constexpr unsigned MinReserve = 2000;
-constexpr unsigned MaxInt32Text = 16;
+constexpr unsigned kMinReserve = 2000;
+constexpr unsigned kMaxInt32Text = 16;
 
 /// The block of every empty narrow builder; never written, so it may be constant.
 struct CEmptyBlock
@@ -71,49 +71,50 @@ void COrvLongStr::SetSize(unsigned n)
 {
     if (n == 0)
         return Clear();
-    Reserve(std::max({n, MinReserve, Length()}));
+    Reserve(std::max({n, kMinReserve, Length()}));
 }
 
 void COrvLongStr::Append(const WCHAR* s, unsigned nLen)
 {
-    AppendText<MinReserve>(s, nLen);
+    AppendText<kMinReserve>(s, nLen);
 }
 
 void COrvLongStr::Append(const char* s, unsigned nLen)
 {
     // No byte becomes more than one unit.
     if (const std::size_t n = OCT::SourceLength(s, nLen); n != 0)
-        AppendAtMost<MinReserve>(n, [=](WCHAR* p) { return p + OCT::AnsiToWide(s, n, p, n, CP_THREAD_ACP); });
+        AppendAtMost<kMinReserve>(n,
+                                  [=](WCHAR* p) { return p + OCT::AnsiToWide(s, n, p, n, CP_THREAD_ACP); });
 }
 
 void COrvLongStr::Append(WCHAR c)
 {
-    AppendUnit<MinReserve>(c);
+    AppendUnit<kMinReserve>(c);
 }
 
 void COrvLongStr::Append(int n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
 }
 
 void COrvLongStr::Append(unsigned n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
 }
 
 void COrvLongStr::Append(std::int64_t n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
 }
 
 void COrvLongStr::Append(std::uint64_t n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
 }
 
 void COrvLongStr::Append(double d, int nDigits)
 {
-    AppendDouble<MinReserve>(d, nDigits);
+    AppendDouble<kMinReserve>(d, nDigits);
 }
 
 void COrvLongStr::Append(const DECIMAL& dec)
@@ -129,17 +130,17 @@ void COrvLongStr::Append(const VARIANT& var)
 
 void COrvLongStr::AppendHex(unsigned n)
 {
-    AppendExactly<MinReserve>(8, [=](WCHAR* p) { return OCT::PutHex(p, n, 8); });
+    AppendExactly<kMinReserve>(8, [=](WCHAR* p) { return OCT::PutHex(p, n, 8); });
 }
 
 void COrvLongStr::AppendHex(std::uint64_t n)
 {
-    AppendExactly<MinReserve>(16, [=](WCHAR* p) { return OCT::PutHex(p, n, 16); });
+    AppendExactly<kMinReserve>(16, [=](WCHAR* p) { return OCT::PutHex(p, n, 16); });
 }
 
 void COrvLongStr::AppendHex(WCHAR c)
 {
-    AppendExactly<MinReserve>(2, [=](WCHAR* p) { return OCT::PutHex(p, unsigned{c}, 2); });
+    AppendExactly<kMinReserve>(2, [=](WCHAR* p) { return OCT::PutHex(p, unsigned{c}, 2); });
 }
 
 COrvLongStr& COrvLongStr::operator=(const WCHAR* s)
@@ -289,27 +290,27 @@ void COrvLongAStr::Append(char c)
 
 void COrvLongAStr::Append(int n)
 {
-    EndAt(OCT::PutDecimal(Tail(MaxInt32Text), n));
+    EndAt(OCT::PutDecimal(Tail(kMaxInt32Text), n));
 }
 
 void COrvLongAStr::Append(unsigned n)
 {
-    EndAt(OCT::PutDecimal(Tail(MaxInt32Text), n));
+    EndAt(OCT::PutDecimal(Tail(kMaxInt32Text), n));
 }
 
 void COrvLongAStr::Append(std::int64_t n)
 {
-    EndAt(OCT::PutDecimal(Tail(OCT::MaxIntText), n));
+    EndAt(OCT::PutDecimal(Tail(OCT::kMaxIntText), n));
 }
 
 void COrvLongAStr::Append(std::uint64_t n)
 {
-    EndAt(OCT::PutDecimal(Tail(OCT::MaxIntText), n));
+    EndAt(OCT::PutDecimal(Tail(OCT::kMaxIntText), n));
 }
 
 void COrvLongAStr::Append(double d, int nDigits)
 {
-    EndAt(OCT::PutDouble(Tail(OCT::MaxDoubleText), d, nDigits));
+    EndAt(OCT::PutDouble(Tail(OCT::kMaxDoubleText), d, nDigits));
 }
 
 void COrvLongAStr::Append(const DECIMAL& dec)

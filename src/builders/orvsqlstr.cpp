@@ -17,10 +17,10 @@ ORV_EXPORT_TEMPLATE(CFixMarray<COrvSQLStr, 16, 16>);
 namespace
 {
 
-constexpr unsigned MinReserve = 400;
-constexpr unsigned BatchReserve = 262144;
-constexpr unsigned MaxIdText = 10;
-constexpr unsigned MaxNumericText = 42;
+constexpr unsigned kMinReserve = 400;
+constexpr unsigned kBatchReserve = 262144;
+constexpr unsigned kMaxIdText = 10;
+constexpr unsigned kMaxNumericText = 42;
 
 bool IsBlank(const WCHAR* s)
 {
@@ -43,7 +43,7 @@ bool IsNearly(double d, double dMarker)
 
 COrvSQLStr::COrvSQLStr(unsigned nReserve)
 {
-    SetSize(std::max(nReserve, DefaultReserve));
+    SetSize(std::max(nReserve, kDefaultReserve));
 }
 
 COrvSQLStr::COrvSQLStr(const WCHAR* s)
@@ -60,7 +60,7 @@ void COrvSQLStr::SetSize(unsigned n)
 {
     if (n == 0)
         return Clear();
-    Reserve(std::max(n, MinReserve));
+    Reserve(std::max(n, kMinReserve));
 }
 
 bool COrvSQLStr::IsEmpty() const
@@ -91,37 +91,37 @@ COrvSQLStr& COrvSQLStr::AddCM(bool& bFirst)
 
 COrvSQLStr& COrvSQLStr::Append(const WCHAR* s, unsigned nLen)
 {
-    AppendText<MinReserve>(s, nLen);
+    AppendText<kMinReserve>(s, nLen);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(WCHAR c)
 {
-    AppendUnit<MinReserve>(c);
+    AppendUnit<kMinReserve>(c);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(int n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(unsigned n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(std::int64_t n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
     return *this;
 }
 
 COrvSQLStr& COrvSQLStr::Append(std::uint64_t n)
 {
-    AppendDecimal<MinReserve>(n);
+    AppendDecimal<kMinReserve>(n);
     return *this;
 }
 
@@ -132,7 +132,7 @@ COrvSQLStr& COrvSQLStr::Append(double d, int nDigits)
         ORV_REPORT("COrvSQLStr::Append", "isfinite(d)");
         return Append(ORVTEXT("NULL"));
     }
-    AppendDouble<MinReserve>(d, nDigits);
+    AppendDouble<kMinReserve>(d, nDigits);
     return *this;
 }
 
@@ -147,12 +147,12 @@ COrvSQLStr& COrvSQLStr::AppendLiteral(const WCHAR* s, unsigned nMaxLen, bool bUn
     const std::uint64_t nMore = bUnicode + 2 + std::uint64_t{n};
     // A builder with room for nothing but quotes need not know how many there are.
     const std::uint64_t nQuotes = HasRoom(Length() + nMore + n) ? n : OCT::CountQuotes(s, n);
-    AppendExactly<MinReserve>(nMore + nQuotes, [=](WCHAR* p) {
+    AppendExactly<kMinReserve>(nMore + nQuotes, [=](WCHAR* p) {
         if (bUnicode)
             *p++ = ORVTEXT('N');
-        *p++ = OCT::Quote;
+        *p++ = OCT::kQuote;
         p = OCT::PutDoubled(p, s, n);
-        *p++ = OCT::Quote;
+        *p++ = OCT::kQuote;
         return p;
     });
     return *this;
@@ -161,7 +161,7 @@ COrvSQLStr& COrvSQLStr::AppendLiteral(const WCHAR* s, unsigned nMaxLen, bool bUn
 COrvSQLStr& COrvSQLStr::AddDataWithStrConversion(unsigned short wType, const void* pData, unsigned nMaxLen)
 {
     if (nMaxLen != 0)
-        AppendAtMost<MinReserve>(nMaxLen, [=](WCHAR* p) {
+        AppendAtMost<kMinReserve>(nMaxLen, [=](WCHAR* p) {
             unsigned nLen = 0;
             COLEDBConvert::ConvertToStr(wType, pData, p, nMaxLen + 1, nLen);
             return p + nLen;
@@ -192,18 +192,18 @@ COrvSQLStr& COrvSQLStr::Append(const GUID& value)
 
 COrvSQLStr& COrvSQLStr::Append(const DB_NUMERIC& value)
 {
-    return AddDataWithStrConversion(DBTYPE_NUMERIC, &value, MaxNumericText);
+    return AddDataWithStrConversion(DBTYPE_NUMERIC, &value, kMaxNumericText);
 }
 
 COrvSQLStr& COrvSQLStr::Append(const DECIMAL& value)
 {
-    return AddDataWithStrConversion(DBTYPE_DECIMAL, &value, MaxNumericText);
+    return AddDataWithStrConversion(DBTYPE_DECIMAL, &value, kMaxNumericText);
 }
 
 COrvSQLStr& COrvSQLStr::Append(const BINARY& value)
 {
     const unsigned nBytes = value.m_pBytes != nullptr ? value.m_nBytes : 0;
-    AppendExactly<MinReserve>(2 + 2 * std::uint64_t{nBytes}, [&](WCHAR* p) {
+    AppendExactly<kMinReserve>(2 + 2 * std::uint64_t{nBytes}, [&](WCHAR* p) {
         *p++ = ORVTEXT('0');
         *p++ = ORVTEXT('x');
         return OCT::PutHexBytes(p, value.m_pBytes, nBytes);
@@ -223,8 +223,8 @@ COrvSQLStr& COrvSQLStr::Append(const CSQLMIDINTArray& value)
     const bool bList = nCount > 1;
     const std::string_view sHead =
         bList ? (value.IsExclude() ? " not in (" : " in (") : (value.IsExclude() ? " <> " : " = ");
-    const std::uint64_t nMost = sHead.size() + std::uint64_t{nCount} * (MaxIdText + 1);
-    AppendAtMost<MinReserve>(nMost, [&](WCHAR* p) {
+    const std::uint64_t nMost = sHead.size() + std::uint64_t{nCount} * (kMaxIdText + 1);
+    AppendAtMost<kMinReserve>(nMost, [&](WCHAR* p) {
         p = std::copy(sHead.begin(), sHead.end(), p);
         for (const unsigned nId : value)
         {
@@ -264,7 +264,7 @@ COrvSQLStr& COrvSQLStr::Append(const SQLTSTAMP& value)
 
 COrvSQLStr& COrvSQLStr::AppendBigInt(std::uint64_t n, std::string_view sBefore, std::string_view sBehind)
 {
-    AppendAtMost<MinReserve>(sBefore.size() + OCT::MaxIntText + sBehind.size(), [=](WCHAR* p) {
+    AppendAtMost<kMinReserve>(sBefore.size() + OCT::kMaxIntText + sBehind.size(), [=](WCHAR* p) {
         p = OCT::PutDecimal(std::copy(sBefore.begin(), sBefore.end(), p), n);
         return std::copy(sBehind.begin(), sBehind.end(), p);
     });
@@ -277,7 +277,7 @@ COrvSQLStrArray::~COrvSQLStrArray() = default;
 
 void COrvSQLStrArray::AddSQL()
 {
-    AddR().SetSize(BatchReserve);
+    AddR().SetSize(kBatchReserve);
 }
 
 bool COrvSQLStrArray::HasStatement() const

@@ -7,12 +7,12 @@
 namespace OCT
 {
 
-inline constexpr WCHAR Quote = ORVTEXT('\'');
+inline constexpr WCHAR kQuote = ORVTEXT('\'');
 
 /// Ones in each of 8 units that is a quote.
 inline __m128i QuotesOf8(__m128i units)
 {
-    return _mm_cmpeq_epi16(units, _mm_set1_epi16(Quote));
+    return _mm_cmpeq_epi16(units, _mm_set1_epi16(kQuote));
 }
 
 inline std::size_t CountQuotes(const WCHAR* s, std::size_t n)
@@ -29,7 +29,7 @@ inline std::size_t CountQuotes(const WCHAR* s, std::size_t n)
     Store16(nHalves, nSums);
     auto nQuotes = static_cast<std::size_t>(nHalves[0] + nHalves[1]);
     for (; i < n; ++i)
-        nQuotes += s[i] == Quote;
+        nQuotes += s[i] == kQuote;
     return nQuotes;
 }
 
@@ -47,13 +47,13 @@ inline WCHAR* PutDoubled(WCHAR* p, const WCHAR* s, std::size_t n)
         s += nRun;
         n -= nRun;
         if (nQuotes != 0)
-            *p++ = Quote;
+            *p++ = kQuote;
     }
     for (; n > 0; --n, ++s)
     {
         p[0] = *s;
-        p[1] = Quote;
-        p += *s == Quote ? 2 : 1;
+        p[1] = kQuote;
+        p += *s == kQuote ? 2 : 1;
     }
     return p;
 }

@@ -14,15 +14,15 @@ namespace OCT
 
 struct CWideInt
 {
-    static constexpr std::size_t WordCount = 6;
+    static constexpr std::size_t kWordCount = 6;
     /// Room for all digits.
-    static constexpr std::size_t MaxText = 58;
+    static constexpr std::size_t kMaxText = 58;
 
-    std::uint32_t m_aWords[WordCount] = {}; ///< the lowest first
+    std::uint32_t m_aWords[kWordCount] = {}; ///< the lowest first
 
     constexpr bool IsBelowWord(std::size_t nWords) const noexcept
     {
-        return std::all_of(m_aWords + nWords, m_aWords + WordCount, [](std::uint32_t n) { return n == 0; });
+        return std::all_of(m_aWords + nWords, m_aWords + kWordCount, [](std::uint32_t n) { return n == 0; });
     }
     constexpr bool IsZero() const noexcept { return IsBelowWord(0); }
 
@@ -30,7 +30,7 @@ struct CWideInt
     constexpr std::uint32_t DivideBy(std::uint32_t nDivisor) noexcept
     {
         std::uint64_t nRest = 0;
-        for (std::size_t i = WordCount; i-- > 0;)
+        for (std::size_t i = kWordCount; i-- > 0;)
         {
             nRest = nRest << 32 | m_aWords[i];
             m_aWords[i] = static_cast<std::uint32_t>(nRest / nDivisor);
@@ -73,7 +73,7 @@ struct CWideInt
     constexpr void Add(const CWideInt& other) noexcept
     {
         std::uint64_t nCarry = 0;
-        for (std::size_t i = 0; i < WordCount; ++i)
+        for (std::size_t i = 0; i < kWordCount; ++i)
         {
             nCarry += std::uint64_t{m_aWords[i]} + other.m_aWords[i];
             m_aWords[i] = static_cast<std::uint32_t>(nCarry);
@@ -85,7 +85,7 @@ struct CWideInt
     constexpr void Subtract(const CWideInt& other) noexcept
     {
         std::uint64_t nBorrow = 0;
-        for (std::size_t i = 0; i < WordCount; ++i)
+        for (std::size_t i = 0; i < kWordCount; ++i)
         {
             const std::uint64_t nDifference = std::uint64_t{m_aWords[i]} - other.m_aWords[i] - nBorrow;
             m_aWords[i] = static_cast<std::uint32_t>(nDifference);
@@ -95,7 +95,7 @@ struct CWideInt
 
     constexpr int Compare(const CWideInt& other) const noexcept
     {
-        for (std::size_t i = WordCount; i-- > 0;)
+        for (std::size_t i = kWordCount; i-- > 0;)
             if (m_aWords[i] != other.m_aWords[i])
                 return m_aWords[i] < other.m_aWords[i] ? -1 : 1;
         return 0;
@@ -103,14 +103,14 @@ struct CWideInt
 };
 
 /// Room for any `CWideInt` with a scale of at most 57.
-inline constexpr std::size_t MaxScaledText = CWideInt::MaxText + 3;
+inline constexpr std::size_t kMaxScaledText = CWideInt::kMaxText + 3;
 
-/// Writes \p n divided by 10^nScale, \p nScale below `CWideInt::MaxText`, and returns the end: no zeros at
+/// Writes \p n divided by 10^nScale, \p nScale below `CWideInt::kMaxText`, and returns the end: no zeros at
 /// the end of the fraction, no terminator, no "-0".
 inline char* PutScaled(char* p, CWideInt n, unsigned nScale, bool bNegative) noexcept
 {
     constexpr unsigned nGroup = 9;
-    constexpr unsigned nMaxGroups = (CWideInt::MaxText + nGroup - 1) / nGroup;
+    constexpr unsigned nMaxGroups = (CWideInt::kMaxText + nGroup - 1) / nGroup;
     char sDigits[nGroup * nMaxGroups];
     char* const pEnd = std::end(sDigits);
     char* const pPoint = pEnd - nScale;

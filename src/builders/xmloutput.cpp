@@ -15,7 +15,7 @@ namespace OCT
 namespace
 {
 
-constexpr WCHAR kReplacement = static_cast<WCHAR>(c_cReplacement);
+constexpr WCHAR kReplacement = static_cast<WCHAR>(kReplacementChar);
 
 __m128i Units(unsigned c)
 {
@@ -245,7 +245,7 @@ void CXMLOutput::PutList(const unsigned* p, std::size_t nCount) noexcept
 {
     for (std::size_t i = 0; i < nCount; ++i)
     {
-        WCHAR* pUnits = Room(MaxIntText + 1);
+        WCHAR* pUnits = Room(kMaxIntText + 1);
         if (i != 0)
             *pUnits++ = ORVTEXT(' ');
         m_nUnits = static_cast<std::size_t>(PutDecimal(pUnits, p[i]) - m_aUnits);

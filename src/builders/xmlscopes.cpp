@@ -65,7 +65,7 @@ std::optional<TextView> CXMLScopes::UriOf(TextView sPrefix) const noexcept
             return View(m_bindings[i].m_uri, m_sTexts);
     if (sPrefix.empty())
         return TextView();
-    return sPrefix == Literal(ORVTEXT("xml")) ? std::optional(c_sXMLUri) : std::nullopt;
+    return sPrefix == Literal(ORVTEXT("xml")) ? std::optional(kXMLUri) : std::nullopt;
 }
 
 bool CXMLScopes::IsUsedInTag(TextView sPrefix) const noexcept

@@ -13,7 +13,7 @@ namespace OCT
 {
 
 /// What the prefix "xml" stands for everywhere.
-constexpr TextView c_sXMLUri = Literal(ORVTEXT("http://www.w3.org/XML/1998/namespace"));
+constexpr TextView kXMLUri = Literal(ORVTEXT("http://www.w3.org/XML/1998/namespace"));
 
 class CXMLScopes
 {

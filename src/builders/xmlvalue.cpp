@@ -101,7 +101,7 @@ void CXMLValue::SetReal(Real value) noexcept
         return SetText(ORVTEXT("NaN"), 3);
     if (std::isinf(value))
         return value < 0 ? SetText(ORVTEXT("-INF"), 4) : SetText(ORVTEXT("INF"), 3);
-    char sText[OCT::MaxDoubleText];
+    char sText[OCT::kMaxDoubleText];
     EndAt(std::copy(sText, PutExact(sText, value), m_sOwn));
 }
 
@@ -244,9 +244,10 @@ void CXMLValue::SetTyped(DBTYPE wType, const void* p, std::size_t cb) noexcept
 void CXMLValue::SetConverted(DBTYPE wType, const void* p) noexcept
 {
     constexpr unsigned nDate = 10; // 2024-05-06
-    static_assert(sizeof m_sOwn / sizeof(WCHAR) >= COLEDBConvert::MaxNumberText);
+    static_assert(sizeof m_sOwn / sizeof(WCHAR) >= COLEDBConvert::kMaxNumberText);
     unsigned nLen = 0;
-    const DBSTATUS status = COLEDBConvert::ConvertToStr(wType, p, m_sOwn, COLEDBConvert::MaxNumberText, nLen);
+    const DBSTATUS status =
+        COLEDBConvert::ConvertToStr(wType, p, m_sOwn, COLEDBConvert::kMaxNumberText, nLen);
     m_eKind = status == DBSTATUS_S_ISNULL ? EKind::Null : EKind::None;
     if (status != DBSTATUS_S_OK)
         return;

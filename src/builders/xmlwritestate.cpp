@@ -26,7 +26,7 @@ TextView ViewOf(const WCHAR* s)
 /// of their namespace.
 LQXMLError ErrorOfBinding(TextView sPrefix, TextView sUri)
 {
-    if (sPrefix == kXml || sPrefix == kXmlns || sUri == OCT::c_sXMLUri || sUri == kXmlnsUri ||
+    if (sPrefix == kXml || sPrefix == kXmlns || sUri == OCT::kXMLUri || sUri == kXmlnsUri ||
         (!sPrefix.empty() && sUri.empty()))
         return lqxNamespace;
     return OCT::IsXMLText(sUri) ? lqxNone : lqxCharacter;

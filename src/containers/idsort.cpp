@@ -15,7 +15,7 @@ namespace
 
 using CCounts = std::array<unsigned, 256>;
 
-constexpr unsigned SmallCount = 96; // below it comparing is cheaper than counting
+constexpr unsigned kSmallCount = 96; // below it comparing is cheaper than counting
 
 unsigned Digit(unsigned id, unsigned nByte)
 {
@@ -63,12 +63,12 @@ void PartByDigit(unsigned* pIds, unsigned nByte, CCounts aNext, const CCounts& a
 
 void SortByBytes(unsigned* pIds, unsigned nCount, unsigned nHighByte, unsigned* pScratch)
 {
-    if (nCount < SmallCount)
+    if (nCount < kSmallCount)
     {
         std::sort(pIds, pIds + nCount);
         return;
     }
-    if (nCount <= OCT::MaxSortScratch)
+    if (nCount <= OCT::kMaxSortScratch)
     {
         SortByScattering(pIds, nCount, nHighByte, pScratch);
         return;

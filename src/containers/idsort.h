@@ -5,9 +5,9 @@ namespace OCT
 {
 
 /// The most scratch elements that SortIdRange makes use of.
-inline constexpr unsigned MaxSortScratch = 65536;
+inline constexpr unsigned kMaxSortScratch = 65536;
 
-/// Sorts in ascending order; \p pScratch has room for min(nCount, MaxSortScratch) elements.
+/// Sorts in ascending order; \p pScratch has room for min(nCount, kMaxSortScratch) elements.
 void SortIdRange(unsigned* pIds, unsigned nCount, unsigned* pScratch) noexcept;
 
 } // namespace OCT

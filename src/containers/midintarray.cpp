@@ -10,9 +10,9 @@
 namespace
 {
 
-constexpr unsigned MaxTokenLength = 19;
-constexpr unsigned StackScratch = 1024;
-constexpr unsigned MaxIdText = 11; // ten digits and a separator
+constexpr unsigned kMaxTokenLength = 19;
+constexpr unsigned kStackScratch = 1024;
+constexpr unsigned kMaxIdText = 11; // ten digits and a separator
 
 /// Heap memory for the time of one operation.
 template <class T>
@@ -63,7 +63,7 @@ void SplitIds(CMIDINTArray& ids, const Char* sText, Char sep)
         }
         if (pEnd == sText)
             return;
-        ids.Add(TokenToId(sText, std::min(pEnd, sText + MaxTokenLength)));
+        ids.Add(TokenToId(sText, std::min(pEnd, sText + kMaxTokenLength)));
         if (*pEnd == 0)
             return;
     }
@@ -128,7 +128,7 @@ void CMIDINTArray::Split(const WCHAR* sText, WCHAR sep)
 COrvStr CMIDINTArray::Join(WCHAR sep, const WCHAR* sAppend) const
 {
     const std::size_t nAppend = sAppend == nullptr ? 0 : std::char_traits<WCHAR>::length(sAppend);
-    const CScratch<WCHAR> text(std::uint64_t{m_iSize} * MaxIdText + nAppend + 1);
+    const CScratch<WCHAR> text(std::uint64_t{m_iSize} * kMaxIdText + nAppend + 1);
     WCHAR* p = std::copy_n(sAppend, nAppend, text.Get());
     for (const unsigned id : *this)
     {
@@ -142,13 +142,13 @@ COrvStr CMIDINTArray::Join(WCHAR sep, const WCHAR* sAppend) const
 
 void CMIDINTArray::SortIds()
 {
-    if (m_iSize <= StackScratch)
+    if (m_iSize <= kStackScratch)
     {
-        unsigned aScratch[StackScratch];
+        unsigned aScratch[kStackScratch];
         OCT::SortIdRange(m_pElement, m_iSize, aScratch);
         return;
     }
-    const CScratch<unsigned> scratch(std::min(m_iSize, OCT::MaxSortScratch));
+    const CScratch<unsigned> scratch(std::min(m_iSize, OCT::kMaxSortScratch));
     OCT::SortIdRange(m_pElement, m_iSize, scratch.Get());
 }
 

@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr ULONG AllItems = 0xFFFFFFFF;
+constexpr ULONG kAllItems = 0xFFFFFFFF;
 
 /// The bounds of an interval of items, both inclusive; empty when they are the wrong way round.
 struct CInterval
@@ -39,7 +39,7 @@ void CSimpleByteSet::SetItem(BYTE nItem, bool bSet) noexcept
 
 void CSimpleByteSet::AddItem(ULONG nPacked) noexcept
 {
-    if (nPacked == AllItems)
+    if (nPacked == kAllItems)
         SetAllItem();
     else
         for (; nPacked != 0; nPacked >>= 8)
@@ -48,7 +48,7 @@ void CSimpleByteSet::AddItem(ULONG nPacked) noexcept
 
 void CSimpleByteSet::RemoveItem(ULONG nPacked) noexcept
 {
-    if (nPacked == AllItems)
+    if (nPacked == kAllItems)
         Clear();
     else
         for (; nPacked != 0; nPacked >>= 8)

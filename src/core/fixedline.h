@@ -43,7 +43,7 @@ public:
     /// A number, filled up at the left to \p nWidth characters.
     CFixedLine& AppendDecimal(std::uint32_t n, std::size_t nWidth = 0, Char cFill = '0')
     {
-        Char sDigits[MaxIntText];
+        Char sDigits[kMaxIntText];
         const auto nLength = static_cast<std::size_t>(PutDecimal(sDigits, n) - sDigits);
         for (std::size_t i = nLength; i < nWidth; ++i)
             Append({&cFill, 1});
@@ -61,8 +61,8 @@ public:
     /// A backslash, unless one stands at the end already.
     CFixedLine& AppendSeparator()
     {
-        static constexpr Char s_cSeparator = '\\';
-        return View().ends_with(s_cSeparator) ? *this : Append({&s_cSeparator, 1});
+        static constexpr Char kSeparator = '\\';
+        return View().ends_with(kSeparator) ? *this : Append({&kSeparator, 1});
     }
 
 private:

@@ -25,7 +25,7 @@ constexpr auto MakePairs()
     return pairs;
 }
 
-constexpr auto g_aPowersOfTen = [] {
+constexpr auto kPowersOfTen = [] {
     std::array<std::uint64_t, 20> powers{1};
     for (std::size_t i = 1; i < powers.size(); ++i)
         powers[i] = powers[i - 1] * 10;
@@ -103,7 +103,7 @@ public:
     /// is the rounding.
     void Round(int nDecimals)
     {
-        const std::uint64_t nPower = g_aPowersOfTen[static_cast<std::size_t>(nDecimals)];
+        const std::uint64_t nPower = kPowersOfTen[static_cast<std::size_t>(nDecimals)];
         const CProduct product = Multiply(m_nFraction, nPower);
         constexpr std::uint64_t nHalf = 0x8000000000000000;
         const bool bOdd = (nDecimals != 0 ? product.m_nHigh : m_nWhole) & 1;
@@ -126,7 +126,7 @@ int CountDigits(std::uint64_t n)
 {
     // 1233 / 4096 is a little more than the logarithm of 2.
     const int nGuess = static_cast<int>(std::bit_width(n)) * 1233 >> 12;
-    return nGuess + (n >= g_aPowersOfTen[static_cast<std::size_t>(nGuess)]);
+    return nGuess + (n >= kPowersOfTen[static_cast<std::size_t>(nGuess)]);
 }
 
 /// Decimals of which the first \p nDigits digits of a magnitude consist, negative ones for 0.
@@ -179,10 +179,10 @@ Char* PutGeneral(Char* p, double d, std::chars_format eForm, int nPrecision)
 
 } // namespace
 
-constexpr std::array<char, 200> g_aDecimalPairs = MakePairs<char, 10>();
-constexpr std::array<WCHAR, 200> g_aWideDecimalPairs = MakePairs<WCHAR, 10>();
-constexpr std::array<char, 512> g_aHexPairs = MakePairs<char, 16>();
-constexpr std::array<WCHAR, 512> g_aWideHexPairs = MakePairs<WCHAR, 16>();
+constexpr std::array<char, 200> kDecimalPairs = MakePairs<char, 10>();
+constexpr std::array<WCHAR, 200> kWideDecimalPairs = MakePairs<WCHAR, 10>();
+constexpr std::array<char, 512> kHexPairs = MakePairs<char, 16>();
+constexpr std::array<WCHAR, 512> kWideHexPairs = MakePairs<WCHAR, 16>();
 
 template <class Char>
 Char* PutHexBytes(Char* p, const unsigned char* pBytes, std::size_t nBytes)
@@ -204,14 +204,14 @@ Char* PutHexBytes(Char* p, const unsigned char* pBytes, std::size_t nBytes)
 template <class Char>
 Char* PutDouble(Char* p, double d, int nDigits)
 {
-    nDigits = std::clamp(nDigits, 1, MaxDoubleDigits);
+    nDigits = std::clamp(nDigits, 1, kMaxDoubleDigits);
     CBinary number(d);
     const int nDecimals = DecimalsOf(number, std::fabs(d), nDigits);
     if (!number.IsExact() || nDigits > 17 || nDecimals < 0 || nDecimals > 19)
-        return PutGeneral<MaxDoubleText>(p, d, std::chars_format::general, nDigits);
+        return PutGeneral<kMaxDoubleText>(p, d, std::chars_format::general, nDigits);
     number.Round(nDecimals);
-    if (number.Whole() >= g_aPowersOfTen[static_cast<std::size_t>(nDigits)])
-        return PutGeneral<MaxDoubleText>(p, d, std::chars_format::general, nDigits);
+    if (number.Whole() >= kPowersOfTen[static_cast<std::size_t>(nDigits)])
+        return PutGeneral<kMaxDoubleText>(p, d, std::chars_format::general, nDigits);
     p = PutUnsigned64(PutSign(p, d), number.Whole());
     std::uint64_t nFraction = number.Fraction();
     if (nFraction == 0)
@@ -224,10 +224,10 @@ Char* PutDouble(Char* p, double d, int nDigits)
 template <class Char>
 Char* PutFixed(Char* p, double d, int nDecimals)
 {
-    nDecimals = std::clamp(nDecimals, 0, MaxFixedDecimals);
+    nDecimals = std::clamp(nDecimals, 0, kMaxFixedDecimals);
     CBinary number(d);
     if (!number.IsExact() || nDecimals > 19)
-        return PutGeneral<MaxFixedText>(p, d, std::chars_format::fixed, nDecimals);
+        return PutGeneral<kMaxFixedText>(p, d, std::chars_format::fixed, nDecimals);
     number.Round(nDecimals);
     p = PutUnsigned64(PutSign(p, d), number.Whole());
     return nDecimals == 0 ? p : PutFraction(p, number.Fraction(), static_cast<unsigned>(nDecimals));

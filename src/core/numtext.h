@@ -17,39 +17,39 @@
 namespace OCT
 {
 
-/// Room for any integer, and for any double of at most `MaxDoubleDigits` digits.
-inline constexpr std::size_t MaxIntText = 20;
-inline constexpr int MaxDoubleDigits = 40;
-inline constexpr std::size_t MaxDoubleText = MaxDoubleDigits + 12;
-/// Room for any double with at most `MaxFixedDecimals` decimals.
-inline constexpr int MaxFixedDecimals = 40;
-inline constexpr std::size_t MaxFixedText = MaxFixedDecimals + 312;
+/// Room for any integer, and for any double of at most `kMaxDoubleDigits` digits.
+inline constexpr std::size_t kMaxIntText = 20;
+inline constexpr int kMaxDoubleDigits = 40;
+inline constexpr std::size_t kMaxDoubleText = kMaxDoubleDigits + 12;
+/// Room for any double with at most `kMaxFixedDecimals` decimals.
+inline constexpr int kMaxFixedDecimals = 40;
+inline constexpr std::size_t kMaxFixedText = kMaxFixedDecimals + 312;
 
 // ---- Digits ----
 
 // "00" to "99" and "00" to "FF", one after the other. They are no templates: names of such data would keep
 // the library loaded.
-extern const std::array<char, 200> g_aDecimalPairs;
-extern const std::array<WCHAR, 200> g_aWideDecimalPairs;
-extern const std::array<char, 512> g_aHexPairs;
-extern const std::array<WCHAR, 512> g_aWideHexPairs;
+extern const std::array<char, 200> kDecimalPairs;
+extern const std::array<WCHAR, 200> kWideDecimalPairs;
+extern const std::array<char, 512> kHexPairs;
+extern const std::array<WCHAR, 512> kWideHexPairs;
 
 template <class Char>
 const Char* DecimalPair(std::uint32_t n)
 {
     if constexpr (std::is_same_v<Char, char>)
-        return g_aDecimalPairs.data() + 2 * n;
+        return kDecimalPairs.data() + 2 * n;
     else
-        return g_aWideDecimalPairs.data() + 2 * n;
+        return kWideDecimalPairs.data() + 2 * n;
 }
 
 template <class Char>
 const Char* HexPair(std::uint32_t n)
 {
     if constexpr (std::is_same_v<Char, char>)
-        return g_aHexPairs.data() + 2 * n;
+        return kHexPairs.data() + 2 * n;
     else
-        return g_aWideHexPairs.data() + 2 * n;
+        return kWideHexPairs.data() + 2 * n;
 }
 
 template <class Char>
@@ -210,13 +210,13 @@ Char* PutHexBytes(Char* p, const unsigned char* pBytes, std::size_t nBytes);
 
 // ---- Doubles ----
 
-/// At most \p nDigits significant digits (1 to `MaxDoubleDigits`), without trailing zeros; as a power of ten
+/// At most \p nDigits significant digits (1 to `kMaxDoubleDigits`), without trailing zeros; as a power of ten
 /// when the exponent is below -4 or not below \p nDigits. Rounds the double's exact value, ties to even.
 /// The decimal separator is "." in every locale. "inf" and "nan" for what is no number.
 template <class Char>
 Char* PutDouble(Char* p, double d, int nDigits);
 
-/// Exactly \p nDecimals decimals (0 to `MaxFixedDecimals`), rounded likewise.
+/// Exactly \p nDecimals decimals (0 to `kMaxFixedDecimals`), rounded likewise.
 template <class Char>
 Char* PutFixed(Char* p, double d, int nDecimals);
 

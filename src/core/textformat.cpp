@@ -17,9 +17,9 @@ namespace
 {
 
 // More digits than this are not significant for any double in the sizes that logs and messages print.
-constexpr int g_nMaxPrecision = 512;
+constexpr int kMaxPrecision = 512;
 // Digits of the largest double, its point and sign, and a full precision.
-constexpr std::size_t g_nDoubleRoom = 320 + g_nMaxPrecision;
+constexpr std::size_t kDoubleRoom = 320 + kMaxPrecision;
 
 template <class Char>
 bool IsUpper(Char c)
@@ -130,15 +130,15 @@ void PutPointer(CFormatSink<Char>& sink, CConversion<Char> conversion, const voi
 /// The text of a magnitude in the form e, f, g or a; a negative precision of the last means all digits.
 char* PutMagnitude(char* p, double d, char cType, int nPrecision)
 {
-    if (cType == 'f' && nPrecision <= MaxFixedDecimals)
+    if (cType == 'f' && nPrecision <= kMaxFixedDecimals)
         return PutFixed(p, d, nPrecision);
-    if (cType == 'g' && nPrecision <= MaxDoubleDigits)
+    if (cType == 'g' && nPrecision <= kMaxDoubleDigits)
         return PutDouble(p, d, nPrecision);
     const auto eForm = cType == 'e'   ? std::chars_format::scientific
                        : cType == 'f' ? std::chars_format::fixed
                        : cType == 'a' ? std::chars_format::hex
                                       : std::chars_format::general;
-    char* const pEnd = p + g_nDoubleRoom;
+    char* const pEnd = p + kDoubleRoom;
     return nPrecision < 0 ? std::to_chars(p, pEnd, d, eForm).ptr
                           : std::to_chars(p, pEnd, d, eForm, nPrecision).ptr;
 }
@@ -149,8 +149,8 @@ void PutDouble(CFormatSink<Char>& sink, const CConversion<Char>& conversion, dou
     const char cType = static_cast<char>(conversion.m_cType | 0x20);
     const int nDefault = cType == 'a' ? -1 : 6;
     const int nPrecision =
-        conversion.m_nPrecision < 0 ? nDefault : (std::min)(conversion.m_nPrecision, g_nMaxPrecision);
-    char digits[g_nDoubleRoom];
+        conversion.m_nPrecision < 0 ? nDefault : (std::min)(conversion.m_nPrecision, kMaxPrecision);
+    char digits[kDoubleRoom];
     char* pEnd = PutMagnitude(digits, std::fabs(dValue), cType, nPrecision);
     if (conversion.m_bAlternate && conversion.m_nPrecision == 0 && cType == 'f')
         *pEnd++ = '.';
@@ -179,18 +179,18 @@ std::size_t BoundedLength(const Text* pText, std::size_t nMax)
 }
 
 // Text of the other width, converted in pieces on the stack; a piece that the system refuses becomes "?".
-constexpr std::size_t g_nPiece = 128;
+constexpr std::size_t kPieceChars = 128;
 
 template <class Put>
 void ForConverted(const WCHAR* pText, std::size_t nLength, UINT nCodePage, Put put)
 {
     while (nLength > 0)
     {
-        std::size_t nTaken = (std::min)(nLength, g_nPiece);
+        std::size_t nTaken = (std::min)(nLength, kPieceChars);
         // A pair of surrogates stays together.
         if (nTaken < nLength && (pText[nTaken - 1] & 0xFC00) == 0xD800)
             --nTaken;
-        char piece[4 * g_nPiece];
+        char piece[4 * kPieceChars];
         // ASCII is the same in every code page.
         std::size_t nBytes = 0;
         for (; nBytes < nTaken && pText[nBytes] < 0x80; ++nBytes)
@@ -230,11 +230,11 @@ void ForConverted(const char* pText, std::size_t nLength, UINT, Put put)
     while (nLength > 0)
     {
         std::size_t nTaken = 0;
-        while (nTaken < nLength && nTaken < g_nPiece - 4)
+        while (nTaken < nLength && nTaken < kPieceChars - 4)
             nTaken += CharacterBytes(pText + nTaken, nLength - nTaken, nAnsi);
-        WCHAR piece[g_nPiece];
+        WCHAR piece[kPieceChars];
         const int nUnits = MultiByteToWideChar(CP_ACP, 0, pText, static_cast<int>(nTaken), piece,
-                                               static_cast<int>(g_nPiece));
+                                               static_cast<int>(kPieceChars));
         if (nUnits > 0)
             put(piece, static_cast<std::size_t>(nUnits));
         else
@@ -296,9 +296,9 @@ void PutSized(CFormatSink<Char>& sink, const CConversion<Char>& conversion, cons
 template <class Char, class Text>
 void PutText(CFormatSink<Char>& sink, const CConversion<Char>& conversion, const Text* pText)
 {
-    static constexpr Text s_sNull[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
+    static constexpr Text kNullText[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
     if (!pText)
-        pText = s_sNull;
+        pText = kNullText;
     // With a precision the text need not be terminated.
     const std::size_t nMax = conversion.m_nPrecision < 0 ? static_cast<std::size_t>(-1)
                                                          : static_cast<std::size_t>(conversion.m_nPrecision);
@@ -366,9 +366,9 @@ void ResolveStars(CConversion<Char>& conversion, Args& args)
 template <class Char, class Int>
 void PutPlainInteger(CFormatSink<Char>& sink, Int nValue)
 {
-    if (sink.Left() >= MaxIntText)
+    if (sink.Left() >= kMaxIntText)
         return sink.PutUpTo(PutDecimal(sink.Next(), nValue));
-    Char digits[MaxIntText];
+    Char digits[kMaxIntText];
     sink.Put(digits, static_cast<std::size_t>(PutDecimal(digits, nValue) - digits));
 }
 
@@ -495,7 +495,7 @@ CFetchedArgs<Char>::CFetchedArgs(const Char* sFormat, va_list args)
             continue;
         }
         // A conversion has at most two stars.
-        if (m_nCount + 3 > s_nMax)
+        if (m_nCount + 3 > kMaxItems)
             break;
         for (int nStars = conversion.m_bStarWidth + conversion.m_bStarPrecision; nStars > 0; --nStars)
             m_args[m_nCount++] = *rest.Take(EFormatKind::Int32);

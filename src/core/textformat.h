@@ -85,8 +85,8 @@ public:
     }
 
 private:
-    static constexpr int s_nMax = 64;
-    CFormatArg m_args[s_nMax];
+    static constexpr int kMaxItems = 64;
+    CFormatArg m_args[kMaxItems];
     int m_nCount = 0;
     int m_nNext = 0;
 };

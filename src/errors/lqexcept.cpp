@@ -18,12 +18,12 @@ constexpr std::size_t kLogTextSize = 4000;
 
 const WCHAR* CategoryName(LQExcCategory category)
 {
-    static const WCHAR* const s_names[] = {
+    static const WCHAR* const kNames[] = {
         ORVTEXT("lqeUndefined"), ORVTEXT("lqeMemory"),    ORVTEXT("lqeDatabase"), ORVTEXT("lqeInvalidarg"),
         ORVTEXT("lqeFile"),      ORVTEXT("lqeCOM"),       ORVTEXT("lqeCustom"),   ORVTEXT("lqeWindows"),
         ORVTEXT("lqeInternal"),  ORVTEXT("lqeUserCancel")};
     const auto nCategory = static_cast<unsigned>(category);
-    return s_names[nCategory < std::size(s_names) ? nCategory : 0];
+    return kNames[nCategory < std::size(kNames) ? nCategory : 0];
 }
 
 /// The file without a leading ".\".

@@ -13,8 +13,8 @@
 namespace
 {
 
-constexpr DWORD MaxThreads = 64;
-constexpr DWORD g_dwFirstNoId = 0x7FFFFFFF;
+constexpr DWORD kMaxThreads = 64;
+constexpr DWORD kFirstNoId = 0x7FFFFFFF;
 
 /// A slot is written once, by the call that counted it; the id comes last and makes the name visible.
 struct CThreadNameSlot
@@ -25,12 +25,12 @@ struct CThreadNameSlot
 
 constexpr const char* kWriterName = "CLogFileInnerHandler.Logger";
 
-constinit CThreadNameSlot g_threadNames[MaxThreads] = {};
+constinit CThreadNameSlot g_threadNames[kMaxThreads] = {};
 constinit std::atomic<DWORD> g_nThreadNames{0};
 /// The slots that writers have given back, by their numbers. A name stays in its slot, so the next writer has
 /// to write its id only.
 constinit std::atomic<std::uint64_t> g_freeWriterSlots{0};
-static_assert(MaxThreads <= 64);
+static_assert(kMaxThreads <= 64);
 
 void CopyCut(char* dest, std::size_t cbDest, const char* s)
 {
@@ -43,7 +43,7 @@ void CopyCut(char* dest, std::size_t cbDest, const char* s)
 DWORD CountSlot()
 {
     const DWORD lIdx = ++g_nThreadNames;
-    if (lIdx < MaxThreads)
+    if (lIdx < kMaxThreads)
         return lIdx;
     ORV_REPORT("SetThreadName", "lIdx >= MaxThreads");
     return 0;
@@ -99,7 +99,7 @@ void ORVCALL SetThreadName(DWORD threadId, const char* name)
     PortNameThread(threadId, name);
     CThreadNameSlot& slot = g_threadNames[lIdx];
     CopyCut(slot.m_sName, sizeof slot.m_sName, name);
-    slot.m_dwThreadId.store(threadId >= g_dwFirstNoId ? ::GetCurrentThreadId() : threadId,
+    slot.m_dwThreadId.store(threadId >= kFirstNoId ? ::GetCurrentThreadId() : threadId,
                             std::memory_order_release);
 }
 
@@ -111,7 +111,7 @@ bool ORVCALL GetThreadName(DWORD threadId, char* dest, unsigned cbDest) noexcept
         return false;
     }
     // Ending one slot below the last one written is deliberate.
-    const DWORD nSearched = std::min(g_nThreadNames.load(std::memory_order_acquire), MaxThreads);
+    const DWORD nSearched = std::min(g_nThreadNames.load(std::memory_order_acquire), kMaxThreads);
     for (DWORD i = 0; i < nSearched; ++i)
         if (g_threadNames[i].m_dwThreadId.load(std::memory_order_acquire) == threadId)
         {

@@ -15,9 +15,9 @@ namespace
 
 using TextView = std::basic_string_view<WCHAR>;
 
-constexpr unsigned StringsPerBlock = 16;
+constexpr unsigned kStringsPerBlock = 16;
 
-/// One block of a string table: \p StringsPerBlock texts, each behind its length.
+/// One block of a string table: \p kStringsPerBlock texts, each behind its length.
 TextView LoadBlock(HINSTANCE hInstance, unsigned nBlock)
 {
     constexpr unsigned nLastBlock = 0xFFFF;
@@ -109,7 +109,7 @@ const WCHAR* ORVCALL LoadStringResImage(HINSTANCE hInstance, unsigned uID, unsig
         ORV_REPORT("LoadStringResImage", "hInstance == nullptr");
         return nullptr;
     }
-    const auto text = FindInBlock(LoadBlock(hInstance, uID / StringsPerBlock + 1), uID % StringsPerBlock);
+    const auto text = FindInBlock(LoadBlock(hInstance, uID / kStringsPerBlock + 1), uID % kStringsPerBlock);
     if (text.empty())
         return nullptr;
     if (pnLength != nullptr)

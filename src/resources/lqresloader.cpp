@@ -90,7 +90,7 @@ HMODULE CLQResLoader::OpenFrom(const WCHAR* sFolder, const WCHAR* sLanguage) con
     path.Append(sFolder);
     if (!path.View().ends_with('/'))
         path.AppendSeparator();
-    path.Append(m_owner.m_sName.View()).Append(ORVTEXT(".")).Append(sLanguage).Append(PortResourceSuffix);
+    path.Append(m_owner.m_sName.View()).Append(ORVTEXT(".")).Append(sLanguage).Append(kPortResourceSuffix);
     const HMODULE hModule =
         LoadLibraryExW(path.Text(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
     if (hModule == nullptr)

@@ -8,14 +8,14 @@ namespace
 {
 
 // Reports name the class's source, not this part of it.
-constexpr const char* SourceName = "orvstr";
+constexpr const char* kSourceName = "orvstr";
 
 } // namespace
 
 COrvStr::COrvStr(unsigned uID, HINSTANCE hInstance) : COrvStr()
 {
     if (!Load(uID, hInstance))
-        ORV_REPORT_FROM(SourceName, "COrvStr::COrvStr", "Load(uID, hInstance)", 0);
+        ORV_REPORT_FROM(kSourceName, "COrvStr::COrvStr", "Load(uID, hInstance)", 0);
 }
 
 bool COrvStr::Load(unsigned uID, HINSTANCE hInstance)
@@ -45,7 +45,7 @@ int COrvStr::FormatStr(unsigned uID, HINSTANCE hInstance, const WCHAR* p1, const
     const COrvStr& sFormat = uID != 0 ? sLoaded : *this;
     if (!sFormat.IsEmpty())
         return FormatStr(static_cast<const WCHAR*>(sFormat), p1, p2, p3, p4);
-    ORV_REPORT_FROM(SourceName, "COrvStr::FormatStr", "sFormat.IsEmpty()", 0);
+    ORV_REPORT_FROM(kSourceName, "COrvStr::FormatStr", "sFormat.IsEmpty()", 0);
     Copy(ORVTEXT("Missing format string"));
     return static_cast<int>(GetLength());
 }

@@ -5,7 +5,7 @@ namespace
 {
 
 /// At most that much of a path is reported.
-constexpr unsigned g_cbReportedPath = 520;
+constexpr unsigned kReportedPathBytes = 520;
 
 template <class Char>
 struct CPathTexts;
@@ -13,45 +13,45 @@ struct CPathTexts;
 template <>
 struct CPathTexts<char>
 {
-    static constexpr const char* s_sFunction = "ExpandPathA";
-    static constexpr const char* s_sBadArgument = "cPath == nullptr || cPathSizeInBytes < sizeof (char)";
-    static constexpr const char* s_sNoBase = "!bRes || cBaseDir[0] == '\\0'";
-    static constexpr const char* s_sDataPath = "DataPath";
-    static constexpr const char* s_sLogPath = "DefaultLogPath";
+    static constexpr const char* kFunction = "ExpandPathA";
+    static constexpr const char* kBadArgument = "cPath == nullptr || cPathSizeInBytes < sizeof (char)";
+    static constexpr const char* kNoBase = "!bRes || cBaseDir[0] == '\\0'";
+    static constexpr const char* kDataPath = "DataPath";
+    static constexpr const char* kLogPath = "DefaultLogPath";
 
     static bool GetSetting(const char* sName, char* dest, DWORD cbDest)
     {
         return GetLQStringSettingA(nullptr, sName, dest, cbDest, nullptr);
     }
-    static void Narrow(const char* sPath, char (&dest)[g_cbReportedPath])
+    static void Narrow(const char* sPath, char (&dest)[kReportedPathBytes])
     {
-        CopyCut(dest, g_cbReportedPath, sPath);
+        CopyCut(dest, kReportedPathBytes, sPath);
     }
 };
 
 template <>
 struct CPathTexts<WCHAR>
 {
-    static constexpr const char* s_sFunction = "ExpandPathW";
-    static constexpr const char* s_sBadArgument = "cPath == nullptr || cPathSizeInBytes < sizeof (wchar_t)";
-    static constexpr const char* s_sNoBase = "!bRes || cBaseDir[0] == L'\\0'";
-    static constexpr const WCHAR* s_sDataPath = ORVTEXT("DataPath");
-    static constexpr const WCHAR* s_sLogPath = ORVTEXT("DefaultLogPath");
+    static constexpr const char* kFunction = "ExpandPathW";
+    static constexpr const char* kBadArgument = "cPath == nullptr || cPathSizeInBytes < sizeof (wchar_t)";
+    static constexpr const char* kNoBase = "!bRes || cBaseDir[0] == L'\\0'";
+    static constexpr const WCHAR* kDataPath = ORVTEXT("DataPath");
+    static constexpr const WCHAR* kLogPath = ORVTEXT("DefaultLogPath");
 
     static bool GetSetting(const WCHAR* sName, WCHAR* dest, DWORD cbDest)
     {
         return GetLQStringSettingW(nullptr, sName, dest, cbDest, nullptr);
     }
-    static void Narrow(const WCHAR* sPath, char (&dest)[g_cbReportedPath])
+    static void Narrow(const WCHAR* sPath, char (&dest)[kReportedPathBytes])
     {
-        UnicodeToANSI(sPath, dest, g_cbReportedPath, CP_ACP);
+        UnicodeToANSI(sPath, dest, kReportedPathBytes, CP_ACP);
     }
 };
 
 template <class Char>
 void Report(const char* sCondition)
 {
-    ORV_REPORT_FROM("lqsettings", CPathTexts<Char>::s_sFunction, sCondition, 0);
+    ORV_REPORT_FROM("lqsettings", CPathTexts<Char>::kFunction, sCondition, 0);
 }
 
 /// The setting that a path's marker names, or null when the path has none.
@@ -60,8 +60,8 @@ const Char* BaseSetting(const Char* cPath, std::size_t cchPath)
 {
     if (cchPath < 2 || cPath[0] == 0 || cPath[1] != '\\')
         return nullptr;
-    return cPath[0] == '*'   ? CPathTexts<Char>::s_sDataPath
-           : cPath[0] == '$' ? CPathTexts<Char>::s_sLogPath
+    return cPath[0] == '*'   ? CPathTexts<Char>::kDataPath
+           : cPath[0] == '$' ? CPathTexts<Char>::kLogPath
                              : nullptr;
 }
 
@@ -71,20 +71,20 @@ void ExpandPath(Char* cPath, std::size_t cPathSizeInBytes)
     using Texts = CPathTexts<Char>;
     const std::size_t cchPath = cPathSizeInBytes / sizeof(Char);
     if (cPath == nullptr || cchPath < 1)
-        return Report<Char>(Texts::s_sBadArgument);
+        return Report<Char>(Texts::kBadArgument);
     const Char* sSetting = BaseSetting(cPath, cchPath);
     if (sSetting == nullptr)
         return;
     CSettingsBuffer<Char> cTmpPath;
     if (!cTmpPath.ReserveSize(cchPath))
         return Report<Char>("cTmpPath == nullptr");
-    Char cBaseDir[g_cchSettingsPath];
+    Char cBaseDir[kSettingsPathChars];
     const bool bRes = Texts::GetSetting(sSetting, cBaseDir, sizeof cBaseDir);
     if (!bRes || cBaseDir[0] == 0)
     {
-        char sNarrow[g_cbReportedPath];
+        char sNarrow[kReportedPathBytes];
         Texts::Narrow(cPath, sNarrow);
-        Report<Char>(Texts::s_sNoBase);
+        Report<Char>(Texts::kNoBase);
         return Report<Char>(sNarrow);
     }
     const std::size_t nBase = std::char_traits<Char>::length(cBaseDir);

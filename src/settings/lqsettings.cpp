@@ -10,17 +10,17 @@
 namespace
 {
 
-WCHAR s_lqSettingsRoot[g_cchSettingsPath] = ORVTEXT("Software\\Orvanex\\Lumatrek");
+WCHAR s_lqSettingsRoot[kSettingsPathChars] = ORVTEXT("Software\\Orvanex\\Lumatrek");
 
-constexpr REGSAM g_samRead = READ_CONTROL | KEY_QUERY_VALUE;
-constexpr REGSAM g_samCompare = READ_CONTROL | KEY_QUERY_VALUE | KEY_SET_VALUE;
-constexpr REGSAM g_samWrite = READ_CONTROL | KEY_SET_VALUE;
+constexpr REGSAM kReadRights = READ_CONTROL | KEY_QUERY_VALUE;
+constexpr REGSAM kCompareRights = READ_CONTROL | KEY_QUERY_VALUE | KEY_SET_VALUE;
+constexpr REGSAM kWriteRights = READ_CONTROL | KEY_SET_VALUE;
 
 /// Where settings are read, in this order.
-const HKEY g_hives[] = {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE};
+const HKEY kHives[] = {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE};
 
 /// What a copy that does not fit reports.
-constexpr DWORD g_dwInsufficientBuffer = 0x8007007A;
+constexpr DWORD kInsufficientBuffer = 0x8007007A;
 
 bool IsText(DWORD dwType)
 {
@@ -31,16 +31,16 @@ bool IsText(DWORD dwType)
 
 struct CKeyPath
 {
-    WCHAR m_sText[g_cchSettingsPath];
+    WCHAR m_sText[kSettingsPathChars];
 
     template <class Form>
     static CKeyPath Make(const typename Form::Char* subKey)
     {
         CKeyPath path;
-        CopyCut(path.m_sText, g_cchSettingsPath, s_lqSettingsRoot);
+        CopyCut(path.m_sText, kSettingsPathChars, s_lqSettingsRoot);
         if (IsEmptyText(subKey))
             return path;
-        WCHAR sSubKey[g_cchSettingsPath];
+        WCHAR sSubKey[kSettingsPathChars];
         Form::Widen(sSubKey, subKey);
         path.Append(ORVTEXT("\\"));
         path.Append(sSubKey);
@@ -51,14 +51,14 @@ private:
     void Append(const WCHAR* s)
     {
         const std::size_t nLength = std::char_traits<WCHAR>::length(m_sText);
-        CopyCut(m_sText + nLength, g_cchSettingsPath - nLength, s);
+        CopyCut(m_sText + nLength, kSettingsPathChars - nLength, s);
     }
 };
 
 // ---- Numbers ----
 
 template <class Number>
-constexpr DWORD g_dwTypeOf = sizeof(Number) == 4 ? REG_DWORD : REG_QWORD;
+constexpr DWORD kTypeOf = sizeof(Number) == 4 ? REG_DWORD : REG_QWORD;
 
 template <class Form, class Number>
 bool ReadNumber(HKEY hHive, const CKeyPath& path, const typename Form::Char* valueName, Number& value)
@@ -67,9 +67,9 @@ bool ReadNumber(HKEY hHive, const CKeyPath& path, const typename Form::Char* val
     Number stored = 0;
     DWORD dwType = REG_NONE;
     DWORD cbData = sizeof stored;
-    if (key.Open(hHive, path.m_sText, g_samRead) != ERROR_SUCCESS ||
+    if (key.Open(hHive, path.m_sText, kReadRights) != ERROR_SUCCESS ||
         Form::QueryValue(key.Get(), valueName, &dwType, &stored, &cbData) != ERROR_SUCCESS ||
-        dwType != g_dwTypeOf<Number> || cbData != sizeof stored)
+        dwType != kTypeOf<Number> || cbData != sizeof stored)
         return false;
     value = stored;
     return true;
@@ -81,7 +81,7 @@ Number GetNumber(const typename Form::Char* subKey, const typename Form::Char* v
     const CRegistryReading reading;
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     Number value = nDefault;
-    for (HKEY hHive : g_hives)
+    for (HKEY hHive : kHives)
         if (ReadNumber<Form>(hHive, path, valueName, value))
             break;
     return value;
@@ -93,7 +93,7 @@ bool StoreOrInherit(const CKeyPath& path, const typename Form::Char* valueName, 
                     const void* pData, DWORD cbData)
 {
     CRegKeyW key;
-    if (key.Create(HKEY_CURRENT_USER, path.m_sText, g_samCompare) != ERROR_SUCCESS)
+    if (key.Create(HKEY_CURRENT_USER, path.m_sText, kCompareRights) != ERROR_SUCCESS)
         return false;
     if (bDiffers)
         return Form::SetValue(key.Get(), valueName, dwType, pData, cbData) == ERROR_SUCCESS;
@@ -113,8 +113,7 @@ bool SetNumber(const char* sFunction, const typename Form::Char* subKey, const t
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     Number reference = nDefault;
     ReadNumber<Form>(HKEY_LOCAL_MACHINE, path, valueName, reference);
-    return StoreOrInherit<Form>(path, valueName, value != reference, g_dwTypeOf<Number>, &value,
-                                sizeof value);
+    return StoreOrInherit<Form>(path, valueName, value != reference, kTypeOf<Number>, &value, sizeof value);
 }
 
 // ---- Text ----
@@ -146,7 +145,7 @@ bool FindText(HKEY hHive, const WCHAR* sPath, const typename Form::Char* valueNa
 {
     DWORD dwType = REG_NONE;
     cbData = 0;
-    return key.Open(hHive, sPath, g_samRead) == ERROR_SUCCESS &&
+    return key.Open(hHive, sPath, kReadRights) == ERROR_SUCCESS &&
            Form::QueryValue(key.Get(), valueName, &dwType, nullptr, &cbData) == ERROR_SUCCESS &&
            IsText(dwType);
 }
@@ -211,7 +210,7 @@ bool GetText(const char* sFunction, const typename Form::Char* subKey, const typ
     }
     const CRegistryReading reading;
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
-    for (HKEY hHive : g_hives)
+    for (HKEY hHive : kHives)
     {
         const TextResult result = GetTextFrom<Form>(hHive, path, valueName, dest, cbDest);
         if (result == TextResult::eNoMemory)
@@ -242,9 +241,9 @@ bool ReadReferenceText(const char* sFunction, const CKeyPath& path, const typena
     {
         const std::size_t cchBuf = dwSize / sizeof(Char) + 1;
         if (!sBuf.ReserveSize(cchBuf))
-            ORV_REPORT(sFunction, Form::s_sCannotReserve);
+            ORV_REPORT(sFunction, Form::kCannotReserve);
         else if (!ReadText<Form>(key.Get(), valueName, sBuf, cchBuf))
-            ORV_REPORT(sFunction, Form::s_sCannotRead);
+            ORV_REPORT(sFunction, Form::kCannotRead);
         else
             return true;
         return false;
@@ -291,7 +290,7 @@ bool GetBytesFrom(HKEY hHive, const CKeyPath& path, const typename Form::Char* v
     CRegKeyW key;
     DWORD dwType = REG_NONE;
     DWORD cbData = 0;
-    if (key.Open(hHive, path.m_sText, g_samRead) != ERROR_SUCCESS ||
+    if (key.Open(hHive, path.m_sText, kReadRights) != ERROR_SUCCESS ||
         Form::QueryValue(key.Get(), valueName, &dwType, nullptr, &cbData) != ERROR_SUCCESS ||
         dwType != REG_BINARY)
         return false;
@@ -319,7 +318,7 @@ bool GetBytes(const char* sFunction, const typename Form::Char* subKey, const ty
     }
     const CRegistryReading reading;
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
-    return std::any_of(std::begin(g_hives), std::end(g_hives), [&](HKEY hHive) {
+    return std::any_of(std::begin(kHives), std::end(kHives), [&](HKEY hHive) {
         return GetBytesFrom<Form>(hHive, path, valueName, dest, *pcbDest);
     });
 }
@@ -330,7 +329,7 @@ bool SetBytes(const typename Form::Char* subKey, const typename Form::Char* valu
 {
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     CRegKeyW key;
-    return key.Create(HKEY_CURRENT_USER, path.m_sText, g_samWrite) == ERROR_SUCCESS &&
+    return key.Create(HKEY_CURRENT_USER, path.m_sText, kWriteRights) == ERROR_SUCCESS &&
            Form::SetValue(key.Get(), valueName, REG_BINARY, data, cbData) == ERROR_SUCCESS;
 }
 
@@ -363,7 +362,7 @@ bool ORVCALL GetLQSettingsRootA(char* rootPath, unsigned cchDest) noexcept
         ORV_REPORT("GetLQSettingsRootA", "rootPath == nullptr || cchDest < 2");
         return false;
     }
-    char sWhole[4 * g_cchSettingsPath]; // no code page has longer characters
+    char sWhole[4 * kSettingsPathChars]; // no code page has longer characters
     const int nWhole = UnicodeToANSI(s_lqSettingsRoot, sWhole, sizeof sWhole, CP_ACP);
     return UnicodeToANSI(s_lqSettingsRoot, rootPath, cchDest, CP_ACP) == nWhole;
 }
@@ -377,7 +376,7 @@ bool ORVCALL GetLQSettingsRootW(WCHAR* rootPath, unsigned cchDest) noexcept
     }
     const bool bWhole = CopyCut<WCHAR>(rootPath, cchDest, s_lqSettingsRoot);
     if (!bWhole)
-        ORV_REPORT_VALUE("GetLQSettingsRootW", nullptr, g_dwInsufficientBuffer);
+        ORV_REPORT_VALUE("GetLQSettingsRootW", nullptr, kInsufficientBuffer);
     return bWhole;
 }
 
@@ -457,7 +456,7 @@ try
         sPath.AppendChar(ORVTEXT('\\'));
         OCT::AppendWhole(sPath, subKey);
     }
-    for (HKEY hHive : g_hives)
+    for (HKEY hHive : kHives)
     {
         CRegKeyW key;
         CSettingsBuffer<WCHAR> buffer;

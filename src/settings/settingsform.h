@@ -12,7 +12,7 @@
 #include <new>
 #include <string>
 
-constexpr unsigned g_cchSettingsPath = 260;
+constexpr unsigned kSettingsPathChars = 260;
 
 /// Bounded copy, always terminated; false when the text had to be cut. Narrow text is cut between characters.
 template <class Char>
@@ -42,7 +42,7 @@ public:
     /// Makes room for \p nUnits; false when memory ran out.
     bool ReserveSize(std::size_t nUnits)
     {
-        if (nUnits <= g_cchSettingsPath)
+        if (nUnits <= kSettingsPathChars)
             return true;
         m_pHeap.reset(new (std::nothrow) Char[nUnits]);
         m_pText = m_pHeap.get();
@@ -51,7 +51,7 @@ public:
     operator Char*() { return m_pText; }
 
 private:
-    Char m_sInline[g_cchSettingsPath];
+    Char m_sInline[kSettingsPathChars];
     std::unique_ptr<Char[]> m_pHeap;
     Char* m_pText = m_sInline;
 };
@@ -69,15 +69,15 @@ struct CNarrowForm
         return ::RegSetValueExA(hKey, sName, 0, dwType, static_cast<const BYTE*>(pData), cbData);
     }
     static LSTATUS DeleteValue(HKEY hKey, const char* sName) { return ::RegDeleteValueA(hKey, sName); }
-    static void Widen(WCHAR (&dest)[g_cchSettingsPath], const char* s)
+    static void Widen(WCHAR (&dest)[kSettingsPathChars], const char* s)
     {
-        ANSIToUnicode(s, dest, g_cchSettingsPath, CP_ACP);
+        ANSIToUnicode(s, dest, kSettingsPathChars, CP_ACP);
     }
 
-    static constexpr const char* s_sCannotReserve = "!sBuf.ReserveSize (dwSize / sizeof (char) + 1)";
-    static constexpr const char* s_sCannotRead = "::RegQueryValueExA (hKey, valueName, nullptr, &dwType, "
-                                                 "reinterpret_cast<LPBYTE> (static_cast<char*> (sBuf)), "
-                                                 "&dwSize) != ERROR_SUCCESS";
+    static constexpr const char* kCannotReserve = "!sBuf.ReserveSize (dwSize / sizeof (char) + 1)";
+    static constexpr const char* kCannotRead = "::RegQueryValueExA (hKey, valueName, nullptr, &dwType, "
+                                               "reinterpret_cast<LPBYTE> (static_cast<char*> (sBuf)), "
+                                               "&dwSize) != ERROR_SUCCESS";
 };
 
 struct CWideForm
@@ -93,13 +93,13 @@ struct CWideForm
         return ::RegSetValueExW(hKey, sName, 0, dwType, static_cast<const BYTE*>(pData), cbData);
     }
     static LSTATUS DeleteValue(HKEY hKey, const WCHAR* sName) { return ::RegDeleteValueW(hKey, sName); }
-    static void Widen(WCHAR (&dest)[g_cchSettingsPath], const WCHAR* s)
+    static void Widen(WCHAR (&dest)[kSettingsPathChars], const WCHAR* s)
     {
-        CopyCut(dest, g_cchSettingsPath, s);
+        CopyCut(dest, kSettingsPathChars, s);
     }
 
-    static constexpr const char* s_sCannotReserve = "!sBuf.ReserveSize (dwSize / sizeof (wchar_t) + 1)";
-    static constexpr const char* s_sCannotRead = "::RegQueryValueExW (hKey, valueName, nullptr, &dwType, "
-                                                 "reinterpret_cast<LPBYTE> (static_cast<wchar_t*> "
-                                                 "(sBuf)), &dwSize) != ERROR_SUCCESS";
+    static constexpr const char* kCannotReserve = "!sBuf.ReserveSize (dwSize / sizeof (wchar_t) + 1)";
+    static constexpr const char* kCannotRead = "::RegQueryValueExW (hKey, valueName, nullptr, &dwType, "
+                                               "reinterpret_cast<LPBYTE> (static_cast<wchar_t*> "
+                                               "(sBuf)), &dwSize) != ERROR_SUCCESS";
 };

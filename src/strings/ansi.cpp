@@ -14,11 +14,11 @@ namespace
 {
 
 // What one call converts at most, so that no size overflows an int.
-constexpr std::size_t c_nMaxRun = 0x8000000;
+constexpr std::size_t kMaxRun = 0x8000000;
 // No character of a code page has more bytes, not even with the marks around it that UTF-7 has; a converter
 // need not know of more room than its result can take.
-constexpr std::size_t c_nMaxBytes = 8;
-constexpr unsigned c_nGb18030 = 54936;
+constexpr std::size_t kMaxBytes = 8;
+constexpr unsigned kGb18030 = 54936;
 
 // Whether the number means UTF-8, as the ANSI code page may.
 bool IsUtf8(unsigned nCodePage)
@@ -48,7 +48,7 @@ int ConvertRun(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom, un
 {
     const auto Encode = [&](DWORD dwFlags) {
         return WideCharToMultiByte(nCodePage, dwFlags, p, static_cast<int>(n), pDest,
-                                   static_cast<int>(std::min(nRoom, c_nMaxBytes * n)), nullptr, nullptr);
+                                   static_cast<int>(std::min(nRoom, kMaxBytes * n)), nullptr, nullptr);
     };
     const int nWritten = Encode(IsUtf8(nCodePage) ? 0 : WC_NO_BEST_FIT_CHARS);
     return RefusesFlags(nWritten) ? Encode(0) : nWritten;
@@ -105,7 +105,7 @@ std::size_t ForeignLength(const Char* p, std::size_t n)
 std::size_t WholeUnits(const WCHAR* p, std::size_t n, std::size_t nMax, unsigned nCodePage)
 {
     const std::size_t nWhole = std::min(n, nMax);
-    const bool bSplits = nCodePage == c_nGb18030 && nWhole && nWhole < n &&
+    const bool bSplits = nCodePage == kGb18030 && nWhole && nWhole < n &&
                          (p[nWhole - 1] & 0xFC00) == 0xD800 && (p[nWhole] & 0xFC00) == 0xDC00;
     return nWhole - bSplits;
 }
@@ -136,7 +136,7 @@ std::size_t ConvertFitting(const WCHAR* p, std::size_t n, char* pDest, std::size
 bool IsLead(char c, unsigned nCodePage)
 {
     return IsDBCSLeadByteEx(nCodePage, static_cast<BYTE>(c)) ||
-           (nCodePage == c_nGb18030 && c != '\x80' && c != '\xFF');
+           (nCodePage == kGb18030 && c != '\x80' && c != '\xFF');
 }
 
 // The bytes of whole characters among \p nMax of \p n bytes, at least one character.
@@ -173,13 +173,13 @@ std::size_t ConvertFitting(const char* p, std::size_t n, WCHAR* pDest, std::size
 // What one call converts of the characters beyond ASCII at \p p.
 std::size_t RunLength(const WCHAR* p, std::size_t n, unsigned)
 {
-    return ForeignLength(p, std::min(n, c_nMaxRun));
+    return ForeignLength(p, std::min(n, kMaxRun));
 }
 
 std::size_t RunLength(const char* p, std::size_t n, unsigned nCodePage)
 {
-    const std::size_t nRun = ForeignLength(p, std::min(n, c_nMaxRun));
-    return nRun < c_nMaxRun ? nRun : WholeCharacters(p, n, c_nMaxRun, nCodePage);
+    const std::size_t nRun = ForeignLength(p, std::min(n, kMaxRun));
+    return nRun < kMaxRun ? nRun : WholeCharacters(p, n, kMaxRun, nCodePage);
 }
 
 bool IsOutOfRoom()
@@ -220,7 +220,7 @@ template <class Src, class Dest>
 std::size_t ConvertRuns(CProgress<Src, Dest> at, unsigned nCodePage)
 {
     const std::size_t n = std::min(at.m_nSrc, at.m_nRoom);
-    if (n <= c_nMaxRun && IsSingleByte(nCodePage) &&
+    if (n <= kMaxRun && IsSingleByte(nCodePage) &&
         ConvertRun(at.m_pSrc, n, at.m_pDest, n, nCodePage) == static_cast<int>(n))
         return n;
     while (at.GoesOn())

@@ -101,7 +101,7 @@ CToUTF8::~CToUTF8()
 
 const char* CToUTF8::Set(const WCHAR* s, unsigned n)
 {
-    return Take(s, n, CBuffer<char>{m_sz, c_nInline, m_p, m_nCapacity}, "CToUTF8::Set", UnicodeToUTF8Ex);
+    return Take(s, n, CBuffer<char>{m_sz, kInline, m_p, m_nCapacity}, "CToUTF8::Set", UnicodeToUTF8Ex);
 }
 
 const char* CToUTF8::Set(const char* s, unsigned n)
@@ -109,7 +109,7 @@ const char* CToUTF8::Set(const char* s, unsigned n)
     const auto convert = [](const char* pFrom, const char* pTo, char* pDest, unsigned cbDest) {
         ANSIToUTF8Ex(pFrom, pTo, pDest, cbDest, CP_ACP);
     };
-    return Take(s, n, CBuffer<char>{m_sz, c_nInline, m_p, m_nCapacity}, "CToUTF8::Set", convert);
+    return Take(s, n, CBuffer<char>{m_sz, kInline, m_p, m_nCapacity}, "CToUTF8::Set", convert);
 }
 
 CUtf8ToWide::CUtf8ToWide(const char* s, unsigned n)
@@ -125,5 +125,5 @@ CUtf8ToWide::~CUtf8ToWide()
 
 const WCHAR* CUtf8ToWide::Set(const char* s, unsigned n)
 {
-    return Take(s, n, CBuffer<WCHAR>{m_sz, c_nInline, m_p, m_nCapacity}, "CUtf8ToWide::Set", UTF8ToUnicodeEx);
+    return Take(s, n, CBuffer<WCHAR>{m_sz, kInline, m_p, m_nCapacity}, "CUtf8ToWide::Set", UTF8ToUnicodeEx);
 }

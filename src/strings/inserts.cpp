@@ -9,15 +9,15 @@ namespace
 
 /// Places up to %99 can stand in a format, and each may take two more for "*"; none may read outside the
 /// array.
-constexpr unsigned Places = 99 + 2;
+constexpr unsigned kPlaces = 99 + 2;
 /// ERROR_NO_WORK_DONE, for which not every SDK has a name: the formatter's way to say that the text is empty.
-constexpr DWORD NoWorkDone = 235;
+constexpr DWORD kNoWorkDone = 235;
 
 } // namespace
 
 DWORD OCT::PutInserts(const WCHAR* sFormat, std::span<const WCHAR* const> texts, WCHAR* sBuffer, DWORD nSize)
 {
-    DWORD_PTR arguments[Places];
+    DWORD_PTR arguments[kPlaces];
     std::fill(std::begin(arguments), std::end(arguments), reinterpret_cast<DWORD_PTR>(ORVTEXT("")));
     for (std::size_t i = 0; i < texts.size(); ++i)
         if (texts[i] != nullptr)
@@ -28,5 +28,5 @@ DWORD OCT::PutInserts(const WCHAR* sFormat, std::span<const WCHAR* const> texts,
         return ERROR_SUCCESS;
     sBuffer[0] = 0;
     const DWORD dwError = GetLastError();
-    return dwError == NoWorkDone ? ERROR_SUCCESS : dwError;
+    return dwError == kNoWorkDone ? ERROR_SUCCESS : dwError;
 }

@@ -9,9 +9,9 @@
 namespace
 {
 
-constexpr double MaxWhole = 2147483647;
-constexpr std::uint32_t PowersOfTen[] = {1,      10,      100,      1000,      10000,
-                                         100000, 1000000, 10000000, 100000000, 1000000000};
+constexpr double kMaxWhole = 2147483647;
+constexpr std::uint32_t kPowersOfTen[] = {1,      10,      100,      1000,      10000,
+                                          100000, 1000000, 10000000, 100000000, 1000000000};
 
 /// The parts of a magnitude, rounded: \p m_nFraction may be one digit longer than there are decimals.
 struct CRounded
@@ -50,7 +50,7 @@ CRounded RoundFraction(double dMagnitude, std::uint32_t nPower)
 char* PutFraction(char* p, std::uint32_t nFraction, int nDecimals)
 {
     *p++ = '.';
-    return nFraction >= PowersOfTen[nDecimals]
+    return nFraction >= kPowersOfTen[nDecimals]
                ? OCT::PutDecimal(p, nFraction)
                : OCT::PutDigits(p, nFraction, static_cast<unsigned>(nDecimals));
 }
@@ -60,11 +60,11 @@ char* PutDecimals(char* p, double value, int prec, bool bDropZeros)
     if (std::isnan(value))
         return std::copy_n("nan", 3, p);
     const double dMagnitude = value < 0 ? -value : value;
-    if (dMagnitude > MaxWhole)
-        return std::to_chars(p, p + OCT::MaxDoubleText, value, std::chars_format::scientific, 6).ptr;
+    if (dMagnitude > kMaxWhole)
+        return std::to_chars(p, p + OCT::kMaxDoubleText, value, std::chars_format::scientific, 6).ptr;
     prec = std::clamp(prec, 0, 9);
     const CRounded rounded =
-        prec == 0 ? RoundWhole(dMagnitude) : RoundFraction(dMagnitude, PowersOfTen[prec]);
+        prec == 0 ? RoundWhole(dMagnitude) : RoundFraction(dMagnitude, kPowersOfTen[prec]);
     if (value < 0)
         *p++ = '-';
     p = OCT::PutDecimal(p, rounded.m_nWhole);

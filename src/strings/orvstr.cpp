@@ -9,11 +9,11 @@
 namespace
 {
 
-constexpr unsigned AnsiCodePage = 0;
+constexpr unsigned kAnsiCodePage = 0;
 
 int AnsiToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
 {
-    return ANSIToUnicodeEx(pFrom, pTo, pDest, cchDest, AnsiCodePage);
+    return ANSIToUnicodeEx(pFrom, pTo, pDest, cchDest, kAnsiCodePage);
 }
 
 int Utf8ToWide(const char* pFrom, const char* pTo, WCHAR* pDest, unsigned cchDest)
@@ -308,7 +308,7 @@ char* COrvStr::GetANSI(char* dest, unsigned cbDest) const
     }
     dest[0] = 0;
     if (cbDest > 1 && !IsEmpty())
-        UnicodeToANSI(m_pStr, dest, cbDest, AnsiCodePage);
+        UnicodeToANSI(m_pStr, dest, cbDest, kAnsiCodePage);
     dest[cbDest - 1] = 0;
     return dest;
 }

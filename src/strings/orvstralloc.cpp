@@ -15,7 +15,7 @@ constinit OrvStrBuffer<1> g_DefEmptyString{{0}, {sizeof(WCHAR), 0, 0}, {0}};
 template <unsigned L>
 struct OCT::CPlexTypeName<OrvStrBuffer<L>>
 {
-    static constexpr auto kText = JoinTexts("class OrvStrBuffer<", DecimalText<L>.m_sText, ">");
+    static constexpr auto kText = JoinTexts("class OrvStrBuffer<", kDecimalText<L>.m_sText, ">");
 };
 template <>
 constexpr int OCT::kPlexShelf<OrvStrBuffer<21>> = 0;
@@ -34,13 +34,13 @@ template <unsigned L, unsigned N>
 struct CSizeClass
 {
     using Pool = OCT::CStoredPool<OrvStrBuffer<L>, N>;
-    static constexpr std::uint32_t AllocLen = sizeof(WCHAR) * L;
+    static constexpr std::uint32_t kAllocLen = sizeof(WCHAR) * L;
 
     static OrvStrHeader* Take()
     {
         OrvStrHeader* const p = Pool::AllocateItem();
         if (p != nullptr)
-            p->nAllocLen = AllocLen;
+            p->nAllocLen = kAllocLen;
         return p;
     }
 
@@ -56,21 +56,21 @@ using CMiddle = CSizeClass<151, 256>;
 using CLarge = CSizeClass<401, 128>;
 
 // Blocks of the heap are aligned for two pointers.
-constexpr std::size_t BlockAlignment = 16;
-constexpr bool IsHeapAligned = 2 * sizeof(void*) >= BlockAlignment;
+constexpr std::size_t kBlockAlignment = 16;
+constexpr bool kHeapIsAligned = 2 * sizeof(void*) >= kBlockAlignment;
 
 void* NewBlock(std::size_t nBytes)
 {
-    return IsHeapAligned ? ::operator new(nBytes, std::nothrow)
-                         : ::operator new (nBytes, std::align_val_t{BlockAlignment}, std::nothrow);
+    return kHeapIsAligned ? ::operator new(nBytes, std::nothrow)
+                          : ::operator new (nBytes, std::align_val_t{kBlockAlignment}, std::nothrow);
 }
 
 void DeleteBlock(void* p)
 {
-    if constexpr (IsHeapAligned)
+    if constexpr (kHeapIsAligned)
         ::operator delete(p);
     else
-        ::operator delete (p, std::align_val_t{BlockAlignment});
+        ::operator delete (p, std::align_val_t{kBlockAlignment});
 }
 
 /// True once the memory of pooled buffers may be gone, whoever holds references.
@@ -111,13 +111,13 @@ OrvStrHeader* TakeFromHeap(std::uint64_t nBytes)
 
 OrvStrHeader* TakeBuffer(std::uint64_t nBytes)
 {
-    if (nBytes <= CTiny::AllocLen)
+    if (nBytes <= CTiny::kAllocLen)
         return CTiny::Take();
-    if (nBytes <= CSmall::AllocLen)
+    if (nBytes <= CSmall::kAllocLen)
         return CSmall::Take();
-    if (nBytes <= CMiddle::AllocLen)
+    if (nBytes <= CMiddle::kAllocLen)
         return CMiddle::Take();
-    if (nBytes <= CLarge::AllocLen)
+    if (nBytes <= CLarge::kAllocLen)
         return CLarge::Take();
     return TakeFromHeap(nBytes);
 }
@@ -163,12 +163,12 @@ void ORVS_FreeString(OrvStrHeader* p)
     StrOf(p)[0] = 0;
     switch (p->nAllocLen)
     {
-    case CTiny::AllocLen: return CTiny::Free(p);
-    case CSmall::AllocLen: return CSmall::Free(p);
-    case CMiddle::AllocLen: return CMiddle::Free(p);
-    case CLarge::AllocLen: return CLarge::Free(p);
+    case CTiny::kAllocLen: return CTiny::Free(p);
+    case CSmall::kAllocLen: return CSmall::Free(p);
+    case CMiddle::kAllocLen: return CMiddle::Free(p);
+    case CLarge::kAllocLen: return CLarge::Free(p);
     default:
-        if (p->nAllocLen > CLarge::AllocLen)
+        if (p->nAllocLen > CLarge::kAllocLen)
             DeleteBlock(reinterpret_cast<OrvStrBorder*>(p) - 1);
         else
             ORV_REPORT("ORVS_FreeString", nullptr);

@@ -12,7 +12,7 @@ namespace
 {
 
 // Reports name the class's source, not this part of it.
-constexpr const char* SourceName = "orvstr";
+constexpr const char* kSourceName = "orvstr";
 
 constexpr bool IsSeparator(WCHAR c)
 {
@@ -65,7 +65,7 @@ int COrvStr::FindSubStr(const WCHAR* sToFind) const
         return -1;
     if (sToFind == nullptr)
     {
-        ORV_REPORT_FROM(SourceName, "COrvStr::FindSubStr", "sToFind == nullptr", 0);
+        ORV_REPORT_FROM(kSourceName, "COrvStr::FindSubStr", "sToFind == nullptr", 0);
         return -1;
     }
     return static_cast<int>(
@@ -86,7 +86,7 @@ void COrvStr::Replace(const WCHAR* sToFind, const WCHAR* sReplaceTo)
         return;
     if (sToFind == nullptr || sReplaceTo == nullptr)
     {
-        ORV_REPORT_FROM(SourceName, "COrvStr::Replace", "sToFind == nullptr || sReplaceTo == nullptr", 0);
+        ORV_REPORT_FROM(kSourceName, "COrvStr::Replace", "sToFind == nullptr || sReplaceTo == nullptr", 0);
         return;
     }
     const OCT::TextView find(sToFind, OCT::TextLength(sToFind));

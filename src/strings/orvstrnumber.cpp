@@ -15,15 +15,15 @@ namespace
 {
 
 // Reports name the class's source, not this part of it.
-constexpr const char* SourceName = "orvstr";
+constexpr const char* kSourceName = "orvstr";
 
-constexpr int MaxPaddedLen = 256;
+constexpr int kMaxPaddedLen = 256;
 /// Number texts end here, except padded decimals.
-constexpr unsigned MaxText = 63;
+constexpr unsigned kMaxText = 63;
 
 /// Below it, with at most nine decimals, a double's text is not cut.
-constexpr double Short = 1e18;
-constexpr unsigned MaxShortText = 32;
+constexpr double kShort = 1e18;
+constexpr unsigned kMaxShortText = 32;
 
 unsigned PadsUpTo(unsigned nWidth, unsigned nLen)
 {
@@ -59,20 +59,20 @@ void COrvStr::AppendWritten(unsigned nMost, Put put)
         if (OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nLen + nMost + 1)))
             return OCT::EndStr(m_pStr, static_cast<std::size_t>(put(m_pStr + nLen) - m_pStr));
     }
-    WCHAR sText[MaxPaddedLen + OCT::MaxIntText];
+    WCHAR sText[kMaxPaddedLen + OCT::kMaxIntText];
     Append(sText, static_cast<unsigned>(put(sText) - sText));
 }
 
 template <class Int>
 void COrvStr::AppendPadded(Int n, int iPaddedLen)
 {
-    if (iPaddedLen > MaxPaddedLen || iPaddedLen < -MaxPaddedLen)
+    if (iPaddedLen > kMaxPaddedLen || iPaddedLen < -kMaxPaddedLen)
     {
-        ORV_REPORT_FROM(SourceName, "COrvStr::AppendNum",
+        ORV_REPORT_FROM(kSourceName, "COrvStr::AppendNum",
                         iPaddedLen > 0 ? "iPaddedLen <= 256" : "iPaddedLen >= -256", 0);
         iPaddedLen = 0;
     }
-    WCHAR sNumber[OCT::MaxIntText];
+    WCHAR sNumber[OCT::kMaxIntText];
     const auto nLen = static_cast<unsigned>(OCT::PutDecimal(sNumber, n) - sNumber);
     const unsigned nPad = PadsUpTo(Magnitude(iPaddedLen), nLen);
     const WCHAR cPad = iPaddedLen < 0 ? ORVTEXT('0') : ORVTEXT(' ');
@@ -83,17 +83,17 @@ void COrvStr::AppendPadded(Int n, int iPaddedLen)
 
 void COrvStr::AppendNum(int n)
 {
-    AppendWritten(OCT::MaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
+    AppendWritten(OCT::kMaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
 }
 
 void COrvStr::AppendNum(unsigned n)
 {
-    AppendWritten(OCT::MaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
+    AppendWritten(OCT::kMaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
 }
 
 void COrvStr::AppendNum(std::uint64_t n)
 {
-    AppendWritten(OCT::MaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
+    AppendWritten(OCT::kMaxIntText, [=](WCHAR* p) { return OCT::PutDecimal(p, n); });
 }
 
 void COrvStr::AppendNum(int n, int iPaddedLen)
@@ -124,9 +124,9 @@ void COrvStr::AppendHex(std::uint64_t n)
 void COrvStr::AppendHexDigits(std::uint64_t n, int iWidth)
 {
     const unsigned nLen = HexDigitCount(n);
-    const unsigned nPad = std::min(PadsUpTo(Magnitude(iWidth), nLen), MaxText);
+    const unsigned nPad = std::min(PadsUpTo(Magnitude(iWidth), nLen), kMaxText);
     // The text is cut at its end: a wide padding leaves the first digits only.
-    const unsigned nKept = std::min(nLen, MaxText - nPad);
+    const unsigned nKept = std::min(nLen, kMaxText - nPad);
     AppendWritten(nPad + nKept, [=](WCHAR* p) {
         p = std::fill_n(p, nPad, iWidth > 0 ? ORVTEXT(' ') : ORVTEXT('0'));
         return nKept != 0 ? OCT::PutHex(p, n >> 4 * (nLen - nKept), nKept) : p;
@@ -155,11 +155,11 @@ void COrvStr::AppendDouble(double d, int iPrec)
     iPrec = std::clamp(iPrec, 0, 16);
     // Deliberate: of a precision of two digits only the second counts.
     const int nDecimals = iPrec % 10;
-    if (std::fabs(d) < Short)
-        return AppendWritten(MaxShortText, [=](WCHAR* p) { return OCT::PutFixed(p, d, nDecimals); });
-    WCHAR sText[OCT::MaxFixedText];
+    if (std::fabs(d) < kShort)
+        return AppendWritten(kMaxShortText, [=](WCHAR* p) { return OCT::PutFixed(p, d, nDecimals); });
+    WCHAR sText[OCT::kMaxFixedText];
     const auto nLen = static_cast<unsigned>(OCT::PutFixed(sText, d, nDecimals) - sText);
-    Append(sText, std::min(nLen, MaxText));
+    Append(sText, std::min(nLen, kMaxText));
 }
 
 ParamNumToStr::ParamNumToStr(int n, const WCHAR* sFormat)

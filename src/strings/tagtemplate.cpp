@@ -15,7 +15,7 @@ using OCT::IsSpace;
 using OCT::TextView;
 
 // Reports name the class's source, not this part of it.
-constexpr const char* SourceName = "orvstr";
+constexpr const char* kSourceName = "orvstr";
 
 /// The text that grows; what does not fit is dropped.
 class COutput
@@ -25,7 +25,7 @@ public:
 
     void Append(WCHAR c)
     {
-        if (m_nLength < MaxLength)
+        if (m_nLength < kMaxLength)
             m_sText[m_nLength++] = c;
     }
     void Append(TextView text)
@@ -52,10 +52,10 @@ public:
     }
 
 private:
-    static constexpr std::size_t MaxLength = 1023;
+    static constexpr std::size_t kMaxLength = 1023;
 
     std::size_t m_nLength = 0;
-    WCHAR m_sText[MaxLength + 1];
+    WCHAR m_sText[kMaxLength + 1];
 };
 
 /// Places in the output that it can be cut back to.
@@ -297,7 +297,7 @@ int COrvStr::FormatStr(const WCHAR* sFrm, TagClient ClientFunc, void* pData)
 {
     if (ClientFunc == nullptr || pData == nullptr || sFrm == nullptr)
     {
-        ORV_REPORT_FROM(SourceName, "COrvStr::FormatStr",
+        ORV_REPORT_FROM(kSourceName, "COrvStr::FormatStr",
                         "ClientFunc == nullptr || pData == nullptr || sFrm == nullptr", 0);
         return 0;
     }

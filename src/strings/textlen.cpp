@@ -15,7 +15,7 @@ namespace OCT
 namespace
 {
 
-constexpr std::size_t UnitsPerLoad = sizeof(__m128i) / sizeof(WCHAR);
+constexpr std::size_t kUnitsPerLoad = sizeof(__m128i) / sizeof(WCHAR);
 
 /// Two bits for each zero unit of an aligned group of eight.
 unsigned ZeroUnits(const __m128i* p) noexcept
@@ -50,14 +50,14 @@ unsigned ZeroUnits16(const WCHAR* s) noexcept
     const auto isZero = [s](std::size_t i) {
         return _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i)), _mm_setzero_si128());
     };
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(isZero(0), isZero(UnitsPerLoad))));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(isZero(0), isZero(kUnitsPerLoad))));
 }
 
 } // namespace
 
 std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
 {
-    if (nMax - 1 < 2 * UnitsPerLoad && IsReadable16(s)) [[likely]] // not 0: nothing may be read then
+    if (nMax - 1 < 2 * kUnitsPerLoad && IsReadable16(s)) [[likely]] // not 0: nothing may be read then
     {
         // A branch, so that what follows need not wait for the text.
         const unsigned nZeros = ZeroUnits16(s) & ((1u << nMax) - 1);
@@ -72,7 +72,7 @@ std::size_t TextLength(const WCHAR* s, std::size_t nMax) noexcept
     if (const unsigned nZeros = ZeroUnits(p) >> nSkipBytes; nZeros != 0)
         return std::min<std::size_t>(static_cast<std::size_t>(std::countr_zero(nZeros)) / sizeof(WCHAR),
                                      nMax);
-    for (std::size_t n = UnitsPerLoad - nSkipBytes / sizeof(WCHAR); n < nMax; n += UnitsPerLoad)
+    for (std::size_t n = kUnitsPerLoad - nSkipBytes / sizeof(WCHAR); n < nMax; n += kUnitsPerLoad)
         if (const unsigned nZeros = ZeroUnits(++p); nZeros != 0)
             return std::min<std::size_t>(
                 n + static_cast<std::size_t>(std::countr_zero(nZeros)) / sizeof(WCHAR), nMax);

@@ -10,7 +10,7 @@ namespace OCT
 namespace
 {
 
-constexpr std::size_t UnitsPerBlock = 16;
+constexpr std::size_t kUnitsPerBlock = 16;
 
 /// Eight units of text, each compared with one.
 __m128i Matches8(const WCHAR* p, __m128i unit)
@@ -34,9 +34,9 @@ __m128i Repeat(WCHAR c)
 template <class BitsAt, class Try>
 std::size_t SearchBlocks(std::size_t nPositions, BitsAt bitsAt, Try tryAt)
 {
-    for (std::size_t i = 0; i < nPositions; i += UnitsPerBlock)
+    for (std::size_t i = 0; i < nPositions; i += kUnitsPerBlock)
     {
-        const std::size_t nBlock = i + UnitsPerBlock <= nPositions ? i : nPositions - UnitsPerBlock;
+        const std::size_t nBlock = i + kUnitsPerBlock <= nPositions ? i : nPositions - kUnitsPerBlock;
         for (unsigned nBits = bitsAt(nBlock); nBits != 0; nBits &= nBits - 1)
         {
             const std::size_t nAt = nBlock + static_cast<std::size_t>(std::countr_zero(nBits));
@@ -51,7 +51,7 @@ std::size_t SearchBlocks(std::size_t nPositions, BitsAt bitsAt, Try tryAt)
 
 std::size_t FindUnit(TextView text, WCHAR c) noexcept
 {
-    if (text.size() < UnitsPerBlock)
+    if (text.size() < kUnitsPerBlock)
     {
         for (std::size_t i = 0; i < text.size(); ++i)
             if (text[i] == c)
@@ -69,7 +69,7 @@ std::size_t FindText(TextView text, TextView find) noexcept
 {
     if (find.size() < 2)
         return find.empty() ? 0 : FindUnit(text, find.front());
-    if (text.size() < find.size() + UnitsPerBlock)
+    if (text.size() < find.size() + kUnitsPerBlock)
         return text.find(find);
     // Where both the first and the last unit stand at their places, the rest is compared.
     const WCHAR* const pFirst = text.data();

@@ -191,17 +191,17 @@ inline std::size_t DecodeBlocks(const char*& p, std::size_t& n, WCHAR* pDest, st
 // on.
 struct CShortText
 {
-    static constexpr std::size_t c_nBytes = 64;
-    static constexpr std::size_t c_nReach = 34; // read and written beyond a byte
+    static constexpr std::size_t kBytes = 64;
+    static constexpr std::size_t kReach = 34; // read and written beyond a byte
 
     CShortText(const char* p, std::size_t n)
     {
-        std::memset(m_aSrc + n, 0, c_nReach);
+        std::memset(m_aSrc + n, 0, kReach);
         std::memcpy(m_aSrc, p, n);
     }
 
-    char m_aSrc[c_nBytes + c_nReach];
-    WCHAR m_aDest[c_nBytes + c_nReach];
+    char m_aSrc[kBytes + kReach];
+    WCHAR m_aDest[kBytes + kReach];
 };
 
 // Decodes \p n bytes of a short text, blocks of ASCII and two bytes as DecodeBlocks does; returns the units.
@@ -215,7 +215,7 @@ std::size_t DecodeShort(CShortText& text, std::size_t n)
         if (static_cast<unsigned char>(*p) >= 0xE0)
         {
             // The zeros behind the source continue no sequence.
-            const CStep step = DecodeFitting(p, CShortText::c_nReach, pDest, CShortText::c_nReach);
+            const CStep step = DecodeFitting(p, CShortText::kReach, pDest, CShortText::kReach);
             p += step.m_nSrc;
             pDest += step.m_nDest;
             continue;
@@ -258,7 +258,7 @@ inline unsigned EncodeStep(WCHAR cUnit, char* pDest)
         std::memcpy(pDest, &n, sizeof n);
         return 2;
     }
-    c = (c & 0xF800) == 0xD800 ? static_cast<std::uint32_t>(c_cReplacement) : c;
+    c = (c & 0xF800) == 0xD800 ? static_cast<std::uint32_t>(kReplacementChar) : c;
     const std::uint32_t n = 0x8080E0 | c >> 12 | (c << 2 & 0x3F00) | (c & 0x3F) << 16;
     std::memcpy(pDest, &n, sizeof n);
     return 3;
@@ -315,13 +315,13 @@ char32_t DecodeUtf8(const unsigned char* p, std::size_t n, unsigned& nUsed)
     if (bLead < 0x80)
         return bLead;
     if (bLead < 0xC2 || bLead > 0xF4)
-        return c_cReplacement;
+        return kReplacementChar;
     const unsigned nLength = Utf8LengthByLead(p[0]);
     char32_t c = bLead & (0x7Fu >> nLength);
     for (; nUsed < nLength; ++nUsed)
     {
         if (nUsed == n || !(nUsed == 1 ? IsSecond(bLead, p[1]) : IsTrail(p[nUsed])))
-            return c_cReplacement;
+            return kReplacementChar;
         c = c << 6 | (p[nUsed] & 0x3F);
     }
     return c;
@@ -331,7 +331,7 @@ std::size_t Utf8ToWide(const char* pSrc, std::size_t nSrc, WCHAR* pDest, std::si
 {
     std::size_t iDest = 0;
     // Of no bytes none is looked at: one less is no short text.
-    if (nSrc - 1 < CShortText::c_nBytes && nSrc <= nRoom && static_cast<unsigned char>(*pSrc) < 0xE0)
+    if (nSrc - 1 < CShortText::kBytes && nSrc <= nRoom && static_cast<unsigned char>(*pSrc) < 0xE0)
     {
         CShortText text(pSrc, nSrc);
         const std::size_t nUnits = DecodeShort(text, nSrc);

@@ -12,7 +12,7 @@
 namespace OCT
 {
 
-constexpr char32_t c_cReplacement = 0xFFFD;
+constexpr char32_t kReplacementChar = 0xFFFD;
 
 /// Decodes the sequence at \p p, of which \p n > 0 bytes are there, and sets \p nUsed to its length. A
 /// damaged one is U+FFFD and as long as its maximal part that could begin a character, at least one byte.
@@ -44,7 +44,7 @@ inline void EncodeUnitAsUtf8(WCHAR c, char* pDest)
         pDest[1] = static_cast<char>(0x80 | (c & 0x3F));
         return;
     }
-    const unsigned n = (c & 0xF800) == 0xD800 ? static_cast<unsigned>(c_cReplacement) : c;
+    const unsigned n = (c & 0xF800) == 0xD800 ? static_cast<unsigned>(kReplacementChar) : c;
     pDest[0] = static_cast<char>(0xE0 | n >> 12);
     pDest[1] = static_cast<char>(0x80 | (n >> 6 & 0x3F));
     pDest[2] = static_cast<char>(0x80 | (n & 0x3F));

@@ -69,13 +69,13 @@ std::size_t Encode(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom
 
 const CThreeByteRuns* RunsForProcessor()
 {
-    return IsProcessorFeaturePresent(PF_SSSE3_INSTRUCTIONS_AVAILABLE) ? &c_Ssse3Runs : &c_Sse2Runs;
+    return IsProcessorFeaturePresent(PF_SSSE3_INSTRUCTIONS_AVAILABLE) ? &kSsse3Runs : &kSse2Runs;
 }
 
 } // namespace
 
-const CThreeByteRuns c_Sse2Runs = {Decode, Encode};
-constinit const CThreeByteRuns* g_pThreeByteRuns = &c_Sse2Runs;
+const CThreeByteRuns kSse2Runs = {Decode, Encode};
+constinit const CThreeByteRuns* g_pThreeByteRuns = &kSse2Runs;
 
 namespace
 {

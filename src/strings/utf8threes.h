@@ -21,8 +21,8 @@ struct CThreeByteRuns
     std::size_t (*m_pfnEncode)(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom);
 };
 
-extern const CThreeByteRuns c_Sse2Runs;
-extern const CThreeByteRuns c_Ssse3Runs;
+extern const CThreeByteRuns kSse2Runs;
+extern const CThreeByteRuns kSsse3Runs;
 extern const CThreeByteRuns* g_pThreeByteRuns;
 
 } // namespace OCT

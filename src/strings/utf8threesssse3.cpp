@@ -106,6 +106,6 @@ std::size_t Encode(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom
 
 } // namespace
 
-const CThreeByteRuns c_Ssse3Runs = {Decode, Encode};
+const CThreeByteRuns kSsse3Runs = {Decode, Encode};
 
 } // namespace OCT

@@ -13,14 +13,14 @@ namespace OCT
 {
 
 /// Days from 1900-03-01 to 1970-01-01. Counted from there a leap day is the last one of its year.
-inline constexpr unsigned CIVIL_BASE_DAY = 25508;
+inline constexpr unsigned kCivilBaseDay = 25508;
 
 /// The fields of \p nSeconds, which must lie between 1900-03-01 and 2100-02-28: any 32-bit time, shifted by
 /// any zone.
 inline SYSTEMTIME FieldsOf(std::int64_t nSeconds) noexcept
 {
     // 86400 is 675 * 128, which keeps the division within 32 bits.
-    const auto nFromBase = static_cast<std::uint64_t>(nSeconds) + std::uint64_t{CIVIL_BASE_DAY} * 86400;
+    const auto nFromBase = static_cast<std::uint64_t>(nSeconds) + std::uint64_t{kCivilBaseDay} * 86400;
     const std::uint32_t nDay = static_cast<std::uint32_t>(nFromBase >> 7) / 675;
     const std::uint32_t nTime = static_cast<std::uint32_t>(nFromBase) - nDay * 86400;
     // The quotient and the remainder by the 1461 days of four years, from one product with 2^32 / 1461
@@ -49,17 +49,17 @@ struct CivilMonth
     std::uint16_t m_nStart;
     std::uint8_t m_nDays;
 };
-inline constexpr CivilMonth CIVIL_MONTHS[12] = {{306, 31}, {337, 28}, {0, 31},   {31, 30},
+inline constexpr CivilMonth kCivilMonths[12] = {{306, 31}, {337, 28}, {0, 31},   {31, 30},
                                                 {61, 31},  {92, 30},  {122, 31}, {153, 31},
                                                 {184, 30}, {214, 31}, {245, 30}, {275, 31}};
 
 /// What SecondsOf gives for fields that do not exist.
-inline constexpr std::int64_t NO_SECONDS = std::numeric_limits<std::int64_t>::min();
+inline constexpr std::int64_t kNoSeconds = std::numeric_limits<std::int64_t>::min();
 
 /// SecondsOf by the general calendar.
 std::int64_t DistantSecondsOf(int year, int month, int day, int hour, int minute, int second) noexcept;
 
-/// NO_SECONDS for a date or a time of day that does not exist in the years 1601 to 30827, those of
+/// kNoSeconds for a date or a time of day that does not exist in the years 1601 to 30827, those of
 /// SYSTEMTIME.
 inline std::int64_t SecondsOf(int year, int month, int day, int hour, int minute, int second) noexcept
 {
@@ -68,13 +68,13 @@ inline std::int64_t SecondsOf(int year, int month, int day, int hour, int minute
     if (!(isBelow(year - 1902, 2038 - 1902) & isBelow(month - 1, 12) & isBelow(hour, 24) &
           isBelow(minute, 60) & isBelow(second, 60)))
         return DistantSecondsOf(year, month, day, hour, minute, second);
-    const CivilMonth& inMonth = CIVIL_MONTHS[month - 1];
+    const CivilMonth& inMonth = kCivilMonths[month - 1];
     const int iLeap = month == 2 && year % 4 == 0;
     if (!isBelow(day - 1, static_cast<unsigned>(inMonth.m_nDays + iLeap)))
-        return NO_SECONDS;
+        return kNoSeconds;
     const unsigned nYear = static_cast<unsigned>(year - 1900 - (month < 3));
     const int iDay =
-        static_cast<int>(1461 * nYear / 4 + inMonth.m_nStart) + day - 1 - static_cast<int>(CIVIL_BASE_DAY);
+        static_cast<int>(1461 * nYear / 4 + inMonth.m_nStart) + day - 1 - static_cast<int>(kCivilBaseDay);
     return ((iDay * 24 + hour) * 60 + minute) * 60 + second;
 }
 

@@ -15,14 +15,14 @@ using OCT::FoldedView;
 namespace
 {
 
-constexpr int MAX_TEXT = 256;
-constexpr FoldedView DATE_FIELDS = ORVTEXT("yMd");
-constexpr FoldedView TIME_FIELDS = ORVTEXT("Hms");
+constexpr int kMaxText = 256;
+constexpr FoldedView kDateFields = ORVTEXT("yMd");
+constexpr FoldedView kTimeFields = ORVTEXT("Hms");
 
 FoldedText LocaleText(const WCHAR* sLocale, LCTYPE type)
 {
-    WCHAR text[MAX_TEXT];
-    return GetLocaleInfoEx(sLocale, type, text, MAX_TEXT) > 0 ? FoldedText(text) : FoldedText();
+    WCHAR text[kMaxText];
+    return GetLocaleInfoEx(sLocale, type, text, kMaxText) > 0 ? FoldedText(text) : FoldedText();
 }
 
 /// A name that is a number is read as one.
@@ -108,8 +108,8 @@ FoldedText SecondsMarkOf(FoldedView sPicture)
 FoldedText DateText(const WCHAR* sLocale, const WCHAR* sPicture, WORD wYear, WORD wMonth, WORD wDay)
 {
     const SYSTEMTIME st = {wYear, wMonth, 0, wDay, 0, 0, 0, 0};
-    WCHAR text[MAX_TEXT];
-    return GetDateFormatEx(sLocale, 0, &st, sPicture, text, MAX_TEXT, nullptr) > 0 ? OCT::FoldText(text)
+    WCHAR text[kMaxText];
+    return GetDateFormatEx(sLocale, 0, &st, sPicture, text, kMaxText, nullptr) > 0 ? OCT::FoldText(text)
                                                                                    : FoldedText();
 }
 
@@ -201,12 +201,12 @@ const CForgetForms g_forgetForms;
 CLocaleForms::CLocaleForms(const WCHAR* sLocale) : m_yearOffset(YearOffset(sLocale))
 {
     const FoldedText sTime = LocaleText(sLocale, LOCALE_STIMEFORMAT);
-    m_dates[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTDATE), DATE_FIELDS, m_ignored);
-    m_dates[1] = ReadPicture(LocaleText(sLocale, LOCALE_SLONGDATE), DATE_FIELDS, m_ignored);
+    m_dates[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTDATE), kDateFields, m_ignored);
+    m_dates[1] = ReadPicture(LocaleText(sLocale, LOCALE_SLONGDATE), kDateFields, m_ignored);
     if (HasField(LocaleText(sLocale, LOCALE_SLONGDATE), 'g'))
         AddWords(DateText(sLocale, ORVTEXT("gg"), 2037, 12, 30), m_ignored);
-    m_times[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTTIME), TIME_FIELDS, m_ignored);
-    m_times[1] = ReadPicture(sTime, TIME_FIELDS, m_ignored);
+    m_times[0] = ReadPicture(LocaleText(sLocale, LOCALE_SSHORTTIME), kTimeFields, m_ignored);
+    m_times[1] = ReadPicture(sTime, kTimeFields, m_ignored);
     m_sSecondsMark = SecondsMarkOf(sTime);
     m_b24Hours = HasField(sTime, 'H');
 

@@ -11,15 +11,15 @@ WCHAR* EndOf(WCHAR* p, int nResult) noexcept
     return nResult > 0 ? p + nResult - 1 : p;
 }
 
-int RoomAt(const WCHAR* p, const WCHAR (&text)[OCT::LOCALE_TEXT_ROOM]) noexcept
+int RoomAt(const WCHAR* p, const WCHAR (&text)[OCT::kLocaleTextRoom]) noexcept
 {
-    return static_cast<int>(text + OCT::LOCALE_TEXT_ROOM - p);
+    return static_cast<int>(text + OCT::kLocaleTextRoom - p);
 }
 
 } // namespace
 
 void OCT::FormatForLocale(const WCHAR* sLocale, const SYSTEMTIME& st, unsigned uiFlags,
-                          WCHAR (&text)[LOCALE_TEXT_ROOM]) noexcept
+                          WCHAR (&text)[kLocaleTextRoom]) noexcept
 {
     const bool bDate = (uiFlags & COrvTime::Date_Mask) != 0;
     const bool bTime = (uiFlags & COrvTime::Time_Mask) != 0;

@@ -12,12 +12,12 @@ namespace OCT
 {
 
 /// Room for a date and a time of day, with the terminator.
-inline constexpr int LOCALE_TEXT_ROOM = 1024;
+inline constexpr int kLocaleTextRoom = 1024;
 
 /// Writes \p st in the forms that \p uiFlags (`COrvTime::LocalFormatFlags`) choose; null is the user's
 /// locale. Empty when the platform fails.
 void FormatForLocale(const WCHAR* sLocale, const SYSTEMTIME& st, unsigned uiFlags,
-                     WCHAR (&text)[LOCALE_TEXT_ROOM]) noexcept;
+                     WCHAR (&text)[kLocaleTextRoom]) noexcept;
 
 /// What is known of how a locale writes dates and times: enough to read them without asking again. All its
 /// texts are folded (localefold.h).

@@ -9,7 +9,7 @@
 namespace OCT
 {
 
-/// Seconds that the selected zone is ahead of UTC, at a moment and at a wall-clock time; PORT_NO_OFFSET when
+/// Seconds that the selected zone is ahead of UTC, at a moment and at a wall-clock time; kPortNoOffset when
 /// the platform fails.
 LONG SelectedOffset(std::int64_t nUtc) noexcept;
 LONG SelectedOffsetOfLocal(std::int64_t nLocal) noexcept;

@@ -24,7 +24,7 @@ std::optional<std::int64_t> ChangeOf(const SYSTEMTIME& rule, year inYear)
     if (rule.wYear != 0)
     {
         const std::int64_t nSeconds = OCT::SecondsOf(rule);
-        return nSeconds != OCT::NO_SECONDS ? std::optional(nSeconds + iPart) : std::nullopt;
+        return nSeconds != OCT::kNoSeconds ? std::optional(nSeconds + iPart) : std::nullopt;
     }
     if (rule.wMonth > 12 || rule.wDayOfWeek > 6 || rule.wDay < 1 || rule.wDay > 5)
         return std::nullopt;
@@ -64,7 +64,7 @@ private:
 /// Are the rules well-formed and the offsets such that fields can be computed with?
 bool CZoneRules::IsValid() const
 {
-    constexpr std::int64_t nMost = 2 * CZonePeriods::DAY;
+    constexpr std::int64_t nMost = 2 * CZonePeriods::kDay;
     const auto isOffset = [](std::int64_t n) { return n >= -nMost && n <= nMost; };
     return isOffset(m_nStandard) && isOffset(m_nDaylight) &&
            (!m_bChanges ||
@@ -151,7 +151,7 @@ CZonePeriods OCT::PeriodsOf(const ZoneRecord& record)
     const CZoneRules rules(record);
     if (rules.IsValid())
         return rules.Periods();
-    CZonePeriods none(PORT_NO_OFFSET);
+    CZonePeriods none(kPortNoOffset);
     none.Finish();
     return none;
 }

@@ -26,7 +26,7 @@ static_assert(sizeof(ZoneRecord) == 44);
 /// daylight-saving time and only `Bias` counts. Of a repeated wall-clock time the first is meant, a skipped
 /// one is read with the offset that follows the change.
 ///
-/// A record that is none has PORT_NO_OFFSET in every year.
+/// A record that is none has kPortNoOffset in every year.
 CZonePeriods PeriodsOf(const ZoneRecord& record);
 
 /// The selected zone; null means the system's.

@@ -9,11 +9,11 @@
 namespace
 {
 
-constexpr int INVALID_SPAN = -0x7FFFFFFF - 1;
-constexpr int TWO_DAYS = 172800;
-constexpr int LONGEST_DAY = 90000; // 25 hours
-constexpr int HOUR = 3600;
-constexpr int DAY = 86400;
+constexpr int kInvalidSpan = -0x7FFFFFFF - 1;
+constexpr int kTwoDays = 172800;
+constexpr int kLongestDay = 90000; // 25 hours
+constexpr int kHour = 3600;
+constexpr int kDay = 86400;
 
 bool AreValid(const char* sFunction, const char* sCondition, const COrvTime& a, const COrvTime& b) noexcept
 {
@@ -42,9 +42,9 @@ int CompareDays(const char* sFunction, const COrvTime& tLeft, const COrvTime& tR
                 COrvTime (COrvTime::*pfnDay)() const noexcept) noexcept
 {
     if (!CanCompare(sFunction, tLeft, tRight))
-        return INVALID_SPAN;
+        return kInvalidSpan;
     const int iDiff = tLeft.GetOrvTime() - tRight.GetOrvTime();
-    if (iDiff > TWO_DAYS || iDiff < -TWO_DAYS)
+    if (iDiff > kTwoDays || iDiff < -kTwoDays)
         return iDiff;
     return OCT::Subtract((tLeft.*pfnDay)().GetOrvTime(), (tRight.*pfnDay)().GetOrvTime());
 }
@@ -72,16 +72,16 @@ bool GetLocalDay(std::int64_t nUtc, std::int64_t& nDay) noexcept
 {
     const LONG nOffset = OCT::SelectedOffset(nUtc);
     const std::int64_t nLocal = nUtc + nOffset;
-    nDay = nLocal - ((nLocal % DAY) + DAY) % DAY;
-    return nOffset != PORT_NO_OFFSET;
+    nDay = nLocal - ((nLocal % kDay) + kDay) % kDay;
+    return nOffset != kPortNoOffset;
 }
 
 /// The first moment at which the local clock shows a day, near a moment that shows another time than its
 /// midnight: there the clock is changed, and midnight is skipped.
 std::int64_t FirstMomentOf(std::int64_t nDay, std::int64_t nNear) noexcept
 {
-    std::int64_t nBefore = nNear - DAY;
-    std::int64_t nFirst = nNear + DAY;
+    std::int64_t nBefore = nNear - kDay;
+    std::int64_t nFirst = nNear + kDay;
     while (nFirst - nBefore > 1)
     {
         const std::int64_t nMiddle = nBefore + (nFirst - nBefore) / 2;
@@ -97,7 +97,7 @@ std::int64_t FirstMomentOf(std::int64_t nDay, std::int64_t nNear) noexcept
 bool GetDayStart(std::int64_t nDay, std::int64_t& nStart) noexcept
 {
     const LONG nOffset = OCT::SelectedOffsetOfLocal(nDay);
-    if (nOffset == PORT_NO_OFFSET)
+    if (nOffset == kPortNoOffset)
         return false;
     nStart = nDay - nOffset;
     if (OCT::SelectedOffset(nStart) != nOffset)
@@ -110,7 +110,7 @@ bool GetDayStart(std::int64_t nDay, std::int64_t& nStart) noexcept
 bool GetNextDayStart(std::int64_t nDay, std::int64_t nFrom, std::int64_t& nNext) noexcept
 {
     std::int64_t nOther = nDay;
-    for (; nOther <= nDay; nFrom += DAY)
+    for (; nOther <= nDay; nFrom += kDay)
         if (!GetLocalDay(nFrom, nOther))
             return false;
     return GetDayStart(nOther, nNext);
@@ -127,8 +127,8 @@ COrvTime& COrvTime::SetNow() noexcept
 
 const COrvTime& COrvTime::Base() noexcept
 {
-    static constexpr COrvTime s_tBase;
-    return s_tBase;
+    static constexpr COrvTime kBase;
+    return kBase;
 }
 
 COrvTime COrvTime::operator+(const COrvTimeDiff& span) const noexcept
@@ -174,7 +174,7 @@ COrvTimeDiff COrvTime::operator-(const COrvTime& t) const noexcept
 
 int COrvTime::Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 {
-    return CanCompare("COrvTime::Compare", tLeft, tRight) ? tLeft.m_iTime - tRight.m_iTime : INVALID_SPAN;
+    return CanCompare("COrvTime::Compare", tLeft, tRight) ? tLeft.m_iTime - tRight.m_iTime : kInvalidSpan;
 }
 
 int COrvTime::CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
@@ -240,7 +240,7 @@ bool COrvTime::IsSameLocalDay(const COrvTime& t) const noexcept
     const std::int64_t nDiff = std::int64_t{m_iTime} - t.m_iTime;
     SYSTEMTIME st;
     SYSTEMTIME stOther;
-    return nDiff >= -LONGEST_DAY && nDiff <= LONGEST_DAY && OCT::LocalFieldsOf(m_iTime, st) &&
+    return nDiff >= -kLongestDay && nDiff <= kLongestDay && OCT::LocalFieldsOf(m_iTime, st) &&
            OCT::LocalFieldsOf(t.m_iTime, stOther) && st.wDay == stOther.wDay && st.wMonth == stOther.wMonth &&
            st.wYear == stOther.wYear;
 }
@@ -265,7 +265,7 @@ COrvTime COrvTime::RoundLocalDayUp() const noexcept
     // 24 hours on is the next midnight, unless the day has 23 or 25: then the clock two hours later still
     // tells the day.
     CanAdd("COrvTime::operator +=", static_cast<int>(nStart), COrvTimeDiff::FromDay(1));
-    if (!GetNextDayStart(nDay, nStart + DAY + 2 * HOUR, nNext))
+    if (!GetNextDayStart(nDay, nStart + kDay + 2 * kHour, nNext))
         return *this;
     // A clock that is put back just after midnight shows the same midnight again.
     if (nNext <= m_iTime && GetLocalDay(nNext, nDay))

@@ -168,7 +168,7 @@ bool COrvTime::GetLocalYMD(WORD* year, WORD* month, WORD* day, WORD* hour, WORD*
 bool COrvTime::SetYMD(int year, int month, int day, int hour, int minute, int second) noexcept
 {
     const std::int64_t nSeconds = OCT::SecondsOf(year, month, day, hour, minute, second);
-    const bool bDone = nSeconds != OCT::NO_SECONDS;
+    const bool bDone = nSeconds != OCT::kNoSeconds;
     m_iTime = bDone ? static_cast<int>(OCT::NarrowSeconds(nSeconds)) : 0;
     return bDone;
 }

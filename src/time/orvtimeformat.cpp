@@ -10,7 +10,7 @@ namespace
 {
 
 /// Every form fits: "2024-05-06 09:08:09+02:00" with the terminator.
-constexpr unsigned MAX_TEXT = 28;
+constexpr unsigned kMaxText = 28;
 
 /// Writes a text of code units from left to right.
 template <class Char>
@@ -79,7 +79,7 @@ std::string_view PlaceholderOf(COrvTime::DebugFormatType type)
     return {};
 }
 
-/// Writes a form of at most MAX_TEXT units without a terminator and gives its end; \p pstUtc is null for the
+/// Writes a form of at most kMaxText units without a terminator and gives its end; \p pstUtc is null for the
 /// UTC form.
 template <class Char>
 Char* WriteForm(Char* dest, COrvTime::DebugFormatType type, const SYSTEMTIME& st, const SYSTEMTIME* pstUtc)
@@ -121,12 +121,12 @@ template <class Char>
 void Write(COrvTime::DebugFormatType type, Char* dest, unsigned cchDest, const SYSTEMTIME& st,
            const SYSTEMTIME* pstUtc)
 {
-    if (cchDest >= MAX_TEXT)
+    if (cchDest >= kMaxText)
     {
         *WriteForm(dest, type, st, pstUtc) = 0;
         return;
     }
-    Char text[MAX_TEXT];
+    Char text[kMaxText];
     CopyCut(text, WriteForm(text, type, st, pstUtc), dest, cchDest);
 }
 
@@ -134,7 +134,7 @@ template <class Char>
 void WritePlaceholder(COrvTime::DebugFormatType type, Char* dest, unsigned cchDest)
 {
     const std::string_view sText = PlaceholderOf(type);
-    Char text[MAX_TEXT];
+    Char text[kMaxText];
     CopyCut(text, std::ranges::copy(sText, text).out, dest, cchDest);
 }
 

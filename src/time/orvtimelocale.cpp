@@ -11,7 +11,7 @@ COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
     SYSTEMTIME st;
     if (!IsValid() || !OCT::LocalFieldsOf(m_iTime, st))
         return COrvStr();
-    WCHAR text[OCT::LOCALE_TEXT_ROOM];
+    WCHAR text[OCT::kLocaleTextRoom];
     OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags, text);
     try
     {

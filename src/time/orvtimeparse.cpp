@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr const char* FUNCTION = "COrvTime::SetFromString";
+constexpr const char* kFunction = "COrvTime::SetFromString";
 
 struct Fields
 {
@@ -93,7 +93,7 @@ bool CTimeReader<Char>::ReadDate(Fields& fields)
     {
         if (IsShort())
             return false;
-        ORVTIME_REPORT(FUNCTION, bHasHyphen ? "!bHasHyphen" : "bHasHyphen");
+        ORVTIME_REPORT(kFunction, bHasHyphen ? "!bHasHyphen" : "bHasHyphen");
     }
     return ReadTwo(fields.m_iDay);
 }
@@ -114,7 +114,7 @@ bool CTimeReader<Char>::ReadTime(Fields& fields)
     if (!ReadTwo(fields.m_iMinute))
         return false;
     if (Skip(':') != bHasSemicolon)
-        ORVTIME_REPORT(FUNCTION, bHasSemicolon ? "!bHasSemicolon" : "bHasSemicolon");
+        ORVTIME_REPORT(kFunction, bHasSemicolon ? "!bHasSemicolon" : "bHasSemicolon");
     ReadTwo(fields.m_iSecond);
     // The wide form takes a fraction for foreign text, deliberately.
     if (bNarrow)
@@ -144,7 +144,7 @@ bool ReadOffset(const WCHAR* p, int& iOffset)
     const bool bOneDigitHour = iDigits == 1 || iDigits == 3;
     if (!bOneDigitHour && p[1] > '2')
     {
-        ORVTIME_REPORT(FUNCTION, "p[1] <= L'2'");
+        ORVTIME_REPORT(kFunction, "p[1] <= L'2'");
         return false;
     }
     const int iHours = bOneDigitHour ? digit(1) : digit(1) * 10 + digit(2);
@@ -157,7 +157,7 @@ bool ReadOffset(const WCHAR* p, int& iOffset)
         if (p[iMinutesAt] <= '5')
             iMinutes = digit(iMinutesAt) * 10 + digit(iMinutesAt + 1);
         else
-            ORVTIME_REPORT(FUNCTION, sConditions[iMinutesAt - 2]);
+            ORVTIME_REPORT(kFunction, sConditions[iMinutesAt - 2]);
     }
     iOffset = (iHours * 60 + iMinutes) * 60;
     return true;
@@ -169,7 +169,7 @@ bool SetWithOffset(COrvTime& t, const Fields& fields, const WCHAR* p)
 {
     const std::int64_t nFields = OCT::SecondsOf(fields.m_iYear, fields.m_iMonth, fields.m_iDay,
                                                 fields.m_iHour, fields.m_iMinute, fields.m_iSecond);
-    if (nFields == OCT::NO_SECONDS)
+    if (nFields == OCT::kNoSeconds)
     {
         t.Reset();
         return false;
@@ -208,7 +208,7 @@ bool Parse(COrvTime& t, const Char* pStr)
     if (c == '+' || c == '-')
         return SetWithOffset(t, fields, reader.Position());
     if (c != 'Z' && !IsTimeEnd(c))
-        ORVTIME_REPORT(FUNCTION, nullptr);
+        ORVTIME_REPORT(kFunction, nullptr);
     const auto& [y, mo, d, h, mi, second, bRoundUp] = fields;
     if (!(c == 'Z' ? t.SetYMD(y, mo, d, h, mi, second) : t.SetLocalYMD(y, mo, d, h, mi, second)))
         return false;
@@ -223,7 +223,7 @@ bool COrvTime::SetFromString(const char* pStr) noexcept
 {
     if (pStr != nullptr && pStr[0] != 0)
         return Parse(*this, pStr);
-    ORVTIME_REPORT(FUNCTION, "pStr == nullptr || pStr[0] == '\\0'");
+    ORVTIME_REPORT(kFunction, "pStr == nullptr || pStr[0] == '\\0'");
     return false;
 }
 
@@ -231,6 +231,6 @@ bool COrvTime::SetFromString(const WCHAR* pStr) noexcept
 {
     if (pStr != nullptr && pStr[0] != 0)
         return Parse(*this, pStr);
-    ORVTIME_REPORT(FUNCTION, "pStr == nullptr || pStr[0] == L'\\0'");
+    ORVTIME_REPORT(kFunction, "pStr == nullptr || pStr[0] == L'\\0'");
     return false;
 }

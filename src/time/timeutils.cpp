@@ -16,8 +16,8 @@
 namespace
 {
 
-constexpr std::int64_t SECOND_IN_FILETIME = 10000000;
-constexpr std::int64_t BASE_IN_FILETIME = 116444736000000000;
+constexpr std::int64_t kSecondInFileTime = 10000000;
+constexpr std::int64_t kBaseInFileTime = 116444736000000000;
 
 bool IsGiven(const char* sFunction, const WORD* year, const WORD* month, const WORD* day, const WORD* hour,
              const WORD* minute, const WORD* second) noexcept
@@ -87,8 +87,8 @@ bool FromLocalFields(int year, int month, int day, int hour, int minute, int sec
         return false;
     }
     const std::int64_t nLocal = OCT::SecondsOf(year, month, day, hour, minute, second);
-    const LONG nOffset = nLocal != OCT::NO_SECONDS ? offsetOf(nLocal) : PORT_NO_OFFSET;
-    if (nOffset == PORT_NO_OFFSET)
+    const LONG nOffset = nLocal != OCT::kNoSeconds ? offsetOf(nLocal) : kPortNoOffset;
+    if (nOffset == kPortNoOffset)
         return false;
     *t = OCT::NarrowSeconds(nLocal - nOffset);
     return true;
@@ -122,7 +122,7 @@ LONG OCT::SelectedOffsetOfRepeated(std::int64_t nLocal, LocalOccurrence which) n
     const LONG nBefore = SelectedOffset(nLocal - nDay);
     const LONG nAfter = SelectedOffset(nLocal + nDay);
     const auto isShown = [nLocal](LONG nOffset) {
-        return nOffset != PORT_NO_OFFSET && SelectedOffset(nLocal - nOffset) == nOffset;
+        return nOffset != kPortNoOffset && SelectedOffset(nLocal - nOffset) == nOffset;
     };
     if (isShown(nBefore) && (which == loFirst || !isShown(nAfter)))
         return nBefore;
@@ -132,7 +132,7 @@ LONG OCT::SelectedOffsetOfRepeated(std::int64_t nLocal, LocalOccurrence which) n
 bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
 {
     const LONG nOffset = SelectedOffset(t);
-    if (nOffset == PORT_NO_OFFSET)
+    if (nOffset == kPortNoOffset)
         return false;
     st = FieldsOf(std::int64_t{t} + nOffset);
     return true;
@@ -165,14 +165,14 @@ LONG ORVCALL SetTimeZone(const WCHAR* zoneName)
 
 FILETIME ORVCALL Timet2FileTime(LONG t)
 {
-    const auto nFileTime = static_cast<std::uint64_t>(t * SECOND_IN_FILETIME + BASE_IN_FILETIME);
+    const auto nFileTime = static_cast<std::uint64_t>(t * kSecondInFileTime + kBaseInFileTime);
     return {static_cast<DWORD>(nFileTime), static_cast<DWORD>(nFileTime >> 32)};
 }
 
 LONG ORVCALL FileTime2Timet(FILETIME ft)
 {
     const std::uint64_t nFileTime = std::uint64_t{ft.dwHighDateTime} << 32 | ft.dwLowDateTime;
-    return OCT::NarrowSeconds(static_cast<std::int64_t>(nFileTime - BASE_IN_FILETIME) / SECOND_IN_FILETIME);
+    return OCT::NarrowSeconds(static_cast<std::int64_t>(nFileTime - kBaseInFileTime) / kSecondInFileTime);
 }
 
 bool ORVCALL Timet2SystemTime(LONG t, SYSTEMTIME* pST)
@@ -199,7 +199,7 @@ bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST)
 bool ORVCALL YMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
 {
     const std::int64_t nSeconds = OCT::SecondsOf(year, month, day, hour, minute, second);
-    if (nSeconds == OCT::NO_SECONDS)
+    if (nSeconds == OCT::kNoSeconds)
         return false;
     *t = OCT::NarrowSeconds(nSeconds);
     return true;
@@ -240,7 +240,7 @@ bool ORVCALL LocalYMD2TimetOf(int year, int month, int day, int hour, int minute
 LocalOccurrence ORVCALL GetLocalOccurrence(LONG t)
 {
     const LONG nOffset = OCT::SelectedOffset(t);
-    if (nOffset == PORT_NO_OFFSET)
+    if (nOffset == kPortNoOffset)
         return loFirst;
     return OCT::SelectedOffsetOfRepeated(std::int64_t{t} + nOffset, loFirst) == nOffset ? loFirst : loSecond;
 }
@@ -268,7 +268,7 @@ bool ORVCALL Timet2LocalDATE(LONG t, double* localTime)
         return false;
     }
     const LONG nOffset = OCT::SelectedOffset(t);
-    if (nOffset == PORT_NO_OFFSET)
+    if (nOffset == kPortNoOffset)
         return false;
     *localTime = static_cast<double>(std::int64_t{t} + nOffset) / 86400.0 + 25569.0;
     return true;

@@ -330,13 +330,13 @@ TEST(Soak, AllFamiliesOnAllCores)
     SetLQSettingsRootA(sRoot.c_str());
     OwnLanguages();
 #ifdef ORV_TEST_SANITIZED
-    constexpr bool c_bForks = false; // the sanitizers' own locks are not made whole in a forked child
+    constexpr bool kForks = false; // the sanitizers' own locks are not made whole in a forked child
 #else
-    constexpr bool c_bForks = true;
+    constexpr bool kForks = true;
 #endif
     CParty parties[] = {{"settings", ReadSettings},      {"languages", SwitchLanguages},
                         {"statements", BuildStatements}, {"texts", ShareTexts},
-                        {"plug-ins", LoadPlugin},        {"forks", c_bForks ? Fork : nullptr}};
+                        {"plug-ins", LoadPlugin},        {"forks", kForks ? Fork : nullptr}};
     const unsigned nSeed = std::random_device()();
     const auto start = Clock::now();
     const auto Elapsed = [start] { return std::chrono::duration<double>(Clock::now() - start).count(); };

@@ -14,21 +14,21 @@
 namespace
 {
 
-constexpr DWORD c_dwUntouched = 4711;
+constexpr DWORD kUntouched = 4711;
 
 // What a call returns, and the error it leaves.
 using CResult = std::pair<int, DWORD>;
 
 CResult ToWide(UINT nPage, DWORD dwFlags, const char* pSrc, int nSrc, WCHAR* pDest, int nDest)
 {
-    SetLastError(c_dwUntouched);
+    SetLastError(kUntouched);
     const int n = MultiByteToWideChar(nPage, dwFlags, pSrc, nSrc, pDest, nDest);
     return {n, GetLastError()};
 }
 
 CResult ToBytes(UINT nPage, DWORD dwFlags, const WCHAR* pSrc, int nSrc, char* pDest, int nDest)
 {
-    SetLastError(c_dwUntouched);
+    SetLastError(kUntouched);
     const int n = WideCharToMultiByte(nPage, dwFlags, pSrc, nSrc, pDest, nDest, nullptr, nullptr);
     return {n, GetLastError()};
 }
@@ -79,7 +79,7 @@ std::uint32_t TableDigest(UINT nPage)
 
 TEST(CodePages, MapEveryByteAndEveryUnitAlike)
 {
-    constexpr std::pair<UINT, std::uint32_t> c_aDigests[] = {
+    constexpr std::pair<UINT, std::uint32_t> kDigests[] = {
         {437, 0x3BA26C70u},   {737, 0x53C9572Cu},   {775, 0xDCA78C9Cu},   {850, 0x289FCA06u},
         {852, 0xEA1B3647u},   {855, 0x1826C49Eu},   {857, 0x8C7239C9u},   {860, 0x43952A53u},
         {861, 0x84352AA7u},   {862, 0xC13DB126u},   {863, 0x0E545273u},   {865, 0xF05B2B44u},
@@ -92,7 +92,7 @@ TEST(CodePages, MapEveryByteAndEveryUnitAlike)
         {28597, 0xDE22A318u}, {28598, 0x3F40EE87u}, {28599, 0x0E28A724u}, {28603, 0xE5171BC6u},
         {28605, 0x126DA003u}, {708, 0x29418BAAu},   {720, 0x8432600Cu},   {864, 0x8C152BB4u},
         {869, 0xE8E01CCFu},   {10000, 0x0CCC773Fu}};
-    for (const auto& [nPage, nDigest] : c_aDigests)
+    for (const auto& [nPage, nDigest] : kDigests)
         EXPECT_EQ(nDigest, TableDigest(nPage)) << nPage;
 }
 
@@ -136,10 +136,10 @@ TEST(CodePages, TellSizesAndRefuseBadArguments)
 {
     WCHAR aWide[8] = {};
     char aBytes[8] = {};
-    EXPECT_EQ(CResult(5, c_dwUntouched), ToWide(1252, MB_PRECOMPOSED, "abcd", -1, nullptr, 0));
-    EXPECT_EQ(CResult(5, c_dwUntouched), ToWide(1252, MB_PRECOMPOSED, "abcd", -1, aWide, 8));
-    EXPECT_EQ(CResult(3, c_dwUntouched), ToBytes(932, 0, ORVTEXT("a\u3042"), 2, nullptr, 0));
-    EXPECT_EQ(CResult(5, c_dwUntouched), ToBytes(CP_UTF8, 0, ORVTEXT("\u00E9\u20AC"), 2, nullptr, 0));
+    EXPECT_EQ(CResult(5, kUntouched), ToWide(1252, MB_PRECOMPOSED, "abcd", -1, nullptr, 0));
+    EXPECT_EQ(CResult(5, kUntouched), ToWide(1252, MB_PRECOMPOSED, "abcd", -1, aWide, 8));
+    EXPECT_EQ(CResult(3, kUntouched), ToBytes(932, 0, ORVTEXT("a\u3042"), 2, nullptr, 0));
+    EXPECT_EQ(CResult(5, kUntouched), ToBytes(CP_UTF8, 0, ORVTEXT("\u00E9\u20AC"), 2, nullptr, 0));
     const CResult tooSmall(0, ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(tooSmall, ToWide(1252, 0, "abcd", 4, aWide, 3));
     EXPECT_EQ(tooSmall, ToWide(932, 0, "\x81\x40\x81\x40", 4, aWide, 1));

@@ -15,7 +15,7 @@ namespace
 {
 
 // With letters that locales contract, order on their own, or tell apart by case or accent only.
-const Text c_aAlphabets[] = {
+const Text kAlphabets[] = {
     ORVTEXT("abAB"),
     ORVTEXT(" !-'09aAzZcsCSdzDZ_~lLgynNth\u00B7"),
     ORVTEXT(
@@ -56,7 +56,7 @@ ORV_CHILD(CompareBothWays)
         for (WCHAR b = 0x20; b < 0x7F; ++b)
             ExpectSameTheLongWay(Text(1, a), Text(1, b));
     CTestRandom random;
-    for (const Text& sAlphabet : std::span(c_aAlphabets).first(std::stoul(args.at(0))))
+    for (const Text& sAlphabet : std::span(kAlphabets).first(std::stoul(args.at(0))))
     {
         const auto RandomText = [&] {
             Text sText(random.UpTo(6), 0);
@@ -78,7 +78,7 @@ TEST(CollationLocales, ShortWaysGiveTheCollatorsResult)
     const struct
     {
         const char* m_sLocale;
-        std::size_t m_nAlphabets = std::size(c_aAlphabets);
+        std::size_t m_nAlphabets = std::size(kAlphabets);
     } cases[] = {{"C"},
                  {"en_US_POSIX"},
                  {"hu_HU.UTF-8"},

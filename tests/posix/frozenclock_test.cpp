@@ -28,29 +28,29 @@ extern "C" int clock_gettime(clockid_t clock, timespec* pTime) noexcept
 
 TEST(FrozenClock, PreciseTimerMustExceedItsLimit)
 {
-    constexpr long long START = 5'000'000'000, LIMIT = 100'000'000;
-    g_nFrozen = START;
+    constexpr long long kStart = 5'000'000'000, kLimit = 100'000'000;
+    g_nFrozen = kStart;
     const COrvPrecisionTimer timer(100, true);
-    g_nFrozen = START + LIMIT;
+    g_nFrozen = kStart + kLimit;
     EXPECT_EQ(100'000, timer.GetuSValue());
     EXPECT_FALSE(timer.IsExpired());
-    g_nFrozen = START + LIMIT + 1000;
+    g_nFrozen = kStart + kLimit + 1000;
     EXPECT_TRUE(timer.IsExpired());
     g_nFrozen = 0;
 }
 
 TEST(FrozenClock, TickTimerMustReachItsLimit)
 {
-    constexpr long long MS = 1'000'000, WRAP = (1LL << 32) * MS;
-    g_nFrozen = WRAP - 50 * MS;
+    constexpr long long kMillisecond = 1'000'000, kWrap = (1LL << 32) * kMillisecond;
+    g_nFrozen = kWrap - 50 * kMillisecond;
     const COrvTcTimer timer(100, true);
-    g_nFrozen = WRAP + 50 * MS - 1;
+    g_nFrozen = kWrap + 50 * kMillisecond - 1;
     EXPECT_FALSE(timer.IsExpired(0));
-    g_nFrozen = WRAP + 50 * MS;
+    g_nFrozen = kWrap + 50 * kMillisecond;
     EXPECT_TRUE(timer.IsExpired(0));
     EXPECT_TRUE(timer.IsExpired(100) && !timer.IsExpired(101));
     EXPECT_EQ(100 / 86400000.0, timer.GetTimeDiff());
-    g_nFrozen = WRAP;
+    g_nFrozen = kWrap;
     EXPECT_EQ(-1.0, COrvTcTimer(100, true).GetTimeDiff()) << "a count of 0 is no start";
     g_nFrozen = 0;
 }

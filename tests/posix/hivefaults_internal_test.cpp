@@ -106,7 +106,7 @@ TEST(HiveFaults, AStoppedWriterStopsWritersForAWhileAndNoReaders)
 
 // ---- Full disk ----
 
-constexpr int g_nCannotMount = 99;
+constexpr int kCannotMount = 99;
 
 /// Files may become so large only.
 bool LimitFiles()
@@ -128,7 +128,7 @@ bool MountSmallDisk(const char* sFolder)
 ORV_CHILD(FillTheDisk)
 {
     if (args.size() == 1 ? !LimitFiles() : !MountSmallDisk(args[0].c_str()))
-        return g_nCannotMount;
+        return kCannotMount;
     const std::string sData(100, 'x');
     int nStored = 0;
     while (SetLQBinarySettingA(nullptr, std::to_string(nStored).c_str(), sData.data(), 100))
@@ -155,7 +155,7 @@ int FillInChild(const CTempDir& folder, ChildArguments args)
 {
     const CVariableGuard hive("ORVCOMTYPES_USER_HIVE", (folder / "user.reg").c_str());
     const ChildResult result = CChildProcess("FillTheDisk", std::move(args)).Wait();
-    EXPECT_TRUE(result.m_iExitCode == 0 || result.m_iExitCode == g_nCannotMount) << result.m_sOutput;
+    EXPECT_TRUE(result.m_iExitCode == 0 || result.m_iExitCode == kCannotMount) << result.m_sOutput;
     return result.m_iExitCode;
 }
 
@@ -168,7 +168,7 @@ TEST(HiveFaults, AFileThatMayNotGrowKeepsItsText)
 TEST(HiveFaults, AFullDiskKeepsTheOldFile)
 {
     const CTempDir folder;
-    if (FillInChild(folder, {folder.Path().string(), "disk"}) == g_nCannotMount)
+    if (FillInChild(folder, {folder.Path().string(), "disk"}) == kCannotMount)
         GTEST_SKIP() << "this process may not mount a file system";
 }
 

@@ -22,7 +22,7 @@ struct KeyName
 };
 
 /// All Windows names of zones.
-constexpr KeyName g_names[] = {
+constexpr KeyName kNames[] = {
 #include "../port/windows/zonekeynames.inc"
 };
 
@@ -48,7 +48,7 @@ int OurOffset(const COrvTime& t)
 /// In how many of the years from this one on the selected zone is that of the C library in every hour.
 int CountExactYears()
 {
-    constexpr int HOUR = 3600;
+    constexpr int kHour = 3600;
     SYSTEMTIME st;
     COrvTime::Now().GetSystemTime(st);
     int nExact = 0;
@@ -57,10 +57,10 @@ int CountExactYears()
         bool bExact = true;
         // Only near the changes the hours need a look.
         const COrvTime tEnd = COrvTime::FromYMD(y + 1, 1, 1, 0, 0, 0);
-        for (COrvTime t = COrvTime::FromYMD(y, 1, 1, 0, 0, 0); t < tEnd; t += 24 * HOUR)
-            if (LibraryOffset(t.GetTimet()) != LibraryOffset((t + 24 * HOUR).GetTimet()) ||
-                OurOffset(t) != OurOffset(t + 24 * HOUR))
-                for (int i = -HOUR / 2; i < 24 * HOUR; i += HOUR / 2)
+        for (COrvTime t = COrvTime::FromYMD(y, 1, 1, 0, 0, 0); t < tEnd; t += 24 * kHour)
+            if (LibraryOffset(t.GetTimet()) != LibraryOffset((t + 24 * kHour).GetTimet()) ||
+                OurOffset(t) != OurOffset(t + 24 * kHour))
+                for (int i = -kHour / 2; i < 24 * kHour; i += kHour / 2)
                     bExact = bExact && OurOffset(t + i) == LibraryOffset((t + i).GetTimet());
             else
                 bExact = bExact && OurOffset(t) == LibraryOffset(t.GetTimet());
@@ -74,7 +74,7 @@ TEST(ZoneRules, EveryWindowsNameFollowsTheZoneFiles)
     // What no pair of rules can say: changes by the moon, and by another weekday than the one they fall on.
     const std::set<std::string> inexact = {"Africa/Casablanca", "Asia/Jerusalem", "Asia/Hebron",
                                            "America/Godthab"};
-    for (const KeyName& name : g_names)
+    for (const KeyName& name : kNames)
     {
         const std::string sId = IdOf(name.m_sName);
         const CVariableGuard variable("TZ", sId.c_str());

@@ -38,7 +38,7 @@ inline void CheckReadsBack(const WCHAR* sLocale, CTestRandom& random)
         COrvTime(1 + static_cast<int>(random.UpTo(2145916800))).GetSystemTime(st);
         st.wMonth = static_cast<WORD>(i / 8 + 1);
         st.wDay = static_cast<WORD>(1 + random.UpTo(27));
-        WCHAR text[OCT::LOCALE_TEXT_ROOM];
+        WCHAR text[OCT::kLocaleTextRoom];
         OCT::FormatForLocale(sLocale, st, uiFlags, text);
         EXPECT_EQ(forms.m_yearOffset ? Told(st, uiFlags) : 0, Read(forms, text, uiFlags))
             << testing::PrintToString(Text(sLocale)) << testing::PrintToString(Text(text));

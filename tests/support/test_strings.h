@@ -13,7 +13,7 @@
 /// A file beside the test programs: the library \p sName without its suffix.
 inline std::filesystem::path LibraryFile(const Text& sName)
 {
-    return TestProgram().parent_path() / (sName + PortResourceSuffix);
+    return TestProgram().parent_path() / (sName + kPortResourceSuffix);
 }
 
 /// Loads a resource library for the lifetime of the object; null, and the last error, when that fails.

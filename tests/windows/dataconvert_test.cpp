@@ -14,9 +14,9 @@
 namespace
 {
 
-constexpr CLSID c_clsidConversionLibrary = {
+constexpr CLSID kConversionLibraryClass = {
     0xc8b522d1, 0x5cf3, 0x11ce, {0xad, 0xe5, 0x00, 0xaa, 0x00, 0x44, 0x77, 0x3d}};
-constexpr IID c_iidDataConvert = {
+constexpr IID kDataConvertInterface = {
     0x0c733a8d, 0x2a1c, 0x11ce, {0xad, 0xe5, 0x00, 0xaa, 0x00, 0x44, 0x77, 0x3d}};
 
 class SystemConversion : public testing::Test
@@ -26,8 +26,8 @@ protected:
     {
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
         void* p = nullptr;
-        if (SUCCEEDED(CoCreateInstance(c_clsidConversionLibrary, nullptr, CLSCTX_INPROC_SERVER,
-                                       c_iidDataConvert, &p)))
+        if (SUCCEEDED(CoCreateInstance(kConversionLibraryClass, nullptr, CLSCTX_INPROC_SERVER,
+                                       kDataConvertInterface, &p)))
             m_pConvert = static_cast<IDataConvert*>(p);
         else
             GTEST_SKIP() << "this system has no conversion object";
@@ -54,10 +54,10 @@ protected:
     template <class Value>
     void Compare(DBTYPE wType, Value value)
     {
-        WCHAR sText[COLEDBConvert::MaxNumberText];
+        WCHAR sText[COLEDBConvert::kMaxNumberText];
         unsigned nLen = 0;
         EXPECT_EQ(DBSTATUS_S_OK,
-                  COLEDBConvert::ConvertToStr(wType, &value, sText, COLEDBConvert::MaxNumberText, nLen));
+                  COLEDBConvert::ConvertToStr(wType, &value, sText, COLEDBConvert::kMaxNumberText, nLen));
         EXPECT_EQ(SystemText(wType, &value), Text(sText, nLen)) << "type " << wType;
     }
 
@@ -94,6 +94,6 @@ TEST_F(SystemConversion, GivesTheSameTexts)
     }
     Compare(DBTYPE_BOOL, VARIANT_TRUE);
     Compare(DBTYPE_BOOL, VARIANT_FALSE);
-    Compare(DBTYPE_GUID, c_clsidConversionLibrary);
+    Compare(DBTYPE_GUID, kConversionLibraryClass);
     Compare(DBTYPE_DBTIMESTAMP, DBTIMESTAMP{2024, 5, 6, 7, 8, 9, 0});
 }

@@ -12,16 +12,16 @@
 namespace
 {
 
-constexpr UINT g_nMessage = WM_APP + 1;
-constexpr UINT g_nSendMessage = WM_APP + 2; // its WPARAM is an event, which is signalled
+constexpr UINT kMessage = WM_APP + 1;
+constexpr UINT kSendMessage = WM_APP + 2; // its WPARAM is an event, which is signalled
 std::vector<LPARAM> g_received;
 
 LRESULT CALLBACK WindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
 {
-    if (nMessage != g_nMessage && nMessage != g_nSendMessage)
+    if (nMessage != kMessage && nMessage != kSendMessage)
         return DefWindowProcW(hWnd, nMessage, wParam, lParam);
     g_received.push_back(lParam);
-    if (nMessage == g_nSendMessage)
+    if (nMessage == kSendMessage)
         SetEvent(reinterpret_cast<HANDLE>(wParam));
     return 0;
 }
@@ -56,18 +56,18 @@ protected:
 
 TEST_F(MessageLoop, PostsToWindowsThatExist)
 {
-    EXPECT_EQ(0, ThPostMessage(m_hWnd, g_nMessage, 1, 2));
+    EXPECT_EQ(0, ThPostMessage(m_hWnd, kMessage, 1, 2));
     EXPECT_EQ(5, DoEvents(5));
     EXPECT_EQ(std::vector<LPARAM>{2}, g_received);
     DestroyWindow(m_hWnd);
-    EXPECT_EQ(1, ThPostMessage(m_hWnd, g_nMessage, 0, 0));
+    EXPECT_EQ(1, ThPostMessage(m_hWnd, kMessage, 0, 0));
 }
 
 TEST_F(MessageLoop, SendsAcrossThreads)
 {
     HRESULT hr = E_FAIL;
     std::thread sender([&] {
-        hr = ThSendMessage(m_hWnd, g_nSendMessage, 9);
+        hr = ThSendMessage(m_hWnd, kSendMessage, 9);
         SetEvent(m_hEvent);
     });
     EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
@@ -80,20 +80,20 @@ TEST_F(MessageLoop, DispatchesWhileItWaits)
 {
     std::thread other([&] {
         for (LPARAM i = 0; i < 100; ++i)
-            ThPostMessage(m_hWnd, g_nMessage, 0, i);
-        ThPostMessage(m_hWnd, g_nSendMessage, reinterpret_cast<WPARAM>(m_hEvent), 100);
+            ThPostMessage(m_hWnd, kMessage, 0, i);
+        ThPostMessage(m_hWnd, kSendMessage, reinterpret_cast<WPARAM>(m_hEvent), 100);
     });
     EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
     other.join();
     EXPECT_EQ(101u, g_received.size());
-    ThPostMessage(m_hWnd, g_nMessage, 0, 1);
+    ThPostMessage(m_hWnd, kMessage, 0, 1);
     EXPECT_EQ(0, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
     EXPECT_EQ(101u, g_received.size()) << "a signalled handle comes before messages";
 }
 
 TEST_F(MessageLoop, DispatchesWhatCameBeforeAQuit)
 {
-    ThPostMessage(m_hWnd, g_nMessage, 0, 1);
+    ThPostMessage(m_hWnd, kMessage, 0, 1);
     PostQuitMessage(3);
     EXPECT_EQ(1, WaitOneEventWithMessageLoop(m_hEvent, INFINITE));
     EXPECT_EQ(std::vector<LPARAM>{1}, g_received);
@@ -101,11 +101,11 @@ TEST_F(MessageLoop, DispatchesWhatCameBeforeAQuit)
 
 TEST_F(MessageLoop, WaitsForItsMessage)
 {
-    ThPostMessage(m_hWnd, g_nMessage, 0, 1);
-    std::thread other([&] { ThPostMessage(m_hWnd, g_nSendMessage, 5, 6); });
+    ThPostMessage(m_hWnd, kMessage, 0, 1);
+    std::thread other([&] { ThPostMessage(m_hWnd, kSendMessage, 5, 6); });
     WPARAM wParam = 0;
     LPARAM lParam = 0;
-    EXPECT_EQ(1, WaitForAsyncProc(g_nSendMessage, &wParam, &lParam));
+    EXPECT_EQ(1, WaitForAsyncProc(kSendMessage, &wParam, &lParam));
     other.join();
     EXPECT_EQ(5u, wParam);
     EXPECT_EQ(6, lParam);

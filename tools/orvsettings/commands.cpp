@@ -14,7 +14,7 @@
 namespace
 {
 
-constexpr const char* g_sUsage =
+constexpr const char* kUsage =
     "usage: orvsettings [--user | --machine] COMMAND\n"
     "\n"
     "  get KEY NAME                  print a value, on the error stream its scope\n"
@@ -96,7 +96,7 @@ private:
     std::vector<const CScope*> ReadScopes() const;
     const CScope& WriteScope() const
     {
-        return m_options.m_pScope == nullptr ? g_userScope : *m_options.m_pScope;
+        return m_options.m_pScope == nullptr ? kUserScope : *m_options.m_pScope;
     }
 
     ToolResult Get();
@@ -145,9 +145,9 @@ void CTool::ReadOption(const CText& sOption, const std::vector<CText>& args, std
         return args[++i];
     };
     if (sOption == ORVTEXT("--user"))
-        m_options.m_pScope = &g_userScope;
+        m_options.m_pScope = &kUserScope;
     else if (sOption == ORVTEXT("--machine"))
-        m_options.m_pScope = &g_machineScope;
+        m_options.m_pScope = &kMachineScope;
     else if (sOption == ORVTEXT("--type"))
         m_options.m_sType = Utf8(argument());
     else if (sOption == ORVTEXT("--output"))
@@ -157,7 +157,7 @@ void CTool::ReadOption(const CText& sOption, const std::vector<CText>& args, std
     else if (sOption == ORVTEXT("--keep-going"))
         m_options.m_bKeepGoing = true;
     else if (sOption == ORVTEXT("--help") || sOption == ORVTEXT("-h"))
-        m_options.m_sAnswer = g_sUsage;
+        m_options.m_sAnswer = kUsage;
     else if (sOption == ORVTEXT("--version"))
         m_options.m_sAnswer = "orvsettings " ORV_VERSION "\n";
     else
@@ -175,7 +175,7 @@ ToolResult CTool::Run()
                       {ORVTEXT("export"), &CTool::Export}, {ORVTEXT("import"), &CTool::Import},
                       {ORVTEXT("check"), &CTool::Check}};
     if (m_words == std::vector<CText>{ORVTEXT("help")})
-        m_options.m_sAnswer = g_sUsage;
+        m_options.m_sAnswer = kUsage;
     if (m_options.m_sAnswer != nullptr)
     {
         m_sOutput = m_options.m_sAnswer;
@@ -226,7 +226,7 @@ std::vector<const CScope*> CTool::ReadScopes() const
 {
     if (m_options.m_pScope != nullptr)
         return {m_options.m_pScope};
-    return {&g_userScope, &g_machineScope};
+    return {&kUserScope, &kMachineScope};
 }
 
 std::string Describe(const std::string& sFile, const CBadLine& line)

@@ -11,8 +11,8 @@
 namespace
 {
 
-constexpr std::size_t g_cchMaxKeyName = 255;
-constexpr std::size_t g_cchMaxValueName = 16383;
+constexpr std::size_t kMaxKeyName = 255;
+constexpr std::size_t kMaxValueName = 16383;
 
 std::string ReadFile(const CText& sFile)
 {
@@ -31,8 +31,8 @@ const CScope* ScopeOf(const CText& sHive)
     std::string s = Utf8(sHive);
     for (char& c : s)
         c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-    return s == "HKEY_CURRENT_USER" || s == "HKCU"    ? &g_userScope
-           : s == "HKEY_LOCAL_MACHINE" || s == "HKLM" ? &g_machineScope
+    return s == "HKEY_CURRENT_USER" || s == "HKCU"    ? &kUserScope
+           : s == "HKEY_LOCAL_MACHINE" || s == "HKLM" ? &kMachineScope
                                                       : nullptr;
 }
 
@@ -95,7 +95,7 @@ const char* CReader::TakeValue(Item& item)
 {
     if (m_pKeyScope == nullptr)
         return "a value of no key";
-    if (item.m_sName.size() > g_cchMaxValueName)
+    if (item.m_sName.size() > kMaxValueName)
         return "too long a name";
     const auto eKind = item.m_eKind == Item::eDeleteValue ? CChange::eDeleteValue : CChange::eSetValue;
     m_file.m_changes.push_back(
@@ -127,7 +127,7 @@ const char* PathFault(const CText& sPath)
     {
         const std::size_t nEnd = std::min(sPath.find(WCHAR('\\'), nStart), sPath.size());
         const auto sName = OrvPort::CRegView(sPath).substr(nStart, nEnd - nStart);
-        if (sName.size() > g_cchMaxKeyName)
+        if (sName.size() > kMaxKeyName)
             return "too long a name";
         if (!OrvPort::IsRegKeyName(sName) || sName.find(WCHAR(0)) != sName.npos)
             return "no key can have that name";

@@ -23,8 +23,8 @@ struct CScope
     const char* m_sHiveName; ///< as registry texts write it
 };
 
-inline constexpr CScope g_userScope = {0, "user", "HKEY_CURRENT_USER"};
-inline constexpr CScope g_machineScope = {1, "machine", "HKEY_LOCAL_MACHINE"};
+inline constexpr CScope kUserScope = {0, "user", "HKEY_CURRENT_USER"};
+inline constexpr CScope kMachineScope = {1, "machine", "HKEY_LOCAL_MACHINE"};
 
 struct CStoredValue
 {

@@ -11,8 +11,8 @@ typedef void(WINAPI* PFLS_CALLBACK_FUNCTION)(PVOID lpFlsData);
 /// In the library's own part of the thread's memory, so that reading one is two instructions.
 struct CPortThreadSlots
 {
-    static constexpr DWORD c_nSlots = 8;
-    static __thread void* t_apValues[c_nSlots] __attribute__((tls_model("initial-exec")));
+    static constexpr DWORD kSlots = 8;
+    static __thread void* t_apValues[kSlots] __attribute__((tls_model("initial-exec")));
 };
 
 DWORD TlsAlloc() noexcept;

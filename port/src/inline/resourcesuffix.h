@@ -3,4 +3,4 @@
 
 #include <windows.h>
 
-inline constexpr const WCHAR* PortResourceSuffix = u".res";
+inline constexpr const WCHAR* kPortResourceSuffix = u".res";

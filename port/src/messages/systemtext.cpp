@@ -15,7 +15,7 @@ struct CSystemText
 };
 
 // Every code that the port has a name for; sorted.
-constexpr CSystemText c_Texts[] = {
+constexpr CSystemText kTexts[] = {
     {ERROR_SUCCESS, u"The operation succeeded."},
     {ERROR_INVALID_FUNCTION, u"The operation does not exist here."},
     {ERROR_FILE_NOT_FOUND, u"There is no such file or key."},
@@ -71,7 +71,7 @@ constexpr CSystemText c_Texts[] = {
     {static_cast<DWORD>(DISP_E_TYPEMISMATCH), u"A value of this type cannot be converted."},
     {static_cast<DWORD>(DISP_E_BADVARTYPE), u"The value has a type that is none."},
 };
-static_assert(std::ranges::is_sorted(c_Texts, {}, &CSystemText::m_dwCode));
+static_assert(std::ranges::is_sorted(kTexts, {}, &CSystemText::m_dwCode));
 
 } // namespace
 
@@ -79,6 +79,6 @@ const char16_t* PortSystemText(DWORD dwCode) noexcept
 {
     if ((dwCode & 0xFFFF0000u) == 0x80070000u)
         dwCode &= 0xFFFFu;
-    const auto* pText = std::ranges::lower_bound(c_Texts, dwCode, {}, &CSystemText::m_dwCode);
-    return pText != std::end(c_Texts) && pText->m_dwCode == dwCode ? pText->m_sText : nullptr;
+    const auto* pText = std::ranges::lower_bound(kTexts, dwCode, {}, &CSystemText::m_dwCode);
+    return pText != std::end(kTexts) && pText->m_dwCode == dwCode ? pText->m_sText : nullptr;
 }

@@ -12,9 +12,9 @@
 namespace
 {
 
-constexpr int c_nMaxScale = 28;
-constexpr LONG c_nValueMember = 0;
-constexpr WORD c_nPropertyGet = 2;
+constexpr int kMaxScale = 28;
+constexpr LONG kValueMember = 0;
+constexpr WORD kPropertyGet = 2;
 
 // ---- Numbers ----
 
@@ -43,7 +43,7 @@ std::string ScaledText(bool bNegative, std::string sDigits, std::size_t nScale)
     return bNegative && sDigits != "0" ? '-' + sDigits : sDigits;
 }
 
-std::string DecimalText(const DECIMAL& dec)
+std::string kDecimalText(const DECIMAL& dec)
 {
     std::uint64_t aWords[] = {dec.Hi32, dec.Mid32, dec.Lo32};
     std::string sDigits;
@@ -157,7 +157,7 @@ HRESULT TextOfValue(VARTYPE vt, const void* p, std::u16string& sText)
     case VT_R8: return Put(RealText(ReadAs<DOUBLE>(p), 15));
     case VT_CY: return Put(CurrencyText(ReadAs<CY>(p)));
     case VT_DECIMAL:
-        return ReadAs<DECIMAL>(p).scale > c_nMaxScale ? E_INVALIDARG : Put(DecimalText(ReadAs<DECIMAL>(p)));
+        return ReadAs<DECIMAL>(p).scale > kMaxScale ? E_INVALIDARG : Put(kDecimalText(ReadAs<DECIMAL>(p)));
     case VT_DATE: return DateText(ReadAs<DATE>(p), sText);
     case VT_BSTR:
         if (const BSTR bstr = ReadAs<BSTR>(p))
@@ -190,7 +190,7 @@ HRESULT TextOfObject(IDispatch* pObject, std::u16string& sText)
     DISPPARAMS noArguments = {};
     VARIANT value;
     VariantInit(&value);
-    if (FAILED(pObject->Invoke(c_nValueMember, noInterface, LOCALE_USER_DEFAULT, c_nPropertyGet, &noArguments,
+    if (FAILED(pObject->Invoke(kValueMember, noInterface, LOCALE_USER_DEFAULT, kPropertyGet, &noArguments,
                                &value, nullptr, nullptr)))
         return DISP_E_TYPEMISMATCH;
     const HRESULT hr = value.vt == VT_DISPATCH ? DISP_E_TYPEMISMATCH : TextOf(value, sText);
@@ -255,9 +255,9 @@ catch (const std::bad_alloc&)
 HRESULT VarBstrFromDec(DECIMAL* pdecIn, LCID lcid, ULONG, BSTR* pbstrOut) noexcept
 try
 {
-    if (pdecIn->scale > c_nMaxScale)
+    if (pdecIn->scale > kMaxScale)
         return E_INVALIDARG;
-    return NewBstr(Localized(DecimalText(*pdecIn), lcid), *pbstrOut);
+    return NewBstr(Localized(kDecimalText(*pdecIn), lcid), *pbstrOut);
 }
 catch (const std::bad_alloc&)
 {

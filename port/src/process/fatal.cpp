@@ -105,11 +105,11 @@ public:
         if ((now.ss_flags & SS_DISABLE) == 0)
             return true;
         void* const p =
-            mmap(nullptr, c_nBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+            mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
         if (p == MAP_FAILED)
             return false;
-        mprotect(p, c_nGuard, PROT_NONE);
-        const stack_t stack{static_cast<char*>(p) + c_nGuard, 0, c_nBytes - c_nGuard};
+        mprotect(p, kGuard, PROT_NONE);
+        const stack_t stack{static_cast<char*>(p) + kGuard, 0, kBytes - kGuard};
         if (sigaltstack(&stack, nullptr) == 0 && pthread_setspecific(Key(), p) == 0)
             return true;
         Free(p);
@@ -125,14 +125,14 @@ public:
 
 private:
     // The kernel's part of a frame takes up to 12 KB on some processors, the former handlers what they take.
-    static constexpr std::size_t c_nGuard = 0x1000;
-    static constexpr std::size_t c_nBytes = 0x20000 + c_nGuard;
+    static constexpr std::size_t kGuard = 0x1000;
+    static constexpr std::size_t kBytes = 0x20000 + kGuard;
 
     static void Free(void* p) noexcept
     {
         const stack_t none{nullptr, SS_DISABLE, 0};
         sigaltstack(&none, nullptr);
-        munmap(p, c_nBytes);
+        munmap(p, kBytes);
     }
 
     static pthread_key_t Key() noexcept { return s_key; }

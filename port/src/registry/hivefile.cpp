@@ -27,15 +27,15 @@ unsigned g_nHivePatience = 5000;
 namespace
 {
 
-constexpr std::int64_t g_nNanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 /// Coarser than the clock that stamps files: within this time of a change another one may leave the same
 /// stamp. Some file systems keep whole seconds, or every other.
-constexpr std::int64_t g_nSettleTime = 20'000'000;
-constexpr std::int64_t g_nCoarseSettleTime = 2 * g_nNanosecondsPerSecond;
+constexpr std::int64_t kSettleTime = 20'000'000;
+constexpr std::int64_t kCoarseSettleTime = 2 * kNanosecondsPerSecond;
 /// Of the lock's file: one writer has the first, all that wait share the second.
-constexpr off_t g_nTurnByte = 0;
-constexpr off_t g_nWaitingByte = 1;
-constexpr const char* g_sAccessList = "system.posix_acl_access";
+constexpr off_t kTurnByte = 0;
+constexpr off_t kWaitingByte = 1;
+constexpr const char* kAccessList = "system.posix_acl_access";
 
 class CDescriptor
 {
@@ -237,7 +237,7 @@ CHiveStamp::CHiveStamp(const struct stat& status)
       m_nDevice(status.st_dev),
       m_nInode(status.st_ino),
       m_nSize(status.st_size),
-      m_nModified(status.st_mtim.tv_sec * g_nNanosecondsPerSecond + status.st_mtim.tv_nsec)
+      m_nModified(status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec)
 {
 }
 
@@ -269,8 +269,8 @@ LSTATUS CHiveFile::Load(CRegDocument& document, CHiveStamp& stamp, bool& bSettle
         return StatusOfErrno(errno);
     document.Load(sBytes);
     stamp = bMissing ? CHiveStamp() : CHiveStamp(status);
-    const bool bCoarse = stamp.m_nModified % g_nNanosecondsPerSecond == 0;
-    const std::int64_t nSettleTime = bCoarse ? g_nCoarseSettleTime : g_nSettleTime;
+    const bool bCoarse = stamp.m_nModified % kNanosecondsPerSecond == 0;
+    const std::int64_t nSettleTime = bCoarse ? kCoarseSettleTime : kSettleTime;
     bSettled = bMissing || std::abs(Now() - stamp.m_nModified) > nSettleTime;
     return ERROR_SUCCESS;
 }
@@ -316,8 +316,8 @@ LSTATUS CHiveWriter::TryBegin()
     }
     if (m_nLock < 0)
         return StatusOfErrno(errno);
-    const bool bFirst = m_nWaiting < 0 && LockByte(m_nLock, F_OFD_GETLK, g_nWaitingByte, F_WRLCK);
-    if ((m_nWaiting >= 0 || bFirst) && LockByte(m_nLock, F_OFD_SETLK, g_nTurnByte, F_WRLCK))
+    const bool bFirst = m_nWaiting < 0 && LockByte(m_nLock, F_OFD_GETLK, kWaitingByte, F_WRLCK);
+    if ((m_nWaiting >= 0 || bFirst) && LockByte(m_nLock, F_OFD_SETLK, kTurnByte, F_WRLCK))
         return ERROR_SUCCESS;
     const int nError = errno;
     End();
@@ -326,7 +326,7 @@ LSTATUS CHiveWriter::TryBegin()
     if (m_nWaiting < 0)
     {
         m_nWaiting = open(sLock.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
-        LockByte(m_nWaiting, F_OFD_SETLK, g_nWaitingByte, F_RDLCK);
+        LockByte(m_nWaiting, F_OFD_SETLK, kWaitingByte, F_RDLCK);
     }
     return ERROR_LOCK_VIOLATION;
 }
@@ -365,9 +365,9 @@ LSTATUS CHiveWriter::WriteBeside(int nFile, const std::string& sBytes)
     if (!WriteAll(nFile, sBytes))
         return StatusOfErrno(errno);
     for (const std::int64_t nTime :
-         {std::max(Now(), old.m_nModified + 1), old.m_nModified + g_nCoarseSettleTime})
+         {std::max(Now(), old.m_nModified + 1), old.m_nModified + kCoarseSettleTime})
     {
-        const timespec time{nTime / g_nNanosecondsPerSecond, nTime % g_nNanosecondsPerSecond};
+        const timespec time{nTime / kNanosecondsPerSecond, nTime % kNanosecondsPerSecond};
         const timespec times[] = {time, time};
         if (futimens(nFile, times) != 0 || fstat(nFile, &status) != 0)
             return StatusOfErrno(errno);
@@ -386,7 +386,7 @@ int CHiveWriter::KeepRights(int nFile, const struct stat& old) const
     if (fstat(nFile, &own) != 0 || ((own.st_uid != old.st_uid || own.st_gid != old.st_gid) &&
                                     fchown(nFile, old.st_uid, old.st_gid) != 0))
         return errno;
-    fremovexattr(nFile, g_sAccessList); // which a folder may have given it
+    fremovexattr(nFile, kAccessList); // which a folder may have given it
     if (fchmod(nFile, old.st_mode & 07777) != 0)
         return errno;
     return CopyAttributes(m_sTarget.c_str(), nFile);

@@ -13,7 +13,7 @@ namespace OrvPort
 namespace
 {
 
-constexpr std::size_t g_nMaxKeyName = 255;
+constexpr std::size_t kMaxKeyName = 255;
 
 struct CRegKey
 {
@@ -144,7 +144,7 @@ LSTATUS JoinPath(CRegString& sPath, LPCWSTR sSubKey)
     {
         const std::size_t nEnd = sRest.find(WCHAR('\\'));
         const CRegView sPart = sRest.substr(0, nEnd);
-        if (sPart.size() > g_nMaxKeyName || !IsRegKeyName(sPart))
+        if (sPart.size() > kMaxKeyName || !IsRegKeyName(sPart))
             return ERROR_INVALID_PARAMETER;
         if (!sPart.empty())
             sPath.append(sPath.empty() ? 0 : 1, WCHAR('\\')).append(sPart);

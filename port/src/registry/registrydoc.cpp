@@ -10,7 +10,7 @@ namespace OrvPort
 namespace
 {
 
-constexpr std::size_t g_nShownLength = 200;
+constexpr std::size_t kShownLength = 200;
 
 /// Sort key of a path: folded, and with NUL between the parts so that all below a key follows it directly.
 CRegString FoldPath(CRegView sPath)
@@ -175,7 +175,7 @@ void CRegDocument::AddBadLine(const CRegTextItem& item, const char* sFault)
 {
     const auto itLineEnd = std::find_if(item.m_sText.begin(), item.m_sText.end(), IsLineEnd);
     CRegString sLine(item.m_sText.begin(), itLineEnd);
-    sLine.resize(std::min(sLine.size(), g_nShownLength));
+    sLine.resize(std::min(sLine.size(), kShownLength));
     m_badLines.push_back({item.m_nLine, std::move(sLine), sFault});
 }
 

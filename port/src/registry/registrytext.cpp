@@ -8,9 +8,9 @@ namespace OrvPort
 namespace
 {
 
-constexpr std::string_view g_sSignature5 = "Windows Registry Editor Version 5.00";
-constexpr std::string_view g_sSignature4 = "REGEDIT4";
-constexpr std::size_t g_nWrapColumn = 78;
+constexpr std::string_view kSignature5 = "Windows Registry Editor Version 5.00";
+constexpr std::string_view kSignature4 = "REGEDIT4";
+constexpr std::size_t kWrapColumn = 78;
 
 bool IsBlank(WCHAR c)
 {
@@ -232,7 +232,7 @@ void AppendHexList(CRegString& s, DWORD dwType, const CRegData& data, CRegView s
     std::size_t nColumn = s.size();
     for (std::size_t i = 0; i < data.size(); ++i)
     {
-        if (nColumn >= g_nWrapColumn)
+        if (nColumn >= kWrapColumn)
         {
             s.append(1, WCHAR('\\')).append(sLineEnd).append(2, WCHAR(' '));
             nColumn = 2;
@@ -320,10 +320,10 @@ void CRegTextReader::Classify(CRegTextItem& item)
     const CRegView sLine = Trim(m_sCursor);
     if (IsAtEnd())
         item.m_eKind = CRegTextItem::eOther;
-    else if (IsAscii(sLine, g_sSignature5) || IsAscii(sLine, g_sSignature4))
+    else if (IsAscii(sLine, kSignature5) || IsAscii(sLine, kSignature4))
     {
         item.m_eKind = CRegTextItem::eSignature;
-        m_bNarrowData = IsAscii(sLine, g_sSignature4);
+        m_bNarrowData = IsAscii(sLine, kSignature4);
     }
     else if (m_sCursor.front() == '[')
         ParseKey(item);
@@ -549,7 +549,7 @@ CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data, co
 
 CRegString RegTextSignature()
 {
-    return CRegString(g_sSignature5.begin(), g_sSignature5.end());
+    return CRegString(kSignature5.begin(), kSignature5.end());
 }
 
 std::string EncodeRegText(CRegView sText, const CRegEncoding& encoding)

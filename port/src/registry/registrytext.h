@@ -28,10 +28,10 @@ struct CRegEncoding
     bool m_bCrLf = false;      ///< what ends the lines that are added
     bool m_bBigEndian = false; ///< UTF-16 only
 
-    CRegView LineEnd() const { return CRegView(c_sCrLf + (m_bCrLf ? 0 : 1), m_bCrLf ? 2 : 1); }
+    CRegView LineEnd() const { return CRegView(kCrLf + (m_bCrLf ? 0 : 1), m_bCrLf ? 2 : 1); }
 
 private:
-    static constexpr WCHAR c_sCrLf[] = {'\r', '\n'};
+    static constexpr WCHAR kCrLf[] = {'\r', '\n'};
 };
 
 /// One header, value, comment, blank or unreadable line of a registry text, with its continuation lines.

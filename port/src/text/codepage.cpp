@@ -26,7 +26,7 @@ struct CKnownPage
     const char* m_sIcuName;
 };
 
-constexpr CKnownPage c_KnownPages[] = {
+constexpr CKnownPage kKnownPages[] = {
     {437, "ibm-437"},
     {708, "asmo-708"},
     {720, "ibm-720"},
@@ -87,7 +87,7 @@ struct CCorrection
     WCHAR m_cFirst;
 };
 
-constexpr CCorrection c_Corrections[] = {
+constexpr CCorrection kCorrections[] = {
     {437, 0xE6, 0xE6, 0x00B5},   {852, 0xAA, 0xAA, 0x00AC},   {857, 0xD5, 0xD5, 0xF8BB},
     {857, 0xE7, 0xE7, 0xF8BC},   {857, 0xF2, 0xF2, 0xF8BD},   {860, 0xE6, 0xE6, 0x00B5},
     {861, 0xE6, 0xE6, 0x00B5},   {862, 0xE6, 0xE6, 0x00B5},   {863, 0xE6, 0xE6, 0x00B5},
@@ -114,7 +114,7 @@ constexpr CCorrection c_Corrections[] = {
 };
 
 // Page 708 keeps only the letters of ICU's: all of its upper half, as Windows has it.
-constexpr WCHAR c_aPage708[] =
+constexpr WCHAR kPage708[] =
     u"\x2502\x2524\x00E9\x00E2\x2561\x00E0\x2562\x00E7\x00EA\x00EB\x00E8\x00EF\x00EE\x2556\x2555\x2563"
     u"\x2551\x2557\x255D\x00F4\x255C\x255B\x00FB\x00F9\x2510\x2514\x009A\x009B\x009C\x009D\x009E\x009F"
     u"\xF8C1\x2534\x252C\x251C\x00A4\x2500\x253C\x255E\x255F\x255A\x2554\x2569\x060C\x2566\x00AB\x00BB"
@@ -125,7 +125,7 @@ constexpr WCHAR c_aPage708[] =
     u"\x0650\x0651\x0652\xF8C2\xF8C3\xF8C4\xF8C5\xF8C6\xF8C7\x256A\x2518\x250C\x00B5\x00A3\x25A0\x00A0";
 
 // Letters whose look-alike is not the base of a decomposition.
-constexpr std::pair<WCHAR, WCHAR> c_LookAlikes[] = {
+constexpr std::pair<WCHAR, WCHAR> kLookAlikes[] = {
     {0x00C6, u'A'}, {0x00D0, u'D'}, {0x00D8, u'O'}, {0x00E6, u'a'}, {0x00F0, u'd'}, {0x00F8, u'o'},
     {0x0110, u'D'}, {0x0111, u'd'}, {0x0126, u'H'}, {0x0127, u'h'}, {0x0131, u'i'}, {0x0141, u'L'},
     {0x0142, u'l'}, {0x0152, u'O'}, {0x0153, u'o'}, {0x0166, u'T'}, {0x0167, u't'}, {0x0180, u'b'},
@@ -173,8 +173,8 @@ WORD EncodeByIcu(UConverter* pConverter, WCHAR c)
 // for one of double bytes. Memory is touched only where a page is used.
 WORD g_aTables[1 << 20];
 std::size_t g_nTableWords = 0;
-constexpr UINT c_nPageJohab = 1361;
-constexpr UINT c_nPageOfJohab = 949;
+constexpr UINT kPageJohab = 1361;
+constexpr UINT kPageOfJohab = 949;
 
 // The row of characters that a page lacks.
 WORD g_aNothing[256];
@@ -193,16 +193,16 @@ std::span<Entry> TakeTable(std::size_t nEntries)
 
 std::atomic<const UNormalizer2*> g_pComposer;
 
-constinit CMadeOnce<CCodePage> g_aPages[std::size(c_KnownPages)];
+constinit CMadeOnce<CCodePage> g_aPages[std::size(kKnownPages)];
 std::atomic<const CCodePage*> g_pAnsiPage;
 std::atomic<UINT> g_nAnsiCodePage;
 
 const CKnownPage* KnownPage(UINT nCodePage)
 {
     const auto* const pKnown =
-        std::find_if(std::begin(c_KnownPages), std::end(c_KnownPages),
+        std::find_if(std::begin(kKnownPages), std::end(kKnownPages),
                      [&](const CKnownPage& page) { return page.m_nCodePage == nCodePage; });
-    return pKnown != std::end(c_KnownPages) ? pKnown : nullptr;
+    return pKnown != std::end(kKnownPages) ? pKnown : nullptr;
 }
 
 } // namespace
@@ -212,12 +212,12 @@ const CCodePage* CCodePage::FindKnown(UINT nCodePage)
     const CKnownPage* const pKnown = KnownPage(nCodePage);
     if (!pKnown)
         return nullptr;
-    CMadeOnce<CCodePage>& page = g_aPages[pKnown - c_KnownPages];
+    CMadeOnce<CCodePage>& page = g_aPages[pKnown - kKnownPages];
     if (const CCodePage* const pPage = page.Peek())
         return pPage;
     const CMakingGuard guard(g_makingLock);
-    if (nCodePage == c_nPageJohab)
-        FindKnown(c_nPageOfJohab);
+    if (nCodePage == kPageJohab)
+        FindKnown(kPageOfJohab);
     const std::size_t nTableWords = g_nTableWords;
     try
     {
@@ -260,8 +260,8 @@ CCodePage::CCodePage(UINT nCodePage, const char* sIcuName)
     m_apExact.fill(g_aNothing);
     if (nCodePage == 932)
         m_cDefaultWide = 0x30FB;
-    if (nCodePage == c_nPageJohab)
-        ReadJohab(*FindKnown(c_nPageOfJohab));
+    if (nCodePage == kPageJohab)
+        ReadJohab(*FindKnown(kPageOfJohab));
     else
         ReadIcu(sIcuName);
     CorrectSingles(nCodePage);
@@ -294,8 +294,8 @@ void CCodePage::ReadJohab(const CCodePage& page949)
 {
     for (unsigned b = 0; b < 0x80; ++b)
         SetSingle(static_cast<unsigned char>(b), static_cast<WCHAR>(b));
-    m_pDouble = TakeTable<WCHAR>(0x10000 - c_nFirstPair).data();
-    for (unsigned nPair = c_nFirstPair; nPair < 0x10000; ++nPair)
+    m_pDouble = TakeTable<WCHAR>(0x10000 - kFirstPair).data();
+    for (unsigned nPair = kFirstPair; nPair < 0x10000; ++nPair)
     {
         const auto nBytes = static_cast<WORD>(nPair);
         const WORD n949 = JohabIn949(nBytes);
@@ -307,7 +307,7 @@ void CCodePage::ReadJohab(const CCodePage& page949)
         }
         else
             c = m_cDefaultWide;
-        m_pDouble[nPair - c_nFirstPair] = c;
+        m_pDouble[nPair - kFirstPair] = c;
     }
 }
 
@@ -316,10 +316,10 @@ void CCodePage::ReadDouble(UConverter* pConverter)
     UErrorCode status = U_ZERO_ERROR;
     UBool aStarters[256];
     ucnv_getStarters(pConverter, aStarters, &status);
-    m_pDouble = TakeTable<WCHAR>(0x10000 - c_nFirstPair).data();
-    for (unsigned nPair = c_nFirstPair; nPair < 0x10000; ++nPair)
+    m_pDouble = TakeTable<WCHAR>(0x10000 - kFirstPair).data();
+    for (unsigned nPair = kFirstPair; nPair < 0x10000; ++nPair)
     {
-        WCHAR& c = m_pDouble[nPair - c_nFirstPair];
+        WCHAR& c = m_pDouble[nPair - kFirstPair];
         const char aBytes[] = {static_cast<char>(nPair >> 8), static_cast<char>(nPair)};
         m_aLead[nPair >> 8] = aStarters[nPair >> 8] != 0;
         if (aStarters[nPair >> 8])
@@ -374,8 +374,8 @@ void CCodePage::SetSingle(unsigned char b, WCHAR c)
 void CCodePage::CorrectSingles(UINT nCodePage)
 {
     for (unsigned b = 0x80; nCodePage == 708 && b < 256; ++b)
-        SetSingle(static_cast<unsigned char>(b), c_aPage708[b - 0x80]);
-    for (const CCorrection& run : c_Corrections)
+        SetSingle(static_cast<unsigned char>(b), kPage708[b - 0x80]);
+    for (const CCorrection& run : kCorrections)
         for (unsigned b = run.m_bFirst; run.m_nCodePage == nCodePage && b <= run.m_bLast; ++b)
             SetSingle(static_cast<unsigned char>(b), static_cast<WCHAR>(run.m_cFirst + (b - run.m_bFirst)));
 }
@@ -385,7 +385,7 @@ WORD CCodePage::LookAlike(WCHAR c) const
     const auto pFallback = std::ranges::lower_bound(m_fallbacks, c, {}, &CFallback::m_cFrom);
     if (pFallback != m_fallbacks.end() && pFallback->m_cFrom == c)
         return pFallback->m_nBytes;
-    for (const auto& [cFrom, cTo] : c_LookAlikes)
+    for (const auto& [cFrom, cTo] : kLookAlikes)
         if (cFrom == c)
             return EncodeExact(cTo);
     UErrorCode status = U_ZERO_ERROR;
@@ -446,7 +446,7 @@ BOOL GetCPInfo(UINT CodePage, LPCPINFO lpCPInfo) noexcept
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    *lpCPInfo = {pPage ? pPage->IsDoubleByte() ? 2u : 1u : CodePage == c_nPageUtf7 ? 5u : 4u, {'?', 0}, {}};
+    *lpCPInfo = {pPage ? pPage->IsDoubleByte() ? 2u : 1u : CodePage == kPageUtf7 ? 5u : 4u, {'?', 0}, {}};
     unsigned iRange = 0;
     for (unsigned b = 0x80; pPage && b < 256 && iRange + 2 < sizeof lpCPInfo->LeadByte; ++b)
     {

@@ -35,7 +35,7 @@ public:
     WCHAR DecodeSingle(unsigned char b) const { return m_aSingle[b]; }
     WCHAR DecodeDouble(unsigned char bLead, unsigned char bTrail) const
     {
-        return m_pDouble[(static_cast<std::size_t>(bLead) << 8 | bTrail) - c_nFirstPair];
+        return m_pDouble[(static_cast<std::size_t>(bLead) << 8 | bTrail) - kFirstPair];
     }
     /// Whether the bytes mean a character: undefined ones decode to a default character or to one of private
     /// use.
@@ -64,7 +64,7 @@ private:
         WORD m_nBytes;
     };
 
-    static constexpr std::size_t c_nFirstPair = 0x8000;
+    static constexpr std::size_t kFirstPair = 0x8000;
 
     static const CCodePage* FindKnown(UINT nCodePage);
     void ReadIcu(const char* sIcuName);
@@ -74,7 +74,7 @@ private:
     void CorrectSingles(UINT nCodePage);
     WCHAR Decode(WORD nBytes) const
     {
-        return nBytes > 0xFF ? m_pDouble[nBytes - c_nFirstPair] : m_aSingle[nBytes];
+        return nBytes > 0xFF ? m_pDouble[nBytes - kFirstPair] : m_aSingle[nBytes];
     }
     void SetExact(WCHAR c, WORD nBytes);
     void SetSingle(unsigned char b, WCHAR c);

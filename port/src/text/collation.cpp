@@ -35,7 +35,7 @@ struct CExpansion
     WCHAR m_aUnits[2];
 };
 
-constexpr CExpansion c_Expansions[] = {
+constexpr CExpansion kExpansions[] = {
     {0x00DF, {u's', u's'}}, {0x00C6, {u'A', u'E'}}, {0x00E6, {u'a', u'e'}},
     {0x0152, {u'O', u'E'}}, {0x0153, {u'o', u'e'}},
 };
@@ -50,18 +50,18 @@ WCHAR FoldUnit(WCHAR c)
 class CScratch
 {
 public:
-    explicit CScratch(std::size_t nRoom) : m_pHeap(nRoom > c_nInline ? new WCHAR[nRoom] : nullptr) {}
+    explicit CScratch(std::size_t nRoom) : m_pHeap(nRoom > kInline ? new WCHAR[nRoom] : nullptr) {}
 
     void Append(WCHAR c) { Data()[m_nLength++] = c; }
     WCHAR* Data() { return m_pHeap ? m_pHeap.get() : m_aInline; }
     std::size_t Length() const { return m_nLength; }
 
 private:
-    static constexpr std::size_t c_nInline = 512;
+    static constexpr std::size_t kInline = 512;
 
     std::size_t m_nLength = 0;
     std::unique_ptr<WCHAR[]> m_pHeap;
-    WCHAR m_aInline[c_nInline];
+    WCHAR m_aInline[kInline];
 };
 
 struct CText
@@ -158,7 +158,7 @@ private:
     void CountTowardsTables(const UCollator* pCollator) const noexcept;
 
     bool m_bTables = false; // whether its weights can be tabulated
-    CExpansion m_aExpansions[std::size(c_Expansions)];
+    CExpansion m_aExpansions[std::size(kExpansions)];
     std::size_t m_nExpansions = 0;
 };
 
@@ -180,7 +180,7 @@ constinit CMadeOnce<CCollation> g_collation;
 // often.
 constinit CMadeOnce<CTables> g_tables;
 constinit std::atomic<unsigned> g_nAskedCollator = 0;
-constexpr unsigned c_nAskedBeforeTables = 4096;
+constexpr unsigned kAskedBeforeTables = 4096;
 
 CCollation::CCollation()
 {
@@ -196,7 +196,7 @@ CCollation::CCollation()
     ucol_setAttribute(pCollator.get(), UCOL_CASE_LEVEL, UCOL_OFF, &status);
     if (U_FAILURE(status))
         throw std::runtime_error("ICU lacks a collator");
-    for (const CExpansion& expansion : c_Expansions)
+    for (const CExpansion& expansion : kExpansions)
         if (IsPrimaryEqual(pCollator.get(), expansion))
             m_aExpansions[m_nExpansions++] = expansion;
     // Backward secondary weights would not lie side by side.
@@ -266,8 +266,7 @@ CText CCollation::Map(CText text, bool bNoCase, std::optional<CScratch>& scratch
 void CCollation::CountTowardsTables(const UCollator* pCollator) const noexcept
 try
 {
-    if (m_bTables && !g_tables.Peek() && ++g_nAskedCollator % c_nAskedBeforeTables == 0 &&
-        PortHasSpareMemory())
+    if (m_bTables && !g_tables.Peek() && ++g_nAskedCollator % kAskedBeforeTables == 0 && PortHasSpareMemory())
         g_tables.Get(pCollator);
 }
 catch (const std::bad_alloc&)
@@ -359,10 +358,10 @@ bool HasAsciiOrder()
         char sName[ULOC_FULLNAME_CAPACITY];
         const std::string_view sLocale = EnvironmentLocale("LC_COLLATE", sName, sizeof sName);
         const std::string_view sLanguage = sLocale.substr(0, sLocale.find('_'));
-        constexpr std::string_view c_aLanguages[] = {"de", "en", "fr", "it", "nl", "pl", "pt", "ru", "uk"};
+        constexpr std::string_view kLanguages[] = {"de", "en", "fr", "it", "nl", "pl", "pt", "ru", "uk"};
         // A variant may order as it likes.
         const bool bPlain = sLocale.size() <= std::string_view("ll_CC").size();
-        nAsciiOrder = bPlain && std::ranges::find(c_aLanguages, sLanguage) != std::end(c_aLanguages);
+        nAsciiOrder = bPlain && std::ranges::find(kLanguages, sLanguage) != std::end(kLanguages);
         g_nAsciiOrder.store(nAsciiOrder, std::memory_order_relaxed);
     }
     return nAsciiOrder;

@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr unsigned c_nCommonSecondary = 5;
+constexpr unsigned kCommonSecondary = 5;
 
 // The parts of a legacy 32-bit collation element.
 unsigned PrimaryOf(std::int32_t nElement)
@@ -45,10 +45,10 @@ EElements ElementsOf(UCollationElements* pElements, WCHAR c)
     std::int32_t nElement = ucol_next(pElements, &status);
     if (U_FAILURE(status) || nElement == UCOL_NULLORDER || IsContinuation(nElement) || !PrimaryOf(nElement))
         return EElements::Other;
-    if (SecondaryOf(nElement) != c_nCommonSecondary)
+    if (SecondaryOf(nElement) != kCommonSecondary)
         return EElements::Expanding;
     while ((nElement = ucol_next(pElements, &status)) != UCOL_NULLORDER)
-        if (!IsContinuation(nElement) && (PrimaryOf(nElement) || SecondaryOf(nElement) <= c_nCommonSecondary))
+        if (!IsContinuation(nElement) && (PrimaryOf(nElement) || SecondaryOf(nElement) <= kCommonSecondary))
             return EElements::Expanding;
     return U_SUCCESS(status) ? EElements::Simple : EElements::Other;
 }
@@ -107,7 +107,7 @@ struct CCollationTable::CSimple
 
 void CCollationTable::Read(const UCollator* pCollator)
 {
-    m_aEntries.fill(c_NotSimple);
+    m_aEntries.fill(kNotSimple);
     RankSimple(pCollator);
     FlagContractions(pCollator);
 }
@@ -120,12 +120,12 @@ void CCollationTable::RankSimple(const UCollator* pCollator)
     if (U_FAILURE(status))
         return;
     std::vector<CSimple> vSimple;
-    for (WCHAR c = 0; c < c_cEnd; ++c)
+    for (WCHAR c = 0; c < kEnd; ++c)
     {
         CSimple simple{c, {}};
         const EElements elements = IsCandidate(c) ? ElementsOf(pElements.get(), c) : EElements::Other;
         if (elements == EElements::Expanding)
-            m_aEntries[c] = c_Expands;
+            m_aEntries[c] = kExpands;
         else if (elements == EElements::Simple && simple.m_Levels.Read(pCollator, c))
             vSimple.push_back(std::move(simple));
     }
@@ -138,7 +138,7 @@ void CCollationTable::RankSimple(const UCollator* pCollator)
             ++aRanks[nLevel];
         std::fill(aRanks + std::min(nLevel + 1, 3), aRanks + 3, 0);
         m_aEntries[vSimple[i].m_cChar] =
-            aRanks[0] << c_nPrimaryShift | aRanks[1] << c_nSecondaryShift | aRanks[2] << c_nTertiaryShift;
+            aRanks[0] << kPrimaryShift | aRanks[1] << kSecondaryShift | aRanks[2] << kTertiaryShift;
     }
 }
 
@@ -148,7 +148,7 @@ void CCollationTable::FlagContractions(const UCollator* pCollator)
     const std::unique_ptr<USet, void (*)(USet*)> pSet(uset_openEmpty(), uset_close);
     ucol_getContractionsAndExpansions(pCollator, pSet.get(), nullptr, true, &status);
     if (U_FAILURE(status))
-        m_aEntries.fill(c_NotSimple);
+        m_aEntries.fill(kNotSimple);
     for (int iItem = 0; iItem < uset_getItemCount(pSet.get()); ++iItem)
     {
         UChar32 cFirst = 0;
@@ -157,13 +157,13 @@ void CCollationTable::FlagContractions(const UCollator* pCollator)
         status = U_ZERO_ERROR;
         const int n = uset_getItem(pSet.get(), iItem, &cFirst, &cLast, aUnits, 128, &status);
         for (int i = 0; i < std::min(n, 128); ++i)
-            if (aUnits[i] < c_cEnd)
-                m_aEntries[aUnits[i]] |= (i + 1 < n ? c_ContractsBefore : 0) | (i > 0 ? c_ContractsAfter : 0);
+            if (aUnits[i] < kEnd)
+                m_aEntries[aUnits[i]] |= (i + 1 < n ? kContractsBefore : 0) | (i > 0 ? kContractsAfter : 0);
     }
 }
 
 void CCollationTable::ReadMapped(const CCollationTable& source, WCHAR (*pMap)(WCHAR))
 {
-    for (WCHAR c = 0; c < c_cEnd; ++c)
+    for (WCHAR c = 0; c < kEnd; ++c)
         m_aEntries[c] = source.At(pMap(c));
 }

@@ -28,26 +28,26 @@ protected:
     using CEntry =
         std::uint32_t; // primary rank (0: not simple), secondary rank, tertiary rank, the two flags
 
-    static constexpr WCHAR c_cEnd = End;
+    static constexpr WCHAR kEnd = End;
 
-    static constexpr CEntry c_ContractsBefore = 1; // may stand in a contraction, not as its last character
-    static constexpr CEntry c_ContractsAfter = 2;  // may stand in a contraction, not as its first character
-    static constexpr CEntry c_NotSimple = c_ContractsBefore | c_ContractsAfter;
+    static constexpr CEntry kContractsBefore = 1; // may stand in a contraction, not as its last character
+    static constexpr CEntry kContractsAfter = 2;  // may stand in a contraction, not as its first character
+    static constexpr CEntry kNotSimple = kContractsBefore | kContractsAfter;
     // Other weights, yet whatever stands around: the same character on both sides changes nothing, unless a
     // secondary difference before it leaves the weights out of step.
-    static constexpr CEntry c_Expands = 0;
-    static constexpr unsigned c_nTertiaryShift = 2;
-    static constexpr unsigned c_nSecondaryShift = 9;
-    static constexpr unsigned c_nPrimaryShift = 18;
+    static constexpr CEntry kExpands = 0;
+    static constexpr unsigned kTertiaryShift = 2;
+    static constexpr unsigned kSecondaryShift = 9;
+    static constexpr unsigned kPrimaryShift = 18;
 
-    constexpr CEntry At(WCHAR c) const { return c < c_cEnd ? m_aEntries[c] : c_NotSimple; }
-    static bool IsSimple(CEntry entry) { return entry >> c_nPrimaryShift; }
+    constexpr CEntry At(WCHAR c) const { return c < kEnd ? m_aEntries[c] : kNotSimple; }
+    static bool IsSimple(CEntry entry) { return entry >> kPrimaryShift; }
     static bool MayContract(CEntry before, CEntry after)
     {
-        return (before & c_ContractsBefore) && (after & c_ContractsAfter);
+        return (before & kContractsBefore) && (after & kContractsAfter);
     }
 
-    std::array<CEntry, c_cEnd> m_aEntries;
+    std::array<CEntry, kEnd> m_aEntries;
 };
 
 /// The ranks of a locale. At the end of the table the European scripts and general punctuation lie below.
@@ -73,14 +73,14 @@ class CAsciiTable : public CRankTable<0x80>
 public:
     consteval explicit CAsciiTable(bool bNoCase)
     {
-        constexpr const char* c_sOrder =
+        constexpr const char* kOrder =
             " _-,;:!?.'\"()[]{}@*/\\&#%`^+<=>|~$0123456789abcdefghijklmnopqrstuvwxyz";
-        m_aEntries.fill(c_NotSimple);
+        m_aEntries.fill(kNotSimple);
         CEntry nPrimary = 0;
-        for (const char* p = c_sOrder; *p; ++p)
-            m_aEntries[static_cast<unsigned char>(*p)] = ++nPrimary << c_nPrimaryShift | c_ContractsBefore;
+        for (const char* p = kOrder; *p; ++p)
+            m_aEntries[static_cast<unsigned char>(*p)] = ++nPrimary << kPrimaryShift | kContractsBefore;
         for (unsigned char c = 'A'; c <= 'Z'; ++c)
-            m_aEntries[c] = m_aEntries[c + ('a' - 'A')] + (bNoCase ? 0u : 1u << c_nTertiaryShift);
+            m_aEntries[c] = m_aEntries[c + ('a' - 'A')] + (bNoCase ? 0u : 1u << kTertiaryShift);
     }
 };
 
@@ -110,8 +110,8 @@ int CRankTable<End>::Compare(Text a, Text b, std::size_t i) const
         const CEntry entryA = At(cA);
         if (cA == cB)
         {
-            if ((!IsSimple(entryA) && (entryA != c_Expands || nSecondary)) ||
-                MayContract(previousA, entryA) || MayContract(previousB, entryA))
+            if ((!IsSimple(entryA) && (entryA != kExpands || nSecondary)) || MayContract(previousA, entryA) ||
+                MayContract(previousB, entryA))
                 return 0;
             previousA = previousB = entryA;
             continue;
@@ -121,16 +121,16 @@ int CRankTable<End>::Compare(Text a, Text b, std::size_t i) const
             MayContract(previousB, entryB))
             return 0;
         const CEntry differing = entryA ^ entryB;
-        if (differing >> c_nPrimaryShift)
+        if (differing >> kPrimaryShift)
         {
             if ((!a.IsEnd(i + 1) && MayContract(entryA, At(a.m_pText[i + 1]))) ||
                 (!b.IsEnd(i + 1) && MayContract(entryB, At(b.m_pText[i + 1]))))
                 return 0;
             return entryA < entryB ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
         }
-        if (!nSecondary && differing >> c_nSecondaryShift)
+        if (!nSecondary && differing >> kSecondaryShift)
             nSecondary = entryA < entryB ? -1 : 1;
-        if (!nTertiary && differing >> c_nTertiaryShift)
+        if (!nTertiary && differing >> kTertiaryShift)
             nTertiary = entryA < entryB ? -1 : 1;
         previousA = entryA;
         previousB = entryB;

@@ -5,27 +5,27 @@ namespace
 
 // Five bits each stand for the beginning, the vowel and the end of a syllable: its number, FILL for one that
 // is not there, NONE for bits without a meaning.
-constexpr int FILL = -1;
-constexpr int NONE = -2;
+constexpr int kFill = -1;
+constexpr int kNone = -2;
 
 int Beginning(int n)
 {
-    return n == 1 ? FILL : n >= 2 && n <= 20 ? n - 2 : NONE;
+    return n == 1 ? kFill : n >= 2 && n <= 20 ? n - 2 : kNone;
 }
 
 /// The numbers of vowels leave out two of eight.
 int Vowel(int n)
 {
-    return n == 2 ? FILL : n >= 3 && n <= 29 && n % 8 >= 2 ? n - 3 - 2 * (n / 8) : NONE;
+    return n == 2 ? kFill : n >= 3 && n <= 29 && n % 8 >= 2 ? n - 3 - 2 * (n / 8) : kNone;
 }
 
 int Ending(int n)
 {
-    return n == 1 ? FILL : n >= 2 && n <= 29 && n != 18 ? n - (n > 18 ? 2 : 1) : NONE;
+    return n == 1 ? kFill : n >= 2 && n <= 29 && n != 18 ? n - (n > 18 ? 2 : 1) : kNone;
 }
 
 // Old letters, from DAD4 on.
-constexpr WCHAR c_aOldLetters[] = {
+constexpr WCHAR kOldLetters[] = {
     0x115F, 0x1114, 0x1115, 0x11C7, 0x11C8, 0x11CC, 0x11CE, 0x11D3, 0x11D7, 0x11D9, 0x111C,
     0x11DD, 0x11DF, 0x111D, 0x111E, 0x1120, 0x1122, 0x1123, 0x1127, 0x1128, 0x112B, 0x112C,
     0x112D, 0x112E, 0x112F, 0x1132, 0x1136, 0x1140, 0x1147, 0x114C, 0x1145, 0x1146, 0x1157,
@@ -47,21 +47,22 @@ WCHAR JohabSyllable(WORD nBytes) noexcept
     const int nBeginning = Beginning(nBytes >> 10 & 31);
     const int nVowel = Vowel(nBytes >> 5 & 31);
     const int nEnding = Ending(nBytes & 31);
-    if (nBeginning == NONE || nVowel == NONE || nEnding == NONE)
+    if (nBeginning == kNone || nVowel == kNone || nEnding == kNone)
         return 0;
-    if (nBeginning != FILL && nVowel != FILL)
-        return static_cast<WCHAR>(0xAC00 + (nBeginning * 21 + nVowel) * 28 + (nEnding == FILL ? 0 : nEnding));
-    if (nBeginning != FILL)
-        return nEnding == FILL ? static_cast<WCHAR>(0x1100 + nBeginning) : u'\0';
-    if (nVowel != FILL)
-        return nEnding == FILL ? static_cast<WCHAR>(0x1161 + nVowel) : u'\0';
-    return nEnding != FILL ? static_cast<WCHAR>(0x11A7 + nEnding) : u'\0';
+    if (nBeginning != kFill && nVowel != kFill)
+        return static_cast<WCHAR>(0xAC00 + (nBeginning * 21 + nVowel) * 28 +
+                                  (nEnding == kFill ? 0 : nEnding));
+    if (nBeginning != kFill)
+        return nEnding == kFill ? static_cast<WCHAR>(0x1100 + nBeginning) : u'\0';
+    if (nVowel != kFill)
+        return nEnding == kFill ? static_cast<WCHAR>(0x1161 + nVowel) : u'\0';
+    return nEnding != kFill ? static_cast<WCHAR>(0x11A7 + nEnding) : u'\0';
 }
 
 WCHAR JohabOther(WORD nBytes) noexcept
 {
     if (nBytes >= 0xDAD4 && nBytes <= 0xDAFE)
-        return c_aOldLetters[nBytes - 0xDAD4];
+        return kOldLetters[nBytes - 0xDAD4];
     const int nPlace = PlaceOf(nBytes & 0xFF);
     return nBytes >> 8 == 0xD8 && nPlace >= 0 ? static_cast<WCHAR>(0xE000 + nPlace) : u'\0';
 }

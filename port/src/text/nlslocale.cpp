@@ -22,7 +22,7 @@ struct CLanguagePage
 };
 
 // Languages of the other pages; everything else is written in 1252.
-constexpr CLanguagePage c_LanguagePages[] = {
+constexpr CLanguagePage kLanguagePages[] = {
     {"ar", 1256}, {"az", 1254}, {"be", 1251}, {"bg", 1251}, {"bs", 1250}, {"cs", 1250}, {"el", 1253},
     {"et", 1257}, {"fa", 1256}, {"he", 1255}, {"hr", 1250}, {"hu", 1250}, {"ja", 932},  {"kk", 1251},
     {"ko", 949},  {"ky", 1251}, {"lt", 1257}, {"lv", 1257}, {"mk", 1251}, {"mn", 1251}, {"pl", 1250},
@@ -71,7 +71,7 @@ UINT PageOfLocale(const char* sLocale)
     }
     if (!std::strcmp(sScript, "Latn") && !std::strcmp(sLanguage, "sr"))
         return 1250;
-    for (const CLanguagePage& page : c_LanguagePages)
+    for (const CLanguagePage& page : kLanguagePages)
         if (!std::strcmp(sLanguage, page.m_sLanguage))
             return page.m_nCodePage;
     return 1252;

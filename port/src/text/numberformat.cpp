@@ -19,7 +19,7 @@ namespace
 
 using View = std::u16string_view;
 
-constexpr std::size_t c_FractionDigits = 2;
+constexpr std::size_t kFractionDigits = 2;
 
 /// How a locale writes a number: ICU's data has one unit for each mark, and no locale writes more around a
 /// negative number than the minus, when digits and minus are ASCII as on Windows.
@@ -198,8 +198,8 @@ int GetNumberFormatW(LCID, DWORD, LPCWSTR lpValue, std::nullptr_t, LPWSTR lpNumb
     const auto digit = [fraction](std::size_t i) { return i < fraction.size() ? fraction[i] : u'0'; };
 
     CReverseText out(lpNumberStr, cchNumber);
-    CRounding rounding(digit(c_FractionDigits) >= u'5');
-    for (std::size_t i = c_FractionDigits; i > 0; --i)
+    CRounding rounding(digit(kFractionDigits) >= u'5');
+    for (std::size_t i = kFractionDigits; i > 0; --i)
         out.Put(rounding.Next(digit(i - 1)));
     out.Put(form.m_cDecimal);
     PutWhole(out, rounding, whole, form);

@@ -13,7 +13,7 @@ namespace
 
 // ---- UTF-7 (RFC 2152): units in base 64 between "+" and "-", and what stands for itself ----
 
-constexpr std::string_view c_sBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::string_view c_sDirect("\0\t\n\r '(),-./:?", 15);
 
 bool IsDirect(WCHAR c)
@@ -27,7 +27,7 @@ bool PutBase64(const WCHAR* pSrc, int nSrc, int& i, CSink<char>& sink)
 {
     unsigned nBits = 0; // those that wait are the lowest
     int nWaiting = 0;
-    const auto PutDigit = [&](unsigned n) { return sink.Put(c_sBase64[n & 0x3F]); };
+    const auto PutDigit = [&](unsigned n) { return sink.Put(kBase64[n & 0x3F]); };
     bool bFits = sink.Put('+');
     for (; bFits && i < nSrc && !IsDirect(pSrc[i]) && pSrc[i] != '+'; ++i)
     {
@@ -60,8 +60,8 @@ bool TakeBase64(const char* pSrc, int nSrc, int& i, CSink<WCHAR>& sink)
     int nWaiting = 0;
     for (; i < nSrc; ++i)
     {
-        const std::size_t nDigit = c_sBase64.find(pSrc[i]);
-        if (nDigit == c_sBase64.npos)
+        const std::size_t nDigit = kBase64.find(pSrc[i]);
+        if (nDigit == kBase64.npos)
             break;
         nBits = nBits << 6 | static_cast<unsigned>(nDigit);
         nWaiting += 6;
@@ -159,7 +159,7 @@ int EncodeGb18030(const WCHAR* pSrc, int nSrc, bool bStrict, CSink<char> sink)
 
 int DecodeOtherPage(UINT nCodePage, DWORD dwFlags, const char* pSrc, int nSrc, CSink<WCHAR> sink) noexcept
 {
-    const bool bUtf7 = nCodePage == c_nPageUtf7;
+    const bool bUtf7 = nCodePage == kPageUtf7;
     if (dwFlags & ~(bUtf7 ? 0u : DWORD{MB_ERR_INVALID_CHARS}))
         return Fail(ERROR_INVALID_FLAGS);
     return bUtf7 ? DecodeUtf7(pSrc, nSrc, sink) : DecodeGb18030(pSrc, nSrc, dwFlags, sink);
@@ -167,7 +167,7 @@ int DecodeOtherPage(UINT nCodePage, DWORD dwFlags, const char* pSrc, int nSrc, C
 
 int EncodeOtherPage(UINT nCodePage, DWORD dwFlags, const WCHAR* pSrc, int nSrc, CSink<char> sink) noexcept
 {
-    const bool bUtf7 = nCodePage == c_nPageUtf7;
+    const bool bUtf7 = nCodePage == kPageUtf7;
     if (dwFlags & ~(bUtf7 ? 0u : DWORD{WC_ERR_INVALID_CHARS}))
         return Fail(ERROR_INVALID_FLAGS);
     return bUtf7 ? EncodeUtf7(pSrc, nSrc, sink) : EncodeGb18030(pSrc, nSrc, dwFlags, sink);

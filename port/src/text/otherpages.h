@@ -4,12 +4,12 @@
 
 #include "text/sink.h"
 
-inline constexpr UINT c_nPageUtf7 = 65000;
-inline constexpr UINT c_nPageGb18030 = 54936;
+inline constexpr UINT kPageUtf7 = 65000;
+inline constexpr UINT kPageGb18030 = 54936;
 
 inline bool IsOtherPage(UINT nCodePage) noexcept
 {
-    return nCodePage == c_nPageUtf7 || nCodePage == c_nPageGb18030;
+    return nCodePage == kPageUtf7 || nCodePage == kPageGb18030;
 }
 
 /// As MultiByteToWideChar and WideCharToMultiByte.

@@ -5,7 +5,7 @@
 namespace
 {
 
-constexpr char32_t g_cReplacement = 0xFFFD;
+constexpr char32_t kReplacementChar = 0xFFFD;
 
 bool IsHighSurrogate(char16_t c)
 {
@@ -39,17 +39,17 @@ char32_t TakeUtf8(std::string_view& sText)
         return cLead;
     const std::size_t nTrail = cLead >= 0xF0 && cLead < 0xF5 ? 3 : cLead >= 0xE0 ? 2 : 1;
     if (cLead < 0xC2 || cLead > 0xF4 || sText.size() < nTrail)
-        return g_cReplacement;
+        return kReplacementChar;
     char32_t c = cLead & (0x3Fu >> nTrail);
     for (std::size_t i = 0; i < nTrail; ++i)
     {
         if ((sText[i] & 0xC0) != 0x80)
-            return g_cReplacement;
+            return kReplacementChar;
         c = (c << 6) | (sText[i] & 0x3Fu);
     }
     if ((nTrail == 2 && c < 0x800) || (nTrail == 3 && c < 0x10000) || c > 0x10FFFF ||
         (c & 0x1FF800) == 0xD800)
-        return g_cReplacement;
+        return kReplacementChar;
     sText.remove_prefix(nTrail);
     return c;
 }
@@ -66,7 +66,7 @@ std::string PortToUtf8(std::u16string_view sText)
         if (IsHighSurrogate(sText[i]) && i + 1 < sText.size() && IsLowSurrogate(sText[i + 1]))
             c = 0x10000 + ((c & 0x3FF) << 10) + (sText[++i] & 0x3FFu);
         else if ((c & 0xF800) == 0xD800)
-            c = g_cReplacement;
+            c = kReplacementChar;
         AppendUtf8(sOut, c);
     }
     return sOut;

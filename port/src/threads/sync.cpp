@@ -23,10 +23,10 @@ __thread char CPortThread::t_cIdentity;
 namespace
 {
 
-constexpr int g_nSpins = 100;
-constexpr int g_nForkAttempts = 10000;
-constexpr timespec g_tsForkPause{0, 100'000};
-constexpr timespec g_tsShort{0, 1'000'000};
+constexpr int kSpins = 100;
+constexpr int kForkAttempts = 10000;
+constexpr timespec kForkPause{0, 100'000};
+constexpr timespec kShort{0, 1'000'000};
 
 inline void Pause() noexcept
 {
@@ -76,14 +76,14 @@ bool TryEnterAll() noexcept
 // locks for moments only; should one stay taken for a second, the child gets it as it is.
 void BeforeFork() noexcept
 {
-    for (int i = 0; i < g_nForkAttempts; ++i)
+    for (int i = 0; i < kForkAttempts; ++i)
     {
         g_sectionsLock.lock();
         g_bHeldForFork = TryEnterAll();
         if (g_bHeldForFork)
             return;
         g_sectionsLock.unlock();
-        nanosleep(&g_tsForkPause, nullptr);
+        nanosleep(&kForkPause, nullptr);
     }
     g_sectionsLock.lock();
 }
@@ -168,14 +168,14 @@ void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 
 void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
-    for (int i = 0; i < g_nSpins; ++i)
+    for (int i = 0; i < kSpins; ++i)
     {
         if (TryTake(lpCriticalSection))
             return;
         Pause();
     }
     lpCriticalSection->Waiters.fetch_add(1, std::memory_order_relaxed);
-    const timespec* pTimeout = BarrierOnAllThreads() ? nullptr : &g_tsShort;
+    const timespec* pTimeout = BarrierOnAllThreads() ? nullptr : &kShort;
     for (;;)
     {
         const std::uint32_t nSeen = lpCriticalSection->Wakeups.load(std::memory_order_acquire);

@@ -5,7 +5,7 @@
 
 #include <pthread.h>
 
-__thread void* CPortThreadSlots::t_apValues[CPortThreadSlots::c_nSlots];
+__thread void* CPortThreadSlots::t_apValues[CPortThreadSlots::kSlots];
 
 namespace
 {
@@ -17,12 +17,12 @@ std::atomic<DWORD> g_nTaken = 0;
 DWORD TlsAlloc() noexcept
 {
     const DWORD dwSlot = g_nTaken++;
-    return dwSlot < CPortThreadSlots::c_nSlots ? dwSlot : TLS_OUT_OF_INDEXES;
+    return dwSlot < CPortThreadSlots::kSlots ? dwSlot : TLS_OUT_OF_INDEXES;
 }
 
 BOOL TlsFree(DWORD dwTlsIndex) noexcept
 {
-    return dwTlsIndex < CPortThreadSlots::c_nSlots;
+    return dwTlsIndex < CPortThreadSlots::kSlots;
 }
 
 DWORD FlsAlloc(PFLS_CALLBACK_FUNCTION lpCallback) noexcept

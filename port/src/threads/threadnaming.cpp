@@ -10,8 +10,8 @@
 namespace
 {
 
-constexpr std::size_t g_nMaxKernelName = 15; // bytes
-constexpr DWORD g_dwFirstNoId = 0x7FFFFFFF;
+constexpr std::size_t kMaxKernelName = 15; // bytes
+constexpr DWORD kFirstNoId = 0x7FFFFFFF;
 
 bool IsContinuation(char c)
 {
@@ -21,12 +21,12 @@ bool IsContinuation(char c)
 /// The kernel's names are short: a longer one keeps its start and its end, no character is torn.
 std::string KernelName(std::string_view sName)
 {
-    if (sName.size() <= g_nMaxKernelName)
+    if (sName.size() <= kMaxKernelName)
         return std::string(sName);
-    std::size_t nHead = g_nMaxKernelName / 2;
+    std::size_t nHead = kMaxKernelName / 2;
     while (nHead > 0 && IsContinuation(sName[nHead]))
         --nHead;
-    std::size_t nTail = sName.size() - g_nMaxKernelName / 2;
+    std::size_t nTail = sName.size() - kMaxKernelName / 2;
     while (nTail < sName.size() && IsContinuation(sName[nTail]))
         ++nTail;
     return std::string(sName.substr(0, nHead)).append("~").append(sName.substr(nTail));
@@ -37,7 +37,7 @@ std::string KernelName(std::string_view sName)
 void PortNameThread(DWORD dwThreadId, const char* sName) noexcept
 {
     const std::string sKernelName = KernelName(sName);
-    if (dwThreadId >= g_dwFirstNoId || dwThreadId == GetCurrentThreadId())
+    if (dwThreadId >= kFirstNoId || dwThreadId == GetCurrentThreadId())
     {
         pthread_setname_np(pthread_self(), sKernelName.c_str());
         return;

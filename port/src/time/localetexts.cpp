@@ -151,14 +151,14 @@ CLastTexts& LastTexts()
 }
 
 /// In front of what the environment says; the rest are tags.
-constexpr char ENVIRONMENT = '=';
+constexpr char kEnvironment = '=';
 
 /// The ICU name of a locale, with the calendar that SYSTEMTIME counts in.
 std::string IcuName(const std::string& sLocale)
 {
     char sName[ULOC_FULLNAME_CAPACITY] = "";
     UErrorCode status = U_ZERO_ERROR;
-    if (sLocale.starts_with(ENVIRONMENT))
+    if (sLocale.starts_with(kEnvironment))
     {
         char sBuffer[ULOC_FULLNAME_CAPACITY];
         std::strcpy(sName, CanonicalLocale(sLocale.c_str() + 1, sBuffer, sizeof sBuffer));
@@ -206,7 +206,7 @@ std::shared_ptr<const CLocaleTexts> LocaleTextsOf(LPCWSTR lpLocaleName) noexcept
 try
 {
     if (lpLocaleName == nullptr)
-        return LastTexts().Get(std::string(1, ENVIRONMENT) + EnvironmentLocaleName("LC_TIME"));
+        return LastTexts().Get(std::string(1, kEnvironment) + EnvironmentLocaleName("LC_TIME"));
     const std::u16string_view sWide(lpLocaleName);
     return LastTexts().Get(std::string(sWide.begin(), sWide.end()));
 }

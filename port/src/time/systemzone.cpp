@@ -14,7 +14,7 @@ namespace
 
 // No zone of the database keeps an offset for less than 95 hours in these years: no change falls between two
 // steps.
-constexpr std::int64_t STEP = 3 * CZonePeriods::DAY;
+constexpr std::int64_t kStep = 3 * CZonePeriods::kDay;
 
 LONG LibraryOffset(std::int64_t nUtc) noexcept
 {
@@ -40,16 +40,16 @@ std::int64_t FindChange(std::int64_t nBefore, std::int64_t nAfter) noexcept
 CZonePeriods ReadSystemZone()
 {
     tzset();
-    LONG nOffset = LibraryOffset(CZonePeriods::FIRST);
+    LONG nOffset = LibraryOffset(CZonePeriods::kFirst);
     CZonePeriods periods(nOffset);
-    for (std::int64_t nUtc = CZonePeriods::FIRST; nUtc < CZonePeriods::LAST; nUtc += STEP)
+    for (std::int64_t nUtc = CZonePeriods::kFirst; nUtc < CZonePeriods::kLast; nUtc += kStep)
     {
-        const LONG nNext = LibraryOffset(nUtc + STEP);
+        const LONG nNext = LibraryOffset(nUtc + kStep);
         if (nNext == nOffset)
             continue;
         // A repeated time is the first of the two. A skipped one is as far behind the change as it would have
         // been, so that it belongs to its own day also where midnight is skipped.
-        const std::int64_t nChange = FindChange(nUtc, nUtc + STEP);
+        const std::int64_t nChange = FindChange(nUtc, nUtc + kStep);
         periods.Add(nChange, nChange + std::max(nOffset, nNext), nNext);
         nOffset = nNext;
     }
@@ -80,11 +80,11 @@ catch (const std::bad_alloc&)
 LONG PortZoneOffset(LONGLONG nUtc) noexcept
 {
     const CZonePeriods* const pZone = SystemZone();
-    return pZone ? pZone->OffsetAt(nUtc) : PORT_NO_OFFSET;
+    return pZone ? pZone->OffsetAt(nUtc) : kPortNoOffset;
 }
 
 LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
 {
     const CZonePeriods* const pZone = SystemZone();
-    return pZone ? pZone->OffsetOfLocal(nLocal) : PORT_NO_OFFSET;
+    return pZone ? pZone->OffsetOfLocal(nLocal) : kPortNoOffset;
 }

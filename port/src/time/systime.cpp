@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr LONGLONG g_nTicksPerSecond = 10'000'000;
+constexpr LONGLONG kTicksPerSecond = 10'000'000;
 
 // A fork waits for it, and so for the C library's own lock inside it.
 CPortLock g_zoneLock;
@@ -30,7 +30,7 @@ timespec Now(clockid_t clock) noexcept
 
 LONGLONG Ticks(const timespec& ts) noexcept
 {
-    return ts.tv_sec * g_nTicksPerSecond + ts.tv_nsec / 100;
+    return ts.tv_sec * kTicksPerSecond + ts.tv_nsec / 100;
 }
 
 void Fill(SYSTEMTIME& st, const std::tm& tm, long nNanoseconds) noexcept
@@ -78,7 +78,7 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* lpPerformanceCount) noexcept
 
 BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency) noexcept
 {
-    lpFrequency->QuadPart = g_nTicksPerSecond;
+    lpFrequency->QuadPart = kTicksPerSecond;
     return TRUE;
 }
 

@@ -3,4 +3,4 @@
 
 #include <windows.h>
 
-inline constexpr const WCHAR* PortResourceSuffix = L".dll";
+inline constexpr const WCHAR* kPortResourceSuffix = L".dll";

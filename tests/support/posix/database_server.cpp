@@ -12,8 +12,8 @@ namespace fs = std::filesystem;
 namespace
 {
 
-constexpr const char* c_sUser = "nobody";
-constexpr unsigned c_iUser = 65534; // Debian's fixed number of both the user and the group
+constexpr const char* kUserName = "nobody";
+constexpr unsigned kUserId = 65534; // Debian's fixed number of both the user and the group
 
 } // namespace
 
@@ -21,7 +21,7 @@ CDatabaseServer::CDatabaseServer(const char* sName, const char* sReadyMark, int 
     : m_Folder(TestRoot() / sName), m_sReadyMark(sReadyMark), m_iStopSignal(iStopSignal)
 {
     fs::create_directory(m_Folder);
-    if (getuid() == 0 && chown(m_Folder.c_str(), c_iUser, c_iUser) != 0)
+    if (getuid() == 0 && chown(m_Folder.c_str(), kUserId, kUserId) != 0)
         throw std::runtime_error("chown");
 }
 
@@ -36,7 +36,7 @@ ChildArguments CDatabaseServer::AsUser(const ChildArguments& command) const
     // The signal comes when this process ends, however it does.
     ChildArguments all{"env", "TMPDIR=" + m_Folder.string(), "setpriv", "--pdeathsig", "QUIT"};
     if (getuid() == 0)
-        all.insert(all.end(), {"--reuid", c_sUser, "--regid", std::to_string(c_iUser), "--clear-groups"});
+        all.insert(all.end(), {"--reuid", kUserName, "--regid", std::to_string(kUserId), "--clear-groups"});
     all.insert(all.end(), command.begin(), command.end());
     return all;
 }

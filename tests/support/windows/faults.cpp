@@ -140,19 +140,19 @@ struct CStandIn
 
 void Point(void** ppImport, const char* sName)
 {
-    static const CStandIn s_standIns[] = {{"malloc", Malloc, g_real.m_pfnMalloc},
-                                          {"calloc", Calloc, g_real.m_pfnCalloc},
-                                          {"realloc", Realloc, g_real.m_pfnRealloc},
-                                          {"free", Free, g_real.m_pfnFree},
-                                          {"CoTaskMemAlloc", TaskAlloc, g_real.m_pfnTaskAlloc},
-                                          {"CoTaskMemFree", TaskFree, g_real.m_pfnTaskFree},
-                                          {"SysAllocString", AllocString, g_real.m_pfnAllocString},
-                                          {"SysAllocStringLen", AllocStringLen, g_real.m_pfnAllocStringLen},
-                                          {"SysFreeString", FreeString, g_real.m_pfnFreeString},
-                                          {"FlushFileBuffers", Flush, g_real.m_pfnFlush},
-                                          {"_beginthreadex", BeginThread, g_real.m_pfnBeginThread},
-                                          {"Sleep", Pause, g_real.m_pfnSleep}};
-    for (const CStandIn& standIn : s_standIns)
+    static const CStandIn kStandIns[] = {{"malloc", Malloc, g_real.m_pfnMalloc},
+                                         {"calloc", Calloc, g_real.m_pfnCalloc},
+                                         {"realloc", Realloc, g_real.m_pfnRealloc},
+                                         {"free", Free, g_real.m_pfnFree},
+                                         {"CoTaskMemAlloc", TaskAlloc, g_real.m_pfnTaskAlloc},
+                                         {"CoTaskMemFree", TaskFree, g_real.m_pfnTaskFree},
+                                         {"SysAllocString", AllocString, g_real.m_pfnAllocString},
+                                         {"SysAllocStringLen", AllocStringLen, g_real.m_pfnAllocStringLen},
+                                         {"SysFreeString", FreeString, g_real.m_pfnFreeString},
+                                         {"FlushFileBuffers", Flush, g_real.m_pfnFlush},
+                                         {"_beginthreadex", BeginThread, g_real.m_pfnBeginThread},
+                                         {"Sleep", Pause, g_real.m_pfnSleep}};
+    for (const CStandIn& standIn : kStandIns)
     {
         if (std::strcmp(standIn.m_sName, sName) != 0)
             continue;

@@ -125,7 +125,7 @@ std::optional<CStoredValue> CStore::ReadValue(const CScope& scope, const CText& 
 void CStore::Apply(const std::vector<CChange>& changes, const ToolProgress& progress)
 {
     std::array<std::unique_ptr<CTurn>, 2> apTurns;
-    for (const CScope* pScope : {&g_userScope, &g_machineScope})
+    for (const CScope* pScope : {&kUserScope, &kMachineScope})
         if (std::any_of(changes.begin(), changes.end(),
                         [&](const CChange& c) { return c.m_pScope == pScope; }))
             apTurns[pScope->m_nHive] = std::make_unique<CTurn>(*pScope);

@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr DWORD g_cchMaxName = 16384;
+constexpr DWORD kMaxName = 16384;
 
 HKEY RootOf(const CScope& scope)
 {
@@ -67,10 +67,10 @@ template <class Enum>
 std::vector<CText> Names(const CRegKeyW& key, Enum enumerate, LSTATUS& lStatus)
 {
     std::vector<CText> names;
-    CText sName(g_cchMaxName, 0);
+    CText sName(kMaxName, 0);
     for (;;)
     {
-        DWORD cchName = g_cchMaxName;
+        DWORD cchName = kMaxName;
         lStatus = enumerate(key.Get(), static_cast<DWORD>(names.size()), sName.data(), &cchName, nullptr,
                             nullptr, nullptr, nullptr);
         if (lStatus != ERROR_SUCCESS)
