@@ -118,7 +118,7 @@ constant_names() {
 
 shell_syntax() {
     local script
-    for script in scripts/*.sh scripts/run-wine .ci/run; do bash -n "$script"; done
+    for script in $(git ls-files '*.sh' scripts/run-wine .ci/run); do bash -n "$script"; done
 }
 
 rule "no conditional on platform or compiler in src/ and include/" platform_conditionals

@@ -9,6 +9,17 @@ test_locales=(en_US hu_HU de_DE pl_PL)
 say() { printf '[%4ds] %s\n' "$SECONDS" "$*"; }
 fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
+# Runs a command silently; when it fails its last lines are shown and the script ends: quietly WHAT COMMAND...
+quietly() {
+    local what=$1 log
+    shift
+    log=$(mktemp)
+    "$@" >"$log" 2>&1 </dev/null && { rm -f "$log"; return; }
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    fail "$what failed"
+}
+
 # The wine command: the distribution's where its 32-bit half is installed, else the private one.
 wine_command() {
     if [ -x "$system_wine/wine" ]; then echo /usr/bin/wine; else echo "$wine_root/bin/wine"; fi

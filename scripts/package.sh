@@ -15,13 +15,6 @@ cd "$repo"
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
 
-# Runs a command whose output is of interest only when it fails.
-quietly() {
-    local log=$1
-    shift
-    "$@" >"$log" 2>&1 || { tail -n 20 "$log" >&2; fail "failed: $*"; }
-}
-
 pack() {
     local target=$1 folder=build/package-$1
     case $target in
@@ -33,10 +26,10 @@ pack() {
     cmake --preset "$target" -B "$folder" -D CMAKE_BUILD_TYPE=Release \
         -D CMAKE_CXX_FLAGS_RELEASE="-O3 -DNDEBUG -g -ffile-prefix-map=$repo=." \
         -D ORVCOMTYPES_WARNINGS_ARE_ERRORS=OFF -D ORVCOMTYPES_BUILD_TESTS=OFF -D ORVCOMTYPES_BUILD_EXAMPLES=OFF >/dev/null
-    quietly "$folder/building.log" cmake --build "$folder"
+    quietly "$target: building" cmake --build "$folder"
     say "$target: packing"
     rm -rf "$folder"/{packages,_CPack_Packages}
-    quietly "$folder/packing.log" env -C "$folder" cpack
+    quietly "$target: packing" env -C "$folder" cpack
     (cd "$folder/packages" && shopt -s nullglob && ls -l -- *.deb *.zip | awk '{ print "    " $5 "  " $NF }')
 }
 
@@ -45,7 +38,7 @@ check_bytes() {
     local target=$1 packages=build/package-$1/packages clone=$work/a/clone/of/it
     say "$target: building once more, in another folder"
     [ -d "$clone" ] || git clone -q . "$clone"
-    quietly "$work/clone.log" env CCACHE_DISABLE=1 "$clone/scripts/package.sh" "$target"
+    quietly "$target: building once more" env CCACHE_DISABLE=1 "$clone/scripts/package.sh" "$target"
     local ours theirs
     ours=$(cd "$packages" && sha256sum -- *.deb *.zip 2>/dev/null || true)
     theirs=$(cd "$clone/$packages" && sha256sum -- *.deb *.zip 2>/dev/null || true)
@@ -67,8 +60,8 @@ check_installed() {
 # As FetchContent and add_subdirectory do it.
 check_subproject() {
     say "linux: a program that has the library as a part of itself"
-    quietly "$work/subproject.log" cmake -G Ninja -S tests/package -B "$work/subproject" -D SOURCES="$repo"
-    quietly "$work/subproject.log" cmake --build "$work/subproject"
+    quietly "configuring tests/package" cmake -G Ninja -S tests/package -B "$work/subproject" -D SOURCES="$repo"
+    quietly "building tests/package" cmake --build "$work/subproject"
     (cd "$work" && subproject/consumer)
 }
 
