@@ -23,7 +23,7 @@ typedef struct _RTL_CRITICAL_SECTION
 {
     std::atomic<std::uintptr_t> Owner;  ///< identity of the thread inside, 0 when free
     LONG RecursionCount;                ///< further entries of the owner; touched by the owner only
-    std::atomic<std::uint32_t> Waiters; ///< threads that found it taken and may sleep
+    std::atomic<std::uint32_t> Waiters; ///< not 0: threads may sleep, and who leaves wakes one
     std::atomic<std::uint32_t> Wakeups; ///< what they sleep on
     _RTL_CRITICAL_SECTION* pNext;       ///< all sections that a fork waits for
     _RTL_CRITICAL_SECTION* pPrev;

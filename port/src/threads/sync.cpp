@@ -1,10 +1,14 @@
 // The part of a critical section that is not inlined: waiting, waking, and what happens to sections at fork.
 //
-// Leaving is a plain store followed by a plain load of the number of waiters; the processor may do the load
-// first. A thread that is about to sleep therefore counts itself, makes every running thread of the process
-// pass a memory barrier (membarrier), and looks once more: an owner either had stored before that barrier,
-// and the look finds the section free, or loads after it, and sees the waiter. Where the kernel refuses the
-// barrier, sleeps are short instead.
+// Leaving is a plain store followed by a plain load that tells whether somebody may sleep; the processor may
+// do the load first. A thread that is about to sleep therefore announces it, makes every running thread of
+// the process pass a memory barrier (membarrier), and looks once more: an owner either had stored before that
+// barrier, and the look finds the section free, or loads after it, and sees the announcement. Where the
+// kernel refuses the barrier, sleeps are short instead.
+//
+// Who leaves takes the announcement back and wakes one thread, which announces itself anew: until that one
+// runs, others enter and leave at full speed. Were they to wake somebody each time, most threads would do
+// little else, since who is woken has to wait for a processor.
 #include <windows.h>
 
 #include "forklock.h"
@@ -23,7 +27,8 @@ __thread char CPortThread::t_cIdentity;
 namespace
 {
 
-constexpr int kSpins = 100;
+// Each look takes the section's memory away from its owner, so a thread looks less and less often.
+constexpr int kMostPauses = 64;
 constexpr int kForkAttempts = 10000;
 constexpr timespec kForkPause{0, 100'000};
 constexpr timespec kShort{0, 1'000'000};
@@ -168,26 +173,29 @@ void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
 
 void PortEnterContended(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
-    for (int i = 0; i < kSpins; ++i)
+    for (int nPauses = 1; nPauses <= kMostPauses; nPauses *= 2)
     {
+        for (int i = 0; i < nPauses; ++i)
+            Pause();
         if (TryTake(lpCriticalSection))
             return;
-        Pause();
     }
-    lpCriticalSection->Waiters.fetch_add(1, std::memory_order_relaxed);
-    const timespec* pTimeout = BarrierOnAllThreads() ? nullptr : &kShort;
     for (;;)
     {
+        // Read before it is announced: who takes the announcement back changes it.
         const std::uint32_t nSeen = lpCriticalSection->Wakeups.load(std::memory_order_acquire);
+        lpCriticalSection->Waiters.exchange(1, std::memory_order_acq_rel);
+        const timespec* pTimeout = BarrierOnAllThreads() ? nullptr : &kShort;
         if (TryTake(lpCriticalSection))
-            break;
+            return; // others may sleep: still announced
         FutexWait(lpCriticalSection->Wakeups, nSeen, pTimeout);
     }
-    lpCriticalSection->Waiters.fetch_sub(1, std::memory_order_relaxed);
 }
 
 void PortWakeWaiter(LPCRITICAL_SECTION lpCriticalSection) noexcept
 {
+    if (lpCriticalSection->Waiters.exchange(0, std::memory_order_acq_rel) == 0)
+        return;
     lpCriticalSection->Wakeups.fetch_add(1, std::memory_order_release);
     FutexWakeOne(lpCriticalSection->Wakeups);
 }
