@@ -30,7 +30,7 @@ TESTS = {
     "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage",
     "settings": "settings|path_fuzz|nomemory|memorysweep",
     "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|memorysweep",
-    "time": "time|timechrono|timelocale_internal|timereports|timetext|timezone|namedzone_internal|time_fuzz|frozenclock|zonerules",
+    "time": "time|timechrono|timelocale_internal|timereports|timetext|timezone|namedzone_internal|time_fuzz|zonerules",
 }
 
 # A token, and what stands in its place.

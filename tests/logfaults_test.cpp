@@ -2,13 +2,14 @@
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/octalloc.h"
 #include "support/child_process.h"
-#include "support/denied.h"
+#include "support/faults.h"
 #include "support/report_capture.h"
 #include "support/test_log.h"
 
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <thread>
 
 namespace
 {
@@ -189,6 +190,53 @@ TEST_F(LogFaults, FlushedLinesAreInTheFile)
     heir.LogOpt(lqlErrors | lqlSQL, "4");
     EXPECT_TRUE(ReadBytes(m_file).ends_with("4\r\n"));
     heir.ReleaseLog();
+}
+
+// ---- Calls that fail ----
+
+TEST_F(LogFaults, LinesThatCouldNotBeSyncedAreTold)
+{
+    Init(lqlInformation);
+    {
+        const CFault fault(FaultyCall::Sync);
+        m_log.LogInf(ORVTEXT("1"));
+        EXPECT_FALSE(m_log.Flush(kLong));
+        EXPECT_EQ(1u, m_log.GetLostLines());
+    }
+    Log("2");
+    EXPECT_EQ(
+        "=I> <t> 1\r\n=W> <t> Lost log lines: 1 (21 bytes), logged between <t> and <t>\r\n=I> <t> 2\r\n",
+        Written());
+}
+
+TEST_F(LogFaults, HandlerWithoutAThreadTriesAgain)
+{
+    {
+        const CFault fault(FaultyCall::ThreadStart);
+        Init(lqlInformation);
+        m_log.LogInf(ORVTEXT("1"));
+        EXPECT_FALSE(m_log.Flush(0));
+    }
+    while (!m_log.Flush(1))
+        std::this_thread::yield();
+    EXPECT_EQ("=I> <t> 1\r\n", Written());
+    // One that never had a thread writes at its end.
+    const CFault fault(FaultyCall::ThreadStart);
+    Init(lqlInformation);
+    m_log.LogInf(ORVTEXT("2"));
+    EXPECT_EQ("=I> <t> 2\r\n", Written());
+}
+
+TEST_F(LogFaults, LinesWaitForAHandle)
+{
+    Init(lqlInformation);
+    {
+        const CFault fault(FaultyCall::Open);
+        m_log.LogInf(ORVTEXT("1"));
+        EXPECT_FALSE(m_log.Flush(50));
+    }
+    EXPECT_TRUE(m_log.Flush(kLong));
+    EXPECT_EQ("=I> <t> 1\r\n", Written());
 }
 
 // ---- Retention ----

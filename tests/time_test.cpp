@@ -1,6 +1,7 @@
 #include "orvcomtypes/orvtime.h"
 #include "orvcomtypes/orvtimer.h"
 
+#include "support/faults.h"
 #include "support/random.h"
 #include "support/report_capture.h"
 
@@ -13,6 +14,8 @@
 #include <ctime>
 #include <limits>
 #include <utility>
+
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -203,26 +206,6 @@ TEST(TimeDiff, ConvertsUnitsAndCalculates)
     EXPECT_TRUE(a + b == 8 && a - b == -2 && -a == -3 && (c += b) == 8 && (c -= a) == 5);
 }
 
-LONGLONG Read(BOOL(WINAPI* read)(LARGE_INTEGER*))
-{
-    LARGE_INTEGER value;
-    read(&value);
-    return value.QuadPart;
-}
-
-/// Makes a timer one that was started some time ago: the start is its first field.
-void StartAgo(COrvPrecisionTimer& timer, LONGLONG nSeconds)
-{
-    const LONGLONG nStart = Read(QueryPerformanceCounter) - nSeconds * Read(QueryPerformanceFrequency);
-    std::memcpy(static_cast<void*>(&timer), &nStart, sizeof nStart);
-}
-
-void StartAgo(COrvTcTimer& timer, DWORD nMs)
-{
-    const DWORD dwStart = GetTickCount() - nMs;
-    std::memcpy(static_cast<void*>(&timer), &dwStart, sizeof dwStart);
-}
-
 TEST(Timer, NotStartedAndWithoutLimit)
 {
     CReportCapture capture;
@@ -242,54 +225,63 @@ TEST(Timer, NotStartedAndWithoutLimit)
                              {"COrvTcTimer::COrvTcTimer", "m_Expire < 0", "", "orvtime"}});
 }
 
-TEST(Timer, CountsFromItsStart)
+TEST(Timer, PreciseCountMustExceedItsLimit)
 {
-    COrvPrecisionTimer precise(60000, true), unlimited(0, true);
-    StartAgo(unlimited, 1000);
-    EXPECT_FALSE(precise.IsExpired() || unlimited.IsExpired());
-    StartAgo(precise, 1000);
-    EXPECT_TRUE(precise.GetuSValue() >= 1000000000 && precise.GetMSDiff() >= 1000000);
-    EXPECT_TRUE(precise.GetTimeDiff() >= 1000000 / (1000.0 * kDay) &&
-                precise.GetTimeDiff() < 2000000 / (1000.0 * kDay));
-    EXPECT_TRUE(precise.IsExpired());
-    precise.ReStart();
-    EXPECT_FALSE(precise.IsExpired());
+    CFrozenClock clock(5s);
+    COrvPrecisionTimer timer(100, true);
+    const COrvPrecisionTimer unlimited(0, true);
+    clock.Set(5100ms);
+    EXPECT_EQ(100'000, timer.GetuSValue());
+    EXPECT_EQ(100, timer.GetMSDiff());
+    EXPECT_EQ(100 / (1000.0 * kDay), timer.GetTimeDiff());
+    EXPECT_FALSE(timer.IsExpired());
+    clock.Set(5100ms + 1us);
+    EXPECT_TRUE(timer.IsExpired() && !unlimited.IsExpired());
+    timer.ReStart();
+    EXPECT_EQ(0, timer.GetuSValue());
+    EXPECT_FALSE(timer.IsExpired());
+}
 
-    COrvTcTimer ticks(60000, true), none(0, true);
-    StartAgo(ticks, 1000);
-    StartAgo(none, 1000);
-    EXPECT_GE(ticks.GetTimeDiff(), 1000 / (1000.0 * kDay));
-    EXPECT_FALSE(ticks.IsExpired(0) || ticks.IsExpired(-3)) << "its own limit";
-    EXPECT_TRUE(ticks.IsExpired(1000)) << "reaching it is enough";
-    EXPECT_FALSE(none.IsExpired(50));
-    StartAgo(ticks, 60000);
-    EXPECT_TRUE(ticks.IsExpired(0) && !ticks.IsExpired(600000));
-    ticks.ReStart();
-    EXPECT_FALSE(ticks.IsExpired(0));
+TEST(Timer, TicksMustReachTheirLimitAlsoPastTheWrap)
+{
+    constexpr std::chrono::milliseconds kWrap(1LL << 32);
+    CFrozenClock clock(kWrap - 50ms);
+    COrvTcTimer timer(100, true);
+    const COrvTcTimer unlimited(0, true);
+    clock.Set(kWrap + 50ms - 1ns);
+    EXPECT_FALSE(timer.IsExpired(0) || timer.IsExpired(-3)) << "its own limit";
+    clock.Set(kWrap + 50ms);
+    EXPECT_TRUE(timer.IsExpired(0) && !unlimited.IsExpired(50));
+    EXPECT_TRUE(timer.IsExpired(100) && !timer.IsExpired(101));
+    EXPECT_EQ(100 / (1000.0 * kDay), timer.GetTimeDiff());
+    timer.ReStart();
+    EXPECT_FALSE(timer.IsExpired(0));
+    clock.Set(kWrap);
+    EXPECT_EQ(-1.0, COrvTcTimer(100, true).GetTimeDiff()) << "a count of 0 is no start";
 }
 
 TEST(Timer, OverflowIsReported)
 {
     CReportCapture capture;
-    COrvPrecisionTimer precise(1, true);
-    StartAgo(precise, 2100);
-    EXPECT_GE(precise.GetuSValue(), 2100000000);
-    // A start after now is seen as one before the wrap of the counter.
-    COrvTcTimer ticks(1, true);
-    StartAgo(ticks, 0x7FFF0000);
-    EXPECT_GE(ticks.GetTimeDiff(), 0x7FFF0000 / (1000.0 * kDay));
+    CFrozenClock clock(1s);
+    const COrvPrecisionTimer precise(1, true);
+    const COrvTcTimer ticks(1, true);
+    clock.Set(1s + 2'147'483'647us);
+    EXPECT_EQ(0x7FFFFFFF, precise.GetuSValue());
+    clock.Set(1s + std::chrono::milliseconds(0x7FFFFFFF));
+    EXPECT_EQ(0x7FFFFFFF / (1000.0 * kDay), ticks.GetTimeDiff());
     EXPECT_NO_REPORTS(capture);
 
-    // Beyond 2^31 microseconds, and so far that a product in 64 bits would overflow too.
-    for (const LONGLONG nSeconds : {2148, 90000000})
+    // So far, too, that a product in 64 bits would overflow.
+    for (const auto passed : {std::chrono::microseconds(2'147'483'648), 90'000'000'000'000us})
     {
-        StartAgo(precise, nSeconds);
+        clock.Set(1s + passed);
         EXPECT_TRUE(precise.GetMSDiff() == -1 && precise.IsExpired());
         const ExpectedReport overflow = {"COrvPrecisionTimer::GetuSValue", "lRes > 0x7FFFFFFFLL", "",
                                          "orvtime"};
         EXPECT_REPORTS(capture, {overflow, overflow});
     }
-    StartAgo(ticks, 0x80000010);
+    clock.Set(1s + std::chrono::milliseconds(0x80000000));
     EXPECT_TRUE(ticks.GetTimeDiff() == -1.0 && ticks.IsExpired(0));
     const ExpectedReport overflow = {"COrvTcTimer::GetValue", "lRes > 0x7FFFFFFFL", "", "orvtime"};
     EXPECT_REPORTS(capture, {overflow, overflow});

@@ -5,6 +5,7 @@
 
 #include "support/child_process.h"
 #include "support/debug_capture.h"
+#include "support/faults.h"
 #include "support/random.h"
 #include "support/registry_values.h"
 #include "support/temp_dir.h"
@@ -19,12 +20,7 @@
 #include <string>
 #include <thread>
 
-#include <csignal>
-#include <fcntl.h>
 #include <grp.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace
@@ -88,9 +84,7 @@ TEST(HiveFaults, AStoppedWriterStopsWritersForAWhileAndNoReaders)
 {
     const CTestRegistry registry;
     ASSERT_TRUE(SetLQDWORDSettingA(nullptr, "n", 5, 0));
-    const int nLock = open((TestRoot() / "user.reg.lock").c_str(), O_RDWR | O_CLOEXEC);
-    struct flock turn = {F_WRLCK, SEEK_SET, 0, 1, 0};
-    ASSERT_EQ(0, fcntl(nLock, F_OFD_SETLK, &turn));
+    auto pLock = std::make_unique<CHeldLock>(TestRoot() / "user.reg.lock");
     OrvPort::g_nHivePatience = 50;
     EXPECT_EQ(ERROR_LOCK_VIOLATION, StoreValue(HKEY_CURRENT_USER, ORVTEXT("New"), nullptr, NumberValue(1)));
     EXPECT_FALSE(SetLQDWORDSettingA(nullptr, "n", 6, 0));
@@ -101,33 +95,19 @@ TEST(HiveFaults, AStoppedWriterStopsWritersForAWhileAndNoReaders)
     const std::jthread writer([] { EXPECT_TRUE(SetLQDWORDSettingA(nullptr, "n", 6, 0)); });
     for (int i = 0; i < 1000; ++i)
         EXPECT_EQ(5u, GetLQDWORDSettingA(nullptr, "n", 0));
-    close(nLock);
+    pLock.reset();
 }
 
 // ---- Full disk ----
 
 constexpr int kCannotMount = 99;
 
-/// Files may become so large only.
-bool LimitFiles()
-{
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{6000, 6000};
-    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
-}
-
-/// A file system of four pages, for this process only.
-bool MountSmallDisk(const char* sFolder)
-{
-    return unshare(CLONE_NEWNS | (geteuid() == 0 ? 0 : CLONE_NEWUSER)) == 0 &&
-           mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", sFolder, "tmpfs", 0, "size=16k") == 0;
-}
-
 /// Fills args[0], which is a small disk or, without args[1], a folder with small files.
 ORV_CHILD(FillTheDisk)
 {
-    if (args.size() == 1 ? !LimitFiles() : !MountSmallDisk(args[0].c_str()))
+    const auto pLimit = args.size() == 1 ? std::make_unique<CFileLimit>(6000) : nullptr;
+    const auto pDisk = args.size() > 1 ? std::make_unique<CSmallDisk>(args[0], 16) : nullptr;
+    if (pDisk != nullptr && !pDisk->IsMounted())
         return kCannotMount;
     const std::string sData(100, 'x');
     int nStored = 0;

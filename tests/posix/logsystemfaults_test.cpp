@@ -1,21 +1,18 @@
-// What only this side can bring about: a full disk, calls that fail, signals, a fork.
+// What only this side can bring about: a full disk, signals, a fork.
 #include "orvcomtypes/logcrash.h"
 #include "support/child_process.h"
 #include "support/debug_capture.h"
+#include "support/faults.h"
 #include "support/test_log.h"
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <pthread.h>
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -52,77 +49,14 @@ protected:
 
 constexpr DWORD kLong = 60000;
 
-std::atomic<bool> g_bSyncFails = false;
-std::atomic<bool> g_bSyncHangs = false;
-std::atomic<bool> g_bThreadsFail = false;
-
-/// A small file system in a folder; not everybody may have one.
-class CSmallDisk
-{
-public:
-    explicit CSmallDisk(const std::filesystem::path& folder) : m_folder(folder)
-    {
-        std::filesystem::create_directory(folder);
-        m_bMounted = mount("none", folder.c_str(), "tmpfs", 0, "size=64k") == 0;
-    }
-    CSmallDisk(const CSmallDisk&) = delete;
-    CSmallDisk& operator=(const CSmallDisk&) = delete;
-    ~CSmallDisk()
-    {
-        if (m_bMounted)
-            umount2(m_folder.c_str(), MNT_DETACH);
-    }
-    bool IsMounted() const { return m_bMounted; }
-
-private:
-    const std::filesystem::path m_folder;
-    bool m_bMounted;
-};
-
-/// The size to which files may grow.
-void LimitFiles(rlim_t nBytes)
-{
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit;
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = nBytes;
-    EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
-}
-
 } // namespace
 
-// The library calls these instead of the system's.
-
-extern "C" int fdatasync(int fd)
-{
-    if (g_bSyncHangs)
-    {
-        std::puts("in a flush");
-        std::fflush(stdout);
-        pause();
-    }
-    if (g_bSyncFails)
-    {
-        errno = EIO;
-        return -1;
-    }
-    return fsync(fd);
-}
-
-extern "C" int pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pfn)(void*),
-                              void* pArgument) noexcept
-{
-    static const auto s_pfnReal =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-    return g_bThreadsFail ? EAGAIN : s_pfnReal(pThread, pAttributes, pfn, pArgument);
-}
-
 /// Lines until writing fails; what is written in the end.
-std::string LogUntilItFails(COrvLog& log, std::size_t nLine)
+std::string LogUntilItFails(COrvLog& log, int nLines, std::size_t nLine)
 {
     CDebugCapture debugger;
     std::string sExpected;
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < nLines; ++i)
     {
         const std::string sLine = "line " + std::to_string(i) + std::string(nLine, '.') + "\n";
         log.LogRaw(sLine.c_str());
@@ -135,21 +69,26 @@ std::string LogUntilItFails(COrvLog& log, std::size_t nLine)
 
 TEST_F(LogSystemFaults, WriteThatIsCutShortGoesOnWhereItEnded)
 {
-    LimitFiles(1000);
-    const std::string sExpected = LogUntilItFails(m_log, 0);
-    LimitFiles(RLIM_INFINITY);
-    EXPECT_EQ(sExpected, Written());
+    for (const int nLines : {300, 1})
+    {
+        Init(lqlInformation);
+        auto pLimit = std::make_unique<CFileLimit>(1000);
+        const std::string sExpected = LogUntilItFails(m_log, nLines, static_cast<std::size_t>(1500 / nLines));
+        pLimit.reset();
+        EXPECT_EQ(sExpected, Written());
+    }
 }
 
 TEST_F(LogSystemFaults, DiskThatIsFullIsWaitedFor)
 {
-    const CSmallDisk disk(m_dir / "disk");
+    std::filesystem::create_directory(m_dir / "disk");
+    const CSmallDisk disk(m_dir / "disk", 64);
     if (!disk.IsMounted())
         GTEST_SKIP() << "only the superuser has a disk of any size";
     WriteBytes(m_dir / "disk" / "other", std::string(40000, 'x'));
     const auto file = m_dir / "disk" / "log.txt";
     ASSERT_TRUE(m_log.InitFileLog(file.string<WCHAR>().c_str(), lqlInformation, nullptr));
-    const std::string sExpected = LogUntilItFails(m_log, 100);
+    const std::string sExpected = LogUntilItFails(m_log, 300, 100);
     std::filesystem::remove(m_dir / "disk" / "other");
     EXPECT_TRUE(m_log.Flush(kLong));
     m_log.ReleaseLog();
@@ -210,7 +149,8 @@ void LogIntoAHangingFlush(const std::string& sFile)
                       nullptr);
     for (int i = 0; i < 100; ++i)
         s_log.LogOpt(lqlInformation, "w %d", i);
-    g_bSyncHangs = s_log.Flush(kLong);
+    EXPECT_TRUE(s_log.Flush(kLong));
+    static const CFault s_hang(FaultyCall::HangingSync);
     s_log.LogOpt(lqlInformation, "w 100");
 }
 
@@ -319,55 +259,6 @@ TEST_F(LogSystemFaults, SignalsThatAreSentAreToldWhateverTheyInterrupt)
         EXPECT_EQ(-SIGABRT, child.Wait().m_iExitCode);
         EXPECT_NE(std::string::npos, Written().find("The process ends. Signal 6 (SIGABRT)\r\n"));
     }
-}
-
-// ---- Calls that fail ----
-
-TEST_F(LogSystemFaults, LinesThatCouldNotBeSyncedAreTold)
-{
-    g_bSyncFails = true;
-    m_log.LogInf(ORVTEXT("1"));
-    EXPECT_FALSE(m_log.Flush(kLong));
-    EXPECT_EQ(1u, m_log.GetLostLines());
-    g_bSyncFails = false;
-    m_log.LogInf(ORVTEXT("2"));
-    EXPECT_TRUE(m_log.Flush(kLong));
-    EXPECT_EQ(
-        "=I> <t> 1\r\n=W> <t> Lost log lines: 1 (21 bytes), logged between <t> and <t>\r\n=I> <t> 2\r\n",
-        Written());
-}
-
-TEST_F(LogSystemFaults, HandlerWithoutAThreadTriesAgain)
-{
-    const auto file = m_dir / "late.txt";
-    g_bThreadsFail = true;
-    EXPECT_TRUE(m_log.InitFileLog(file.string<WCHAR>().c_str(), lqlInformation, nullptr));
-    m_log.LogInf(ORVTEXT("1"));
-    EXPECT_FALSE(m_log.Flush(0));
-    g_bThreadsFail = false;
-    while (!m_log.Flush(1))
-        std::this_thread::yield();
-    EXPECT_EQ("=I> <t> 1\r\n", WithoutTimes(ReadBytes(file)));
-    // One that never had a thread writes at its end.
-    g_bThreadsFail = true;
-    EXPECT_TRUE(m_log.InitFileLog(m_sFile.c_str(), lqlInformation, nullptr));
-    m_log.LogInf(ORVTEXT("2"));
-    EXPECT_EQ("=I> <t> 2\r\n", Written());
-    g_bThreadsFail = false;
-}
-
-TEST_F(LogSystemFaults, LinesWaitForAHandle)
-{
-    rlimit limit;
-    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &limit));
-    const rlimit none{0, limit.rlim_max};
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
-    m_log.LogInf(ORVTEXT("1"));
-    const bool bFlushed = m_log.Flush(50);
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
-    EXPECT_FALSE(bFlushed);
-    EXPECT_TRUE(m_log.Flush(kLong));
-    EXPECT_EQ("=I> <t> 1\r\n", Written());
 }
 
 // ---- What is no file ----

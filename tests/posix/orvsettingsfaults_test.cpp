@@ -3,6 +3,7 @@
 #include "registry/hivefile.h"
 
 #include "support/child_process.h"
+#include "support/faults.h"
 #include "support/random.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
@@ -10,11 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace
 {
@@ -107,14 +106,12 @@ TEST_F(OrvSettingsFaults, NamesTheFileThatCannotBeWritten)
     const std::string sFile = MakeFile("A", "1");
     ASSERT_EQ("0||", Tool({"set", "\\A", "0", "old"}));
     OrvPort::g_nHivePatience = 50;
-    const int nLock = open((File() + ".lock").c_str(), O_RDWR | O_CLOEXEC);
-    struct flock turn = {F_WRLCK, SEEK_SET, 0, 1, 0};
-    ASSERT_EQ(0, fcntl(nLock, F_OFD_SETLK, &turn));
+    auto pLock = std::make_unique<CHeldLock>(File() + ".lock");
     const std::string sLocked = "3||orvsettings: " + File() + ": another process has locked it (33)\n";
     EXPECT_EQ(sLocked, Tool({"import", sFile}));
     EXPECT_EQ(sLocked, Tool({"delete", "\\A", "0"}));
     EXPECT_EQ("0|old\n|user, sz\n", Tool({"get", "\\A", "0"})) << "readers do not wait";
-    close(nLock);
+    pLock.reset();
 
     // Nothing is stored in one hive when the other one fails.
     std::filesystem::create_directory(TestRoot() / "machine.reg");

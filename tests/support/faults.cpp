@@ -1,8 +1,9 @@
 #include "support/faults.h"
 
 #include <atomic>
-#include <climits>
 #include <cstddef>
+#include <cstdio>
+#include <thread>
 
 namespace
 {
@@ -15,7 +16,7 @@ struct CallState
 };
 
 constinit CallState g_states[static_cast<std::size_t>(FaultyCall::Count)];
-constinit std::atomic<bool> g_bNoSleep = false;
+constinit std::atomic<long long> g_nFrozen = 0;
 constinit std::atomic<long long> g_nBlocks = 0;
 
 CallState& State(FaultyCall call)
@@ -43,14 +44,9 @@ bool CFault::Happened() const
     return State(m_call).m_bHappened;
 }
 
-CNoSleep::CNoSleep()
+void CFrozenClock::Set(std::chrono::nanoseconds sinceStart)
 {
-    g_bNoSleep = true;
-}
-
-CNoSleep::~CNoSleep()
-{
-    g_bNoSleep = false;
+    g_nFrozen = sinceStart.count();
 }
 
 long long BlocksInUse()
@@ -79,9 +75,19 @@ bool FailsForGood(FaultyCall call)
     return state.m_bLasts && state.m_nUntil.load(std::memory_order_relaxed) == 1 && state.m_bHappened;
 }
 
-bool SleepsNow()
+void HangNow()
 {
-    return !g_bNoSleep;
+    if (!FailsNow(FaultyCall::HangingSync))
+        return;
+    std::puts("in a flush");
+    std::fflush(stdout);
+    for (;;)
+        std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
+long long FrozenClock()
+{
+    return g_nFrozen;
 }
 
 void CountBlock(int nDifference)

@@ -1,12 +1,20 @@
-// What the library asks of the system, made to fail: allocations, threads that cannot start, a disk that does
-// not answer. The calls of the whole process are counted, the library's as those of what it is built on.
+// What the library asks of the system, made to fail, hang or stand still: the one place for it. Calls of the
+// whole process are counted, the library's as those of what it is built on. A test that includes this is
+// linked with it, also beside the sanitizers.
 #pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
 
 enum class FaultyCall
 {
     Allocation,
-    Sync,
+    Open,        ///< no handle is left
+    Sync,        ///< the disk reports an error
+    HangingSync, ///< prints a line "in a flush" and never comes back
     ThreadStart,
+    Sleep, ///< comes back at once
     Count
 };
 
@@ -27,18 +35,75 @@ private:
     FaultyCall m_call;
 };
 
-/// For its lifetime nobody sleeps: Sleep returns at once.
-class CNoSleep
+/// For its lifetime the clocks that count from the system's start stand still.
+class CFrozenClock
 {
 public:
-    CNoSleep();
-    CNoSleep(const CNoSleep&) = delete;
-    CNoSleep& operator=(const CNoSleep&) = delete;
-    ~CNoSleep();
+    explicit CFrozenClock(std::chrono::nanoseconds sinceStart) { Set(sinceStart); }
+    CFrozenClock(const CFrozenClock&) = delete;
+    CFrozenClock& operator=(const CFrozenClock&) = delete;
+    ~CFrozenClock() { Set({}); }
+    void Set(std::chrono::nanoseconds sinceStart);
+};
+
+/// While it lives nobody can open the file for writing.
+class CDeniedFile
+{
+public:
+    explicit CDeniedFile(const std::filesystem::path& file);
+    CDeniedFile(const CDeniedFile&) = delete;
+    CDeniedFile& operator=(const CDeniedFile&) = delete;
+    ~CDeniedFile();
+
+private:
+    const std::filesystem::path m_file;
+    std::intptr_t m_nFormer;
 };
 
 /// Blocks of the heap that are in use.
 long long BlocksInUse();
+
+// ---- POSIX only: what the kernel itself does ----
+
+/// While it lives files may become so large only: what is beyond is not written.
+class CFileLimit
+{
+public:
+    explicit CFileLimit(std::size_t nBytes);
+    CFileLimit(const CFileLimit&) = delete;
+    CFileLimit& operator=(const CFileLimit&) = delete;
+    ~CFileLimit();
+};
+
+/// A disk of so many KB, new and empty, in a folder that there is. Only this thread sees it and those that it
+/// starts later.
+class CSmallDisk
+{
+public:
+    CSmallDisk(const std::filesystem::path& folder, unsigned nKB);
+    CSmallDisk(const CSmallDisk&) = delete;
+    CSmallDisk& operator=(const CSmallDisk&) = delete;
+    ~CSmallDisk();
+    /// Not everybody may mount one.
+    bool IsMounted() const { return m_bMounted; }
+
+private:
+    const std::filesystem::path m_folder;
+    const bool m_bMounted;
+};
+
+/// Somebody else's lock of a file.
+class CHeldLock
+{
+public:
+    explicit CHeldLock(const std::filesystem::path& file);
+    CHeldLock(const CHeldLock&) = delete;
+    CHeldLock& operator=(const CHeldLock&) = delete;
+    ~CHeldLock();
+
+private:
+    const int m_nFile;
+};
 
 // ---- What the functions that stand in for the system's build on ----
 
@@ -46,5 +111,8 @@ long long BlocksInUse();
 bool FailsNow(FaultyCall call);
 /// Whether such calls have begun to fail and go on.
 bool FailsForGood(FaultyCall call);
-bool SleepsNow();
+/// A call that prints the line and never comes back when it must hang.
+void HangNow();
+/// What the clocks show in nanoseconds; 0: the time.
+long long FrozenClock();
 void CountBlock(int nDifference);

@@ -29,6 +29,9 @@ struct CReal
     decltype(&FlushFileBuffers) m_pfnFlush;
     decltype(&_beginthreadex) m_pfnBeginThread;
     decltype(&Sleep) m_pfnSleep;
+    decltype(&CreateFileW) m_pfnCreateFile;
+    decltype(&GetTickCount) m_pfnTickCount;
+    decltype(&QueryPerformanceCounter) m_pfnCounter;
 };
 constinit CReal g_real = {};
 
@@ -102,6 +105,7 @@ void WINAPI FreeString(BSTR s)
 
 BOOL WINAPI Flush(HANDLE hFile)
 {
+    HangNow();
     if (!FailsNow(FaultyCall::Sync))
         return g_real.m_pfnFlush(hFile);
     SetLastError(ERROR_GEN_FAILURE);
@@ -118,8 +122,34 @@ std::uintptr_t __cdecl BeginThread(void* pSecurity, unsigned nStack, unsigned(__
 
 void WINAPI Pause(DWORD dwMilliseconds)
 {
-    if (SleepsNow())
+    if (!FailsNow(FaultyCall::Sleep))
         g_real.m_pfnSleep(dwMilliseconds);
+}
+
+HANDLE WINAPI OpenFile(const WCHAR* sFile, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity,
+                       DWORD dwHow, DWORD dwFlags, HANDLE hTemplate)
+{
+    if (!FailsNow(FaultyCall::Open))
+        return g_real.m_pfnCreateFile(sFile, dwAccess, dwShare, pSecurity, dwHow, dwFlags, hTemplate);
+    SetLastError(ERROR_TOO_MANY_OPEN_FILES);
+    return INVALID_HANDLE_VALUE;
+}
+
+DWORD WINAPI TickCount()
+{
+    const long long nFrozen = FrozenClock();
+    return nFrozen != 0 ? static_cast<DWORD>(nFrozen / 1'000'000) : g_real.m_pfnTickCount();
+}
+
+BOOL WINAPI Counter(LARGE_INTEGER* pCount)
+{
+    const long long nFrozen = FrozenClock();
+    LARGE_INTEGER frequency;
+    if (nFrozen == 0 || !QueryPerformanceFrequency(&frequency))
+        return g_real.m_pfnCounter(pCount);
+    pCount->QuadPart = nFrozen / 1'000'000'000 * frequency.QuadPart +
+                       nFrozen % 1'000'000'000 * frequency.QuadPart / 1'000'000'000;
+    return TRUE;
 }
 
 /// An import, what it is pointed at, and where the system's function is kept.
@@ -151,7 +181,10 @@ void Point(void** ppImport, const char* sName)
                                          {"SysFreeString", FreeString, g_real.m_pfnFreeString},
                                          {"FlushFileBuffers", Flush, g_real.m_pfnFlush},
                                          {"_beginthreadex", BeginThread, g_real.m_pfnBeginThread},
-                                         {"Sleep", Pause, g_real.m_pfnSleep}};
+                                         {"Sleep", Pause, g_real.m_pfnSleep},
+                                         {"CreateFileW", OpenFile, g_real.m_pfnCreateFile},
+                                         {"GetTickCount", TickCount, g_real.m_pfnTickCount},
+                                         {"QueryPerformanceCounter", Counter, g_real.m_pfnCounter}};
     for (const CStandIn& standIn : kStandIns)
     {
         if (std::strcmp(standIn.m_sName, sName) != 0)
@@ -189,3 +222,15 @@ const bool g_bPointed = [] {
 }();
 
 } // namespace
+
+CDeniedFile::CDeniedFile(const std::filesystem::path& file)
+    : m_file(file),
+      m_nFormer(reinterpret_cast<std::intptr_t>(
+          CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)))
+{
+}
+
+CDeniedFile::~CDeniedFile()
+{
+    CloseHandle(reinterpret_cast<HANDLE>(m_nFormer));
+}
