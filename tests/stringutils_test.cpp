@@ -139,11 +139,13 @@ public:
         const std::size_t nWhole = Fitting(vCharacters, SIZE_MAX).size() + 1;
         for (const unsigned cchDest : vRooms)
         {
-            SCOPED_TRACE("room for " + std::to_string(cchDest) + ", from " + testing::PrintToString(s));
+            const auto Trace = [&] {
+                return "room for " + std::to_string(cchDest) + ", from " + testing::PrintToString(s);
+            };
             const std::basic_string<Dest> sExpected = Fitting(vCharacters, cchDest - 1);
             const std::size_t nBuffer = std::min<std::size_t>(cchDest, nWhole);
             const auto CallPlain = [&](Dest* p) { return m_Plain(s.c_str(), p, cchDest, nPage...); };
-            ASSERT_EQ(sExpected, Written<Dest>(nBuffer, CallPlain));
+            ASSERT_EQ(sExpected, Written<Dest>(nBuffer, CallPlain)) << Trace();
             for (const auto& sSource : {s, s + Src() + s})
             {
                 // Memory of its own, so that a read past the end is seen.
@@ -152,7 +154,7 @@ public:
                 const auto CallRange = [&](Dest* p) {
                     return m_Range(pSource.get(), pEnd, p, cchDest, nPage...);
                 };
-                ASSERT_EQ(sExpected, Written<Dest>(nBuffer, CallRange)) << "a range";
+                ASSERT_EQ(sExpected, Written<Dest>(nBuffer, CallRange)) << "a range, " << Trace();
             }
         }
     }

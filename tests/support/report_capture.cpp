@@ -44,13 +44,14 @@ CReportCapture::CReportCapture(const std::filesystem::path& folder)
 
 std::vector<CapturedReport> CReportCapture::Take()
 {
-    const std::string sAll = ReadBytes(m_file);
+    const std::string sNew = ReadBytes(m_file, m_nTaken); // what others left in front may be much
+    m_nTaken += sNew.size();
     std::vector<CapturedReport> reports;
-    while (m_nTaken < sAll.size())
+    for (std::size_t nStart = 0; nStart < sNew.size();)
     {
-        const auto nEnd = std::min(sAll.find("\r\n", m_nTaken), sAll.size());
-        reports.push_back(ParseLine(sAll.substr(m_nTaken, nEnd - m_nTaken)));
-        m_nTaken = nEnd + 2;
+        const auto nEnd = std::min(sNew.find("\r\n", nStart), sNew.size());
+        reports.push_back(ParseLine(sNew.substr(nStart, nEnd - nStart)));
+        nStart = nEnd + 2;
     }
     return reports;
 }

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 /// An empty folder below the program's own, removed with everything in it at the end of the scope.
@@ -33,11 +33,14 @@ private:
     std::filesystem::path m_path;
 };
 
-/// The bytes of a file; empty when there is none.
-inline std::string ReadBytes(const std::filesystem::path& path)
+/// The bytes of a file, those from an offset on; empty when there is none.
+inline std::string ReadBytes(const std::filesystem::path& path, std::size_t nOffset = 0)
 {
     std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    file.seekg(static_cast<std::streamoff>(nOffset));
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
 }
 
 inline void WriteBytes(const std::filesystem::path& path, const std::string& sBytes)
