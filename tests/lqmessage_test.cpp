@@ -156,6 +156,7 @@ TEST(Messages, SerialiseBehindWhatIsThere)
     EXPECT_THROW(messages.GetItem(0), CLQInvalidargExcept);
     EXPECT_THROW(std::as_const(messages).Last(), CLQInvalidargExcept);
     messages.Add(-5, 2, ORVTEXT("a"), ORVTEXT("b"));
+    EXPECT_EQ(2u, std::as_const(messages).Last().GetParamCount());
     std::vector<CodeMessage> list{{1, COrvStr(ORVTEXT("kept"))}};
     messages.Serialize(list);
     messages.Serialize(static_cast<OCT::IWrtStream*>(nullptr));

@@ -34,14 +34,6 @@ protected:
         return child;
     }
 
-    static std::string Events(int nFirst, int nCount)
-    {
-        std::string sLines;
-        for (int i = nFirst; i < nFirst + nCount; ++i)
-            sLines += "2024-05-06 07:08:10 install p" + std::to_string(i) + ":all <none> 1\n";
-        return sLines;
-    }
-
     /// Whether each of the events 0 to \p nCount - 1 is stored once.
     testing::AssertionResult EachStoredOnce(int nCount)
     {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <functional>
+#include <iterator>
 
 namespace
 {
@@ -26,41 +27,17 @@ std::string Hex(const std::string& sBytes)
 /// A word without blanks of what a value may be made of to break out of its literal.
 std::string NastyWord(CTestRandom& random, unsigned nMost)
 {
-    static const char* const kPieces[] = {"'",
-                                          "''",
-                                          "\"",
-                                          "\\",
-                                          "\\'",
-                                          "`",
-                                          "a",
-                                          "\xC4\xA7",
-                                          "\xC5\xB1",
-                                          "\xC3\xA1",
-                                          "\xE6\xBC\xA2",
-                                          "\xE8\xA1\xA8",
-                                          "\xEF\xBC\x87",
-                                          "\xF0\x9F\x98\x80",
-                                          "%",
-                                          ";",
-                                          "--",
-                                          "/*",
-                                          "?",
-                                          "{fn",
-                                          "}",
-                                          "$1",
-                                          "),(",
-                                          "\x01",
-                                          "\t",
-                                          "\x1A",
-                                          "\x7F",
-                                          "\xC2\x85",
-                                          "\xCA\xBC",
-                                          "\\n",
-                                          "x'",
-                                          "\r"};
+    static const auto s_pieces = [] {
+        std::istringstream all("' '' \" \\ \\' ` a \xC4\xA7 \xC5\xB1 \xC3\xA1 \xE6\xBC\xA2 \xE8\xA1\xA8 "
+                               "\xEF\xBC\x87 \xF0\x9F\x98\x80 % ; -- /* ? {fn } $1 ),( \x01 \x1A \x7F "
+                               "\xC2\x85 \xCA\xBC \\n x'");
+        std::vector<std::string> pieces{"\t", "\r"};
+        pieces.insert(pieces.end(), std::istream_iterator<std::string>(all), {});
+        return pieces;
+    }();
     std::string sWord;
     for (unsigned n = random.UpTo(nMost) + 1; n > 0; --n)
-        sWord += kPieces[random.UpTo(std::size(kPieces) - 1)];
+        sWord += s_pieces[random.UpTo(s_pieces.size() - 1)];
     return sWord + 'z'; // a carriage return at the end of a line is none of its text
 }
 
@@ -128,14 +105,6 @@ protected:
         args.insert(args.end(), more.begin(), more.end());
         args.push_back(m_Input.string());
         return args;
-    }
-
-    static std::string Events(int nFirst, int nCount)
-    {
-        std::string sLines;
-        for (int i = nFirst; i < nFirst + nCount; ++i)
-            sLines += "2024-05-06 07:08:10 install p" + std::to_string(i) + ":all <none> 1\n";
-        return sLines;
     }
 
     /// Both servers, for what is to hold with each.

@@ -78,6 +78,14 @@ protected:
         return Run(iExpected, Arguments(more));
     }
 
+    static std::string Events(int nFirst, int nCount)
+    {
+        std::string sLines;
+        for (int i = nFirst; i < nFirst + nCount; ++i)
+            sLines += "2024-05-06 07:08:10 install p" + std::to_string(i) + ":all <none> 1\n";
+        return sLines;
+    }
+
     std::string Log() const
     {
         std::string sAll;
