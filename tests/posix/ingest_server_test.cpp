@@ -37,7 +37,7 @@ std::string NastyWord(CTestRandom& random, unsigned nMost)
     }();
     std::string sWord;
     for (unsigned n = random.UpTo(nMost) + 1; n > 0; --n)
-        sWord += s_pieces[random.UpTo(s_pieces.size() - 1)];
+        sWord += s_pieces[random() % s_pieces.size()];
     return sWord + 'z'; // a carriage return at the end of a line is none of its text
 }
 
