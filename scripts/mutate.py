@@ -22,13 +22,13 @@ TIMEOUT = 120
 # The tests that concern a family, as a regular expression on their names.
 TESTS = {
     "builders": "memorysweep|orvsqlstr|longstr|tabbed|xmlwrite|orvdecimal|orvdbstr|oledbconvert|sqlliteral|decimal|variant|sqlhandshake",
-    "containers": "memarray|hashmap|midint|nomemory|memorysweep|templates",
+    "containers": "memarray|hashmap|midint|memorysweep|templates",
     "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|textformat_internal|threads|memorysweep",
     "errors": "lqexcept|comerror|sqllog|lqmessage",
     "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload",
     "messages": "memorysweep|lqmessage|message_fuzz|languages",
     "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage",
-    "settings": "settings|path_fuzz|nomemory|memorysweep",
+    "settings": "settings|path_fuzz|memorysweep",
     "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|memorysweep",
     "time": "time|timechrono|timelocale_internal|timereports|timetext|timezone|namedzone_internal|time_fuzz|zonerules",
 }

@@ -1,12 +1,10 @@
-// The hive files while processes are killed, the disk is full and access is denied.
+// The hive files while others hold them, the disk is full and access is denied.
 #include "orvcomtypes/lqsettings.h"
 
 #include "registry/hivefile.h"
 
 #include "support/child_process.h"
-#include "support/debug_capture.h"
 #include "support/faults.h"
-#include "support/random.h"
 #include "support/registry_values.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
@@ -16,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -25,58 +22,6 @@
 
 namespace
 {
-
-// ---- Killed writers ----
-
-/// Stores the numbers from args[1] on below the key args[0], and says so. The lines are long: the pipe then
-/// keeps the writer at most 70 numbers ahead of its reader.
-ORV_CHILD(Write)
-{
-    for (DWORD dw = static_cast<DWORD>(std::stoul(args.at(1)));; ++dw)
-    {
-        if (!SetLQDWORDSettingA(args.at(0).c_str(), "n", dw, 0))
-            return 1;
-        std::printf("%-1000u\n", static_cast<unsigned>(dw));
-        std::fflush(stdout);
-    }
-}
-
-TEST(HiveFaults, KilledWritersLoseNothing)
-{
-    struct CWriter
-    {
-        std::string m_sKey;
-        DWORD m_dwTold = 0; // the last number that it said to be stored
-        std::unique_ptr<CChildProcess> m_pProcess = nullptr;
-
-        void Start()
-        {
-            m_pProcess = std::make_unique<CChildProcess>(
-                "Write", ChildArguments{m_sKey, std::to_string(m_dwTold + 1)});
-        }
-    } writers[] = {{"a"}, {"b"}};
-    CTestRandom random;
-    const CTestRegistry registry;
-    CDebugCapture debug;
-    for (CWriter& writer : writers)
-        writer.Start();
-    for (int nKills = 0; nKills < 15; ++nKills)
-    {
-        CWriter& writer = writers[random.UpTo(1)];
-        for (unsigned nLines = random.UpTo(9); nLines > 0; --nLines)
-            writer.m_dwTold = static_cast<DWORD>(std::stoul(writer.m_pProcess->ReadLine()));
-        writer.m_pProcess->Kill();
-        std::istringstream output(writer.m_pProcess->Wait().m_sOutput);
-        for (DWORD dw; output >> dw;)
-            writer.m_dwTold = dw;
-        const DWORD dwFound = GetLQDWORDSettingA(writer.m_sKey.c_str(), "n", 0);
-        EXPECT_TRUE(dwFound == writer.m_dwTold || dwFound == writer.m_dwTold + 1)
-            << dwFound << " instead of " << writer.m_dwTold;
-        writer.m_dwTold = dwFound;
-        writer.Start();
-    }
-    EXPECT_EQ("", debug.Take()) << "every line can be read at any time";
-}
 
 // ---- Another process that keeps its turn ----
 

@@ -141,28 +141,6 @@ TEST_F(IngestDatabaseTest, AnUnusableDatabaseDialectOrLogFolderEndsTheRun)
         Has(Ingest(IngestNothingDone, "", {"--log-dir", m_Input.string()}), "cannot write the log file"));
 }
 
-TEST_F(IngestDatabaseTest, APipeIsReadToItsEnd)
-{
-    mkfifo(m_Input.c_str(), 0600);
-    pid_t pid = 0;
-    const auto child = Start(Arguments(), pid);
-    WriteBytes(m_Input, Events(0, 30)); // waits until the service reads
-    EXPECT_EQ(0, child->Wait().m_iExitCode);
-    EXPECT_TRUE(EachStoredOnce(30));
-}
-
-TEST_F(IngestDatabaseTest, TwoProcessesStoreTheSameLogOnce)
-{
-    WriteBytes(m_Input, Events(0, 2000));
-    CChildProcess first(IngestProgram(), Arguments());
-    CChildProcess second(IngestProgram(), Arguments());
-    const ChildResult results[] = {first.Wait(), second.Wait()};
-    for (const ChildResult& result : results)
-        EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
-    EXPECT_TRUE(EachStoredOnce(2000));
-    EXPECT_TRUE(Has(Log(), "SQL SUCCEEDED [0]: (1 row; ", 2000));
-}
-
 TEST_F(IngestDatabaseTest, FollowsAcrossRotationAndSurvivesAKill)
 {
     WriteBytes(m_Input, Events(0, 10));
@@ -192,27 +170,6 @@ TEST_F(IngestDatabaseTest, FollowsAcrossRotationAndSurvivesAKill)
     EXPECT_EQ("ingest: 5 lines read, 5 events stored; waiting for more", child->ReadLine());
     kill(pid, SIGTERM);
     EXPECT_EQ(143, child->Wait().m_iExitCode);
-}
-
-TEST_F(IngestDatabaseTest, AKilledRunIsResumedWithoutLossOrRepetition)
-{
-    // A pipe lets the test decide how far the first run comes.
-    const auto file = m_Input;
-    WriteBytes(file, Events(0, 1000));
-    m_Input = m_Dir / "pipe";
-    mkfifo(m_Input.c_str(), 0600);
-    pid_t pid = 0;
-    const auto child = Start(Arguments({"--follow", "--source", "packages.log"}), pid);
-    WriteBytes(m_Input, Events(0, 400));
-    // Pieces come as they come: the last one is known by its number.
-    for (std::string sLine; sLine != "ingest: 400 lines read, 400 events stored; waiting for more";)
-        ASSERT_NE("", sLine = child->ReadLine());
-    WriteBytes(m_Input, Events(400, 300)); // anywhere in the middle of these
-    child->Kill();
-    child->Wait();
-    m_Input = file;
-    Run(IngestDone, Arguments());
-    EXPECT_TRUE(EachStoredOnce(1000));
 }
 
 TEST_F(IngestDatabaseTest, SignalsEndTheRunInOrder)

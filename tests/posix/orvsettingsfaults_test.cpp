@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -67,23 +68,27 @@ ORV_CHILD(ImportTenTimes)
     return testing::Test::HasFailure();
 }
 
-TEST_F(OrvSettingsFaults, AKilledImportStoresAllOrNothing)
+TEST_F(OrvSettingsFaults, AKilledImportStoresAllOrNothingAndWhatItToldOf)
 {
     CTestRandom random;
-    const ChildArguments files{MakeFile("K", "a"), MakeFile("K", "b")};
+    const ChildArguments files{MakeFile("K", "a"), MakeFile("K", "b"), MakeFile("K", "c")};
     ASSERT_EQ("0||", Tool({"import", files[0]}));
     for (int i = 0; i < 25; ++i)
     {
         CChildProcess process("ImportForEver", files);
-        for (unsigned nLines = random.UpTo(3); nLines > 0; --nLines)
+        unsigned nTold = 0;
+        for (const unsigned nLines = random.UpTo(3); nTold < nLines; ++nTold)
             EXPECT_EQ("0||", process.ReadLine().substr(0, 3));
         process.Kill();
+        nTold += static_cast<unsigned>(std::ranges::count(process.Wait().m_sOutput, '\n'));
         const std::string sText = ReadBytes(File());
         const char cValue = sText.at(sText.size() - 3);
         std::string sExpected = kHeader + "\n[HKEY_CURRENT_USER\\K]\n";
         for (int iName = 0; iName < 1000; ++iName)
             sExpected += "\"" + std::to_string(iName) + "\"=\"" + cValue + "\"\n";
         ASSERT_EQ(sExpected, sText);
+        EXPECT_TRUE(nTold == 0 || cValue == "abc"[(nTold - 1) % 3] || cValue == "abc"[nTold % 3])
+            << cValue << " after " << nTold;
     }
     EXPECT_EQ("0||", Tool({"import", files[1]})) << "a dead process holds no lock";
 }
