@@ -79,7 +79,7 @@ void ExpectInteger(std::uint64_t n, unsigned nWidth)
 TEST(NumberText, IntegersOfAllLengths)
 {
     CTestRandom random;
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 6000; ++i)
         ExpectInteger(Next64(random) >> random.UpTo(63), random.UpTo(20));
     // Where the number of digits changes, and the limits on the way.
     for (std::uint64_t nPower = 1; nPower <= UINT64_MAX / 10; nPower *= 10)
@@ -114,7 +114,7 @@ TEST(NumberText, DoublesOfEveryKind)
 {
     CTestRandom random;
     const auto Power = [&](unsigned nMost) { return std::pow(10.0, random.UpTo(nMost)); };
-    for (int i = 0; i < 40000; ++i)
+    for (int i = 0; i < 12000; ++i)
     {
         const std::uint64_t n = Next64(random);
         const double dWhole = static_cast<double>(n >> random.UpTo(63));

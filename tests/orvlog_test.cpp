@@ -182,7 +182,7 @@ TEST_F(Log, EmptyNamesAreReported)
 
 TEST_F(Log, KeepsEveryLineAndTheOrderOfEachThread)
 {
-    constexpr int nLines = 3000;
+    constexpr int nLines = 1000;
     const std::string sLong(600, 'x'); // beyond the pool
     std::map<std::string, int> expected;
     Init(lqlInformation);
@@ -195,7 +195,7 @@ TEST_F(Log, KeepsEveryLineAndTheOrderOfEachThread)
                 for (int i = 0; i < nLines; ++i)
                 {
                     m_log.LogOpt(lqlInformation, "t%d %d %s", t, i, i % 50 == 0 ? sLong.c_str() : "");
-                    if (i % 1000 == t)
+                    if (i % 400 == t)
                     {
                         EXPECT_TRUE(m_log.Flush(60000));
                     }

@@ -1,7 +1,6 @@
 // Documents as they are written, what is refused, and what becomes of a document then.
 #include "orvcomtypes/lqmessage.h"
 #include "orvcomtypes/xmlstreamwrite.h"
-#include "support/random_xml.h"
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
 #include "support/text.h"
@@ -463,15 +462,4 @@ TEST(WrtStream, FileMemoryAndText)
     memory.Clear();
     messages.Serialize(&memory);
     EXPECT_EQ(0u, memory.GetSize()) << "a place kept in the interface";
-}
-
-// Other parsers read these documents on Linux (posix/xmlparsers_test.cpp); here they are the same byte by
-// byte.
-TEST(XMLWrite, RandomDocumentsAreTheOnesThatParsersHaveRead)
-{
-    std::uint64_t nHash = 0xCBF29CE484222325;
-    for (unsigned nSeed = 0; nSeed < kRandomDocuments; ++nSeed)
-        for (const char c : CRandomDocument(nSeed).m_sBytes)
-            nHash = (nHash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-    EXPECT_EQ(kRandomDocumentsHash, nHash);
 }

