@@ -109,8 +109,13 @@ TEST(HashTable, RemaindersAreExact)
 {
     CTestRandom random;
     std::vector<unsigned> divisors{3, 641, 65537, 0x7FFFFFFF, 0x80000001, 0xFFFFFFFF};
-    for (unsigned n = 0; n < 8000000; n = divisors.back())
-        divisors.push_back(OCT::HashBucketCount(n, 0.75F));
+    for (unsigned n = 0; n < 10568993; n = divisors.back())
+    {
+        divisors.push_back(OCT::HashBucketCount(n + 1, 1.0F));
+        for (unsigned nDivisor = 2; nDivisor * nDivisor <= divisors.back(); ++nDivisor)
+            ASSERT_NE(0U, divisors.back() % nDivisor) << "no prime";
+    }
+    EXPECT_EQ(6U + 28, divisors.size());
     for (int i = 0; i < 1000; ++i)
         divisors.push_back(random() >> (i % 30) | 5); // no power of two
     for (const unsigned d : divisors)
