@@ -282,3 +282,29 @@ TEST_F(LogHandler, DoneEventTellsThatItsLineIsWritten)
     CloseHandle(hFirst);
     CloseHandle(hSecond);
 }
+
+// Those with an event take another way than those without, and one may find the thread asleep.
+TEST_F(LogHandler, LinesKeepTheirOrderAndWakeTheThread)
+{
+    const HANDLE hDone = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    CLogFileInnerHandler handler(m_sFile.c_str());
+    std::string sExpected;
+    const auto Write = [&](int i, HANDLE hEvent) {
+        const std::string sLine = std::to_string(i) + '\n';
+        handler.Write(sLine.c_str(), 0, hEvent);
+        sExpected += sLine;
+    };
+    for (int i = 0; i < 1000; ++i)
+        Write(i, i % 3 == 0 ? hDone : nullptr);
+    EXPECT_TRUE(handler.WaitUntilDone(60000, false));
+    ASSERT_EQ(sExpected, ReadBytes(m_file));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hDone, 0)); // and is not signalled any more
+    handler.Write(nullptr, 0, hDone);                        // a round without lines
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hDone, 60000));
+    Write(1000, nullptr);
+    const DWORD dwStart = GetTickCount();
+    while (ReadBytes(m_file) != sExpected && GetTickCount() - dwStart < 60000)
+        std::this_thread::yield();
+    EXPECT_EQ(sExpected, ReadBytes(m_file));
+    CloseHandle(hDone);
+}

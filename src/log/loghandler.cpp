@@ -138,11 +138,26 @@ bool CLogFileInnerHandler::DoRound(CRun& run)
     return bWritten;
 }
 
+/// Moves what came without the lock into the queue; until then its bytes count there, so they are never
+/// counted too low. \p bClose: from now on lines come through the lock.
+void CLogFileInnerHandler::Gather(bool bClose)
+{
+    const std::uint64_t nLines = m_queue.Lines();
+    const std::uint64_t nBytes = m_queue.Bytes();
+    m_queue.AppendNewestFirst(m_inbox.TakeAll(bClose));
+    m_nQueued += m_queue.Lines() - nLines;
+    m_nWaiting.store(Waiting(), std::memory_order_relaxed);
+    m_inbox.Leave(m_queue.Bytes() - nBytes);
+}
+
 /// Takes the whole queue. The stop flag is read with it, so nothing can come after the last batch. With
 /// nothing to take the thread goes to sleep and must be woken.
 void CLogFileInnerHandler::Take(CBatch& batch)
 {
     const OCT::CCritSectGuard guard(&m_lock);
+    Gather(false);
+    if (m_queue.IsEmpty() && m_untold.m_nLines == 0)
+        Gather(true);
     batch.m_lines.Append(m_queue);
     batch.m_untold.Add(std::exchange(m_untold, {}));
     batch.m_nTicket = m_nQueued;
@@ -150,7 +165,6 @@ void CLogFileInnerHandler::Take(CBatch& batch)
     batch.m_bStop = m_bStop;
     m_nBytesInRound = batch.m_lines.Bytes();
     m_nLinesInRound = batch.m_lines.Lines();
-    m_bAsleep = batch.m_bIdle;
 }
 
 void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten)
@@ -161,7 +175,10 @@ void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWr
     const bool bCameBack = !batch.m_lines.IsEmpty();
     m_queue.Prepend(batch.m_lines);
     if (bCameBack) // what was queued meanwhile had been told that there is room
+    {
+        Gather(false);
         MakeRoom(0, surplus);
+    }
     m_untold.Add(std::exchange(batch.m_untold, {}));
     m_untold.Add(lost);
     m_lost.Add(lost);
@@ -216,7 +233,6 @@ void CLogFileInnerHandler::EnsureThread()
     m_dwLastStart = dwNow | 1;
     if (m_pRun == nullptr)
         m_pRun = new (std::nothrow) CRun(*this);
-    m_bAsleep = true;
     if (m_pRun != nullptr)
         m_pRun->StartThread();
 }
@@ -226,6 +242,8 @@ void CLogFileInnerHandler::BeginAnewInChild()
 {
     if (m_pRun == nullptr || m_pRun->IsOurs())
         return;
+    Gather(true);
+    m_inbox.ForgetBytes();
     m_queue.Clear();
     m_nBytesInRound = m_nLinesInRound = 0;
     m_nWaiting = 0;
@@ -248,6 +266,8 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
     else if (length == 0)
         length = static_cast<unsigned>(std::strlen(text));
     CLogMessage* pMessage = length > 0 ? NewMessage(text, length) : nullptr;
+    if (pMessage != nullptr && doneEvent == nullptr && Bring(pMessage))
+        return;
     const bool bRoom = WaitForRoom(length);
     CLogQueue refused;
     bool bSignalNow;
@@ -261,16 +281,33 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
             return;
         }
         EnsureThread();
+        Gather(false);
         if (pMessage != nullptr)
             Accept(pMessage, bRoom, refused);
         else if (length > 0)
             Lose(1, length);
         bSignalNow = doneEvent != nullptr && !SetDone(doneEvent);
-        if (m_bAsleep || doneEvent != nullptr)
+        if (!m_inbox.IsOpen() || doneEvent != nullptr)
             WakeThread();
     }
     if (bSignalNow)
         SetEvent(doneEvent);
+}
+
+/// The usual way of a line: the thread is awake, and there is room. False when it is not so.
+bool CLogFileInnerHandler::Bring(CLogMessage* pMessage)
+{
+    const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
+    const std::uint64_t nWaiting = m_nWaiting.load(std::memory_order_relaxed);
+    if (nWaiting >= nMax)
+        return false;
+    const auto ePush = m_inbox.Push(pMessage, nMax - nWaiting);
+    if (ePush == CLogInbox::EPush::TakenAndMany)
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        Gather(false);
+    }
+    return ePush != CLogInbox::EPush::Refused;
 }
 
 /// Lines come faster than a disk that works takes them: who brings more waits for it a while. Where writing
@@ -278,7 +315,9 @@ void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneE
 bool CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
-    const auto HasRoom = [&] { return m_nWaiting.load(std::memory_order_relaxed) + nBytes <= nMax; };
+    const auto HasRoom = [&] {
+        return m_nWaiting.load(std::memory_order_relaxed) + m_inbox.Bytes() + nBytes <= nMax;
+    };
     if (nBytes > nMax || HasRoom())
         return nBytes <= nMax;
     const DWORD dwEndTick = GetTickCount() + kRoomMs;
@@ -290,9 +329,11 @@ bool CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
 
 void CLogFileInnerHandler::WakeThread()
 {
-    m_bAsleep = false;
-    if (m_pRun != nullptr && m_pRun->m_WrtEvent != nullptr)
-        SetEvent(m_pRun->m_WrtEvent);
+    if (m_pRun == nullptr || m_pRun->m_WrtEvent == nullptr)
+        return;
+    SetEvent(m_pRun->m_WrtEvent);
+    if (m_pRun->m_hThread != nullptr && !m_bStop)
+        m_inbox.Open();
 }
 
 /// False when another event is pending.
@@ -408,6 +449,7 @@ bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
     {
         const OCT::CCritSectGuard guard(&m_lock);
         BeginAnewInChild();
+        Gather(false);
         waiter.m_nTicket = m_nQueued;
         if (m_nDone >= m_nQueued)
             return true;
@@ -473,6 +515,7 @@ bool CLogFileInnerHandler::BeginStop()
     const OCT::CCritSectGuard guard(&m_lock);
     if (m_bStop.exchange(true))
         return false;
+    Gather(true);
     // The thread of another process, from which this one was forked, does its own work there.
     if (m_pRun != nullptr && !m_pRun->IsOurs())
         m_pRun = nullptr;

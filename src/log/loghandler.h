@@ -5,9 +5,11 @@
 // freed. All handlers are freed together when the library is unloaded, but for those whose thread is held up
 // by a disk: the system may still read what it was given.
 //
-// Lines stay in the queue until they are written, so that what waits is bounded in one place. The thread
-// works in rounds; whoever has the turn may write: the thread, or, at the end, who stops it. Outside of its
-// turn the thread does nothing but wait for events, so it can be ended there without harm.
+// While the thread is awake a line comes by the inbox, without the lock; all that is not as usual goes
+// through the lock, and who has the lock moves what came by the inbox into the queue first, so that lines
+// stay in order. Lines stay in the queue until they are written, so that what waits is bounded in one place.
+// The thread works in rounds; whoever has the turn may write: the thread, or, at the end, who stops it.
+// Outside of its turn the thread does nothing but wait for events, so it can be ended there without harm.
 //
 // A forked child has the handlers but not their threads, and the lines that were queued at that moment are
 // written by the parent. The first line that the child writes gives the handler a new thread and an empty
@@ -15,6 +17,7 @@
 #pragma once
 
 #include "core/ownlock.h"
+#include "log/loginbox.h"
 #include "log/logwriter.h"
 #include "orvcomtypes/orvlog.h"
 
@@ -114,11 +117,13 @@ private:
     void Take(CBatch& batch);
     void PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten);
     void DrainBehind(const CRun& run);
+    bool Bring(CLogMessage* pMessage);
     bool WaitForRoom(std::uint64_t nBytes);
     bool Await(HANDLE hEvent, DWORD dwMilliseconds);
     void GiveUp();
 
     // Under the lock:
+    void Gather(bool bClose);
     void BeginAnewInChild();
     void EnsureThread();
     bool HasThread() const;
@@ -128,9 +133,11 @@ private:
     bool SetDone(HANDLE doneEvent);
     void SignalDone(std::uint64_t nTried);
     void WakeThread();
+    void SetWaiting() { m_nWaiting.store(Waiting(), std::memory_order_relaxed); }
     std::uint64_t Waiting() const { return m_queue.Bytes() + m_nBytesInRound; }
 
     CLogFileOptions m_options;
+    CLogInbox m_inbox;            ///< open while the thread is awake
     mutable OCT::COwnLock m_lock; ///< guards the queue and what follows
     CLogQueue m_queue;
     CLogLoss m_untold;                ///< lost, and not yet told in the file
@@ -138,16 +145,15 @@ private:
     std::uint64_t m_nLostAtFlush = 0; ///< lines, when Flush was last called
     std::uint64_t m_nBytesInRound = 0;
     std::uint64_t m_nLinesInRound = 0;
-    std::uint64_t m_nQueued = 0; ///< lines so far; the number of the last one
+    std::uint64_t m_nQueued = 0; ///< lines so far, but for the inbox; the number of the last one
     std::uint64_t m_nDone = 0;   ///< up to this number all are on the disk or given up
     HANDLE m_hPendingDone = nullptr;
     std::uint64_t m_nPendingDone = 0; ///< the line after which the event is signalled
     CFlushWaiter* m_pWaiters = nullptr;
     bool m_bHangs = false;   ///< somebody has waited in vain for the round that is under way
-    bool m_bAsleep = true;   ///< the thread waits without end, so it must be woken
     DWORD m_dwLastStart = 0; ///< tick of the last try to start the thread
     CRun* m_pRun = nullptr;
-    std::atomic<std::uint64_t> m_nWaiting = 0; ///< bytes, for a look without the lock
+    std::atomic<std::uint64_t> m_nWaiting = 0; ///< Waiting(), for a look without the lock
     std::atomic<bool> m_bFailing = false;      ///< the last round left lines
     std::atomic<bool> m_bStop = false;
     bool m_bHeldUp = false;

@@ -24,6 +24,7 @@ public:
 
 private:
     friend struct CLogBlock;
+    friend class CLogInbox;
     friend class CLogQueue;
     friend class CReturnedLines;
     static constexpr std::uint32_t kPooledBytes = 480;

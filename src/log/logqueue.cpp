@@ -1,5 +1,7 @@
 #include "log/logqueue.h"
 
+#include <utility>
+
 void CLogQueue::Append(CLogQueue& other)
 {
     if (other.IsEmpty())
@@ -16,6 +18,22 @@ void CLogQueue::Prepend(CLogQueue& other)
     other.Append(*this);
     Forget();
     Append(other);
+}
+
+void CLogQueue::AppendNewestFirst(CLogMessage* pNewest)
+{
+    if (pNewest == nullptr)
+        return;
+    CLogMessage** const ppOldest = std::exchange(m_ppLast, &pNewest->m_pNext);
+    CLogMessage* pLater = nullptr;
+    for (CLogMessage* p = pNewest; p != nullptr;)
+    {
+        ++m_nLines;
+        m_nBytes += p->Length();
+        CLogMessage* const pEarlier = std::exchange(p->m_pNext, pLater);
+        pLater = std::exchange(p, pEarlier);
+    }
+    *ppOldest = pLater;
 }
 
 void CLogQueue::Forget()

@@ -33,6 +33,8 @@ public:
     /// Takes over everything in the other queue, behind or in front of what is here.
     void Append(CLogQueue& other);
     void Prepend(CLogQueue& other);
+    /// The same behind what is here, of a list that begins with the line that came last.
+    void AppendNewestFirst(CLogMessage* pNewest);
 
     /// Takes the oldest line out that is no error; null when there is none. The first line stays: part of it
     /// may be in the file.

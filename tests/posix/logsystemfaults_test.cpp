@@ -55,11 +55,13 @@ protected:
 constexpr DWORD kLong = 60000;
 
 int g_nThreadsUntilASignal = 0; ///< the next ones of this thread
-thread_local bool t_bInterrupted = false;
 
 } // namespace
 
-// The library calls these instead of the system's.
+// The library calls these instead of the system's. The sanitizers take signals for themselves.
+#ifndef ORV_TEST_SANITIZED
+
+static thread_local bool t_bInterrupted = false;
 
 /// Before a thread is started; a signal's handler runs before the call that sends it returns.
 extern "C" int pthread_attr_init(pthread_attr_t* pAttributes) noexcept
@@ -90,6 +92,8 @@ extern "C" long syscall(long nCall, ...) noexcept
     return s_pfnNext(nCall, aArguments[0], aArguments[1], aArguments[2], aArguments[3], aArguments[4],
                      aArguments[5]);
 }
+
+#endif
 
 /// Lines until writing fails; what is written in the end.
 std::string LogUntilItFails(COrvLog& log, int nLines, std::size_t nLine)
