@@ -115,14 +115,17 @@ TEST_F(Languages, AreFoundByName)
         bool m_bFound;
     } cases[] = {{ORVTEXT("hu"), ORVTEXT("hu"), true},         {ORVTEXT("HU_hu"), ORVTEXT("hu"), true},
                  {ORVTEXT("ja-Jpan-JP"), ORVTEXT("ja"), true}, {ORVTEXT("fr"), ORVTEXT("en"), false},
-                 {ORVTEXT("hu/../hu"), ORVTEXT("en"), false},  {ORVTEXT("-"), ORVTEXT("en"), false}};
+                 {ORVTEXT("hu/../hu"), ORVTEXT("en"), false},  {ORVTEXT("-"), ORVTEXT("en"), false},
+                 {ORVTEXT("hu-{"), ORVTEXT("en"), false},      {ORVTEXT("hu-`"), ORVTEXT("en"), false}};
     for (const auto& c : cases)
     {
         EXPECT_EQ(c.m_bFound, CResourceHandler::SetLanguage(c.m_sAsked)) << Narrow(c.m_sAsked);
         EXPECT_EQ(c.m_sGiven, Language());
     }
     EXPECT_EQ(ORVTEXT("en"), Language());
-    EXPECT_FALSE(CResourceHandler::SetLanguage(Text(500, ORVTEXT('h')).c_str()));
+    for (const std::size_t nUnits : {84, 85, 500})
+        EXPECT_EQ(nUnits < LOCALE_NAME_MAX_LENGTH,
+                  CResourceHandler::SetLanguage((ORVTEXT("hu-") + Text(nUnits - 3, ORVTEXT('x'))).c_str()));
     EXPECT_NO_REPORTS(m_capture);
 }
 
