@@ -215,7 +215,7 @@ TEST(HashMap, RandomOperationsKeepTheStatedOrder)
         CMap map(nApproxCount);
         CSlowMap slow(nApproxCount);
         const unsigned nRange = random.UpTo(4000);
-        for (int iStep = 0; iStep < 5000; ++iStep)
+        for (int iStep = 0; iStep < 3000; ++iStep)
         {
             const unsigned n = 1 + random.UpTo(nRange) * 7;
             const unsigned nWhat = random.UpTo(2499);

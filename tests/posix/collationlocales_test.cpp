@@ -68,7 +68,7 @@ ORV_CHILD(CompareBothWays)
                 c = sAlphabet[random() % sAlphabet.size()];
             return sText;
         };
-        for (int i = 0; i < 5000 && !testing::Test::HasFatalFailure(); ++i)
+        for (int i = 0; i < 2000 && !testing::Test::HasFatalFailure(); ++i)
         {
             const Text sPrefix = RandomText();
             ExpectSameTheLongWay(sPrefix + RandomText(), sPrefix + RandomText());

@@ -73,7 +73,7 @@ TEST_F(OrvSettingsFaults, AKilledImportStoresAllOrNothingAndWhatItToldOf)
     CTestRandom random;
     const ChildArguments files{MakeFile("K", "a"), MakeFile("K", "b"), MakeFile("K", "c")};
     ASSERT_EQ("0||", Tool({"import", files[0]}));
-    for (int i = 0; i < 25; ++i)
+    for (int i = 0; i < 12; ++i)
     {
         CChildProcess process("ImportForEver", files);
         unsigned nTold = 0;
