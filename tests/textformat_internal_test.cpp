@@ -107,6 +107,7 @@ TEST(TextFormat, ConversionsWithoutAnArgumentOfTheirTypePrintNothing)
     EXPECT_EQ("[x][]", PrintAs("[%s][%s]", "%s", "x"));
     EXPECT_EQ("[][]", PrintAs("[%s][%I64d]", "plain"));
     EXPECT_EQ("[][5]", PrintAs("[%S][%d]", "%d", 5));
+    EXPECT_EQ("[5]", PrintAs("[%d]", "%%d %d", 5));
 }
 
 TEST(TextFormat, NoCutSplitsACharacter)

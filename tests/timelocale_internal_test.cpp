@@ -1,4 +1,5 @@
 #include "support/locale_texts.h"
+#include "time/localefold.h"
 
 namespace
 {
@@ -14,6 +15,15 @@ constexpr const WCHAR* kLocales[] = {
     ORVTEXT("en-GB"), ORVTEXT("hu-HU"), ORVTEXT("fr-CA"), ORVTEXT("he-IL"),     ORVTEXT("dz-BT"),
     ORVTEXT("yo-NG"), ORVTEXT("fi-FI"), ORVTEXT("lt-LT"), ORVTEXT("eu-ES"),     ORVTEXT("bg-BG"),
     ORVTEXT("lv-LV"), ORVTEXT("ca-ES"), ORVTEXT("en-AU"), ORVTEXT("sr-Latn-RS")};
+
+TEST(LocaleFold, PunctuationEndsWords)
+{
+    for (const auto& [cFirst, cLast] :
+         {std::pair<WCHAR, WCHAR>(0x2010, 0x205E), {0x3001, 0x3003}, {0xFF01, 0xFF0F}})
+        EXPECT_TRUE(OCT::IsWordUnit(static_cast<WCHAR>(cFirst - 1)) && !OCT::IsWordUnit(cFirst) &&
+                    !OCT::IsWordUnit(cLast) && OCT::IsWordUnit(static_cast<WCHAR>(cLast + 1)))
+            << static_cast<unsigned>(cFirst);
+}
 
 TEST(TimeLocale, ReadsBackWhatItWrites)
 {
