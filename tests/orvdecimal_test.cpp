@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <limits>
 #include <string>
 
@@ -48,121 +50,97 @@ std::string Read(const std::string& s)
 
 const std::string kMax = "79228162514264337593543950335"; // 2^96 - 1
 
-// ---- Schoolbook arithmetic on digit strings ----
+// ---- Schoolbook arithmetic on digits ----
 
-/// A sign, digits with the lowest first, and how many of them are behind the point.
-struct CModel
-{
-    bool bNegative;
-    std::string sDigits;
-    std::size_t nScale;
-};
+/// A number times ten to the power of kPlaces, the lowest digit first, each with the number's sign.
+constexpr int kPlaces = 2 * COrvDecimal::kMaxScale;
+using CModel = std::array<int, kPlaces + 64>;
 
 CModel ModelOf(const COrvDecimal& value)
 {
-    std::string s = TextOf(value);
-    CModel model = {s[0] == '-', s.substr(s[0] == '-'), 0};
-    if (const std::size_t iPoint = model.sDigits.find('.'); iPoint != std::string::npos)
-    {
-        model.nScale = model.sDigits.size() - iPoint - 1;
-        model.sDigits.erase(iPoint, 1);
-    }
-    std::reverse(model.sDigits.begin(), model.sDigits.end());
+    const std::string s = TextOf(value);
+    const std::size_t iFirst = s[0] == '-';
+    CModel model = {};
+    std::size_t i = kPlaces + std::min(s.find('.'), s.size()) - iFirst;
+    for (const char c : s.substr(iFirst))
+        if (c != '.')
+            model[--i] = iFirst ? '0' - c : c - '0';
     return model;
 }
 
-void Carry(std::vector<int>& digits)
+CModel Negative(CModel model)
 {
-    for (std::size_t i = 0; i < digits.size(); ++i)
-        if (digits[i] < 0 || digits[i] > 9)
-        {
-            const int nCarry = digits[i] < 0 ? -1 : digits[i] / 10;
-            if (i + 1 == digits.size())
-                digits.push_back(0);
-            digits[i] -= 10 * nCarry;
-            digits[i + 1] += nCarry;
-        }
+    for (int& n : model)
+        n = -n;
+    return model;
+}
+
+/// Digits of one sign, from sums of any.
+CModel Carried(CModel model)
+{
+    CModel carried = model;
+    for (std::size_t i = 0; i + 1 < carried.size(); ++i)
+    {
+        const int nCarry = (carried[i] - 9 * (carried[i] < 0)) / 10;
+        carried[i] -= 10 * nCarry;
+        carried[i + 1] += nCarry;
+    }
+    return carried.back() < 0 ? Negative(Carried(Negative(model))) : carried;
+}
+
+CModel Sum(CModel a, const CModel& b)
+{
+    for (std::size_t i = 0; i < a.size(); ++i)
+        a[i] += b[i];
+    return Carried(a);
 }
 
 CModel Product(const CModel& a, const CModel& b)
 {
-    std::vector<int> digits(a.sDigits.size() + b.sDigits.size());
-    for (std::size_t i = 0; i < a.sDigits.size(); ++i)
-        for (std::size_t j = 0; j < b.sDigits.size(); ++j)
-            digits[i + j] += (a.sDigits[i] - '0') * (b.sDigits[j] - '0');
-    Carry(digits);
-    CModel product = {a.bNegative != b.bNegative, "", a.nScale + b.nScale};
-    for (const int n : digits)
-        product.sDigits += static_cast<char>('0' + n);
-    return product;
+    CModel product = {};
+    for (std::size_t i = 0; i < a.size(); ++i)
+        for (std::size_t j = 0; a[i] != 0 && j < b.size(); ++j)
+            if (b[j] != 0)
+                product.at(i + j - kPlaces) += a[i] * b[j];
+    return Carried(product);
 }
 
-CModel Sum(CModel a, CModel b)
+bool IsNegative(const CModel& model)
 {
-    const std::size_t nScale = std::max(a.nScale, b.nScale);
-    a.sDigits.insert(0, nScale - a.nScale, '0');
-    b.sDigits.insert(0, nScale - b.nScale, '0');
-    std::vector<int> digits(std::max(a.sDigits.size(), b.sDigits.size()) + 1);
-    for (std::size_t i = 0; i < digits.size(); ++i)
-    {
-        const int nA = i < a.sDigits.size() ? a.sDigits[i] - '0' : 0;
-        const int nB = i < b.sDigits.size() ? b.sDigits[i] - '0' : 0;
-        digits[i] = (a.bNegative ? -nA : nA) + (b.bNegative ? -nB : nB);
-    }
-    const auto pFirst = std::find_if(digits.rbegin(), digits.rend(), [](int n) { return n != 0; });
-    const bool bNegative = pFirst != digits.rend() && *pFirst < 0;
-    for (int& n : digits)
-        n = bNegative ? -n : n;
-    Carry(digits);
-    CModel sum = {bNegative, "", nScale};
-    for (const int n : digits)
-        sum.sDigits += static_cast<char>('0' + n);
-    return sum;
+    return std::ranges::any_of(model, [](int n) { return n < 0; });
 }
 
-bool FitsModel(const std::string& sDigits)
+/// To the nearest number with so many digits behind the point, a tie to the even one.
+CModel Rounded(CModel model, std::size_t nScale)
 {
-    std::string s(sDigits.rbegin(), sDigits.rend());
-    s.erase(0, std::min(s.find_first_not_of('0'), s.size()));
-    return s.size() < kMax.size() || (s.size() == kMax.size() && s <= kMax);
-}
-
-/// Cuts the lowest \p n digits, to the nearest number, a tie to the even one.
-std::string Rounded(const std::string& sDigits, std::size_t n)
-{
-    if (n == 0)
-        return sDigits;
-    std::vector<int> digits;
-    for (std::size_t i = n; i < sDigits.size(); ++i)
-        digits.push_back(sDigits[i] - '0');
-    digits.push_back(0);
-    const char cLast = sDigits[n - 1];
-    const bool bTie = cLast == '5' && sDigits.find_first_not_of('0') == n - 1;
-    digits[0] += bTie ? digits[0] % 2 : cLast >= '5';
-    Carry(digits);
-    std::string sResult;
-    for (const int nDigit : digits)
-        sResult += static_cast<char>('0' + nDigit);
-    return sResult;
+    const auto pPoint = model.begin() + static_cast<std::ptrdiff_t>(kPlaces - nScale);
+    const int nSign = IsNegative(model) ? -1 : 1;
+    const int nLast = nSign * pPoint[-1];
+    const bool bTie = nLast == 5 && std::all_of(model.begin(), pPoint - 1, [](int n) { return n == 0; });
+    std::fill(model.begin(), pPoint, 0);
+    *pPoint += nSign * (bTie ? *pPoint & 1 : nLast >= 5);
+    return Carried(model);
 }
 
 /// The text of the decimal nearest to a model, or "overflow".
-std::string Nearest(const CModel& model)
+std::string Nearest(const CModel& model, std::size_t nMostScale = COrvDecimal::kMaxScale)
 {
-    for (std::size_t nCut = 0; nCut <= model.nScale; ++nCut)
+    const auto withoutZeros = [](std::string s) {
+        return s.erase(0, std::min(s.find_first_not_of('0'), s.size()));
+    };
+    for (std::size_t nScale = nMostScale + 1; nScale-- > 0;)
     {
-        std::string s = Rounded(model.sDigits, nCut);
-        const std::size_t nScale = model.nScale - nCut;
-        if (nScale > COrvDecimal::kMaxScale || !FitsModel(s))
+        std::string s;
+        for (const int n : Rounded(model, nScale))
+            s.insert(s.begin(), static_cast<char>('0' + std::abs(n)));
+        const std::string sDigits = withoutZeros(s.substr(0, s.size() - kPlaces + nScale));
+        if (sDigits.size() > kMax.size() || (sDigits.size() == kMax.size() && sDigits > kMax))
             continue;
-        s.append(nScale + 1 > s.size() ? nScale + 1 - s.size() : 0, '0');
-        std::reverse(s.begin(), s.end());
-        std::string sFraction = s.substr(s.size() - nScale);
-        sFraction.erase(sFraction.find_last_not_of('0') + 1);
-        std::string sWhole = s.substr(0, s.size() - nScale);
-        sWhole.erase(0, std::min(sWhole.find_first_not_of('0'), sWhole.size() - 1));
-        const std::string sText = sFraction.empty() ? sWhole : sWhole + "." + sFraction;
-        return model.bNegative && sText != "0" ? "-" + sText : sText;
+        s.insert(s.size() - kPlaces, ".");
+        s = withoutZeros(s.erase(s.find_last_not_of('0') + 1));
+        s.insert(0, s[0] == '.' ? "0" : "");
+        s.resize(s.size() - s.ends_with('.'));
+        return IsNegative(model) && s != "0" ? "-" + s : s;
     }
     return "overflow";
 }
@@ -203,22 +181,15 @@ TEST(OrvDecimal, ArithmeticIsThatOfTheSchoolbook)
         SCOPED_TRACE(TextOf(a) + " and " + TextOf(b));
         const CModel modelA = ModelOf(a);
         const CModel modelB = ModelOf(b);
-        CModel negative = modelB;
-        negative.bNegative = !negative.bNegative;
         ASSERT_EQ(Nearest(Product(modelA, modelB)), Result(a, b, &COrvDecimal::Multiply));
         ASSERT_EQ(Nearest(Sum(modelA, modelB)), Result(a, b, &COrvDecimal::Add));
-        const CModel difference = Sum(modelA, negative);
+        const CModel difference = Sum(modelA, Negative(modelB));
         ASSERT_EQ(Nearest(difference), Result(a, b, &COrvDecimal::Subtract));
-        const bool bEqual = difference.sDigits.find_first_not_of('0') == std::string::npos;
-        ASSERT_EQ(bEqual ? 0 : difference.bNegative ? -1 : 1, a.Compare(b));
+        ASSERT_EQ(difference == CModel{} ? 0 : IsNegative(difference) ? -1 : 1, a.Compare(b));
         const unsigned nScale = random.UpTo(COrvDecimal::kMaxScale);
         COrvDecimal rounded = a;
         rounded.Round(nScale);
-        CModel model = modelA;
-        const std::size_t nCut = modelA.nScale - std::min<std::size_t>(modelA.nScale, nScale);
-        model.sDigits = Rounded(model.sDigits, nCut);
-        model.nScale -= nCut;
-        ASSERT_EQ(Nearest(model), TextOf(rounded)) << nScale;
+        ASSERT_EQ(Nearest(modelA, nScale), TextOf(rounded)) << nScale;
     }
 }
 
