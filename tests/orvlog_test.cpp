@@ -35,8 +35,8 @@ TEST_F(Log, LineCarriesPrefixThreadPositionAndResult)
 TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
 {
     Init(lqlErrors);
-    for (const char* sText :
-         {"a\nb", "a\r\nb", "a\n\nb", "a\rb", "\nb", "\x1B[2J\x7F\x01\r\r\n\b", "a \t\r\n \v\f", "\n \n"})
+    for (const char* sText : {"a\nb", "a\r\nb", "a\n\nb", "a\rb", "\nb", "\x1B[2J\x7F\x01\r\r\n\b",
+                              "a \t\r\n \v\f", "\n \n", "\xC2\x9B["})
         m_log.LogSimpleStr(lqlErrors, sText);
     EXPECT_EQ("=E> <t> a\r\n\tb\r\n"
               "=E> <t> a\r\n\tb\r\n"
@@ -45,7 +45,9 @@ TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
               "=E> <t> \r\n\tb\r\n"
               "=E> <t> \\x1B[2J\\x7F\\x01\\x0D\r\n\t\\x08\r\n"
               "=E> <t> a\r\n"
-              "=E> <t>\r\n",
+              "=E> <t>\r\n"
+              "=E> <t> " +
+                  std::string(IsNarrowUtf8() ? "\\x9B" : "\xC2\x9B") + "[\r\n",
               Written());
 }
 
