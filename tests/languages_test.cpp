@@ -126,6 +126,9 @@ TEST_F(Languages, AreFoundByName)
     for (const std::size_t nUnits : {84, 85, 500})
         EXPECT_EQ(nUnits < LOCALE_NAME_MAX_LENGTH,
                   CResourceHandler::SetLanguage((ORVTEXT("hu-") + Text(nUnits - 3, ORVTEXT('x'))).c_str()));
+    CResourceHandler::DestroyGlobal();
+    EXPECT_TRUE(CResourceHandler::SetLanguage(ORVTEXT("hu")) && CResourceHandler::GetHandle() != nullptr)
+        << "opened again";
     EXPECT_NO_REPORTS(m_capture);
 }
 
