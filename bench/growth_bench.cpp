@@ -15,21 +15,7 @@
 namespace
 {
 
-// ---- Elements: time for each ----
-
-struct COurSet
-{
-    void Insert(unsigned id) { m_set.SetItem(id); }
-    bool Has(unsigned id) const { return m_set.IsExists(id); }
-    OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> m_set;
-};
-
-struct CStdSet
-{
-    void Insert(unsigned id) { m_set.insert(id); }
-    bool Has(unsigned id) const { return m_set.find(id) != m_set.end(); }
-    std::unordered_set<unsigned> m_set;
-};
+// ---- Elements and characters: time for each ----
 
 /// Numbers that differ and come in no order.
 unsigned Id(unsigned i)
@@ -37,18 +23,57 @@ unsigned Id(unsigned i)
     return i * 2654435761u | 1u;
 }
 
-template <class Set>
-void SetInsert(benchmark::State& state)
+struct COurSet
 {
-    const auto nCount = static_cast<unsigned>(state.range(0));
+    void Add(unsigned i) { m_set.SetItem(Id(2 * i)); }
+    bool Has(unsigned i) const { return m_set.IsExists(Id(2 * i)); }
+    OCT::CPrtvHashMap<unsigned, unsigned, OCT::CPrtvHashCompare<unsigned>> m_set;
+};
+
+struct CStdSet
+{
+    void Add(unsigned i) { m_set.insert(Id(2 * i)); }
+    bool Has(unsigned i) const { return m_set.find(Id(2 * i)) != m_set.end(); }
+    std::unordered_set<unsigned> m_set;
+};
+
+struct COurArray
+{
+    void Add(unsigned i) { m_array.AddId(i); }
+    CMIDINTArray m_array;
+};
+
+struct CStdArray
+{
+    void Add(unsigned i) { m_array.push_back(i); }
+    std::vector<unsigned> m_array;
+};
+
+struct COurText
+{
+    void Add(unsigned) { m_text.Append(ORVTEXT("0123456789"), 10); }
+    COrvLongStr m_text;
+};
+
+struct CStdText
+{
+    void Add(unsigned) { m_text.append(u"0123456789", 10); }
+    std::u16string m_text;
+};
+
+/// Makes what holds the given number of elements; each step adds \p Step of them.
+template <class Container, unsigned Step>
+void Fill(benchmark::State& state)
+{
+    const auto nSteps = static_cast<unsigned>(state.range(0)) / Step;
     for ([[maybe_unused]] auto _ : state)
     {
-        Set set;
-        for (unsigned i = 0; i < nCount; ++i)
-            set.Insert(Id(2 * i));
+        Container container;
+        for (unsigned i = 0; i < nSteps; ++i)
+            container.Add(i);
         benchmark::ClobberMemory();
     }
-    state.SetItemsProcessed(state.iterations() * nCount);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
 template <class Set>
@@ -57,44 +82,16 @@ void SetLookUp(benchmark::State& state)
     const auto nCount = static_cast<unsigned>(state.range(0));
     Set set;
     for (unsigned i = 0; i < nCount; ++i)
-        set.Insert(Id(2 * i));
+        set.Add(i);
     unsigned i = 0;
     for ([[maybe_unused]] auto _ : state)
     {
         i = (i + 7919) % nCount;
-        if (!set.Has(Id(2 * i)))
+        if (!set.Has(i))
             return state.SkipWithError("not found");
     }
     state.SetItemsProcessed(state.iterations());
 }
-
-struct COurArray
-{
-    void Push(unsigned n) { m_array.AddId(n); }
-    CMIDINTArray m_array;
-};
-
-struct CStdArray
-{
-    void Push(unsigned n) { m_array.push_back(n); }
-    std::vector<unsigned> m_array;
-};
-
-template <class Array>
-void ArrayPush(benchmark::State& state)
-{
-    const auto nCount = static_cast<unsigned>(state.range(0));
-    for ([[maybe_unused]] auto _ : state)
-    {
-        Array array;
-        for (unsigned i = 0; i < nCount; ++i)
-            array.Push(i);
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * nCount);
-}
-
-// ---- Characters: time for each ----
 
 std::string Sentence(std::size_t cb)
 {
@@ -138,31 +135,6 @@ void TextDecode(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-struct COurText
-{
-    void Append(const char16_t* p, unsigned n) { m_text.Append(p, static_cast<int>(n)); }
-    COrvLongStr m_text;
-};
-
-struct CStdText
-{
-    void Append(const char16_t* p, unsigned n) { m_text.append(p, n); }
-    std::u16string m_text;
-};
-
-template <class Text>
-void TextBuild(benchmark::State& state)
-{
-    for ([[maybe_unused]] auto _ : state)
-    {
-        Text text;
-        for (std::int64_t i = 0; i < state.range(0); i += 10)
-            text.Append(u"0123456789", 10);
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-
 // ---- Threads: time on the clock for each ----
 
 struct COurString
@@ -201,18 +173,19 @@ void ThreadsShareAText(benchmark::State& state)
 
 #define ORV_GROWTH(bench, from, to, ...) \
     BENCHMARK_TEMPLATE(bench, __VA_ARGS__)->RangeMultiplier(10)->Range(from, to)
+#define ORV_FILL(name, type, step, from, to) ORV_GROWTH(Fill, from, to, type, step)->Name(name "<" #type ">")
 #define ORV_THREADS(bench, type) BENCHMARK_TEMPLATE(bench, type)->ThreadRange(1, 8)->UseRealTime()
 
-ORV_GROWTH(SetInsert, 1000, 10000000, COurSet);
-ORV_GROWTH(SetInsert, 1000, 10000000, CStdSet);
+ORV_FILL("SetInsert", COurSet, 1, 1000, 10000000);
+ORV_FILL("SetInsert", CStdSet, 1, 1000, 10000000);
 ORV_GROWTH(SetLookUp, 1000, 10000000, COurSet);
 ORV_GROWTH(SetLookUp, 1000, 10000000, CStdSet);
-ORV_GROWTH(ArrayPush, 1000, 10000000, COurArray);
-ORV_GROWTH(ArrayPush, 1000, 10000000, CStdArray);
+ORV_FILL("ArrayPush", COurArray, 1, 1000, 10000000);
+ORV_FILL("ArrayPush", CStdArray, 1, 1000, 10000000);
 ORV_GROWTH(TextDecode, 10, 1000000, COurDecoder);
 ORV_GROWTH(TextDecode, 10, 1000000, CIcuDecoder);
-ORV_GROWTH(TextBuild, 10, 1000000, COurText);
-ORV_GROWTH(TextBuild, 10, 1000000, CStdText);
+ORV_FILL("TextBuild", COurText, 10, 10, 1000000);
+ORV_FILL("TextBuild", CStdText, 10, 10, 1000000);
 ORV_THREADS(ThreadsMakeTexts, COurString);
 ORV_THREADS(ThreadsMakeTexts, CStdString);
 ORV_THREADS(ThreadsShareAText, COurString);
