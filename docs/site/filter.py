@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Shows a public header or a guide to Doxygen: prints FILE in Doxygen's terms.
+"""Shows public headers and guides to Doxygen: writes each FILE into FOLDER in Doxygen's terms, line by line.
+
+  filter.py FOLDER FILE...      FILE is relative; it keeps its name there
 
 The headers are written to be read in an editor. Here
 
@@ -297,10 +299,18 @@ def plain(text):
     return text
 
 
-path = pathlib.Path(sys.argv[1])
-content = path.read_text(encoding="utf-8")
-if path.suffix == ".h":
-    sys.stdout.write(Header(content).run())
-else:
-    # The readme of a folder is its page.
-    sys.stdout.write(guide(content, (path.parent.name if path.stem == "README" else path.stem).lower()))
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    for path in map(pathlib.Path, sys.argv[2:]):
+        content = path.read_text(encoding="utf-8")
+        if path.suffix == ".h":
+            content = Header(content).run()
+        else:
+            # The readme of a folder is its page.
+            content = guide(content, (path.parent.name if path.stem == "README" else path.stem).lower())
+        target = folder / path
+        target.parent.mkdir(parents=True, exist_ok=True)
+        target.write_text(content, encoding="utf-8")
+
+
+main()
