@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and passes all tests.
 #
-#   scripts/test.sh [target...]    targets: check linux linux-asan linux-tsan win32 win64      default: all
+#   scripts/test.sh [target...]    targets: check tidy linux linux-asan linux-tsan win32 win64      default: all
 #
 # A target that fails does not stop the others. The last line says how many tests passed, failed and were skipped.
 # read_reports.py says which tests count as which.
@@ -88,28 +88,33 @@ run_preset() {
     count_target "$target" "$log"
 }
 
-run_check() {
-    say "check: reading the tree"
-    local output
-    output=$(scripts/check.sh 2>&1)
+# Runs check.sh or tidy.sh, which read the tree and count what they find.
+run_reader() {
+    local target=$1 output
+    say "$target: reading the tree"
+    output=$("scripts/$target.sh" 2>&1)
     printf '%s\n' "$output"
     if [[ ${output##*$'\n'} =~ ^([0-9]+)\ passed,\ ([0-9]+)\ failed$ ]]; then
         passed=$((passed + BASH_REMATCH[1]))
-        while IFS= read -r line; do failed check "${line#FAILED }"; done < <(grep '^FAILED ' <<<"$output")
+        while IFS= read -r line; do failed "$target" "${line#FAILED }"; done < <(grep '^FAILED ' <<<"$output")
     else
-        failed check "check.sh did not come to its end"
+        failed "$target" "$target.sh did not come to its end"
     fi
 }
 
 # The part of the set-up that a target needs.
 part_of() {
-    if [[ $1 = win* ]]; then echo windows; else echo linux; fi
+    case $1 in
+        win*) echo windows ;;
+        tidy) echo tidy ;;
+        *) echo linux ;;
+    esac
 }
 
 targets=("$@")
-[ $# -gt 0 ] || targets=(check linux linux-asan linux-tsan win32 win64)
+[ $# -gt 0 ] || targets=(check tidy linux linux-asan linux-tsan win32 win64)
 for target in "${targets[@]}"; do
-    [[ " check linux linux-asan linux-tsan win32 win64 " == *" $target "* ]] || fail "unknown target '$target'"
+    [[ " check tidy linux linux-asan linux-tsan win32 win64 " == *" $target "* ]] || fail "unknown target '$target'"
 done
 log=$(mktemp)
 # The documentation is a test of linux, which fails by itself without its part.
@@ -118,7 +123,7 @@ for part in $(for target in "${targets[@]}"; do part_of "$target"; [ "$target" !
 done
 for target in "${targets[@]}"; do
     if [[ $broken_parts = *" $(part_of "$target") "* ]]; then failed "$target" "set-up"
-    elif [ "$target" = check ]; then run_check
+    elif [[ $target = check || $target = tidy ]]; then run_reader "$target"
     else run_preset "$target"
     fi
 done

@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "orvcomtypes/orvexport.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 

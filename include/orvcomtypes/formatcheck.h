@@ -19,8 +19,6 @@
 /// pointer to it or a value that converts to one, such as `COrvStr`; for `%p` any pointer.
 #pragma once
 
-#include "orvcomtypes/orvexport.h"
-
 #include <windows.h>
 
 #include <cstddef>

@@ -16,9 +16,10 @@
 ///     const WCHAR* sText = ReplaceTokenW(ORVTEXT("State: ##7##"), &nLength, sBuffer, 200);
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 
-#include <oleauto.h>
+#include <windows.h>
+#include <oleauto.h> // IWYU pragma: keep
 
 /// The first code unit of string \p uID inside the module's image, and its length; null, and length 0, when
 /// the string does not exist. \p pnLength may be null.

@@ -40,7 +40,10 @@
 ///     InstallLogCrashHandler(&log, 3000);
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlog.h"
+
+#include <windows.h>
 
 /// Installs the handler, or gives the one that is installed another log and time. A null log is the process
 /// logger. The handler takes the place of former handlers of these events and passes on to them when it is

@@ -32,7 +32,10 @@
 
 #include "orvcomtypes/lqmessage.h"
 #include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <type_traits>
 
@@ -139,7 +142,7 @@ template <class Except>
 {
     static_assert(std::is_base_of_v<CLQExcept, Except>, "an exception of the family");
     LQAnnounceThrow(e, sTypeName);
-    throw std::move(e); // a copy would need memory
+    throw std::forward<Except>(e); // a copy would need memory
 }
 
 } // namespace OCT

@@ -19,8 +19,11 @@
 ///     COrvStr sText = message.Format(nullptr);   // the resource's text with %1 and %2 replaced
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/orvtime.h"
+
+#include <windows.h>
 
 #include <cstddef>
 #include <type_traits>

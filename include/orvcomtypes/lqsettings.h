@@ -23,7 +23,10 @@
 ///     const COrvStr sName = GetLQStrSetting(nullptr, ORVTEXT("Name"), ORVTEXT("main"));
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 // ---- The root, "Software\Orvanex\Lumatrek" at first ----
 

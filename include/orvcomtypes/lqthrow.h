@@ -1,7 +1,10 @@
 /// The two ways in which templates and low layers throw, without knowing the exception classes.
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/octassert.h" // IWYU pragma: keep (LQ_SRC_LOCATION)
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 /// A source position carried by an exception: the file's stem and the line.
 struct LQSrcLocation

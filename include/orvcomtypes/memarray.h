@@ -34,10 +34,17 @@
 /// made in one source file by `ORV_EXPORT_TEMPLATE` with the same arguments in the same order.
 #pragma once
 
+#include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/memarraytreat.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <initializer_list>
+#include <utility>
 
 /// The array; see the top of this file.
 template <class T, class Treat>
@@ -229,7 +236,7 @@ private:
         m_iSize = nOld + 1;
         return idx;
     }
-    unsigned InsertCopy(unsigned idx, T value);
+    unsigned InsertCopy(unsigned idx, T value); // NOLINT(performance-unnecessary-value-param): of this array
     void TakeOver(CMarrayBase& other) noexcept
     {
         m_pElement = m_Treat.TakeArray(other.m_Treat, std::exchange(other.m_pElement, nullptr));

@@ -17,9 +17,11 @@
 
 #include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <type_traits>

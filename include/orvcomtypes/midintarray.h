@@ -17,8 +17,14 @@
 #pragma once
 
 #include "orvcomtypes/memarray.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvhashmap.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
+
+#include <initializer_list>
+#include <memory>
 
 class ORV_API CMIDINTArray : public CSimpleFixMarray<unsigned, 256, 8>
 {

@@ -12,7 +12,7 @@
 ///     modp_dtoa(1.5, sPrice, 2); // "1.50"
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 
 #include <cstdint>
 

@@ -37,6 +37,7 @@
 
 #include "orvcomtypes/orvexport.h"
 
+#include <windows.h>
 #include <oledb.h>
 
 class ORV_API COLEDBConvert

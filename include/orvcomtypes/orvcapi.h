@@ -19,7 +19,8 @@
 ///         LogStrExp(1, sUtf8);
 #pragma once
 
-#include "orvcomtypes/orvversion.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvversion.h" // IWYU pragma: export
 
 #include <stdbool.h>
 #include <stdint.h>

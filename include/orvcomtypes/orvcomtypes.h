@@ -3,6 +3,7 @@
 
 // In the order in which they build on each other.
 // clang-format off
+// IWYU pragma: begin_exports
 #include "orvcomtypes/orvversion.h"
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/smartcls.h"
@@ -46,4 +47,5 @@
 #include "orvcomtypes/wrtstream.h"
 #include "orvcomtypes/xmlvalue.h"
 #include "orvcomtypes/xmlstreamwrite.h"
+// IWYU pragma: end_exports
 // clang-format on

@@ -22,7 +22,11 @@
 ///         ShowText(column); // a COrvStr that shares the buffer
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvstralloc.h"
+
+#include <windows.h>
 
 #include <cstdint>
 #include <utility>

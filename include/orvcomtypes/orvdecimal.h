@@ -23,6 +23,7 @@
 ///     sql.Append(total.GetText());
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
 
 #include <compare>
@@ -30,6 +31,7 @@
 #include <cstdint>
 #include <utility>
 
+#include <windows.h>
 #include <oleauto.h>
 
 class ORV_API COrvDecimal

@@ -18,6 +18,8 @@
 ///     ids.ForEach([](unsigned id) { Use(id); });
 #pragma once
 
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvhashstorage.h"
 
 namespace OCT

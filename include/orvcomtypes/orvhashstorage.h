@@ -14,8 +14,13 @@
 /// Errors: without memory, or beyond 2^31 slots, `CLQMemoryExcept` is thrown and the table is as before.
 #pragma once
 
+#include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/memarraytreat.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>

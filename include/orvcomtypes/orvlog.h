@@ -65,10 +65,14 @@
 
 #include "orvcomtypes/formatcheck.h"
 #include "orvcomtypes/midintarray.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdint>
 #include <type_traits>
 
 class CLogFileInnerHandler;

@@ -32,9 +32,12 @@
 #pragma once
 
 #include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstralloc.h"
-#include "orvcomtypes/orvtabbedstr.h" // reads what they build
+#include "orvcomtypes/orvtabbedstr.h" // IWYU pragma: export // reads what they build
 
+#include <windows.h>
 #include <oleauto.h>
 
 #include <concepts>

@@ -37,9 +37,13 @@
 #pragma once
 
 #include "orvcomtypes/memarray.h"
+#include "orvcomtypes/memarraytreat.h"
 #include "orvcomtypes/midintarray.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlongstrbase.h"
 
+#include <windows.h>
+#include <oleauto.h>
 #include <oledb.h>
 
 #include <concepts>

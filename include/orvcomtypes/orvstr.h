@@ -28,9 +28,13 @@
 ///     sCopy.RemoveExt(ORVTEXT('.'));  // sPath stays as it was
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstralloc.h"
-#include "orvcomtypes/strconvert.h"
+#include "orvcomtypes/strconvert.h" // IWYU pragma: export
 
+#include <windows.h>
+
+#include <cstdint>
 #include <type_traits>
 
 class COrvDBStr;

@@ -25,7 +25,9 @@
 ///     ORVS_ReleaseString(s);
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 #include <atomic>
 #include <cstdint>

@@ -31,8 +31,13 @@
 #pragma once
 
 #include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/timeutils.h"
+
+#include <windows.h>
+
+#include <cstdint>
 
 struct tagDBTIMESTAMP; // DBTIMESTAMP of oledb.h
 

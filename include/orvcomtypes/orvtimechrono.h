@@ -19,6 +19,8 @@
 
 #include "orvcomtypes/orvtime.h"
 
+#include <windows.h>
+
 #include <chrono>
 #include <limits>
 #include <optional>

@@ -53,6 +53,7 @@
 #include "orvcomtypes/fixedtext.h"
 #include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/smartcls.h"
 
 #include <algorithm>

@@ -12,7 +12,9 @@
 ///         key.QueryStringValue(ORVTEXT("EventDir"), sDir, &nChars);
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 class ORV_API CRegKeyW
 {

@@ -27,7 +27,10 @@
 ///     COrvStr sText = CLQMessage(26100, 0).Format(nullptr);
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 class ORV_API CResourceHandler
 {

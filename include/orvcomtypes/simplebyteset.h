@@ -12,7 +12,10 @@
 ///     COrvStr sDays = days.JoinInterval(1, 7, ORVTEXT(',')); // "1,2,3,5,6"
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 class ORV_API CSimpleByteSet
 {

@@ -26,7 +26,10 @@
 ///         Refuse(sFault); // "the text was changed on its way: at character 14 U+0127 was sent, U+0027 …"
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 ORV_VALUES_BEGIN
 

@@ -39,6 +39,8 @@
 #include "orvcomtypes/orvtime.h"
 #include "orvcomtypes/simplebyteset.h"
 
+#include <windows.h>
+
 #include <concepts>
 #include <cstddef>
 #include <cstdio>

@@ -14,7 +14,9 @@
 ///     puts(CToUTF8(ORVTEXT("r\u00E9sum\u00E9")));
 #pragma once
 
-#include "orvcomtypes/stringutils.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 /// The ANSI form of a text, at most 999 bytes, empty for null; uses no heap.
 class ORV_API CToAnsi

@@ -24,7 +24,9 @@
 ///     UnicodeToUTF8(ORVTEXT("r\u00E9sum\u00E9"), sName, sizeof sName);
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 // ---- Terminated text ----
 

@@ -16,7 +16,9 @@
 ///   each batch of messages, so a steady flow of messages lengthens the wait.
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 namespace OCT
 {

@@ -14,7 +14,9 @@
 ///     GetThreadName(dwThreadId, sName, sizeof sName);
 #pragma once
 
-#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 /// Names a thread, the calling one for ids from 0x7FFFFFFF on (such as -1); whether there is such a thread is
 /// not looked at. The table keeps 63 bytes and a terminator. A debugger learns the name at once; the call

@@ -18,7 +18,10 @@
 ///         dwError = file.Flush(); // it is on the disk
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -37,8 +37,11 @@
 ///     // <order xmlns="urn:orders" id="12"><customer>Smith &amp; Sons</customer><sent>2024-05-06T07:08:09Z…
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/wrtstream.h"
 #include "orvcomtypes/xmlvalue.h"
+
+#include <windows.h>
 
 /// Why a call was refused.
 enum LQXMLError : int

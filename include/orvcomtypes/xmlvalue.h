@@ -38,8 +38,14 @@
 #include "orvcomtypes/midintarray.h"
 #include "orvcomtypes/orvdbstr.h"
 #include "orvcomtypes/orvdecimal.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvsqlstr.h"
+#include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/orvtime.h"
+
+#include <windows.h>
+#include <oleauto.h>
+#include <oledb.h>
 
 #include <concepts>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // What SQL Server's provider says about an error.
 #pragma once
 
-#include <oledb.h>
+#include <oledb.h> // IWYU pragma: export
 
 typedef struct tagSSErrorInfo
 {

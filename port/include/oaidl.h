@@ -1,7 +1,7 @@
 // Variants, and the error objects of COM, one per thread.
 #pragma once
 
-#include <wtypes.h>
+#include <wtypes.h> // IWYU pragma: export
 
 #include <cstring>
 

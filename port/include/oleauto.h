@@ -1,7 +1,7 @@
 // OLE Automation: variants as text. (Strings are declared with the rest in windows.h.)
 #pragma once
 
-#include <oaidl.h>
+#include <oaidl.h> // IWYU pragma: export
 
 #define LOCALE_INVARIANT 0x007Fu
 

@@ -1,7 +1,7 @@
 // The values of OLE DB with their types and states, and its error records.
 #pragma once
 
-#include <oleauto.h>
+#include <oleauto.h> // IWYU pragma: export
 
 typedef WORD DBTYPE;
 typedef DWORD DBSTATUS;

@@ -2,27 +2,27 @@
 // port/README.md says what each name promises.
 #pragma once
 
-#include "orvport/types.h"
+#include "orvport/types.h" // IWYU pragma: export
 
 #if defined(__cplusplus) // A program in C gets the types, which orvcomtypes/orvcapi.h needs.
 
-#include "orvport/error.h"
+#include "orvport/error.h" // IWYU pragma: export
 
-#include "orvport/debug.h"
-#include "orvport/environment.h"
-#include "orvport/file.h"
-#include "orvport/formatmessage.h"
-#include "orvport/localetime.h"
-#include "orvport/memory.h"
-#include "orvport/message.h"
-#include "orvport/module.h"
-#include "orvport/nls.h"
-#include "orvport/oledate.h"
-#include "orvport/registry.h"
-#include "orvport/resource.h"
-#include "orvport/sync.h"
-#include "orvport/systime.h"
-#include "orvport/thread.h"
-#include "orvport/threadlocal.h"
+#include "orvport/debug.h"         // IWYU pragma: export
+#include "orvport/environment.h"   // IWYU pragma: export
+#include "orvport/file.h"          // IWYU pragma: export
+#include "orvport/formatmessage.h" // IWYU pragma: export
+#include "orvport/localetime.h"    // IWYU pragma: export
+#include "orvport/memory.h"        // IWYU pragma: export
+#include "orvport/message.h"       // IWYU pragma: export
+#include "orvport/module.h"        // IWYU pragma: export
+#include "orvport/nls.h"           // IWYU pragma: export
+#include "orvport/oledate.h"       // IWYU pragma: export
+#include "orvport/registry.h"      // IWYU pragma: export
+#include "orvport/resource.h"      // IWYU pragma: export
+#include "orvport/sync.h"          // IWYU pragma: export
+#include "orvport/systime.h"       // IWYU pragma: export
+#include "orvport/thread.h"        // IWYU pragma: export
+#include "orvport/threadlocal.h"   // IWYU pragma: export
 
 #endif

@@ -9,7 +9,11 @@
 #include "strings/strbuffer.h"
 #include "strings/textlen.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 inline void COrvLongStrBase::EndAt(const WCHAR* pEnd) noexcept
 {

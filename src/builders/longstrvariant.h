@@ -3,6 +3,7 @@
 
 #include "builders/valueat.h"
 
+#include <windows.h>
 #include <oleauto.h>
 
 namespace OCT

@@ -5,11 +5,16 @@
 #include "core/numtext.h"
 #include "strings/ansi.h"
 
+#include <windows.h>
+#include <oleauto.h>
+#include <oledb.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
-#include <type_traits>
 
 using OCT::ValueAt;
 

@@ -1,10 +1,18 @@
 #include "orvcomtypes/orvdbstr.h"
 
 #include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvstralloc.h"
 #include "strings/strbuffer.h"
 #include "strings/textlen.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
 
 namespace
 {

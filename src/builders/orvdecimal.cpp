@@ -3,7 +3,16 @@
 #include "builders/wideint.h"
 #include "core/charclass.h"
 #include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
 
+#include <windows.h>
+#include <oleauto.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
 namespace

@@ -1,9 +1,23 @@
 #include "orvcomtypes/orvlongstrbase.h"
 
-#include "builders/longstrappend.h"
+#include "builders/longstrappend.h" // IWYU pragma: keep (templates)
 #include "builders/longstrvariant.h"
+#include "core/numtext.h"
+#include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/octalloc.h"
+#include "orvcomtypes/orvstralloc.h"
 #include "strings/ansi.h"
+#include "strings/strbuffer.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
+#include <oleauto.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <utility>
 
 namespace
 {
@@ -344,7 +358,10 @@ COrvLongAStr& COrvLongAStr::operator=(const char* s)
 {
     const std::size_t n = OCT::SourceLength(s, 0);
     if (n == 0)
-        return Clear(), *this;
+    {
+        Clear();
+        return *this;
+    }
     if (n > Length())
         Tail(n - Length());
     std::memmove(m_pStr, s, n);

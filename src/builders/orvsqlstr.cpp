@@ -1,15 +1,28 @@
 #include "orvcomtypes/orvsqlstr.h"
 
-#include "builders/longstrappend.h"
+#include "builders/longstrappend.h" // IWYU pragma: keep (templates)
 #include "builders/sqlquotes.h"
 #include "core/charclass.h"
+#include "core/numtext.h"
+#include "orvcomtypes/memarray.h"
+#include "orvcomtypes/memarraytreat.h"
+#include "orvcomtypes/octassert.h"
 #include "orvcomtypes/oledbconvert.h"
+#include "orvcomtypes/orvexport.h"
+#include "strings/textlen.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <string_view>
+#include <utility>
 
+#include <windows.h>
 #include <objbase.h>
+#include <oleauto.h>
+#include <oledb.h>
 
 ORV_EXPORT_TEMPLATE(CMarrayBase<COrvSQLStr, CFixMarrayTreat<COrvSQLStr, CStaticCRTAllocator, 16, 16>>);
 ORV_EXPORT_TEMPLATE(CFixMarray<COrvSQLStr, 16, 16>);

@@ -1,6 +1,9 @@
 #include "orvcomtypes/orvtabbedstr.h"
 
 #include "core/charclass.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 #include <limits>
 

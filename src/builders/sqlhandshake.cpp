@@ -2,10 +2,15 @@
 
 #include "core/numtext.h"
 #include "core/textformat.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
 #include "strings/textlen.h"
 #include "strings/wholetext.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 namespace

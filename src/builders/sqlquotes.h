@@ -1,8 +1,14 @@
 /// The quotes of a literal, counted and doubled 16 units at a time.
 #pragma once
 
+#include "orvcomtypes/orvexport.h"
 #include "strings/asciirun.h"
-#include "strings/strbuffer.h"
+
+#include <windows.h>
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
 
 namespace OCT
 {

@@ -1,9 +1,13 @@
 #include "orvcomtypes/wrtstream.h"
 
 #include "orvcomtypes/octalloc.h"
+#include "orvcomtypes/orvstralloc.h"
 #include "strings/textlen.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 

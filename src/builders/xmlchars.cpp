@@ -1,10 +1,15 @@
 #include "builders/xmlchars.h"
 
+#include "orvcomtypes/orvexport.h"
 #include "strings/asciirun.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 
@@ -74,10 +79,10 @@ enum : std::uint8_t
 
 constexpr auto kAsciiNames = [] {
     std::array<std::uint8_t, 128> classes{};
-    for (char c = 'a'; c <= 'z'; ++c)
-        classes[static_cast<std::size_t>(c)] = classes[static_cast<std::size_t>(c - 'a' + 'A')] = kStart;
-    for (char c = '0'; c <= '9'; ++c)
-        classes[static_cast<std::size_t>(c)] = kMore;
+    for (std::size_t c = 'a'; c <= 'z'; ++c)
+        classes[c] = classes[c - 'a' + 'A'] = kStart;
+    for (std::size_t c = '0'; c <= '9'; ++c)
+        classes[c] = kMore;
     classes['_'] = kStart;
     classes['-'] = classes['.'] = kMore;
     return classes;

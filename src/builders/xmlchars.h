@@ -1,8 +1,9 @@
 /// What XML 1.0 says of characters and names.
 #pragma once
 
-#include "orvcomtypes/orvexport.h"
 #include "strings/textlen.h"
+
+#include <windows.h>
 
 #include <cstddef>
 

@@ -1,14 +1,18 @@
 #include "builders/xmloutput.h"
 
+#include "builders/xmlchars.h"
 #include "core/numtext.h"
+#include "orvcomtypes/orvexport.h"
 #include "strings/asciirun.h"
+#include "strings/textlen.h"
 #include "strings/utf8.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 namespace OCT
 {

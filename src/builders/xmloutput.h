@@ -2,9 +2,11 @@
 /// asks for, given on in blocks in the document's encoding.
 #pragma once
 
-#include "builders/xmlchars.h"
 #include "orvcomtypes/wrtstream.h"
 #include "strings/strbuffer.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
 
 #include <cstddef>
 #include <cstring>

@@ -1,6 +1,13 @@
 #include "builders/xmlscopes.h"
 
+#include "builders/xmlchars.h"
+#include "orvcomtypes/orvexport.h"
+#include "strings/textlen.h"
+
 #include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <vector>
 
 namespace OCT
 {

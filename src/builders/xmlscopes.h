@@ -3,6 +3,10 @@
 #pragma once
 
 #include "builders/xmlchars.h"
+#include "orvcomtypes/orvexport.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
 
 #include <cstddef>
 #include <optional>

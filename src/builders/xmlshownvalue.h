@@ -2,8 +2,13 @@
 /// anything is written.
 #pragma once
 
+#include "builders/xmlchars.h"
 #include "builders/xmloutput.h"
 #include "orvcomtypes/xmlstreamwrite.h"
+#include "orvcomtypes/xmlvalue.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
 
 namespace OCT
 {

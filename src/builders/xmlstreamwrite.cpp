@@ -1,6 +1,13 @@
 #include "orvcomtypes/xmlstreamwrite.h"
 
+#include "builders/xmloutput.h"
 #include "builders/xmlwritestate.h"
+#include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/wrtstream.h"
+#include "orvcomtypes/xmlvalue.h"
+
+#include <windows.h>
 
 #include <new>
 

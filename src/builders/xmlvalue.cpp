@@ -3,12 +3,23 @@
 #include "builders/valueat.h"
 #include "core/numtext.h"
 #include "orvcomtypes/oledbconvert.h"
+#include "orvcomtypes/orvdbstr.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvsqlstr.h"
+#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvtime.h"
 #include "strings/textlen.h"
+
+#include <windows.h>
+#include <oleauto.h>
+#include <oledb.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 using OCT::ValueAt;

@@ -1,7 +1,19 @@
 #include "builders/xmlwritestate.h"
 
+#include "builders/xmlchars.h"
+#include "builders/xmloutput.h"
+#include "builders/xmlscopes.h"
 #include "builders/xmlshownvalue.h"
 #include "core/charclass.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/wrtstream.h"
+#include "orvcomtypes/xmlstreamwrite.h"
+#include "orvcomtypes/xmlvalue.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
+
+#include <cstddef>
 
 using OCT::CXMLName;
 using OCT::CXMLShownValue;

@@ -1,9 +1,17 @@
 /// Where a document stands, and what may follow.
 #pragma once
 
+#include "builders/xmlchars.h"
 #include "builders/xmloutput.h"
 #include "builders/xmlscopes.h"
+#include "orvcomtypes/wrtstream.h"
 #include "orvcomtypes/xmlstreamwrite.h"
+#include "orvcomtypes/xmlvalue.h"
+#include "strings/textlen.h"
+
+#include <windows.h>
+
+#include <cstddef>
 
 namespace OCT
 {

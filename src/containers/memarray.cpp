@@ -1,5 +1,8 @@
 #include "orvcomtypes/memarray.h"
 
+#include "orvcomtypes/memarraytreat.h"
+#include "orvcomtypes/orvexport.h"
+
 #include <cstdint>
 #include <cstdlib>
 

@@ -3,8 +3,16 @@
 #include "containers/idsort.h"
 #include "core/charclass.h"
 #include "core/numtext.h"
+#include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/memarraytreat.h"
+#include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 
 namespace

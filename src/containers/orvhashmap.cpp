@@ -1,5 +1,8 @@
 #include "orvcomtypes/orvhashmap.h"
 
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvhashstorage.h"
+
 #include <algorithm>
 #include <iterator>
 

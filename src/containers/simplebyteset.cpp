@@ -4,6 +4,9 @@
 #include "core/numtext.h"
 
 #include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,14 @@
 #include "core/numtext.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 
+#include <windows.h>
 #include <emmintrin.h>
 
 namespace OCT

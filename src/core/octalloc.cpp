@@ -4,9 +4,15 @@
 #include "core/lifecycle.h"
 #include "core/ownlock.h"
 #include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/plexalloc.h"
+#include "orvcomtypes/smartcls.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <span>
 

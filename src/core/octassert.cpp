@@ -1,8 +1,12 @@
 #include "orvcomtypes/octassert.h"
 
 #include "core/fixedline.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 
 // A report must be possible from anywhere: under any lock, without memory, in static destructors. So it uses

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orvcomtypes/plexalloc.h"
+#include "orvcomtypes/smartcls.h"
 
 namespace OCT
 {

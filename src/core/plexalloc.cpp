@@ -2,7 +2,15 @@
 
 #include "core/lifecycle.h"
 #include "forklock.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/smartcls.h"
 
+#include <windows.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 namespace

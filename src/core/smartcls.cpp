@@ -1,5 +1,9 @@
 #include "orvcomtypes/smartcls.h"
 
+#include "orvcomtypes/octassert.h"
+
+#include <windows.h>
+
 namespace OCT
 {
 

@@ -1,13 +1,20 @@
 #include "core/textformat.h"
 
 #include "core/numtext.h"
+#include "orvcomtypes/formatcheck.h"
+#include "orvcomtypes/orvexport.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstdarg>
+#include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 
+#include <windows.h>
 #include <emmintrin.h>
 
 namespace OCT

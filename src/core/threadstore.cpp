@@ -1,8 +1,15 @@
 #include "core/threadstore.h"
 
 #include "core/ownlock.h"
+#include "orvcomtypes/plexalloc.h"
+#include "orvcomtypes/smartcls.h"
+#include "threadslot.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
 #include <span>
 
 namespace OCT

@@ -16,6 +16,8 @@
 #include "orvcomtypes/plexalloc.h"
 #include "threadslot.h"
 
+#include <windows.h>
+
 #include <array>
 #include <atomic>
 

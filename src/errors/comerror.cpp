@@ -1,10 +1,15 @@
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
 
 #include "core/charclass.h"
 #include "orvcomtypes/memarray.h"
 #include "strings/wholetext.h"
 
+#include <windows.h>
 #include <msoledbsql.h>
+#include <oleauto.h>
+#include <oledb.h>
 
 namespace
 {

@@ -8,10 +8,16 @@
 #include "fatalgate.h"
 #include "log/loglist.h"
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/smartcls.h"
 
+#include <windows.h>
 #include <process.h>
 
 #include <atomic>
+#include <cstddef>
+#include <cstdlib>
 #include <exception>
 #include <string_view>
 #include <utility>

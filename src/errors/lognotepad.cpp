@@ -1,7 +1,12 @@
 #include "core/textformat.h"
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlog.h"
 #include "textviewer.h"
+
+#include <windows.h>
+
+#include <cstddef>
 
 namespace
 {

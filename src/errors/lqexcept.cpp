@@ -3,10 +3,19 @@
 #include "core/charclass.h"
 #include "core/fixedline.h"
 #include "core/textformat.h"
+#include "core/throwscope.h"
 #include "errors/lqraise.h"
+#include "orvcomtypes/lqmessage.h"
+#include "orvcomtypes/lqthrow.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/orvstr.h"
 #include "strings/wholetext.h"
 
+#include <windows.h>
+
+#include <cstddef>
 #include <iterator>
 #include <new>
 #include <string_view>

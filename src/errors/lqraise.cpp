@@ -1,7 +1,12 @@
 #include "errors/lqraise.h"
 
 #include "core/textformat.h"
+#include "core/throwscope.h"
+#include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvexport.h"
 #include "returnaddress.h"
+
+#include <windows.h>
 
 #include <atomic>
 

@@ -1,7 +1,6 @@
 // What the ways to throw share.
 #pragma once
 
-#include "core/throwscope.h"
 #include "orvcomtypes/lqexcept.h"
 
 namespace OCT

@@ -1,6 +1,8 @@
 #include "orvcomtypes/lqthrow.h"
 
 #include "errors/lqraise.h"
+#include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/orvexport.h"
 #include "returnaddress.h"
 
 #include <new>
@@ -12,7 +14,7 @@ template <class Except>
 [[noreturn]] void Raise(Except&& e, const char* sTypeName, const void* pAddress)
 {
     OCT::AnnounceThrow(e, sTypeName, pAddress);
-    throw std::move(e); // a copy would need memory, which may be what is missing
+    throw std::forward<Except>(e); // a copy would need memory, which may be what is missing
 }
 
 } // namespace

@@ -3,7 +3,15 @@
 #include "log/logline.h"
 #include "log/sqltext.h"
 #include "orvcomtypes/lqexcept.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlog.h"
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <cstddef>
+#include <string_view>
 
 namespace
 {

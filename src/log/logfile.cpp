@@ -1,8 +1,17 @@
 #include "log/logfile.h"
 
 #include "core/textformat.h"
+#include "log/logfilename.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/smartcls.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 

@@ -5,9 +5,11 @@
 #include "core/ownlock.h"
 #include "log/logfilename.h"
 #include "orvcomtypes/orvlog.h"
-#include "orvcomtypes/smartcls.h"
+
+#include <windows.h>
 
 #include <atomic>
+#include <cstdint>
 
 /// What users have chosen for a file; may change at any time.
 struct CLogFileOptions

@@ -3,10 +3,17 @@
 #include "core/charclass.h"
 #include "core/textformat.h"
 #include "orvcomtypes/lqsettings.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 
+#include <windows.h>
 #include <shlobj.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <initializer_list>
+#include <string>
 #include <string_view>
 
 namespace

@@ -1,14 +1,12 @@
 // Names of log files: what a file-name format stands for at a moment.
 #pragma once
 
-#include "orvcomtypes/orvexport.h"
-
 #include <windows.h>
 
 #include <chrono>
-#include <cstdint>
 #include <ctime>
 #include <string>
+#include <string_view>
 
 /// The handlers' own texts lie outside of the library's pools: logs live until the process ends.
 using CLogText = std::basic_string<WCHAR>;

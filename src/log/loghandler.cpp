@@ -1,11 +1,22 @@
 #include "log/loghandler.h"
 
+#include "log/logfilename.h"
 #include "log/loglist.h"
+#include "log/logloss.h"
+#include "log/logmessage.h"
 #include "log/writername.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/smartcls.h"
 
+#include <windows.h>
 #include <process.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <utility>

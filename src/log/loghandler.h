@@ -17,9 +17,21 @@
 #pragma once
 
 #include "core/ownlock.h"
+#include "log/logfile.h"
+#include "log/logfilename.h"
 #include "log/loginbox.h"
+#include "log/logloss.h"
+#include "log/logmessage.h"
+#include "log/logqueue.h"
 #include "log/logwriter.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
 
 class CLogFileInnerHandler : public ILogFileHandler
 {

@@ -1,5 +1,11 @@
 #include "log/loginbox.h"
 
+#include "log/logmessage.h"
+
+#include <windows.h>
+
+#include <atomic>
+
 CLogMessage CLogInbox::s_closed;
 
 void CLogInbox::Open()

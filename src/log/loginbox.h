@@ -14,6 +14,8 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 
 class CLogInbox
 {

@@ -9,8 +9,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdarg>
+#include <cstdint>
 #include <cstring>
+#include <ctime>
+#include <string_view>
 
+#include <windows.h>
 #include <emmintrin.h>
 
 namespace

@@ -3,7 +3,15 @@
 #include "core/charclass.h"
 #include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
+#include "log/loghandler.h"
+#include "log/logloss.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/smartcls.h"
 
+#include <windows.h>
+
+#include <atomic>
 #include <memory>
 
 namespace

@@ -3,7 +3,13 @@
 
 #include "core/ownlock.h"
 #include "log/loghandler.h"
+#include "log/logloss.h"
 #include "orvcomtypes/memarray.h"
+#include "orvcomtypes/orvlog.h"
+
+#include <windows.h>
+
+#include <atomic>
 
 class CLogFileHandlerList
 {

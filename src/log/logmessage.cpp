@@ -2,10 +2,13 @@
 
 #include "core/threadstore.h"
 #include "core/throwscope.h"
+#include "orvcomtypes/fixedtext.h"
 #include "orvcomtypes/plexalloc.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>

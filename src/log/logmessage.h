@@ -1,7 +1,6 @@
 // One line on its way from its caller to the file, and the memory it lies in.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 struct CLogBlock;

@@ -1,5 +1,8 @@
 #include "log/logqueue.h"
 
+#include "log/logmessage.h"
+
+#include <cstdint>
 #include <utility>
 
 void CLogQueue::Append(CLogQueue& other)

@@ -1,9 +1,19 @@
 #include "log/logwriter.h"
 
 #include "core/textformat.h"
+#include "log/logfilename.h"
 #include "log/logline.h"
+#include "log/logloss.h"
+#include "log/logmessage.h"
+#include "log/logqueue.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 

@@ -2,8 +2,11 @@
 #pragma once
 
 #include "log/logfile.h"
+#include "log/logfilename.h"
 #include "log/logloss.h"
 #include "log/logqueue.h"
+
+#include <windows.h>
 
 #include <atomic>
 #include <cstdlib>

@@ -4,8 +4,18 @@
 #include "log/logline.h"
 #include "log/loglist.h"
 #include "log/loglocation.h"
+#include "log/logloss.h"
+#include "orvcomtypes/formatcheck.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <string>

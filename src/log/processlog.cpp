@@ -4,6 +4,14 @@
 #include "log/logfilename.h"
 #include "log/loglist.h"
 #include "log/loglocation.h"
+#include "log/logloss.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/smartcls.h"
+
+#include <windows.h>
+
+#include <cstdint>
 
 namespace
 {

@@ -1,9 +1,15 @@
 // Logs that the registry configures.
 #include "core/charclass.h"
 #include "core/textformat.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvlog.h"
+#include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/regkeyw.h"
 
+#include <windows.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <optional>
@@ -150,7 +156,7 @@ bool COrvLog::InitRegLog(const WCHAR* keyName, const WCHAR* prefix)
     if (configuration.m_nFlushLevel)
         SetFlushLevel(static_cast<unsigned>(*configuration.m_nFlushLevel));
     for (unsigned i = 0; i < std::size(kFileOptionNames); ++i)
-        if (configuration.m_fileOptions[i])
-            SetFileOption(static_cast<LQLogFileOption>(i), *configuration.m_fileOptions[i]);
+        if (const auto& option = configuration.m_fileOptions[i])
+            SetFileOption(static_cast<LQLogFileOption>(i), *option);
     return configuration.m_bRead;
 }

@@ -3,9 +3,12 @@
 #include "core/textformat.h"
 #include "log/logline.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 CSQLText::CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view sLabel, CStatement sStatement,
                    std::string_view sTail)

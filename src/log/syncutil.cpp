@@ -1,5 +1,10 @@
 #include "orvcomtypes/syncutil.h"
 
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
+
 namespace OCT
 {
 

@@ -2,7 +2,11 @@
 
 #include "core/numtext.h"
 #include "log/writername.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "threadnaming.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <atomic>

@@ -1,13 +1,24 @@
 #include "orvcomtypes/lqmessage.h"
 
 #include "core/fixedline.h"
+#include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/memarray.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvtime.h"
 #include "strings/inserts.h"
 #include "strings/wholetext.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
 #include <memory>
 #include <new>
+#include <string_view>
+#include <utility>
 
 /// Only the slot of the type means something.
 struct CLQMessageParam

@@ -4,8 +4,14 @@
 #include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/resourcehandler.h"
+#include "orvcomtypes/smartcls.h"
+#include "resources/lqresloader.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
 #include <iterator>
 #include <new>
 #include <string_view>

@@ -4,6 +4,8 @@
 #include "core/ownlock.h"
 #include "resources/lqresloader.h"
 
+#include <windows.h>
+
 #include <atomic>
 
 /// A language's name in the form that files are named by: small letters, digits and "-", so that it cannot

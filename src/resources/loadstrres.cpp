@@ -1,9 +1,14 @@
 #include "orvcomtypes/loadstrres.h"
 
 #include "core/charclass.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/resourcehandler.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>

@@ -1,7 +1,12 @@
 #include "resources/lqresloader.h"
 
+#include "core/fixedline.h"
 #include "orvcomtypes/lqsettings.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "resourcesuffix.h"
+
+#include <windows.h>
 
 #include <cstring>
 

@@ -1,6 +1,10 @@
 // The members of COrvStr that read string resources. They stand here because the rooms below know none.
 #include "orvcomtypes/loadstrres.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+
+#include <windows.h>
 
 #include <algorithm>
 

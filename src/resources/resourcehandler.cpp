@@ -1,8 +1,14 @@
 #include "orvcomtypes/resourcehandler.h"
 
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
 #include "resources/languagetable.h"
+#include "resources/lqresloader.h"
 
-#include <utility>
+#include <windows.h>
+
+#include <atomic>
+#include <string>
 
 namespace
 {

@@ -1,5 +1,13 @@
 #include "orvcomtypes/lqsettings.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/stringutils.h"
 #include "settingsform.h"
+
+#include <windows.h>
+
+#include <cstddef>
+#include <string>
 
 namespace
 {

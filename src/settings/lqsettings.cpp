@@ -1,11 +1,23 @@
 #include "orvcomtypes/lqsettings.h"
 
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/regkeyw.h"
+#include "orvcomtypes/stringutils.h"
 #include "registryreading.h"
 #include "settingsform.h"
 #include "strings/wholetext.h"
 
+#include <windows.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <limits>
+#include <string>
+#include <string_view>
+#include <type_traits>
 
 namespace
 {

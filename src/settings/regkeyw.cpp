@@ -1,5 +1,9 @@
 #include "orvcomtypes/regkeyw.h"
 
+#include "orvcomtypes/octassert.h"
+
+#include <windows.h>
+
 LSTATUS CRegKeyW::Open(HKEY hParent, const WCHAR* sSubKey, REGSAM samDesired) noexcept
 {
     HKEY hKey = nullptr;

@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <string>

@@ -4,8 +4,11 @@
 #include "strings/asciirun.h"
 #include "strings/utf8.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <type_traits>
 
 namespace OCT

@@ -1,9 +1,14 @@
 // The converter objects of strconvert.h.
+#include "orvcomtypes/octassert.h"
 #include "orvcomtypes/strconvert.h"
+#include "orvcomtypes/stringutils.h"
 
 #include "orvcomtypes/octalloc.h"
 #include "strings/textlen.h"
 
+#include <windows.h>
+
+#include <cstddef>
 #include <cstdint>
 
 namespace

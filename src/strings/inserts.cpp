@@ -2,7 +2,13 @@
 
 #include "orvcomtypes/orvexport.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <iterator>
+#include <span>
 
 namespace
 {

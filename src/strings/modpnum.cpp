@@ -1,10 +1,12 @@
 #include "orvcomtypes/modpnum.h"
 
 #include "core/numtext.h"
+#include "orvcomtypes/orvexport.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 
 namespace
 {

@@ -1,9 +1,18 @@
 #include "orvcomtypes/orvstr.h"
 
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/orvstralloc.h"
+#include "orvcomtypes/stringutils.h"
 #include "strings/strbuffer.h"
 #include "strings/textlen.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 #include <utility>
 
 namespace

@@ -2,9 +2,17 @@
 
 #include "core/threadstore.h"
 #include "orvcomtypes/octalloc.h"
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
+#include "orvcomtypes/plexalloc.h"
 #include "strings/strbuffer.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <new>
 

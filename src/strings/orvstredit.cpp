@@ -1,12 +1,21 @@
 // Search, changing members and path helpers of COrvStr.
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvstralloc.h"
 
 #include "core/charclass.h"
 #include "strings/strbuffer.h"
+#include "strings/textlen.h"
 #include "strings/textsearch.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <string>
 
 namespace
 {

@@ -1,14 +1,21 @@
 // Numbers of COrvStr: appended, and read.
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvstralloc.h"
 
 #include "core/charclass.h"
 #include "core/numtext.h"
 #include "core/textformat.h"
 #include "strings/strbuffer.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
 namespace

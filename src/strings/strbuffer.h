@@ -3,6 +3,10 @@
 
 #include "orvcomtypes/orvstralloc.h"
 
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
 #include <cstring>
 
 /// The one buffer of every empty text.

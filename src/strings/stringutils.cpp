@@ -1,9 +1,13 @@
 #include "orvcomtypes/stringutils.h"
 
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "strings/ansi.h"
 #include "strings/asciirun.h"
 #include "strings/textlen.h"
 #include "strings/utf8.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <climits>

@@ -1,12 +1,17 @@
 // The templates of COrvStr: inserts by position, and tags that a client fills.
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
 
 #include "core/charclass.h"
 #include "strings/inserts.h"
 #include "strings/textlen.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 namespace
 {

@@ -1,9 +1,13 @@
 // GetTextFileContents of stringutils.h: what encoding the bytes of a text file are in, and their text.
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/stringutils.h"
 
 #include "strings/ansi.h"
 #include "strings/textlen.h"
 #include "strings/utf8.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <cstring>

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
+#include <windows.h>
 #include <emmintrin.h>
 
 namespace OCT

@@ -1,8 +1,11 @@
 #include "strings/textsearch.h"
 
+#include "strings/textlen.h"
+
 #include <bit>
 #include <cstring>
 
+#include <windows.h>
 #include <emmintrin.h>
 
 namespace OCT

@@ -3,6 +3,10 @@
 
 #include "strings/textlen.h"
 
+#include <windows.h>
+
+#include <cstddef>
+
 namespace OCT
 {
 

@@ -1,8 +1,12 @@
 // The small text utilities of stringutils.h.
+#include "orvcomtypes/octassert.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/stringutils.h"
 
 #include "core/charclass.h"
 #include "core/numtext.h"
+
+#include <windows.h>
 
 #include <cmath>
 #include <cstdint>

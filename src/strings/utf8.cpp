@@ -3,8 +3,11 @@
 #include "strings/asciirun.h"
 #include "strings/utf8threes.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 
 namespace OCT

@@ -3,7 +3,11 @@
 #include "strings/asciirun.h"
 #include "strings/utf8threeunits.h"
 
+#include <windows.h>
+
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace OCT
 {

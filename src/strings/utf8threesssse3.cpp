@@ -4,6 +4,10 @@
 #include "strings/utf8threes.h"
 #include "strings/utf8threeunits.h"
 
+#include <windows.h>
+
+#include <cstddef>
+
 #include <tmmintrin.h>
 
 namespace OCT

@@ -2,8 +2,6 @@
 // processors, so everything here is internal to each: the linker must not take one's for the other.
 #pragma once
 
-#include <windows.h>
-
 #include <emmintrin.h>
 
 namespace OCT

@@ -4,6 +4,8 @@
 #include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/orvstr.h"
 
+#include <windows.h>
+
 namespace OCT
 {
 

@@ -1,6 +1,7 @@
 #include "time/civil.h"
 
 #include <chrono>
+#include <cstdint>
 
 std::int64_t OCT::DistantSecondsOf(int year, int month, int day, int hour, int minute, int second) noexcept
 {

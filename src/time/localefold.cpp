@@ -2,8 +2,10 @@
 
 #include "core/charclass.h"
 
-#include <algorithm>
-#include <iterator>
+#include <windows.h>
+
+#include <algorithm> // IWYU pragma: keep (ranges)
+#include <cstddef>
 
 namespace
 {

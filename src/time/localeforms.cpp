@@ -1,12 +1,21 @@
 #include "core/charclass.h"
 #include "core/neverdestroyed.h"
 #include "core/ownlock.h"
+#include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/smartcls.h"
 #include "picture.h"
+#include "time/localefold.h"
 #include "time/localetext.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <optional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 using OCT::CLocaleForms;
 using OCT::FoldedText;

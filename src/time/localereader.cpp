@@ -1,9 +1,14 @@
 #include "core/charclass.h"
 #include "orvcomtypes/orvtime.h"
+#include "time/localefold.h"
 #include "time/localetext.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <span>
+#include <vector>
 
 using OCT::CLocaleForms;
 using OCT::FoldedView;
@@ -118,6 +123,7 @@ void CLocaleReader::SkipBlanks()
 
 bool CLocaleReader::SetYear(int iYear, SYSTEMTIME& st) const
 {
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): dates are read only where there is one
     const int iOffset = *m_forms.m_yearOffset;
     if (iYear >= 100)
         iYear -= iOffset;

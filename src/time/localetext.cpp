@@ -2,6 +2,8 @@
 
 #include "orvcomtypes/orvtime.h"
 
+#include <windows.h>
+
 namespace
 {
 

@@ -3,7 +3,10 @@
 
 #include "time/localefold.h"
 
+#include <windows.h>
+
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <vector>

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "orvcomtypes/timeutils.h"
-#include "systemzone.h"
+
+#include <windows.h>
 
 #include <cstdint>
 

@@ -3,10 +3,15 @@
 #include "core/neverdestroyed.h"
 #include "systemzone.h"
 #include "time/civil.h"
+#include "zoneperiods.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <list>
 #include <optional>
@@ -78,8 +83,10 @@ void CZoneRules::AddYear(CZonePeriods& periods, year inYear) const
     const auto startOf = [this](year of) {
         return sys_seconds(sys_days(of / 1 / 1)).time_since_epoch().count() - m_nStandard;
     };
+    // NOLINTBEGIN(bugprone-unchecked-optional-access): valid rules have both in every year
     const std::int64_t nToStandard = *ChangeOf(m_record.StandardDate, inYear);
     const std::int64_t nToDaylight = *ChangeOf(m_record.DaylightDate, inYear);
+    // NOLINTEND(bugprone-unchecked-optional-access)
     const bool bDaylightInside = nToDaylight < nToStandard;
     std::array<std::int64_t, 3> moments = {startOf(inYear), nToStandard - m_nDaylight,
                                            nToDaylight - m_nStandard};

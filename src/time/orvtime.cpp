@@ -1,10 +1,15 @@
 #include "orvcomtypes/orvtime.h"
 
+#include "orvcomtypes/timeutils.h"
+#include "systemzone.h"
 #include "time/civil.h"
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
 
+#include <windows.h>
+
 #include <chrono>
+#include <cstdint>
 
 namespace
 {

@@ -1,7 +1,12 @@
+#include "orvcomtypes/orvtime.h"
+#include "orvcomtypes/timeutils.h"
 #include "time/civil.h"
 #include "time/orvtimeutil.h"
 
+#include <windows.h>
 #include <oledb.h>
+
+#include <cstdint>
 
 namespace
 {

@@ -1,3 +1,4 @@
+#include "orvcomtypes/orvtime.h"
 #include "time/orvtimeutil.h"
 
 namespace

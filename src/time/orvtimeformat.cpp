@@ -1,7 +1,10 @@
 #include "core/numtext.h"
+#include "orvcomtypes/orvtime.h"
 #include "time/civil.h"
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <string_view>

@@ -1,6 +1,10 @@
+#include "orvcomtypes/orvstr.h"
+#include "orvcomtypes/orvtime.h"
 #include "time/localetext.h"
 #include "time/localzone.h"
 #include "time/orvtimeutil.h"
+
+#include <windows.h>
 
 COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
 {

@@ -1,7 +1,11 @@
 #include "core/charclass.h"
+#include "orvcomtypes/orvtime.h"
 #include "time/civil.h"
 #include "time/orvtimeutil.h"
 
+#include <windows.h>
+
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 

@@ -2,6 +2,8 @@
 
 #include "time/orvtimeutil.h"
 
+#include <windows.h>
+
 namespace
 {
 

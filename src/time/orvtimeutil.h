@@ -1,7 +1,7 @@
 /// What the sources of `COrvTime` and `COrvTimeDiff` share. They all report as `orvtime`.
 #pragma once
 
-#include "orvcomtypes/orvtime.h"
+#include "orvcomtypes/octassert.h"
 
 #include <cmath>
 

@@ -1,5 +1,7 @@
 #include "orvcomtypes/timeutils.h"
 #include "core/ownlock.h"
+#include "orvcomtypes/orvexport.h"
+#include "zoneperiods.h"
 
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/octassert.h"
@@ -10,7 +12,12 @@
 #include "time/namedzone.h"
 #include "zonekeyname.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace

@@ -3,6 +3,8 @@
 
 #include "commands.h"
 
+#include <vector>
+
 /// The arguments behind the program's name; also makes the console show UTF-8.
 std::vector<CText> ProgramArguments(int argc, char** argv);
 

@@ -6,10 +6,20 @@
 #include "valuetext.h"
 
 #include "orvcomtypes/lqsettings.h"
+#include "orvcomtypes/orvexport.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -204,7 +214,7 @@ void CTool::NoMoreThan(std::size_t nWords) const
 /// The path below the hive that the second word names.
 CText CTool::Path() const
 {
-    const CText sRoot(GetLQSettingsRootStr());
+    CText sRoot(GetLQSettingsRootStr());
     if (m_words.size() < 2 || m_words[1] == ORVTEXT("."))
         return sRoot;
     const CText& sKey = m_words[1];
@@ -350,7 +360,10 @@ void CTool::AppendExport(const CText& sPath, const CStoredKey& key, const OrvPor
         sText.append(OrvPort::FormatRegValue(value.m_sName, value.m_dwType, value.m_data, encoding));
     for (const CText& sChild : key.m_children)
     {
-        const CText sChildPath = sPath.empty() ? sChild : sPath + ORVTEXT('\\') + sChild;
+        CText sChildPath = sPath;
+        if (!sPath.empty())
+            sChildPath += ORVTEXT('\\');
+        sChildPath += sChild;
         if (const std::optional<CStoredKey> child = m_store.ReadKey(WriteScope(), sChildPath))
             AppendExport(sChildPath, *child, encoding, sText);
     }

@@ -1,10 +1,9 @@
 // The tool orvsettings: reads and changes settings of the user and of the machine.
 #pragma once
 
-#include "orvcomtypes/orvexport.h"
-
 #include <windows.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>

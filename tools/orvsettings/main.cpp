@@ -1,9 +1,12 @@
 #include "arguments.h"
+#include "commands.h"
 
 #include "orvcomtypes/octalloc.h"
 
 #include <chrono>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 namespace
 {

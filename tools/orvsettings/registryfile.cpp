@@ -1,12 +1,20 @@
 #include "registryfile.h"
+#include "commands.h"
+#include "store.h"
 
 #include "registry/registrytext.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <string>
 #include <system_error>
+#include <utility>
 
 namespace
 {

@@ -1,7 +1,10 @@
 // Registry files, as they are imported.
 #pragma once
 
+#include "commands.h"
 #include "store.h"
+
+#include <vector>
 
 /// What a file says, and what of it is not understood.
 struct CRegistryFile

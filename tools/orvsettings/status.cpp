@@ -1,5 +1,9 @@
 #include "store.h"
 
+#include <windows.h>
+
+#include <string>
+
 std::string StatusText(LSTATUS lStatus)
 {
     const char* sReason = lStatus == ERROR_ACCESS_DENIED       ? "access denied"

@@ -3,10 +3,14 @@
 
 #include "commands.h"
 
+#include <windows.h>
+
 #include <array>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 /// A failure with the result that the tool ends with.
 class CToolError : public std::runtime_error

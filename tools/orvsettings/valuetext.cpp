@@ -1,7 +1,16 @@
 #include "valuetext.h"
+#include "commands.h"
+#include "store.h"
+
+#include <windows.h>
 
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <vector>
 
 namespace
 {

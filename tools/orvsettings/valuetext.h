@@ -1,7 +1,13 @@
 // Values as people write and read them.
 #pragma once
 
+#include "commands.h"
 #include "store.h"
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
 
 /// Short name of a type ("sz", "dword"), or its number.
 std::string TypeName(DWORD dwType);

@@ -6,14 +6,16 @@
 #include "process/errnomap.h"
 #include "text/utf.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
 #include <new>
 #include <string>
 
 #include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/uio.h>

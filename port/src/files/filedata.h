@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <ctime>
+
 #include <sys/stat.h>
 
 inline FILETIME PortFileTime(const timespec& ts) noexcept

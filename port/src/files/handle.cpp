@@ -1,5 +1,7 @@
 #include "files/handle.h"
 
+#include <windows.h>
+
 BOOL CloseHandle(HANDLE hObject) noexcept
 {
     auto* pObject = CPortObject::Of<CPortObject>(hObject);

@@ -1,4 +1,6 @@
 // The error object of each thread.
+#include <windows.h>
+
 #include <oaidl.h>
 
 #include <atomic>

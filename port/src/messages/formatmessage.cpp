@@ -5,6 +5,9 @@
 #include "messages/systemtext.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdlib>
 #include <new>
 #include <string>
 #include <string_view>

@@ -1,5 +1,6 @@
 #include "messages/systemtext.h"
 
+#include <windows.h>
 #include <oleauto.h>
 
 #include <algorithm>

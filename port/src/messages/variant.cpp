@@ -1,4 +1,5 @@
 // Variants as texts in the user's locale.
+#include <windows.h>
 #include <oleauto.h>
 
 #include "text/nlslocale.h"
@@ -6,6 +7,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <new>
 #include <string>
 

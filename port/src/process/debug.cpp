@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <string>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>

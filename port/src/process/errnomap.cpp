@@ -1,5 +1,7 @@
 #include "process/errnomap.h"
 
+#include <windows.h>
+
 #include <cerrno>
 
 DWORD PortWin32Error(int nErrno) noexcept

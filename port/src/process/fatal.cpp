@@ -3,12 +3,16 @@
 #include "fatalgate.h"
 #include "threads/futex.h"
 
+#include <windows.h>
+
 #include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 
 #include <pthread.h>

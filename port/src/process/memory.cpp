@@ -3,6 +3,7 @@
 
 #include "process/sparememory.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>

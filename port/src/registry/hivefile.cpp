@@ -1,21 +1,28 @@
 #include "registry/hivefile.h"
 
 #include "process/errnomap.h"
+#include "registry/registrydoc.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 

@@ -4,10 +4,14 @@
 
 #include "registry/registrydoc.h"
 
+#include <windows.h>
+
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace OrvPort
 {

@@ -1,12 +1,20 @@
+#include "registry/hivefile.h"
 #include "registry/registryapi.h"
+#include "registry/registrydoc.h"
 #include "registry/registryhive.h"
+#include "registry/registrytext.h"
 #include "registry/registryzones.h"
 #include "threads/portlock.h"
 
+#include <windows.h>
+
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace OrvPort
 {

@@ -1,8 +1,10 @@
 // The narrow registry calls: names and text are in the ANSI code page, everything else as in the wide ones.
 #include "registry/registryapi.h"
+#include "registry/registrytext.h"
 
 #include <windows.h>
 
+#include <cstddef>
 #include <new>
 
 using namespace OrvPort;

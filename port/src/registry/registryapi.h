@@ -3,6 +3,8 @@
 
 #include "registry/registrytext.h"
 
+#include <windows.h>
+
 #include <type_traits>
 
 namespace OrvPort

@@ -1,9 +1,16 @@
 #include "registry/registrydoc.h"
 
+#include "registry/registrytext.h"
+
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace OrvPort
 {

@@ -4,10 +4,15 @@
 
 #include "registry/registrytext.h"
 
+#include <windows.h>
+
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace OrvPort

@@ -1,11 +1,16 @@
 #include "registry/registryhive.h"
 
+#include "registry/hivefile.h"
+#include "registry/registrydoc.h"
+#include "registry/registrytext.h"
 #include "registryreading.h"
 
 #include <windows.h>
 
 #include <algorithm>
-#include <utility>
+#include <memory>
+#include <mutex>
+#include <string>
 
 __thread CRegistryReading* CRegistryReading::t_pCurrent;
 

@@ -3,10 +3,15 @@
 #pragma once
 
 #include "registry/hivefile.h"
+#include "registry/registrydoc.h"
+#include "registry/registrytext.h"
 #include "threads/portlock.h"
+
+#include <windows.h>
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace OrvPort
 {

@@ -1,6 +1,12 @@
 #include "registry/registrytext.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace OrvPort

@@ -9,7 +9,6 @@
 
 #include <windows.h>
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>

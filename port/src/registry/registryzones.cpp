@@ -1,6 +1,14 @@
 #include "registry/registryzones.h"
 
+#include "registry/registrydoc.h"
+#include "registry/registrytext.h"
 #include "time/zonekeys.h"
+
+#include <windows.h>
+
+#include <cstddef>
+#include <optional>
+#include <vector>
 
 namespace OrvPort
 {

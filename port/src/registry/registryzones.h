@@ -2,6 +2,7 @@
 #pragma once
 
 #include "registry/registrydoc.h"
+#include "registry/registrytext.h"
 
 #include <vector>
 

@@ -6,13 +6,18 @@
 #include "text/otherpages.h"
 #include "threads/portlock.h"
 
+#include <windows.h>
+
 #include <unicode/ucnv.h>
 #include <unicode/unorm2.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <exception>
 #include <memory>
 #include <new>
+#include <span>
 #include <stdexcept>
 #include <utility>
 #include <vector>

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cstddef>
 #include <span>
 
 /// Whether the number means UTF-8, which has no tables here; the ANSI code page may be UTF-8.

@@ -14,7 +14,9 @@
 #include <atomic>
 #include <bit>
 #include <climits>
+#include <cstdint>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <new>
 #include <optional>
@@ -22,6 +24,7 @@
 #include <string>
 #include <string_view>
 
+#include <windows.h>
 #include <dlfcn.h>
 #include <emmintrin.h>
 

@@ -1,5 +1,7 @@
 #include "text/johab.h"
 
+#include <windows.h>
+
 namespace
 {
 

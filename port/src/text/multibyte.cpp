@@ -1,6 +1,7 @@
 // MultiByteToWideChar and WideCharToMultiByte: the tables for code pages, ICU's macros for UTF-8.
 #include "text/codepage.h"
 #include "text/otherpages.h"
+#include "text/sink.h"
 
 #include <unicode/unorm2.h>
 #include <unicode/utf16.h>
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <string>
 
+#include <windows.h>
 #include <emmintrin.h>
 
 namespace

@@ -2,6 +2,8 @@
 
 #include "text/codepage.h"
 
+#include <windows.h>
+
 #include <unicode/uloc.h>
 
 #include <cstdio>

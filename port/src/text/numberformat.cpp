@@ -9,6 +9,7 @@
 #include <unicode/unum.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <iterator>

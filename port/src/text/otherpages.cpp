@@ -1,11 +1,15 @@
 #include "text/otherpages.h"
 
 #include "process/sparememory.h"
+#include "text/sink.h"
 #include "threads/portlock.h"
+
+#include <windows.h>
 
 #include <unicode/ucnv.h>
 #include <unicode/utf16.h>
 
+#include <cstddef>
 #include <string_view>
 
 namespace
@@ -14,12 +18,12 @@ namespace
 // ---- UTF-7 (RFC 2152): units in base 64 between "+" and "-", and what stands for itself ----
 
 constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::string_view c_sDirect("\0\t\n\r '(),-./:?", 15);
+constexpr std::string_view kDirect("\0\t\n\r '(),-./:?", 14);
 
 bool IsDirect(WCHAR c)
 {
     const bool bAlphanumeric = (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
-    return c < 0x80 && (bAlphanumeric || c_sDirect.find(static_cast<char>(c)) != c_sDirect.npos);
+    return c < 0x80 && (bAlphanumeric || kDirect.find(static_cast<char>(c)) != kDirect.npos);
 }
 
 /// Puts all units up to one that stands for itself; the "-" at the end always stands there.

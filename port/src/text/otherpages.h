@@ -4,6 +4,8 @@
 
 #include "text/sink.h"
 
+#include <windows.h>
+
 inline constexpr UINT kPageUtf7 = 65000;
 inline constexpr UINT kPageGb18030 = 54936;
 

@@ -1,6 +1,11 @@
 #include "text/utf.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace
 {

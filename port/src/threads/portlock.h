@@ -7,10 +7,11 @@
 
 #include "forklock.h"
 
+#include <windows.h>
+
 #include <atomic>
 #include <mutex>
 #include <new>
-#include <utility>
 
 /// A section in the shape of a standard mutex, recursive. All zero it is free, so static ones are usable from
 /// the first moment; who owns one calls HoldAtFork at load.

@@ -16,11 +16,16 @@
 #include "threads/futex.h"
 #include "threads/portlock.h"
 
+#include <atomic>
+#include <cstdint>
+#include <ctime>
 #include <mutex>
 
 #include <linux/membarrier.h>
 #include <pthread.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 __thread char CPortThread::t_cIdentity;
 

@@ -1,6 +1,7 @@
 #include <windows.h>
 #include <process.h>
 
+#include "files/handle.h"
 #include "process/errnomap.h"
 #include "threads/forkhooks.h"
 #include "threads/futex.h"
@@ -8,9 +9,12 @@
 #include "threads/wait.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <new>
 #include <string_view>
 
@@ -93,6 +97,7 @@ void Park(pthread_t thread, DWORD dwThreadId) noexcept
     struct sigaction action
     {
     };
+    // NOLINTNEXTLINE(bugprone-casting-through-void): a handler that ignores what it is called with
     action.sa_handler = reinterpret_cast<void (*)(int)>(reinterpret_cast<void*>(&::pause));
     sigfillset(&action.sa_mask);
     if (nSignal == 0 || sigaction(nSignal, &action, nullptr) != 0 || pthread_kill(thread, nSignal) != 0)

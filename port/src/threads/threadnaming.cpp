@@ -1,5 +1,8 @@
 #include "threadnaming.h"
 
+#include <windows.h>
+
+#include <cstddef>
 #include <string>
 #include <string_view>
 

@@ -1,9 +1,16 @@
 #include "threads/wait.h"
 
+#include "files/handle.h"
 #include "threads/futex.h"
 #include "threads/portlock.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <mutex>
 #include <new>
 
 namespace

@@ -4,6 +4,7 @@
 #include "orvport/types.h"
 
 #include <chrono>
+#include <cstdint>
 
 using CalendarMs = std::chrono::sys_time<std::chrono::milliseconds>;
 

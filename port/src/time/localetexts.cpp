@@ -4,13 +4,19 @@
 #include "text/nlslocale.h"
 #include "threads/portlock.h"
 
+#include <windows.h>
+
 #include <unicode/localpointer.h>
 #include <unicode/udat.h>
 #include <unicode/uloc.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <new>
+#include <string>
 #include <string_view>
 
 namespace

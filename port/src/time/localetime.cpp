@@ -6,7 +6,9 @@
 #include "time/localetexts.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string_view>
 

@@ -2,6 +2,9 @@
 
 #include "time/calendar.h"
 
+#include <windows.h>
+
+#include <chrono>
 #include <cmath>
 
 namespace

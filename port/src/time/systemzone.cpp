@@ -5,7 +5,10 @@
 #include "time/localtime.h"
 #include "zoneperiods.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <ctime>
 #include <new>
 

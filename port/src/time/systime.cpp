@@ -6,6 +6,9 @@
 #include "time/localtime.h"
 
 #include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <mutex>
 
 namespace
 {

@@ -2,14 +2,21 @@
 // bits, then the rule for later years as the variable TZ would have it ("CET-1CEST,M3.5.0,M10.5.0/3").
 #include "time/zonefile.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cctype>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
+#include <vector>
 
 using namespace std::chrono;
 

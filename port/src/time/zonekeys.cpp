@@ -1,9 +1,10 @@
 #include "time/zonekeys.h"
 
 #include "process/sparememory.h"
-#include "text/nlslocale.h"
 #include "threads/portlock.h"
 #include "time/zonefile.h"
+
+#include <windows.h>
 
 #include <unicode/basictz.h>
 #include <unicode/strenum.h>
@@ -13,8 +14,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <new>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 using namespace std::chrono;

@@ -5,7 +5,7 @@
 
 #include "orvport/types.h"
 
-#include <chrono>
+#include <chrono> // IWYU pragma: keep (dates)
 #include <optional>
 #include <string>
 #include <string_view>

@@ -1,6 +1,10 @@
 #include "arguments.h"
+#include "commands.h"
+
+#include <windows.h>
 
 #include <cstring>
+#include <vector>
 
 #include <unistd.h>
 

@@ -1,9 +1,18 @@
 // The hives' files, read and replaced as the library does it.
 #include "store.h"
+#include "commands.h"
 
 #include "registry/hivefile.h"
+#include "registry/registrydoc.h"
+
+#include <windows.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <vector>
 
 using namespace OrvPort;
 
