@@ -174,7 +174,7 @@ std::string Result(COrvDecimal a, const COrvDecimal& b, Operation operation)
 TEST(OrvDecimal, ArithmeticIsThatOfTheSchoolbook)
 {
     CTestRandom random;
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 0; i < 1000; ++i)
     {
         const COrvDecimal a = RandomDecimal(random);
         const COrvDecimal b = random.UpTo(9) == 0 ? a : RandomDecimal(random);
