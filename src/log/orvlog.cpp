@@ -257,6 +257,8 @@ void COrvLog::LogRaw(const WCHAR* text) const
         return pHandler->CountAsLost(nRoom / 4);
     const int nBytes =
         WideCharToMultiByte(CodePage(), 0, text, -1, pText.get(), static_cast<int>(nRoom), nullptr, nullptr);
+    if (nBytes == 0) // a code page whose tables found no memory
+        return pHandler->CountAsLost(nRoom / 4);
     if (nBytes > 1)
         Queue(pText.get(), static_cast<unsigned>(nBytes - 1), 0);
 }
