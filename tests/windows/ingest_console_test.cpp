@@ -8,14 +8,6 @@ namespace
 
 using IngestConsoleTest = CIngestTest;
 
-std::string Events(int nFirst, int nCount)
-{
-    std::string sLines;
-    for (int i = nFirst; i < nFirst + nCount; ++i)
-        sLines += "2024-05-06 07:08:10 install p" + std::to_string(i) + ":all <none> 1\n";
-    return sLines;
-}
-
 /// Waits until the service has printed this many events; the result is its output up to there.
 std::string ReadUntilPrinted(CChildProcess& child, int nEvents)
 {
