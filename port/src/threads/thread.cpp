@@ -161,6 +161,7 @@ public:
     // Under an abandoned thread the code is about to go away.
     void Leave() noexcept
     {
+        WaitForId(); // one that has not begun yet would begin where nothing is any more
         if (m_bReturned.load(std::memory_order_acquire))
             pthread_join(m_thread, nullptr);
         else

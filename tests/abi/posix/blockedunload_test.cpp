@@ -1,4 +1,5 @@
-// The library is unloaded while its log's thread is held up in a call of the system.
+// The library is unloaded while its log's thread is held up: in a call of the system, or before its first
+// step.
 #include "abi/loaded_library.h"
 #include "orvcomtypes/orvexport.h"
 #include "support/child_process.h"
@@ -8,9 +9,13 @@
 
 #include <windows.h>
 
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <memory>
 
 ORV_CHILD(UnloadWhileThePipeIsFull)
 {
@@ -42,3 +47,60 @@ TEST(BlockedUnload, NeitherHangsNorCrashes)
     ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
     EXPECT_EQ(7, CChildProcess("UnloadWhileThePipeIsFull", {pipe.string()}).Wait().m_iExitCode);
 }
+
+#ifndef ORV_TEST_SANITIZED
+
+namespace
+{
+
+constexpr useconds_t kLateMicroseconds = 300000; // more than the unload gives a thread to leave
+
+bool g_bThreadsComeLate = false;
+
+struct CLateThread
+{
+    void* (*m_pfnStart)(void*);
+    void* m_pArgument;
+};
+
+void* ComeLate(void* p)
+{
+    const std::unique_ptr<CLateThread> pThread(static_cast<CLateThread*>(p));
+    usleep(kLateMicroseconds);
+    return pThread->m_pfnStart(pThread->m_pArgument);
+}
+
+} // namespace
+
+extern "C" int pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pfnStart)(void*),
+                              void* pArgument) noexcept
+{
+    static const auto s_pfnReal =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return g_bThreadsComeLate
+               ? s_pfnReal(pThread, pAttributes, ComeLate, new CLateThread{pfnStart, pArgument})
+               : s_pfnReal(pThread, pAttributes, pfnStart, pArgument);
+}
+
+ORV_CHILD(UnloadBeforeTheThreadBegins)
+{
+    g_bThreadsComeLate = true;
+    {
+        const CLoadedLibrary library(ORV_LIBRARY_FILE);
+        library.Find<bool(const WCHAR*, int)>("InitFileProcessLogger")(
+            std::filesystem::path(args.at(0)).string<WCHAR>().c_str(), 1);
+        library.Find<void(unsigned, const char*)>("LogStrExp")(1, "line");
+    }
+    usleep(2 * kLateMicroseconds); // now it would have begun
+    return 7;
+}
+
+TEST(BlockedUnload, WaitsForAThreadThatHasNotBegun)
+{
+    const CTempDir dir;
+    const auto file = dir / "log.txt";
+    EXPECT_EQ(7, CChildProcess("UnloadBeforeTheThreadBegins", {file.string()}).Wait().m_iExitCode);
+    EXPECT_TRUE(ReadBytes(file).ends_with("line\r\n"));
+}
+
+#endif
