@@ -157,7 +157,7 @@ void CLogFileInnerHandler::Gather(bool bClose)
     const std::uint64_t nBytes = m_queue.Bytes();
     m_queue.AppendNewestFirst(m_inbox.TakeAll(bClose));
     m_nQueued += m_queue.Lines() - nLines;
-    m_nWaiting.store(Waiting(), std::memory_order_relaxed);
+    SetWaiting();
     m_inbox.Leave(m_queue.Bytes() - nBytes);
 }
 
@@ -197,7 +197,7 @@ void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWr
         m_nDone = batch.m_nTicket;
     m_bFailing = !bWritten;
     m_bHangs = false;
-    m_nWaiting.store(Waiting(), std::memory_order_relaxed);
+    SetWaiting();
     SignalDone(batch.m_nTicket);
 }
 
@@ -374,7 +374,7 @@ void CLogFileInnerHandler::Accept(CLogMessage* pMessage, bool bRoom, CLogQueue& 
     }
     m_queue.Push(pMessage);
     ++m_nQueued;
-    m_nWaiting.store(Waiting(), std::memory_order_relaxed);
+    SetWaiting();
 }
 
 bool CLogFileInnerHandler::MakeRoom(std::uint64_t nBytes, CLogQueue& refused)

@@ -1,7 +1,7 @@
 // Where callers lay their lines without a lock, so that none of them is held up by another one that has lost
 // the processor. Who has the handler's lock moves them into the queue.
 //
-// Lines are linked the newest first, each by one exchange of the head; whoever empties the inbox takes all of
+// Lines are linked the newest first, each by one change of the head; whoever empties the inbox takes all of
 // it, so a line that is gone cannot come back while somebody else looks at it. A closed inbox takes none: the
 // thread is to be woken first, or there is none, or no lines are wanted any more. That stands in the same
 // word, so no line can come in behind the close.
