@@ -1,14 +1,15 @@
 /// `COrvLog`, the object through which code writes log lines, and the process logger.
 ///
 /// A log is a set of option bits, a short prefix and a reference to the handler of one file. Any number of
-/// logs may share a file: there is one handler for each file-name format. A call builds its line on the stack
-/// and queues it; the handler's own thread opens, writes, flushes and switches the file. Calls do not wait
-/// for the disk (but see `SetFlushLevel` and `lqfMaxWaiting`), never throw and report no failure.
+/// logs may share a file: there is one handler for each file-name format (the case of ASCII letters aside). A
+/// call builds its line on the stack and queues it; the handler's own thread opens, writes, flushes and
+/// switches the file. Calls do not wait for the disk (but see `SetFlushLevel` and `lqfMaxWaiting`), never
+/// throw and report no failure.
 ///
 /// Lines that cannot be written yet (full disk, missing folder, no handle) wait in memory, up to a limit
-/// (`lqfMaxWaiting`); beyond it lines are dropped, errors last. Whatever is dropped, for want of memory too,
-/// or may not have come to the disk, is counted (`GetLostLines`) and told in the file, in front of the next
-/// line:
+/// (`lqfMaxWaiting`), and are tried again every second; beyond the limit lines are dropped, errors last.
+/// Whatever is dropped, for want of memory too, or may not have come to the disk, is counted
+/// (`GetLostLines`) and told in the file, in front of the next line:
 ///
 ///   =W> 261112_213005 Lost log lines: 3 (210 bytes), logged between 261112_212950 and 261112_213004
 ///
@@ -44,8 +45,8 @@
 ///   "hr == S_OK" from "CreateLogFileName" (no data folder; the one for temporary files is taken) and
 ///   "p == nullptr" from "CreateDirRecursive" (a name without any folder). Failures of the file go to the
 ///   debugger output.
-/// Units: a message is cut at 16,383 bytes, what is in front of it together with the format at 1,023, between
-///   characters.
+/// Units: a line is cut at 16,374 bytes, what is in front of its message together with the format at 1,023,
+///   between characters.
 ///
 ///     COrvLog log;
 ///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors, ORVTEXT("Imp"));

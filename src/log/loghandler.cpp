@@ -72,6 +72,19 @@ CLogFileInnerHandler::CRun::CRun(CLogFileInnerHandler& handler)
 {
 }
 
+/// Null when there is no memory for it.
+CLogFileInnerHandler::CRun* CLogFileInnerHandler::CRun::Create(CLogFileInnerHandler& handler) noexcept
+{
+    try
+    {
+        return new CRun(handler);
+    }
+    catch (...)
+    {
+        return nullptr;
+    }
+}
+
 CLogFileInnerHandler::CRun::~CRun()
 {
     CloseIfOpen(m_hThread);
@@ -243,7 +256,7 @@ void CLogFileInnerHandler::EnsureThread()
         return;
     m_dwLastStart = dwNow | 1;
     if (m_pRun == nullptr)
-        m_pRun = new (std::nothrow) CRun(*this);
+        m_pRun = CRun::Create(*this);
     if (m_pRun != nullptr)
         m_pRun->StartThread();
 }
@@ -365,8 +378,8 @@ void CLogFileInnerHandler::Accept(CLogMessage* pMessage, bool bRoom, CLogQueue& 
     const std::uint64_t nBytes = pMessage->Length();
     // What a round has taken cannot make room. It does when it comes back.
     const bool bLater = m_nBytesInRound > 0 && m_queue.Bytes() + nBytes <= nMax;
-    if (!bRoom && Waiting() + nBytes > nMax &&
-        !(pMessage->IsError() && (bLater || MakeRoom(nBytes, refused))))
+    const bool bIsWorthOthers = pMessage->IsError() && nBytes <= nMax;
+    if (!bRoom && Waiting() + nBytes > nMax && !(bIsWorthOthers && (bLater || MakeRoom(nBytes, refused))))
     {
         Lose(1, nBytes);
         refused.Push(pMessage);
@@ -533,7 +546,7 @@ bool CLogFileInnerHandler::BeginStop()
     else
     {
         if (m_pRun == nullptr && !m_queue.IsEmpty())
-            m_pRun = new (std::nothrow) CRun(*this);
+            m_pRun = CRun::Create(*this);
         WakeThread();
     }
     return true;

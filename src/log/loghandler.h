@@ -93,7 +93,7 @@ private:
     /// A thread and what it works with.
     struct CRun
     {
-        explicit CRun(CLogFileInnerHandler& handler);
+        static CRun* Create(CLogFileInnerHandler& handler) noexcept;
         ~CRun();
         bool IsOurs() const { return m_dwProcessId == GetCurrentProcessId(); }
         bool StartThread();
@@ -112,6 +112,9 @@ private:
         const DWORD m_dwProcessId = GetCurrentProcessId();
         std::atomic<bool> m_bBegun = false;
         std::atomic<bool> m_bTurnTaken = false;
+
+    private:
+        explicit CRun(CLogFileInnerHandler& handler);
     };
 
     /// A call that waits for its lines.

@@ -22,8 +22,8 @@ public:
     /// The one list of the process.
     static CLogFileHandlerList& Instance();
 
-    /// The handler for a format (its letters of either case), made when there is none, with a reference for
-    /// the caller.
+    /// The handler for a format (the case of ASCII letters aside), made when there is none, with a reference
+    /// for the caller.
     ILogFileHandler* AddFileHandler(const WCHAR* sFileNameFormat);
     void ReleaseHandler(CLogFileInnerHandler* pHandler);
 

@@ -73,11 +73,11 @@ CWriterName::CWriterName() noexcept : m_nSlot(TakeWriterSlot())
     if (m_nSlot == 0)
     {
         m_nSlot = CountSlot();
-        CopyCut(g_threadNames[m_nSlot].m_sName, sizeof g_threadNames[m_nSlot].m_sName,
-                m_nSlot != 0 ? kWriterName : "");
+        if (m_nSlot == 0)
+            return;
+        CopyCut(g_threadNames[m_nSlot].m_sName, sizeof g_threadNames[m_nSlot].m_sName, kWriterName);
     }
-    if (m_nSlot != 0)
-        g_threadNames[m_nSlot].m_dwThreadId.store(dwThreadId, std::memory_order_release);
+    g_threadNames[m_nSlot].m_dwThreadId.store(dwThreadId, std::memory_order_release);
 }
 
 CWriterName::~CWriterName()

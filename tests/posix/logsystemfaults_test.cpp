@@ -3,6 +3,7 @@
 #include "support/child_process.h"
 #include "support/debug_capture.h"
 #include "support/faults.h"
+#include "support/forked.h"
 #include "support/test_log.h"
 
 #include <atomic>
@@ -171,6 +172,35 @@ TEST_F(LogSystemFaults, ForkedChildrenNeitherRepeatNorLoseLinesNorHang)
     bStop = true;
     threads.clear();
     EXPECT_EQ(logged, CountLines(Written()));
+}
+
+TEST_F(LogSystemFaults, ForkedChildWithoutMemoryWritesItsLineOrCountsIt)
+{
+#ifdef ORV_TEST_SANITIZED
+    GTEST_SKIP() << "the sanitizers' own locks and threads are not made whole in a forked child";
+#endif
+    enum Result : int
+    {
+        Fine,
+        NothingFailed,
+        Wrong
+    };
+    int nResult = Fine;
+    for (unsigned nth = 1; nResult != NothingFailed; ++nth)
+    {
+        nResult = ForkedResult([&] {
+            auto pFault = std::make_unique<CFault>(FaultyCall::Allocation, nth);
+            m_log.LogInf(ORVTEXT("line of a child"));
+            const bool bFailed = pFault->Happened();
+            pFault.reset();
+            m_log.ReleaseLog();
+            const bool bWritten = ReadBytes(m_file).find("line of a child") != std::string::npos;
+            std::filesystem::remove(m_file);
+            const bool bTold = GetLostLogLines(nullptr) == 1;
+            return bWritten == bTold ? Wrong : bFailed ? Fine : NothingFailed;
+        });
+        ASSERT_TRUE(nResult == Fine || nResult == NothingFailed) << nth << ": " << nResult;
+    }
 }
 
 TEST_F(LogSystemFaults, ChildThatDoesNotLogEndsWithoutTheParentsLines)

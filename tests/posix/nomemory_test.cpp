@@ -1,4 +1,5 @@
 // What the port does where memory is missing.
+#include "orvcomtypes/threadname.h"
 #include "support/faults.h"
 #include "support/test_environment.h"
 #include "support/text.h"
@@ -27,6 +28,7 @@ TEST(NoMemory, CallsWithPathsFail)
         GetLongPathNameW(sPath, sBuffer, MAX_PATH) == 0,
         GetModuleFileNameW(nullptr, sBuffer, MAX_PATH) == 0,
         SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, sBuffer) == E_OUTOFMEMORY,
+        (SetThreadName(1, "name"), true), // does not end the process
     };
     pFault.reset();
     for (const bool& bFailed : failed)

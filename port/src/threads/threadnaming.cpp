@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -45,8 +46,9 @@ void PortNameThread(DWORD dwThreadId, const char* sName) noexcept
         pthread_setname_np(pthread_self(), sKernelName.c_str());
         return;
     }
-    const std::string sFile = "/proc/self/task/" + std::to_string(dwThreadId) + "/comm";
-    const int nFile = open(sFile.c_str(), O_WRONLY | O_CLOEXEC);
+    char sFile[48];
+    std::snprintf(sFile, sizeof sFile, "/proc/self/task/%u/comm", static_cast<unsigned>(dwThreadId));
+    const int nFile = open(sFile, O_WRONLY | O_CLOEXEC);
     if (nFile < 0)
         return;
     [[maybe_unused]] const ssize_t nWritten = write(nFile, sKernelName.data(), sKernelName.size());
