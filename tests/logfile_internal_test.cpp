@@ -242,9 +242,10 @@ TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)
         CLogWriter& writer = writers[c - 'a'];
         CLogQueue lines;
         CLogLoss untold;
+        CLogLoss lost;
         for (int i = 0; i < 200; ++i)
             PushLine(lines, std::string(99990, c) + '\n');
-        EXPECT_TRUE(writer.Drain(lines, untold));
+        EXPECT_TRUE(writer.Drain(lines, untold, lost));
     };
     std::thread other(Write, 'a');
     Write('b');

@@ -19,7 +19,8 @@ namespace
 
 constexpr std::size_t kStores = 256;
 // A thread is busy with its store for a few instructions. One that was ended by force in between stays so.
-constexpr int kLooksAtBusy = 1000;
+constexpr int kQuickLooks = 1000;
+constexpr int kLooksAtBusy = kQuickLooks + 100;
 
 constinit CThreadStore g_stores[kStores];
 std::size_t g_nEverOwned = 0;                        ///< of the stores, the first ones; the rest is untouched
@@ -125,7 +126,7 @@ void CThreadStore::CloseAll() noexcept
     FlushProcessWriteBuffers();
     for (const CThreadStore& store : EverOwned())
         for (int i = 0; i < kLooksAtBusy && store.m_bBusy.load(std::memory_order_acquire); ++i)
-            Sleep(0);
+            Sleep(i < kQuickLooks ? 0 : 1);
 }
 
 void CThreadStore::Disable() noexcept

@@ -244,8 +244,12 @@ bool CLogFile::EndHalfLine(CState now)
     {
         Sleep(kLookAgainMs);
         const CState then = std::exchange(now, StateOf(m_hFile));
-        if (now.m_nSize == then.m_nSize)
-            return Append("\r\n", 2) == 2;
+        if (now.m_nSize != then.m_nSize)
+            continue;
+        const bool bEnded = Append("\r\n", 2) == 2;
+        if (!bEnded)
+            m_left = {}; // it is no rest of ours that the next line could follow
+        return bEnded;
     }
     return true;
 }

@@ -30,6 +30,7 @@ constexpr DWORD kStayAwakeMs = 2;
 constexpr DWORD kRetryMs = 1000;
 constexpr DWORD kStopMs = 1000;
 constexpr DWORD kRoomMs = 1000;
+constexpr DWORD kHangsMs = 500;
 constexpr DWORD kLookMs = 100;
 // What a thread needs to leave the library's code when its work is done, also on a busy machine: where it
 // cannot be ended by force, the code must not go away under it.
@@ -189,6 +190,7 @@ void CLogFileInnerHandler::Take(CBatch& batch)
     batch.m_bStop = m_bStop;
     m_nBytesInRound = batch.m_lines.Bytes();
     m_nLinesInRound = batch.m_lines.Lines();
+    m_dwRoundTick = GetTickCount();
 }
 
 void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWritten)
@@ -345,7 +347,8 @@ bool CLogFileInnerHandler::WaitForRoom(std::uint64_t nBytes)
     if (nBytes > nMax || HasRoom())
         return nBytes <= nMax;
     const DWORD dwEndTick = GetTickCount() + kRoomMs;
-    while (!m_bFailing && !m_bStop && WaitUntilDone(TimeUntil(dwEndTick), true))
+    for (DWORD dwLeft = kRoomMs; dwLeft > 0 && !m_bFailing && !m_bStop && WaitUntilDone(dwLeft, true);
+         dwLeft = TimeUntil(dwEndTick))
         if (HasRoom()) // asked once: the next look may find it taken by another
             return true;
     return HasRoom();
@@ -376,10 +379,8 @@ void CLogFileInnerHandler::Accept(CLogMessage* pMessage, bool bRoom, CLogQueue& 
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
     const std::uint64_t nBytes = pMessage->Length();
-    // What a round has taken cannot make room. It does when it comes back.
-    const bool bLater = m_nBytesInRound > 0 && m_queue.Bytes() + nBytes <= nMax;
     const bool bIsWorthOthers = pMessage->IsError() && nBytes <= nMax;
-    if (!bRoom && Waiting() + nBytes > nMax && !(bIsWorthOthers && (bLater || MakeRoom(nBytes, refused))))
+    if (!bRoom && Waiting() + nBytes > nMax && !(bIsWorthOthers && MakeRoom(nBytes, refused)))
     {
         Lose(1, nBytes);
         refused.Push(pMessage);
@@ -390,10 +391,11 @@ void CLogFileInnerHandler::Accept(CLogMessage* pMessage, bool bRoom, CLogQueue& 
     SetWaiting();
 }
 
+/// In the queue. What a round has taken cannot make room; it does when it comes back.
 bool CLogFileInnerHandler::MakeRoom(std::uint64_t nBytes, CLogQueue& refused)
 {
     const std::uint64_t nMax = m_options.m_nMaxWaiting.load(std::memory_order_relaxed);
-    while (Waiting() + nBytes > nMax)
+    while (m_queue.Bytes() + nBytes > nMax)
     {
         CLogMessage* pOther = m_queue.TakeOther();
         if (pOther == nullptr)
@@ -491,7 +493,8 @@ bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
     bool bDone;
     {
         const OCT::CCritSectGuard guard(&m_lock);
-        if (bInVain && bOneTry && m_nLinesInRound > 0)
+        // A round that has only just begun does not hang.
+        if (bInVain && bOneTry && m_nLinesInRound > 0 && GetTickCount() - m_dwRoundTick >= kHangsMs)
             m_bHangs = true;
         CFlushWaiter** pp = &m_pWaiters;
         while (*pp != nullptr && *pp != &waiter)
@@ -539,40 +542,49 @@ bool CLogFileInnerHandler::BeginStop()
     const OCT::CCritSectGuard guard(&m_lock);
     if (m_bStop.exchange(true))
         return false;
+    BeginAnewInChild();
     Gather(true);
-    // The thread of another process, from which this one was forked, does its own work there.
-    if (m_pRun != nullptr && !m_pRun->IsOurs())
-        m_pRun = nullptr;
-    else
-    {
-        if (m_pRun == nullptr && !m_queue.IsEmpty())
-            m_pRun = CRun::Create(*this);
-        WakeThread();
-    }
+    if (m_pRun == nullptr && !m_queue.IsEmpty())
+        m_pRun = CRun::Create(*this);
+    WakeThread();
     return true;
 }
 
 void CLogFileInnerHandler::FinishStop(DWORD dwEndTick, bool bUnloading)
 {
     CRun* pRun;
+    bool bByAnother;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         pRun = std::exchange(m_pRun, nullptr);
+        bByAnother = std::exchange(m_bFinishing, true);
     }
-    if (pRun == nullptr)
-        return;
-    if (pRun->TakeLastTurn(dwEndTick, bUnloading))
+    if (bByAnother)
     {
-        // What the thread did not come to, because it was never there or ended before its time.
-        DoRound(*pRun);
-        pRun->m_writer.File().Close();
+        while (!m_bFinished && TimeUntil(dwEndTick) > 0)
+            Sleep(1);
+        return;
     }
-    else
-        DrainBehind(*pRun);
+    if (pRun != nullptr)
+    {
+        if (pRun->TakeLastTurn(dwEndTick, bUnloading))
+        {
+            // What the thread did not come to, because it was never there or ended before its time.
+            DoRound(*pRun);
+            pRun->m_writer.File().Close();
+        }
+        else
+        {
+            DrainBehind(*pRun);
+            pRun->m_writer.Stop();
+        }
+        pRun->AwaitEnd(bUnloading);
+    }
     GiveUp();
-    m_bHeldUp = !pRun->EndThread(bUnloading);
+    m_bHeldUp = pRun != nullptr && !pRun->EndThread();
     if (!m_bHeldUp)
         delete pRun;
+    m_bFinished = true;
 }
 
 /// Waits until nobody else can write any more; false when the thread is held up in its turn.
@@ -588,14 +600,20 @@ bool CLogFileInnerHandler::CRun::TakeLastTurn(DWORD dwEndTick, bool bUnloading)
     return dwResult == WAIT_OBJECT_0 || dwResult == WAIT_OBJECT_0 + 1 || TryTakeTurn();
 }
 
-/// False when the thread may still use its state.
-bool CLogFileInnerHandler::CRun::EndThread(bool bUnloading)
+void CLogFileInnerHandler::CRun::AwaitEnd(bool bUnloading)
 {
     if (m_hThread == nullptr)
-        return true;
+        return;
     SetEvent(m_WrtEvent);
     if (m_bBegun || bUnloading)
         WaitForSingleObject(m_hThread, bUnloading ? kLeaveMs : kStopMs);
+}
+
+/// False when the thread may still use its state.
+bool CLogFileInnerHandler::CRun::EndThread()
+{
+    if (m_hThread == nullptr)
+        return true;
     DWORD dwExitCode = STILL_ACTIVE;
     if (GetExitCodeThread(m_hThread, &dwExitCode) && dwExitCode != STILL_ACTIVE)
         return true;
@@ -612,17 +630,18 @@ void CLogFileInnerHandler::DrainBehind(const CRun& run)
     if (!run.m_writer.IsFlushing())
         return;
     CBatch batch;
+    CLogLoss lost;
     Take(batch);
     try
     {
         CLogWriter writer(run.m_writer.File().Name(), m_options);
-        writer.Drain(batch.m_lines, batch.m_untold);
+        writer.Drain(batch.m_lines, batch.m_untold, lost);
     }
     catch (...)
     {
         OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
     }
-    PutBack(batch, {}, false);
+    PutBack(batch, lost, false);
 }
 
 /// What has not been written by now never will be.

@@ -63,7 +63,7 @@ public:
     bool BeginStop();
     /// After BeginStop: waits for the thread until the tick, writes what is left, and ends the thread. While
     /// the library is being unloaded a thread cannot end wholly, so it is not waited for when its work is
-    /// done.
+    /// done. Where another thread does that already: waits for it until the tick.
     void FinishStop(DWORD dwEndTick, bool bUnloading);
 
     CLogFileOptions& Options() { return m_options; }
@@ -101,7 +101,8 @@ private:
         bool TryTakeTurn() { return !m_bTurnTaken.exchange(true); }
         void GiveTurnBack() { m_bTurnTaken.store(false); }
         bool TakeLastTurn(DWORD dwEndTick, bool bUnloading);
-        bool EndThread(bool bUnloading);
+        void AwaitEnd(bool bUnloading);
+        bool EndThread();
 
         CLogFileInnerHandler& m_handler;
         CLogWriter m_writer;
@@ -160,6 +161,7 @@ private:
     std::uint64_t m_nLostAtFlush = 0; ///< lines, when Flush was last called
     std::uint64_t m_nBytesInRound = 0;
     std::uint64_t m_nLinesInRound = 0;
+    DWORD m_dwRoundTick = 0;     ///< when it began
     std::uint64_t m_nQueued = 0; ///< lines so far, but for the inbox; the number of the last one
     std::uint64_t m_nDone = 0;   ///< up to this number all are on the disk or given up
     HANDLE m_hPendingDone = nullptr;
@@ -172,6 +174,8 @@ private:
     std::atomic<bool> m_bFailing = false;      ///< the last round left lines
     std::atomic<bool> m_bStop = false;
     bool m_bHeldUp = false;
+    bool m_bFinishing = false; ///< somebody is in FinishStop, or was
+    std::atomic<bool> m_bFinished = false;
     LONG volatile m_nReferences = 0;
     const CLogText m_sFormat;
 };

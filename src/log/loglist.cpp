@@ -154,13 +154,17 @@ bool CLogFileHandlerList::Flush(DWORD dwMilliseconds, bool bOneTry)
 
 void CLogFileHandlerList::StopAll()
 {
-    const OCT::CCritSectGuard guard(&m_lock);
-    m_bUnloading = true;
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        m_bUnloading = true;
+    }
+    // All that there ever were: another thread may just be releasing one.
+    CLogFileInnerHandler* const pLast = LastMade();
     const DWORD dwEndTick = GetTickCount() + kStopMs;
-    for (const _LogFile& file : m_files)
-        file.m_pHandler->BeginStop();
-    for (const _LogFile& file : m_files)
-        file.m_pHandler->FinishStop(dwEndTick, true);
+    for (auto* p = pLast; p != nullptr; p = p->m_pNextMade)
+        p->BeginStop();
+    for (auto* p = pLast; p != nullptr; p = p->m_pNextMade)
+        p->FinishStop(dwEndTick, true);
 }
 
 CLogLoss CLogFileHandlerList::Lost() const

@@ -29,25 +29,23 @@ struct CStamp
 
 } // namespace
 
-bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold)
+bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
-    if (!m_file.Prepare())
+    if (IsStopped() || !m_file.Prepare())
         return false;
     if (!m_file.Continues())
         m_nFirstDone = 0;
     if (m_nFirstDone == 0 && !Tell(untold))
         return false;
     while (!lines.IsEmpty())
-        if (!AppendBlock(lines))
+        if (IsStopped() || !AppendBlock(lines, lost))
             return false;
     return true;
 }
 
 bool CLogWriter::Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
-    const bool bWritten = Drain(lines, untold);
-    lost.Add(std::exchange(m_dropped, {}));
-    if (!bWritten)
+    if (!Drain(lines, untold, lost))
         return false;
     m_bFlushing.store(true, std::memory_order_release);
     const bool bSynced = m_file.Flush();
@@ -75,7 +73,7 @@ bool CLogWriter::Tell(CLogLoss& untold)
 }
 
 /// One write: a single line as it lies, several through the buffer.
-bool CLogWriter::AppendBlock(CLogQueue& lines)
+bool CLogWriter::AppendBlock(CLogQueue& lines, CLogLoss& lost)
 {
     const CLogMessage* pFirst = lines.First();
     const char* pData = pFirst->Text() + m_nFirstDone;
@@ -86,7 +84,7 @@ bool CLogWriter::AppendBlock(CLogQueue& lines)
             m_pBuffer.reset(static_cast<char*>(std::malloc(kBufferBytes)));
         if (m_pBuffer == nullptr)
         {
-            DropWithoutBuffer(lines);
+            DropWithoutBuffer(lines, lost);
             return true;
         }
         nBytes = FillBuffer(lines);
@@ -97,10 +95,10 @@ bool CLogWriter::AppendBlock(CLogQueue& lines)
     return nWritten == nBytes;
 }
 
-void CLogWriter::DropWithoutBuffer(CLogQueue& lines)
+void CLogWriter::DropWithoutBuffer(CLogQueue& lines, CLogLoss& lost)
 {
     OutputDebugStringW(ORVTEXT("Cannot allocate log file write buffer\n"));
-    m_dropped.Add(lines.Lines(), lines.Bytes(), g_pfnLogTime());
+    lost.Add(lines.Lines(), lines.Bytes(), g_pfnLogTime());
     lines.Clear();
     m_nFirstDone = 0;
 }

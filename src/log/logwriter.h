@@ -18,10 +18,13 @@ class CLogWriter
 public:
     CLogWriter(const CLogText& sFormat, const CLogFileOptions& options) : m_file(sFormat, options) {}
 
-    /// Writes the lines, in front of them what was lost and is not told yet. False when some are left.
-    bool Drain(CLogQueue& lines, CLogLoss& untold);
-    /// The same, and waits until they are on the disk. What was given up comes into \p lost.
+    /// Writes the lines, in front of them what was lost and is not told yet. False when some are left. What
+    /// was given up comes into \p lost.
+    bool Drain(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost);
+    /// The same, and waits until they are on the disk.
     bool Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost);
+    /// Makes the writing thread leave what lies behind the block that it is just writing; from any thread.
+    void Stop() { m_bStopped.store(true, std::memory_order_relaxed); }
     /// Whether the writing thread is in that wait; from any thread.
     bool IsFlushing() const { return m_bFlushing.load(std::memory_order_acquire); }
 
@@ -32,15 +35,16 @@ private:
     static constexpr DWORD kBufferBytes = 0x200000;
 
     bool Tell(CLogLoss& untold);
-    bool AppendBlock(CLogQueue& lines);
-    void DropWithoutBuffer(CLogQueue& lines);
+    bool IsStopped() const { return m_bStopped.load(std::memory_order_relaxed); }
+    bool AppendBlock(CLogQueue& lines, CLogLoss& lost);
+    void DropWithoutBuffer(CLogQueue& lines, CLogLoss& lost);
     DWORD FillBuffer(const CLogQueue& lines);
     void Consume(CLogQueue& lines, DWORD nBytes);
 
     CLogFile m_file;
     CLogLoss m_unsynced; ///< what is lost when the next flush fails
-    CLogLoss m_dropped;  ///< for want of a buffer
     std::atomic<bool> m_bFlushing = false;
+    std::atomic<bool> m_bStopped = false;
     DWORD m_nFirstDone = 0; ///< bytes of the first line that are written already
 
     struct CFree

@@ -210,7 +210,53 @@ TEST_F(LogSystemFaults, ChildThatDoesNotLogEndsWithoutTheParentsLines)
     EXPECT_EQ("parent\n", Written());
 }
 
-// ---- Bad ends ----
+// ---- Ends ----
+
+// A thread that is ended while it writes is asked for no more than to finish its block.
+TEST_F(LogSystemFaults, WhatASlowDiskDoesNotTakeInTimeIsCounted)
+{
+    const std::uint64_t nLostBefore = GetLostLogLines(nullptr);
+    const CFault slow(FaultyCall::SlowWrite);
+    const std::string sLine = std::string(99999, 'x') + "\n";
+    for (int i = 0; i < 300; ++i)
+        m_log.LogRaw(sLine.c_str());
+    const std::size_t nWritten = Written().size();
+    EXPECT_EQ(0u, nWritten % sLine.size());
+    EXPECT_LT(0u, nWritten);
+    EXPECT_EQ(300u, nWritten / sLine.size() + (GetLostLogLines(nullptr) - nLostBefore));
+}
+
+ORV_CHILD(EndWhileAThreadReleases)
+{
+    static COrvLog s_log;
+    s_log.InitFileLog(std::filesystem::path(args.at(0)).string<WCHAR>().c_str(), lqlInformation, nullptr);
+    static const CFault s_slow(FaultyCall::SlowWrite, 1, false);
+    for (int i = 0; i < 100; ++i)
+        s_log.LogOpt(lqlInformation, "w %d", i);
+    std::thread([] { s_log.ReleaseLog(); }).detach();
+    Sleep(50); // the thread waits for the disk
+    return 0;
+}
+
+TEST_F(LogSystemFaults, EndWaitsForALogThatIsJustReleased)
+{
+    EXPECT_EQ(0, CChildProcess("EndWhileAThreadReleases", {m_file.string()}).Wait().m_iExitCode);
+    EXPECT_EQ((std::map<std::string, int>{{"w", 100}}), CountLines(Written()));
+}
+
+TEST_F(LogSystemFaults, HalfLineIsEndedWhenTheDiskTakesItsEnd)
+{
+    WriteBytes(m_file, "half");
+    {
+        CDebugCapture debugger;
+        const CFileLimit full(4);
+        m_log.LogInf(ORVTEXT("1"));
+        EXPECT_FALSE(m_log.Flush(20));
+        EXPECT_FALSE(m_log.Flush(20));
+    }
+    EXPECT_TRUE(m_log.Flush(kLong));
+    EXPECT_EQ("half\r\n=I> <t> 1\r\n", Written());
+}
 
 namespace
 {

@@ -13,6 +13,7 @@ enum class FaultyCall
     Open,        ///< no handle is left
     Sync,        ///< the disk reports an error
     HangingSync, ///< prints a line "in a flush" and never comes back
+    SlowWrite,   ///< POSIX only: what is put at the end of a file takes a fifth of a second
     ThreadStart,
     Sleep, ///< comes back at once
     Count

@@ -21,6 +21,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -177,6 +178,14 @@ extern "C" int fdatasync(int)
 extern "C" int fsync(int)
 {
     return Sync();
+}
+
+extern "C" ssize_t pwritev2(int nFile, const iovec* pBlocks, int nBlocks, off_t nOffset, int nFlags)
+{
+    static const auto s_pfnNext = Next<decltype(pwritev2)>("pwritev2");
+    if (FailsNow(FaultyCall::SlowWrite))
+        usleep(200'000);
+    return s_pfnNext(nFile, pBlocks, nBlocks, nOffset, nFlags);
 }
 
 extern "C" int pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pfn)(void*),
