@@ -25,7 +25,7 @@ TESTS = {
     "builders": "memorysweep|orvsqlstr|longstr|tabbed|xmlwrite|orvdecimal|orvdbstr|oledbconvert|sqlliteral|decimal|variant|sqlhandshake",
     "containers": "memarray|hashmap|midint|memorysweep|templates",
     "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|textformat_internal|threads|memorysweep",
-    "errors": "lqexcept|comerror|sqllog|lqmessage",
+    "errors": "lqexcept|comerror|logcrash|logviewer|sqllog|lqmessage",
     "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload",
     "messages": "memorysweep|lqmessage|message_fuzz|languages",
     "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage",

@@ -12,12 +12,15 @@ CLQExcept Made(const WCHAR* sFile)
     return CLQExcept(E_FAIL, 1, LQSrcLocation{sFile, 12});
 }
 
-/// An exception of a host, with a category that the library does not know.
+/// An exception of a host, whose category the library may not know.
 class CForeignExcept : public CLQExcept
 {
 public:
-    using CLQExcept::CLQExcept;
-    LQExcCategory GetCategory() const override { return static_cast<LQExcCategory>(12); }
+    explicit CForeignExcept(int nCategory) : CLQExcept(1, 1, LQ_SRC_LOCATION), m_nCategory(nCategory) {}
+    LQExcCategory GetCategory() const override { return static_cast<LQExcCategory>(m_nCategory); }
+
+private:
+    const int m_nCategory;
 };
 
 static_assert(std::is_nothrow_move_constructible_v<CLQMemoryExcept>, "thrown where memory is missing");
@@ -98,8 +101,13 @@ TEST(Except, FormatsToTheLog)
     for (int i = 0; i < 20; ++i)
         e.GetMessages().Add(1, 1, Text(300, ORVTEXT('m')).c_str());
     EXPECT_EQ(3999u, e.FormatToLog().GetLength());
-    EXPECT_TRUE(TextOf(CForeignExcept(1, 1, LQ_SRC_LOCATION).FormatToLog())
-                    .starts_with(ORVTEXT("Category: lqeUndefined; File: lqexcept_test (")));
+    int nCategory = 0;
+    for (const char* sName : {"Undefined", "Memory", "Database", "Invalidarg", "File", "COM", "Custom",
+                              "Windows", "Internal", "UserCancel", "Undefined"})
+    {
+        const std::string sStart = "Category: lqe" + std::string(sName) + "; File: lqexcept_test (";
+        EXPECT_EQ(0u, Narrow(TextOf(CForeignExcept(nCategory++).FormatToLog())).find(sStart)) << sName;
+    }
     CReportCapture capture;
     EXPECT_TRUE(ExceptFormatToLog(nullptr).IsEmpty());
     EXPECT_REPORTS(capture, {{"ExceptFormatToLog", "e == nullptr", "", "lqexcept"}});
@@ -163,7 +171,7 @@ TEST_F(Throw, IsOpenToClassesOfAHost)
 {
     RegisterExceptionLogger(Remember);
     ASSERT_TRUE(InitFileProcessLogger(m_sFile.c_str(), lqlErrors));
-    CForeignExcept made(E_FAIL, 1, LQ_SRC_LOCATION);
+    CForeignExcept made(12);
     made.GetMessages().Last().AddParam(ORVTEXT("x"));
     try
     {

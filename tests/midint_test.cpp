@@ -139,7 +139,7 @@ TEST(MidIntArray, Join)
 TEST(MidIntArray, SortAndUniqueAgreeWithTheStandardOnes)
 {
     CTestRandom random;
-    for (const unsigned nCount : {0U, 1U, 2U, 95U, 96U, 1024U, 1025U, 65536U, 65537U})
+    for (const unsigned nCount : {0U, 1U, 2U, 95U, 96U, 1024U, 1025U, 65536U, 65537U, 65539U})
         for (const unsigned nMask :
              {0xFFFFFFFFU, 0xFFU, 0xFF00FF00U, 0xFF000000U, 0x00FFFF00U, 0U, 0x80000001U})
         {

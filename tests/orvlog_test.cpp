@@ -25,11 +25,12 @@ TEST_F(Log, LineCarriesPrefixThreadPositionAndResult)
     Init(lqlErrors | lqlThreadId, ORVTEXT("Pfx"));
     m_log.SetFL("src\\log/orvlog", 1191)
         .LogOpt(lqlErrors, static_cast<LONG>(0x80070005), "Text %d of %s", 1, "all");
+    m_log.SetFL("", 1192).LogErr(ORVTEXT("no name"));
     m_log.SetFL(nullptr, 0);
     char sThread[16];
     std::snprintf(sThread, sizeof(sThread), "[%04X]", static_cast<unsigned>(GetCurrentThreadId() & 0xFFFF));
-    EXPECT_EQ("=E> Pfx <t> " + std::string(sThread) + " orvlog(1191) HR: 80070005 Text 1 of all\r\n",
-              Written());
+    const std::string sFront = "=E> Pfx <t> " + std::string(sThread);
+    EXPECT_EQ(sFront + " orvlog(1191) HR: 80070005 Text 1 of all\r\n" + sFront + " no name\r\n", Written());
 }
 
 TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)

@@ -87,6 +87,7 @@ TEST(TextFormat, Doubles)
     EXPECT_EQ("3.140000 2.5 1000000", Print("%f %g %.0f", 3.14, 2.5, 1e6));
     EXPECT_EQ("1.000000e+00 1.5E-07 1e+100", Print("%e %.1E %g", 1.0, 1.5e-7, 1e100));
     EXPECT_EQ("-000.50|+1.0| 1|1.", Print("%07.2f|%+.1f|% g|%#.0f", -0.5, 1.0, 1.0, 1.0));
+    EXPECT_EQ("0x1.8p+0 -0X1P-1", Print("%a %A", 1.5, -0.5));
     EXPECT_EQ("  inf NAN", Print("%05f %F", HUGE_VAL, std::numeric_limits<double>::quiet_NaN()));
     EXPECT_EQ(309u, Print("%.0f", std::numeric_limits<double>::max()).size());
 }
