@@ -14,6 +14,8 @@
 #include <memory>
 #include <thread>
 
+#include <process.h>
+
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/futex.h>
@@ -218,12 +220,13 @@ TEST_F(LogSystemFaults, WhatASlowDiskDoesNotTakeInTimeIsCounted)
     const std::uint64_t nLostBefore = GetLostLogLines(nullptr);
     const CFault slow(FaultyCall::SlowWrite);
     const std::string sLine = std::string(99999, 'x') + "\n";
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 150; ++i)
         m_log.LogRaw(sLine.c_str());
-    const std::size_t nWritten = Written().size();
+    m_log.ReleaseLog();
+    const std::uintmax_t nWritten = std::filesystem::file_size(m_file);
     EXPECT_EQ(0u, nWritten % sLine.size());
     EXPECT_LT(0u, nWritten);
-    EXPECT_EQ(300u, nWritten / sLine.size() + (GetLostLogLines(nullptr) - nLostBefore));
+    EXPECT_EQ(150u, nWritten / sLine.size() + (GetLostLogLines(nullptr) - nLostBefore));
 }
 
 ORV_CHILD(EndWhileAThreadReleases)
@@ -233,14 +236,22 @@ ORV_CHILD(EndWhileAThreadReleases)
     static const CFault s_slow(FaultyCall::SlowWrite, 1, false);
     for (int i = 0; i < 100; ++i)
         s_log.LogOpt(lqlInformation, "w %d", i);
-    std::thread([] { s_log.ReleaseLog(); }).detach();
+    const auto Release = [](void*) -> unsigned {
+        s_log.ReleaseLog();
+        return 0;
+    };
+    static const auto s_uThread = _beginthreadex(nullptr, 0, Release, nullptr, 0, nullptr);
     Sleep(50); // the thread waits for the disk
-    return 0;
+    return s_uThread == 0;
 }
 
 TEST_F(LogSystemFaults, EndWaitsForALogThatIsJustReleased)
 {
-    EXPECT_EQ(0, CChildProcess("EndWhileAThreadReleases", {m_file.string()}).Wait().m_iExitCode);
+#ifdef ORV_TEST_SANITIZED
+    GTEST_SKIP() << "the sanitizers miss a thread that nobody waits for";
+#endif
+    const ChildResult result = CChildProcess("EndWhileAThreadReleases", {m_file.string()}).Wait();
+    EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
     EXPECT_EQ((std::map<std::string, int>{{"w", 100}}), CountLines(Written()));
 }
 
