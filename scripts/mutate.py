@@ -30,7 +30,7 @@ TESTS = {
     "messages": "memorysweep|lqmessage|message_fuzz|languages",
     "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage",
     "settings": "settings|path_fuzz|memorysweep",
-    "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|memorysweep",
+    "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|lqmessage|memorysweep",
     "time": "time|timechrono|timelocale_internal|timereports|timetext|timezone|namedzone_internal|time_fuzz|zonerules",
 }
 
