@@ -165,9 +165,9 @@ public:
     /// False, with options 0 and the former file kept: with an empty "EventDir" and without memory.
     /// False, and nothing is changed: an empty or null key name reports "STRISEMPTY(sKeyName)".
     bool InitRegLog(const WCHAR* keyName, const WCHAR* prefix);
-    /// Gives the file back, with options 0. The last log of a file waits until all lines are written, but not
-    /// longer than some two seconds: what a disk that is slow or hangs has not taken by then is dropped and
-    /// counted (`GetLostLogLines`). `Flush` before it waits as long as wanted.
+    /// Gives the file back, with options 0. The last log of a file waits until all lines are written; where a
+    /// disk that is slow or hangs holds up the file's thread, some two seconds: what it has not taken by then
+    /// is dropped and counted (`GetLostLogLines`). `Flush` before it waits as long as wanted.
     void ReleaseLog();
 
     /// The option bits: which levels are logged, and how.

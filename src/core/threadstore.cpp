@@ -18,7 +18,8 @@ namespace
 {
 
 constexpr std::size_t kStores = 256;
-// A thread is busy with its store for a few instructions. One that was ended by force in between stays so.
+// A thread is busy with its store for a few instructions. One that was ended by force in between stays so. As
+// many looks at all stores together.
 constexpr int kQuickLooks = 1000;
 constexpr int kLooksAtBusy = kQuickLooks + 100;
 
@@ -124,8 +125,9 @@ void CThreadStore::CloseAll() noexcept
 {
     s_bClosed.store(true, std::memory_order_seq_cst);
     FlushProcessWriteBuffers();
+    int i = 0;
     for (const CThreadStore& store : EverOwned())
-        for (int i = 0; i < kLooksAtBusy && store.m_bBusy.load(std::memory_order_acquire); ++i)
+        for (; i < kLooksAtBusy && store.m_bBusy.load(std::memory_order_acquire); ++i)
             Sleep(i < kQuickLooks ? 0 : 1);
 }
 

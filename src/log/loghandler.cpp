@@ -197,6 +197,8 @@ void CLogFileInnerHandler::PutBack(CBatch& batch, const CLogLoss& lost, bool bWr
 {
     CLogQueue surplus;
     const OCT::CCritSectGuard guard(&m_lock);
+    if (m_bGivenUp)
+        return;
     m_nBytesInRound = m_nLinesInRound = 0;
     const bool bCameBack = !batch.m_lines.IsEmpty();
     m_queue.Prepend(batch.m_lines);
@@ -266,8 +268,9 @@ void CLogFileInnerHandler::EnsureThread()
 /// What the process that forked this one had queued is written there.
 void CLogFileInnerHandler::BeginAnewInChild()
 {
-    if (m_pRun == nullptr || m_pRun->IsOurs())
+    if (m_dwProcessId == GetCurrentProcessId())
         return;
+    m_dwProcessId = GetCurrentProcessId();
     Gather(true);
     m_inbox.ForgetBytes();
     m_queue.Clear();
@@ -281,6 +284,7 @@ void CLogFileInnerHandler::BeginAnewInChild()
     m_nDone = m_nQueued;
     m_pRun = nullptr;
     m_dwLastStart = 0;
+    m_bFinishing = false;
 }
 
 void CLogFileInnerHandler::Write(const char* text, unsigned length, HANDLE doneEvent)
@@ -540,9 +544,9 @@ void CLogFileInnerHandler::Release()
 bool CLogFileInnerHandler::BeginStop()
 {
     const OCT::CCritSectGuard guard(&m_lock);
+    BeginAnewInChild();
     if (m_bStop.exchange(true))
         return false;
-    BeginAnewInChild();
     Gather(true);
     if (m_pRun == nullptr && !m_queue.IsEmpty())
         m_pRun = CRun::Create(*this);
@@ -580,7 +584,7 @@ void CLogFileInnerHandler::FinishStop(DWORD dwEndTick, bool bUnloading)
         }
         pRun->AwaitEnd(bUnloading);
     }
-    GiveUp();
+    GiveUp(); // before a thread is ended by force, maybe with the lock
     m_bHeldUp = pRun != nullptr && !pRun->EndThread();
     if (!m_bHeldUp)
         delete pRun;
@@ -629,19 +633,28 @@ void CLogFileInnerHandler::DrainBehind(const CRun& run)
 {
     if (!run.m_writer.IsFlushing())
         return;
-    CBatch batch;
+    CLogQueue lines;
+    CLogLoss untold;
     CLogLoss lost;
-    Take(batch);
+    {
+        const OCT::CCritSectGuard guard(&m_lock);
+        lines.Append(m_queue);
+        untold = std::exchange(m_untold, {});
+    }
     try
     {
         CLogWriter writer(run.m_writer.File().Name(), m_options);
-        writer.Drain(batch.m_lines, batch.m_untold, lost);
+        writer.Drain(lines, untold, lost);
     }
     catch (...)
     {
         OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
     }
-    PutBack(batch, lost, false);
+    const OCT::CCritSectGuard guard(&m_lock);
+    m_queue.Prepend(lines);
+    m_untold.Add(untold);
+    m_untold.Add(lost);
+    m_lost.Add(lost);
 }
 
 /// What has not been written by now never will be.
@@ -651,6 +664,7 @@ void CLogFileInnerHandler::GiveUp()
     if (!m_queue.IsEmpty() || m_nLinesInRound > 0)
         Lose(m_queue.Lines() + m_nLinesInRound, Waiting());
     m_queue.Clear();
+    m_bGivenUp = true;
     m_nBytesInRound = m_nLinesInRound = 0;
     m_nWaiting = 0;
     m_nDone = m_nQueued;

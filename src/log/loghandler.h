@@ -95,7 +95,6 @@ private:
     {
         static CRun* Create(CLogFileInnerHandler& handler) noexcept;
         ~CRun();
-        bool IsOurs() const { return m_dwProcessId == GetCurrentProcessId(); }
         bool StartThread();
         /// The thread's turn; false when somebody else has taken it for good.
         bool TryTakeTurn() { return !m_bTurnTaken.exchange(true); }
@@ -110,7 +109,6 @@ private:
         HANDLE m_WrtEvent = nullptr;  ///< lines are there, or the thread is to end; auto-reset
         HANDLE m_hFinished = nullptr; ///< the thread has done its work; manual-reset
         HANDLE m_hThread = nullptr;
-        const DWORD m_dwProcessId = GetCurrentProcessId();
         std::atomic<bool> m_bBegun = false;
         std::atomic<bool> m_bTurnTaken = false;
 
@@ -161,7 +159,8 @@ private:
     std::uint64_t m_nLostAtFlush = 0; ///< lines, when Flush was last called
     std::uint64_t m_nBytesInRound = 0;
     std::uint64_t m_nLinesInRound = 0;
-    DWORD m_dwRoundTick = 0;     ///< when it began
+    DWORD m_dwRoundTick = 0;                     ///< when it began
+    DWORD m_dwProcessId = GetCurrentProcessId(); ///< whose lines these are, and whose thread
     std::uint64_t m_nQueued = 0; ///< lines so far, but for the inbox; the number of the last one
     std::uint64_t m_nDone = 0;   ///< up to this number all are on the disk or given up
     HANDLE m_hPendingDone = nullptr;
@@ -175,6 +174,7 @@ private:
     std::atomic<bool> m_bStop = false;
     bool m_bHeldUp = false;
     bool m_bFinishing = false; ///< somebody is in FinishStop, or was
+    bool m_bGivenUp = false;   ///< what was left is counted
     std::atomic<bool> m_bFinished = false;
     LONG volatile m_nReferences = 0;
     const CLogText m_sFormat;

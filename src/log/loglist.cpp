@@ -154,12 +154,13 @@ bool CLogFileHandlerList::Flush(DWORD dwMilliseconds, bool bOneTry)
 
 void CLogFileHandlerList::StopAll()
 {
+    // All that there ever were: another thread may just be releasing one.
+    CLogFileInnerHandler* pLast;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         m_bUnloading = true;
+        pLast = m_pLastMade;
     }
-    // All that there ever were: another thread may just be releasing one.
-    CLogFileInnerHandler* const pLast = LastMade();
     const DWORD dwEndTick = GetTickCount() + kStopMs;
     for (auto* p = pLast; p != nullptr; p = p->m_pNextMade)
         p->BeginStop();

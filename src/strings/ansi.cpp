@@ -21,12 +21,21 @@ constexpr std::size_t kMaxRun = 0x8000000;
 // No character of a code page has more bytes, not even with the marks around it that UTF-7 has; a converter
 // need not know of more room than its result can take.
 constexpr std::size_t kMaxBytes = 8;
-constexpr unsigned kGb18030 = 54936;
 
-// Whether the number means UTF-8, as the ANSI code page may.
+// What the number of a code page stands for; the ANSI code page may be any.
+unsigned ActualPage(unsigned nCodePage)
+{
+    return nCodePage == CP_ACP || nCodePage == CP_THREAD_ACP ? GetACP() : nCodePage;
+}
+
 bool IsUtf8(unsigned nCodePage)
 {
-    return (nCodePage == CP_ACP || nCodePage == CP_THREAD_ACP) && GetACP() == CP_UTF8;
+    return ActualPage(nCodePage) == CP_UTF8;
+}
+
+bool IsGb18030(unsigned nCodePage)
+{
+    return ActualPage(nCodePage) == 54936;
 }
 
 // Narrow text of UTF-8 to narrow text of UTF-8: as it is, cut between characters.
@@ -108,8 +117,8 @@ std::size_t ForeignLength(const Char* p, std::size_t n)
 std::size_t WholeUnits(const WCHAR* p, std::size_t n, std::size_t nMax, unsigned nCodePage)
 {
     const std::size_t nWhole = std::min(n, nMax);
-    const bool bSplits = nCodePage == kGb18030 && nWhole && nWhole < n &&
-                         (p[nWhole - 1] & 0xFC00) == 0xD800 && (p[nWhole] & 0xFC00) == 0xDC00;
+    const bool bSplits = nWhole && nWhole < n && (p[nWhole - 1] & 0xFC00) == 0xD800 &&
+                         (p[nWhole] & 0xFC00) == 0xDC00 && (IsUtf8(nCodePage) || IsGb18030(nCodePage));
     return nWhole - bSplits;
 }
 
@@ -139,7 +148,7 @@ std::size_t ConvertFitting(const WCHAR* p, std::size_t n, char* pDest, std::size
 bool IsLead(char c, unsigned nCodePage)
 {
     return IsDBCSLeadByteEx(nCodePage, static_cast<BYTE>(c)) ||
-           (nCodePage == kGb18030 && c != '\x80' && c != '\xFF');
+           (IsGb18030(nCodePage) && c != '\x80' && c != '\xFF');
 }
 
 // The bytes of whole characters among \p nMax of \p n bytes, at least one character.
@@ -174,9 +183,9 @@ std::size_t ConvertFitting(const char* p, std::size_t n, WCHAR* pDest, std::size
 }
 
 // What one call converts of the characters beyond ASCII at \p p.
-std::size_t RunLength(const WCHAR* p, std::size_t n, unsigned)
+std::size_t RunLength(const WCHAR* p, std::size_t n, unsigned nCodePage)
 {
-    return ForeignLength(p, std::min(n, kMaxRun));
+    return WholeUnits(p, n, ForeignLength(p, std::min(n, kMaxRun)), nCodePage);
 }
 
 std::size_t RunLength(const char* p, std::size_t n, unsigned nCodePage)

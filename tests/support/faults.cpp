@@ -13,6 +13,7 @@ struct CallState
 {
     std::atomic<unsigned> m_nUntil = 0; ///< calls up to the first that fails; 0: none does
     std::atomic<bool> m_bLasts = false, m_bHappened = false;
+    std::atomic<unsigned> m_nFault = 0; ///< how many there were
 };
 
 constinit CallState g_states[static_cast<std::size_t>(FaultyCall::Count)];
@@ -31,6 +32,7 @@ CFault::CFault(FaultyCall call, unsigned nFirst, bool bLasts) : m_call(call)
     CallState& state = State(call);
     state.m_bLasts = bLasts;
     state.m_bHappened = false;
+    ++state.m_nFault;
     state.m_nUntil = nFirst;
 }
 
@@ -69,10 +71,11 @@ bool FailsNow(FaultyCall call)
     return true;
 }
 
-bool FailsForGood(FaultyCall call)
+unsigned FaultThatLasts(FaultyCall call)
 {
     const CallState& state = State(call);
-    return state.m_bLasts && state.m_nUntil.load(std::memory_order_relaxed) == 1 && state.m_bHappened;
+    const bool bLasts = state.m_bLasts && state.m_nUntil.load(std::memory_order_relaxed) == 1;
+    return bLasts && state.m_bHappened ? state.m_nFault.load() : 0;
 }
 
 void HangNow()

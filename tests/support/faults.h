@@ -110,8 +110,8 @@ private:
 
 /// Counts a call; true when it must fail.
 bool FailsNow(FaultyCall call);
-/// Whether such calls have begun to fail and go on.
-bool FailsForGood(FaultyCall call);
+/// Where such calls have begun to fail and go on: a number that no other fault has; else 0.
+unsigned FaultThatLasts(FaultyCall call);
 /// A call that prints the line and never comes back when it must hang.
 void HangNow();
 /// What the clocks show in nanoseconds; 0: the time.

@@ -85,14 +85,22 @@ int FindSpared(dl_phdr_info* pModule, std::size_t, void*)
     dl_iterate_phdr(FindSpared, nullptr);
 }
 
+/// The last fault that this thread has met.
+constinit thread_local unsigned t_nFault = 0;
+
 /// What ICU does not get it does not survive. The library asks for what ICU needs before it calls it, so that
-/// ICU finds nothing only where memory is missing for good.
+/// ICU finds nothing only where memory is missing for good, and its thread could know that: what another
+/// thread meets in between the library cannot.
 bool NoMemory(void* pCaller)
 {
     const bool bSpared = std::any_of(g_spared, g_spared + g_nSpared,
                                      [&](const CodeRange& range) { return range.Contains(pCaller); });
-    if (bSpared ? !FailsForGood(FaultyCall::Allocation) : !FailsNow(FaultyCall::Allocation))
+    if (!bSpared && !FailsNow(FaultyCall::Allocation))
         return false;
+    const unsigned nFault = FaultThatLasts(FaultyCall::Allocation);
+    if (bSpared && (nFault == 0 || nFault != t_nFault))
+        return false;
+    t_nFault = nFault;
     errno = ENOMEM;
     return true;
 }
