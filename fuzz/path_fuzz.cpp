@@ -53,14 +53,19 @@ void CheckPath(const std::basic_string<Char>& sPath, std::size_t nRoot, std::siz
         sExpected.append(sPath, sBase.back() == '\\' ? 2 : 1);
     }
     nRoom += sPath.size() + 1; // the path itself stands in it
-    sExpected.resize(std::min(sExpected.size(), nRoom - 1));
+    const bool bCut = sExpected.size() >= nRoom;
+    sExpected.resize(bCut ? nRoom - 1 : sExpected.size());
     std::vector<Char> buffer(nRoom);
     std::copy(sPath.begin(), sPath.end(), buffer.begin());
     if constexpr (sizeof(Char) == 1)
         ExpandPathA(buffer.data(), static_cast<unsigned>(nRoom));
     else
         ExpandPathW(buffer.data(), static_cast<unsigned>(nRoom * sizeof(Char)));
-    Require(buffer.data() == sExpected);
+    // A cut leaves out a character of several bytes as a whole, and what could be the beginning of one.
+    const std::basic_string<Char> sResult = buffer.data();
+    constexpr std::size_t kMostLess = sizeof(Char) == 1 ? 3 : 0;
+    Require(sExpected.starts_with(sResult));
+    Require(sResult.size() + (bCut ? kMostLess : 0) >= sExpected.size());
 }
 
 void CheckLogName(const Text& sFormat, TextView sOther)
