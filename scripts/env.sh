@@ -20,11 +20,6 @@ quietly() {
     fail "$what failed"
 }
 
-# The wine command: the distribution's where its 32-bit half is installed, else the private one.
-wine_command() {
-    if [ -x "$system_wine/wine" ]; then echo /usr/bin/wine; else echo "$wine_root/bin/wine"; fi
-}
-
 # What every Windows program of this project runs under. Set once, so that set-up, tests and developers agree.
 wine_environment() {
     export WINEPREFIX=${WINEPREFIX:-$cache/prefix} WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
@@ -42,6 +37,6 @@ wine_server() {
 warm_wine() {
     (
         flock 9
-        ! wine_server -p60 9>&- || "$(wine_command)" cmd /c exit 0 9>&-
+        ! wine_server -p60 9>&- || "$repo/scripts/wine" cmd /c exit 0 9>&-
     ) 9>"$WINEPREFIX/.lock" >/dev/null 2>&1 </dev/null
 }

@@ -9,7 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 WINEPREFIX=$prefix
 wine_environment
-wine=$(wine_command)
+wine=$repo/scripts/wine
 
 # Programs of both kinds must run, end a thread and load user32: each failed on some half-finished set-up.
 probe() {

@@ -43,13 +43,7 @@ arrange() {
         >"$new/usr/lib/i386-linux-gnu/wine/i386-windows/zlib1.dll"
     printf '#!/bin/sh\nexec %s/wineserver64 "$@"\n' "$system_wine" >"$new/bin/wineserver"
     ln -sf ../../../bin/wineserver "$new/usr/lib/wine/wineserver"
-    cat >"$new/bin/wine" <<SCRIPT
-#!/bin/sh
-export LD_LIBRARY_PATH="$wine_root/lib32\${LD_LIBRARY_PATH:+:\$LD_LIBRARY_PATH}" WINESERVER="$wine_root/bin/wineserver"
-unset WINELOADER
-exec "$wine_root/usr/lib/wine/wine" "\$@"
-SCRIPT
-    chmod 755 "$new"/bin/*
+    chmod 755 "$new/bin/wineserver"
     : >"$new/.complete"
 }
 
