@@ -9,6 +9,10 @@ int main(int argc, char** argv)
     if (argc >= 3 && argv[1] == kChildSwitch)
         return RunAsChild(argv[2], ChildArguments(argv + 3, argv + argc));
     ::testing::InitGoogleTest(&argc, argv);
-    const CTestEnvironment environment;
-    return RUN_ALL_TESTS();
+    int iResult;
+    {
+        const CTestEnvironment environment;
+        iResult = RUN_ALL_TESTS();
+    }
+    EndTestProcess(iResult);
 }

@@ -21,6 +21,10 @@ void SetTestVariable(const char* sName, const char* sValue);
 /// Turns off what would stop an unattended process (dialogs of the runtime after an abort).
 void PrepareTestProcess();
 
+/// Ends the process when its tests are over. Wine kills threads that are left, be they its own, at any point,
+/// and then hangs now and then at the end of the modules: it does not come to that.
+[[noreturn]] void EndTestProcess(int iResult);
+
 /// Makes the folder and points the environment into it for the lifetime of the object. The children of the
 /// program inherit it, so their reports appear beside those of the program itself.
 class CTestEnvironment

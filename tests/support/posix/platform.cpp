@@ -18,6 +18,11 @@ void SetTestVariable(const char* sName, const char* sValue)
 
 void PrepareTestProcess() {}
 
+void EndTestProcess(int iResult)
+{
+    std::exit(iResult);
+}
+
 bool IsRunningUnderWine()
 {
     return false;

@@ -40,6 +40,13 @@ void PrepareTestProcess()
     SetUnhandledExceptionFilter(EndAtOnce);
 }
 
+void EndTestProcess(int iResult)
+{
+    std::fflush(nullptr);
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(iResult));
+    std::abort();
+}
+
 bool IsRunningUnderWine()
 {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
