@@ -220,13 +220,13 @@ TEST_F(LogSystemFaults, WhatASlowDiskDoesNotTakeInTimeIsCounted)
     const std::uint64_t nLostBefore = GetLostLogLines(nullptr);
     const CFault slow(FaultyCall::SlowWrite);
     const std::string sLine = std::string(99999, 'x') + "\n";
-    for (int i = 0; i < 150; ++i)
+    for (int i = 0; i < 300; ++i)
         m_log.LogRaw(sLine.c_str());
     m_log.ReleaseLog();
     const std::uintmax_t nWritten = std::filesystem::file_size(m_file);
     EXPECT_EQ(0u, nWritten % sLine.size());
     EXPECT_LT(0u, nWritten);
-    EXPECT_EQ(150u, nWritten / sLine.size() + (GetLostLogLines(nullptr) - nLostBefore));
+    EXPECT_EQ(300u, nWritten / sLine.size() + (GetLostLogLines(nullptr) - nLostBefore));
 }
 
 ORV_CHILD(EndWhileAThreadReleases)
