@@ -1,5 +1,6 @@
 #include "log/loghandler.h"
 #include "orvcomtypes/lqsettings.h"
+#include "support/faults.h"
 #include "support/report_capture.h"
 #include "support/test_log.h"
 #include "support/test_registry.h"
@@ -7,6 +8,7 @@
 
 #include <shlobj.h>
 
+#include <deque>
 #include <iomanip>
 #include <thread>
 
@@ -230,6 +232,51 @@ TEST_F(LogWriter, BatchesBeyondTheBufferAreWhole)
     EXPECT_TRUE(writer.Flush(lines, untold, lost));
     EXPECT_TRUE(lines.IsEmpty());
     EXPECT_TRUE(sExpected == ReadBytes(m_file));
+}
+
+TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
+{
+    const struct
+    {
+        const char* m_sName;
+        void (*m_pfnFault)(const std::filesystem::path& file); // what became of the write
+        const char* m_sExpected;
+    } cases[] = {
+        {"whole", [](const auto&) {}, "0\n1\n2\n3\n"},
+        {"half", [](const auto& file) { std::filesystem::resize_file(file, 3); }, "0\n1\n2\n3\n"},
+        {"not at all", [](const auto& file) { std::filesystem::resize_file(file, 2); }, "0\n1\n2\n3\n"},
+        {"another's", [](const auto& file) { WriteBytes(file, "0\nx\n2\n"); }, "0\nx\n2\n1\n2\n3\n"},
+        {"behind another's", [](const auto& file) { WriteBytes(file, "0\n1\nx\n"); }, "0\n1\nx\n1\n2\n3\n"},
+    };
+    struct CWork
+    {
+        explicit CWork(const std::filesystem::path& file) : m_writer(file.string<WCHAR>(), g_options) {}
+        CLogWriter m_writer;
+        CLogQueue m_lines;
+    };
+    static std::deque<CWork> s_work; // threads that never come back have it
+    static CLogLoss s_none;
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.m_sName);
+        const auto file = m_dir / (std::string(c.m_sName) + ".txt");
+        CWork& work = s_work.emplace_back(file);
+        PushLine(work.m_lines, "0\n");
+        ASSERT_TRUE(work.m_writer.Drain(work.m_lines, s_none, s_none));
+        PushLine(work.m_lines, "1\n");
+        PushLine(work.m_lines, "2\n");
+        {
+            const CFault fault(FaultyCall::HangingWrite, 1, false);
+            std::thread([&work] { work.m_writer.Drain(work.m_lines, s_none, s_none); }).detach();
+            while (!fault.Happened())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        c.m_pfnFault(file);
+        PushLine(work.m_lines, "3\n");
+        EXPECT_TRUE(work.m_writer.Drain(work.m_lines, s_none, s_none));
+        work.m_writer.File().Close();
+        EXPECT_EQ(c.m_sExpected, ReadBytes(file));
+    }
 }
 
 TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)

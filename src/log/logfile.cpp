@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -285,16 +286,51 @@ CLogText CLogFile::Name() const
 
 DWORD CLogFile::Append(const char* pData, DWORD nBytes)
 {
+    const DWORD nThere = m_nAppending != 0 ? TakeOver(pData, nBytes) : 0;
+    const DWORD nLeft = nBytes - nThere;
+    if (m_bOnDisk)
+    {
+        m_nAppendAt = StateOf(m_hFile).m_nSize;
+        m_nAppending = nLeft;
+    }
     // Offset -1 is the end of the file at the moment of writing: other processes may append too.
     OVERLAPPED end{};
     end.Offset = end.OffsetHigh = 0xFFFFFFFF;
     DWORD nWritten = 0;
-    if (WriteFile(m_hFile, pData, nBytes, &nWritten, m_bOnDisk ? &end : nullptr) && nWritten == nBytes)
+    const BOOL bWritten = WriteFile(m_hFile, pData + nThere, nLeft, &nWritten, m_bOnDisk ? &end : nullptr);
+    m_nAppending = 0;
+    if (bWritten && nWritten == nLeft)
         return nBytes;
     OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
     m_left = StateOf(m_hFile);
     Close();
-    return nWritten;
+    return nThere + nWritten;
+}
+
+/// How many of the bytes the write that was cut off has left where it began; none when they are others.
+DWORD CLogFile::TakeOver(const char* pData, DWORD nBytes)
+{
+    const DWORD nBegun = std::min(m_nAppending, nBytes);
+    const HANDLE hFile = OpenExisting(m_sPath, GENERIC_READ);
+    if (hFile == INVALID_HANDLE_VALUE)
+        return 0;
+    LONG lHigh = static_cast<LONG>(m_nAppendAt >> 32);
+    SetFilePointer(hFile, static_cast<LONG>(m_nAppendAt), &lHigh, FILE_BEGIN);
+    DWORD nFound = 0;
+    char sPart[4096];
+    DWORD nRead = 1;
+    while (nFound < nBegun && nRead > 0)
+    {
+        const DWORD nPart = std::min<DWORD>(nBegun - nFound, sizeof sPart);
+        if (!ReadFile(hFile, sPart, nPart, &nRead, nullptr) || std::memcmp(sPart, pData + nFound, nRead) != 0)
+        {
+            nFound = 0;
+            break;
+        }
+        nFound += nRead;
+    }
+    CloseHandle(hFile);
+    return nFound;
 }
 
 bool CLogFile::Flush()
@@ -311,4 +347,5 @@ void CLogFile::Close()
     if (IsOpen())
         CloseHandle(m_hFile);
     m_hFile = INVALID_HANDLE_VALUE;
+    m_nAppending = 0;
 }

@@ -50,7 +50,8 @@ public:
     /// of a line must be written from its start.
     bool Continues() const { return m_bContinues; }
     /// Appends at the end, also beside other processes. Less than all bytes means failure; the file is then
-    /// closed, so that the next Prepare tries anew.
+    /// closed, so that the next Prepare tries anew. When the former call was cut off with its thread and this
+    /// data begins with that call's, what came into the file by then is not written again.
     DWORD Append(const char* pData, DWORD nBytes);
     /// False when what was written may not have come to the disk; the file is then closed.
     bool Flush();
@@ -82,6 +83,7 @@ private:
     bool SeekToEnd();
     bool EndHalfLine(CState now);
     bool EndsInsideALine() const;
+    DWORD TakeOver(const char* pData, DWORD nBytes);
     bool ChooseName();
     void DropOldFiles() const;
     void SetName();
@@ -93,6 +95,9 @@ private:
     bool m_bOnDisk = true; ///< neither a pipe nor a terminal
     bool m_bContinues = false;
     CState m_left; ///< when the last write failed
+    // The write that is under way: the end of a process on Windows may end its thread.
+    ULONGLONG m_nAppendAt = 0;
+    DWORD m_nAppending = 0; ///< 0: none is
     CLogFileName m_expanded;
     __time64_t m_tLastCheck = 0;
     CLogText m_sPath; ///< as built for this period; empty until a file of that name was opened

@@ -31,11 +31,12 @@ struct CStamp
 
 bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
+    lines.DropWhole(m_nDone); // what a thread that ended by force did not come to
     if (IsStopped() || !m_file.Prepare())
         return false;
     if (!m_file.Continues())
-        m_nFirstDone = 0;
-    if (m_nFirstDone == 0 && !Tell(untold))
+        m_nDone = 0;
+    if (m_nDone == 0 && !Tell(untold))
         return false;
     while (!lines.IsEmpty())
         if (IsStopped() || !AppendBlock(lines, lost))
@@ -76,8 +77,9 @@ bool CLogWriter::Tell(CLogLoss& untold)
 bool CLogWriter::AppendBlock(CLogQueue& lines, CLogLoss& lost)
 {
     const CLogMessage* pFirst = lines.First();
-    const char* pData = pFirst->Text() + m_nFirstDone;
-    DWORD nBytes = pFirst->Length() - m_nFirstDone;
+    const auto nSkip = static_cast<DWORD>(m_nDone);
+    const char* pData = pFirst->Text() + nSkip;
+    DWORD nBytes = pFirst->Length() - nSkip;
     if (CLogQueue::Next(pFirst) != nullptr)
     {
         if (m_pBuffer == nullptr)
@@ -100,7 +102,7 @@ void CLogWriter::DropWithoutBuffer(CLogQueue& lines, CLogLoss& lost)
     OutputDebugStringW(ORVTEXT("Cannot allocate log file write buffer\n"));
     lost.Add(lines.Lines(), lines.Bytes(), g_pfnLogTime());
     lines.Clear();
-    m_nFirstDone = 0;
+    m_nDone = 0;
 }
 
 /// Copies lines from the front as long as they fit. Only one that is larger than the buffer is cut: other
@@ -108,7 +110,7 @@ void CLogWriter::DropWithoutBuffer(CLogQueue& lines, CLogLoss& lost)
 DWORD CLogWriter::FillBuffer(const CLogQueue& lines)
 {
     DWORD nFilled = 0;
-    DWORD nSkip = m_nFirstDone;
+    auto nSkip = static_cast<DWORD>(m_nDone);
     for (const CLogMessage* p = lines.First(); p != nullptr; p = CLogQueue::Next(p))
     {
         const DWORD nRoom = kBufferBytes - nFilled;
@@ -126,8 +128,7 @@ void CLogWriter::Consume(CLogQueue& lines, DWORD nBytes)
 {
     const std::uint64_t nLines = lines.Lines();
     const std::uint64_t nQueued = lines.Bytes();
-    std::uint64_t nDone = std::uint64_t{m_nFirstDone} + nBytes;
-    lines.DropWhole(nDone);
-    m_nFirstDone = static_cast<DWORD>(nDone);
+    m_nDone += nBytes;
+    lines.DropWhole(m_nDone);
     m_unsynced.Add(nLines - lines.Lines(), nQueued - lines.Bytes(), g_pfnLogTime());
 }

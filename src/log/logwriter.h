@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 
@@ -45,7 +46,7 @@ private:
     CLogLoss m_unsynced; ///< what is lost when the next flush fails
     std::atomic<bool> m_bFlushing = false;
     std::atomic<bool> m_bStopped = false;
-    DWORD m_nFirstDone = 0; ///< bytes of the first line that are written already
+    std::uint64_t m_nDone = 0; ///< bytes of the first line that are written already
 
     struct CFree
     {

@@ -78,11 +78,11 @@ unsigned FaultThatLasts(FaultyCall call)
     return bLasts && state.m_bHappened ? state.m_nFault.load() : 0;
 }
 
-void HangNow()
+void HangNow(FaultyCall call)
 {
-    if (!FailsNow(FaultyCall::HangingSync))
+    if (!FailsNow(call))
         return;
-    std::puts("in a flush");
+    std::puts("it hangs");
     std::fflush(stdout);
     for (;;)
         std::this_thread::sleep_for(std::chrono::hours(1));

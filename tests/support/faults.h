@@ -10,10 +10,11 @@
 enum class FaultyCall
 {
     Allocation,
-    Open,        ///< no handle is left
-    Sync,        ///< the disk reports an error
-    HangingSync, ///< prints a line "in a flush" and never comes back
-    SlowWrite,   ///< POSIX only: what is put at the end of a file takes a fifth of a second
+    Open,         ///< no handle is left
+    Sync,         ///< the disk reports an error
+    HangingSync,  ///< prints a line "it hangs" and never comes back
+    HangingWrite, ///< the same, once it has put all at the end of a file
+    SlowWrite,    ///< POSIX only: what is put at the end of a file takes a fifth of a second
     ThreadStart,
     Sleep, ///< comes back at once
     Count
@@ -112,8 +113,8 @@ private:
 bool FailsNow(FaultyCall call);
 /// Where such calls have begun to fail and go on: a number that no other fault has; else 0.
 unsigned FaultThatLasts(FaultyCall call);
-/// A call that prints the line and never comes back when it must hang.
-void HangNow();
+/// Prints the line and never comes back when the call must hang.
+void HangNow(FaultyCall call);
 /// What the clocks show in nanoseconds; 0: the time.
 long long FrozenClock();
 void CountBlock(int nDifference);

@@ -108,7 +108,7 @@ bool NoMemory(void* pCaller)
 /// Where the disk answers nobody waits for its answer: that would be most of a run.
 int Sync()
 {
-    HangNow();
+    HangNow(FaultyCall::HangingSync);
     if (!FailsNow(FaultyCall::Sync))
         return 0;
     errno = EIO;
@@ -193,7 +193,9 @@ extern "C" ssize_t pwritev2(int nFile, const iovec* pBlocks, int nBlocks, off_t 
     static const auto s_pfnNext = Next<decltype(pwritev2)>("pwritev2");
     if (FailsNow(FaultyCall::SlowWrite))
         usleep(200'000);
-    return s_pfnNext(nFile, pBlocks, nBlocks, nOffset, nFlags);
+    const ssize_t nWritten = s_pfnNext(nFile, pBlocks, nBlocks, nOffset, nFlags);
+    HangNow(FaultyCall::HangingWrite);
+    return nWritten;
 }
 
 extern "C" int pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pfn)(void*),

@@ -27,6 +27,7 @@ struct CReal
     decltype(&SysAllocStringLen) m_pfnAllocStringLen;
     decltype(&SysFreeString) m_pfnFreeString;
     decltype(&FlushFileBuffers) m_pfnFlush;
+    decltype(&WriteFile) m_pfnWrite;
     decltype(&_beginthreadex) m_pfnBeginThread;
     decltype(&Sleep) m_pfnSleep;
     decltype(&CreateFileW) m_pfnCreateFile;
@@ -105,11 +106,19 @@ void WINAPI FreeString(BSTR s)
 
 BOOL WINAPI Flush(HANDLE hFile)
 {
-    HangNow();
+    HangNow(FaultyCall::HangingSync);
     if (!FailsNow(FaultyCall::Sync))
         return g_real.m_pfnFlush(hFile);
     SetLastError(ERROR_GEN_FAILURE);
     return FALSE;
+}
+
+BOOL WINAPI Write(HANDLE hFile, const void* pData, DWORD nBytes, DWORD* pnWritten, OVERLAPPED* pWhere)
+{
+    const BOOL bWritten = g_real.m_pfnWrite(hFile, pData, nBytes, pnWritten, pWhere);
+    if (pWhere != nullptr)
+        HangNow(FaultyCall::HangingWrite);
+    return bWritten;
 }
 
 std::uintptr_t __cdecl BeginThread(void* pSecurity, unsigned nStack, unsigned(__stdcall* pfn)(void*),
@@ -180,6 +189,7 @@ void Point(void** ppImport, const char* sName)
                                          {"SysAllocStringLen", AllocStringLen, g_real.m_pfnAllocStringLen},
                                          {"SysFreeString", FreeString, g_real.m_pfnFreeString},
                                          {"FlushFileBuffers", Flush, g_real.m_pfnFlush},
+                                         {"WriteFile", Write, g_real.m_pfnWrite},
                                          {"_beginthreadex", BeginThread, g_real.m_pfnBeginThread},
                                          {"Sleep", Pause, g_real.m_pfnSleep},
                                          {"CreateFileW", OpenFile, g_real.m_pfnCreateFile},
@@ -217,7 +227,8 @@ void PointImports(HMODULE hModule)
 const bool g_bPointed = [] {
     const WCHAR* const sProgram = nullptr;
     for (const WCHAR* sModule : {sProgram, L"OrvComTypes.dll", L"libstdc++-6.dll"})
-        PointImports(GetModuleHandleW(sModule));
+        if (HMODULE hModule = GetModuleHandleW(sModule)) // tests of internals have the library in themselves
+            PointImports(hModule);
     return true;
 }();
 
