@@ -126,6 +126,9 @@ TEST_F(Languages, AreFoundByName)
     for (const std::size_t nUnits : {84, 85, 500})
         EXPECT_EQ(nUnits < LOCALE_NAME_MAX_LENGTH,
                   CResourceHandler::SetLanguage((ORVTEXT("hu-") + Text(nUnits - 3, ORVTEXT('x'))).c_str()));
+    Text sMany = ORVTEXT("hu-");
+    for (int i = 0; i < 70; ++i) // more than the library remembers
+        EXPECT_TRUE(CResourceHandler::SetLanguage((sMany += 'm').c_str())) << i;
     CResourceHandler::DestroyGlobal();
     EXPECT_TRUE(CResourceHandler::SetLanguage(ORVTEXT("hu")) && CResourceHandler::GetHandle() != nullptr)
         << "opened again";

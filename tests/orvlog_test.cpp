@@ -37,7 +37,7 @@ TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
 {
     Init(lqlErrors);
     for (const char* sText : {"a\nb", "a\r\nb", "a\n\nb", "a\rb", "\nb", "\x1B[2J\x7F\x01\r\r\n\b",
-                              "a \t\r\n \v\f", "\n \n", "\xC2\x9B["})
+                              "a \t\r\n \v\f", "\n \n", "\xC2\x9B[\xC2\xA0]"})
         m_log.LogSimpleStr(lqlErrors, sText);
     EXPECT_EQ("=E> <t> a\r\n\tb\r\n"
               "=E> <t> a\r\n\tb\r\n"
@@ -48,7 +48,7 @@ TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
               "=E> <t> a\r\n"
               "=E> <t>\r\n"
               "=E> <t> " +
-                  std::string(IsNarrowUtf8() ? "\\x9B" : "\xC2\x9B") + "[\r\n",
+                  std::string(IsNarrowUtf8() ? "\\x9B" : "\xC2\x9B") + "[\xC2\xA0]\r\n",
               Written());
 }
 

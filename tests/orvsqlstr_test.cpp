@@ -74,12 +74,13 @@ TEST(OrvSqlStr, DecimalsAndConvertedValues)
     {
         const Text before(nBefore, ORVTEXT('-'));
         COrvSQLStr sql(before.c_str());
-        sql.AddDataWithStrConversion(DBTYPE_WSTR, ORVTEXT("it's cut"), 4);
+        sql.AddDataWithStrConversion(DBTYPE_WSTR, ORVTEXT("it's cut"), 4)
+            .AddDataWithStrConversion(DBTYPE_WSTR, ORVTEXT("it"), 1);
         sql.AddDataWithStrConversion(DBTYPE_DECIMAL, &dec, 6)
             .AddDataWithStrConversion(DBTYPE_DECIMAL, &dec, 0);
         sql.AddDataWithStrConversion(DBTYPE_NULL, nullptr, 5)
             .AddDataWithStrConversion(DBTYPE_DECIMAL, &dec, 7);
-        EXPECT_EQ(before + ORVTEXT("it's-12.345"), TextOf(sql));
+        EXPECT_EQ(before + ORVTEXT("it'si-12.345"), TextOf(sql));
     }
 }
 

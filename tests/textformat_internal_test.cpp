@@ -60,6 +60,7 @@ TEST(TextFormat, TextOfTheOtherWidthIsWhole)
     EXPECT_EQ(sEuros, aWide);
     const WCHAR lone[] = {0xD800, 0x4E2D, 'x', 0};
     EXPECT_EQ('x', Print("%S", lone).back()) << "outside the code page";
+    EXPECT_EQ(Narrow(ORVTEXT("a\u0085")), Print("%S", ORVTEXT("a\u0085"))) << "the first behind ASCII";
 }
 
 TEST(TextFormat, Integers)
