@@ -95,8 +95,10 @@ TEST_F(Languages, HoldWhatTheirScriptsSayInUtf8)
             EXPECT_EQ(english.at(uID).find(ORVTEXT("%1")) == Text::npos,
                       sText.find(ORVTEXT("%1")) == Text::npos);
         }
+        EXPECT_NO_REPORTS(m_capture);
+        EXPECT_EQ(table.at(26004) + ORVTEXT(" 9999"), TextOf(CLQMessage(9999).Format(nullptr)));
+        EXPECT_REPORTS(m_capture, {{"CLQMessage::Format", "sFormat.IsEmpty()", "9999", "lqmessage"}});
     }
-    EXPECT_NO_REPORTS(m_capture);
 }
 
 TEST_F(Languages, AreReadInTheCodePageOfTheirScripts)

@@ -234,12 +234,14 @@ TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
     const std::pair<std::string, std::string> rows[] = {{"Software\\X", "+Software\\X"},
                                                         {"Software\\X\\", "+Software\\X"},
                                                         {"X\\\\", "+X\\"},
-                                                        {std::string(300, 'r'), "+" + std::string(259, 'r')}};
+                                                        {std::string(300, 'r'), "+" + std::string(259, 'r')},
+                                                        {"X", "+X"}};
     for (const auto& [sSet, sExpected] : rows)
     {
         TypeParam::SetRoot(this->T(sSet).c_str());
         EXPECT_EQ(sExpected, this->Root(260));
     }
+    EXPECT_EQ("+X", this->Root(2));
     EXPECT_NO_REPORTS(this->m_capture);
     TypeParam::SetRoot(this->T("\\").c_str());
     const std::string sFunction = std::string("SetLQSettingsRoot") + TypeParam::kSuffix;

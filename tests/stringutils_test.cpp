@@ -330,6 +330,8 @@ TEST(Conversions, RangeThatCutsASequenceIsReported)
     CReportCapture capture;
     char aDest[16];
     EXPECT_EQ(1, UTF8ToANSI("\xE2", aDest, sizeof aDest, 1252));
+    // Where the ANSI code page is UTF-8 text is copied, and cut in front of the character.
+    EXPECT_EQ(2, UTF8ToANSI("ab\xC3\xA9", aDest, 4, CP_ACP) - (IsNarrowUtf8() ? 0 : 1));
     const char* const sEuro = "a\xE2\x82\xAC";
     EXPECT_EQ(2, UTF8ToANSIEx(sEuro, sEuro + 4, aDest, sizeof aDest, 1252));
     EXPECT_NO_REPORTS(capture);

@@ -1,7 +1,9 @@
 // Every locale that ICU has reads back what it writes; the user's is that of the environment.
 #include "support/locale_texts.h"
 #include "support/test_environment.h"
+#include "time/localefold.h"
 
+#include <unicode/uchar.h>
 #include <unicode/uloc.h>
 
 namespace
@@ -26,6 +28,18 @@ TEST(AllLocales, ReadBackWhatTheyWrite)
 #endif
     for (int i = 0; i < uloc_countAvailable(); i += kStep)
         CheckReadsBack(TagOf(uloc_getAvailable(i)).c_str(), random);
+}
+
+TEST(LocaleFold, KnowsTheDigitsOfEveryScript)
+{
+    for (UChar32 c = 0x80; c < 0x10000; ++c)
+    {
+        const WCHAR cText = static_cast<WCHAR>(c);
+        const bool bDigit = u_charType(c) == U_DECIMAL_DIGIT_NUMBER;
+        const bool bFolded =
+            OCT::FoldText({&cText, 1}) == Text(1, static_cast<WCHAR>('0' + u_charDigitValue(c)));
+        EXPECT_EQ(bDigit, bFolded) << c;
+    }
 }
 
 TEST(UsersLocale, FollowsTheEnvironment)
