@@ -8,7 +8,6 @@
 
 #include <shlobj.h>
 
-#include <deque>
 #include <iomanip>
 #include <thread>
 
@@ -248,33 +247,23 @@ TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
         {"another's", [](const auto& file) { WriteBytes(file, "0\nx\n2\n"); }, "0\nx\n2\n1\n2\n3\n"},
         {"behind another's", [](const auto& file) { WriteBytes(file, "0\n1\nx\n"); }, "0\n1\nx\n1\n2\n3\n"},
     };
-    struct CWork
-    {
-        explicit CWork(const std::filesystem::path& file) : m_writer(file.string<WCHAR>(), g_options) {}
-        CLogWriter m_writer;
-        CLogQueue m_lines;
-    };
-    static std::deque<CWork> s_work; // threads that never come back have it
-    static CLogLoss s_none;
+    CLogLoss none;
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.m_sName);
         const auto file = m_dir / (std::string(c.m_sName) + ".txt");
-        CWork& work = s_work.emplace_back(file);
-        PushLine(work.m_lines, "0\n");
-        ASSERT_TRUE(work.m_writer.Drain(work.m_lines, s_none, s_none));
-        PushLine(work.m_lines, "1\n");
-        PushLine(work.m_lines, "2\n");
-        {
-            const CFault fault(FaultyCall::HangingWrite, 1, false);
-            std::thread([&work] { work.m_writer.Drain(work.m_lines, s_none, s_none); }).detach();
-            while (!fault.Happened())
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        CLogWriter writer(file.string<WCHAR>(), g_options);
+        CLogQueue lines;
+        PushLine(lines, "0\n");
+        ASSERT_TRUE(writer.Drain(lines, none, none));
+        PushLine(lines, "1\n");
+        PushLine(lines, "2\n");
+        const CFault fault(FaultyCall::CutOffWrite, 1, false);
+        EXPECT_TRUE(RunUntilCutOff([&] { writer.Drain(lines, none, none); }));
         c.m_pfnFault(file);
-        PushLine(work.m_lines, "3\n");
-        EXPECT_TRUE(work.m_writer.Drain(work.m_lines, s_none, s_none));
-        work.m_writer.File().Close();
+        PushLine(lines, "3\n");
+        EXPECT_TRUE(writer.Drain(lines, none, none));
+        writer.File().Close();
         EXPECT_EQ(c.m_sExpected, ReadBytes(file));
     }
 }

@@ -299,7 +299,7 @@ TEST_F(LogSystemFaults, WhatAFlushCoveredSurvivesTheEndWithinTheNext)
     for (const int nSignal : {SIGKILL, SIGTERM})
     {
         CChildProcess child("HangInAFlush", {m_file.string()});
-        EXPECT_EQ("it hangs", child.ReadLine());
+        EXPECT_EQ("in a flush", child.ReadLine());
         kill(static_cast<pid_t>(child.Process()), nSignal);
         EXPECT_EQ(-nSignal, child.Wait().m_iExitCode);
         EXPECT_EQ((std::map<std::string, int>{{"w", 101}}), CountLines(Written()));

@@ -78,14 +78,22 @@ unsigned FaultThatLasts(FaultyCall call)
     return bLasts && state.m_bHappened ? state.m_nFault.load() : 0;
 }
 
-void HangNow(FaultyCall call)
+void HangNow()
 {
-    if (!FailsNow(call))
+    if (!FailsNow(FaultyCall::HangingSync))
         return;
-    std::puts("it hangs");
+    std::puts("in a flush");
     std::fflush(stdout);
     for (;;)
         std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
+std::jmp_buf g_cutOff;
+
+void CutOffNow()
+{
+    if (FailsNow(FaultyCall::CutOffWrite))
+        std::longjmp(g_cutOff, 1);
 }
 
 long long FrozenClock()

@@ -4,17 +4,18 @@
 #pragma once
 
 #include <chrono>
+#include <csetjmp>
 #include <cstdint>
 #include <filesystem>
 
 enum class FaultyCall
 {
     Allocation,
-    Open,         ///< no handle is left
-    Sync,         ///< the disk reports an error
-    HangingSync,  ///< prints a line "it hangs" and never comes back
-    HangingWrite, ///< the same, once it has put all at the end of a file
-    SlowWrite,    ///< POSIX only: what is put at the end of a file takes a fifth of a second
+    Open,        ///< no handle is left
+    Sync,        ///< the disk reports an error
+    HangingSync, ///< prints a line "in a flush" and never comes back
+    CutOffWrite, ///< puts all at the end of a file and goes on behind RunUntilCutOff
+    SlowWrite,   ///< POSIX only: what is put at the end of a file takes a fifth of a second
     ThreadStart,
     Sleep, ///< comes back at once
     Count
@@ -36,6 +37,18 @@ public:
 private:
     FaultyCall m_call;
 };
+
+extern std::jmp_buf g_cutOff;
+
+/// True when a call cut the function off, as if its thread had ended there: destructors are not called.
+template <class Function>
+bool RunUntilCutOff(Function fn)
+{
+    if (setjmp(g_cutOff) != 0)
+        return true;
+    fn();
+    return false;
+}
 
 /// For its lifetime the clocks that count from the system's start stand still.
 class CFrozenClock
@@ -113,8 +126,10 @@ private:
 bool FailsNow(FaultyCall call);
 /// Where such calls have begun to fail and go on: a number that no other fault has; else 0.
 unsigned FaultThatLasts(FaultyCall call);
-/// Prints the line and never comes back when the call must hang.
-void HangNow(FaultyCall call);
+/// A call that prints the line and never comes back when it must hang.
+void HangNow();
+/// A call that goes on behind RunUntilCutOff when it must.
+void CutOffNow();
 /// What the clocks show in nanoseconds; 0: the time.
 long long FrozenClock();
 void CountBlock(int nDifference);

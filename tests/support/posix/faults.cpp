@@ -108,7 +108,7 @@ bool NoMemory(void* pCaller)
 /// Where the disk answers nobody waits for its answer: that would be most of a run.
 int Sync()
 {
-    HangNow(FaultyCall::HangingSync);
+    HangNow();
     if (!FailsNow(FaultyCall::Sync))
         return 0;
     errno = EIO;
@@ -194,7 +194,7 @@ extern "C" ssize_t pwritev2(int nFile, const iovec* pBlocks, int nBlocks, off_t 
     if (FailsNow(FaultyCall::SlowWrite))
         usleep(200'000);
     const ssize_t nWritten = s_pfnNext(nFile, pBlocks, nBlocks, nOffset, nFlags);
-    HangNow(FaultyCall::HangingWrite);
+    CutOffNow();
     return nWritten;
 }
 

@@ -106,7 +106,7 @@ void WINAPI FreeString(BSTR s)
 
 BOOL WINAPI Flush(HANDLE hFile)
 {
-    HangNow(FaultyCall::HangingSync);
+    HangNow();
     if (!FailsNow(FaultyCall::Sync))
         return g_real.m_pfnFlush(hFile);
     SetLastError(ERROR_GEN_FAILURE);
@@ -117,7 +117,7 @@ BOOL WINAPI Write(HANDLE hFile, const void* pData, DWORD nBytes, DWORD* pnWritte
 {
     const BOOL bWritten = g_real.m_pfnWrite(hFile, pData, nBytes, pnWritten, pWhere);
     if (pWhere != nullptr)
-        HangNow(FaultyCall::HangingWrite);
+        CutOffNow();
     return bWritten;
 }
 
