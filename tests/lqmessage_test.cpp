@@ -28,6 +28,10 @@ TEST(Message, FormatsBuiltInIds)
         EXPECT_EQ(texts[uResId], Formatted(CLQMessage(uResId, 0, ORVTEXT("a"), ORVTEXT("b"))));
     EXPECT_EQ(ORVTEXT(""), Formatted(CLQMessage(1)));
     EXPECT_EQ(ORVTEXT("a||"), Formatted(CLQMessage(5, 0, ORVTEXT("a"), nullptr, ORVTEXT("c"))));
+    const Text sFull(999, ORVTEXT('x')); // with its terminator as long as a text may be
+    EXPECT_EQ(sFull, Formatted(CLQMessage(1, 0, sFull.c_str())));
+    EXPECT_TRUE(
+        Formatted(CLQMessage(1, 0, (sFull + ORVTEXT('x')).c_str())).starts_with(ORVTEXT("Internal error")));
     EXPECT_NO_REPORTS(capture);
 }
 
@@ -71,8 +75,8 @@ TEST(Message, ListsParameters)
     message.AddResIdParam(0);
     EXPECT_EQ(ORVTEXT(" P1: x P2: seven P3: "), Listed());
     for (int i = 0; i < 9; ++i)
-        message.AddParam(LONG{-3});
-    EXPECT_TRUE(Listed().ends_with(ORVTEXT(" P9: -3 P10: -3")));
+        message.AddParam(LONG{i - 6});
+    EXPECT_TRUE(Listed().ends_with(ORVTEXT(" P9: -1 P10: 0")));
 }
 
 TEST(Message, KeepsParametersOfAnyType)

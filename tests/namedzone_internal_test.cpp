@@ -27,9 +27,9 @@ SYSTEMTIME Rule(int mo, int iWeekday, int n, int h, int mi = 0, int s = 0, int m
 const ZoneRecord kEurope = {-60, 0, -60, Rule(10, 0, 5, 3), Rule(3, 0, 5, 2)};
 const ZoneRecord kSydney = {-600, 0, -60, Rule(4, 0, 1, 3), Rule(10, 0, 1, 2)};
 const ZoneRecord kSantiago = {240, 0, -60, Rule(4, 6, 1, 23, 59, 59, 999), Rule(9, 6, 1, 23, 59, 59, 999)};
-const ZoneRecord kFourth = {0, 0, -60, Rule(10, 0, 4, 2), Rule(3, 0, 4, 1)};
+const ZoneRecord kFourth = {0, 0, -60, Rule(12, 0, 4, 2), Rule(3, 0, 4, 1)};
 const ZoneRecord kNepal = {-345, 99, 99, {}, Rule(3, 0, 5, 2)}; // one rule is none
-const ZoneRecord kDates = {0, 0, -60, Time(2024, 9, 15, 2), Time(2024, 5, 15, 1)};
+const ZoneRecord kDates = {0, 0, -60, Time(2024, 9, 15, 1, 59, 59, 1), Time(2024, 5, 15, 0, 59, 59, 999)};
 
 TEST(NamedZone, ChangesByItsRules)
 {
@@ -48,8 +48,8 @@ TEST(NamedZone, ChangesByItsRules)
         {kSantiago, Time(2024, 4, 7, 3), -180, -240},
         {kSantiago, Time(2024, 9, 8, 4), -240, -180},
         {kFourth, Time(2032, 3, 28, 1), 0, 60},
-        {kFourth, Time(2032, 10, 24, 1), 60, 0}, // not the last, the 31st
-        {kFourth, Time(2032, 10, 31, 1), 0, 0},
+        {kFourth, Time(2034, 12, 24, 1), 60, 0}, // not the last, the 31st
+        {kFourth, Time(2034, 12, 31, 1), 0, 0},
         {kNepal, Time(2024, 3, 31), 345, 345},
         {kDates, Time(2024, 5, 15, 1), 0, 60},
         {kDates, Time(2024, 9, 15, 1), 60, 0},
@@ -74,7 +74,8 @@ TEST(NamedZone, RecordsThatAreNoneHaveNoOffset)
                                      {0, 0, -2881, Rule(10, 0, 5, 3), Rule(3, 0, 5, 2)},
                                      {0, 0, -60, Rule(13, 0, 5, 3), Rule(3, 0, 5, 2)},
                                      {0, 0, -60, Rule(10, 0, 5, 3), Rule(3, 7, 1, 2)},
-                                     {0, 0, -60, Rule(10, 0, 0, 3), Rule(3, 0, 6, 2)},
+                                     {0, 0, -60, Rule(10, 0, 0, 3), Rule(3, 0, 5, 2)},
+                                     {0, 0, -60, Rule(10, 0, 5, 3), Rule(3, 0, 6, 2)},
                                      {0, 0, -60, Time(2023, 2, 29), Time(2023, 1, 1)}})
         EXPECT_EQ(kPortNoOffset, OCT::PeriodsOf(record).OffsetAt(0)) << record.Bias;
 }

@@ -150,8 +150,8 @@ TYPED_TEST(Settings, TextIsTrimmedAndCut)
 {
     // The last column is what comes out of the text as a default: that is cut before it is trimmed.
     const std::tuple<Text, unsigned, const char*, const char*> rows[] = {
-        {ORVTEXT("  abc\t"), 100, "+abc", "-abc"}, {ORVTEXT("\r\n a b \x01"), 100, "+a b", "-a b"},
-        {ORVTEXT("   "), 100, "+", "-"},           {ORVTEXT("abc"), 5, "+abc", "-abc"},
+        {ORVTEXT("  abc\t"), 100, "+abc", "-abc"}, {ORVTEXT("\r\n ! b \x01"), 100, "+! b", "-! b"},
+        {ORVTEXT("   "), 100, "+", "-"},           {ORVTEXT("  ab"), 4, "+ab", "-a"},
         {ORVTEXT("abc"), 4, "+abc", "-abc"},       {ORVTEXT("abc"), 3, "+ab", "-ab"},
         {ORVTEXT("abc"), 2, "+a", "-a"},           {ORVTEXT("  abcdef"), 4, "+abc", "-a"},
         {ORVTEXT("ab %d%"), 4, "+ab ", "-ab"},     {ORVTEXT("%d%"), 9, "+%d%", "-%d%"},
@@ -231,8 +231,7 @@ TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
     {
         EXPECT_REPORTS(this->m_capture, {{"GetLQSettingsRootW", "", "0x8007007A", "lqsettings"}});
     }
-    const std::pair<std::string, std::string> rows[] = {{"Software\\X", "+Software\\X"},
-                                                        {"Software\\X\\", "+Software\\X"},
+    const std::pair<std::string, std::string> rows[] = {{"Software\\X\\", "+Software\\X"},
                                                         {"X\\\\", "+X\\"},
                                                         {std::string(300, 'r'), "+" + std::string(259, 'r')},
                                                         {"X", "+X"}};
@@ -242,6 +241,9 @@ TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
         EXPECT_EQ(sExpected, this->Root(260));
     }
     EXPECT_EQ("+X", this->Root(2));
+    const auto* v = this->m_sName.c_str();
+    TypeParam::SetRoot(this->T(rows[2].first).c_str()); // too long for the name of a key
+    EXPECT_FALSE(TypeParam::SetDWORD(nullptr, v, 1, 2) || TypeParam::SetBinary(nullptr, v, "x", 1));
     EXPECT_NO_REPORTS(this->m_capture);
     TypeParam::SetRoot(this->T("\\").c_str());
     const std::string sFunction = std::string("SetLQSettingsRoot") + TypeParam::kSuffix;
@@ -288,11 +290,17 @@ TYPED_TEST(Settings, APathWithoutBaseDirectoryStaysAndIsReported)
     const std::string sFunction = std::string("ExpandPath") + TypeParam::kSuffix;
     const char* sCondition =
         std::is_same_v<TypeParam, Wide> ? "!bRes || cBaseDir[0] == L'\\0'" : "!bRes || cBaseDir[0] == '\\0'";
-    auto sPath = this->T("$\\x");
-    TypeParam::Expand(sPath.data(), static_cast<unsigned>((sPath.size() + 1) * sizeof sPath[0]));
-    EXPECT_EQ(this->T("$\\x"), sPath);
-    EXPECT_REPORTS(this->m_capture, {{sFunction.c_str(), sCondition, "", "lqsettings"},
-                                     {sFunction.c_str(), "$\\x", "", "lqsettings"}});
+    const std::string sLong = "$\\" + std::string(600, 'x');
+    for (const auto& setting : {std::optional<RegistryValue>(), std::optional(TextValue(ORVTEXT("\t ")))})
+    {
+        StoreValue(HKEY_CURRENT_USER, kRoot, ORVTEXT("DefaultLogPath"), setting);
+        auto sPath = this->T(sLong);
+        TypeParam::Expand(sPath.data(), static_cast<unsigned>((sPath.size() + 1) * sizeof sPath[0]));
+        EXPECT_EQ(this->T(sLong), sPath);
+        EXPECT_REPORTS(this->m_capture,
+                       {{sFunction.c_str(), sCondition, "", "lqsettings"},
+                        {sFunction.c_str(), sLong.substr(0, 519).c_str(), "", "lqsettings"}});
+    }
 }
 
 // ---- Misuse ----

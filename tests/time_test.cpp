@@ -88,6 +88,7 @@ TEST(Time, DifferencesOfTwoTimes)
     EXPECT_EQ(2, COrvTime::GetTimeDiffAbs(b, a).GetTimeDiff());
     EXPECT_EQ(43201, COrvTime::GetOleTimeDiff(45000.0, 45000.5 + 0.6 / kDay).GetTimeDiff());
     EXPECT_EQ(0, COrvTime::GetOleTimeDiff(45000.0 + 0.6 / kDay, 45000.0 + 1.4 / kDay).GetTimeDiff());
+    EXPECT_EQ(0, COrvTime::GetOleTimeDiff(3.0, 3.0).GetTimeDiff()) << "the first date";
     EXPECT_NO_REPORTS(capture);
 }
 
@@ -157,9 +158,14 @@ TEST(Time, FieldsThatDoNotExistGiveNull)
         COrvTime t(5), tLocal(5);
         EXPECT_FALSE(t.SetYMD(y, mo, d, h, mi, s) || tLocal.SetLocalYMD(y, mo, d, h, mi, s));
         EXPECT_TRUE(t.IsNull() && tLocal.IsNull()) << mo << '-' << d;
+        EXPECT_TRUE(COrvTime::FromLocalYMD(y, mo, d, h, mi, s, loSecond).IsNull()) << mo << '-' << d;
     }
     COrvTime t;
-    EXPECT_FALSE(t.SetYMD(1600, 12, 31, 0, 0, 0) || t.SetYMD(67560, 1, 1, 0, 0, 0));
+    static constexpr int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    for (int i = 0; i < 12; ++i)
+        EXPECT_TRUE(t.SetYMD(2023, i + 1, days[i], 0, 0, 0) && !t.SetYMD(2023, i + 1, days[i] + 1, 0, 0, 0));
+    EXPECT_FALSE(t.SetYMD(1600, 12, 31, 0, 0, 0) || t.SetYMD(67560, 1, 1, 0, 0, 0) ||
+                 t.SetYMD(30828, 1, 1, 0, 0, 0));
     EXPECT_TRUE(t.SetLocalYMD(2038, 1, 1, 23, 0, 0) && t.SetLocalYMD(1970, 1, 2, 0, 0, 0));
     EXPECT_EQ(INT_MAX, COrvTime::FromYMD(2038, 1, 19, 3, 14, 7).GetOrvTime());
     EXPECT_EQ(INT_MIN, COrvTime::FromYMD(1901, 12, 13, 20, 45, 52).GetOrvTime());
@@ -180,6 +186,7 @@ TEST(Time, RandomTimesRoundTripInEveryForm)
         ASSERT_TRUE(t == COrvTime::FromDBTypeStamp(ts) && ts.fraction == 0) << t.GetOrvTime();
         ASSERT_EQ(t, COrvTime::FromYMD(y, mo, d, h, mi, s)) << t.GetOrvTime();
         ASSERT_EQ((t.GetOrvTime() / kDay + 4) % 7, st.wDayOfWeek) << t.GetOrvTime();
+        ASSERT_EQ(0, st.wMilliseconds);
         ASSERT_EQ(t, COrvTime::FromDATE(t.GetDATE())) << t.GetOrvTime();
     }
 }
@@ -192,12 +199,13 @@ TEST(TimeDiff, ConvertsUnitsAndCalculates)
     EXPECT_EQ(static_cast<int>(24856u * kDay), COrvTimeDiff::FromDay(24856).GetInSecond()); // wraps
     EXPECT_EQ(2, COrvTimeDiff::FromDATE(2.5 / kDay).GetInSecond());
     EXPECT_EQ(-kDay / 4, COrvTimeDiff::FromDATE(-0.25).GetInSecond());
+    EXPECT_EQ(INT_MAX, COrvTimeDiff::FromDATE(1.0 * INT_MAX / kDay).GetInSecond());
     EXPECT_FALSE(COrvTimeDiff::FromDATE(1e9).IsValid());
     EXPECT_FALSE(COrvTimeDiff::FromDATE(std::numeric_limits<double>::quiet_NaN()).IsValid());
     int h = 9, m = 9, s = 9;
     EXPECT_FALSE(COrvTimeDiff().GetHMS(h, m, s));
-    EXPECT_TRUE(COrvTimeDiff(-3725).GetHMS(h, m, s));
-    EXPECT_EQ((std::array{1, 2, 5}), (std::array{h, m, s}));
+    EXPECT_TRUE(COrvTimeDiff(-(3600 * 3600 + 125)).GetHMS(h, m, s));
+    EXPECT_EQ((std::array{3600, 2, 5}), (std::array{h, m, s}));
 
     const COrvTimeDiff a(3), b(5);
     EXPECT_TRUE(a < b && b > a && a <= b && b >= a && a <= a && a >= a && a == a && a != b);
@@ -230,7 +238,7 @@ TEST(Timer, PreciseCountMustExceedItsLimit)
     CFrozenClock clock(5s);
     COrvPrecisionTimer timer(100, true);
     const COrvPrecisionTimer unlimited(0, true);
-    clock.Set(5100ms);
+    clock.Set(5100ms + 1us - 1ns);
     EXPECT_EQ(100'000, timer.GetuSValue());
     EXPECT_EQ(100, timer.GetMSDiff());
     EXPECT_EQ(100 / (1000.0 * kDay), timer.GetTimeDiff());
@@ -250,6 +258,7 @@ TEST(Timer, TicksMustReachTheirLimitAlsoPastTheWrap)
     const COrvTcTimer unlimited(0, true);
     clock.Set(kWrap + 50ms - 1ns);
     EXPECT_FALSE(timer.IsExpired(0) || timer.IsExpired(-3)) << "its own limit";
+    EXPECT_TRUE(timer.IsExpired(1));
     clock.Set(kWrap + 50ms);
     EXPECT_TRUE(timer.IsExpired(0) && !unlimited.IsExpired(50));
     EXPECT_TRUE(timer.IsExpired(100) && !timer.IsExpired(101));
@@ -267,7 +276,7 @@ TEST(Timer, OverflowIsReported)
     const COrvPrecisionTimer precise(1, true);
     const COrvTcTimer ticks(1, true);
     clock.Set(1s + 2'147'483'647us);
-    EXPECT_EQ(0x7FFFFFFF, precise.GetuSValue());
+    EXPECT_TRUE(precise.GetuSValue() == 0x7FFFFFFF && precise.GetMSDiff() == 2'147'483);
     clock.Set(1s + std::chrono::milliseconds(0x7FFFFFFF));
     EXPECT_EQ(0x7FFFFFFF / (1000.0 * kDay), ticks.GetTimeDiff());
     EXPECT_NO_REPORTS(capture);

@@ -1,6 +1,8 @@
 #include "support/locale_texts.h"
 #include "time/localefold.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -18,11 +20,26 @@ constexpr const WCHAR* kLocales[] = {
 
 TEST(LocaleFold, PunctuationEndsWords)
 {
-    for (const auto& [cFirst, cLast] :
-         {std::pair<WCHAR, WCHAR>(0x2010, 0x205E), {0x3001, 0x3003}, {0xFF01, 0xFF0F}})
+    static constexpr WCHAR ranges[][2] = {{'Z' + 1, 0x00A9}, {0x00AB, 0x00B4}, {0x00B6, 0x00B9},
+                                          {0x00BB, 0x00BF},  {0x2010, 0x205E}, {0x3001, 0x3003},
+                                          {0xFF01, 0xFF0F}};
+    for (const auto& [cFirst, cLast] : ranges)
         EXPECT_TRUE(OCT::IsWordUnit(static_cast<WCHAR>(cFirst - 1)) && !OCT::IsWordUnit(cFirst) &&
                     !OCT::IsWordUnit(cLast) && OCT::IsWordUnit(static_cast<WCHAR>(cLast + 1)))
             << static_cast<unsigned>(cFirst);
+    static constexpr WCHAR signs[] = {'@', 0x055D, 0x0589, 0x060C, 0x06D4, 0xFF1A};
+    EXPECT_TRUE(std::ranges::none_of(signs, OCT::IsWordUnit));
+}
+
+TEST(LocaleFold, LeavesOutWhatCannotBeSeen)
+{
+    static constexpr int ranges[][2] = {{0x00AD, 0x00AD}, {0x061C, 0x061C}, {0x200B, 0x200F},
+                                        {0x202A, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
+    for (const auto& [iFirst, iLast] : ranges)
+    {
+        const int around[] = {iFirst - 1, iFirst, iLast, iLast + 1};
+        EXPECT_EQ(2u, OCT::FoldText(Text(std::begin(around), std::end(around))).size()) << iFirst;
+    }
 }
 
 TEST(TimeLocale, ReadsBackWhatItWrites)
@@ -50,10 +67,12 @@ TEST(TimeLocale, ReadsWhatPeopleType)
         {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7.08.09 pm"), kBoth, 20240506190809},
         {ORVTEXT("en-US"), ORVTEXT("7.08 5.6.2024"), kBoth | COrvTime::Ext_TimeFirst, 20240506070800},
         {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08-09"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 0:08 AM"), kBoth, 0},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 1:08 PM"), kBoth, 20240506130800},
+        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 AM PM"), kBoth, 0},
         {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08 PM"), kBoth, 0},
         {ORVTEXT("en-US"), ORVTEXT("5/6/2024 13:08"), kBoth, 20240506130800},
         {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 PMX"), kBoth, 0},
-        {ORVTEXT("en-US"), ORVTEXT("5/6/2024 7:08 in the evening"), kBoth, 0},
         {ORVTEXT("en-US"), ORVTEXT("\x0665/\x0666/\x0662\x0660\x0662\x0664 7:08"), kBoth, 20240506070800},
         {ORVTEXT("en-US"), ORVTEXT("Mar 5, 12 10:20:30"), kBoth, 20120305102030},
         {ORVTEXT("en-US"), ORVTEXT("Marx 5, 2012 10:20:30"), kBoth, 0},
@@ -66,12 +85,18 @@ TEST(TimeLocale, ReadsWhatPeopleType)
         {ORVTEXT("en-US"), ORVTEXT("7:08 April 6, 2024"), kDate | kTime | COrvTime::Ext_TimeFirst,
          20240406070800},
         {ORVTEXT("en-US"), ORVTEXT("7:08 5/6/2024"), kBoth | COrvTime::Ext_TimeFirst, 20240506070800},
+        {ORVTEXT("en-GB"), ORVTEXT("06/05/69 07:08"), kBoth, 20690506070800},
         {ORVTEXT("en-GB"), ORVTEXT("06/05/70 07:08"), kBoth, 19700506070800},
+        {ORVTEXT("en-GB"), ORVTEXT("06/05/100 07:08"), kBoth, 1000506070800},
         {ORVTEXT("en-GB"), ORVTEXT("06/05/12024 07:08"), kBoth, 0},
         {ORVTEXT("de-DE"), ORVTEXT("6.5.2024 7:08"), kBoth, 20240506070800},
+        {ORVTEXT("de-DE"), ORVTEXT("6.5.2024 13:08 PM"), kBoth, 20240506130800},
+        {ORVTEXT("de-DE"), ORVTEXT("6.5.2024 13:08 AM"), kBoth, 0},
         {ORVTEXT("de-DE"), ORVTEXT("6. m\x00C4rz 2024"), kDate, 20240306000000},
         {ORVTEXT("hu-HU"), ORVTEXT("2024.5.6"), COrvTime::Date_Short, 20240506000000},
         {ORVTEXT("fr-FR"), ORVTEXT("mardi 6 mai 2024"), kDate, 20240506000000},
+        {ORVTEXT("fr-FR"), ORVTEXT("6 sept 2024"), kDate, 20240906000000},
+        {ORVTEXT("es-ES"), ORVTEXT("6 mar 2024"), kDate, 20240306000000}, // March and Tuesday
         // Tuesday begins as the short name of March does.
         {ORVTEXT("ro-RO"), ORVTEXT("mar\x021Bi, 7 mai 2024"), kDate, 20240507000000},
         {ORVTEXT("pl-PL"), ORVTEXT("6 stycze\x0144 2024"), kDate,
@@ -103,8 +128,12 @@ TEST(TimeLocale, ReadsTheUsersOwnForms)
     const auto thai = FormsOf({{'d', 0}, {'M', 0}, {'y', 0}}, 543);
     EXPECT_EQ(20240506000000u, Read(thai, ORVTEXT("6/5/2567"), kDate));
     EXPECT_EQ(20240506000000u, Read(thai, ORVTEXT("06-May-67"), kDate));
-    const auto packed = FormsOf({{'y', 4}, {'M', 2}, {'d', 0}}, 0);
-    EXPECT_EQ(20240506000000u, Read(packed, ORVTEXT("20240506"), kDate));
+    EXPECT_EQ(10506000000u, Read(thai, ORVTEXT("6/5/544"), kDate));
+    EXPECT_EQ(0u, Read(thai, ORVTEXT("6/5/543"), kDate)) << "the year 0";
+    auto packed = FormsOf({{'y', 4}, {'M', 2}, {'d', 0}}, 0);
+    packed.m_times[1] = {{'H', 2}, {'m', 2}, {'s', 0}};
+    packed.m_sSecondsMark.clear();
+    EXPECT_EQ(20240506070809u, Read(packed, ORVTEXT("20240506 070809"), kDate | COrvTime::Time_Long));
     // Months of the moon, eras, and forms without the year.
     EXPECT_EQ(0u, Read(FormsOf({{'d', 0}, {'M', 0}, {'y', 0}}, std::nullopt), ORVTEXT("6/5/1445"), kDate));
     EXPECT_EQ(0u, Read(FormsOf({{'d', 0}, {'M', 0}}, 0), ORVTEXT("6/5"), kDate));
@@ -128,7 +157,7 @@ TEST(TimeLocale, UsersLocaleReadsBack)
     EXPECT_LE(COrvTime::CompareLocalYMD(COrvTime::Now(), tRead), 86400);
 
     tRead = t;
-    EXPECT_FALSE(tRead.ParseLocal(ORVTEXT("5"), COrvTime::Date_Short));
+    EXPECT_FALSE(tRead.ParseLocal(ORVTEXT("5"), COrvTime::Date_Short) || tRead.ParseLocal(ORVTEXT(""), 0));
     EXPECT_EQ(t, tRead);
     EXPECT_TRUE(COrvTime().FormatLocal().IsEmpty() && t.FormatLocal(0).IsEmpty());
 }

@@ -110,11 +110,11 @@ TEST(TimeReports, Dates)
     constexpr const char* kRange = "d < BASEORVTIME_INDATE || d > MAXORVTIME_INDATE";
     constexpr const char* kStatus = "d.GetStatus() == ATL::COleDateTime::valid";
     static const Row rows[] = {
+        {[](auto& t) { return !t.SetDATE(3.0) && t == kKept; }, "SetDATE", kRange},
         {[](auto& t) { return !t.SetDATE(25568.5) && t == kKept; }, "SetDATE", kRange},
         {[](auto& t) { return !t.SetDATE(50423.01) && t == kKept; }, "SetDATE", kRange},
         {[](auto& t) { return !t.SetDATE(kNoNumber) && t == kKept; }, "SetDATE", kRange},
-        {[](auto& t) { return !t.SetLocalDATE(25568.5) && t == kKept; }, "SetLocalDATE", kRange},
-        {[](auto& t) { return !t.SetLocalDATE(50423.01) && t == kKept; }, "SetLocalDATE", kRange},
+        {[](auto& t) { return !t.SetLocalDATE(3.0) && t == kKept; }, "SetLocalDATE", kRange},
         {[](auto& t) { return !t.SetDATE(kBadDate) && t.IsNull(); }, "SetDATE", kStatus},
         {[](auto& t) { return !t.SetLocalDATE(kBadDate) && t.IsNull(); }, "SetLocalDATE", kStatus},
     };
@@ -149,11 +149,16 @@ TEST(TimeReports, FieldsAndConversions)
          kYears},
         {[](auto& t) { return !t.SetLocalYMD(2038, 1, 2, 0, 0, 0); }, "LocalYMD2Timet", kYears},
         {[](auto& t) { return !t.SetLocalYMD(2038, 2, 1, 0, 0, 0); }, "LocalYMD2Timet", kYears},
+        {[](auto& t) { return !t.SetLocalYMD(2039, 1, 1, 0, 0, 0); }, "LocalYMD2Timet", kYears},
         {[](auto& t) { return t = INT_MAX, t.RoundLocalDayDown() == INT_MAX; }, "LocalYMD2Timet", kYears},
         // A date that local times do not reach; the result is true all the same.
         {[](auto& t) { return t.SetLocalDATE(50423.0) && t.IsNull(); }, "LocalYMD2Timet", kYears},
         {[](auto& t) { return t.SetYMD(2038, 1, 19, 3, 14, 8) && t == INT_MIN; }, "FileTime2Timet", kRange},
         {[](auto& t) { return t.SetYMD(1901, 12, 13, 20, 45, 51) && t == INT_MAX; }, "FileTime2Timet",
+         kRange},
+        // The first moment and the last one, of which the low 32 bits stay.
+        {[](auto& t) { return t.SetYMD(1601, 1, 1, 0, 0, 0) && t == 1240428288; }, "FileTime2Timet", kRange},
+        {[](auto& t) { return t.SetYMD(30827, 12, 31, 23, 59, 59) && t == 137448447; }, "FileTime2Timet",
          kRange},
         {[](auto&) { return !TZ::LocalYMD2Timet(2024, 1, 1, 0, 0, 0, nullptr); }, "LocalYMD2Timet",
          "t == nullptr"},
@@ -183,6 +188,10 @@ TEST(TimeReports, Text)
     constexpr const char* kLocal = "dest == nullptr || cchDest < 2";
     constexpr const char* kNarrow = "pStr == nullptr || pStr[0] == '\\0'";
     constexpr const char* kWide = "pStr == nullptr || pStr[0] == L'\\0'";
+    constexpr const char* kOrder =
+        "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 || "
+        "(uiFlags & Time_Mask) == 0)";
+    constexpr unsigned kFirst = COrvTime::Ext_TimeFirst;
     static const Row rows[] = {
         {[](auto& t) { return t.DebugFormat(kTime, pNone, 10), true; }, "DebugFormat", kUtc},
         {[](auto& t) { return t.DebugFormat(kTime, text, 1), *text == '#'; }, "DebugFormat", kUtc},
@@ -194,16 +203,15 @@ TEST(TimeReports, Text)
         {[](auto& t) { return !t.SetFromString(pNone) && t == kKept; }, "SetFromString", kWide},
         {[](auto& t) { return !t.SetFromString(ORVTEXT("")); }, "SetFromString", kWide},
         {[](auto& t) { return !t.ParseLocal(nullptr) && t == kKept; }, "ParseLocal", "src == nullptr"},
-        {[](auto& t) { return !t.FormatLocal(COrvTime::Ext_TimeFirst | COrvTime::Date_Short).IsEmpty(); },
-         "FormatLocal",
-         "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && ((uiFlags & Date_Mask) == 0 || "
-         "(uiFlags & Time_Mask) == 0)"},
+        {[](auto& t) { return !t.FormatLocal(kFirst | t.Date_Short).IsEmpty(); }, "FormatLocal", kOrder},
+        {[](auto& t) { return !t.FormatLocal(kFirst | t.Time_Long).IsEmpty(); }, "FormatLocal", kOrder},
     };
     CheckEach("COrvTime::", rows);
     CReportCapture capture;
     COrvTime(kKept).DebugFormatLocal(kTime, text, 0x80000000u); // has no upper bound
     EXPECT_NE('#', *text);
     EXPECT_FALSE(COrvTime(kKept).FormatLocal(COrvTime::Time_Short).IsEmpty());
+    EXPECT_FALSE(COrvTime(kKept).FormatLocal(kFirst | COrvTime::Date_Long | COrvTime::Time_Short).IsEmpty());
     EXPECT_NO_REPORTS(capture);
 }
 

@@ -33,6 +33,7 @@ TEST(TimeUtils, FileTimes)
         EXPECT_EQ(t, FileTime2Timet(Timet2FileTime(t)));
     EXPECT_EQ(0, FileTime2Timet({ft.dwLowDateTime - 9999999, ft.dwHighDateTime})); // cut off towards 1970
     EXPECT_EQ(1, FileTime2Timet({ft.dwLowDateTime + 19999999, ft.dwHighDateTime}));
+    EXPECT_EQ(2, FileTime2Timet({ft.dwLowDateTime + 20000000, ft.dwHighDateTime}));
 }
 
 TEST(TimeZone, OtherNamesLeaveTheSystemsZone)
