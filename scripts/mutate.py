@@ -27,11 +27,13 @@ TESTS = {
     "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|textformat_internal|threads|memorysweep",
     "errors": "lqexcept|comerror|logcrash|logviewer|sqllog|lqmessage",
     "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload",
-    "messages": "memorysweep|lqmessage|message_fuzz|languages",
-    "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage",
+    "messages": "memorysweep|lqmessage|message_fuzz|languages|messagelocale",
+    "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage|templates|memorysweep",
     "settings": "settings|path_fuzz|memorysweep",
-    "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|lqmessage|memorysweep",
-    "time": "time|timechrono|timelocale_internal|timereports|timetext|timezone|namedzone_internal|time_fuzz|zonerules",
+    "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|lqmessage|memorysweep"
+               "|collationlocales|templates|nomemory",
+    "time": "time|timechrono|timelocale_internal|timereports|timetext|timezone|namedzone_internal|time_fuzz|zonerules"
+            "|alllocales_internal|zonehistory",
 }
 
 # A token, and what stands in its place.
