@@ -70,6 +70,7 @@ TEST(Reporter, PrefersTheConfiguredFolders)
     Set(ORVTEXT("DefaultLogPath"), TextValue({}));
     ExpectReportIn(dir / "local" / "Log");
     RegistryValue unterminated = Value("unterminated");
+    unterminated.first = REG_EXPAND_SZ;
     unterminated.second.resize(unterminated.second.size() - sizeof(WCHAR));
     Set(ORVTEXT("DefaultLogPath"), unterminated);
     ExpectReportIn(dir / "unterminated");

@@ -29,7 +29,7 @@ public:
         const Text otherText = m_texts[j];
         const unsigned nAt = m_random.UpTo(Size(otherText));
         const WCHAR* const sPlace = other + nAt;
-        const unsigned nLen = m_random.UpTo(1) * m_random.UpTo(700);
+        const unsigned nLen = m_random.UpTo(1) * m_random.UpTo(m_random.UpTo(1) ? 700 : 40);
         const Text part = otherText.substr(nAt, nLen != 0 ? nLen : Text::npos);
         // A cut of this one, which may reach past its end.
         const unsigned nFrom = m_random.UpTo(Size(text) + 2);
@@ -86,6 +86,9 @@ public:
             const Text& text = m_texts[i];
             ASSERT_EQ(text, TextOf(str));
             ASSERT_EQ(text.size(), str.GetLength());
+            const WCHAR* const s = str;
+            const bool bAttached = std::ranges::any_of(m_foreign, [s](auto& t) { return t.c_str() == s; });
+            ASSERT_TRUE(bAttached || ORVS_GetAllocLen(s) / sizeof(WCHAR) > text.size());
             const unsigned nFrom = m_random.UpTo(Size(text) + 1);
             ASSERT_EQ(static_cast<int>(text.find(ORVTEXT('b'), nFrom)),
                       str.Find(ORVTEXT('b'), static_cast<int>(nFrom)));

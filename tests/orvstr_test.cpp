@@ -88,6 +88,9 @@ TEST(OrvStr, CopiesShareUntilOneChanges)
     }
     assigned.Copy(a);
     EXPECT_NE(Handle(a), Handle(assigned));
+    COrvStr changed = a;
+    changed.MakeUpper();
+    EXPECT_EQ(ORVS_GetAllocLen(a), ORVS_GetAllocLen(changed));
     const WCHAR* const sBefore = Handle(a);
     a.MakeUpper();
     EXPECT_EQ(sBefore, Handle(a)) << "the only holder writes in place";
@@ -130,11 +133,11 @@ TEST(OrvStr, LengthsCountSourceUnitsUpToTheTerminator)
     str.Append(ORVTEXT("x\0y"), 3);
     str.Append("n\0m", 3);
     EXPECT_TRUE(Holds(str, ORVTEXT("abxn")));
-    str = "narrow";
+    str = Narrow(ORVTEXT("narr\u00F6w")).c_str();
     str.AppendChar(0);
     str << ORVTEXT("1") << ORVTEXT("") << nullptr;
     str += str;
-    EXPECT_TRUE(Holds(str, ORVTEXT("narrow1narrow1")));
+    EXPECT_TRUE(Holds(str, ORVTEXT("narr\u00F6w1narr\u00F6w1")));
     str.SetUTF8(nullptr);
     EXPECT_TRUE(Holds(str, ORVTEXT("")));
 }
@@ -142,16 +145,19 @@ TEST(OrvStr, LengthsCountSourceUnitsUpToTheTerminator)
 TEST(OrvStr, CopyOutIsCutAndTerminated)
 {
     CReportCapture capture;
-    const COrvStr str(ORVTEXT("abcdef"));
+    const COrvStr str(ORVTEXT("abcdefg"));
     WCHAR sWide[8];
-    EXPECT_EQ(Text(ORVTEXT("abcdef")), str.CopyTo(sWide, 8));
+    EXPECT_EQ(Text(ORVTEXT("abcdefg")), str.CopyTo(sWide, 8));
+    EXPECT_EQ(Text(), str.CopyTo(sWide, 1));
     EXPECT_EQ(Text(ORVTEXT("abc")), str.CopyTo(sWide, 4));
     EXPECT_EQ(Text(ORVTEXT("abc")), str.CopyTo(sWide, 0));
     EXPECT_EQ(Text(), str.CopyTo(sWide, 0x80000000u));
-    char sNarrow[8];
-    EXPECT_STREQ("abcdef", str.GetANSI(sNarrow, 8));
+    char sNarrow[] = "narrow and long";
+    EXPECT_STREQ("abcdefg", str.GetANSI(sNarrow, 8));
+    EXPECT_STREQ("nd long", sNarrow + 8);
     EXPECT_STREQ("abc", str.GetANSI(sNarrow, 4));
     EXPECT_STREQ("", str.GetANSI(sNarrow, 1));
+    EXPECT_EQ(Narrow(ORVTEXT("\u00E9")), COrvStr(ORVTEXT("\u00E9")).GetANSI(sNarrow, 8));
     EXPECT_STREQ("", COrvStr().GetANSI(sNarrow, 8));
     EXPECT_NO_REPORTS(capture);
     EXPECT_EQ(nullptr, str.CopyTo(nullptr, 4));

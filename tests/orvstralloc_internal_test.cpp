@@ -1,5 +1,6 @@
 #include "orvcomtypes/octalloc.h"
 #include "strings/strbuffer.h"
+#include "strings/textlen.h"
 #include "support/child_process.h"
 #include "support/meeting.h"
 #include "support/report_capture.h"
@@ -38,7 +39,7 @@ TEST(OrvStrAlloc, RequestsGetTheirSizeClass)
         unsigned nAllocLen;
     } rows[] = {{3, 42},      {42, 42},     {43, 82},     {82, 82},    {83, 302},
                 {302, 302},   {303, 802},   {802, 802},   {803, 1012}, {1011, 1012},
-                {1012, 2036}, {1800, 2036}, {2000, 4084}, {2036, 4084}};
+                {1012, 2036}, {1850, 2036}, {1851, 4084}, {2036, 4084}};
     for (const auto& row : rows)
     {
         WCHAR* const s = ORVS_AllocateString(row.nBytes);
@@ -121,7 +122,8 @@ TEST(OrvStrAlloc, NullHandles)
     EXPECT_EQ(0u, ORVS_GetStrLen(nullptr));
     ORVS_SetStrLen(nullptr, 1);
     const ExpectedReport null = {"ORVS_GetOrvStrBuffer", "s == nullptr", "", "orvstralloc"};
-    EXPECT_REPORTS(capture, {null, null, null});
+    EXPECT_EQ(0u, OrvStringCchCopy(nullptr, 4, ORVTEXT("x")));
+    EXPECT_REPORTS(capture, {null, null, null, {"OrvStringCchCopy", "sTrg == nullptr", "", "orvstr"}});
 }
 
 TEST(OrvStrAlloc, BuffersOfNoKindAreReportedAndDropped)
@@ -245,7 +247,9 @@ TEST(OrvStrAlloc, BuffersOutliveTheirPool)
         OCT::NewStr(20), OCT::NewStr(40), OCT::NewStr(150), OCT::NewStr(400), OCT::NewStr(505)});
     UninitOrvComTypes();
     const ExpectedReport used = {"::FreeDataChain", "!IsChainUsed(p)"};
-    EXPECT_REPORTS(capture, {used, used, used, used});
+    const char* const sName =
+        "OCT::CPlexAlloc<class OrvStrBuffer<21>,1024,class OCT::CCritSect>::FreeDataChain";
+    EXPECT_REPORTS(capture, {{sName, "!IsChainUsed(p)"}, used, used, used});
     // Dropped while there is no pool, and again while there is a new one.
     ORVS_ReleaseString(held[0]);
     WCHAR* const sNew = OCT::NewStr(40);

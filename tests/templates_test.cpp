@@ -50,7 +50,7 @@ TEST(TagTemplate, FillsTagsAndKeepsOrDropsWhatDependsOnThem)
         {ORVTEXT(""), ORVTEXT("")},
         {ORVTEXT("a>b<a>c<no>d"), ORVTEXT("a>bAcd")},
         {ORVTEXT("<a>[<b>]"), ORVTEXT("A[ <x> \\ ]")},
-        {ORVTEXT(" \\t x \\N\\r  y   z\\T"), ORVTEXT("x \n\r y z")},
+        {ORVTEXT(" \\t x \\N\\r\\n\\R\\T  y   z\\T"), ORVTEXT("x \n\r\n\r\t y z")},
         {ORVTEXT("\t x\t\ty\n"), ORVTEXT("x\t\ty")},
         {ORVTEXT("\\<a\\>\\\\\\q\\"), ORVTEXT("<a>\\q")},
         {ORVTEXT("x< a >y<\t&a>z<&no>"), ORVTEXT("xAy Az")},

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 
 namespace
 {
@@ -135,7 +136,7 @@ TEST(TextFile, EncodingIsRecognized)
     EXPECT_EQ(ORVTEXT("a"), Converted("\xFF\xFE\x61\0\0\0"s)) << "UTF-16 with mark and terminator";
     EXPECT_EQ(ORVTEXT("a"), Converted("\xFF\xFE\x61\0b"s)) << "UTF-16 with mark, odd";
     EXPECT_EQ(ORVTEXT("ab"), Converted("a\0b\0"s)) << "UTF-16 without mark";
-    EXPECT_EQ(ORVTEXT("abc"), Converted("abc\0ef"s)) << "too few zeros for UTF-16";
+    EXPECT_EQ(ORVTEXT("abc"), Converted("abc\0\0f"s)) << "too few zeros for UTF-16";
     EXPECT_EQ(ORVTEXT("a"), Converted("a\0b\0c"s)) << "zeros in odd data";
     EXPECT_EQ(ORVTEXT("a\uFFFDz"), Converted("\xEF\xBB\xBF\x61\xE9z")) << "damaged UTF-8 with mark";
     EXPECT_EQ(ORVTEXT(""), Converted("\xEF\xBB\xBF")) << "only a UTF-8 mark";
@@ -145,7 +146,7 @@ TEST(TextFile, EncodingIsRecognized)
         << "the first and last of each length";
     for (const char* sCut : {"a\xC3", "a\x80"})
         EXPECT_EQ(Wide(sCut), Converted(sCut)) << "sequence past the end";
-    EXPECT_EQ(Wide("\xE9t\xE9"), Converted("\xE9t\xE9")) << "sequence with ASCII inside";
+    EXPECT_EQ(Wide("\xC3"), Converted("\xC3\0t"s)) << "sequence with ASCII inside";
     EXPECT_EQ(ORVTEXT("\uFFFD\uFFFD"), Converted("\x80\x80")) << "not UTF-8, yet passes the check";
     WCHAR aOut[8];
     EXPECT_EQ(3u, GetTextFileContents("a\xC3\xA9z", 0, aOut)) << "terminated data";
@@ -192,11 +193,11 @@ TEST(Converters, TakeTextAfterText)
 
 TEST(Converters, TwoBytesAUnitAreReserved)
 {
-    const Text sEuros(1000, ORVTEXT('\u20AC'));
-    EXPECT_EQ(Repeated("\xE2\x82\xAC", 341), static_cast<const char*>(CToUTF8(sEuros.c_str(), 500)))
-        << "the inline buffer";
-    EXPECT_EQ(Repeated("\xE2\x82\xAC", 682), static_cast<const char*>(CToUTF8(sEuros.c_str())))
-        << "2 * 1000 + 1024 down to 2048";
+    const Text sEuros(2000, ORVTEXT('\u20AC'));
+    // The inline buffer of 1024, or 2 * n + 1024 down to a multiple of that.
+    constexpr std::pair<unsigned, unsigned> c_aRows[] = {{511, 341}, {512, 512}, {1000, 682}, {1535, 1023}};
+    for (const auto& [n, nWhole] : c_aRows)
+        EXPECT_EQ(Repeated("\xE2\x82\xAC", nWhole), static_cast<const char*>(CToUTF8(sEuros.c_str(), n)));
 }
 
 TEST(Converters, WithoutMemoryTheyReportAndAreEmpty)

@@ -54,4 +54,17 @@ TEST(ThreeByteRuns, BothSetsGiveTheSame)
     }
 }
 
+TEST(EncodePairAsUtf8, IsReadBackAsThePair)
+{
+    for (unsigned n = 0; n < 0x100000; n += 0x5B)
+    {
+        Text sPair = {static_cast<WCHAR>(0xD800 | n >> 10), static_cast<WCHAR>(0xDC00 | (n & 0x3FF))};
+        const Text sBefore = sPair;
+        char aBytes[4];
+        OCT::EncodePairAsUtf8(sPair[0], sPair[1], aBytes);
+        OCT::Utf8ToWide(aBytes, 4, sPair.data(), 2);
+        ASSERT_EQ(sBefore, sPair);
+    }
+}
+
 } // namespace
