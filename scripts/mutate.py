@@ -23,8 +23,8 @@ TIMEOUT = 120
 # The tests that concern a family, as a regular expression on their names.
 TESTS = {
     "builders": "memorysweep|orvsqlstr|longstr|tabbed|xmlwrite|orvdecimal|orvdbstr|oledbconvert|sqlliteral|decimal|variant|sqlhandshake",
-    "containers": "memarray|hashmap|midint|memorysweep|templates",
-    "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|textformat_internal|threads|memorysweep",
+    "containers": "memarray|hashmap|midint|memorysweep",
+    "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|orvstralloc_internal|plugin|textformat_internal|threads|memorysweep",
     "errors": "lqexcept|comerror|logcrash|logviewer|sqllog|lqmessage",
     "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload",
     "messages": "memorysweep|lqmessage|message_fuzz|languages|messagelocale",
