@@ -269,6 +269,7 @@ TEST(LongStrNarrow, TextOfTheOtherWidthIsConvertedLikeAWhole)
     Text text;
     for (int i = 0; i < 700; ++i)
         text += i % 7 == 0 ? ORVTEXT("\u00E9\xD83D\xDE00") : ORVTEXT("a\u0105");
+    text += ORVTEXT('\xD83D');
     std::string expected(4 * text.size(), 0);
     expected.resize(static_cast<std::size_t>(
         UnicodeToANSI(text.c_str(), expected.data(), static_cast<unsigned>(expected.size()), CP_THREAD_ACP)));

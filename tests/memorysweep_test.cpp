@@ -752,9 +752,9 @@ constexpr Operation kOperations[] = {
          s.Append("before");
          const End end = a([&] {
              s.Append(kNarrow.c_str());
-             s.Append(kNarrow.c_str());
+             s.Append(kLong.c_str());
          });
-         return end == End::Fine ? s.Length() == 6006 : end == End::MemoryExcept && s.Length() >= 6;
+         return end == End::Fine ? s.Length() == 6006 : end == End::MemoryExcept && s.Length() % 3000 == 6;
      }},
     {"decimal",
      [](CAttempt& a) {

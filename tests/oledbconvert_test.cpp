@@ -101,7 +101,7 @@ TEST(OleDbConvert, Reals)
     EXPECT_EQ(ORVTEXT("0.333333333333333"), TextOf(DBTYPE_R8, 1.0 / 3));
     EXPECT_EQ(ORVTEXT("-1.79769313486232E+308"), TextOf(DBTYPE_R8, std::numeric_limits<double>::lowest()));
     EXPECT_EQ(ORVTEXT("0"), TextOf(DBTYPE_R8, -0.0));
-    EXPECT_EQ(ORVTEXT("0.1"), TextOf(DBTYPE_R4, 0.1f));
+    EXPECT_EQ(ORVTEXT("0.3333333"), TextOf(DBTYPE_R4, 1.0f / 3));
     for (const double d : {HUGE_VAL, -HUGE_VAL, std::numeric_limits<double>::quiet_NaN()})
         EXPECT_EQ(Failed(DBSTATUS_E_CANTCONVERTVALUE), Convert(DBTYPE_R8, d));
 }
@@ -131,18 +131,19 @@ TEST(OleDbConvert, DatesAndGuids)
               TextOf(DBTYPE_DBTIMESTAMP, DBTIMESTAMP{9999, 12, 31, 23, 59, 59, 1}));
     EXPECT_EQ(ORVTEXT("2024-05-06 07:08:09.25"),
               TextOf(DBTYPE_DBTIMESTAMP, DBTIMESTAMP{2024, 5, 6, 7, 8, 9, 250000000}));
-    for (const DBTIMESTAMP& bad :
-         {DBTIMESTAMP{2023, 2, 29, 0, 0, 0, 0}, DBTIMESTAMP{2024, 13, 1, 0, 0, 0, 0},
-          DBTIMESTAMP{2024, 258, 1, 0, 0, 0, 0}, DBTIMESTAMP{0, 1, 1, 0, 0, 0, 0},
-          DBTIMESTAMP{2024, 1, 1, 24, 0, 0, 0}, DBTIMESTAMP{2024, 1, 1, 0, 60, 0, 0},
-          DBTIMESTAMP{2024, 1, 1, 0, 0, 60, 0}, DBTIMESTAMP{2024, 1, 1, 0, 0, 0, 1000000000}})
+    for (const DBTIMESTAMP& bad : {DBTIMESTAMP{2023, 2, 29, 0, 0, 0, 0}, DBTIMESTAMP{2024, 13, 1, 0, 0, 0, 0},
+                                   DBTIMESTAMP{2024, 258, 1, 0, 0, 0, 0}, DBTIMESTAMP{0, 1, 1, 0, 0, 0, 0},
+                                   DBTIMESTAMP{10000, 1, 1, 0, 0, 0, 0}, DBTIMESTAMP{2024, 1, 1, 24, 0, 0, 0},
+                                   DBTIMESTAMP{2024, 1, 1, 0, 60, 0, 0}, DBTIMESTAMP{2024, 1, 1, 0, 0, 60, 0},
+                                   DBTIMESTAMP{2024, 1, 1, 0, 0, 0, 1000000000}})
         EXPECT_EQ(Failed(DBSTATUS_E_CANTCONVERTVALUE), Convert(DBTYPE_DBTIMESTAMP, bad));
     EXPECT_EQ(ORVTEXT("2024-05-06 07:08:09"), TextOf(DBTYPE_DATE, 45418.29732638889));
     EXPECT_EQ(ORVTEXT("2024-05-06 07:08:09.123"), TextOf(DBTYPE_DATE, 45418 + 25689.123 / 86400));
     EXPECT_EQ(ORVTEXT("1899-12-29 06:00:00"), TextOf(DBTYPE_DATE, -1.25));
     EXPECT_EQ(ORVTEXT("1899-12-30 00:00:00"), TextOf(DBTYPE_DATE, -1.9999999999));
     EXPECT_EQ(ORVTEXT("0100-01-01 00:00:00"), TextOf(DBTYPE_DATE, -657434.0));
-    for (const double bad : {2958466.0, 2958465.9999999999, -657435.0, 1e300, -1e300, std::nan("")})
+    for (const double bad :
+         {2958466.0, 2958465.9999999999, -657435.0, -660000.0, 1e300, -1e300, std::nan("")})
         EXPECT_EQ(Failed(DBSTATUS_E_CANTCONVERTVALUE), Convert(DBTYPE_DATE, bad)) << bad;
     EXPECT_EQ(ORVTEXT("{0123ABCD-00FF-1000-8001-02030405060F}"),
               TextOf(DBTYPE_GUID, GUID{0x0123ABCD, 0xFF, 0x1000, {0x80, 1, 2, 3, 4, 5, 6, 15}}));
@@ -155,10 +156,12 @@ TEST(OleDbConvert, StringsAreCutBetweenCharacters)
     EXPECT_EQ(all, ConvertInto(5, DBTYPE_WSTR, sWide));
     EXPECT_EQ((CResult{DBSTATUS_S_TRUNCATED, ORVTEXT("ab")}), ConvertInto(4, DBTYPE_WSTR, sWide));
     EXPECT_EQ((CResult{DBSTATUS_S_TRUNCATED, Text()}), ConvertInto(1, DBTYPE_WSTR, sWide));
+    EXPECT_EQ((CResult{DBSTATUS_S_TRUNCATED, Text()}), ConvertInto(2, DBTYPE_WSTR, sWide + 2));
     EXPECT_EQ(Failed(DBSTATUS_E_DATAOVERFLOW), ConvertInto(0, DBTYPE_WSTR, sWide));
     EXPECT_EQ((CResult{DBSTATUS_S_OK, ORVTEXT("a")}), ConvertInto(5, DBTYPE_WSTR, sWide, 3));
     EXPECT_EQ((CResult{DBSTATUS_S_OK, Text()}), ConvertInto(5, DBTYPE_WSTR, sWide, 0));
     EXPECT_EQ((CResult{DBSTATUS_S_OK, ORVTEXT("ab")}), ConvertInto(3, DBTYPE_STR, "ab"));
+    EXPECT_EQ((CResult{DBSTATUS_S_OK, Text()}), ConvertInto(1, DBTYPE_STR, ""));
     EXPECT_EQ((CResult{DBSTATUS_S_TRUNCATED, ORVTEXT("a")}), ConvertInto(2, DBTYPE_STR, "ab"));
     EXPECT_EQ((CResult{DBSTATUS_S_OK, ORVTEXT("a")}), ConvertInto(2, DBTYPE_STR, "ab", 1));
     EXPECT_EQ((CResult{DBSTATUS_S_TRUNCATED, Text(9, ORVTEXT('x'))}),
@@ -188,6 +191,9 @@ TEST(OleDbConvert, ReferencesAndVariantsAreFollowed)
     unsigned nUnsigned = 0xFFFFFFFF;
     var.puintVal = &nUnsigned;
     EXPECT_EQ(ORVTEXT("4294967295"), TextOf(DBTYPE_VARIANT, outer));
+    var.vt = VT_INT;
+    var.intVal = -7;
+    EXPECT_EQ(ORVTEXT("-7"), TextOf(DBTYPE_VARIANT, outer));
     for (const DBTYPE wNoTag : {DBTYPE_WSTR, DBTYPE_GUID, DBTYPE_NUMERIC, DBTYPE_DBTIMESTAMP})
     {
         var.vt = wNoTag;

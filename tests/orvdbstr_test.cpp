@@ -65,6 +65,10 @@ TEST(OrvDbStr, KeepsItsBufferWhileNobodySharesIt)
     EXPECT_TRUE(FetchInto(column, Text(1000, ORVTEXT('x')), 1000));
     EXPECT_EQ(pBuffer, column.GetBuffer(500));
     EXPECT_EQ(0u, column.Length());
+    const auto nRoom = static_cast<unsigned>(column.GetBufferBytes() / 2 - 1);
+    EXPECT_EQ(pBuffer, column.GetBuffer(nRoom));
+    column.GetBuffer(nRoom + 1);
+    EXPECT_GE(column.GetBufferBytes(), 2 * (nRoom + 2));
 }
 
 TEST(OrvDbStr, EndsWhereTheDriverSays)
@@ -76,12 +80,14 @@ TEST(OrvDbStr, EndsWhereTheDriverSays)
     const auto nRoom = static_cast<unsigned>(column.GetBufferBytes() / 2 - 1);
     EXPECT_FALSE(FetchInto(column, Text(nRoom + 1, ORVTEXT('x'))));
     EXPECT_EQ(Text(nRoom, ORVTEXT('x')), TextOf(column.GetText()));
+    EXPECT_TRUE(FetchInto(column, Text(nRoom, ORVTEXT('x'))));
     const auto EndAt = [&](std::int64_t cb, bool bWhole, const WCHAR* sExpected) {
         Fetch(column.GetBuffer(10), column.GetBufferBytes(), Text(ORVTEXT("ab\0d"), 4));
         EXPECT_EQ(bWhole, column.SetLength(cb)) << cb;
         EXPECT_EQ(TextOf(sExpected), TextOf(column.GetText())) << cb;
         EXPECT_EQ(TextOf(sExpected).size(), column.Length()) << cb;
     };
+    EndAt(0, true, ORVTEXT(""));
     EndAt(3, true, ORVTEXT("a"));
     EndAt(8, true, ORVTEXT("ab"));
     EndAt(COrvDBStr::kTerminated, true, ORVTEXT("ab"));
@@ -106,7 +112,8 @@ TEST(OrvDbStr, DoesNotEndWhatOthersHold)
     CReportCapture capture;
     COrvDBStr column(ORVTEXT("abc"));
     const COrvStr str(column);
-    EXPECT_FALSE(column.SetLength(2));
+    EXPECT_FALSE(column.SetLength(2) || COrvDBStr().SetLength(2));
     EXPECT_EQ(ORVTEXT("abc"), TextOf(str));
-    EXPECT_REPORTS(capture, {{"COrvDBStr::SetLength", "bPrivate", "", "orvdbstr"}});
+    const ExpectedReport report = {"COrvDBStr::SetLength", "bPrivate", "", "orvdbstr"};
+    EXPECT_REPORTS(capture, {report, report});
 }

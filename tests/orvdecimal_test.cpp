@@ -205,7 +205,6 @@ TEST(OrvDecimal, RoundsOnceAndReportsOverflow)
     EXPECT_THROW(max + Decimal("0.5"), CLQInvalidargExcept);
     EXPECT_THROW(-max - 1, CLQInvalidargExcept);
     EXPECT_THROW(max * Decimal("1.1"), CLQInvalidargExcept);
-    EXPECT_EQ("0", TextOf(max - max));
     EXPECT_EQ("7922816251426433759354395034", TextOf(max * Decimal("0.1") + Decimal("0.5")));
 }
 
@@ -248,7 +247,7 @@ TEST(OrvDecimal, IntegersGoInAndOut)
     std::uint32_t nShortUnsigned = 4711;
     EXPECT_TRUE(Decimal("-9223372036854775808.5").GetInt(n) && n == Limits::min());
     EXPECT_TRUE(Decimal("9223372036854775807.4").GetInt(n) && n == Limits::max());
-    EXPECT_FALSE(Decimal("9223372036854775807.5").GetInt(n) || Decimal(kMax).GetInt(n));
+    EXPECT_FALSE(Decimal("9223372036854775807.5").GetInt(n) || Decimal("18446744073709551616").GetInt(n));
     EXPECT_EQ(Limits::max(), n);
     EXPECT_TRUE(Decimal("18446744073709551615").GetInt(nUnsigned) && nUnsigned == ~0ull);
     EXPECT_TRUE(Decimal("-0.5").GetInt(nUnsigned) && nUnsigned == 0);
@@ -271,6 +270,8 @@ TEST(OrvDecimal, WrapsTheSystemsType)
     EXPECT_TRUE(value.IsNegative() && value.GetScale() == 3 && value == Decimal("-1.5"));
     EXPECT_EQ(1500u, value.Get().Lo64);
     EXPECT_EQ(DECIMAL_NEG, value.Get().sign);
+    dec.scale = 28;
+    EXPECT_EQ(28u, COrvDecimal(dec).GetScale());
     EXPECT_NO_REPORTS(capture);
     dec.scale = 29;
     EXPECT_TRUE(COrvDecimal(dec).IsZero());

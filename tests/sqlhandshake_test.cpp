@@ -72,8 +72,9 @@ TEST(SqlHandshake, SaysWhatCameBack)
 {
     EXPECT_EQ("the text was changed on its way: at character 2 of " +
                   std::to_string(GetSQLHandshakeText().GetLength()) +
-                  " U+0027 U+0042 U+0072 U+0069 U+0065 U+006E U+0020 U+0022 was sent, U+005C end came back",
-              Fault(ORVTEXT("O\\")));
+                  " U+0027 U+0042 U+0072 U+0069 U+0065 U+006E U+0020 U+0022 was sent,"
+                  " U+005C U+0031 U+0032 U+0033 U+0034 U+0035 U+0036 U+0037 end came back",
+              Fault(ORVTEXT("O\\1234567")));
 }
 
 TEST(SqlHandshake, ComparesTheServersBytes)
@@ -118,6 +119,6 @@ TEST(SqlHandshake, ComparesTheServersBytes)
     const Text sIgnorable = ORVTEXT("\x200B") + Text(COrvStr(Hex(sBytes).c_str()));
     EXPECT_FALSE(CheckSQLHandshakeHex(sIgnorable.c_str(), false).IsEmpty()) << "equal to readers only";
     EXPECT_STREQ(
-        "the server holds other bytes than were meant: from byte 1 on 50 instead of 4F27427269656E20",
-        CToUTF8(CheckSQLHandshakeHex(ORVTEXT("50"), false)));
+        "the server holds other bytes than were meant: from byte 4 on 73 instead of 7269656E20222060",
+        CToUTF8(CheckSQLHandshakeHex(ORVTEXT("4F274273"), false)));
 }

@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <vector>
 
 namespace
 {
@@ -88,11 +90,11 @@ TEST(XMLWrite, Documents)
              xml.StartElement(ORVTEXT("a"));
              xml.Attribute(ORVTEXT("b"), ORVTEXT("<\"&'>\t\n\r"));
              xml.Text(ORVTEXT("]]><\"&'>\t\n\r"));
-             xml.Text(ORVTEXT("\u00E9\u20AC\U0001F600"));
+             xml.Text(ORVTEXT("\u00E9\u20AC\uE000\uFFFD\U0001F631"));
          },
          "<a "
          "b=\"&lt;&quot;&amp;'&gt;&#9;&#10;&#13;\">]]&gt;&lt;\"&amp;'&gt;\t\n&#13;"
-         "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>"},
+         "\xC3\xA9\xE2\x82\xAC\xEE\x80\x80\xEF\xBF\xBD\xF0\x9F\x98\xB1</a>"},
         {"sections", kBare,
          [](auto& xml) {
              xml.StartElement(ORVTEXT("a"));
@@ -103,17 +105,17 @@ TEST(XMLWrite, Documents)
          "<a><![CDATA[<&]]]]><![CDATA[>]]]]><![CDATA[>]]>&#13;<![CDATA[]]></a>"},
         {"items around the root", kBare,
          [](auto& xml) {
-             xml.Comment(ORVTEXT("- <c>"));
-             xml.Instruction(ORVTEXT("go"), ORVTEXT("x=\"?\" y"));
+             xml.Comment(ORVTEXT("- <c>\U0001F631y"));
+             xml.Instruction(ORVTEXT("run"), ORVTEXT("x=\"?\" y"));
              xml.StartElement(ORVTEXT("a"));
              xml.EndElement();
              xml.Instruction(ORVTEXT("stop"));
              xml.Comment(nullptr);
          },
-         "<!--- <c>--><?go x=\"?\" y?><a/><?stop?><!---->"},
+         "<!--- <c>\xF0\x9F\x98\xB1y--><?run x=\"?\" y?><a/><?stop?><!---->"},
         {"forbidden characters replaced", kReplace,
          [](auto& xml) {
-             const WCHAR sHalves[] = {1, 0xDC00, 'a', 0xD83D, 0xFFFE, 0xD83D, 0};
+             const WCHAR sHalves[] = {1, 0xDC00, 'a', 0xD83D, 0xFFFE, 0xD83D, 0xDE31, 0xD83D, 0};
              xml.StartElement(ORVTEXT("a"));
              xml.Attribute(ORVTEXT("b"), sHalves);
              xml.Text(ORVTEXT("\x1F\x7F"));
@@ -121,7 +123,7 @@ TEST(XMLWrite, Documents)
              xml.Instruction(ORVTEXT("p"), ORVTEXT("?>?\x02>"));
          },
          "<a b=\"\xEF\xBF\xBD\xEF\xBF\xBD"
-         "a\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\">\xEF\xBF\xBD\x7F"
+         "a\xEF\xBF\xBD\xEF\xBF\xBD\xF0\x9F\x98\xB1\xEF\xBF\xBD\">\xEF\xBF\xBD\x7F"
          "<!--- -\xEF\xBF\xBD- --><?p ? >?\xEF\xBF\xBD>?></a>"},
         {"indented but for text", kIndent,
          [](auto& xml) {
@@ -183,14 +185,15 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
     const GUID guid = {0x0123ABCD, 0x45, 0x67, {1, 2, 3, 4, 5, 6, 7, 0x89}};
     const DB_NUMERIC numeric = {5, 2, 0, {0x39, 0x30}};
     const DBTIMESTAMP stamp = {2024, 5, 6, 7, 8, 9, 500000000};
-    const VARIANT_BOOL bTrue = VARIANT_TRUE;
+    const VARIANT_BOOL bTrue = VARIANT_TRUE, bFalse = VARIANT_FALSE;
+    const std::string sNull = "<v xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xsi:nil=\"true\"/>";
     WCHAR sText[] = ORVTEXT("t\u0151");
     COrvDecimal decimal;
     EXPECT_TRUE(decimal.SetText(ORVTEXT("-0.50")));
     CMIDINTArray ids;
     ids.Add(7);
     ids.Add(4294967295);
-    VARIANT yes{}, date{}, text{}, reference{}, array{};
+    VARIANT yes{}, date{}, text{}, reference{}, array{}, number{};
     yes.vt = VT_BOOL, yes.boolVal = VARIANT_TRUE;
     date.vt = VT_DATE, date.date = 45418.5;
     text.vt = VT_BSTR | VT_BYREF;
@@ -198,12 +201,13 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
     text.pbstrVal = &bstr;
     reference.vt = VT_VARIANT | VT_BYREF, reference.pvarVal = &date;
     array.vt = VT_ARRAY | VT_UI1;
+    number.vt = VT_INT, number.intVal = -5;
     COrvLongStr builder;
     builder + ORVTEXT("long");
 
     const struct
     {
-        const char* m_sExpected;
+        std::string m_sExpected;
         std::string m_sShown;
     } rows[] = {
         {"true", Shown(true)},
@@ -212,6 +216,7 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
         {"-9223372036854775808", Shown(std::numeric_limits<std::int64_t>::min())},
         {"18446744073709551615", Shown(SQLMCOUNT{std::numeric_limits<std::uint64_t>::max()})},
         {"x", Shown('x')},
+        {"<v/>", Shown(WCHAR{})},
         {"\xC3\xA9", Shown(ORVTEXT('\u00E9'))},
         {"long", Shown(builder)},
         {"O'B", Shown(NVARCHAR{ORVTEXT("O'Brien"), 0, 3})},
@@ -232,20 +237,26 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
         {"2024-05-06T07:08:09Z", Shown(COrvTime::FromYMD(2024, 5, 6, 7, 8, 9))},
         {"refused", Shown(COrvTime(-5))},
         {"-PT90S", Shown(COrvTimeDiff(-90))},
+        {"PT0S", Shown(COrvTimeDiff(0))},
         {"2024-05-06T07:08:09.5", Shown(CXMLValue::OfType(DBTYPE_DBTIMESTAMP, &stamp, 0))},
         {"2024-05-06T12:00:00", Shown(MSQLDATE{45418.5})},
         {"refused", Shown(MSQLDATE{-1.0})},
         {"7 4294967295", Shown(ids)},
+        {"<v/>", Shown(CMIDINTArray())},
+        {sNull, Shown(BINARY{nullptr, 3})},
         {"AKsQ/w==", Shown(BINARY{bytes, 4})},
-        {"AKsQ", Shown(CXMLValue::Base64(bytes, 3))},
-        {"AKs=", Shown(CXMLValue::OfType(DBTYPE_BYTES, bytes, 2))},
+        {"AA==", Shown(CXMLValue::Base64(bytes, 1))},
+        {"qxA=", Shown(CXMLValue::OfType(DBTYPE_BYTES, bytes + 1, 2))},
         {"00AB10FF", Shown(CXMLValue::Hex(bytes, 4))},
         {"<v/>", Shown(CXMLValue::Hex(bytes, 0))},
         {"true", Shown(yes)},
+        {"-5", Shown(number)},
         {"2024-05-06T12:00:00", Shown(reference)},
         {"t\xC5\x91", Shown(text)},
         {"refused", Shown(array)},
         {"true", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bTrue, 0))},
+        {"false", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bFalse, 0))},
+        {"refused", Shown(CXMLValue::OfType(DBTYPE_ARRAY | DBTYPE_I4, bytes, 0))},
         {"t", Shown(CXMLValue::OfType(DBTYPE_WSTR, sText, sizeof(WCHAR)))},
     };
     for (const auto& row : rows)
@@ -267,11 +278,9 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
         Writing m_write;
         const char* m_sDocument = "<r/>";
     } rows[] = {
-        {lqxName, kName, [](auto& xml) { xml.StartElement(ORVTEXT("1a")); }},
         {lqxName, kName, [](auto& xml) { xml.StartElement(ORVTEXT("a b")); }},
         {lqxName, kName, [](auto& xml) { xml.StartElement(ORVTEXT("a:b:c")); }},
         {lqxName, kName, [](auto& xml) { xml.StartElement(ORVTEXT(":a")); }},
-        {lqxName, kName, [](auto& xml) { xml.Element(ORVTEXT("\u00D7"), 1); }},
         {lqxName, kName, [](auto& xml) { xml.Element(nullptr, 1); }},
         {lqxName, kName, [](auto& xml) { xml.Attribute(ORVTEXT("xmlns"), 1); }},
         {lqxName, kName, [](auto& xml) { xml.Attribute(ORVTEXT("xmlns:p"), 1); }},
@@ -293,15 +302,18 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
              xml.Element(ORVTEXT("xsi:b"), nullptr);
          },
          "<r><xsi:a xmlns:xsi=\"u\"/></r>"},
+        {lqxNamespace, kBound,
+         [](auto& xml) { xml.StartElement(ORVTEXT("a"), ORVTEXT("http://www.w3.org/2000/xmlns/")); }},
         {lqxDuplicate, "IsNew(sName)",
          [](auto& xml) {
              xml.DeclareNamespace(ORVTEXT("p"), ORVTEXT("u"));
              xml.DeclareNamespace(ORVTEXT("q"), ORVTEXT("u"));
+             xml.Attribute(ORVTEXT("p:ba"), 1);
              xml.Attribute(ORVTEXT("p:a"), 1);
              xml.Attribute(ORVTEXT("a"), 1);
              xml.Attribute(ORVTEXT("q:a"), 1);
          },
-         "<r xmlns:p=\"u\" xmlns:q=\"u\" p:a=\"1\" a=\"1\"/>"},
+         "<r xmlns:p=\"u\" xmlns:q=\"u\" p:ba=\"1\" p:a=\"1\" a=\"1\"/>"},
         {lqxNesting, kStand,
          [](auto& xml) {
              xml.Text(1);
@@ -326,6 +338,8 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
         {lqxCharacter, nullptr, [&](auto& xml) { xml.Text(sHalf); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.Attribute(ORVTEXT("a"), ORVTEXT("1234567\x0B")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.CData(ORVTEXT("\uFFFE")); }},
+        {lqxCharacter, nullptr, [](auto& xml) { xml.CData(ORVTEXT("1234567\xD800")); }},
+        {lqxCharacter, nullptr, [](auto& xml) { xml.Comment(ORVTEXT("\xDFFF")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.Comment(ORVTEXT("a--b")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.Comment(ORVTEXT("a-")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.Instruction(ORVTEXT("p"), ORVTEXT("?>")); }},
@@ -348,6 +362,7 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
         EXPECT_EQ(row.m_sCondition != nullptr, reports.size() == 1);
         EXPECT_EQ(row.m_sCondition != nullptr ? row.m_sCondition : "",
                   reports.empty() ? "" : reports[0].m_sCondition);
+        EXPECT_TRUE(reports.empty() || reports[0].m_sFunction.starts_with("CXMLStreamWrite::"));
     }
 }
 
@@ -390,7 +405,33 @@ TEST(XMLWrite, AFullDiskIsToldOnceForAll)
     xml.ClearError();
     EXPECT_FALSE(xml.EndElement());
     EXPECT_FALSE(xml.Finish());
-    EXPECT_LE(stream.m_nCalls, 4u) << "in blocks, and none after the failure";
+    EXPECT_LE(stream.m_nCalls, 3u) << "in blocks, and none after the failure";
+}
+
+// Where characters that a name may begin with, and others, begin to be and cease to be, by the standard.
+TEST(XMLWrite, NamesHaveTheStandardsCharacters)
+{
+    const std::vector<unsigned> first = {'A',    '[',    '_',    '`',    'a',     '{',    0xC0,   0xD7,
+                                         0xD8,   0xF7,   0xF8,   0x300,  0x370,   0x37E,  0x37F,  0x2000,
+                                         0x200C, 0x200E, 0x2070, 0x2190, 0x2C00,  0x2FF0, 0x3001, 0xD800,
+                                         0xF900, 0xFDD0, 0xFDF0, 0xFFFE, 0x10000, 0xF0000};
+    const std::vector<unsigned> more = {'-', '/', '0', ':', 0xB7, 0xB8, 0x300, 0x370, 0x203F, 0x2041};
+    const auto isIn = [](const auto& edges, unsigned c) {
+        return (std::ranges::upper_bound(edges, c) - edges.begin()) % 2 != 0;
+    };
+    const auto isName = [](const Text& s) {
+        return Written(kBare, [&](auto& xml) { xml.Element(s.c_str(), 1); }).ends_with('>');
+    };
+    for (const auto& edges : {first, more})
+        for (const unsigned n : edges)
+            for (const unsigned c : {n - 1, n})
+            {
+                const auto unitOf = [](unsigned u) { return static_cast<WCHAR>(u); };
+                const Text s = c < 0x10000 ? Text{unitOf(c)}
+                                           : Text{unitOf(0xD7C0 + (c >> 10)), unitOf(0xDC00 | (c & 0x3FF))};
+                EXPECT_EQ(isIn(first, c), isName(s)) << c;
+                EXPECT_EQ(isIn(first, c) || isIn(more, c), isName(ORVTEXT("a") + s)) << c;
+            }
 }
 
 // At whatever unit of the buffer a character comes to stand, and in a text that is longer than the buffer.
@@ -435,6 +476,7 @@ TEST(WrtStream, FileMemoryAndText)
         EXPECT_EQ(DWORD{ERROR_SUCCESS}, file.Flush());
         EXPECT_EQ(sText, ReadBytes(path)) << "while the file is open";
     }
+    SetLastError(ERROR_INVALID_DATA); // left by an earlier call
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, file.Close());
     EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, file.Flush());
 
@@ -453,6 +495,7 @@ TEST(WrtStream, FileMemoryAndText)
     const COrvStr sBefore = text.GetText();
     EXPECT_EQ(DWORD{ERROR_INVALID_DATA}, text.Write(ORVTEXT("c\0d"), 3 * sizeof(WCHAR)));
     EXPECT_EQ(DWORD{ERROR_INVALID_DATA}, text.Write(ORVTEXT("c"), 1));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, text.Write(ORVTEXT("c"), 0));
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, text.Write(ORVTEXT("c"), sizeof(WCHAR)));
     EXPECT_EQ(ORVTEXT("abc"), TextOf(text.GetText()));
     EXPECT_EQ(ORVTEXT("ab"), TextOf(sBefore));

@@ -287,8 +287,6 @@ TEST(XMLParsers, ReadEveryCharacter)
     ASSERT_EQ(DWORD{ERROR_SUCCESS}, file.Open((dir / "all").string<WCHAR>().c_str()));
     CXMLStreamWrite xml(file);
     xml.StartElement(ORVTEXT("all"));
-    unsigned nFirst = 0;
-    unsigned nSecond = 0;
     for (char32_t c = 1; c <= 0x10FFFF; ++c)
     {
         const bool bPair = c >= 0x10000;
@@ -299,14 +297,12 @@ TEST(XMLParsers, ReadEveryCharacter)
         if (!xml.Text(sUnits))
             xml.ClearError();
         if (c != ':' && OCT::IsXMLName(sUnits))
-            nFirst += xml.Element(sUnits, sUnits);
+            xml.Element(sUnits, sUnits);
         const Text sName = ORVTEXT("a") + Text(sUnits);
         if (c != ':' && OCT::IsXMLName(sName))
-            nSecond += xml.Element(sName.c_str(), 1);
+            xml.Element(sName.c_str(), 1);
     }
     EXPECT_TRUE(xml.Finish());
-    EXPECT_GT(nFirst, 13000u);
-    EXPECT_GT(nSecond, nFirst);
     const ChildResult result = Linted({(dir / "all").string()});
     EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
 }
