@@ -1,4 +1,5 @@
 // What may befall a log's file, and the lines that wait for it.
+#include "orvcomtypes/logcrash.h"
 #include "orvcomtypes/lqexcept.h"
 #include "orvcomtypes/octalloc.h"
 #include "support/child_process.h"
@@ -6,7 +7,7 @@
 #include "support/report_capture.h"
 #include "support/test_log.h"
 
-#include <algorithm>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -97,8 +98,9 @@ TEST_F(LogFaults, LinesWaitWhileTheFileCannotBeOpened)
     WriteBytes(m_dir / "sub", ""); // where the folder is to be
     CDebugCapture debugger;
     ExpectToWait(m_dir / "sub" / "late.txt", [&] { std::filesystem::remove(m_dir / "sub"); });
-    EXPECT_NE(std::string::npos,
-              debugger.Take().find("Log creation error: Cannot create or open log file: "));
+    EXPECT_TRUE(
+        Contains(debugger.Take(),
+                 "Log creation error: Cannot create or open log file: .*late.txt, error code: \\d+\n"));
     WriteBytes(m_file, "");
     auto pDenied = std::make_unique<CDeniedFile>(m_file);
     ExpectToWait(m_file, [&] { pDenied.reset(); });
@@ -106,7 +108,7 @@ TEST_F(LogFaults, LinesWaitWhileTheFileCannotBeOpened)
 
 TEST_F(LogFaults, HalfALineIsEndedBeforeTheNextOne)
 {
-    for (const char* sLeft : {"=I> half", "whole\n", ""})
+    for (const char* sLeft : {"=I> half", "=", "whole\n", ""})
     {
         WriteBytes(m_file, sLeft);
         Open(m_file);
@@ -121,33 +123,33 @@ TEST_F(LogFaults, LinesThatWaitAreBoundedAndWhatIsLostIsTold)
     const auto file = m_dir / "sub" / "late.txt";
     Open(file);
     EXPECT_EQ(64u << 20, m_log.GetFileOption(lqfMaxWaiting));
-    m_log.SetFileOption(lqfMaxWaiting, 2000);
-    for (int i = 0; i < 200; ++i)
-        m_log.LogOpt(lqlInformation, "line %d", i);
-    const auto nLostInformation = m_log.GetLostLines();
-    m_log.LogErr(std::basic_string<WCHAR>(3000, 'x').c_str());
-    EXPECT_EQ(nLostInformation + 1, m_log.GetLostLines()) << "no room can be made for it";
-    m_log.LogErr(ORVTEXT("error 1"));
-    m_log.LogErr(ORVTEXT("error 2"));
+    m_log.SetFileOption(lqfMaxWaiting, 1000);
+    m_log.SetFlushLevel(lqlErrors); // waits for one try
+    const auto Line = [](std::string sLine, std::size_t nLength) {
+        sLine.resize(nLength - 1, '.');
+        return sLine + '\n';
+    };
+    const auto LostWith = [this](unsigned nLevel, const std::string& sLine) {
+        m_log.LogRaw(nLevel, sLine.c_str());
+        return m_log.GetLostLines();
+    };
+    EXPECT_EQ(0u, LostWith(lqlErrors, Line("first", 100)));
+    for (unsigned i = 2; i <= 12; ++i)
+        EXPECT_EQ(i <= 10 ? 0 : i - 10, LostWith(0, Line(std::to_string(i), 100)));
+    EXPECT_EQ(3u, LostWith(lqlErrors, Line("=E> no room can be made for it", 1001)));
+    EXPECT_EQ(4u, LostWith(lqlErrors, Line("=E> error", 100))) << "another one makes room";
+    EXPECT_LE(4u, GetLostLogLines(nullptr));
     EXPECT_FALSE(m_log.Flush(0));
-    std::uint64_t nBytes = 0;
-    const auto nLost = m_log.GetLostLines(&nBytes);
-    const auto nLostInAll = GetLostLogLines(nullptr);
-    EXPECT_LT(100u, nLost);
-    EXPECT_LE(nLost, nLostInAll);
+    EXPECT_FALSE(FlushLogs(0));
     std::filesystem::remove(m_dir / "sub");
     EXPECT_TRUE(m_log.Flush(kLong));
-    m_log.LogInf(ORVTEXT("after"));
     m_log.ReleaseLog();
-    const std::string sText = WithoutTimes(ReadBytes(file));
-    const std::string sTold = "=W> <t> Lost log lines: " + std::to_string(nLost) + " (" +
-                              std::to_string(nBytes) + " bytes), logged between <t> and <t>\r\n";
-    EXPECT_EQ(0u, sText.find(sTold)) << sText;
-    EXPECT_NE(std::string::npos, sText.find("=I> <t> line 0\r\n"));
-    EXPECT_TRUE(sText.ends_with("=E> <t> error 1\r\n=E> <t> error 2\r\n=I> <t> after\r\n")) << sText;
-    EXPECT_GE(2000 + sTold.size() + 100, sText.size());
-    const auto nKept = static_cast<std::uint64_t>(std::count(sText.begin(), sText.end(), '\n')) - 2;
-    EXPECT_EQ(203u, nLost + nKept);
+    std::string sKept = Line("first", 100);
+    for (unsigned i = 3; i <= 10; ++i)
+        sKept += Line(std::to_string(i), 100);
+    EXPECT_EQ("=W> <t> Lost log lines: 4 (1301 bytes), logged between <t> and <t>\r\n" + sKept +
+                  Line("=E> error", 100),
+              WithoutTimes(ReadBytes(file)));
 }
 
 TEST_F(LogFaults, LongPathNamesItsOwnFile)
@@ -230,6 +232,18 @@ TEST_F(LogFaults, HandlerWithoutAThreadTriesAgain)
     EXPECT_EQ("=I> <t> 2\r\n", Written());
 }
 
+TEST_F(LogFaults, CrashHandlerHasOneThread)
+{
+    const auto InstallWithoutThreads = [] {
+        const CFault fault(FaultyCall::ThreadStart);
+        return InstallLogCrashHandler(nullptr, 100);
+    };
+    EXPECT_FALSE(InstallWithoutThreads());
+    EXPECT_TRUE(InstallLogCrashHandler(nullptr, 100));
+    EXPECT_TRUE(InstallWithoutThreads()) << "it is installed";
+    RemoveLogCrashHandler();
+}
+
 TEST_F(LogFaults, LinesWaitForAHandle)
 {
     Init(lqlInformation);
@@ -247,24 +261,22 @@ TEST_F(LogFaults, LinesWaitForAHandle)
 TEST_F(LogFaults, FullFileIsFollowedByTheNextAndOldOnesGo)
 {
     Init(lqlInformation);
-    m_log.SetFileOption(lqfMaxFileBytes, 20);
+    m_log.SetFileOption(lqfMaxFileBytes, 21); // one line
     m_log.SetFileOption(lqfKeepFiles, 3);
-    WriteBytes(m_dir / "test_x.txt", "not of this format");
-    for (int i = 1; i <= 5; ++i)
+    for (int i = 1; i <= 6; ++i)
         Log(std::to_string(i).c_str());
     EXPECT_FALSE(std::filesystem::exists(m_file));
-    EXPECT_FALSE(std::filesystem::exists(m_dir / "test_2.txt"));
-    EXPECT_EQ("=I> <t> 3\r\n", WithoutTimes(ReadBytes(m_dir / "test_3.txt")));
-    EXPECT_EQ("=I> <t> 5\r\n", WithoutTimes(ReadBytes(m_dir / "test_5.txt")));
-    EXPECT_TRUE(std::filesystem::exists(m_dir / "test_x.txt"));
+    EXPECT_FALSE(std::filesystem::exists(m_dir / "test_3.txt"));
+    EXPECT_EQ("=I> <t> 4\r\n", WithoutTimes(ReadBytes(m_dir / "test_4.txt")));
+    EXPECT_EQ("=I> <t> 6\r\n", WithoutTimes(ReadBytes(m_dir / "test_6.txt")));
     // A new start goes on with the last file that has room.
     m_log.ReleaseLog();
     Init(lqlInformation);
-    m_log.SetFileOption(lqfMaxFileBytes, 30);
-    Log("6");
+    m_log.SetFileOption(lqfMaxFileBytes, 42);
     Log("7");
-    EXPECT_EQ("=I> <t> 5\r\n=I> <t> 6\r\n", WithoutTimes(ReadBytes(m_dir / "test_5.txt")));
-    EXPECT_EQ("=I> <t> 7\r\n", WithoutTimes(ReadBytes(m_dir / "test_6.txt")));
+    Log("8");
+    EXPECT_EQ("=I> <t> 6\r\n=I> <t> 7\r\n", WithoutTimes(ReadBytes(m_dir / "test_6.txt")));
+    EXPECT_EQ("=I> <t> 8\r\n", WithoutTimes(ReadBytes(m_dir / "test_7.txt")));
 }
 
 // ---- Text ----
@@ -273,14 +285,35 @@ TEST_F(LogFaults, FileIsUtf8WhereThatIsChosen)
 {
     Init(lqlInformation | lqlSQL, ORVTEXT("\u00E4"));
     m_log.SetFileOption(lqfUTF8, 1);
-    m_log.LogInf(ORVTEXT("\u00E9\u4E2D\U0001F600"));
+    m_log.LogInf(ORVTEXT("\u00E9\u4E2D\U0001F600\x80\x9F\u00A0|"));
     m_log.LogOpt(lqlInformation, "%S|%5.1S|%s", ORVTEXT("\u4E2D"), ORVTEXT("ab"), "plain");
     m_log.LogRaw(ORVTEXT("\u4E2D\n"));
-    SQLStrSaveToLog(ORVTEXT("\u4E2D"), &m_log, LQComErrorData(), 0, -1, ~0u);
-    EXPECT_EQ("=I> \xC3\xA4 <t> \xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\r\n"
+    SQLStrSaveToLog(ORVTEXT("\u4E2D\U0001F411\x80\x9F\u00A0"), &m_log, LQComErrorData(), 0, -1, ~0u);
+    EXPECT_EQ("=I> \xC3\xA4 <t> \xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\\x80\\x9F\xC2\xA0|\r\n"
               "=I> \xC3\xA4 <t> \xE4\xB8\xAD|    a|plain\r\n"
-              "\xE4\xB8\xAD\n=S> \xC3\xA4 <t> SQL SUCCEEDED [0]:\r\nSQL 0\xC3\xA4\t\xE4\xB8\xAD\r\n",
+              "\xE4\xB8\xAD\n=S> \xC3\xA4 <t> SQL SUCCEEDED [0]:\r\nSQL "
+              "0\xC3\xA4\t\xE4\xB8\xAD\xF0\x9F\x90\x91\\x80\\x9F\xC2\xA0\r\n",
               Written());
+}
+
+TEST_F(LogFaults, TraceLinesTellThreadAndTimes)
+{
+    CDebugCapture debugger;
+    ASSERT_TRUE(InitFileProcessLogger(m_sFile.c_str(), lqlInformation));
+    {
+        CFrozenClock clock(std::chrono::seconds(100));
+        WriteThreadPrintfTrace("start", 5);
+        clock.Set(std::chrono::milliseconds(101'234));
+        WriteThreadPrintfTrace(nullptr, -1);
+        clock.Set(std::chrono::milliseconds(102'000));
+        WriteThreadPrintfTrace(std::string(2000, 'x').c_str(), 0);
+    }
+    ReleaseProcessLogger();
+    const std::string sThread = "Thread:" + std::to_string(GetCurrentThreadId()) + "; Time:";
+    const std::string sLines = sThread + "0(0); start [5]\n" + sThread + "1234(1234); (null) [-1]\n" +
+                               (sThread + "2000(766); " + std::string(2000, 'x')).substr(0, 1000);
+    EXPECT_EQ(sLines, Heard(debugger));
+    EXPECT_EQ(sLines + "\r\n", Replaced(Replaced(Written(), "=I> <t> ", ""), "\\]\r\n", "]\n"));
 }
 
 // ---- The order of the end ----

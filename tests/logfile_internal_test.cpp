@@ -87,6 +87,8 @@ TEST_F(LogFileName, TokensAndSettingsNameTheFolders)
         ASSERT_TRUE(SetLQStringSettingW(nullptr, sName, (m_dir / sFolder).string<WCHAR>().c_str(), nullptr));
     };
     EXPECT_EQ(TempFolder() / "app.log", NameFor(ORVTEXT("(TEMP)app")));
+    EXPECT_EQ(TextOf(GenerateLogFileName(ORVTEXT("(TEMP)app"))),
+              TextOf(GenerateLogFileName(ORVTEXT("(TEMP)\\app"))));
     WCHAR sFolder[MAX_PATH];
     ASSERT_EQ(S_OK, SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, sFolder));
     EXPECT_EQ(sFolder / std::filesystem::path("app.txt"), NameFor(ORVTEXT("(LOCAPP)\\app.txt")));
@@ -114,12 +116,19 @@ TEST_F(LogFileName, LongNameGetsNoDate)
     }
 }
 
-TEST_F(LogFileName, EmptyFormatIsReported)
+TEST_F(LogFileName, FormatsWithoutANameOrAFolderAreReported)
 {
     CReportCapture capture;
     EXPECT_TRUE(GenerateLogFileName(ORVTEXT("")).IsEmpty());
-    EXPECT_REPORTS(capture, {{"CreateLogFileName", "sBuffer == nullptr || STRISEMPTY(sFileNameFormat)",
-                              nullptr, "orvlog"}});
+    EXPECT_EQ(ORVTEXT("c:app.log"), TextOf(GenerateLogFileName(ORVTEXT("c:app"))));
+    CLogFileInnerHandler inert(ORVTEXT(""));
+    inert.Write("x", 0, nullptr);
+    EXPECT_FALSE(inert.BeginStop());
+    EXPECT_REPORTS(
+        capture,
+        {{"CreateLogFileName", "sBuffer == nullptr || STRISEMPTY(sFileNameFormat)", nullptr, "orvlog"},
+         {"CreateDirRecursive", "p == nullptr", nullptr, "orvlog"},
+         {"CLogFileInnerHandler::CLogFileInnerHandler", "STRISEMPTY(sFileNameFormat)", nullptr, "orvlog"}});
 }
 
 // ---- Periods ----
@@ -161,6 +170,32 @@ TEST_F(LogFile, ChangesWithItsPeriod)
     }
 }
 
+TEST_F(LogFile, KnowsTheFilesOfItsFormat)
+{
+    SetClock("2019-09-30 12:00:00");
+    std::map<std::string, bool> files; // whether they are
+    const auto Make = [&](const char* sNames, bool bOwn) {
+        std::istringstream names(sNames);
+        for (std::string sName; names >> sName; files[sName] = bOwn)
+            WriteBytes(m_dir / sName, "x");
+    };
+    Make("test_D190930.txt test_D190930_2.txt test_D190930_9.txt test_D190930_20.txt test_D000000.txt "
+         "test_D999999_45.txt test_D190929_999999999.txt",
+         true);
+    Make("test.txt test_D190930_.txt test_D190930_1.txt test_D190930_x.txt test_D190930_21x.txt "
+         "test_M1909.txt "
+         "test_D190930_1000000000.txt test_D19093x.txt tests_D190930.txt test_D190930.log",
+         false);
+    CLogFileOptions options;
+    options.Set(lqfMaxFileBytes, 1);
+    options.Set(lqfKeepFiles, 1);
+    CLogFile file(ORVTEXT("#DA") + m_sFile, options);
+    EXPECT_TRUE(file.Prepare());
+    EXPECT_TRUE(file.Name().ends_with(ORVTEXT("test_D190930_21.txt"))) << "behind the last of the day";
+    for (const auto& [sName, bOwn] : files)
+        EXPECT_EQ(bOwn, !std::filesystem::exists(m_dir / sName)) << sName;
+}
+
 TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)
 {
     SetClock("2026-03-01 07:08:09");
@@ -176,14 +211,17 @@ TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)
 
 TEST_F(LogFile, LinesShowTheLocalTime)
 {
-    for (const char* sTime : {"2026-03-01 07:08:09", "2026-12-31 23:59:00"})
+    std::string sExpected;
+    for (const char* sTime : {"2026-03-01 07:07:53", "2026-03-01 07:08:09", "2026-03-01 07:08:25",
+                              "2026-03-01 07:08:09", "2026-03-01 07:07:53", "2027-12-31 23:59:00"})
     {
         SetClock(sTime);
         Init(lqlErrors);
         m_log.LogErr(ORVTEXT("x"));
         m_log.ReleaseLog();
+        sExpected += Replaced(sTime, "20(..)-(..)-(..) (..):(..):(..)", "=E> $1$2$3_$4$5$6 x\r\n");
     }
-    EXPECT_EQ("=E> 260301_070809 x\r\n=E> 261231_235900 x\r\n", ReadBytes(m_file));
+    EXPECT_EQ(sExpected, ReadBytes(m_file));
 }
 
 TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)
@@ -208,6 +246,10 @@ TEST(LogQueue, KeepsLinesOfAnyLengthInOrder)
     first.DropWhole(nBytes);
     EXPECT_EQ(478u, nBytes);
     EXPECT_EQ(sExpected.size() - 479, first.Bytes());
+    second.Push(first.TakeOther()); // the one behind the first
+    EXPECT_EQ(sExpected.size() - 959, first.Bytes());
+    EXPECT_EQ(6u, first.Lines() + second.Lines());
+    second.Clear();
     first.Clear();
     EXPECT_TRUE(first.IsEmpty());
     EXPECT_EQ(sExpected, sActual);
@@ -228,13 +270,27 @@ TEST_F(LogWriter, BatchesBeyondTheBufferAreWhole)
         PushLine(lines, sLine);
         sExpected += sLine;
     }
-    EXPECT_TRUE(writer.Flush(lines, untold, lost));
+    SetClock("2026-03-01 07:00:00");
+    {
+        const CFault fault(FaultyCall::Sync);
+        EXPECT_TRUE(writer.Flush(lines, untold, lost));
+    }
     EXPECT_TRUE(lines.IsEmpty());
+    untold.Add(lost);
+    CLogLoss other;
+    other.Add(2, 20, g_tNow - 3600);
+    other.Add(1, 10, g_tNow - 60);
+    untold.Add(other);
+    untold.Add(CLogLoss());
+    EXPECT_TRUE(writer.Flush(lines, untold, lost));
+    sExpected += "\r\n=W> 260301_070000 Lost log lines: 64 (10999490 bytes), logged between 260301_060000 "
+                 "and 260301_070000\r\n";
     EXPECT_TRUE(sExpected == ReadBytes(m_file));
 }
 
 TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
 {
+    static const std::string s_sLong(9999, '1'); // "1" in what is expected; compared in several parts
     const struct
     {
         const char* m_sName;
@@ -242,10 +298,11 @@ TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
         const char* m_sExpected;
     } cases[] = {
         {"whole", [](const auto&) {}, "0\n1\n2\n3\n"},
-        {"half", [](const auto& file) { std::filesystem::resize_file(file, 3); }, "0\n1\n2\n3\n"},
+        {"half", [](const auto& file) { std::filesystem::resize_file(file, 9000); }, "0\n1\n2\n3\n"},
         {"not at all", [](const auto& file) { std::filesystem::resize_file(file, 2); }, "0\n1\n2\n3\n"},
         {"another's", [](const auto& file) { WriteBytes(file, "0\nx\n2\n"); }, "0\nx\n2\n1\n2\n3\n"},
-        {"behind another's", [](const auto& file) { WriteBytes(file, "0\n1\nx\n"); }, "0\n1\nx\n1\n2\n3\n"},
+        {"behind another's", [](const auto& file) { WriteBytes(file, "0\n" + s_sLong + "\nx\n"); },
+         "0\n1\nx\n1\n2\n3\n"},
     };
     CLogLoss none;
     for (const auto& c : cases)
@@ -256,7 +313,7 @@ TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
         CLogQueue lines;
         PushLine(lines, "0\n");
         ASSERT_TRUE(writer.Drain(lines, none, none));
-        PushLine(lines, "1\n");
+        PushLine(lines, s_sLong + "\n");
         PushLine(lines, "2\n");
         const CFault fault(FaultyCall::CutOffWrite, 1, false);
         EXPECT_TRUE(RunUntilCutOff([&] { writer.Drain(lines, none, none); }));
@@ -264,7 +321,7 @@ TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
         PushLine(lines, "3\n");
         EXPECT_TRUE(writer.Drain(lines, none, none));
         writer.File().Close();
-        EXPECT_EQ(c.m_sExpected, ReadBytes(file));
+        EXPECT_EQ(Replaced(c.m_sExpected, "1", s_sLong.c_str()), ReadBytes(file));
     }
 }
 

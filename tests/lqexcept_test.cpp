@@ -182,9 +182,11 @@ TEST_F(Throw, IsOpenToClassesOfAHost)
         EXPECT_EQ(ORVTEXT("x"), TextOf(e.Format(nullptr)));
     }
     ReleaseProcessLogger();
-    RegisterExceptionLogger(nullptr);
     EXPECT_EQ("Exception of type \"CForeignExcept\" occurred.", g_sText);
     EXPECT_EQ(ModuleAt(&g_sText), ModuleAt(g_pAddress));
+    LQAnnounceThrow(CForeignExcept(12), std::string(2000, 'T').c_str());
+    EXPECT_EQ("Exception of type \"" + std::string(1005, 'T'), g_sText);
+    RegisterExceptionLogger(nullptr);
     EXPECT_NE(std::string::npos, Written().find("Throwing LQ exception: Category: lqeUndefined;"));
 }
 

@@ -36,8 +36,9 @@ TEST_F(Log, LineCarriesPrefixThreadPositionAndResult)
 TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
 {
     Init(lqlErrors);
-    for (const char* sText : {"a\nb", "a\r\nb", "a\n\nb", "a\rb", "\nb", "\x1B[2J\x7F\x01\r\r\n\b",
-                              "a \t\r\n \v\f", "\n \n", "\xC2\x9B[\xC2\xA0]"})
+    for (const char* sText :
+         {"a\nb", "a\r\nb", "a\n\nb", "a\rb", "\nb", "\x1B[2J\x7F\x01\r\r\n\b", "a \t\r\n \v\f", "\n \n",
+          "\xC2\x9B[\xC2\xA0]", "\x1F in front of a block", "\x7F in front of a block"})
         m_log.LogSimpleStr(lqlErrors, sText);
     EXPECT_EQ("=E> <t> a\r\n\tb\r\n"
               "=E> <t> a\r\n\tb\r\n"
@@ -48,7 +49,10 @@ TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
               "=E> <t> a\r\n"
               "=E> <t>\r\n"
               "=E> <t> " +
-                  std::string(IsNarrowUtf8() ? "\\x9B" : "\xC2\x9B") + "[\xC2\xA0]\r\n",
+                  std::string(IsNarrowUtf8() ? "\\x9B" : "\xC2\x9B") +
+                  "[\xC2\xA0]\r\n"
+                  "=E> <t> \\x1F in front of a block\r\n"
+                  "=E> <t> \\x7F in front of a block\r\n",
               Written());
 }
 
@@ -57,7 +61,10 @@ TEST_F(Log, PercentInFrontOfTheFormatReadsNoForeignArguments)
     Init(lqlErrors, ORVTEXT("50%d 9%s %n%%"));
     m_log.LogOpt(lqlErrors, "[%s]", "text");
     m_log.LogOpt(lqlErrors, "[%I64d]", std::int64_t{7});
-    EXPECT_EQ("=E> 50 9text % <t> []\r\n=E> 50 9 % <t> [7]\r\n", Written());
+    m_log.SetPrefix(nullptr);
+    m_log.SetFL("%d/50%d", 0).LogOpt(lqlErrors, "[%d]", 7);
+    m_log.SetFL(nullptr, 0);
+    EXPECT_EQ("=E> 50 9text % <t> []\r\n=E> 50 9 % <t> [7]\r\n=E> <t> 507(0) []\r\n", Written());
 }
 
 TEST_F(Log, LongTextsAreCut)
@@ -68,11 +75,14 @@ TEST_F(Log, LongTextsAreCut)
     m_log.SetPrefix(nullptr);
     EXPECT_TRUE(m_log.GetPrefix().IsEmpty());
     m_log.LogSimpleStr(lqlErrors, sLong.c_str());
-    m_log.LogOpt(lqlErrors, sLong.c_str());
+    for (const int nFormat : {20000, 1024 - 18, 1023 - 18}) // behind "=E> 261112_213005 "
+        m_log.LogOpt(lqlErrors, sLong.substr(0, nFormat).c_str());
+    m_log.SetFileOption(lqfUTF8, 1);
+    m_log.LogErr((ORVTEXT("x") + Text(10000, ORVTEXT('\u4E2D'))).c_str());
     m_log.ReleaseLog();
     const std::string sText = ReadBytes(m_file);
     EXPECT_EQ(16374u, sText.find("\r\n"));
-    EXPECT_EQ(16374u + 2 + 1023 + 2, sText.size());
+    EXPECT_EQ(16374u + 2 + 3 * (1023 + 2) + 16372 + 2, sText.size()) << "no part of a character";
 }
 
 TEST_F(Log, RawTextIsUnfilteredAndUndecorated)
@@ -238,6 +248,14 @@ TEST_F(Log, MayBeReleasedWhileThreadsLog)
     }
 }
 
+TEST_F(Log, LeavesTheNameOfItsThreadToTheNext)
+{
+    CReportCapture capture;
+    for (int i = 0; i < 70; ++i, m_log.ReleaseLog())
+        Init(lqlErrors);
+    EXPECT_NO_REPORTS(capture);
+}
+
 // ---- The process logger ----
 
 TEST_F(Log, ProcessLoggerWorksByPlainCalls)
@@ -259,25 +277,11 @@ TEST_F(Log, ProcessLoggerWorksByPlainCalls)
     WCHAR sName[4] = {1, 1, 1, 1};
     EXPECT_EQ(sName, GetLogFileNameExp(sName, 2));
     EXPECT_EQ(1, sName[0]);
-    GetLogFileNameExp(sName, 4);
-    EXPECT_EQ(sFile.substr(0, 3), sName);
+    GetLogFileNameExp(sName, 3);
+    EXPECT_EQ(sFile.substr(0, 2), sName);
     EXPECT_EQ(nullptr, GetLogFileNameExp(nullptr, 100));
     ReleaseProcessLogger();
     EXPECT_EQ("=E> 0123456789 <t> 100%d\r\nraw\n", Written());
-}
-
-TEST_F(Log, TraceLinesTellThreadAndTimes)
-{
-    CDebugCapture debugger;
-    ASSERT_TRUE(InitFileProcessLogger(m_sFile.c_str(), lqlInformation));
-    WriteThreadPrintfTrace("start", 5);
-    ReleaseProcessLogger();
-    const auto WithoutClock = [](const std::string& sText) {
-        return Replaced(sText, R"(\d+\(\d+\))", "0(0)");
-    };
-    const std::string sLine = "Thread:" + std::to_string(GetCurrentThreadId()) + "; Time:0(0); start [5]";
-    EXPECT_EQ(sLine + "\n", WithoutClock(Heard(debugger)));
-    EXPECT_EQ("=I> <t> " + sLine + "\r\n", WithoutClock(Written()));
 }
 
 // ---- Configuration in the registry ----
@@ -319,10 +323,12 @@ TEST_F(RegistryLog, IsConfiguredByItsKey)
 
 TEST_F(RegistryLog, UserComesBeforeTheMachineAndThatBeforeDefaults)
 {
+    Set(HKEY_LOCAL_MACHINE, ORVTEXT("EventLog"), TextValue(ORVTEXT("1"))); // of a number's size
     EXPECT_FALSE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr)) << "works, but is no success";
     EXPECT_EQ(0x4027u, m_log.GetLogOpt());
     EXPECT_TRUE(m_log.HasLog(lqlErrors));
     Configure(HKEY_LOCAL_MACHINE, lqlWarnings);
+    Set(HKEY_LOCAL_MACHINE, ORVTEXT("WorkerDBIdForSQLLog"), TextValue(ORVTEXT("3"))); // without lqlSQL
     EXPECT_TRUE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr));
     EXPECT_EQ(unsigned{lqlWarnings}, m_log.GetLogOpt());
     EXPECT_TRUE(m_log.NeedSQLLogToWorkerDB(1));
@@ -352,6 +358,7 @@ TEST_F(RegistryLog, NumbersOfTheKeyAreTheOptionsOfLogAndFile)
         {ORVTEXT("EventMaxWaiting"), {REG_DWORD, "12"}, 64 << 20},       // half a number
         {ORVTEXT("EventKeepFiles"), {REG_QWORD, "1234567"}, 0},
         {ORVTEXT("EventFlushLevel"), {REG_BINARY, "1234"}, 0},
+        {ORVTEXT("EventMaxWaiting"), {REG_BINARY, ""}, 64 << 20},
     };
     for (const auto& c : cases)
     {

@@ -113,6 +113,10 @@ TEST_F(SQLLog, DebuggerCopyNeedsItsOwnOption)
     m_log.AddLogOpt(lqlSQLToDebugger);
     Save(ORVTEXT("loud"));
     EXPECT_NE(std::string::npos, debugger.Take().find("SQL 0\tloud\r\n"));
+    Written();
+    Init(lqlToDebugger); // which wants statements, but not the level of their outcome
+    Save(ORVTEXT("bare"));
+    EXPECT_EQ("SQL 0\tbare\r\n", Written());
 }
 
 TEST_F(SQLLog, ExceptionIsLoggedWithItsText)

@@ -66,7 +66,7 @@ ORV_CHILD(FillTheTable)
     EXPECT_EQ("-12", NameOf(12));
     SetThreadName(11, "eleven again");
     SetThreadName(13, std::string(100, 'x').c_str());
-    SetThreadName(static_cast<DWORD>(-1), "self");
+    SetThreadName(0x7FFFFFFF, "self");
     SetThreadName(0x7FFFFFFE, "an id");
     for (DWORD dwId = 7; dwId <= 63; ++dwId)
         SetThreadName(1000 + dwId, ("name " + std::to_string(dwId)).c_str());
@@ -82,7 +82,7 @@ ORV_CHILD(FillTheTable)
 
     EXPECT_EQ("+eleven", NameOf(11)) << "the older name of two";
     EXPECT_EQ("+" + std::string(63, 'x'), NameOf(13));
-    EXPECT_EQ("+xxx", NameOf(13, 4));
+    EXPECT_EQ("+x", NameOf(13, 2));
     EXPECT_EQ("+self", NameOf(GetCurrentThreadId()));
     EXPECT_EQ("+an id", NameOf(0x7FFFFFFE));
     EXPECT_EQ("-4294967294", NameOf(0xFFFFFFFE));

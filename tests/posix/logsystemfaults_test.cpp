@@ -20,10 +20,8 @@
 #include <fcntl.h>
 #include <linux/futex.h>
 #include <pthread.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -43,8 +41,9 @@ protected:
             return pid;
         for (int i = 0; i < nLines; ++i)
             m_log.LogOpt(lqlInformation, "%s %d", sWriter, i);
+        const bool bFlushed = m_log.Flush(60000);
         m_log.ReleaseLog();
-        _exit(0);
+        _exit(bFlushed ? 0 : 1);
     }
 
     static void ExpectEnd(pid_t pid)
@@ -437,23 +436,6 @@ TEST_F(LogSystemFaults, CallersThatWaitForRoomTogetherLoseNothing)
     EXPECT_EQ(0u, m_log.GetLostLines());
 }
 
-TEST_F(LogSystemFaults, LinesWaitWhereASocketIs)
-{
-    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{AF_UNIX, {}};
-    const std::string sSocket = std::filesystem::relative(m_dir / "socket.txt").string();
-    sSocket.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-    ASSERT_TRUE(m_log.InitFileLog((m_dir / "socket.txt").string<WCHAR>().c_str(), lqlInformation, nullptr));
-    m_log.LogInf(ORVTEXT("1"));
-    EXPECT_FALSE(m_log.Flush(10));
-    std::filesystem::remove(m_dir / "socket.txt");
-    EXPECT_TRUE(m_log.Flush(kLong));
-    m_log.ReleaseLog();
-    EXPECT_EQ("=I> <t> 1\r\n", WithoutTimes(ReadBytes(m_dir / "socket.txt")));
-    close(fd);
-}
-
 ORV_CHILD(LogToStandardOutput)
 {
     COrvLog log;
@@ -471,28 +453,39 @@ TEST_F(LogSystemFaults, LinkToTheStandardOutputGetsItsLines)
     EXPECT_EQ("=I> <t> to the pipe\r\n", WithoutTimes(result.m_sOutput));
 }
 
-TEST_F(LogSystemFaults, TerminalGetsItsLines)
+ORV_CHILD(LogByDefault)
 {
-    const int fd = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0 || grantpt(fd) != 0 || unlockpt(fd) != 0)
-        GTEST_SKIP() << "the system has no terminals";
-    std::filesystem::create_symlink(ptsname(fd), m_dir / "tty.txt");
-    ASSERT_TRUE(m_log.InitFileLog((m_dir / "tty.txt").string<WCHAR>().c_str(), lqlInformation, nullptr));
-    const int fdOther = open(ptsname(fd), O_RDWR | O_NOCTTY);
-    m_log.LogSimpleStr(lqlInformation, "clear \x1B[2J");
-    EXPECT_TRUE(m_log.Flush(kLong));
-    char sText[100] = "";
-    EXPECT_LT(0, read(fd, sText, sizeof sText - 1));
-    EXPECT_EQ("=I> <t> clear \\x1B[2J\r", WithoutTimes(sText).substr(0, 22));
-    m_log.ReleaseLog();
-    close(fdOther);
-    close(fd);
+    COrvLog log;
+    log.InitRegLog(ORVTEXT("no such key"), nullptr);
+    log.LogErr(ORVTEXT("x"));
+    return log.Flush(kLong) && std::puts(Narrow(TextOf(log.GetLogFileName())).c_str()) > 0 ? 0 : 1;
+}
+
+TEST_F(LogSystemFaults, DefaultFileBearsTheProgramsName)
+{
+    const CVariableGuard data("XDG_DATA_HOME", ("/" + std::string(300, 'x')).c_str()); // too long
+    for (const std::string sProgram : {"tool", "tool.v1.exe", ".x"})
+    {
+        const std::string sName = sProgram.substr(0, sProgram.rfind('.'));
+        const auto program = m_dir / "v1.2" / sProgram;
+        std::filesystem::create_directory(m_dir / "v1.2");
+        std::filesystem::copy_file(TestProgram(), program);
+        const ChildArguments args{std::string(kChildSwitch), "LogByDefault"};
+        const std::string sOutput = CChildProcess(ChildProgram{program}, args).Wait().m_sOutput;
+        const std::string sFile = "/Lumatrek/Log/" + sName + "-DB_log_W\\d{6}.txt\n";
+        EXPECT_TRUE(Contains(sOutput, sFile.c_str())) << sOutput;
+        const std::string sReports = ReadBytes(TestReportFolder() / ("LQErrors_3.8.2_" + sName + ".log"));
+        EXPECT_EQ(sProgram == "tool", // it has no extension
+                  Contains(sReports, R"( orvlog\(\d+\).* 'COrvLog::InitRegLog'! Message: p != nullptr)"));
+        EXPECT_TRUE(Contains(sReports, R"( orvlog.* 'CreateLogFileName', 0x80004005! Message: hr == S_OK)"));
+    }
 }
 
 TEST_F(LogSystemFaults, FileIsShownByTheDesktop)
 {
     EXPECT_FALSE(COrvLog().ShowLogFileWithNotepad()) << "without a file";
-    m_log.SetLogOpt(lqlErrors);
+    const Text sFile = m_dir.Path().string<WCHAR>() + ORVTEXT("\\test.txt"); // not as the system writes it
+    ASSERT_TRUE(m_log.InitFileLog(sFile.c_str(), lqlErrors, nullptr));
     m_log.LogErr(ORVTEXT("x"));
     EXPECT_TRUE(m_log.Flush(kLong));
     const auto shown = m_dir / "shown";
@@ -506,6 +499,7 @@ TEST_F(LogSystemFaults, FileIsShownByTheDesktop)
     while (!ReadBytes(shown).ends_with('\n'))
         std::this_thread::yield();
     EXPECT_EQ(m_file.string() + "\n", ReadBytes(shown));
-    EXPECT_NE(std::string::npos,
-              Written().find(") HR: 80070002 Could not show log file in notepad because: "));
+    const char* const sWhy = R"(=E> <t> orvlog\(\d+\) HR: 80070002 Could not show log file in notepad )"
+                             R"(because: \S.*; CommandLine: xdg-open "/.*/test.txt"\r\n)";
+    EXPECT_TRUE(Contains(Written(), sWhy));
 }

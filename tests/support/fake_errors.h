@@ -102,7 +102,7 @@ private:
     EFails m_fails;
 };
 
-/// Errors, of which every second one has details.
+/// Errors, of which every second one has details; the others say so in either way.
 class CFakeRecords : public CFake<IErrorRecords>
 {
 public:
@@ -115,7 +115,9 @@ public:
     HRESULT STDMETHODCALLTYPE GetCustomErrorObject(ULONG n, REFIID riid, IUnknown** ppObject) override
     {
         *ppObject = nullptr;
-        return n % 2 == 0 ? S_OK : m_errors[n]->QueryInterface(riid, reinterpret_cast<void**>(ppObject));
+        return n % 2 != 0   ? m_errors[n]->QueryInterface(riid, reinterpret_cast<void**>(ppObject))
+               : n % 4 == 0 ? S_OK
+                            : E_NOINTERFACE;
     }
     HRESULT STDMETHODCALLTYPE GetErrorInfo(ULONG n, LCID, IErrorInfo** ppInfo) override
     {
