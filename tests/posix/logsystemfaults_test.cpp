@@ -141,6 +141,23 @@ TEST_F(LogSystemFaults, DiskThatIsFullIsWaitedFor)
     EXPECT_EQ(sExpected, ReadBytes(file));
 }
 
+TEST_F(LogSystemFaults, FilesOfFourGigabytesGoOn)
+{
+    for (const std::uintmax_t nSize : {0xFFFFFFFFull, 0x100000000ull})
+    {
+        WriteBytes(m_file, "");
+        std::filesystem::resize_file(m_file, nSize); // with nothing on the disk
+        std::filesystem::remove(m_dir / "test_2.txt");
+        Init(lqlInformation);
+        m_log.SetFileOption(lqfMaxFileBytes, nSize + 1);
+        m_log.LogInf(ORVTEXT("1"));
+        EXPECT_TRUE(m_log.Flush(kLong));
+        m_log.LogInf(ORVTEXT("in the next file"));
+        m_log.ReleaseLog();
+        EXPECT_EQ("\r\n=I> <t> 1\r\n", WithoutTimes(ReadBytes(m_file, nSize)));
+    }
+}
+
 // Threads of the parent log all the time, so that children begin while queues are full and locks are taken.
 TEST_F(LogSystemFaults, ForkedChildrenNeitherRepeatNorLoseLinesNorHang)
 {
