@@ -22,11 +22,11 @@ TIMEOUT = 120
 
 # The tests that concern a family, as a regular expression on their names.
 TESTS = {
-    "builders": "memorysweep|orvsqlstr|longstr|tabbed|xmlwrite|orvdecimal|orvdbstr|oledbconvert|sqlliteral|decimal|variant|sqlhandshake",
+    "builders": "memorysweep|orvsqlstr|longstr|tabbed|xmlwrite|orvdecimal|orvdbstr|oledbconvert|sqlliteral|decimal|variant|sqlhandshake|xmlparsers_internal",
     "containers": "memarray|hashmap|midint|memorysweep",
     "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|orvstralloc_internal|plugin|textformat_internal|threads|memorysweep",
-    "errors": "lqexcept|comerror|logcrash|logviewer|sqllog|lqmessage",
-    "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload",
+    "errors": "lqexcept|comerror|logcrash|logviewer|sqllog|lqmessage|logfaults|logsystemfaults|memorysweep",
+    "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload|threads|logcrash|memorysweep",
     "messages": "memorysweep|lqmessage|message_fuzz|languages|messagelocale",
     "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage|templates|memorysweep",
     "settings": "settings|path_fuzz|memorysweep",

@@ -325,6 +325,42 @@ TEST_F(LogWriter, WritesOnlyTheRestAfterAThreadThatEndedInItsWrite)
     }
 }
 
+TEST_F(LogWriter, GoesOnInsideALineThatWasCutOff)
+{
+    const std::string sHuge = std::string(4999998, 'a') + "z\n";
+    const struct
+    {
+        const char* m_sThere;
+        std::string m_sLine;
+        std::size_t m_nLeft; // of the file when the thread had ended
+        unsigned m_nUntold;
+        std::string m_sExpected;
+    } cases[] = {
+        {"", sHuge, 5000000, 1, sHuge + "3\n"},  {"", sHuge, 3000000, 1, sHuge + "3\n"},
+        {"half", "1\n", 4, 0, "half\r\n1\n3\n"}, {"half", "1\n", 5, 0, "half\r\n1\n3\n"},
+        {"half", "1\n", 6, 0, "half\r\n1\n3\n"},
+    };
+    for (const auto& c : cases)
+    {
+        WriteBytes(m_file, c.m_sThere);
+        CLogWriter writer(m_sFile, g_options);
+        CLogQueue lines;
+        CLogLoss none;
+        PushLine(lines, c.m_sLine);
+        {
+            const CFault fault(FaultyCall::CutOffWrite, 1, false);
+            EXPECT_TRUE(RunUntilCutOff([&] { writer.Drain(lines, none, none); }));
+        }
+        std::filesystem::resize_file(m_file, c.m_nLeft);
+        PushLine(lines, "3\n");
+        CLogLoss untold;
+        untold.Add(c.m_nUntold, 1, g_pfnLogTime());
+        EXPECT_TRUE(writer.Drain(lines, untold, none));
+        EXPECT_TRUE(c.m_sExpected == ReadBytes(m_file)) << c.m_nLeft;
+        EXPECT_EQ(c.m_nUntold, untold.m_nLines) << "told inside the line";
+    }
+}
+
 TEST_F(LogWriter, LeavesLinesWholeBesideAnotherWriter)
 {
     ORV_SKIP_WINE("finds the end of a file and writes there in two steps");

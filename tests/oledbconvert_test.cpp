@@ -201,6 +201,8 @@ TEST(OleDbConvert, ReferencesAndVariantsAreFollowed)
     }
     outer.pvarVal = &outer;
     EXPECT_EQ(Failed(DBSTATUS_E_CANTCONVERTVALUE), Convert(DBTYPE_VARIANT, outer));
+    outer.pvarVal = nullptr;
+    EXPECT_EQ(Failed(DBSTATUS_S_ISNULL), Convert(DBTYPE_VARIANT, outer));
 }
 
 TEST(OleDbConvert, NullAndOtherTypesHaveNoText)

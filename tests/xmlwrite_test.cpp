@@ -193,13 +193,14 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
     CMIDINTArray ids;
     ids.Add(7);
     ids.Add(4294967295);
-    VARIANT yes{}, date{}, text{}, reference{}, array{}, number{};
+    VARIANT yes{}, date{}, text{}, reference{}, none{}, array{}, number{};
     yes.vt = VT_BOOL, yes.boolVal = VARIANT_TRUE;
     date.vt = VT_DATE, date.date = 45418.5;
     text.vt = VT_BSTR | VT_BYREF;
     BSTR bstr = SysAllocString(sText);
     text.pbstrVal = &bstr;
     reference.vt = VT_VARIANT | VT_BYREF, reference.pvarVal = &date;
+    none.vt = VT_VARIANT | VT_BYREF;
     array.vt = VT_ARRAY | VT_UI1;
     number.vt = VT_INT, number.intVal = -5;
     COrvLongStr builder;
@@ -253,6 +254,7 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
         {"-5", Shown(number)},
         {"2024-05-06T12:00:00", Shown(reference)},
         {"t\xC5\x91", Shown(text)},
+        {sNull, Shown(none)},
         {"refused", Shown(array)},
         {"true", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bTrue, 0))},
         {"false", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bFalse, 0))},

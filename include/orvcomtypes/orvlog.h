@@ -38,8 +38,8 @@
 /// The end: after `UninitOrvComTypes`, in final release too, logs go on as before; only positions of `SetFL`
 ///   are forgotten. When the library is unloaded or the process exits, all logs together have a second to
 ///   write what waits; what is logged after that is dropped. Windows ends threads first: a block that is
-///   being written at that moment is completed; where another process appends to the file just then, a new
-///   file is due or losses are told first, it may come twice. For bad ends see logcrash.h.
+///   being written at that moment is completed; where another process appends to the file just then or a
+///   new file is due, it may come twice. For bad ends see logcrash.h.
 /// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix` and
 ///   assignment must not overlap other calls on the same object; `ReleaseLog` may, and drops what comes after
 ///   it. A forked child may go on logging; the lines queued at that moment are the parent's.

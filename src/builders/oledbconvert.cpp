@@ -288,7 +288,11 @@ DBSTATUS PutVariant(const CTarget& target, const VARIANT& var) noexcept
     case VT_INT: return Put(target, static_cast<DBTYPE>((var.vt & DBTYPE_BYREF) | DBTYPE_I4), p, 0);
     case VT_UINT: return Put(target, static_cast<DBTYPE>((var.vt & DBTYPE_BYREF) | DBTYPE_UI4), p, 0);
     case VT_VARIANT: // One step only, so that no ring of variants is followed for ever.
-        if (var.vt == VT_VARIANT || var.pvarVal == nullptr || (var.pvarVal->vt & wPlain) == VT_VARIANT)
+        if (var.vt == VT_VARIANT)
+            return DBSTATUS_E_CANTCONVERTVALUE;
+        if (var.pvarVal == nullptr)
+            return Put(target, DBTYPE_NULL, nullptr, 0);
+        if ((var.pvarVal->vt & wPlain) == VT_VARIANT)
             return DBSTATUS_E_CANTCONVERTVALUE;
         return PutVariant(target, *var.pvarVal);
     default: return Put(target, var.vt, p, 0);

@@ -192,7 +192,7 @@ CXMLValue::CXMLValue(const VARIANT& value) noexcept : CXMLValue(nullptr)
     const void* const p = bReference              ? pVar->byref
                           : vtPlain == VT_DECIMAL ? static_cast<const void*>(&pVar->decVal)
                                                   : &pVar->llVal;
-    if (vtPlain == VT_EMPTY || vtPlain == VT_NULL)
+    if (vtPlain == VT_EMPTY || vtPlain == VT_NULL || p == nullptr)
         return;
     m_eKind = EKind::None;
     if (vtPlain == VT_INT || vtPlain == VT_UINT)

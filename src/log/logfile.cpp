@@ -88,7 +88,10 @@ bool CLogFile::Prepare()
     else if (IsOpen() && m_bOnDisk && !IsStillNamed())
         Close();
     m_tLastCheck = tNow;
-    return IsOpen() || Open();
+    if (!IsOpen() && !Open())
+        return false;
+    m_bBeginsLine = m_bBeginsLine || EndHalfLine();
+    return m_bBeginsLine;
 }
 
 bool CLogFile::IsNewPeriod(__time64_t tNow) const
@@ -217,6 +220,7 @@ bool CLogFile::CreateLogFile()
         return false;
     }
     m_bOnDisk = GetFileType(m_hFile) == FILE_TYPE_DISK;
+    m_bBeginsLine = !m_bOnDisk;
     if (!m_bOnDisk)
         return true;
     if (!SeekToEnd())
@@ -227,7 +231,8 @@ bool CLogFile::CreateLogFile()
     }
     const CState now = StateOf(m_hFile);
     m_bContinues = now.IsSameFile(m_left) && now.m_nSize == m_left.m_nSize;
-    return m_bContinues || EndHalfLine(now);
+    m_bBeginsLine = m_bContinues;
+    return true;
 }
 
 bool CLogFile::SeekToEnd()
@@ -239,8 +244,9 @@ bool CLogFile::SeekToEnd()
 
 /// What a crash or a full disk left of a line is ended, so that the next one stands on its own. A file that
 /// grows meanwhile has another writer, which has not come to the end of its block.
-bool CLogFile::EndHalfLine(CState now)
+bool CLogFile::EndHalfLine()
 {
+    CState now = StateOf(m_hFile);
     while (now.m_nSize > 0 && EndsInsideALine())
     {
         Sleep(kLookAgainMs);
@@ -286,11 +292,14 @@ CLogText CLogFile::Name() const
 
 DWORD CLogFile::Append(const char* pData, DWORD nBytes)
 {
-    const DWORD nThere = m_nAppending != 0 ? TakeOver(pData, nBytes) : 0;
+    const DWORD nThere = IsCutOff() ? TakeOver(pData, nBytes) : 0;
     const DWORD nLeft = nBytes - nThere;
+    if (nLeft == 0)
+        return nBytes;
     if (m_bOnDisk)
     {
         m_nAppendAt = StateOf(m_hFile).m_nSize;
+        std::atomic_signal_fence(std::memory_order_seq_cst);
         m_nAppending = nLeft;
     }
     // Offset -1 is the end of the file at the moment of writing: other processes may append too.
@@ -307,7 +316,8 @@ DWORD CLogFile::Append(const char* pData, DWORD nBytes)
     return nThere + nWritten;
 }
 
-/// How many of the bytes the write that was cut off has left where it began; none when they are others.
+/// How many of the bytes the write that was cut off has left where it began; none when they are others. What
+/// it wrote behind them is for the next call.
 DWORD CLogFile::TakeOver(const char* pData, DWORD nBytes)
 {
     const DWORD nBegun = std::min(m_nAppending, nBytes);
@@ -330,6 +340,8 @@ DWORD CLogFile::TakeOver(const char* pData, DWORD nBytes)
         nFound += nRead;
     }
     CloseHandle(hFile);
+    m_nAppendAt += nFound;
+    m_nAppending = nFound == nBytes ? m_nAppending - nFound : 0;
     return nFound;
 }
 

@@ -46,6 +46,8 @@ public:
     /// Opens the file, or the next one when a new period has begun or the file is full, or that name anew
     /// when it stands for another file by now. False when that is not possible.
     bool Prepare();
+    /// Whether the last Append was cut off with its thread.
+    bool IsCutOff() const { return m_nAppending != 0; }
     /// False when the file was opened since the last write and does not end where that one did: what was left
     /// of a line must be written from its start.
     bool Continues() const { return m_bContinues; }
@@ -81,7 +83,7 @@ private:
     bool Open();
     bool CreateLogFile();
     bool SeekToEnd();
-    bool EndHalfLine(CState now);
+    bool EndHalfLine();
     bool EndsInsideALine() const;
     DWORD TakeOver(const char* pData, DWORD nBytes);
     bool ChooseName();
@@ -94,7 +96,8 @@ private:
     HANDLE m_hFile = INVALID_HANDLE_VALUE;
     bool m_bOnDisk = true; ///< neither a pipe nor a terminal
     bool m_bContinues = false;
-    CState m_left; ///< when the last write failed
+    bool m_bBeginsLine = false; ///< a half line that was there is ended, or continued
+    CState m_left;              ///< when the last write failed
     // The write that is under way: the end of a process on Windows may end its thread.
     ULONGLONG m_nAppendAt = 0;
     DWORD m_nAppending = 0; ///< 0: none is

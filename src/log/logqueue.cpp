@@ -2,6 +2,7 @@
 
 #include "log/logmessage.h"
 
+#include <atomic>
 #include <cstdint>
 #include <utility>
 
@@ -73,12 +74,14 @@ void CLogQueue::DropWhole(std::uint64_t& nBytes)
     while (m_pHead != nullptr && m_pHead->Length() <= nBytes)
     {
         CLogMessage* const pFirst = m_pHead;
-        m_pHead = pFirst->m_pNext;
         nBytes -= pFirst->Length();
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        if (pFirst->m_pNext == nullptr)
+            m_ppLast = &m_pHead;
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        m_pHead = pFirst->m_pNext;
         m_nBytes -= pFirst->Length();
         --m_nLines;
         returned.Add(pFirst);
     }
-    if (m_pHead == nullptr)
-        m_ppLast = &m_pHead;
 }

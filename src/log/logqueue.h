@@ -40,7 +40,8 @@ public:
     /// may be in the file.
     CLogMessage* TakeOther();
 
-    /// Drops lines from the front as long as all their bytes are among \p nBytes; takes these off.
+    /// Drops lines from the front as long as all their bytes are among \p nBytes; takes these off. When its
+    /// thread is ended here by force, a line may be left that was to go, but none goes that was to stay.
     void DropWhole(std::uint64_t& nBytes);
     void Clear()
     {

@@ -36,7 +36,8 @@ bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
         return false;
     if (!m_file.Continues())
         m_nDone = 0;
-    if (m_nDone == 0 && !Tell(untold))
+    // What was cut off goes on before anything else.
+    if (m_nDone == 0 && !m_file.IsCutOff() && !Tell(untold))
         return false;
     while (!lines.IsEmpty())
         if (IsStopped() || !AppendBlock(lines, lost))
