@@ -79,7 +79,7 @@ CLogText LongPath(const CLogText& sPath)
 bool CLogFile::Prepare()
 {
     const __time64_t tNow = g_pfnLogTime();
-    m_bContinues = true;
+    m_bContinues = m_bBeginsLine;
     if (IsNewPeriod(tNow) || (IsOpen() && IsFull()))
     {
         Close();
