@@ -30,23 +30,23 @@ TEST(NaiveNumbers, ParseWhatTheyUnderstand)
         std::string_view m_sText;
         LONGLONG m_n;
         double m_d;
-    } c_aRows[] = {{"", 0, 0},
-                   {"  -12x", -12, -12},
-                   {" \t7", 7, 7},
-                   {"\n7", 0, 0},
-                   {"+5", 0, 0},
-                   {"--5", 0, 0},
-                   {"- 5", 0, 0},
-                   {"3,25", 3, 3.25},
-                   {".5", 0, 0.5},
-                   {"-1.5e3", -1, -1.5},
-                   {"1.007", 1, 1 + 7 / 1000.0},
-                   {"1.2.3", 1, 1.2},
-                   {"0.3333333333333333333333333333", 0, 1 / 3.0},
-                   {"2147483648", 2147483648LL, 2147483648.0},
-                   {"-9223372036854775808", INT64_MIN, -9223372036854775808.0},
-                   {"18446744073709551617", 1, 18446744073709551617.0}};
-    for (const auto& row : c_aRows)
+    } kRows[] = {{"", 0, 0},
+                 {"  -12x", -12, -12},
+                 {" \t7", 7, 7},
+                 {"\n7", 0, 0},
+                 {"+5", 0, 0},
+                 {"--5", 0, 0},
+                 {"- 5", 0, 0},
+                 {"3,25", 3, 3.25},
+                 {".5", 0, 0.5},
+                 {"-1.5e3", -1, -1.5},
+                 {"1.007", 1, 1 + 7 / 1000.0},
+                 {"1.2.3", 1, 1.2},
+                 {"0.3333333333333333333333333333", 0, 1 / 3.0},
+                 {"2147483648", 2147483648LL, 2147483648.0},
+                 {"-9223372036854775808", INT64_MIN, -9223372036854775808.0},
+                 {"18446744073709551617", 1, 18446744073709551617.0}};
+    for (const auto& row : kRows)
     {
         SCOPED_TRACE(row.m_sText);
         const Text sWide(row.m_sText.begin(), row.m_sText.end());
@@ -195,8 +195,8 @@ TEST(Converters, TwoBytesAUnitAreReserved)
 {
     const Text sEuros(2000, ORVTEXT('\u20AC'));
     // The inline buffer of 1024, or 2 * n + 1024 down to a multiple of that.
-    constexpr std::pair<unsigned, unsigned> c_aRows[] = {{511, 341}, {512, 512}, {1000, 682}, {1535, 1023}};
-    for (const auto& [n, nWhole] : c_aRows)
+    constexpr std::pair<unsigned, unsigned> kRows[] = {{511, 341}, {512, 512}, {1000, 682}, {1535, 1023}};
+    for (const auto& [n, nWhole] : kRows)
         EXPECT_EQ(Repeated("\xE2\x82\xAC", nWhole), static_cast<const char*>(CToUTF8(sEuros.c_str(), n)));
 }
 
