@@ -299,6 +299,8 @@ void LogIntoAHangingFlush(const std::string& sFile)
     EXPECT_TRUE(s_log.Flush(kLong));
     static const CFault s_hang(FaultyCall::HangingSync);
     s_log.LogOpt(lqlInformation, "w 100");
+    while (!s_hang.Happened())
+        Sleep(1);
 }
 
 } // namespace
