@@ -47,7 +47,8 @@
 
 /// Installs the handler, or gives the one that is installed another log and time. A null log is the process
 /// logger. The handler takes the place of former handlers of these events and passes on to them when it is
-/// done. False, with nothing installed, when there is no memory or thread for it.
+/// done. Its thread runs on return, so this does not belong into a `DllMain`, where threads cannot begin: it
+/// would take a second. False, with nothing installed, when there is no memory or thread for it.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL InstallLogCrashHandler(COrvLog* log, DWORD milliseconds);
 /// Puts the former handlers back, unless somebody has put others into the place of ours since; does nothing
 /// without the handler.

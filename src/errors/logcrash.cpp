@@ -25,7 +25,10 @@
 namespace
 {
 
-constexpr DWORD kLeaveMs = 100;
+// Neither can wait for ever: who holds the loader's lock keeps threads from beginning and ending.
+constexpr DWORD kBeginMs = 1000;
+constexpr DWORD kStopMs = 1000;
+constexpr DWORD kLeaveMs = 100; ///< while the library is unloaded
 
 /// The thread that logs for those that cannot. Who fails may do it in a signal handler and hold any lock, the
 /// heap's too: it copies a text, opens one gate and waits at another, and that is all.
@@ -33,7 +36,8 @@ class CCrashLogger
 {
 public:
     bool Install(COrvLog* pLog, DWORD dwMilliseconds);
-    void Remove();
+    /// Waits for the thread's end so long.
+    void Remove(DWORD dwMilliseconds);
     /// In a forked child, which has not the thread: begins one.
     void Renew();
     /// On the failing thread. The first failure is told; others wait with it. A thread that can go on gives
@@ -51,6 +55,7 @@ private:
     std::atomic<COrvLog*> m_pLog = nullptr;
     std::atomic<DWORD> m_dwMilliseconds = 0;
     std::atomic<DWORD> m_dwProcessId = 0; ///< of the thread
+    CFatalGate m_begun;
     CFatalGate m_asked;
     CFatalGate m_done;
     HANDLE m_hThread = nullptr;
@@ -115,7 +120,7 @@ void DescribeException(char (&sText)[1000]) noexcept
 
 void RemoveAtDetach()
 {
-    RemoveLogCrashHandler();
+    g_crashLogger.Get().Remove(kLeaveMs);
 }
 
 void RenewInChild()
@@ -155,18 +160,19 @@ void CCrashLogger::Renew()
 bool CCrashLogger::StartThread()
 {
     m_bEnd = m_bTold = false;
-    if (!m_asked.Shut() || !m_done.Shut())
+    if (!m_begun.Shut() || !m_asked.Shut() || !m_done.Shut())
         return false;
     const auto hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, this, 0, nullptr));
     if (hThread == nullptr)
         return false;
     m_hThread = hThread;
     m_dwProcessId = GetCurrentProcessId();
+    m_begun.Wait(kBeginMs);
     return true;
 }
 
 /// The thread waits for a gate and holds nothing, so it can be ended there while the library is unloaded.
-void CCrashLogger::Remove()
+void CCrashLogger::Remove(DWORD dwMilliseconds)
 {
     const OCT::CCritSectGuard guard(&m_lock);
     const HANDLE hThread = std::exchange(m_hThread, nullptr);
@@ -179,10 +185,11 @@ void CCrashLogger::Remove()
     {
         m_bEnd = true;
         m_asked.Open();
-        if (WaitForSingleObject(hThread, kLeaveMs) != WAIT_OBJECT_0)
+        if (WaitForSingleObject(hThread, dwMilliseconds) != WAIT_OBJECT_0)
             TerminateThread(hThread, 1);
     }
     CloseHandle(hThread);
+    m_begun.Remove();
     m_asked.Remove();
     m_done.Remove();
 }
@@ -190,6 +197,7 @@ void CCrashLogger::Remove()
 unsigned ORVCALL CCrashLogger::ThreadMain(void* pThis)
 {
     auto& logger = *static_cast<CCrashLogger*>(pThis);
+    logger.m_begun.Open();
     logger.m_asked.Wait(INFINITE);
     if (!logger.m_bEnd)
     {
@@ -246,5 +254,5 @@ bool ORVCALL ReserveLogCrashStack()
 
 void ORVCALL RemoveLogCrashHandler()
 {
-    g_crashLogger.Get().Remove();
+    g_crashLogger.Get().Remove(kStopMs);
 }

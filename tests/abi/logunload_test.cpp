@@ -10,7 +10,9 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
+#include <thread>
 
 class COrvLog;
 
@@ -30,7 +32,12 @@ class CLoadedLog
 public:
     explicit CLoadedLog(const std::filesystem::path& file)
     {
+        const std::string sBefore = ReadBytes(file);
         m_library.Find<InitLogger>("InitFileProcessLogger")(file.string<WCHAR>().c_str(), 1);
+        Log();
+        // A thread that is ended before it has begun takes Wine with it.
+        while (ReadBytes(file) == sBefore)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         Log();
     }
 
@@ -52,22 +59,22 @@ struct COrder
     int m_nLines; ///< of each load
     void (*m_pfnEnd)(CLoadedLog& log);
 } const g_orders[] = {
-    {"unload", kLines, [](CLoadedLog&) {}},
-    {"crash handler, unload", kLines, [](CLoadedLog& log) { log.CatchCrashes(); }},
-    {"release, unload", kLines, [](CLoadedLog& log) { log.Call("ReleaseProcessLogger"); }},
-    {"teardown, unload", kLines, [](CLoadedLog& log) { log.Call("UninitOrvComTypes"); }},
-    {"teardown, release, unload", kLines,
+    {"unload", 2 * kLines, [](CLoadedLog&) {}},
+    {"crash handler, unload", 2 * kLines, [](CLoadedLog& log) { log.CatchCrashes(); }},
+    {"release, unload", 2 * kLines, [](CLoadedLog& log) { log.Call("ReleaseProcessLogger"); }},
+    {"teardown, unload", 2 * kLines, [](CLoadedLog& log) { log.Call("UninitOrvComTypes"); }},
+    {"teardown, release, unload", 2 * kLines,
      [](CLoadedLog& log) {
          log.Call("UninitOrvComTypes");
          log.Call("ReleaseProcessLogger");
      }},
-    {"final release, teardown, more lines, unload", 2 * kLines,
+    {"final release, teardown, more lines, unload", 3 * kLines,
      [](CLoadedLog& log) {
          log.Call("SetFinalRelease");
          log.Call("UninitOrvComTypes");
          log.Log();
      }},
-    {"release, teardown, unload", kLines,
+    {"release, teardown, unload", 2 * kLines,
      [](CLoadedLog& log) {
          log.Call("ReleaseProcessLogger");
          log.Call("UninitOrvComTypes");
