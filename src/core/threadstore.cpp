@@ -42,9 +42,13 @@ constinit std::atomic<DWORD> CThreadStore::s_dwSlot = TLS_OUT_OF_INDEXES;
 constinit std::atomic<bool> CThreadStore::s_bClosed = false;
 constinit char CThreadStore::s_cEnded = 0;
 
+/// At most half of what is there is left: frozen at any point, by a fork or a forced end, the shelf holds no
+/// item twice.
 void CThreadShelf::TakeOldest(void** ppItems, unsigned nItems) noexcept
 {
     const unsigned nCount = m_nCount.load(std::memory_order_relaxed);
+    m_nCount.store(nCount - nItems, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
     for (unsigned i = 0; i < nCount; ++i)
     {
         void* const pItem = m_apItems[i].load(std::memory_order_relaxed);
@@ -53,7 +57,6 @@ void CThreadShelf::TakeOldest(void** ppItems, unsigned nItems) noexcept
         else
             m_apItems[i - nItems].store(pItem, std::memory_order_relaxed);
     }
-    m_nCount.store(nCount - nItems, std::memory_order_relaxed);
 }
 
 unsigned CThreadShelf::TakeAll(void** ppItems) noexcept
@@ -73,7 +76,8 @@ void CThreadStore::Enable() noexcept
         s_dwSlot.store(dwSlot, std::memory_order_relaxed);
 }
 
-CThreadStore* CThreadStore::Open() noexcept
+/// A store that nobody owns, or null.
+CThreadStore* CThreadStore::Acquire() noexcept
 {
     const CCritSectGuard guard(&g_storesLock.m_lock);
     if (s_bClosed.load(std::memory_order_relaxed))
@@ -81,26 +85,45 @@ CThreadStore* CThreadStore::Open() noexcept
     for (CThreadStore& store : g_stores)
         if (!store.m_bOwned.load(std::memory_order_relaxed))
         {
-            const DWORD dwLastError = GetLastError();
-            const bool bOpened = FlsSetValue(g_dwEndSlot, &store) && TlsSetValue(s_dwSlot, &store);
-            SetLastError(dwLastError);
-            store.m_bOwned.store(bOpened, std::memory_order_relaxed);
+            store.m_bOwned.store(true, std::memory_order_relaxed);
             g_nEverOwned = std::max(g_nEverOwned, static_cast<std::size_t>(&store - g_stores) + 1);
-            return bOpened ? &store : nullptr;
+            return &store;
         }
     return nullptr;
 }
 
-/// A fiber that ends in another thread than its own says nothing about the store's owner.
+void CThreadStore::Release() noexcept
+{
+    const CCritSectGuard guard(&g_storesLock.m_lock);
+    m_bOwned.store(false, std::memory_order_relaxed);
+}
+
+/// The slots are set without the lock: the system may hold one of its own while it tells of a thread's end.
+CThreadStore* CThreadStore::Open() noexcept
+{
+    CThreadStore* const pStore = Acquire();
+    if (pStore == nullptr)
+        return nullptr;
+    const DWORD dwLastError = GetLastError();
+    const bool bOpened = FlsSetValue(g_dwEndSlot, pStore) && TlsSetValue(s_dwSlot, pStore);
+    SetLastError(dwLastError);
+    if (bOpened)
+        return pStore;
+    pStore->Release();
+    return nullptr;
+}
+
+/// A fiber that ends in another thread than its own says nothing about the store's owner. The slot may be
+/// freed at any moment: the process exits.
 void WINAPI CThreadStore::OnThreadEnd(void* pStore) noexcept
 {
-    if (pStore == nullptr || PortTlsValue(s_dwSlot) != pStore)
+    const DWORD dwSlot = s_dwSlot.load(std::memory_order_relaxed);
+    if (pStore == nullptr || dwSlot == TLS_OUT_OF_INDEXES || PortTlsValue(dwSlot) != pStore)
         return;
-    TlsSetValue(s_dwSlot, &s_cEnded);
+    TlsSetValue(dwSlot, &s_cEnded);
     auto& store = *static_cast<CThreadStore*>(pStore);
     store.GiveBackAll(true);
-    const CCritSectGuard guard(&g_storesLock.m_lock);
-    store.m_bOwned.store(false, std::memory_order_relaxed);
+    store.Release();
 }
 
 /// The pools are not entered while the store is busy: who closes the stores holds one of them and waits.

@@ -57,7 +57,7 @@ public:
         return true;
     }
 
-    /// Takes the \p nItems that were put first.
+    /// Takes the \p nItems that were put first, at least half of them.
     void TakeOldest(void** ppItems, unsigned nItems) noexcept;
     /// Takes all; how they go back is m_fnReturn.
     unsigned TakeAll(void** ppItems) noexcept;
@@ -126,10 +126,12 @@ private:
         m_bBusy.store(false, std::memory_order_release);
     }
 
+    static CThreadStore* Acquire() noexcept;
     static CThreadStore* Open() noexcept;
     static void CloseAll() noexcept;
     static void WINAPI OnThreadEnd(void* pStore) noexcept;
     void GiveBackAll(bool bByOwner) noexcept;
+    void Release() noexcept;
 
     static std::atomic<DWORD> s_dwSlot;
     static std::atomic<bool> s_bClosed;
