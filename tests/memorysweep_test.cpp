@@ -167,6 +167,21 @@ constexpr Operation kOperations[] = {
      [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.CapitalizeFirstChar(); }); }},
     {"COrvStr AddPath",
      [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.AddPath(ORVTEXT("file"), '\\'); }); }},
+    {"COrvStr AddPath long",
+     [](CAttempt& a) {
+         return Changes(
+             a, COrvStr(kHeapText.c_str()), [](COrvStr& s) { s.AddPath(ORVTEXT("file"), '\\'); }, true);
+     }},
+    {"COrvStr Replace long",
+     [](CAttempt& a) {
+         return Changes(
+             a, COrvStr(kHeapText.c_str()), [](COrvStr& s) { s.Replace(ORVTEXT("h"), ORVTEXT("hh")); }, true);
+     }},
+    {"COrvStr Trim long",
+     [](CAttempt& a) {
+         return Changes(
+             a, COrvStr(kHeapText.c_str()), [](COrvStr& s) { s.Trim(); }, true);
+     }},
     {"COrvStr SubStr", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s = s.SubStr(2, 30); }); }},
     {"COrvStr AppendDouble",
      [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.AppendDouble(1.5, 2); }); }},

@@ -108,10 +108,8 @@ void COrvStr::Replace(const WCHAR* sToFind, const WCHAR* sReplaceTo)
         return;
     const std::uint64_t nLen = rest.size() - nCount * find.size() + std::uint64_t{nCount} * with.size();
     COrvStr result;
-    if (nLen != 0)
+    if (nLen != 0 && result.CreateOwnBuffer(nLen, false))
     {
-        if (!result.CreateOwnBuffer(nLen, false))
-            return;
         WCHAR* p = result.m_pStr;
         for (std::size_t nAt = OCT::FindText(rest, find); nAt != rest.npos; nAt = OCT::FindText(rest, find))
         {
@@ -121,7 +119,7 @@ void COrvStr::Replace(const WCHAR* sToFind, const WCHAR* sReplaceTo)
         Put(p, rest);
         OCT::EndStr(result.m_pStr, nLen);
     }
-    Attach(result);
+    *this = std::move(result); // null for want of memory
 }
 
 void COrvStr::Truncate(unsigned nLen)
@@ -199,7 +197,8 @@ void COrvStr::TrimRight()
 void COrvStr::Trim()
 {
     TrimRight();
-    TrimLeft();
+    if (m_pStr != nullptr) // else there was no memory
+        TrimLeft();
 }
 
 // ---- Paths ----
@@ -230,6 +229,8 @@ void COrvStr::AddPath(const WCHAR* sPath, WCHAR cSep)
         return;
     const std::optional<COrvStr> source(IsInside(sPath) ? std::optional<COrvStr>(*this) : std::nullopt);
     TrimLeft();
+    if (m_pStr == nullptr) // no memory
+        return;
     if (IsEmpty())
         return Copy(sPath);
     const WCHAR* sName = SkipSpace(sPath);
@@ -239,5 +240,6 @@ void COrvStr::AddPath(const WCHAR* sPath, WCHAR cSep)
         ++sName;
     else if (!bEnds && !bBegins)
         AppendChar(cSep);
-    Append(sName);
+    if (m_pStr != nullptr)
+        Append(sName);
 }

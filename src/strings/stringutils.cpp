@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 
 namespace
 {
@@ -65,22 +64,15 @@ int Refuse(const char* sFunction, const char* sCondition, Dest* pDest, unsigned 
     return 0;
 }
 
-std::size_t CopyBytes(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom)
-{
-    const std::size_t n = std::min(nSrc, nRoom);
-    std::memcpy(pDest, pSrc, n);
-    return n;
-}
-
-// To or from a code page that must not be UTF-8; if it is, that is reported and the text copied.
+// To or from a code page that must not be UTF-8; if it is, that is reported and the text copied, as for an
+// ANSI code page that is UTF-8.
 template <class Convert, class... Args>
 int RunUnlessUtf8(const char* sFunction, const char* sCondition, const CConversion<char, char>& conversion,
                   Convert convert, unsigned nCodePage, Args... args)
 {
-    if (nCodePage != CP_UTF8)
-        return conversion.Run(convert, nCodePage, args...);
-    ORV_REPORT(sFunction, sCondition);
-    return conversion.Run(CopyBytes);
+    if (nCodePage == CP_UTF8)
+        ORV_REPORT(sFunction, sCondition);
+    return conversion.Run(convert, nCodePage, args...);
 }
 
 template <class Src, class Dest>
