@@ -162,12 +162,9 @@ void CFatalGate::Open() noexcept
 
 void CFatalGate::Wait(DWORD dwMilliseconds) noexcept
 {
-    const timespec span{static_cast<time_t>(dwMilliseconds / 1000),
-                        static_cast<long>(dwMilliseconds % 1000) * 1'000'000};
-    // A signal that interrupts begins the time anew, and signals are few.
-    while (m_nOpen == 0 && FutexWait(m_nOpen, 0, dwMilliseconds == INFINITE ? nullptr : &span))
-    {
-    }
+    CTimeLeft left(dwMilliseconds);
+    while (m_nOpen == 0 && left.Update())
+        FutexWait(m_nOpen, 0, left.Get());
 }
 
 bool PortReserveFatalStack() noexcept

@@ -23,13 +23,6 @@ CPortLock g_lock;
     g_lock.HoldAtFork();
 }
 
-ULONGLONG MonotonicNanoseconds() noexcept
-{
-    timespec ts;
-    clock_gettime(CLOCK_MONOTONIC, &ts);
-    return static_cast<ULONGLONG>(ts.tv_sec) * 1'000'000'000 + static_cast<ULONGLONG>(ts.tv_nsec);
-}
-
 } // namespace
 
 // One wait's place in the queue of one object.
@@ -118,24 +111,18 @@ private:
     // Leaves the lock while asleep.
     DWORD Sleep(DWORD dwMilliseconds) noexcept
     {
-        const ULONGLONG nEnd = MonotonicNanoseconds() + ULONGLONG{dwMilliseconds} * 1'000'000;
-        for (;;)
+        CTimeLeft left(dwMilliseconds);
+        while (left.Update())
         {
-            const ULONGLONG nNow = MonotonicNanoseconds();
-            const ULONGLONG nLeft = nEnd > nNow ? nEnd - nNow : 0;
-            const timespec ts{static_cast<time_t>(nLeft / 1'000'000'000),
-                              static_cast<long>(nLeft % 1'000'000'000)};
-            const bool bForever = dwMilliseconds == INFINITE;
-            if (!bForever && nLeft == 0)
-                return WAIT_TIMEOUT;
             m_nWoken.store(0, std::memory_order_relaxed);
             g_lock.unlock();
-            FutexWait(m_nWoken, 0, bForever ? nullptr : &ts);
+            FutexWait(m_nWoken, 0, left.Get());
             g_lock.lock();
             const DWORD dwResult = TryTake();
             if (dwResult != WAIT_TIMEOUT)
                 return dwResult;
         }
+        return WAIT_TIMEOUT;
     }
 
     void Enqueue() noexcept
