@@ -33,7 +33,8 @@
 /// The end: `UninitOrvComTypes` leaves the handler in its place; unloading the library removes it.
 /// Thread safety: all functions from any thread; any number of threads may fail.
 /// Errors: nothing is reported or thrown.
-/// Units: milliseconds; 0 does not wait, INFINITE waits as long as a disk hangs.
+/// Units: milliseconds; 0 does not wait. INFINITE waits as long as the logs are held up: by a disk that
+///   hangs, or for good a lock of a log or of the heap that the failing thread holds.
 ///
 ///     COrvLog log;
 ///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors, nullptr);
@@ -50,8 +51,9 @@
 /// done. Its thread runs on return, so this does not belong into a `DllMain`, where threads cannot begin: it
 /// would take a second. False, with nothing installed, when there is no memory or thread for it.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL InstallLogCrashHandler(COrvLog* log, DWORD milliseconds);
-/// Puts the former handlers back, unless somebody has put others into the place of ours since; does nothing
-/// without the handler.
+/// Puts the former handlers back, unless somebody has put others into the place of ours since: those may go
+/// on passing on to ours, which does nothing then. Does nothing without the handler. Waits up to a second for
+/// its thread; one that is telling of a failure just then is left alone.
 ORV_EXTERN_C ORV_FUNC void ORVCALL RemoveLogCrashHandler();
 /// Makes the calling thread's stack overflows tellable, until its end. A thread that has an alternative
 /// signal stack keeps its own. On Windows 64 KB of the thread's stack are set aside. False when the system

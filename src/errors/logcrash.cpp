@@ -48,20 +48,23 @@ public:
 private:
     static unsigned ORVCALL ThreadMain(void* pThis);
     bool IsOurs() const { return m_dwProcessId == GetCurrentProcessId(); }
+    /// Whether somebody else tells for the calling thread.
+    bool IsThere() const { return IsOurs() && m_dwThreadId != GetCurrentThreadId(); }
     bool StartThread();
     void LogAndFlush() noexcept;
 
     OCT::COwnLock m_lock; ///< guards installing and removing
     std::atomic<COrvLog*> m_pLog = nullptr;
     std::atomic<DWORD> m_dwMilliseconds = 0;
-    std::atomic<DWORD> m_dwProcessId = 0; ///< of the thread
+    std::atomic<DWORD> m_dwProcessId = 0; ///< of the thread, 0 without one
+    std::atomic<DWORD> m_dwThreadId = 0;
     CFatalGate m_begun;
     CFatalGate m_asked;
     CFatalGate m_done;
     HANDLE m_hThread = nullptr;
     std::terminate_handler m_pfnFormer = nullptr;
-    std::atomic<bool> m_bTold = false;
-    std::atomic<bool> m_bEnd = false;
+    std::atomic<bool> m_bTold = false; ///< the thread has been given what to do: a failure, or its end
+    bool m_bEnd = false;
     char m_sWhat[1000] = {};
     void (*m_pfnPassOn)() noexcept = nullptr;
 };
@@ -159,7 +162,8 @@ void CCrashLogger::Renew()
 
 bool CCrashLogger::StartThread()
 {
-    m_bEnd = m_bTold = false;
+    m_bEnd = false;
+    m_bTold = false;
     if (!m_begun.Shut() || !m_asked.Shut() || !m_done.Shut())
         return false;
     const auto hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadMain, this, 0, nullptr));
@@ -171,7 +175,8 @@ bool CCrashLogger::StartThread()
     return true;
 }
 
-/// The thread waits for a gate and holds nothing, so it can be ended there while the library is unloaded.
+/// A thread that was not asked waits for a gate and holds nothing, so it can be ended there while the library
+/// is unloaded. One that tells of a failure is never ended: it may hold a log's lock, or the heap's.
 void CCrashLogger::Remove(DWORD dwMilliseconds)
 {
     const OCT::CCritSectGuard guard(&m_lock);
@@ -181,14 +186,24 @@ void CCrashLogger::Remove(DWORD dwMilliseconds)
     PortLeaveFatal();
     if (std::get_terminate() == OnTerminate)
         std::set_terminate(m_pfnFormer);
+    bool bEnded = true;
     if (IsOurs())
     {
-        m_bEnd = true;
-        m_asked.Open();
-        if (WaitForSingleObject(hThread, dwMilliseconds) != WAIT_OBJECT_0)
-            TerminateThread(hThread, 1);
+        const bool bTells = m_bTold.exchange(true);
+        if (!bTells)
+        {
+            m_bEnd = true;
+            m_asked.Open();
+        }
+        bEnded = WaitForSingleObject(hThread, dwMilliseconds) == WAIT_OBJECT_0;
+        if (!bEnded && !bTells)
+            bEnded = TerminateThread(hThread, 1);
+        m_dwProcessId = 0;
     }
     CloseHandle(hThread);
+    if (!bEnded)
+        return;
+    m_done.Open(); // for who came with a failure after the end was asked for
     m_begun.Remove();
     m_asked.Remove();
     m_done.Remove();
@@ -197,6 +212,7 @@ void CCrashLogger::Remove(DWORD dwMilliseconds)
 unsigned ORVCALL CCrashLogger::ThreadMain(void* pThis)
 {
     auto& logger = *static_cast<CCrashLogger*>(pThis);
+    logger.m_dwThreadId = GetCurrentThreadId();
     logger.m_begun.Open();
     logger.m_asked.Wait(INFINITE);
     if (!logger.m_bEnd)
@@ -209,9 +225,10 @@ unsigned ORVCALL CCrashLogger::ThreadMain(void* pThis)
     return 0;
 }
 
+/// Others may have put their handlers in front of ours and pass on to it when it has no thread any more.
 bool CCrashLogger::Tell(const char* sWhat, void (*pfnPassOn)() noexcept) noexcept
 {
-    if (!IsOurs())
+    if (!IsThere())
         return true;
     if (!m_bTold.exchange(true))
     {
