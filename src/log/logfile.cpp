@@ -79,6 +79,8 @@ CLogText LongPath(const CLogText& sPath)
 bool CLogFile::Prepare()
 {
     const __time64_t tNow = g_pfnLogTime();
+    if (m_bFailed)
+        Close();
     m_bContinues = m_bBeginsLine;
     if (IsNewPeriod(tNow) || (IsOpen() && IsFull()))
     {
@@ -253,10 +255,7 @@ bool CLogFile::EndHalfLine()
         const CState then = std::exchange(now, StateOf(m_hFile));
         if (now.m_nSize != then.m_nSize)
             continue;
-        const bool bEnded = Append("\r\n", 2) == 2;
-        if (!bEnded)
-            m_left = {}; // it is no rest of ours that the next line could follow
-        return bEnded;
+        return AppendLine("\r\n", 2);
     }
     return true;
 }
@@ -312,8 +311,16 @@ DWORD CLogFile::Append(const char* pData, DWORD nBytes)
         return nBytes;
     OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
     m_left = StateOf(m_hFile);
-    Close();
+    m_bFailed = true;
     return nThere + nWritten;
+}
+
+bool CLogFile::AppendLine(const char* pLine, DWORD nBytes)
+{
+    if (Append(pLine, nBytes) == nBytes)
+        return true;
+    m_left = {}; // what it left is no rest that the next line could follow
+    return false;
 }
 
 /// How many of the bytes the write that was cut off has left where it began; none when they are others. What
@@ -347,11 +354,12 @@ DWORD CLogFile::TakeOver(const char* pData, DWORD nBytes)
 
 bool CLogFile::Flush()
 {
-    if (!m_bOnDisk || FlushFileBuffers(m_hFile))
-        return true;
-    OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
-    Close();
-    return false;
+    const bool bSynced = !IsOpen() || !m_bOnDisk || FlushFileBuffers(m_hFile);
+    if (!bSynced)
+        OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
+    if (!bSynced || m_bFailed)
+        Close();
+    return bSynced;
 }
 
 void CLogFile::Close()
@@ -360,4 +368,5 @@ void CLogFile::Close()
         CloseHandle(m_hFile);
     m_hFile = INVALID_HANDLE_VALUE;
     m_nAppending = 0;
+    m_bFailed = false;
 }

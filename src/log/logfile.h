@@ -51,11 +51,14 @@ public:
     /// False when the file was opened since the last write and does not end where that one did: what was left
     /// of a line must be written from its start.
     bool Continues() const { return m_bContinues; }
-    /// Appends at the end, also beside other processes. Less than all bytes means failure; the file is then
-    /// closed, so that the next Prepare tries anew. When the former call was cut off with its thread and this
-    /// data begins with that call's, what came into the file by then is not written again.
+    /// Appends at the end, also beside other processes. Less than all bytes means failure; the next Prepare
+    /// then opens the file anew. When the former call was cut off with its thread and this data begins with
+    /// that call's, what came into the file by then is not written again.
     DWORD Append(const char* pData, DWORD nBytes);
-    /// False when what was written may not have come to the disk; the file is then closed.
+    /// The same with a line that is written from its start again when that fails.
+    bool AppendLine(const char* pLine, DWORD nBytes);
+    /// False when what was written may not have come to the disk; the file is then closed, as it is behind an
+    /// Append that failed.
     bool Flush();
     void Close();
 
@@ -94,7 +97,8 @@ private:
     const CLogText m_sFormat;
     const CLogFileOptions& m_options;
     HANDLE m_hFile = INVALID_HANDLE_VALUE;
-    bool m_bOnDisk = true; ///< neither a pipe nor a terminal
+    bool m_bOnDisk = true;  ///< neither a pipe nor a terminal
+    bool m_bFailed = false; ///< the last write did
     bool m_bContinues = false;
     bool m_bBeginsLine = false; ///< a half line that was there is ended, or continued
     CState m_left;              ///< when the last write failed

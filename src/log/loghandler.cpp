@@ -18,6 +18,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -280,7 +281,8 @@ void CLogFileInnerHandler::BeginAnewInChild()
     m_untold = m_lost = {};
     m_nLostAtFlush = 0;
     m_hPendingDone = nullptr;
-    m_pWaiters = nullptr;
+    while (m_pWaiters != nullptr)
+        delete std::exchange(m_pWaiters, m_pWaiters->m_pNext);
     m_nDone = m_nQueued;
     m_pRun = nullptr;
     m_dwLastStart = 0;
@@ -473,27 +475,31 @@ bool CLogFileInnerHandler::HasThread() const
            WaitForSingleObject(m_pRun->m_hThread, 0) == WAIT_TIMEOUT;
 }
 
+/// The waiter lies on the heap: the end of a process on Windows frees the stacks of the threads that it ends.
 bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
 {
-    CFlushWaiter waiter{nullptr, 0, bOneTry, nullptr};
+    const std::unique_ptr<CFlushWaiter> pWaiter(new (std::nothrow)
+                                                    CFlushWaiter{nullptr, 0, bOneTry, nullptr});
+    if (pWaiter == nullptr)
+        return false;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         BeginAnewInChild();
         Gather(false);
-        waiter.m_nTicket = m_nQueued;
+        pWaiter->m_nTicket = m_nQueued;
         if (m_nDone >= m_nQueued)
             return true;
         if (!m_bStop)
             EnsureThread();
         if (!HasThread() || (bOneTry && m_bHangs))
             return false;
-        waiter.m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        if (waiter.m_hEvent == nullptr)
+        pWaiter->m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        if (pWaiter->m_hEvent == nullptr)
             return false;
-        waiter.m_pNext = std::exchange(m_pWaiters, &waiter);
+        pWaiter->m_pNext = std::exchange(m_pWaiters, pWaiter.get());
         WakeThread();
     }
-    const bool bInVain = !Await(waiter.m_hEvent, dwMilliseconds);
+    const bool bInVain = !Await(pWaiter->m_hEvent, dwMilliseconds);
     bool bDone;
     {
         const OCT::CCritSectGuard guard(&m_lock);
@@ -501,13 +507,13 @@ bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
         if (bInVain && bOneTry && m_nLinesInRound > 0 && GetTickCount() - m_dwRoundTick >= kHangsMs)
             m_bHangs = true;
         CFlushWaiter** pp = &m_pWaiters;
-        while (*pp != nullptr && *pp != &waiter)
+        while (*pp != nullptr && *pp != pWaiter.get())
             pp = &(*pp)->m_pNext;
         if (*pp != nullptr)
-            *pp = waiter.m_pNext;
-        bDone = m_nDone >= waiter.m_nTicket;
+            *pp = pWaiter->m_pNext;
+        bDone = m_nDone >= pWaiter->m_nTicket;
     }
-    CloseHandle(waiter.m_hEvent);
+    CloseHandle(pWaiter->m_hEvent);
     return bDone;
 }
 

@@ -10,7 +10,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -45,17 +44,19 @@ bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
     return true;
 }
 
+/// What came into the file before a write failed is waited for, too: the next round may have another file.
 bool CLogWriter::Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
-    if (!Drain(lines, untold, lost))
-        return false;
+    const bool bDrained = Drain(lines, untold, lost);
+    if (IsStopped())
+        return bDrained;
     m_bFlushing.store(true, std::memory_order_release);
     const bool bSynced = m_file.Flush();
     m_bFlushing.store(false, std::memory_order_release);
     const CLogLoss unsynced = std::exchange(m_unsynced, {});
     if (!bSynced)
         lost.Add(unsynced);
-    return true;
+    return bDrained;
 }
 
 /// A line that says what is missing in front of the next one.
@@ -68,20 +69,19 @@ bool CLogWriter::Tell(CLogLoss& untold)
         OCT::FormatTo(sLine, "=W> %s Lost log lines: %I64u (%I64u bytes), logged between %s and %s\r\n",
                       CStamp(g_pfnLogTime()).m_sText, untold.m_nLines, untold.m_nBytes,
                       CStamp(untold.m_tFirst).m_sText, CStamp(untold.m_tLast).m_sText);
-    if (m_file.Append(sLine, static_cast<DWORD>(nLength)) != nLength)
+    if (!m_file.AppendLine(sLine, static_cast<DWORD>(nLength)))
         return false;
     untold = {};
     return true;
 }
 
-/// One write: a single line as it lies, several through the buffer.
+/// One write: a line as it lies, several through the buffer.
 bool CLogWriter::AppendBlock(CLogQueue& lines, CLogLoss& lost)
 {
     const CLogMessage* pFirst = lines.First();
-    const auto nSkip = static_cast<DWORD>(m_nDone);
-    const char* pData = pFirst->Text() + nSkip;
-    DWORD nBytes = pFirst->Length() - nSkip;
-    if (CLogQueue::Next(pFirst) != nullptr)
+    const char* pData = pFirst->Text() + m_nDone;
+    auto nBytes = static_cast<DWORD>(pFirst->Length() - m_nDone);
+    if (m_nDone == 0 && nBytes < kBufferBytes && CLogQueue::Next(pFirst) != nullptr)
     {
         if (m_pBuffer == nullptr)
             m_pBuffer.reset(static_cast<char*>(std::malloc(kBufferBytes)));
@@ -103,24 +103,18 @@ void CLogWriter::DropWithoutBuffer(CLogQueue& lines, CLogLoss& lost)
     OutputDebugStringW(ORVTEXT("Cannot allocate log file write buffer\n"));
     lost.Add(lines.Lines(), lines.Bytes(), g_pfnLogTime());
     lines.Clear();
-    m_nDone = 0;
 }
 
-/// Copies lines from the front as long as they fit. Only one that is larger than the buffer is cut: other
-/// processes may append between two blocks.
+/// Copies lines from the front as long as they fit; none is cut: other processes may append between two
+/// blocks.
 DWORD CLogWriter::FillBuffer(const CLogQueue& lines)
 {
     DWORD nFilled = 0;
-    auto nSkip = static_cast<DWORD>(m_nDone);
-    for (const CLogMessage* p = lines.First(); p != nullptr; p = CLogQueue::Next(p))
+    for (const CLogMessage* p = lines.First(); p != nullptr && p->Length() <= kBufferBytes - nFilled;
+         p = CLogQueue::Next(p))
     {
-        const DWORD nRoom = kBufferBytes - nFilled;
-        if (p->Length() - nSkip > nRoom && nFilled > 0)
-            break;
-        const DWORD nPart = std::min<DWORD>(p->Length() - nSkip, nRoom);
-        std::memcpy(m_pBuffer.get() + nFilled, p->Text() + nSkip, nPart);
-        nFilled += nPart;
-        nSkip = 0;
+        std::memcpy(m_pBuffer.get() + nFilled, p->Text(), p->Length());
+        nFilled += p->Length();
     }
     return nFilled;
 }
