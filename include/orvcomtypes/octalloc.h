@@ -48,5 +48,6 @@ ORV_EXTERN_C ORV_FUNC void ORVCALL UnregisterPlexedAlloc(OCT::PlexUninit fnUnini
 /// address no longer lies in the module that registered it is forgotten without being called.
 ORV_EXTERN_C ORV_FUNC void ORVCALL CallPlexedAllocUninit(HMODULE hModule) noexcept;
 
-/// Takes down every pool of every module and the library's own global state.
+/// Takes down every pool of every module and the library's own global state. Waits first, up to a second,
+/// until logs have written what waits.
 ORV_EXTERN_C ORV_FUNC void ORVCALL UninitOrvComTypes() noexcept;

@@ -37,9 +37,11 @@
 /// Without memory: nothing throws but copying, assignment and `GetPrefix`, which throw `CLQMemoryExcept`.
 /// The end: after `UninitOrvComTypes`, in final release too, logs go on as before; only positions of `SetFL`
 ///   are forgotten. When the library is unloaded or the process exits, all logs together have a second to
-///   write what waits; what is logged after that is dropped. Windows ends threads first: a block that is
-///   being written at that moment is completed; where another process appends to the file just then or a
-///   new file is due, it may come twice. For bad ends see logcrash.h.
+///   write what waits, and each that a disk holds up two tenths more; what is logged after that is dropped.
+///   What is left is then written by the caller, whom a disk holds up that takes nothing at all. Windows ends
+///   threads first: a block that is being written at that moment is completed; where another process appends
+///   to the file just then or a new file is due, it may come twice, and a thread that is ended inside a call
+///   of a log may take what waits there with it. For bad ends see logcrash.h.
 /// Thread safety: logging from any thread; lines of one thread keep their order. `Init…`, `SetPrefix` and
 ///   assignment must not overlap other calls on the same object; `ReleaseLog` may, and drops what comes after
 ///   it. A forked child may go on logging; the lines queued at that moment are the parent's.
@@ -168,7 +170,8 @@ public:
     bool InitRegLog(const WCHAR* keyName, const WCHAR* prefix);
     /// Gives the file back, with options 0. The last log of a file waits until all lines are written; where a
     /// disk that is slow or hangs holds up the file's thread, some two seconds: what it has not taken by then
-    /// is dropped and counted (`GetLostLogLines`). `Flush` before it waits as long as wanted.
+    /// is dropped and counted (`GetLostLogLines`). Where only the disk's answer is missing the caller writes
+    /// what is left, and waits for that. `Flush` before it waits as long as wanted.
     void ReleaseLog();
 
     /// The option bits: which levels are logged, and how.

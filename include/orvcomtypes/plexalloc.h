@@ -41,7 +41,9 @@
 ///         CallPlexedAllocUninit(hModule);
 ///     }
 ///
-/// Thread safety: every operation runs under the pool's lock, except releasing in final release.
+/// Thread safety: every operation runs under the pool's lock, except releasing in final release. A module's
+///   own pool has its lock when the module's static variables have been made: a static constructor that uses
+///   it before that reports "m_bInitialized" and must be alone with it.
 /// Fork: a child finds the library's own pools (those of strings and log lines) whole and free. Of any other
 ///   it can only count on those that no other thread used at that moment.
 /// Errors: source `plexalloc`, function names as in "OCT::CPlexAlloc<class CLogMessage,64,class
