@@ -27,8 +27,8 @@ TESTS = {
     "core": "core_pool|core_registry|core_reporter|lifecycle|numtext_internal|orvstralloc_internal|plugin|textformat_internal|threads|memorysweep",
     "errors": "lqexcept|comerror|logcrash|logviewer|sqllog|lqmessage|logfaults|logsystemfaults|memorysweep",
     "log": "orvlog|logfile_internal|logfaults|sqllog|logperiod_internal|logsystemfaults|logline_fuzz|path_fuzz|fork|logunload|threads|logcrash|memorysweep",
-    "messages": "memorysweep|lqmessage|message_fuzz|languages|messagelocale",
-    "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|uilanguage|templates|memorysweep",
+    "messages": "memorysweep|lqmessage|message_fuzz|languages|userlocale",
+    "resources": "loadstrres|languages|restoken_fuzz|resfile_fuzz|userlocale|templates|memorysweep",
     "settings": "settings|path_fuzz|memorysweep",
     "strings": "orvstr|orvstr_model|orvstralloc_internal|stringutils|textutils|number|utf8threes_internal|convert_fuzz|tagtemplate_fuzz|number_fuzz|pageend|lqmessage|memorysweep"
                "|collationlocales|templates|nomemory",

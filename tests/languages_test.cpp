@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <map>
 #include <thread>
+#include <tuple>
 
 namespace
 {
@@ -110,19 +111,15 @@ TEST_F(Languages, AreReadInTheCodePageOfTheirScripts)
 
 TEST_F(Languages, AreFoundByName)
 {
-    const struct
+    const std::tuple<const WCHAR*, const WCHAR*, bool> cases[] = {
+        {ORVTEXT("hu"), ORVTEXT("hu"), true},         {ORVTEXT("HU_Az09"), ORVTEXT("hu"), true},
+        {ORVTEXT("ja-Jpan-JP"), ORVTEXT("ja"), true}, {ORVTEXT("fr"), ORVTEXT("en"), false},
+        {ORVTEXT("hu/../hu"), ORVTEXT("en"), false},  {ORVTEXT("-"), ORVTEXT("en"), false},
+        {ORVTEXT("hu-{"), ORVTEXT("en"), false},      {ORVTEXT("hu-`"), ORVTEXT("en"), false}};
+    for (const auto& [sAsked, sGiven, bFound] : cases)
     {
-        const WCHAR* m_sAsked;
-        const WCHAR* m_sGiven;
-        bool m_bFound;
-    } cases[] = {{ORVTEXT("hu"), ORVTEXT("hu"), true},         {ORVTEXT("HU_Az09"), ORVTEXT("hu"), true},
-                 {ORVTEXT("ja-Jpan-JP"), ORVTEXT("ja"), true}, {ORVTEXT("fr"), ORVTEXT("en"), false},
-                 {ORVTEXT("hu/../hu"), ORVTEXT("en"), false},  {ORVTEXT("-"), ORVTEXT("en"), false},
-                 {ORVTEXT("hu-{"), ORVTEXT("en"), false},      {ORVTEXT("hu-`"), ORVTEXT("en"), false}};
-    for (const auto& c : cases)
-    {
-        EXPECT_EQ(c.m_bFound, CResourceHandler::SetLanguage(c.m_sAsked)) << Narrow(c.m_sAsked);
-        EXPECT_EQ(c.m_sGiven, Language());
+        EXPECT_EQ(bFound, CResourceHandler::SetLanguage(sAsked)) << Narrow(sAsked);
+        EXPECT_EQ(sGiven, Language());
     }
     EXPECT_EQ(ORVTEXT("en"), Language());
     for (const std::size_t nUnits : {84, 85, 500})

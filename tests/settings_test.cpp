@@ -220,8 +220,6 @@ TYPED_TEST(Settings, AKeyPathIsTheRootAndASubKeyAndCut)
     EXPECT_EQ(NumberValue(5), ReadValue(HKEY_CURRENT_USER, kRoot, ORVTEXT("v")));
 }
 
-// ---- Root ----
-
 TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
 {
     EXPECT_EQ("+Software\\Orvanex\\Lumatrek", this->Root(26));
@@ -249,8 +247,6 @@ TYPED_TEST(Settings, TheRootIsCopiedCutAndChanged)
     const std::string sFunction = std::string("SetLQSettingsRoot") + TypeParam::kSuffix;
     EXPECT_REPORTS(this->m_capture, {{sFunction.c_str(), "s_lqSettingsRoot[0] != L'\\0'", "", "lqsettings"}});
 }
-
-// ---- Paths ----
 
 TYPED_TEST(Settings, PathsExpandFromTheirBaseDirectory)
 {
@@ -303,8 +299,6 @@ TYPED_TEST(Settings, APathWithoutBaseDirectoryStaysAndIsReported)
     }
 }
 
-// ---- Misuse ----
-
 TYPED_TEST(Settings, WrongArgumentsAreReportedAndChangeNothing)
 {
     using F = TypeParam;
@@ -346,9 +340,7 @@ TYPED_TEST(Settings, WrongArgumentsAreReportedAndChangeNothing)
 
 // ---- What has a wide form only ----
 
-class WideSettings : public Settings<Wide>
-{
-};
+using WideSettings = Settings<Wide>;
 
 TEST_F(WideSettings, ValuesAsTextOfAnyLength)
 {
@@ -389,8 +381,6 @@ TEST_F(WideSettings, NarrowAndWideFormsShareValues)
     EXPECT_FALSE(GetLQStringSettingA("none", "v", sCut, sizeof sCut, ::Narrow(sValue).c_str()));
     EXPECT_EQ(sFits, sCut);
 }
-
-// ---- CRegKeyW ----
 
 TEST_F(WideSettings, AKeyDeliversItsText)
 {

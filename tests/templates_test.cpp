@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <utility>
 
 namespace
 {
@@ -41,11 +42,7 @@ Text Filled(const Text& sTemplate)
 
 TEST(TagTemplate, FillsTagsAndKeepsOrDropsWhatDependsOnThem)
 {
-    const struct
-    {
-        const WCHAR* m_sTemplate;
-        const WCHAR* m_sText;
-    } rows[] = {
+    const std::pair<const WCHAR*, const WCHAR*> rows[] = {
         // Text and values.
         {ORVTEXT(""), ORVTEXT("")},
         {ORVTEXT("a>b<a>c<no>d"), ORVTEXT("a>bAcd")},
@@ -89,8 +86,8 @@ TEST(TagTemplate, FillsTagsAndKeepsOrDropsWhatDependsOnThem)
         {ORVTEXT("x <#0>y<#9$><#d0$>!"), ORVTEXT("x !")},
         {ORVTEXT("x<#>y<#d>z<#e a>!<#a>"), ORVTEXT("xyzA!A")},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.m_sText, Filled(row.m_sTemplate)) << testing::PrintToString(Text(row.m_sTemplate));
+    for (const auto& [sTemplate, sText] : rows)
+        EXPECT_EQ(sText, Filled(sTemplate)) << testing::PrintToString(Text(sTemplate));
 }
 
 TEST(TagTemplate, CutsLongTextsAndNames)

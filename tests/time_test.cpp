@@ -10,7 +10,6 @@
 
 #include <array>
 #include <climits>
-#include <cstring>
 #include <ctime>
 #include <limits>
 #include <utility>

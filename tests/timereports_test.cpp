@@ -13,27 +13,20 @@
 namespace
 {
 
-/// Stand-ins for the class library's date classes: value and status are all that is used of them.
-struct OleStatus
+/// Stands in for the class library's dates and spans: value and status are all that is used of them.
+struct OleValue
 {
     static constexpr int valid = 0;
     int GetStatus() const { return m_iStatus; }
     int m_iStatus;
-};
-struct OleDate : OleStatus
-{
-    double m_dt;
-};
-struct OleSpan : OleStatus
-{
-    double m_span;
+    double m_dt = 25570.0;
+    double m_span = 0.5;
 };
 
 constexpr int kInvalid = INT_MIN, kKept = 1000;
 const COrvTime NONE, BEFORE(-5);
 const COrvTimeDiff SPAN(50), NO_SPAN;
-constexpr OleDate kDateObject = {{0}, 25570.0}, kBadDate = {{1}, 25570.0};
-constexpr OleSpan kSpanObject = {{0}, 0.5}, kBadSpan = {{1}, 0.5};
+constexpr OleValue kOleValue = {OleValue::valid}, kBadOleValue = {1};
 constexpr const char* kBoth = "span.IsValid() && IsValid()";
 
 struct Row
@@ -71,7 +64,7 @@ TEST(TimeReports, Spans)
         {[](auto&) { return !(-NO_SPAN).IsValid(); }, "operator -", "IsValid()"},
         {[](auto&) { return (COrvTimeDiff(50) += NO_SPAN) == SPAN; }, "operator +=", kBoth},
         {[](auto&) { return (COrvTimeDiff(50) -= NO_SPAN) == SPAN; }, "operator -=", kBoth},
-        {[](auto&) { return !COrvTimeDiff(50).SetDATE(kBadSpan); }, "SetDATE", kStatus},
+        {[](auto&) { return !COrvTimeDiff(50).SetDATE(kBadOleValue); }, "SetDATE", kStatus},
     };
     CheckEach("COrvTimeDiff::", rows);
 }
@@ -115,14 +108,14 @@ TEST(TimeReports, Dates)
         {[](auto& t) { return !t.SetDATE(50423.01) && t == kKept; }, "SetDATE", kRange},
         {[](auto& t) { return !t.SetDATE(kNoNumber) && t == kKept; }, "SetDATE", kRange},
         {[](auto& t) { return !t.SetLocalDATE(3.0) && t == kKept; }, "SetLocalDATE", kRange},
-        {[](auto& t) { return !t.SetDATE(kBadDate) && t.IsNull(); }, "SetDATE", kStatus},
-        {[](auto& t) { return !t.SetLocalDATE(kBadDate) && t.IsNull(); }, "SetLocalDATE", kStatus},
+        {[](auto& t) { return !t.SetDATE(kBadOleValue) && t.IsNull(); }, "SetDATE", kStatus},
+        {[](auto& t) { return !t.SetLocalDATE(kBadOleValue) && t.IsNull(); }, "SetLocalDATE", kStatus},
     };
     CheckEach("COrvTime::", rows);
     COrvTimeDiff span;
-    EXPECT_EQ(86400, COrvTime::FromDATE(kDateObject).GetOrvTime());
-    EXPECT_EQ(COrvTime::FromLocalYMD(1970, 1, 2, 0, 0, 0), COrvTime::FromLocalDATE(kDateObject));
-    EXPECT_TRUE(span.SetDATE(kSpanObject) && span == 43200);
+    EXPECT_EQ(86400, COrvTime::FromDATE(kOleValue).GetOrvTime());
+    EXPECT_EQ(COrvTime::FromLocalYMD(1970, 1, 2, 0, 0, 0), COrvTime::FromLocalDATE(kOleValue));
+    EXPECT_TRUE(span.SetDATE(kOleValue) && span == 43200);
 }
 
 TEST(TimeReports, FieldsAndConversions)

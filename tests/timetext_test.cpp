@@ -6,6 +6,7 @@
 #include "support/text.h"
 
 #include <climits>
+#include <tuple>
 
 namespace
 {
@@ -69,12 +70,8 @@ TEST(TimeFormat, EveryTypeInBothForms)
 
 TEST(TimeFormat, OffsetsAsTheTwoTimesOfDayTell)
 {
-    static constexpr struct
-    {
-        const WCHAR* sZone;
-        int iHour; // UTC, on 2024-01-15
-        const char* sText;
-    } rows[] = {
+    // Hours of 2024-01-15 in UTC.
+    static constexpr std::tuple<const WCHAR*, int, const char*> rows[] = {
         {ORVTEXT("Central Europe Standard Time"), 23, "2024-01-16 00:00:00+01:00"},
         {ORVTEXT("Eastern Standard Time"), 2, "2024-01-14 21:00:00-05:00"},
         {ORVTEXT("India Standard Time"), 20, "2024-01-16 01:30:00+05:30"},
@@ -85,10 +82,10 @@ TEST(TimeFormat, OffsetsAsTheTwoTimesOfDayTell)
         {ORVTEXT("Dateline Standard Time"), 18, "2024-01-15 06:00:00-12:00"},
         {ORVTEXT("Dateline Standard Time"), 6, "2024-01-14 18:00:00+12:00"}, // the same zone
     };
-    for (const auto& row : rows)
+    for (const auto& [sZone, iHour, sText] : rows)
     {
-        const CZone zone(row.sZone);
-        EXPECT_EQ(row.sText, Local(COrvTime::FromYMD(2024, 1, 15, row.iHour, 0, 0), 5));
+        const CZone zone(sZone);
+        EXPECT_EQ(sText, Local(COrvTime::FromYMD(2024, 1, 15, iHour, 0, 0), 5));
     }
 }
 

@@ -8,10 +8,10 @@
 namespace
 {
 
-HANDLE Open(const Text& sPath, DWORD dwDisposition = OPEN_ALWAYS)
+HANDLE Open(const Text& sPath, DWORD dwDisposition = OPEN_ALWAYS, DWORD dwAccess = GENERIC_WRITE)
 {
-    return CreateFileW(sPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                       dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileW(sPath.c_str(), dwAccess, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                       nullptr, dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 /// Opens, closes, and tells the last error of the opening.
@@ -19,8 +19,8 @@ DWORD ErrorOfOpening(const Text& sPath, DWORD dwDisposition = OPEN_ALWAYS)
 {
     const HANDLE hFile = Open(sPath, dwDisposition);
     const DWORD dwError = GetLastError();
-    if (hFile != INVALID_HANDLE_VALUE)
-        CloseHandle(hFile);
+    const bool bOpened = dwError == ERROR_SUCCESS || dwError == ERROR_ALREADY_EXISTS;
+    EXPECT_TRUE(bOpened ? CloseHandle(hFile) : hFile == INVALID_HANDLE_VALUE);
     return dwError;
 }
 
@@ -47,6 +47,8 @@ protected:
 
 TEST_F(File, OpeningTellsWhetherItExistedOrWhyItFailed)
 {
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, ErrorOfOpening(m_sPath, OPEN_EXISTING));
+    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, ErrorOfOpening(m_sDir + ORVTEXT("\\no\\file"), OPEN_EXISTING));
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, ErrorOfOpening(m_sPath));
     EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, ErrorOfOpening(m_sPath));
     WriteBytes(m_path, "kept");
@@ -93,10 +95,6 @@ TEST_F(File, PointerGoesBeyondFourGigabytes)
 
 TEST_F(File, IsToldApartAndReadByAnotherHandle)
 {
-    const auto OpenExisting = [&](const Text& sPath, DWORD dwAccess) {
-        return CreateFileW(sPath.c_str(), dwAccess, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    };
     const auto Index = [](HANDLE hFile) {
         BY_HANDLE_FILE_INFORMATION information{};
         EXPECT_TRUE(GetFileInformationByHandle(hFile, &information));
@@ -104,13 +102,9 @@ TEST_F(File, IsToldApartAndReadByAnotherHandle)
         CloseHandle(hFile);
         return ULONGLONG{information.nFileIndexHigh} << 32 | information.nFileIndexLow;
     };
-    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenExisting(m_sPath, 0));
-    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
-    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenExisting(m_sDir + ORVTEXT("\\no\\file"), 0));
-    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, GetLastError());
     WriteBytes(m_path, "1234567");
     WriteBytes(m_dir / "other", "7654321");
-    const HANDLE hFile = OpenExisting(m_sPath, GENERIC_READ);
+    const HANDLE hFile = Open(m_sPath, OPEN_EXISTING, GENERIC_READ);
     EXPECT_EQ(DWORD{FILE_TYPE_DISK}, GetFileType(hFile));
     LONG nHigh = -1;
     EXPECT_EQ(5u, SetFilePointer(hFile, -2, &nHigh, FILE_END));
@@ -119,8 +113,8 @@ TEST_F(File, IsToldApartAndReadByAnotherHandle)
     EXPECT_TRUE(ReadFile(hFile, sText, 8, &nRead, nullptr));
     EXPECT_EQ("67", std::string(sText, nRead));
     const ULONGLONG nIndex = Index(hFile);
-    EXPECT_EQ(nIndex, Index(OpenExisting(m_sPath, 0)));
-    EXPECT_NE(nIndex, Index(OpenExisting(m_sDir + ORVTEXT("\\other"), 0)));
+    EXPECT_EQ(nIndex, Index(Open(m_sPath, OPEN_EXISTING, 0)));
+    EXPECT_NE(nIndex, Index(Open(m_sDir + ORVTEXT("\\other"), OPEN_EXISTING, 0)));
 }
 
 TEST_F(File, IsListedInItsFolderAndDeleted)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 namespace
 {
@@ -40,12 +41,7 @@ DWORD_PTR A(const WCHAR* s)
 
 TEST(FormatMessage, FormatsInserts)
 {
-    const struct
-    {
-        const WCHAR* m_sFormat;
-        DWORD_PTR m_nValue;
-        const WCHAR* m_sText;
-    } cases[] = {
+    const std::tuple<const WCHAR*, DWORD_PTR, const WCHAR*> cases[] = {
         {ORVTEXT("%1!d!"), static_cast<DWORD_PTR>(-5), ORVTEXT("-5")},
         {ORVTEXT("%1!u!|"), 0xFFFFFFFFu, ORVTEXT("4294967295|")},
         {ORVTEXT("%1!05d!"), 42, ORVTEXT("00042")},
@@ -64,8 +60,8 @@ TEST(FormatMessage, FormatsInserts)
         {ORVTEXT("%1!ls!%1!ws!"), A(ORVTEXT("abc")), ORVTEXT("abcabc")},
         {ORVTEXT("%1 stays %%1"), A(ORVTEXT("%1")), ORVTEXT("%1 stays %1")},
         {ORVTEXT("a%nb%%c.%!d% e%tf%rg\nh\r\ni%0j"), 0, ORVTEXT("a\r\nb%c.!d e\tf\rg\r\nh\r\ni")}};
-    for (const auto& c : cases)
-        EXPECT_EQ(c.m_sText, Formatted(c.m_sFormat, {c.m_nValue}));
+    for (const auto& [sFormat, nValue, sText] : cases)
+        EXPECT_EQ(sText, Formatted(sFormat, {nValue}));
     EXPECT_EQ(ORVTEXT("b-a-b[]"), Formatted(ORVTEXT("%2-%1-%2[%99]"), {A(ORVTEXT("a")), A(ORVTEXT("b"))}));
     EXPECT_EQ(ORVTEXT("   ab|"), Formatted(ORVTEXT("%1!*.*s!|"), {5, 2, A(ORVTEXT("abc"))}));
 }

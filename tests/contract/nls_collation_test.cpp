@@ -1,8 +1,8 @@
 // The order of texts, as the library relies on it.
 #include "support/random.h"
 #include "support/text.h"
-#include "support/wine.h"
 
+#include <string>
 #include <thread>
 
 namespace
@@ -14,14 +14,6 @@ int Compare(const Text& sA, const Text& sB, DWORD dwFlags = 0)
                           static_cast<int>(sA.size()), sB.data(), static_cast<int>(sB.size()));
 }
 
-char Sign(int nResult)
-{
-    return nResult == CSTR_LESS_THAN      ? '<'
-           : nResult == CSTR_EQUAL        ? '='
-           : nResult == CSTR_GREATER_THAN ? '>'
-                                          : '!';
-}
-
 } // namespace
 
 TEST(Collation, OrdersAsWindowsDoes)
@@ -29,7 +21,7 @@ TEST(Collation, OrdersAsWindowsDoes)
     const auto Order = [](const Text& sA, const Text& sB, DWORD dwFlags = 0) {
         const int nResult = Compare(sA, sB, dwFlags);
         EXPECT_EQ(CSTR_LESS_THAN + CSTR_GREATER_THAN, nResult + Compare(sB, sA, dwFlags));
-        return Sign(nResult);
+        return std::string("!<=>").at(static_cast<std::size_t>(nResult));
     };
     EXPECT_EQ('<', Order(ORVTEXT("co-op"), ORVTEXT("coop")));
     EXPECT_EQ('<', Order(ORVTEXT("a"), ORVTEXT("A")));
@@ -56,21 +48,18 @@ TEST(Collation, OrdersAsWindowsDoes)
 
 TEST(Collation, TakesLengthsAndRefusesBadArguments)
 {
-    const auto ErrorOf = [](LCID nLocale, DWORD dwFlags, const WCHAR* pA, int nA, const WCHAR* pB, int nB) {
+    const auto ErrorOf = [](DWORD dwFlags, const WCHAR* pA, int nA, const WCHAR* pB, int nB) {
         SetLastError(0);
-        return CompareStringW(nLocale, dwFlags, pA, nA, pB, nB) ? DWORD{0} : GetLastError();
+        return CompareStringW(LOCALE_SYSTEM_DEFAULT, dwFlags, pA, nA, pB, nB) ? DWORD{0} : GetLastError();
     };
     const WCHAR* const pText = ORVTEXT("ab\0c");
     EXPECT_EQ(CSTR_EQUAL, CompareStringW(LOCALE_USER_DEFAULT, SORT_STRINGSORT, pText, -1, pText, 2));
     EXPECT_EQ(CSTR_LESS_THAN, CompareStringW(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT, pText, 2, pText, 4))
         << "a zero unit does not end a counted text";
     EXPECT_EQ(CSTR_EQUAL, CompareStringW(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT, pText, 0, ORVTEXT(""), -1));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER),
-              ErrorOf(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT, nullptr, -1, pText, -1));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER),
-              ErrorOf(LOCALE_SYSTEM_DEFAULT, SORT_STRINGSORT, pText, -1, nullptr, 0));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_FLAGS),
-              ErrorOf(LOCALE_SYSTEM_DEFAULT, 0x09000000, pText, -1, pText, -1));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, ErrorOf(SORT_STRINGSORT, nullptr, -1, pText, -1));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, ErrorOf(SORT_STRINGSORT, pText, -1, nullptr, 0));
+    EXPECT_EQ(DWORD{ERROR_INVALID_FLAGS}, ErrorOf(0x09000000, pText, -1, pText, -1));
 }
 
 TEST(Collation, AnyUnitsAreSafe)
@@ -97,7 +86,6 @@ TEST(Collation, ThreadsCompareAtOnce)
                 Compare(ORVTEXT("abc"), ORVTEXT("ABD"), NORM_IGNORECASE) != CSTR_LESS_THAN)
                 ADD_FAILURE() << "round " << i;
     };
-    std::thread other(CompareOften);
+    const std::jthread other(CompareOften);
     CompareOften();
-    other.join();
 }

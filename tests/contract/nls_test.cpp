@@ -33,15 +33,16 @@ CResult ToBytes(UINT nPage, DWORD dwFlags, const WCHAR* pSrc, int nSrc, char* pD
     return {n, GetLastError()};
 }
 
-bool IsUtf8(UINT nPage)
+bool TakesNoFlags(UINT nPage)
 {
-    return (nPage == CP_ACP || nPage == CP_THREAD_ACP ? GetACP() : nPage) == CP_UTF8;
+    const UINT nActual = nPage == CP_ACP || nPage == CP_THREAD_ACP ? GetACP() : nPage;
+    return nActual == CP_UTF8 || nActual == 65000 || nActual == 54936;
 }
 
 Text Decoded(UINT nPage, const std::string& sBytes)
 {
     Text sText(sBytes.size() + 1, 0);
-    const int n = ToWide(nPage, IsUtf8(nPage) ? 0 : MB_PRECOMPOSED, sBytes.data(),
+    const int n = ToWide(nPage, TakesNoFlags(nPage) ? 0 : MB_PRECOMPOSED, sBytes.data(),
                          static_cast<int>(sBytes.size()), sText.data(), static_cast<int>(sText.size()))
                       .first;
     return sText.substr(0, static_cast<std::size_t>(n));
@@ -50,8 +51,8 @@ Text Decoded(UINT nPage, const std::string& sBytes)
 std::string Encoded(UINT nPage, const Text& sText, DWORD dwFlags = WC_NO_BEST_FIT_CHARS)
 {
     std::string sBytes(sText.size() * 4 + 1, 0);
-    const int n = ToBytes(nPage, IsUtf8(nPage) ? 0 : dwFlags, sText.data(), static_cast<int>(sText.size()),
-                          sBytes.data(), static_cast<int>(sBytes.size()))
+    const int n = ToBytes(nPage, TakesNoFlags(nPage) ? 0 : dwFlags, sText.data(),
+                          static_cast<int>(sText.size()), sBytes.data(), static_cast<int>(sBytes.size()))
                       .first;
     return sBytes.substr(0, static_cast<std::size_t>(n));
 }
@@ -73,6 +74,14 @@ std::uint32_t TableDigest(UINT nPage)
     for (unsigned c = 1; c < 0x10000; ++c)
         Add(Encoded(nPage, Text(1, static_cast<WCHAR>(c))));
     return nHash;
+}
+
+Text Formatted(const WCHAR* sValue)
+{
+    WCHAR sBuffer[100] = {};
+    const int nLength = GetNumberFormatW(LOCALE_USER_DEFAULT, 0, sValue, nullptr, sBuffer, 100);
+    EXPECT_EQ(nLength == 0 ? 0 : nLength - 1, static_cast<int>(Text(sBuffer).size()));
+    return sBuffer;
 }
 
 } // namespace
@@ -193,10 +202,8 @@ TEST(CodePages, Utf7WritesUnitsInBase64)
                                                          {ORVTEXT("\U0001F600"), "+2D3eAA-"}};
     for (const auto& [sText, sBytes] : rows)
     {
-        EXPECT_EQ(sBytes, Encoded(65000, sText, 0));
-        Text sBack(40, 0);
-        const int n = ToWide(65000, 0, sBytes, -1, sBack.data(), 40).first;
-        EXPECT_EQ(Text(sText), sBack.substr(0, static_cast<std::size_t>(n - 1)));
+        EXPECT_EQ(sBytes, Encoded(65000, sText));
+        EXPECT_EQ(sText, Decoded(65000, sBytes));
     }
     WCHAR sText[4];
     char sBytes[4];
@@ -214,10 +221,9 @@ TEST(CodePages, Gb18030WritesEverything)
     EXPECT_EQ(4u, info.MaxCharSize);
     const std::string sBytes = "a" + std::string("\xA8\xA6\x81\x30\x81\x34\xBA\xBA\x90\x30\x81\x30");
     const Text sText = ORVTEXT("a\u00E9\u0084\u6C49\U00010000");
-    EXPECT_EQ(sBytes, Encoded(54936, sText, 0));
+    EXPECT_EQ(sBytes, Encoded(54936, sText));
+    EXPECT_EQ(sText, Decoded(54936, sBytes));
     WCHAR sBack[10];
-    const int n = ToWide(54936, 0, sBytes.data(), static_cast<int>(sBytes.size()), sBack, 10).first;
-    EXPECT_EQ(sText, Text(sBack, static_cast<std::size_t>(n)));
     EXPECT_EQ(CResult(0, ERROR_NO_UNICODE_TRANSLATION),
               ToWide(54936, MB_ERR_INVALID_CHARS, "\xFF\xFF", 2, sBack, 10));
     EXPECT_EQ(CResult(0, ERROR_INVALID_FLAGS), ToWide(54936, MB_PRECOMPOSED, "a", 1, sBack, 10));
@@ -238,19 +244,6 @@ TEST(CharUpperBuff, CapitalizesUnitsWithOneCapital)
     EXPECT_EQ(0u, CharUpperBuffW(aText, 0));
 }
 
-namespace
-{
-
-Text Formatted(const WCHAR* sValue)
-{
-    WCHAR sBuffer[100] = {};
-    const int nLength = GetNumberFormatW(LOCALE_USER_DEFAULT, 0, sValue, nullptr, sBuffer, 100);
-    EXPECT_EQ(nLength == 0 ? 0 : nLength - 1, static_cast<int>(Text(sBuffer).size()));
-    return sBuffer;
-}
-
-} // namespace
-
 TEST(NumberFormat, RoundsAndGroupsEnglish)
 {
     const CVariableGuard locale("LC_ALL", "en_US.UTF-8");
@@ -260,22 +253,17 @@ TEST(NumberFormat, RoundsAndGroupsEnglish)
     EXPECT_EQ(ORVTEXT("0.50"), Formatted(ORVTEXT(".5")));
 }
 
-TEST(NumberFormat, RefusesOtherForms)
+TEST(NumberFormat, RefusesOtherFormsAndTooLittleRoom)
 {
     for (const WCHAR* sValue : {ORVTEXT("1e5"), ORVTEXT("+5"), ORVTEXT(" 5"), ORVTEXT("1.2.3")})
     {
         EXPECT_EQ(ORVTEXT(""), Formatted(sValue));
-        EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER), GetLastError());
+        EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
     }
-}
-
-TEST(NumberFormat, TellsTheRoomItNeeds)
-{
     WCHAR sBuffer[4];
-    const int nNeeded = GetNumberFormatW(LOCALE_USER_DEFAULT, 0, ORVTEXT("5"), nullptr, nullptr, 0);
-    EXPECT_EQ(5, nNeeded);
+    EXPECT_EQ(5, GetNumberFormatW(LOCALE_USER_DEFAULT, 0, ORVTEXT("5"), nullptr, nullptr, 0));
     EXPECT_EQ(0, GetNumberFormatW(LOCALE_USER_DEFAULT, 0, ORVTEXT("5"), nullptr, sBuffer, 4));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
+    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
 }
 
 TEST(Nls, PreferredLanguagesAreAListOfNames)
@@ -290,5 +278,5 @@ TEST(Nls, PreferredLanguagesAreAListOfNames)
     EXPECT_EQ(nNames, static_cast<ULONG>(std::count(sList.begin(), sList.end(), WCHAR(0)) - 1));
     ULONG nShort = nUnits - 1;
     EXPECT_FALSE(GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &nNames, sList.data(), &nShort));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
+    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
 }

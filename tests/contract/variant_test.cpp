@@ -1,6 +1,5 @@
 // Variants and decimals as texts, and the error object of a thread, as the library relies on them.
 #include "support/fake_errors.h"
-#include "support/test_environment.h"
 #include "support/text.h"
 #include "support/wine.h"
 
@@ -8,9 +7,11 @@
 
 #include <oledb.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -49,12 +50,6 @@ Text TextOf(VARTYPE vt, Value VARIANT::*pField, Value value)
     return TextOf(CVariant(vt, pField, value));
 }
 
-template <class Value>
-Text TextOfReference(VARTYPE vt, Value value)
-{
-    return TextOf(CVariant(static_cast<VARTYPE>(vt | VT_BYREF), &VARIANT::byref, static_cast<PVOID>(&value)));
-}
-
 DECIMAL Decimal(ULONG nHigh, ULONGLONG nLow, BYTE nScale, BYTE nSign)
 {
     DECIMAL dec = {};
@@ -67,12 +62,9 @@ DECIMAL Decimal(ULONG nHigh, ULONGLONG nLow, BYTE nScale, BYTE nSign)
 
 Text TextOf(DECIMAL dec)
 {
-    BSTR bstr = nullptr;
-    if (FAILED(VarBstrFromDec(&dec, LOCALE_INVARIANT, 0, &bstr)))
-        return ORVTEXT("(failed)");
-    const Text sText(bstr, SysStringLen(bstr));
-    SysFreeString(bstr);
-    return sText;
+    CVariant text(VT_BSTR, &VARIANT::bstrVal, BSTR{});
+    EXPECT_EQ(S_OK, VarBstrFromDec(&dec, LOCALE_INVARIANT, 0, &text.bstrVal));
+    return TextOf(text);
 }
 
 HRESULT ChangeToText(const VARIANT& var)
@@ -170,10 +162,29 @@ TEST(Variant, DatesAreTheLocalesOwn)
     EXPECT_EQ(ORVTEXT("(failed)"), Date(2958466.0));
 }
 
+TEST(VariantTime, BreaksDown)
+{
+    using Fields = std::array<int, 7>; // year to millisecond
+    SYSTEMTIME st;
+    for (const auto& [d, expected] : {std::pair(25569.0, Fields{1970, 1, 1}),
+                                      {45418.29732638889, Fields{2024, 5, 6, 7, 8, 9}},
+                                      {50423.99999999, Fields{2038, 1, 19}}, // rounded
+                                      {-1.25, Fields{1899, 12, 29, 6}}})
+    {
+        ASSERT_TRUE(VariantTimeToSystemTime(d, &st)) << d;
+        EXPECT_EQ(expected,
+                  (Fields{st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds}))
+            << d;
+    }
+    EXPECT_FALSE(VariantTimeToSystemTime(2958466.0, &st) || VariantTimeToSystemTime(-657435.0, &st));
+}
+
 TEST(Variant, ReferencesAreFollowedOnce)
 {
-    EXPECT_EQ(ORVTEXT("-77"), TextOfReference(VT_I8, LONGLONG{-77}));
-    EXPECT_EQ(ORVTEXT("1.5"), TextOfReference(VT_DECIMAL, Decimal(0, 15, 1, 0)));
+    LONGLONG n = -77;
+    DECIMAL dec = Decimal(0, 15, 1, 0);
+    EXPECT_EQ(ORVTEXT("-77"), TextOf(VT_I8 | VT_BYREF, &VARIANT::pllVal, &n));
+    EXPECT_EQ(ORVTEXT("1.5"), TextOf(VT_DECIMAL | VT_BYREF, &VARIANT::pdecVal, &dec));
     CVariant inner(VT_I2, &VARIANT::iVal, SHORT{9});
     CVariant outer(VT_VARIANT | VT_BYREF, &VARIANT::pvarVal, static_cast<VARIANT*>(&inner));
     EXPECT_EQ(ORVTEXT("9"), TextOf(outer));
@@ -203,11 +214,9 @@ TEST(Variant, ChangesInPlaceAndOnlyOnSuccess)
     CVariant var(VT_BSTR, &VARIANT::bstrVal, SysAllocStringLen(ORVTEXT("a\0b"), 3));
     EXPECT_EQ(S_OK, ChangeToText(var, var));
     EXPECT_EQ(3u, SysStringLen(var.bstrVal));
-    const CVariant null(VT_NULL, &VARIANT::llVal, LONGLONG{0});
-    EXPECT_EQ(DISP_E_TYPEMISMATCH, ChangeToText(null, var));
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, ChangeToText(CVariant(VT_NULL, &VARIANT::llVal, LONGLONG{0}), var));
     EXPECT_TRUE(var.vt == VT_BSTR && SysStringLen(var.bstrVal) == 3);
-    const CVariant number(VT_I4, &VARIANT::lVal, LONG{5});
-    EXPECT_EQ(S_OK, ChangeToText(number, var));
+    EXPECT_EQ(S_OK, ChangeToText(CVariant(VT_I4, &VARIANT::lVal, LONG{5}), var));
     EXPECT_EQ(ORVTEXT("5"), TextOf(var));
 }
 

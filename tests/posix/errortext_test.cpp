@@ -6,17 +6,14 @@
 
 #include <oleauto.h>
 
+#include <utility>
+
 TEST(ErrorText, OfEveryCodeOfThePort)
 {
-    constexpr struct
-    {
-        const char* m_sName;
-        DWORD m_dwCode;
-    } codes[] = {
+    constexpr std::pair<const char*, DWORD> codes[] = {
 #include "error_codes.inc"
     };
     EXPECT_GE(std::size(codes), 50u);
-    for (const auto& code : codes)
-        EXPECT_EQ(code.m_dwCode != 0, TextOf(GetWinErrorString(code.m_dwCode)).ends_with(ORVTEXT('.')))
-            << code.m_sName;
+    for (const auto& [sName, dwCode] : codes)
+        EXPECT_EQ(dwCode != 0, TextOf(GetWinErrorString(dwCode)).ends_with(ORVTEXT('.'))) << sName;
 }

@@ -1,5 +1,6 @@
 // The hive files as people and other programs meet them.
 #include "support/debug_capture.h"
+#include "support/forked.h"
 #include "support/random.h"
 #include "support/registry_values.h"
 #include "support/temp_dir.h"
@@ -17,7 +18,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -303,7 +303,7 @@ TEST_F(Hive, KeepsALinkAndWhatTheFileHas)
 
 TEST_F(Hive, ThreadsShareIt)
 {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (char c : {'a', 'b', 'c', 'd'})
         threads.emplace_back([c] {
             const WCHAR sName[] = {static_cast<WCHAR>(c), 0};
@@ -313,8 +313,6 @@ TEST_F(Hive, ThreadsShareIt)
                 EXPECT_EQ(NumberValue(dwRound), Get(kKey, sName));
             }
         });
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 TEST_F(Hive, AForkedProcessGoesOn)
@@ -331,16 +329,10 @@ TEST_F(Hive, AForkedProcessGoesOn)
     for (DWORD dwRound = 0; dwRound < 10; ++dwRound)
     {
         WaitForSingleObject(hWrites, INFINITE); // most forks then fall into a write
-        const pid_t nProcess = fork();
-        if (nProcess == 0)
-        {
-            alarm(60);
-            Set(kKey, ORVTEXT("child"), NumberValue(dwRound));
-            _exit(Get(kKey, ORVTEXT("child")) == NumberValue(dwRound) ? 0 : 1);
-        }
-        int nStatus = -1;
-        waitpid(nProcess, &nStatus, 0);
-        ASSERT_EQ(0, nStatus);
+        ASSERT_EQ(0, ForkedResult([dwRound] {
+                      Set(kKey, ORVTEXT("child"), NumberValue(dwRound));
+                      return Get(kKey, ORVTEXT("child")) == NumberValue(dwRound) ? 0 : 1;
+                  }));
         EXPECT_EQ(NumberValue(dwRound), Get(kKey, ORVTEXT("child")));
     }
 }
@@ -365,7 +357,7 @@ TEST_F(Hive, AKeyOfAHandleMayGo)
 
 TEST_F(Hive, ServesTimeZonesThatNoFileHas)
 {
-    constexpr const WCHAR* sZone =
+    const Text sZone =
         ORVTEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\Central Europe Standard Time");
     const auto get = [](const Text& sKey, const WCHAR* sName) {
         return ReadValue(HKEY_LOCAL_MACHINE, sKey, sName);
@@ -375,11 +367,10 @@ TEST_F(Hive, ServesTimeZonesThatNoFileHas)
     EXPECT_EQ(44u, rules->second.size());
     EXPECT_EQ(0, rules->second.compare(0, 4, NumberValue(-60).second));
     EXPECT_EQ(std::nullopt, get(sZone, ORVTEXT("x")));
-    EXPECT_EQ(std::nullopt, get(Text(sZone) + ORVTEXT("x"), ORVTEXT("TZI")));
+    EXPECT_EQ(std::nullopt, get(sZone + ORVTEXT("x"), ORVTEXT("TZI")));
 
-    const Text sKey(sZone);
     WriteBytes(TestRoot() / "machine.reg",
-               kHeader + ("[HKLM\\" + std::string(sKey.begin(), sKey.end())) + "]\n\"x\"=\"\"\n");
+               kHeader + ("[HKLM\\" + std::string(sZone.begin(), sZone.end())) + "]\n\"x\"=\"\"\n");
     EXPECT_EQ(TextValue(ORVTEXT("")), get(sZone, ORVTEXT("x")));
     EXPECT_EQ(std::nullopt, get(sZone, ORVTEXT("TZI"))) << "the file's zone hides the built-in one";
 }

@@ -190,16 +190,13 @@ TEST(HiveFiles, AreMadeInTheUsersConfigurationFolder)
     EXPECT_TRUE(std::filesystem::exists(folder / "home" / ".config" / "orvcomtypes" / "user.reg"));
 }
 
-void ReadAtExit()
-{
-    std::printf("%u\n", static_cast<unsigned>(GetLQDWORDSettingA(nullptr, "n", 0)));
-    std::fflush(stdout);
-}
-
 ORV_CHILD(ReadAtTheVeryEnd)
 {
     // Runs after what the library registers in the first access.
-    std::atexit(ReadAtExit);
+    std::atexit([] {
+        std::printf("%u\n", static_cast<unsigned>(GetLQDWORDSettingA(nullptr, "n", 0)));
+        std::fflush(stdout);
+    });
     return SetLQDWORDSettingA(nullptr, "n", 5, 0) ? 0 : 1;
 }
 

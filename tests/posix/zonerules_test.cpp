@@ -86,41 +86,23 @@ TEST(ZoneRules, EveryWindowsNameFollowsTheZoneFiles)
     }
 }
 
-/// A folder of zone files with two zones, compiled as today's tools do ("slim") or as older ones ("fat").
-class CZoneFolder
-{
-public:
-    CZoneFolder(const std::filesystem::path& parent, const char* sForm)
-        : m_folder(parent / sForm), m_variable("TZDIR", m_folder.c_str())
-    {
-        std::filesystem::create_directory(m_folder);
-        WriteBytes(m_folder / "source", "Rule R 2000 max - Mar Sun>=8 2:00 1:00 D\n"
-                                        "Rule R 2000 max - Oct lastSun 2:00 0 S\n"
-                                        "Zone Test/Zone -7:00 R M%sT\n"
-                                        "Rule F 2000 max - Apr 5 2:30 0:30 -\n"
-                                        "Rule F 2000 max - Oct 5 2:15 0 -\n"
-                                        "Zone Test/Fixed 9:30 F %z\n");
-        EXPECT_EQ(0, CChildProcess(ChildProgram{"/usr/sbin/zic"},
-                                   {"-b", sForm, "-d", m_folder.string(), m_folder / "source"})
-                         .Wait()
-                         .m_iExitCode);
-    }
-
-    std::filesystem::path File() const { return m_folder / "Test/Zone"; }
-
-private:
-    const std::filesystem::path m_folder;
-    CVariableGuard m_variable;
-};
-
 TEST(ZoneRules, ReadsFilesOfBothForms)
 {
     // The C library takes a file for the one that it has read last when their numbers and seconds are the
     // same, so none is removed before the end.
     const CTempDir parent;
-    for (const char* sForm : {"slim", "fat"})
+    WriteBytes(parent / "source", "Rule R 2000 max - Mar Sun>=8 2:00 1:00 D\n"
+                                  "Rule R 2000 max - Oct lastSun 2:00 0 S\n"
+                                  "Zone Test/Zone -7:00 R M%sT\n"
+                                  "Rule F 2000 max - Apr 5 2:30 0:30 -\n"
+                                  "Rule F 2000 max - Oct 5 2:15 0 -\n"
+                                  "Zone Test/Fixed 9:30 F %z\n");
+    for (const char* sForm : {"slim", "fat"}) // as today's tools compile them, and as older ones do
     {
-        const CZoneFolder folder(parent.Path(), sForm);
+        const std::filesystem::path folder = parent / sForm, file = folder / "Test/Zone";
+        const CVariableGuard folderVariable("TZDIR", folder.c_str());
+        CChildProcess zic(ChildProgram{"/usr/sbin/zic"}, {"-b", sForm, "-d", folder, parent / "source"});
+        EXPECT_EQ(0, zic.Wait().m_iExitCode);
         // No weekday says a fixed day of the month in more than one year.
         for (const auto& [sId, sName, nYears] :
              {std::tuple("Test/Zone", ORVTEXT("Test/Zone"), 6), {"Test/Fixed", ORVTEXT("Test/Fixed"), 1}})
@@ -134,10 +116,10 @@ TEST(ZoneRules, ReadsFilesOfBothForms)
         const CZone zone(ORVTEXT("europe/BUDAPEST"));
         EXPECT_EQ((Fields{2026, 3, 29, 3}), LocalOf(FromUtc({2026, 3, 29, 1})));
 
-        const std::string sBytes = ReadBytes(folder.File());
+        const std::string sBytes = ReadBytes(file);
         for (std::size_t n = 0; n + 1 < sBytes.size(); n += 1 + sBytes.size() / 100)
         {
-            WriteBytes(folder.File(), sBytes.substr(0, n));
+            WriteBytes(file, sBytes.substr(0, n));
             EXPECT_EQ(2, SetTimeZone(ORVTEXT("Test/Zone"))) << sForm << ", cut at " << n;
         }
     }

@@ -7,8 +7,6 @@
 
 #include <objbase.h>
 
-#include <cstring>
-
 #include <msdadc.h>
 
 namespace
