@@ -41,7 +41,7 @@ TEST(NamedZone, ChangesByItsRules)
         int iAfter;
     } rows[] = {
         {kEurope, Time(1970, 3, 29, 1), 60, 120},
-        {kEurope, Time(2032, 10, 31, 1), 120, 60},
+        {kEurope, Time(2037, 10, 25, 1), 120, 60},
         {kSydney, Time(2024, 10, 5, 16), 600, 660},
         {kSydney, Time(2024, 4, 6, 16), 660, 600},
         {kSydney, Time(2024, 1, 1), 660, 660},

@@ -84,31 +84,6 @@ TEST(TimeZone, RepeatedHoursAreToldApart)
     EXPECT_EQ(FromLocal({2024, 3, 31, 2, 30}), COrvTime::FromLocalYMD(2024, 3, 31, 2, 30, 0, loSecond));
 }
 
-TEST(TimeZone, ChangesOfNamedZones)
-{
-    static constexpr struct
-    {
-        const WCHAR* sZone;
-        Fields change; // the first second of the new offset, in UTC
-        Fields before; // local time at the change, had there been none
-        Fields after;
-    } rows[] = {
-        {kEurope, {2024, 3, 31, 1}, {2024, 3, 31, 2}, {2024, 3, 31, 3}},
-        {kEurope, {2037, 10, 25, 1}, {2037, 10, 25, 3}, {2037, 10, 25, 2}},
-        {kEastern, {2024, 11, 3, 6}, {2024, 11, 3, 2}, {2024, 11, 3, 1}},
-        {kSydney, {2024, 4, 6, 16}, {2024, 4, 7, 3}, {2024, 4, 7, 2}},
-        {kSydney, {2024, 10, 5, 16}, {2024, 10, 6, 2}, {2024, 10, 6, 3}},
-        {kLordHowe, {2024, 4, 6, 15}, {2024, 4, 7, 2}, {2024, 4, 7, 1, 30}},
-    };
-    for (const auto& row : rows)
-    {
-        const CZone zone(row.sZone);
-        const COrvTime tChange = FromUtc(row.change);
-        EXPECT_EQ(row.after, LocalOf(tChange)) << tChange.GetOrvTime();
-        EXPECT_EQ(FromUtc(row.before) - 1, FromUtc(LocalOf(tChange - 1))) << tChange.GetOrvTime();
-    }
-}
-
 /// Every form of the local time reads back, of a repeated hour as the first one.
 void CheckLocalForms(const COrvTime& t)
 {
