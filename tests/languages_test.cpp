@@ -25,29 +25,18 @@ constexpr unsigned kNoMemory = 26007;
 
 using Table = std::map<unsigned, Text>;
 
-Text Utf16(const std::string& s)
-{
-    Text sWide(s.size(), 0);
-    const int n = MultiByteToWideChar(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), sWide.data(),
-                                      static_cast<int>(sWide.size()));
-    return sWide.substr(0, static_cast<std::size_t>(n));
-}
-
 /// The lines `7 "text"` of a script.
 Table ReadScript(const std::filesystem::path& file)
 {
     const std::string sScript = ReadBytes(file);
     Table table;
     for (const auto& line : PartsThatFit(sScript, "\n +([0-9]+) +\"([^\"]*)\""))
-        table[static_cast<unsigned>(std::stoul(line[1]))] = Utf16(line[2]);
+    {
+        COrvStr sText;
+        sText.SetUTF8(line[2].c_str());
+        table[static_cast<unsigned>(std::stoul(line[1]))] = TextOf(sText);
+    }
     return table;
-}
-
-Text Loaded(unsigned uID)
-{
-    COrvStr sText;
-    sText.Load(uID, nullptr);
-    return TextOf(sText);
 }
 
 Text Language()
@@ -91,7 +80,7 @@ TEST_F(Languages, HoldWhatTheirScriptsSayInUtf8)
         ASSERT_EQ(english.size(), table.size());
         for (const auto& [uID, sText] : table)
         {
-            EXPECT_EQ(sText, Loaded(uID)) << uID;
+            EXPECT_EQ(sText, TextOf(COrvStr(uID, nullptr))) << uID;
             ASSERT_TRUE(english.contains(uID)) << uID;
             EXPECT_EQ(english.at(uID).find(ORVTEXT("%1")) == Text::npos,
                       sText.find(ORVTEXT("%1")) == Text::npos);
@@ -106,7 +95,7 @@ TEST_F(Languages, AreReadInTheCodePageOfTheirScripts)
 {
     CResourceHandler::SetOwner(nullptr, ORVTEXT("test_strings"), 1, 0);
     ASSERT_TRUE(CResourceHandler::SetLanguage(ORVTEXT("hu")));
-    EXPECT_EQ(ORVTEXT("\u00E1rv\u00EDzt\u0171r\u0151"), Loaded(1));
+    EXPECT_EQ(ORVTEXT("\u00E1rv\u00EDzt\u0171r\u0151"), TextOf(COrvStr(1u, nullptr)));
 }
 
 TEST_F(Languages, AreFoundByName)
