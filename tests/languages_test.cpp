@@ -168,26 +168,22 @@ TEST_F(Languages, ThatDoNotFitLeaveTheFallbacks)
     install(ORVTEXT("cut.hu"), sLibrary.substr(0, 300));
     ASSERT_TRUE(SetLQStringSettingW(nullptr, ORVTEXT("InstallPath"),
                                     installation.Path().string<WCHAR>().c_str(), nullptr));
-    const struct
+    const std::tuple<const WCHAR*, WORD, bool, const char*> cases[] = {
+        {ORVTEXT("elsewhere"), 0, true, nullptr},
+        {ORVTEXT("elsewhere"), 1, false, "dwVersion == m_owner.m_dwVersion"},
+        {ORVTEXT("damaged"), 0, false, "hModule != nullptr"},
+        {ORVTEXT("cut"), 0, false, "hModule != nullptr"},
+        {ORVTEXT("missing"), 0, false, nullptr},
+        {ORVTEXT(""), 0, false, nullptr},
+    };
+    for (const auto& [sName, wMinor, bFits, sReported] : cases)
     {
-        const WCHAR* m_sName;
-        WORD m_wMinor;
-        const char* m_sReported;
-    } cases[] = {{ORVTEXT("elsewhere"), 0, nullptr},
-                 {ORVTEXT("elsewhere"), 1, "dwVersion == m_owner.m_dwVersion"},
-                 {ORVTEXT("damaged"), 0, "hModule != nullptr"},
-                 {ORVTEXT("cut"), 0, "hModule != nullptr"},
-                 {ORVTEXT("missing"), 0, nullptr},
-                 {ORVTEXT(""), 0, nullptr}};
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(Narrow(c.m_sName));
-        CResourceHandler::SetOwner(nullptr, c.m_sName, 1, c.m_wMinor);
-        const bool bFits = &c == cases;
+        SCOPED_TRACE(Narrow(sName));
+        CResourceHandler::SetOwner(nullptr, sName, 1, wMinor);
         EXPECT_EQ(bFits, CResourceHandler::SetLanguage(ORVTEXT("hu")));
         EXPECT_EQ(bFits, CResourceHandler::GetHandle() != nullptr);
-        if (c.m_sReported != nullptr)
-            EXPECT_REPORTS(m_capture, {{"CLQResLoader::Open", c.m_sReported, nullptr, "lqresloader"}});
+        if (sReported != nullptr)
+            EXPECT_REPORTS(m_capture, {{"CLQResLoader::Open", sReported, nullptr, "lqresloader"}});
         else
             EXPECT_NO_REPORTS(m_capture);
     }

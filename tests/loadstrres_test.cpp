@@ -6,35 +6,35 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 TEST(LoadStringRes, FindsWhatTheTablesHold)
 {
-    constexpr std::pair<unsigned, const WCHAR*> rows[] = {
-        {1, ORVTEXT("first")},
-        {15, ORVTEXT("last of its block")},
-        {16, ORVTEXT("first of its block")},
-        {1000, ORVTEXT("\x00E1rv\x00EDz \x20AC")},
-        {65519, ORVTEXT("near the end")},
-        {0, nullptr},
-        {8, nullptr},
-        {17, nullptr},
-        {500, nullptr},
-        {0x10001, nullptr},
-        {0xFFFFFFFF, nullptr},
-    };
-    const CTestResources library;
-    for (const auto& [uID, sText] : rows)
+    constexpr struct
     {
-        SCOPED_TRACE(uID);
+        unsigned uID;
+        const WCHAR* sText;
+    } rows[] = {{1, ORVTEXT("first")},
+                {15, ORVTEXT("last of its block")},
+                {16, ORVTEXT("first of its block")},
+                {1000, ORVTEXT("\x00E1rv\x00EDz \x20AC")},
+                {65519, ORVTEXT("near the end")},
+                {0, nullptr},
+                {8, nullptr},
+                {17, nullptr},
+                {500, nullptr},
+                {0x10000 + 1, nullptr},
+                {0xFFFFFFFF, nullptr}};
+    const CTestResources library;
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.uID);
         unsigned nLength = 77;
-        const WCHAR* const s = LoadStringResImage(library, uID, &nLength);
-        EXPECT_EQ(sText == nullptr, s == nullptr);
-        EXPECT_EQ(sText != nullptr ? sText : Text(), TextView(s, nLength));
-        EXPECT_EQ(s, LoadStringResImage(library, uID, nullptr));
+        const WCHAR* const s = LoadStringResImage(library, row.uID, &nLength);
+        EXPECT_EQ(row.sText == nullptr, s == nullptr);
+        EXPECT_EQ(row.sText != nullptr ? row.sText : Text(), TextView(s, nLength));
+        EXPECT_EQ(s, LoadStringResImage(library, row.uID, nullptr));
         unsigned nCopied = 77;
-        const BSTR sCopy = LoadStringRes(library, uID, &nCopied);
-        EXPECT_EQ(TextOf(sText), TextOf(sCopy));
+        const BSTR sCopy = LoadStringRes(library, row.uID, &nCopied);
+        EXPECT_EQ(TextOf(row.sText), TextOf(sCopy));
         EXPECT_EQ(nLength, nCopied);
         SysFreeString(sCopy);
     }
