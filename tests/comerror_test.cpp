@@ -4,15 +4,10 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-Text Message(IUnknown* pError)
+static Text Message(IUnknown* pError)
 {
     return TextOf(GetComErrorString(E_FAIL, pError).m_sMessage);
 }
-
-} // namespace
 
 TEST(ComErrorText, JoinsTheDistinctDescriptionsOfRecords)
 {

@@ -104,6 +104,8 @@ TEST_F(LogFaults, LinesWaitWhileTheFileCannotBeOpened)
     WriteBytes(m_file, "");
     auto pDenied = std::make_unique<CDeniedFile>(m_file);
     ExpectToWait(m_file, [&] { pDenied.reset(); });
+    auto pNoHandle = std::make_unique<CFault>(FaultyCall::Open);
+    ExpectToWait(m_dir / "handle.txt", [&] { pNoHandle.reset(); });
 }
 
 TEST_F(LogFaults, HalfALineIsEndedBeforeTheNextOne)
@@ -242,18 +244,6 @@ TEST_F(LogFaults, CrashHandlerHasOneThread)
     EXPECT_TRUE(InstallLogCrashHandler(nullptr, 100));
     EXPECT_TRUE(InstallWithoutThreads()) << "it is installed";
     RemoveLogCrashHandler();
-}
-
-TEST_F(LogFaults, LinesWaitForAHandle)
-{
-    Init(lqlInformation);
-    {
-        const CFault fault(FaultyCall::Open);
-        m_log.LogInf(ORVTEXT("1"));
-        EXPECT_FALSE(m_log.Flush(50));
-    }
-    EXPECT_TRUE(m_log.Flush(kLong));
-    EXPECT_EQ("=I> <t> 1\r\n", Written());
 }
 
 // ---- Retention ----

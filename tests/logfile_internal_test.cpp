@@ -41,11 +41,6 @@ std::filesystem::path NameFor(const Text& sFormat)
     return std::filesystem::path(TextOf(sName)).make_preferred();
 }
 
-CLogText FormatOf(const std::string& sFormat)
-{
-    return std::filesystem::path(sFormat).string<WCHAR>();
-}
-
 CLogFileOptions g_options;
 
 void PushLine(CLogQueue& queue, const std::string& sText)
@@ -137,26 +132,26 @@ TEST_F(LogFile, ChangesWithItsPeriod)
 {
     const struct
     {
-        const char* m_sPeriod;
+        const WCHAR* m_sPeriod;
         const char* m_sFirst;
         const char* m_sSecond;
         bool m_bChanges;
-    } cases[] = {{"#DA", "2026-03-01 00:00:00", "2026-03-01 23:59:59", false},
-                 {"#DA", "2026-03-01 23:59:59", "2026-03-02 00:00:00", true},
-                 {"#DA", "2026-03-02 00:00:00", "2026-03-01 23:59:59", true},
-                 {"#WE", "2026-03-01 23:59:59", "2026-03-02 00:00:00", true},
-                 {"#WE", "2026-03-02 00:00:00", "2026-03-08 23:59:59", false},
-                 {"#WE", "2025-12-31 12:00:00", "2026-01-01 12:00:00", false},
-                 {"#WE", "2026-03-04 12:00:00", "2026-03-11 12:00:00", true},
-                 {"#MO", "2026-01-31 23:59:59", "2026-02-01 00:00:00", true},
-                 {"#MO", "2026-01-01 00:00:00", "2026-01-31 23:59:59", false},
-                 {"#MO", "2026-01-05 00:00:00", "2027-01-05 00:00:00", true},
-                 {"#AN", "2026-01-05 00:00:00", "2027-02-06 11:00:00", false},
-                 {"", "2026-01-05 00:00:00", "2027-02-06 11:00:00", false}};
+    } cases[] = {{ORVTEXT("#DA"), "2026-03-01 00:00:00", "2026-03-01 23:59:59", false},
+                 {ORVTEXT("#DA"), "2026-03-01 23:59:59", "2026-03-02 00:00:00", true},
+                 {ORVTEXT("#DA"), "2026-03-02 00:00:00", "2026-03-01 23:59:59", true},
+                 {ORVTEXT("#WE"), "2026-03-01 23:59:59", "2026-03-02 00:00:00", true},
+                 {ORVTEXT("#WE"), "2026-03-02 00:00:00", "2026-03-08 23:59:59", false},
+                 {ORVTEXT("#WE"), "2025-12-31 12:00:00", "2026-01-01 12:00:00", false},
+                 {ORVTEXT("#WE"), "2026-03-04 12:00:00", "2026-03-11 12:00:00", true},
+                 {ORVTEXT("#MO"), "2026-01-31 23:59:59", "2026-02-01 00:00:00", true},
+                 {ORVTEXT("#MO"), "2026-01-01 00:00:00", "2026-01-31 23:59:59", false},
+                 {ORVTEXT("#MO"), "2026-01-05 00:00:00", "2027-01-05 00:00:00", true},
+                 {ORVTEXT("#AN"), "2026-01-05 00:00:00", "2027-02-06 11:00:00", false},
+                 {ORVTEXT(""), "2026-01-05 00:00:00", "2027-02-06 11:00:00", false}};
     for (const auto& c : cases)
     {
         const CTempDir dir;
-        CLogFile file(FormatOf(c.m_sPeriod + (dir / "app.txt").string()), g_options);
+        CLogFile file(c.m_sPeriod + (dir / "app.txt").string<WCHAR>(), g_options);
         for (const char* sTime : {c.m_sFirst, c.m_sSecond})
         {
             SetClock(sTime);
@@ -166,7 +161,7 @@ TEST_F(LogFile, ChangesWithItsPeriod)
         file.Close();
         const auto last = ReadBytes(file.Name());
         EXPECT_EQ(c.m_bChanges ? "x\n" : "x\nx\n", last)
-            << c.m_sPeriod << " from " << c.m_sFirst << " to " << c.m_sSecond;
+            << Narrow(c.m_sPeriod) << " from " << c.m_sFirst << " to " << c.m_sSecond;
     }
 }
 

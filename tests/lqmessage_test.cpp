@@ -5,15 +5,10 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-Text Formatted(const CLQMessage& message)
+static Text Formatted(const CLQMessage& message)
 {
     return TextOf(message.Format(HINSTANCE()));
 }
-
-} // namespace
 
 TEST(Message, FormatsBuiltInIds)
 {

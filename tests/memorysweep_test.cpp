@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <new>
 #include <set>
 #include <string>
 #include <string_view>
@@ -27,7 +26,6 @@ enum class End
 {
     Fine,
     MemoryExcept,
-    BadAlloc,
     Other
 };
 
@@ -42,35 +40,25 @@ public:
     End operator()(Body body)
     {
         const CFault fault(FaultyCall::Allocation, m_nFirst, m_bLasts);
-        const End end = Run(body);
+        End end = End::Fine;
+        try
+        {
+            body();
+        }
+        catch (const CLQMemoryExcept&)
+        {
+            end = End::MemoryExcept;
+        }
+        catch (...)
+        {
+            end = End::Other;
+        }
         m_bHappened = m_bHappened || fault.Happened();
         return end;
     }
     bool Happened() const { return m_bHappened; }
 
 private:
-    template <class Body>
-    static End Run(Body body)
-    {
-        try
-        {
-            body();
-            return End::Fine;
-        }
-        catch (const CLQMemoryExcept&)
-        {
-            return End::MemoryExcept;
-        }
-        catch (const std::bad_alloc&)
-        {
-            return End::BadAlloc;
-        }
-        catch (...)
-        {
-            return End::Other;
-        }
-    }
-
     unsigned m_nFirst;
     bool m_bLasts;
     bool m_bHappened = false;
@@ -106,17 +94,36 @@ bool Changes(CAttempt& attempt, Value value, Change change, bool bMayBeNull = fa
     return bDocumented;
 }
 
+template <bool kMayBeNull = false>
 bool ChangesStr(CAttempt& attempt, void (*fnChange)(COrvStr& s))
 {
-    return Changes(attempt, COrvStr(kMiddle), fnChange);
+    return Changes(attempt, COrvStr(kMiddle), fnChange, kMayBeNull);
 }
 
-/// A call that does not throw and gives the whole result or what it is said to give without memory.
-template <class Call, class IsResult>
-bool Gives(CAttempt& attempt, Call call, IsResult isResult)
+/// A call that throws nothing and tells whether it gave the whole result, as it does where memory is there.
+template <class Call>
+bool Gives(CAttempt& attempt, Call call)
 {
-    decltype(call()) result{};
-    return attempt([&] { result = call(); }) == End::Fine && (isResult(result) || attempt.Happened());
+    bool bWhole = false;
+    return attempt([&] { bWhole = call(); }) == End::Fine && (bWhole || attempt.Happened());
+}
+
+/// The code of the exception of that class that comes out; 0 without one.
+template <class Except, class Body>
+LONG CodeThrown(CAttempt& attempt, Body body)
+{
+    LONG iCode = 0;
+    const End end = attempt([&] {
+        try
+        {
+            body();
+        }
+        catch (const Except& e)
+        {
+            iCode = e.GetFile() != nullptr ? e.GetErrorCode() : 0;
+        }
+    });
+    return end == End::Fine ? iCode : 0;
 }
 
 /// A hive's document is kept only where its file is not of this very moment: what is in use, and which
@@ -151,15 +158,9 @@ constexpr Operation kOperations[] = {
     {"COrvStr Append", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.Append(kMiddle); }); }},
     {"COrvStr Append ANSI", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.Append("abc"); }); }},
     {"COrvStr Append long",
-     [](CAttempt& a) {
-         return Changes(
-             a, COrvStr(kMiddle), [](COrvStr& s) { s.Append(kLong.c_str()); }, true);
-     }},
+     [](CAttempt& a) { return ChangesStr<true>(a, [](COrvStr& s) { s.Append(kLong.c_str()); }); }},
     {"COrvStr SetUTF8 long",
-     [](CAttempt& a) {
-         return Changes(
-             a, COrvStr(kMiddle), [](COrvStr& s) { s.SetUTF8(kNarrow.c_str()); }, true);
-     }},
+     [](CAttempt& a) { return ChangesStr<true>(a, [](COrvStr& s) { s.SetUTF8(kNarrow.c_str()); }); }},
     {"COrvStr Replace",
      [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.Replace(ORVTEXT("i"), ORVTEXT("-")); }); }},
     {"COrvStr MakeUpper", [](CAttempt& a) { return ChangesStr(a, [](COrvStr& s) { s.MakeUpper(); }); }},
@@ -200,27 +201,23 @@ constexpr Operation kOperations[] = {
      }},
     {"CompareOrvString",
      [](CAttempt& a) {
-         const auto compare = [] { return CompareOrvString(ORVTEXT("\u4E00"), ORVTEXT("\u00E9z"), true); };
-         return Gives(a, compare, [](int n) { return n == 1; });
+         return Gives(a, [] { return CompareOrvString(ORVTEXT("\u4E00"), ORVTEXT("\u00E9z"), true) == 1; });
      }},
     {"conversions of pages",
      [](CAttempt& a) {
-         const auto convert = [] {
+         return Gives(a, [] {
              char sBytes[8];
              WCHAR s[8];
              int nUnits = 0;
              for (const unsigned nPage : {1250u, 932u, 54936u})
                  nUnits += UnicodeToANSI(ORVTEXT("a\u00E9\u4E00"), sBytes, sizeof sBytes, nPage) *
                            ANSIToUnicode("a\x82\xA0", s, 8, nPage);
-             return nUnits;
-         };
-         return Gives(a, convert, [](int n) { return n > 6; });
+             return nUnits > 6;
+         });
      }},
     {"CToUTF8",
      [](CAttempt& a) {
-         return Gives(
-             a, [] { return CToUTF8(kLong.c_str(), 0).operator const char*() != nullptr; },
-             [](bool b) { return b; });
+         return Gives(a, [] { return CToUTF8(kLong.c_str(), 0).operator const char*() != nullptr; });
      }},
     {"COrvLongStr",
      [](CAttempt& a) {
@@ -251,7 +248,7 @@ constexpr Operation kOperations[] = {
      }},
     {"COLEDBConvert",
      [](CAttempt& a) {
-         const auto convert = [] {
+         return Gives(a, [] {
              WCHAR s[40];
              unsigned nLen = 0, nAll = 0;
              VARIANT value{};
@@ -259,9 +256,8 @@ constexpr Operation kOperations[] = {
              value.date = 45000.5;
              COLEDBConvert::ConvertToStr(DBTYPE_STR, "a\xE9", s, 40, nLen);
              COLEDBConvert::ConvertToStr(DBTYPE_VARIANT, &value, s, 40, nAll);
-             return nAll + nLen;
-         };
-         return Gives(a, convert, [](unsigned n) { return n > 12; });
+             return nAll + nLen > 12;
+         });
      }},
     {"values of SQL",
      [](CAttempt& a) {
@@ -299,7 +295,7 @@ constexpr Operation kOperations[] = {
          const CTempDir dir;
          const Text sFile = (dir / "file.txt").string<WCHAR>();
          bool bTextKept = false;
-         const auto write = [&] {
+         const bool bEnded = Gives(a, [&] {
              OCT::CFileWrtStream file;
              OCT::CMemWrtStream memory;
              OCT::CStrWrtStream text;
@@ -313,8 +309,8 @@ constexpr Operation kOperations[] = {
              bTextKept = text.GetText().GetLength() == nWritten;
              return file.Open(sFile.c_str()) == ERROR_SUCCESS &&
                     file.Write(kNarrow.data(), kNarrow.size()) == ERROR_SUCCESS && bInMemory;
-         };
-         return Gives(a, write, [](bool b) { return b; }) && bTextKept;
+         });
+         return bEnded && bTextKept;
      }},
     {"array",
      [](CAttempt& a) {
@@ -370,9 +366,7 @@ constexpr Operation kOperations[] = {
     {"settings read",
      [](CAttempt& a) {
          SetLQStringSettingW(nullptr, ORVTEXT("Text"), kMiddle, nullptr);
-         return Gives(
-             a, [] { return GetLQStrSetting(nullptr, ORVTEXT("Text"), kShort); },
-             [](const COrvStr& s) { return Same(s, kMiddle); });
+         return Gives(a, [] { return Same(GetLQStrSetting(nullptr, ORVTEXT("Text"), kShort), kMiddle); });
      }},
     {"settings longer than their buffer",
      [](CAttempt& a) {
@@ -419,17 +413,18 @@ constexpr Operation kOperations[] = {
                 (Same(s, kHeapText) || (!bStored && a.Happened() && Same(s, ORVTEXT("old"))));
      },
      {"!sBuf.ReserveSize (dwSize / sizeof (wchar_t) + 1)", "!sBuf.ReserveSize (dwSize / sizeof (char) + 1)"}},
-    {"settings narrow",
+    {"settings narrow and binary",
      [](CAttempt& a) {
-         return Gives(
-             a,
-             [] {
-                 char s[20];
-                 SetLQDWORDSettingA("Key", "Number", 5, 6);
-                 GetLQStringSettingA(nullptr, "Nothing", s, sizeof s, "default");
-                 return GetLQDWORDSettingA("Key", "Number", 6);
-             },
-             [](DWORD dw) { return dw == 5; });
+         return Gives(a, [] {
+             char s[20];
+             BYTE bytes[4] = {};
+             DWORD cbBytes = sizeof bytes;
+             SetLQDWORDSettingA("Key", "Number", 5, 6);
+             GetLQStringSettingA(nullptr, "Nothing", s, sizeof s, "default");
+             SetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), "abcd", 4);
+             GetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), bytes, &cbBytes);
+             return GetLQDWORDSettingA("Key", "Number", 6) == 5 && bytes[3] == 'd';
+         });
      }},
     {"ExpandPathW",
      [](CAttempt& a) {
@@ -447,17 +442,6 @@ constexpr Operation kOperations[] = {
          const End end = a([&] { ExpandPathA(sPath, sizeof sPath); });
          return end == End::Fine && (std::string_view(sPath) == "data\\x" || a.Happened());
      }},
-    {"settings binary",
-     [](CAttempt& a) {
-         const auto store = [] {
-             BYTE bytes[4] = {};
-             DWORD cbBytes = sizeof bytes;
-             SetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), "abcd", 4);
-             GetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), bytes, &cbBytes);
-             return bytes[3];
-         };
-         return Gives(a, store, [](BYTE b) { return b == 'd'; });
-     }},
     {"settings root",
      [](CAttempt& a) {
          const COrvStr sBefore = GetLQSettingsRootStr();
@@ -474,48 +458,39 @@ constexpr Operation kOperations[] = {
      [](CAttempt& a) {
          SetLQStringSettingW(ORVTEXT("Key"), ORVTEXT("Text"), kMiddle, nullptr);
          const Text sKey = Text(GetLQSettingsRootStr()) + ORVTEXT("\\Key");
-         const auto read = [&] {
+         return Gives(a, [&] {
              CRegKeyW key;
              WCHAR s[100] = {};
              ULONG nChars = 100;
              return key.Create(HKEY_CURRENT_USER, sKey.c_str(), KEY_READ | KEY_WRITE) == ERROR_SUCCESS &&
                     key.QueryStringValue(ORVTEXT("Text"), s, &nChars) == ERROR_SUCCESS && Same(s, kMiddle);
-         };
-         return Gives(a, read, [](bool b) { return b; });
+         });
      }},
     {"local times",
      [](CAttempt& a) {
-         const auto convert = [] {
+         return Gives(a, [] {
              WORD wYear, wMonth, wDay, wHour, wMinute, wSecond;
              LONG t = 0;
              return Timet2LocalYMD(1'700'000'000, &wYear, &wMonth, &wDay, &wHour, &wMinute, &wSecond) &&
                     LocalYMD2Timet(2023, 11, 14, 0, 0, 0, &t);
-         };
-         return Gives(a, convert, [](bool b) { return b; });
+         });
      }},
     {"timers",
      [](CAttempt& a) {
-         const auto measure = [] {
+         return Gives(a, [] {
              return COrvPrecisionTimer(5, true).GetMSDiff() >= 0 && !COrvTcTimer(0, true).IsExpired(1);
-         };
-         return Gives(a, measure, [](bool b) { return b; });
+         });
      }},
     {"times",
      [](CAttempt& a) {
-         return Gives(
-             a, [] { return COrvTime(1'700'000'000).FormatLocal(); },
-             [](const COrvStr& s) { return s.GetLength() > 5; });
-     }},
-    {"times read",
-     [](CAttempt& a) {
-         const COrvStr sText = COrvTime(1'700'000'000).FormatLocal();
-         return Gives(
-             a, [&] { return COrvTime().ParseLocal(sText); }, [](bool b) { return b; });
+         return Gives(a, [] {
+             const COrvStr sText = COrvTime(1'700'000'000).FormatLocal();
+             return sText.GetLength() > 5 && COrvTime().ParseLocal(sText);
+         });
      }},
     {"SetTimeZone",
      [](CAttempt& a) {
-         const bool bEnded = Gives(
-             a, [] { return SetTimeZone(ORVTEXT("Tokyo Standard Time")) == 0; }, [](bool b) { return b; });
+         const bool bEnded = Gives(a, [] { return SetTimeZone(ORVTEXT("Tokyo Standard Time")) == 0; });
          return SetTimeZone(nullptr) == 0 && bEnded;
      }},
     {"messages",
@@ -556,50 +531,20 @@ constexpr Operation kOperations[] = {
      }},
     {"throw of a host's",
      [](CAttempt& a) {
-         LONG iCode = 0;
-         const End end = a([&] {
-             try
-             {
-                 throw CLQExcept(5, 26005, LQSrcLocation{kLong.c_str(), 1});
-             }
-             catch (const CLQExcept& e)
-             {
-                 iCode = e.GetFile() != nullptr ? e.GetErrorCode() : 0;
-             }
-         });
-         return end == End::Fine && iCode == 5;
+         const LQSrcLocation location{kLong.c_str(), 1};
+         return CodeThrown<CLQExcept>(a, [&] { throw CLQExcept(5, 26005, location); }) == 5;
      }},
     {"LQThrowInvalidArg",
      [](CAttempt& a) {
-         bool bCaught = false;
-         a([&] {
-             try
-             {
-                 LQThrowInvalidArg(LQ_SRC_LOCATION);
-             }
-             catch (const CLQInvalidargExcept&)
-             {
-                 bCaught = true;
-             }
-         });
-         return bCaught;
+         const LONG iCode = CodeThrown<CLQInvalidargExcept>(a, [] { LQThrowInvalidArg(LQ_SRC_LOCATION); });
+         return iCode == E_INVALIDARG;
      }},
     {"LQThrowMemory",
      [](CAttempt& a) { return a([] { LQThrowMemory(LQ_SRC_LOCATION); }) == End::MemoryExcept; }},
     {"LQ_THROW",
      [](CAttempt& a) {
-         LONG iCode = 0;
-         const End end = a([&] {
-             try
-             {
-                 LQ_THROW(CLQComExcept, E_ABORT, 26005, LQ_SRC_LOCATION);
-             }
-             catch (const CLQComExcept& e)
-             {
-                 iCode = e.GetErrorCode();
-             }
-         });
-         return end == End::Fine && iCode == E_ABORT;
+         const auto refuse = [] { LQ_THROW(CLQComExcept, E_ABORT, 26005, LQ_SRC_LOCATION); };
+         return CodeThrown<CLQComExcept>(a, refuse) == E_ABORT;
      }},
     {"exceptions copied",
      [](CAttempt& a) {

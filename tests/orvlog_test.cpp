@@ -289,7 +289,7 @@ TEST_F(Log, ProcessLoggerWorksByPlainCalls)
 class RegistryLog : public Log
 {
 protected:
-    static void Set(HKEY hHive, const WCHAR* sName, const RegistryValue& value)
+    static void Set(HKEY hHive, const WCHAR* sName, const std::optional<RegistryValue>& value)
     {
         const WCHAR* const sKey = ORVTEXT("Software\\Orvanex\\Lumatrek\\TestLog");
         ASSERT_EQ(ERROR_SUCCESS, StoreValue(hHive, sKey, sName, value));
@@ -365,22 +365,21 @@ TEST_F(RegistryLog, NumbersOfTheKeyAreTheOptionsOfLogAndFile)
         Set(HKEY_CURRENT_USER, c.m_sValue, c.m_value);
         m_log.SetFlushLevel(0);
         ASSERT_TRUE(m_log.InitRegLog(ORVTEXT("TestLog"), nullptr));
+        std::map<Text, std::uint64_t> expected{{ORVTEXT("EventFlushLevel"), 0},
+                                               {ORVTEXT("EventMaxWaiting"), 64 << 20},
+                                               {ORVTEXT("EventMaxFileSize"), 0},
+                                               {ORVTEXT("EventKeepFiles"), 0},
+                                               {ORVTEXT("EventUTF8"), 0}};
+        expected[c.m_sValue] = c.m_nExpected;
         const std::map<Text, std::uint64_t> actual{
             {ORVTEXT("EventFlushLevel"), m_log.GetFlushLevel()},
             {ORVTEXT("EventMaxWaiting"), m_log.GetFileOption(lqfMaxWaiting)},
             {ORVTEXT("EventMaxFileSize"), m_log.GetFileOption(lqfMaxFileBytes)},
             {ORVTEXT("EventKeepFiles"), m_log.GetFileOption(lqfKeepFiles)},
             {ORVTEXT("EventUTF8"), m_log.GetFileOption(lqfUTF8)}};
-        for (const auto& [sName, nValue] : actual)
-            EXPECT_EQ(sName == c.m_sValue                   ? c.m_nExpected
-                      : sName == ORVTEXT("EventMaxWaiting") ? 64u << 20
-                                                            : 0u,
-                      nValue)
-                << c.m_nExpected;
+        EXPECT_EQ(expected, actual);
         m_log.ReleaseLog();
-        ASSERT_EQ(ERROR_SUCCESS,
-                  StoreValue(HKEY_CURRENT_USER, ORVTEXT("Software\\Orvanex\\Lumatrek\\TestLog"), c.m_sValue,
-                             std::nullopt));
+        Set(HKEY_CURRENT_USER, c.m_sValue, std::nullopt);
     }
 }
 

@@ -16,13 +16,6 @@
 namespace
 {
 
-/// Runs the body on a thread of its own, so that its message queue is empty.
-template <class Fn>
-void OnNewThread(Fn body)
-{
-    std::thread(body).join();
-}
-
 // ---- Single-thread guard ----
 
 TEST(CheckSingleThread, TellsOfASecondThreadInside)
@@ -32,16 +25,16 @@ TEST(CheckSingleThread, TellsOfASecondThreadInside)
     OCT::CCheckSingleThread check;
     const auto enter = [&] { const Start start(check); };
     enter();
-    OnNewThread(enter);
+    std::thread(enter).join();
     const Start start(check);
     {
         const Start nested(check);
         EXPECT_NO_REPORTS(capture);
-        OnNewThread(enter);
+        std::thread(enter).join();
         EXPECT_REPORTS(capture, {{"OCT::CCheckSingleThread::Start::Start", "dwOld == 0 || dwOld == dw", "",
                                   "syncutil"}});
     }
-    OnNewThread(enter);
+    std::thread(enter).join();
     EXPECT_NO_REPORTS(capture) << "the end of a nested guard ends both";
 }
 
@@ -172,7 +165,7 @@ TEST_F(MessageLoopWait, WakesForAnEvent)
 
 TEST_F(MessageLoopWait, LeavesAQuitForTheOuterLoop)
 {
-    OnNewThread([&] {
+    std::thread([&] { // whose message queue is empty
         const HANDLE handles[] = {m_hOff, m_hOff};
         PostQuitMessage(7);
         EXPECT_EQ(2, WaitEventWithMessageLoop(handles, 2, INFINITE, FALSE));
@@ -191,7 +184,8 @@ TEST_F(MessageLoopWait, LeavesAQuitForTheOuterLoop)
         EXPECT_EQ(7u, msg.wParam);
         EXPECT_EQ(-1, DoEvents(-1));
         EXPECT_EQ(258, WaitOneEventWithMessageLoop(m_hOff, 0));
-    });
+    })
+        .join();
 }
 
 TEST(ThPostMessage, NeedsAWindow)

@@ -9,8 +9,7 @@ class CLoadedLibrary
 public:
     /// Loads the file; throws std::runtime_error when the loader refuses it.
     explicit CLoadedLibrary(const std::string& sFile);
-    CLoadedLibrary(const CLoadedLibrary&) = delete;
-    CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
+    CLoadedLibrary(CLoadedLibrary&&) = delete;
     ~CLoadedLibrary();
 
     /// Asks the loader, as a program does.

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <memory>
 #include <thread>
 
 class COrvLog;
@@ -27,81 +26,54 @@ using InitLogger = bool ORVCALL(const WCHAR* sFormat, int nOptions);
 using LogText = void ORVCALL(unsigned nLevel, const char* sText);
 using InstallHandler = bool ORVCALL(COrvLog* pLog, DWORD nMilliseconds);
 
-class CLoadedLog
+} // namespace
+
+/// Loads the library, logs, and calls functions before the unload.
+ORV_CHILD(UnloadWithALog)
 {
-public:
-    explicit CLoadedLog(const std::filesystem::path& file)
+    const std::filesystem::path file = args.at(0);
+    for (int iLoad = 0; iLoad < kLoads; ++iLoad)
     {
+        const CLoadedLibrary library(ORV_LIBRARY_FILE);
+        const auto log = [&library] {
+            for (int i = 0; i < kLines; ++i)
+                library.Find<LogText>("LogStrExp")(1, "line");
+        };
         const std::string sBefore = ReadBytes(file);
-        m_library.Find<InitLogger>("InitFileProcessLogger")(file.string<WCHAR>().c_str(), 1);
-        Log();
+        library.Find<InitLogger>("InitFileProcessLogger")(file.string<WCHAR>().c_str(), 1);
+        log();
         // A thread that is ended before it has begun takes Wine with it.
         while (ReadBytes(file) == sBefore)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        Log();
-    }
-
-    void Log()
-    {
-        for (int i = 0; i < kLines; ++i)
-            m_library.Find<LogText>("LogStrExp")(1, "line");
-    }
-    void CatchCrashes() { m_library.Find<InstallHandler>("InstallLogCrashHandler")(nullptr, 100); }
-    void Call(const char* sFunction) { m_library.Find<Plain>(sFunction)(); }
-
-private:
-    CLoadedLibrary m_library{ORV_LIBRARY_FILE};
-};
-
-struct COrder
-{
-    const char* m_sName;
-    int m_nLines; ///< of each load
-    void (*m_pfnEnd)(CLoadedLog& log);
-} const g_orders[] = {
-    {"unload", 2 * kLines, [](CLoadedLog&) {}},
-    {"crash handler, unload", 2 * kLines, [](CLoadedLog& log) { log.CatchCrashes(); }},
-    {"release, unload", 2 * kLines, [](CLoadedLog& log) { log.Call("ReleaseProcessLogger"); }},
-    {"teardown, unload", 2 * kLines, [](CLoadedLog& log) { log.Call("UninitOrvComTypes"); }},
-    {"teardown, release, unload", 2 * kLines,
-     [](CLoadedLog& log) {
-         log.Call("UninitOrvComTypes");
-         log.Call("ReleaseProcessLogger");
-     }},
-    {"final release, teardown, more lines, unload", 3 * kLines,
-     [](CLoadedLog& log) {
-         log.Call("SetFinalRelease");
-         log.Call("UninitOrvComTypes");
-         log.Log();
-     }},
-    {"release, teardown, unload", 2 * kLines,
-     [](CLoadedLog& log) {
-         log.Call("ReleaseProcessLogger");
-         log.Call("UninitOrvComTypes");
-     }},
-};
-
-} // namespace
-
-ORV_CHILD(UnloadWithALog)
-{
-    for (int i = 0; i < kLoads; ++i)
-    {
-        CLoadedLog log(args.at(1));
-        g_orders[std::stoi(args.at(0))].m_pfnEnd(log);
+        log();
+        for (std::size_t i = 1; i < args.size(); ++i)
+            if (args[i] == "LogStrExp")
+                log();
+            else if (args[i] == "InstallLogCrashHandler")
+                library.Find<InstallHandler>("InstallLogCrashHandler")(nullptr, 100);
+            else
+                library.Find<Plain>(args[i])();
     }
     return 7;
 }
 
 TEST(LogUnload, LosesNothingInAnyOrder)
 {
-    for (std::size_t i = 0; i < std::size(g_orders); ++i)
+    const ChildArguments orders[] = {{},
+                                     {"InstallLogCrashHandler"},
+                                     {"ReleaseProcessLogger"},
+                                     {"UninitOrvComTypes"},
+                                     {"UninitOrvComTypes", "ReleaseProcessLogger"},
+                                     {"SetFinalRelease", "UninitOrvComTypes", "LogStrExp"},
+                                     {"ReleaseProcessLogger", "UninitOrvComTypes"}};
+    for (const ChildArguments& order : orders)
     {
-        SCOPED_TRACE(g_orders[i].m_sName);
+        SCOPED_TRACE(testing::PrintToString(order));
         const CTempDir dir;
         const auto file = dir / "log.txt";
-        EXPECT_EQ(7, CChildProcess("UnloadWithALog", {std::to_string(i), file.string()}).Wait().m_iExitCode);
+        EXPECT_EQ(7, CChildProcess("UnloadWithALog", Joined({file.string()}, order)).Wait().m_iExitCode);
         const std::string sText = ReadBytes(file);
-        EXPECT_EQ(kLoads * g_orders[i].m_nLines, std::count(sText.begin(), sText.end(), '\n'));
+        const int nTimes = 2 + static_cast<int>(std::ranges::count(order, "LogStrExp"));
+        EXPECT_EQ(kLoads * kLines * nTimes, std::ranges::count(sText, '\n'));
     }
 }

@@ -8,6 +8,7 @@
 #include "support/child_process.h"
 #include "support/forked.h"
 #include "support/heap.h"
+#include "support/random.h"
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
 #include "support/text.h"
@@ -45,26 +46,16 @@ unsigned Cores()
     return std::max(2u, std::thread::hardware_concurrency());
 }
 
-class CRandom
-{
-public:
-    explicit CRandom(unsigned nSeed) : m_engine(nSeed) {}
-    unsigned operator()() { return static_cast<unsigned>(m_engine()); }
-
-private:
-    std::mt19937 m_engine;
-};
-
 /// What one party does again and again until the time is over; true when it went well.
 struct CParty
 {
     const char* m_sName;
-    bool (*m_work)(CRandom& random);
+    bool (*m_work)(CTestRandom& random);
     std::atomic<std::uint64_t> m_nDone = 0, m_nFailed = 0;
 
     void RunUntil(const std::atomic<bool>& bEnd, unsigned nSeed)
     {
-        for (CRandom random(nSeed); !bEnd; ++m_nDone)
+        for (CTestRandom random(nSeed); !bEnd; ++m_nDone)
             m_nFailed += !m_work(random);
     }
 };
@@ -75,7 +66,7 @@ std::uint64_t Pair(std::uint32_t n)
     return std::uint64_t{n} << 32 | static_cast<std::uint32_t>(~n);
 }
 
-bool ReadSettings(CRandom& random)
+bool ReadSettings(CTestRandom& random)
 {
     static std::atomic<std::uint32_t> s_nLast = 0;
     const std::uint32_t nBefore = s_nLast;
@@ -109,7 +100,7 @@ void OwnLanguages()
     EXPECT_TRUE(CResourceHandler::SetLanguage(kLanguages[0]));
 }
 
-bool SwitchLanguages(CRandom& random)
+bool SwitchLanguages(CTestRandom& random)
 {
     static std::map<std::size_t, Text> s_texts; // of this party's one thread
     const std::size_t i = random() % 3;
@@ -120,7 +111,7 @@ bool SwitchLanguages(CRandom& random)
     return s_texts.try_emplace(i, sText).first->second == sText && sText.size() > 5;
 }
 
-bool BuildStatements(CRandom& random)
+bool BuildStatements(CTestRandom& random)
 {
     Text name;
     for (unsigned n = random() % 300; n > 0; --n)
@@ -128,17 +119,15 @@ bool BuildStatements(CRandom& random)
     const auto n = static_cast<int>(random());
     COrvSQLStr sql(ORVTEXT("INSERT INTO t VALUES ("));
     sql& n& ORVTEXT(",") & NVARCHAR{name.c_str(), 0, 4000} & ORVTEXT(")");
-    Text expected = ORVTEXT("INSERT INTO t VALUES (");
-    for (const char c : std::to_string(n))
-        expected += static_cast<WCHAR>(c);
-    expected += ORVTEXT(",N'");
+    const std::string sNumber = std::to_string(n);
+    Text expected = ORVTEXT("INSERT INTO t VALUES (") + Text(sNumber.begin(), sNumber.end()) + ORVTEXT(",N'");
     for (const WCHAR c : name)
         expected += c == '\'' ? Text(2, c) : Text(1, c);
     return TextOf(sql) == expected + ORVTEXT("')");
 }
 
 /// Texts go from thread to thread, and each of them to other threads' arrays.
-bool ShareTexts(CRandom& random)
+bool ShareTexts(CTestRandom& random)
 {
     static std::mutex s_mutex;
     static COrvStr s_sShared;
@@ -165,7 +154,7 @@ bool ShareTexts(CRandom& random)
            TextOf(CLQMessage(message).Format(ORVTEXT("%1"))) == sTime;
 }
 
-bool LoadPlugin(CRandom&)
+bool LoadPlugin(CTestRandom&)
 {
     const CLoadedLibrary plugin(ORV_PLUGIN_FILE);
     const bool bWorked = plugin.Find<PluginWork>("Work")();
@@ -173,7 +162,7 @@ bool LoadPlugin(CRandom&)
     return bWorked;
 }
 
-bool Fork(CRandom&)
+bool Fork(CTestRandom&)
 {
     return RunForked([] {
         COrvSQLStr sql;

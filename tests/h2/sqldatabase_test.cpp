@@ -70,11 +70,8 @@ public:
     void Add(const COrvSQLStr& sql, const std::string& sAnswer)
     {
         const TextView text(sql);
-        WriteBigEndian(text.size(), 4);
-        for (const WCHAR c : text)
-            WriteBigEndian(c, 2);
-        m_expected.push_back(
-            {std::string(text.begin(), text.begin() + std::min<std::size_t>(text.size(), 300)), sAnswer});
+        m_statements << Answer(text).substr(1) << '\n';
+        m_expected.push_back({Text(text.substr(0, 300)), sAnswer});
     }
     void Add(const WCHAR* sql, const std::string& sAnswer = {}) { Add(COrvSQLStr(sql), sAnswer); }
 
@@ -93,25 +90,14 @@ public:
         {
             std::string sLine;
             ASSERT_TRUE(std::getline(answers, sLine));
-            EXPECT_EQ(sAnswer, sLine) << sStatement;
+            EXPECT_EQ(sAnswer, sLine) << testing::PrintToString(sStatement);
         }
     }
 
 private:
-    void WriteBigEndian(std::uint64_t n, int iBytes)
-    {
-        for (int i = iBytes; i > 0; --i)
-            m_statements.put(static_cast<char>(n >> (8 * (i - 1))));
-    }
-
-    struct CExpected
-    {
-        std::string m_sStatement, m_sAnswer;
-    };
-
     std::filesystem::path m_statementFile, m_answerFile;
     std::ofstream m_statements;
-    std::vector<CExpected> m_expected;
+    std::vector<std::pair<Text, std::string>> m_expected; // statements, as far as they are shown, and answers
 };
 
 Text RandomText(CTestRandom& random)

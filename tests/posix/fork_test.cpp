@@ -3,6 +3,7 @@
 #include "support/child_process.h"
 #include "support/forked.h"
 #include "support/meeting.h"
+#include "support/test_environment.h"
 #include "support/text.h"
 
 #include <gtest/gtest.h>
@@ -51,9 +52,7 @@ ORV_CHILD(ForkAtFirstUse)
 
 TEST(Fork, ChildrenUseWhatAnotherThreadWasJustMaking)
 {
-#ifdef ORV_TEST_SANITIZED
-    GTEST_SKIP() << "the sanitizers' own locks are not made whole in a forked child";
-#endif
+    ORV_SKIP_SANITIZED("the sanitizers' own locks are not made whole in a forked child");
     for (std::size_t i = 0; i < std::size(kFirstUses); ++i)
         for (int n = 0; n < 10; ++n)
         {
@@ -96,9 +95,7 @@ ORV_CHILD(ForkWhileComparing)
 
 TEST(Fork, ChildrenEndWhileOtherThreadsCompared)
 {
-#ifdef ORV_TEST_SANITIZED
-    GTEST_SKIP() << "the sanitizers' own locks are not made whole in a forked child";
-#endif
+    ORV_SKIP_SANITIZED("the sanitizers' own locks are not made whole in a forked child");
     const ChildResult result = CChildProcess("ForkWhileComparing").Wait();
     EXPECT_EQ(0, result.m_iExitCode) << result.m_sOutput;
 }
@@ -106,9 +103,7 @@ TEST(Fork, ChildrenEndWhileOtherThreadsCompared)
 /// Threads that make and drop texts all the time, so that forks fall into that.
 TEST(Fork, ChildrenMakeTextsWhileOtherThreadsDid)
 {
-#ifdef ORV_TEST_SANITIZED
-    GTEST_SKIP() << "the sanitizers' own locks are not made whole in a forked child";
-#endif
+    ORV_SKIP_SANITIZED("the sanitizers' own locks are not made whole in a forked child");
     std::atomic<bool> bStop = false;
     std::vector<std::jthread> threads;
     for (int i = 0; i < 3; ++i)

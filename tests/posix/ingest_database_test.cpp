@@ -19,19 +19,7 @@ protected:
 
     std::string Shell(const std::string& sScript, const ChildArguments& more = {})
     {
-        ChildArguments args{"-c", sScript, "sh"};
-        args.insert(args.end(), more.begin(), more.end());
-        return CChildProcess(ChildProgram{"/bin/sh"}, args).Wait().m_sOutput;
-    }
-
-    /// Starts the service so that its first line of output is its process id.
-    std::unique_ptr<CChildProcess> Start(const ChildArguments& args, pid_t& pid)
-    {
-        ChildArguments all{"-c", "echo $$; exec \"$@\"", "sh", IngestProgram().m_Path.string()};
-        all.insert(all.end(), args.begin(), args.end());
-        auto child = std::make_unique<CChildProcess>(ChildProgram{"/bin/sh"}, all);
-        pid = std::stoi(child->ReadLine());
-        return child;
+        return CChildProcess(ChildProgram{"/bin/sh"}, Joined({"-c", sScript, "sh"}, more)).Wait().m_sOutput;
     }
 
     /// Whether each of the events 0 to \p nCount - 1 is stored once.
@@ -144,8 +132,7 @@ TEST_F(IngestDatabaseTest, AnUnusableDatabaseDialectOrLogFolderEndsTheRun)
 TEST_F(IngestDatabaseTest, FollowsAcrossRotationAndSurvivesAKill)
 {
     WriteBytes(m_Input, Events(0, 10));
-    pid_t pid = 0;
-    auto child = Start(Arguments({"--follow"}), pid);
+    auto child = std::make_unique<CChildProcess>(IngestProgram(), Arguments({"--follow"}));
     EXPECT_EQ("ingest: 10 lines read, 10 events stored; waiting for more", child->ReadLine());
     const auto append = [&](const std::string& sText) {
         std::ofstream(m_Input, std::ios::app | std::ios::binary) << sText;
@@ -166,9 +153,9 @@ TEST_F(IngestDatabaseTest, FollowsAcrossRotationAndSurvivesAKill)
 
     // The file holds the last five; the former one is no longer where it was.
     std::filesystem::remove(m_Dir / "packages.log.1");
-    child = Start(Arguments({"--follow", "--source", "other"}), pid);
+    child = std::make_unique<CChildProcess>(IngestProgram(), Arguments({"--follow", "--source", "other"}));
     EXPECT_EQ("ingest: 5 lines read, 5 events stored; waiting for more", child->ReadLine());
-    kill(pid, SIGTERM);
+    kill(static_cast<pid_t>(child->Process()), SIGTERM);
     EXPECT_EQ(143, child->Wait().m_iExitCode);
 }
 
@@ -179,13 +166,12 @@ TEST_F(IngestDatabaseTest, SignalsEndTheRunInOrder)
         const std::string sSource = "signal" + std::to_string(iSignal);
         m_Input = m_Dir / sSource;
         mkfifo(m_Input.c_str(), 0600);
-        pid_t pid = 0;
-        const auto child = Start(Arguments({"--follow", "--batch", "7"}), pid);
+        CChildProcess child(IngestProgram(), Arguments({"--follow", "--batch", "7"}));
         std::ofstream writer(m_Input, std::ios::binary);
         writer << Events(0, 500) << std::flush;
-        child->ReadLine(); // it is at work
-        kill(pid, iSignal);
-        const ChildResult result = child->Wait();
+        child.ReadLine(); // it is at work
+        kill(static_cast<pid_t>(child.Process()), iSignal);
+        const ChildResult result = child.Wait();
         EXPECT_EQ(iExit, result.m_iExitCode) << result.m_sOutput;
         const std::string sStored =
             Sql("SELECT COUNT(*) FROM package_event WHERE log_name = '" + sSource + "'");
@@ -203,9 +189,7 @@ TEST_F(IngestDatabaseTest, RecordsThatDoNotFitOnTheDiskAreCounted)
     WriteBytes(m_Input, Events(0, 2000));
     const std::string sScript = "truncate -s 100M \"$1\"; shift; trap '' XFSZ; "
                                 "prlimit --fsize=$((100 * 1024 * 1024 + 50000)) -- \"$@\"; echo status $?";
-    ChildArguments args = Arguments();
-    args.insert(args.begin(), {sFile, IngestProgram().m_Path.string()});
-    const std::string sOutput = Shell(sScript, args);
+    const auto sOutput = Shell(sScript, Joined({sFile, IngestProgram().m_Path.string()}, Arguments()));
     EXPECT_TRUE(Has(sOutput, "status 1\n"));
     EXPECT_TRUE(Has(sOutput, "log lost:"));
     EXPECT_TRUE(EachStoredOnce(2000));
@@ -221,9 +205,7 @@ TEST_F(IngestDatabaseTest, TheReportIsATableAndAPageOfCharts)
     Ingest(IngestPartly, Events(0, 3) + "2024-05-06 07:08:11 purge </script><b>x:all 1 <none>\n"
                                         "2024-05-07 07:08:11 install :all 1 <none>\n");
     const auto page = m_Dir / "page.html";
-    ChildArguments args = report;
-    args.insert(args.end(), {"--html", page.string()});
-    const auto sTable = Run(IngestDone, args);
+    const auto sTable = Run(IngestDone, Joined(report, {"--html", page.string()}));
     EXPECT_TRUE(Has(sTable, "4 events"));
     EXPECT_TRUE(Has(sTable, "2024-05-06        3        1"));
     EXPECT_TRUE(Has(sTable, "5 statements succeeded, 1 failed")); // the table's creation too

@@ -7,8 +7,6 @@
 #include <signal.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cctype>
 #include <functional>
 #include <iterator>
 
@@ -78,33 +76,24 @@ protected:
         s_pMariaDB.reset();
     }
 
-    void SetUp() override
-    {
-#ifdef ORV_TEST_SANITIZED
-        GTEST_SKIP() << "the servers are tested by the target linux alone";
-#endif
-    }
+    void SetUp() override { ORV_SKIP_SANITIZED("the servers are tested by the target linux alone"); }
 
-    // Started by the first test that wants them.
-    static CPostgreSQL& PostgreSQL()
+    /// The first test that wants it starts it.
+    template <class Server>
+    static Server& Started(std::unique_ptr<Server>& pServer)
     {
-        if (s_pPostgreSQL == nullptr)
-            s_pPostgreSQL = std::make_unique<CPostgreSQL>();
-        return *s_pPostgreSQL;
+        if (pServer == nullptr)
+            pServer = std::make_unique<Server>();
+        return *pServer;
     }
-    static CMariaDB& MariaDB()
-    {
-        if (s_pMariaDB == nullptr)
-            s_pMariaDB = std::make_unique<CMariaDB>();
-        return *s_pMariaDB;
-    }
+    static CPostgreSQL& PostgreSQL() { return Started(s_pPostgreSQL); }
+    static CMariaDB& MariaDB() { return Started(s_pMariaDB); }
 
     ChildArguments ServerArguments(const std::string& sConnect, const ChildArguments& more = {}) const
     {
-        ChildArguments args{"--connect", sConnect, "--log-dir", (m_Dir / "log").string(), "--threads", "4"};
-        args.insert(args.end(), more.begin(), more.end());
-        args.push_back(m_Input.string());
-        return args;
+        const auto sLogs = (m_Dir / "log").string();
+        const ChildArguments args{"--connect", sConnect, "--log-dir", sLogs, "--threads", "4"};
+        return Joined(Joined(args, more), {m_Input.string()});
     }
 
     /// Both servers, for what is to hold with each.
@@ -126,12 +115,9 @@ protected:
                                                                    : testing::AssertionFailure() << sFound;
     }
 
-    static std::unique_ptr<CPostgreSQL> s_pPostgreSQL;
-    static std::unique_ptr<CMariaDB> s_pMariaDB;
+    static inline std::unique_ptr<CPostgreSQL> s_pPostgreSQL;
+    static inline std::unique_ptr<CMariaDB> s_pMariaDB;
 };
-
-std::unique_ptr<CPostgreSQL> IngestServerTest::s_pPostgreSQL;
-std::unique_ptr<CMariaDB> IngestServerTest::s_pMariaDB;
 
 } // namespace
 
@@ -193,7 +179,7 @@ TEST_F(IngestServerTest, StatementsForSqlServerAreReadByADatabaseOfItsDialect)
         "action NVARCHAR(99), state NVARCHAR(99), package NVARCHAR(999), arch NVARCHAR(99),"
         "version_from NVARCHAR(999), version_to NVARCHAR(999));\n";
     sScript += sStatements + sStatements; // each is stored once
-    sScript += "SELECT RAWTOHEX(STRINGTOUTF8(package)) || '|' || RAWTOHEX(STRINGTOUTF8(version_to)) "
+    sScript += "SELECT UPPER(RAWTOHEX(STRINGTOUTF8(package)) || '|' || RAWTOHEX(STRINGTOUTF8(version_to))) "
                "FROM package_event ORDER BY event_order;\n";
     WriteBytes(m_Dir / "script.sql", sScript);
     const std::string sOutput =
@@ -206,11 +192,9 @@ TEST_F(IngestServerTest, StatementsForSqlServerAreReadByADatabaseOfItsDialect)
     std::string sFound;
     for (auto n = sOutput.find("--> "); n != sOutput.npos; n = sOutput.find("--> ", n + 1))
         sFound += sOutput.substr(n + 4, sOutput.find('\n', n) - n - 3);
-    std::string sExpected = log.m_sExpected;
-    std::ranges::transform(sFound, sFound.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    EXPECT_TRUE(sFound == sExpected) << sOutput.substr(
-        sOutput.find("Exception") == sOutput.npos ? 0 : sOutput.find("Exception"), 500);
+    const auto nException = sOutput.find("Exception");
+    EXPECT_TRUE(sFound == log.m_sExpected)
+        << sOutput.substr(nException == sOutput.npos ? 0 : nException, 500);
 }
 #endif
 

@@ -6,12 +6,7 @@
 
 #include <ctime>
 
-namespace
-{
-
-__time64_t g_tNow;
-
-} // namespace
+static __time64_t g_tNow;
 
 TEST(LogPeriod, FollowsTheLocalDay)
 {

@@ -21,14 +21,8 @@ int RunAsChild(const std::string& sName, const ChildArguments& args)
     return Bodies().at(sName)(args);
 }
 
-static ChildArguments BodyArguments(const std::string& sName, ChildArguments args)
-{
-    args.insert(args.begin(), {std::string(kChildSwitch), sName});
-    return args;
-}
-
 CChildProcess::CChildProcess(const std::string& sName, const ChildArguments& args)
-    : CChildProcess(ChildProgram{TestProgram()}, BodyArguments(sName, args))
+    : CChildProcess(ChildProgram{TestProgram()}, Joined({std::string(kChildSwitch), sName}, args))
 {
 }
 

@@ -11,6 +11,12 @@
 using ChildArguments = std::vector<std::string>; ///< UTF-8
 inline constexpr std::string_view kChildSwitch = "--child";
 
+inline ChildArguments Joined(ChildArguments args, const ChildArguments& more)
+{
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+}
+
 struct ChildResult
 {
     int m_iExitCode = 0;   ///< on POSIX minus the signal's number when a signal ended the process
@@ -36,8 +42,7 @@ class CChildProcess
 public:
     explicit CChildProcess(const std::string& sName, const ChildArguments& args = {});
     explicit CChildProcess(const ChildProgram& program, const ChildArguments& args = {});
-    CChildProcess(const CChildProcess&) = delete;
-    CChildProcess& operator=(const CChildProcess&) = delete;
+    CChildProcess(CChildProcess&&) = delete;
     /// Kills the process when it still runs.
     ~CChildProcess();
 

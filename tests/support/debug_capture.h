@@ -8,8 +8,7 @@ class CDebugCapture
 {
 public:
     CDebugCapture();
-    CDebugCapture(const CDebugCapture&) = delete;
-    CDebugCapture& operator=(const CDebugCapture&) = delete;
+    CDebugCapture(CDebugCapture&&) = delete;
     ~CDebugCapture();
 
     /// The text since construction or the last Take(), in UTF-8 where the system keeps it.

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <cstdio>
 #include <thread>
 
 namespace
@@ -82,8 +81,6 @@ void HangNow()
 {
     if (!FailsNow(FaultyCall::HangingSync))
         return;
-    std::puts("in a flush");
-    std::fflush(stdout);
     for (;;)
         std::this_thread::sleep_for(std::chrono::hours(1));
 }

@@ -13,7 +13,7 @@ enum class FaultyCall
     Allocation,
     Open,        ///< no handle is left
     Sync,        ///< the disk reports an error
-    HangingSync, ///< prints a line "in a flush" and never comes back
+    HangingSync, ///< never comes back
     CutOffWrite, ///< puts all at the end of a file and goes on behind RunUntilCutOff
     SlowWrite,   ///< POSIX only: what is put at the end of a file takes a fifth of a second
     ThreadStart,
@@ -27,8 +27,7 @@ class CFault
 {
 public:
     explicit CFault(FaultyCall call, unsigned nFirst = 1, bool bLasts = true);
-    CFault(const CFault&) = delete;
-    CFault& operator=(const CFault&) = delete;
+    CFault(CFault&&) = delete;
     ~CFault();
 
     /// Whether a call has failed yet.
@@ -55,8 +54,7 @@ class CFrozenClock
 {
 public:
     explicit CFrozenClock(std::chrono::nanoseconds sinceStart) { Set(sinceStart); }
-    CFrozenClock(const CFrozenClock&) = delete;
-    CFrozenClock& operator=(const CFrozenClock&) = delete;
+    CFrozenClock(CFrozenClock&&) = delete;
     ~CFrozenClock() { Set({}); }
     void Set(std::chrono::nanoseconds sinceStart);
 };
@@ -66,8 +64,7 @@ class CDeniedFile
 {
 public:
     explicit CDeniedFile(const std::filesystem::path& file);
-    CDeniedFile(const CDeniedFile&) = delete;
-    CDeniedFile& operator=(const CDeniedFile&) = delete;
+    CDeniedFile(CDeniedFile&&) = delete;
     ~CDeniedFile();
 
 private:
@@ -85,8 +82,7 @@ class CFileLimit
 {
 public:
     explicit CFileLimit(std::size_t nBytes);
-    CFileLimit(const CFileLimit&) = delete;
-    CFileLimit& operator=(const CFileLimit&) = delete;
+    CFileLimit(CFileLimit&&) = delete;
     ~CFileLimit();
 };
 
@@ -96,8 +92,7 @@ class CSmallDisk
 {
 public:
     CSmallDisk(const std::filesystem::path& folder, unsigned nKB);
-    CSmallDisk(const CSmallDisk&) = delete;
-    CSmallDisk& operator=(const CSmallDisk&) = delete;
+    CSmallDisk(CSmallDisk&&) = delete;
     ~CSmallDisk();
     /// Not everybody may mount one.
     bool IsMounted() const { return m_bMounted; }
@@ -112,8 +107,7 @@ class CHeldLock
 {
 public:
     explicit CHeldLock(const std::filesystem::path& file);
-    CHeldLock(const CHeldLock&) = delete;
-    CHeldLock& operator=(const CHeldLock&) = delete;
+    CHeldLock(CHeldLock&&) = delete;
     ~CHeldLock();
 
 private:
@@ -126,7 +120,7 @@ private:
 bool FailsNow(FaultyCall call);
 /// Where such calls have begun to fail and go on: a number that no other fault has; else 0.
 unsigned FaultThatLasts(FaultyCall call);
-/// A call that prints the line and never comes back when it must hang.
+/// A call that never comes back when it must hang.
 void HangNow();
 /// A call that goes on behind RunUntilCutOff when it must.
 void CutOffNow();

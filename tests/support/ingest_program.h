@@ -65,10 +65,8 @@ protected:
     /// The arguments for the embedded database and the input file, with others between.
     ChildArguments Arguments(const ChildArguments& more = {}) const
     {
-        ChildArguments args{"--database", m_Database.string(), "--log-dir", (m_Dir / "log").string()};
-        args.insert(args.end(), more.begin(), more.end());
-        args.push_back(Name(m_Input));
-        return args;
+        const ChildArguments args{"--database", m_Database.string(), "--log-dir", (m_Dir / "log").string()};
+        return Joined(Joined(args, more), {Name(m_Input)});
     }
 
     /// Writes the lines to the input file and runs the service on it.

@@ -12,8 +12,7 @@ class CZone
 {
 public:
     explicit CZone(const WCHAR* sName) { EXPECT_EQ(0, SetTimeZone(sName)); }
-    CZone(const CZone&) = delete;
-    CZone& operator=(const CZone&) = delete;
+    CZone(CZone&&) = delete;
     ~CZone() { SetTimeZone(nullptr); }
 };
 

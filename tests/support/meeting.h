@@ -12,8 +12,7 @@ class CMeeting
 {
 public:
     explicit CMeeting(unsigned nThreads) : m_nMissing(nThreads) {}
-    CMeeting(const CMeeting&) = delete;
-    CMeeting& operator=(const CMeeting&) = delete;
+    CMeeting(CMeeting&&) = delete;
     ~CMeeting() { CloseHandle(m_hAllCame); }
 
     void ArriveAndWait()

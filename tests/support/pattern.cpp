@@ -32,13 +32,6 @@ std::string Replaced(const std::string& sText, const char* sPattern, const char*
     return std::regex_replace(sText, Compiled(sPattern), sWith);
 }
 
-std::vector<std::string> GroupsOf(const std::string& sText, const char* sPattern)
-{
-    std::smatch match;
-    std::regex_match(sText, match, Compiled(sPattern));
-    return {match.begin(), match.end()};
-}
-
 std::vector<std::vector<std::string>> PartsThatFit(const std::string& sText, const char* sPattern)
 {
     std::vector<std::vector<std::string>> parts;

@@ -11,7 +11,5 @@ bool Fits(const std::string& sText, const char* sPattern);
 bool Contains(const std::string& sText, const char* sPattern);
 /// The text with all parts that fit replaced; "$1" is a group of the part.
 std::string Replaced(const std::string& sText, const char* sPattern, const char* sWith);
-/// The whole text, followed by its groups; empty when it does not fit.
-std::vector<std::string> GroupsOf(const std::string& sText, const char* sPattern);
 /// Each part that fits, followed by its groups.
 std::vector<std::vector<std::string>> PartsThatFit(const std::string& sText, const char* sPattern);

@@ -10,12 +10,12 @@ namespace
 
 CapturedReport ParseLine(const std::string& sLine)
 {
-    constexpr const char* sForm = R"(\d{4}-\d\d-\d\d [ \d]\d:\d\d:\d\d (.*)\(\d+\) \$\$\$ in function )"
-                                  R"('(.*?)'(?:, (\d+|0x[0-9A-F]{8}))?!(?: Message: ([\s\S]*))?)";
-    auto groups = GroupsOf(sLine, sForm);
-    EXPECT_FALSE(groups.empty()) << "not a report: " << sLine;
-    groups.resize(5);
-    return {sLine, groups[1], groups[2], groups[3], groups[4]};
+    constexpr const char* sForm = R"(^\d{4}-\d\d-\d\d [ \d]\d:\d\d:\d\d (.*)\(\d+\) \$\$\$ in function )"
+                                  R"('(.*?)'(?:, (\d+|0x[0-9A-F]{8}))?!(?: Message: ([\s\S]*))?$)";
+    auto parts = PartsThatFit(sLine, sForm);
+    EXPECT_FALSE(parts.empty()) << "not a report: " << sLine;
+    parts.resize(1, std::vector<std::string>(5));
+    return {sLine, parts[0][1], parts[0][2], parts[0][3], parts[0][4]};
 }
 
 bool Agrees(const std::string& sActual, const char* sExpected)

@@ -18,8 +18,7 @@ public:
         m_path = TestRoot() / ("dir " + std::to_string(s_iNext++));
         std::filesystem::create_directory(m_path);
     }
-    CTempDir(const CTempDir&) = delete;
-    CTempDir& operator=(const CTempDir&) = delete;
+    CTempDir(CTempDir&&) = delete;
     ~CTempDir()
     {
         std::error_code ignored;

@@ -18,6 +18,13 @@ std::filesystem::path TestProgram();
 /// Sets an environment variable as the library sees it; null removes it.
 void SetTestVariable(const char* sName, const char* sValue);
 
+/// Skips the current test where the sanitizers look on, and prints why.
+#ifdef ORV_TEST_SANITIZED
+#define ORV_SKIP_SANITIZED(reason) GTEST_SKIP() << reason
+#else
+#define ORV_SKIP_SANITIZED(reason) static_cast<void>(0)
+#endif
+
 /// Turns off what would stop an unattended process (dialogs of the runtime after an abort).
 void PrepareTestProcess();
 
@@ -31,8 +38,7 @@ class CTestEnvironment
 {
 public:
     CTestEnvironment();
-    CTestEnvironment(const CTestEnvironment&) = delete;
-    CTestEnvironment& operator=(const CTestEnvironment&) = delete;
+    CTestEnvironment(CTestEnvironment&&) = delete;
     ~CTestEnvironment();
 };
 
@@ -41,8 +47,7 @@ class CVariableGuard
 {
 public:
     CVariableGuard(const char* sName, const char* sValue);
-    CVariableGuard(const CVariableGuard&) = delete;
-    CVariableGuard& operator=(const CVariableGuard&) = delete;
+    CVariableGuard(CVariableGuard&&) = delete;
     ~CVariableGuard();
 
 private:

@@ -8,7 +8,6 @@ class CTestRegistry
 {
 public:
     CTestRegistry();
-    CTestRegistry(const CTestRegistry&) = delete;
-    CTestRegistry& operator=(const CTestRegistry&) = delete;
+    CTestRegistry(CTestRegistry&&) = delete;
     ~CTestRegistry();
 };

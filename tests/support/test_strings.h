@@ -25,8 +25,7 @@ public:
                                    LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE))
     {
     }
-    CTestResources(const CTestResources&) = delete;
-    CTestResources& operator=(const CTestResources&) = delete;
+    CTestResources(CTestResources&&) = delete;
     ~CTestResources() { EXPECT_TRUE(m_hModule == nullptr || FreeLibrary(m_hModule)); }
 
     operator HMODULE() const { return m_hModule; }
@@ -44,7 +43,6 @@ public:
         CResourceHandler::SetOwner(nullptr, ORVTEXT("test_strings"), 1, 0);
         EXPECT_TRUE(CResourceHandler::SetLanguage(ORVTEXT("en")));
     }
-    CCurrentTestResources(const CCurrentTestResources&) = delete;
-    CCurrentTestResources& operator=(const CCurrentTestResources&) = delete;
+    CCurrentTestResources(CCurrentTestResources&&) = delete;
     ~CCurrentTestResources() { CResourceHandler::DestroyGlobal(); }
 };

@@ -39,9 +39,7 @@ ORV_CHILD(UnloadWhileThePipeIsFull)
 
 TEST(BlockedUnload, NeitherHangsNorCrashes)
 {
-#ifdef ORV_TEST_SANITIZED
-    GTEST_SKIP() << "the sanitizers hold signals back";
-#endif
+    ORV_SKIP_SANITIZED("the sanitizers hold signals back");
     const CTempDir dir;
     const auto pipe = dir / "pipe.txt";
     ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));

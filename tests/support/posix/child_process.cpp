@@ -13,8 +13,7 @@ extern char** environ;
 
 CChildProcess::CChildProcess(const ChildProgram& program, const ChildArguments& args)
 {
-    std::vector<std::string> texts{program.m_Path.string()};
-    texts.insert(texts.end(), args.begin(), args.end());
+    ChildArguments texts = Joined({program.m_Path.string()}, args);
     std::vector<char*> argv;
     for (auto& sText : texts)
         argv.push_back(sText.data());

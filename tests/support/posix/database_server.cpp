@@ -37,8 +37,7 @@ ChildArguments CDatabaseServer::AsUser(const ChildArguments& command) const
     ChildArguments all{"env", "TMPDIR=" + m_Folder.string(), "setpriv", "--pdeathsig", "QUIT"};
     if (getuid() == 0)
         all.insert(all.end(), {"--reuid", kUserName, "--regid", std::to_string(kUserId), "--clear-groups"});
-    all.insert(all.end(), command.begin(), command.end());
-    return all;
+    return Joined(all, command);
 }
 
 std::string CDatabaseServer::Run(const ChildArguments& command)
@@ -56,11 +55,7 @@ std::string CDatabaseServer::RunAsUser(const ChildArguments& command) const
 
 void CDatabaseServer::Start()
 {
-    ChildArguments args{"-c", "echo $$; exec \"$@\"", "sh"};
-    const ChildArguments server = AsUser(ServerCommand());
-    args.insert(args.end(), server.begin(), server.end());
-    m_pProcess = std::make_unique<CChildProcess>(ChildProgram{"/bin/sh"}, args);
-    m_pid = std::stoi(m_pProcess->ReadLine());
+    m_pProcess = std::make_unique<CChildProcess>(ChildProgram{"/usr/bin/env"}, AsUser(ServerCommand()));
     std::string sAll;
     for (std::string sLine; sLine.find(m_sReadyMark) == sLine.npos; sAll += sLine + '\n')
         if ((sLine = m_pProcess->ReadLine()).empty())
@@ -71,7 +66,7 @@ void CDatabaseServer::Stop()
 {
     if (m_pProcess == nullptr)
         return;
-    kill(m_pid, m_iStopSignal);
+    kill(static_cast<pid_t>(m_pProcess->Process()), m_iStopSignal);
     m_pProcess->Wait();
     m_pProcess.reset();
 }
@@ -103,14 +98,10 @@ ChildArguments CPostgreSQL::ServerCommand() const
             m_Folder / "data",
             "-k",
             m_Folder,
-            "-c",
-            "listen_addresses=",
-            "-c",
-            "log_min_messages=log",
-            "-c",
-            "dynamic_shared_memory_type=mmap",
-            "-c",
-            "fsync=off"};
+            "--listen_addresses=",
+            "--log_min_messages=log",
+            "--dynamic_shared_memory_type=mmap",
+            "--fsync=off"};
 }
 
 std::string CPostgreSQL::ConnectString(const std::string& sDriver, const std::string& sDatabase) const

@@ -4,8 +4,6 @@
 
 #include "support/child_process.h"
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -15,8 +13,7 @@ class CDatabaseServer
 public:
     /// Removes the folder; whoever derives has stopped the server by then.
     virtual ~CDatabaseServer();
-    CDatabaseServer(const CDatabaseServer&) = delete;
-    CDatabaseServer& operator=(const CDatabaseServer&) = delete;
+    CDatabaseServer(CDatabaseServer&&) = delete;
 
     /// Returns when the server takes connections.
     void Start();
@@ -40,7 +37,6 @@ private:
     const std::string m_sReadyMark;
     const int m_iStopSignal;
     std::unique_ptr<CChildProcess> m_pProcess;
-    pid_t m_pid = 0;
 };
 
 class CPostgreSQL : public CDatabaseServer

@@ -31,6 +31,5 @@ std::string CDebugCapture::Take()
     const auto taken = TestRoot() / "debugger output taken";
     std::error_code none;
     std::filesystem::rename(OutputFile(), taken, none);
-    std::string sText = none ? std::string() : ReadBytes(taken);
-    return sText;
+    return none ? std::string() : ReadBytes(taken);
 }

@@ -127,16 +127,12 @@ Function* Next(const char* sName)
 
 extern "C" void* malloc(std::size_t nBytes) noexcept
 {
-    if (NoMemory(__builtin_return_address(0)))
-        return nullptr;
-    return Counted(REAL(malloc)(nBytes));
+    return NoMemory(__builtin_return_address(0)) ? nullptr : Counted(REAL(malloc)(nBytes));
 }
 
 extern "C" void* calloc(std::size_t nCount, std::size_t nBytes) noexcept
 {
-    if (NoMemory(__builtin_return_address(0)))
-        return nullptr;
-    return Counted(REAL(calloc)(nCount, nBytes));
+    return NoMemory(__builtin_return_address(0)) ? nullptr : Counted(REAL(calloc)(nCount, nBytes));
 }
 
 extern "C" void* realloc(void* p, std::size_t nBytes) noexcept
@@ -161,9 +157,7 @@ extern "C" int posix_memalign(void** pp, std::size_t nAlignment, std::size_t nBy
 
 extern "C" void* aligned_alloc(std::size_t nAlignment, std::size_t nBytes) noexcept
 {
-    if (NoMemory(__builtin_return_address(0)))
-        return nullptr;
-    return Counted(REAL(memalign)(nAlignment, nBytes));
+    return NoMemory(__builtin_return_address(0)) ? nullptr : Counted(REAL(memalign)(nAlignment, nBytes));
 }
 
 extern "C" void free(void* p) noexcept

@@ -161,49 +161,33 @@ BOOL WINAPI Counter(LARGE_INTEGER* pCount)
     return TRUE;
 }
 
-/// An import, what it is pointed at, and where the system's function is kept.
-struct CStandIn
-{
-    template <class Function>
-    CStandIn(const char* sName, Function* pfnOurs, Function*& pfnReal)
-        : m_sName(sName),
-          m_pOurs(reinterpret_cast<void*>(pfnOurs)),
-          m_ppReal(reinterpret_cast<void**>(&pfnReal))
-    {
-    }
-
-    const char* m_sName;
-    void* m_pOurs;
-    void** m_ppReal;
-};
-
+/// Where an import has the name of one of ours it is pointed there, and the system's function is kept.
 void Point(void** ppImport, const char* sName)
 {
-    static const CStandIn kStandIns[] = {{"malloc", Malloc, g_real.m_pfnMalloc},
-                                         {"calloc", Calloc, g_real.m_pfnCalloc},
-                                         {"realloc", Realloc, g_real.m_pfnRealloc},
-                                         {"free", Free, g_real.m_pfnFree},
-                                         {"CoTaskMemAlloc", TaskAlloc, g_real.m_pfnTaskAlloc},
-                                         {"CoTaskMemFree", TaskFree, g_real.m_pfnTaskFree},
-                                         {"SysAllocString", AllocString, g_real.m_pfnAllocString},
-                                         {"SysAllocStringLen", AllocStringLen, g_real.m_pfnAllocStringLen},
-                                         {"SysFreeString", FreeString, g_real.m_pfnFreeString},
-                                         {"FlushFileBuffers", Flush, g_real.m_pfnFlush},
-                                         {"WriteFile", Write, g_real.m_pfnWrite},
-                                         {"_beginthreadex", BeginThread, g_real.m_pfnBeginThread},
-                                         {"Sleep", Pause, g_real.m_pfnSleep},
-                                         {"CreateFileW", OpenFile, g_real.m_pfnCreateFile},
-                                         {"GetTickCount", TickCount, g_real.m_pfnTickCount},
-                                         {"QueryPerformanceCounter", Counter, g_real.m_pfnCounter}};
-    for (const CStandIn& standIn : kStandIns)
-    {
-        if (std::strcmp(standIn.m_sName, sName) != 0)
-            continue;
+    const auto standIn = [&]<class Function>(const char* sOurs, Function* pfnOurs, Function*& pfnReal) {
+        if (std::strcmp(sOurs, sName) != 0)
+            return;
         DWORD dwBefore = 0;
         VirtualProtect(ppImport, sizeof *ppImport, PAGE_READWRITE, &dwBefore);
-        *standIn.m_ppReal = std::exchange(*ppImport, standIn.m_pOurs);
+        pfnReal = reinterpret_cast<Function*>(std::exchange(*ppImport, reinterpret_cast<void*>(pfnOurs)));
         VirtualProtect(ppImport, sizeof *ppImport, dwBefore, &dwBefore);
-    }
+    };
+    standIn("malloc", Malloc, g_real.m_pfnMalloc);
+    standIn("calloc", Calloc, g_real.m_pfnCalloc);
+    standIn("realloc", Realloc, g_real.m_pfnRealloc);
+    standIn("free", Free, g_real.m_pfnFree);
+    standIn("CoTaskMemAlloc", TaskAlloc, g_real.m_pfnTaskAlloc);
+    standIn("CoTaskMemFree", TaskFree, g_real.m_pfnTaskFree);
+    standIn("SysAllocString", AllocString, g_real.m_pfnAllocString);
+    standIn("SysAllocStringLen", AllocStringLen, g_real.m_pfnAllocStringLen);
+    standIn("SysFreeString", FreeString, g_real.m_pfnFreeString);
+    standIn("FlushFileBuffers", Flush, g_real.m_pfnFlush);
+    standIn("WriteFile", Write, g_real.m_pfnWrite);
+    standIn("_beginthreadex", BeginThread, g_real.m_pfnBeginThread);
+    standIn("Sleep", Pause, g_real.m_pfnSleep);
+    standIn("CreateFileW", OpenFile, g_real.m_pfnCreateFile);
+    standIn("GetTickCount", TickCount, g_real.m_pfnTickCount);
+    standIn("QueryPerformanceCounter", Counter, g_real.m_pfnCounter);
 }
 
 void PointImports(HMODULE hModule)
