@@ -93,14 +93,10 @@ TEST(Alloc, ReallocationKeepsTheContent)
 
 TEST(Alloc, CountsNeverTwiceTheSame)
 {
-    std::vector<std::vector<std::uint32_t>> counts(4, std::vector<std::uint32_t>(1000));
-    std::vector<std::thread> threads;
-    for (auto& own : counts)
-        threads.emplace_back([&own] { std::ranges::generate(own, GetNextAllocCnt); });
-    for (auto& thread : threads)
-        thread.join();
-    std::set<std::uint32_t> all;
-    for (const auto& own : counts)
-        all.insert(own.begin(), own.end());
-    EXPECT_EQ(4000u, all.size());
+    std::vector<std::uint32_t> counts(4000);
+    std::vector<std::jthread> threads;
+    for (auto it = counts.begin(); it != counts.end(); it += 1000)
+        threads.emplace_back([it] { std::generate_n(it, 1000, GetNextAllocCnt); });
+    threads.clear();
+    EXPECT_EQ(4000u, std::set(counts.begin(), counts.end()).size());
 }

@@ -7,6 +7,7 @@
 #include "support/test_registry.h"
 #include "support/wine.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace
@@ -119,16 +120,14 @@ TEST(Reporter, LosesNoLineOfManyThreads)
     ORV_SKIP_WINE("finds a file's end and writes there in two steps, between which another thread may write");
     const std::string sLong(1000, 'c');
     CReportCapture capture;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             for (int n = 0; n < 50; ++n)
                 ORV_REPORT("A::B", sLong.c_str());
         });
-    for (auto& thread : threads)
-        thread.join();
+    threads.clear();
     const auto reports = capture.Take();
     EXPECT_EQ(200u, reports.size());
-    for (const CapturedReport& report : reports)
-        EXPECT_EQ(sLong, report.m_sCondition);
+    EXPECT_EQ(200, std::ranges::count(reports, sLong, &CapturedReport::m_sCondition));
 }

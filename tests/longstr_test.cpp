@@ -13,39 +13,21 @@ namespace
 
 /// A text class that has what the builders need of those of the Windows class library, and its conversion.
 template <class Char>
-class CStringLookAlike
+struct CStringLookAlike
 {
-public:
-    explicit CStringLookAlike(const std::basic_string<Char>& s) : m_s(s) {}
     const Char* GetString() const { return m_s.c_str(); }
     int GetLength() const { return static_cast<int>(m_s.size()); }
     operator const Char*() const { return m_s.c_str(); }
-
-private:
     std::basic_string<Char> m_s;
-};
-
-template <class Builder>
-struct CUnits;
-template <>
-struct CUnits<COrvLongStr>
-{
-    using Own = WCHAR;
-    using Other = char;
-};
-template <>
-struct CUnits<COrvLongAStr>
-{
-    using Own = char;
-    using Other = WCHAR;
 };
 
 template <class Builder>
 class LongStr : public testing::Test
 {
 public:
-    using Own = typename CUnits<Builder>::Own;
-    using Other = typename CUnits<Builder>::Other;
+    static constexpr bool kIsWide = std::is_same_v<Builder, COrvLongStr>;
+    using Own = std::conditional_t<kIsWide, WCHAR, char>;
+    using Other = std::conditional_t<kIsWide, char, WCHAR>;
     using OwnText = std::basic_string<Own>;
     using OtherText = std::basic_string<Other>;
 
@@ -67,31 +49,29 @@ constexpr auto kMinInt64 = std::numeric_limits<std::int64_t>::min();
 
 TYPED_TEST(LongStr, AppendsEveryTypeOfValue)
 {
-    using Fixture = LongStr<TypeParam>;
+    using Unit = typename TestFixture::Own;
+    using OtherUnit = typename TestFixture::Other;
     TypeParam s;
-    const typename Fixture::Own* const sNull = nullptr;
-    const typename Fixture::Other* const sOtherNull = nullptr;
-    s + sNull + sOtherNull + static_cast<typename Fixture::Own>(0);
-    EXPECT_EQ(Fixture::Of(""), Fixture::Of(s));
-    s + Fixture::Of("own ").c_str() + typename Fixture::OtherText(3, 'x').c_str() +
-        static_cast<typename Fixture::Own>('|');
+    const Unit* const sNull = nullptr;
+    const OtherUnit* const sOtherNull = nullptr;
+    s + sNull + sOtherNull + Unit{};
+    EXPECT_EQ(TestFixture::Of(""), TestFixture::Of(s));
+    s + TestFixture::Of("own ").c_str() + typename TestFixture::OtherText(3, 'x').c_str() + Unit{'|'};
     s + std::numeric_limits<int>::min() + std::numeric_limits<unsigned>::max() + kMinInt64 +
         ~std::uint64_t{0};
-    EXPECT_EQ(Fixture::Of("own xxx|-21474836484294967295-922337203685477580818446744073709551615"),
-              Fixture::Of(s));
+    EXPECT_EQ(TestFixture::Of("own xxx|-21474836484294967295-922337203685477580818446744073709551615"),
+              TestFixture::Of(s));
     s.Clear();
-    s + 2.50 + static_cast<typename Fixture::Own>(' ') + 100.0 + static_cast<typename Fixture::Own>(' ') -
-        255u - std::uint64_t{0xABCDEF} - static_cast<typename Fixture::Own>(0x0A);
-    EXPECT_EQ(Fixture::Of("2.5 100 000000FF0000000000ABCDEF0A"), Fixture::Of(s));
-    s = static_cast<typename Fixture::Own>('=');
-    s + CStringLookAlike<typename Fixture::Own>(Fixture::Of("own")) +
-        CStringLookAlike<typename Fixture::Other>(typename Fixture::OtherText(2, 'y')) +
-        CStringLookAlike<char>("");
-    s.Append(Fixture::Of("a\0b").c_str(), 3);
+    s + 2.50 + Unit{' '} + 100.0 + Unit{' '} - 255u - std::uint64_t{0xABCDEF} - Unit{0x0A};
+    EXPECT_EQ(TestFixture::Of("2.5 100 000000FF0000000000ABCDEF0A"), TestFixture::Of(s));
+    s = Unit{'='};
+    s + CStringLookAlike<Unit>{TestFixture::Of("own")} +
+        CStringLookAlike<OtherUnit>{typename TestFixture::OtherText(2, 'y')} + CStringLookAlike<char>{""};
+    s.Append(TestFixture::Of("a\0b").c_str(), 3);
     s.Append(1234.5, 2);
-    EXPECT_EQ(Fixture::Of("=ownyya1.2e+03"), Fixture::Of(s));
-    s = typename Fixture::OtherText(1, 'o').c_str();
-    EXPECT_EQ(Fixture::Of("o"), Fixture::Of(s));
+    EXPECT_EQ(TestFixture::Of("=ownyya1.2e+03"), TestFixture::Of(s));
+    s = typename TestFixture::OtherText(1, 'o').c_str();
+    EXPECT_EQ(TestFixture::Of("o"), TestFixture::Of(s));
     s = sNull;
     EXPECT_TRUE(s.IsEmpty());
 }
@@ -108,11 +88,10 @@ TEST(LongStrOfUnits, OnlyTheLowByteIsHexadecimal)
 
 TYPED_TEST(LongStr, AppendsVariantsByTheirTag)
 {
-    using Fixture = LongStr<TypeParam>;
     const auto Appended = [](const VARIANT& var) {
         TypeParam s;
         s + var;
-        return Fixture::Of(s);
+        return TestFixture::Of(s);
     };
     // The value itself, and what refers to it.
     const auto Check = [&](VARTYPE vt, auto VARIANT::*pField, auto value, const char* sExpected) {
@@ -120,19 +99,19 @@ TYPED_TEST(LongStr, AppendsVariantsByTheirTag)
         VariantInit(&var);
         var.*pField = value;
         var.vt = vt;
-        EXPECT_EQ(Fixture::Of(sExpected), Appended(var)) << vt;
+        EXPECT_EQ(TestFixture::Of(sExpected), Appended(var)) << vt;
         VARIANT reference;
         VariantInit(&reference);
         reference.byref = &value;
         reference.vt = static_cast<VARTYPE>(vt | VT_BYREF);
-        EXPECT_EQ(Fixture::Of(sExpected), Appended(reference)) << vt;
+        EXPECT_EQ(TestFixture::Of(sExpected), Appended(reference)) << vt;
         VARIANT outer;
         VariantInit(&outer);
         outer.pvarVal = &reference;
         outer.vt = VT_VARIANT | VT_BYREF;
-        EXPECT_EQ(Fixture::Of(sExpected), Appended(outer)) << vt;
+        EXPECT_EQ(TestFixture::Of(sExpected), Appended(outer)) << vt;
         reference.byref = nullptr;
-        EXPECT_EQ(Fixture::Of(""), Appended(reference)) << vt;
+        EXPECT_EQ(TestFixture::Of(""), Appended(reference)) << vt;
     };
     DECIMAL dec = {};
     dec.Lo64 = 12345;
@@ -163,43 +142,42 @@ TYPED_TEST(LongStr, AppendsVariantsByTheirTag)
     VariantInit(&circle);
     circle.pvarVal = &circle;
     circle.vt = VT_VARIANT | VT_BYREF;
-    EXPECT_EQ(Fixture::Of(""), Appended(circle));
+    EXPECT_EQ(TestFixture::Of(""), Appended(circle));
 }
 
 TYPED_TEST(LongStr, RandomSequencesAgreeWithPlainText)
 {
-    using Fixture = LongStr<TypeParam>;
     CTestRandom random;
     TypeParam builders[3];
-    typename Fixture::OwnText texts[3];
+    typename TestFixture::OwnText texts[3];
     for (int i = 0; i < 4000; ++i)
     {
         const unsigned iTarget = random.UpTo(2), iSource = random.UpTo(2);
         TypeParam& s = builders[iTarget];
-        typename Fixture::OwnText& text = texts[iTarget];
+        typename TestFixture::OwnText& text = texts[iTarget];
         // Any place of any builder, of the target too.
-        const typename Fixture::OwnText source = texts[iSource];
+        const typename TestFixture::OwnText source = texts[iSource];
         const unsigned nAt = random.UpTo(static_cast<unsigned>(source.size()));
-        const auto* const sPlace = static_cast<const typename Fixture::Own*>(builders[iSource]) + nAt;
+        const auto* const sPlace = static_cast<const typename TestFixture::Own*>(builders[iSource]) + nAt;
         const unsigned nLen = random.UpTo(1) * random.UpTo(3000);
         const auto part = source.substr(nAt, nLen != 0 ? nLen : source.npos);
-        const typename Fixture::OwnText filling(random.UpTo(1) * random.UpTo(2500) + 1, 'f');
+        const typename TestFixture::OwnText filling(random.UpTo(1) * random.UpTo(2500) + 1, 'f');
         switch (random.UpTo(9))
         {
         case 0: s.Append(sPlace, nLen), text += part; break;
         case 1: s = sPlace, text = source.substr(nAt); break;
         case 2: s = builders[iSource], text = source; break;
         case 3: s + filling.c_str(), text += filling; break;
-        case 4: s + static_cast<int>(nLen), text += Fixture::Of(std::to_string(nLen)); break;
-        case 5: s - 0xFEDCBA98u, text += Fixture::Of("FEDCBA98"); break;
-        case 6: s + typename Fixture::OtherText(nLen, 'o').c_str(), text.append(nLen, 'o'); break;
+        case 4: s + static_cast<int>(nLen), text += TestFixture::Of(std::to_string(nLen)); break;
+        case 5: s - 0xFEDCBA98u, text += TestFixture::Of("FEDCBA98"); break;
+        case 6: s + typename TestFixture::OtherText(nLen, 'o').c_str(), text.append(nLen, 'o'); break;
         case 7: s.SetSize(nLen), nLen == 0 ? text.clear() : void(); break;
         case 8: std::swap(s, builders[iSource]), std::swap(text, texts[iSource]); break;
-        default: s + 0.5 + static_cast<typename Fixture::Own>('c'), text += Fixture::Of("0.5c"); break;
+        default: s + 0.5 + typename TestFixture::Own{'c'}, text += TestFixture::Of("0.5c"); break;
         }
         for (int j = 0; j < 3; ++j)
         {
-            ASSERT_TRUE(texts[j] == Fixture::Of(builders[j])) << "step " << i;
+            ASSERT_TRUE(texts[j] == TestFixture::Of(builders[j])) << "step " << i;
             if (texts[j].size() > 30000)
                 builders[j].Clear(), texts[j].clear();
         }
@@ -276,10 +254,7 @@ TEST(LongStrNarrow, TextOfTheOtherWidthIsConvertedLikeAWhole)
     COrvLongAStr s;
     s + text.c_str();
     EXPECT_TRUE(expected == static_cast<const char*>(s));
-    Text back(expected.size() + 1, 0);
-    back.resize(static_cast<std::size_t>(
-        ANSIToUnicode(expected.c_str(), back.data(), static_cast<unsigned>(back.size()), CP_THREAD_ACP)));
     COrvLongStr sWide;
     sWide + expected.c_str() + static_cast<const char*>(s);
-    EXPECT_TRUE(back + back == TextOf(sWide));
+    EXPECT_TRUE(Wide(expected + expected) == TextOf(sWide));
 }

@@ -8,22 +8,13 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace
 {
 
-struct CResult
-{
-    DBSTATUS nStatus;
-    Text sText;
-    bool operator==(const CResult&) const = default;
-};
-
-void PrintTo(const CResult& result, std::ostream* pOut)
-{
-    *pOut << result.nStatus << " " << testing::PrintToString(result.sText);
-}
+using CResult = std::pair<DBSTATUS, Text>;
 
 CResult Failed(DBSTATUS nStatus)
 {
@@ -54,13 +45,13 @@ CResult Convert(DBTYPE wType, const Value& value)
 template <class Value>
 Text TextOf(DBTYPE wType, const Value& value)
 {
-    const CResult result = Convert(wType, value);
-    EXPECT_EQ(DBSTATUS_S_OK, result.nStatus);
-    const auto nLen = static_cast<unsigned>(result.sText.size());
-    EXPECT_EQ(result, ConvertInto(nLen + 1, wType, &value));
+    const auto [nStatus, sText] = Convert(wType, value);
+    EXPECT_EQ(DBSTATUS_S_OK, nStatus);
+    const auto nLen = static_cast<unsigned>(sText.size());
+    EXPECT_EQ(CResult(nStatus, sText), ConvertInto(nLen + 1, wType, &value));
     for (unsigned cch = 0; cch <= nLen; ++cch)
         EXPECT_EQ(Failed(DBSTATUS_E_DATAOVERFLOW), ConvertInto(cch, wType, &value)) << cch;
-    return result.sText;
+    return sText;
 }
 
 DB_NUMERIC Numeric(std::uint64_t nLow, std::uint64_t nHigh, BYTE nScale, BYTE nSign = 1)

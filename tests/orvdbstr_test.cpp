@@ -10,11 +10,6 @@
 namespace
 {
 
-const WCHAR* Handle(const COrvStr& str)
-{
-    return str;
-}
-
 /// What a driver does: writes as much of \p sValue as there is room for, terminates and says how long it is.
 std::int64_t Fetch(WCHAR* pBuffer, std::int64_t cbBuffer, const Text& sValue)
 {
@@ -43,7 +38,7 @@ TEST(OrvDbStr, SharesItsBufferWithStringsBothWays)
     COrvStr attached;
     attached.Attach(column);
     for (const COrvStr& str : {constructed, assigned, attached})
-        EXPECT_EQ(column.GetText(), Handle(str));
+        EXPECT_EQ(column.GetText(), static_cast<const WCHAR*>(str));
     const COrvDBStr parameter(constructed);
     EXPECT_EQ(column.GetText(), parameter.GetText());
     // The next value goes elsewhere: strings keep theirs.

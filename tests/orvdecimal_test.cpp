@@ -16,12 +16,6 @@
 namespace
 {
 
-// Texts of ASCII characters are easier to compute with.
-Text Wide(const std::string& s)
-{
-    return Text(s.begin(), s.end());
-}
-
 std::string TextOf(const COrvDecimal& value)
 {
     WCHAR sText[COrvDecimal::kMaxText];

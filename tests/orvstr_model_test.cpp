@@ -178,7 +178,7 @@ TEST(OrvStrModel, ThreadsChangeTheirCopiesOfOneText)
     UninitOrvComTypes();
     CReportCapture capture;
     COrvStr source(Text(100, ORVTEXT('x')).c_str());
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int iThread = 0; iThread < 3; ++iThread)
         threads.emplace_back([own = source]() mutable {
             for (unsigned i = 0; i < 1000; ++i)
@@ -193,8 +193,7 @@ TEST(OrvStrModel, ThreadsChangeTheirCopiesOfOneText)
             }
         });
     source.Empty();
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear();
     // The last holder gave the buffer back.
     UninitOrvComTypes();
     EXPECT_NO_REPORTS(capture);

@@ -26,6 +26,9 @@ static_assert(!std::is_default_constructible_v<std::equal_to<COrvStr>>);
 
 TEST(StdBridge, TextsComeBackAndDamagedOnesAreReplaced)
 {
+    std::string sEuros;
+    for (int i = 0; i < 500; ++i)
+        sEuros += "\xE2\x82\xAC";
     const struct
     {
         std::u16string sWide;
@@ -39,13 +42,7 @@ TEST(StdBridge, TextsComeBackAndDamagedOnesAreReplaced)
          "\xEF\xBF\xBD"
          "b\xEF\xBF\xBD",
          {0xFFFD, 'b', 0xFFFD}},
-        {std::u16string(500, 0x20AC),
-         [] {
-             std::string s;
-             for (int i = 0; i < 500; ++i)
-                 s += "\xE2\x82\xAC";
-             return s;
-         }()},
+        {std::u16string(500, 0x20AC), sEuros},
     };
     for (const auto& row : rows)
     {

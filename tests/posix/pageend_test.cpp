@@ -49,9 +49,11 @@ TEST(PageEnd, NothingIsReadBehindATextThatEndsThere)
             COrvStr str(s);
             str.Append(s);
             str.Append(s, nLen + 1);
-            EXPECT_EQ(sText + sText + sText, Text(str, str.GetLength()));
+            str.Append(s, 3);
+            EXPECT_EQ(sText + sText + sText + sText.substr(0, 3), Text(str, str.GetLength()));
+            EXPECT_EQ(nLen, COrvStr(s, false).GetLength());
             if (nBefore == 1)
-                continue; // an odd address is for what takes texts in
+                continue; // an odd address, as in a packed record, is for what takes texts in
             EXPECT_EQ(nLen == 0 ? 0 : 1, CompareOrvString(str, s, false));
             EXPECT_EQ(nLen == 0 ? -1 : 0, str.FindSubStr(s));
             char aNarrow[256];
