@@ -20,7 +20,6 @@ constexpr CXMLOptions kBare{.m_bDeclaration = false};
 constexpr CXMLOptions kReplace{.m_bReplace = true, .m_bDeclaration = false};
 constexpr CXMLOptions kIndent{.m_nIndent = 2};
 constexpr CXMLOptions kLeaveOut{.m_eNull = lqxLeaveOut, .m_bDeclaration = false};
-constexpr CXMLOptions kUTF16{.m_eEncoding = lqxUTF16, .m_bDeclaration = false};
 constexpr CXMLOptions kMark{.m_bUTF8Mark = true};
 
 /// Opens a root element, except for a name that asks for nothing.
@@ -206,63 +205,55 @@ TEST(XMLWrite, ValuesHaveTheirSchemaForm)
     COrvLongStr builder;
     builder + ORVTEXT("long");
 
-    const struct
-    {
-        std::string m_sExpected;
-        std::string m_sShown;
-    } rows[] = {
-        {"true", Shown(true)},
-        {"-128", Shown(static_cast<signed char>(-128))},
-        {"65535", Shown(static_cast<unsigned short>(65535))},
-        {"-9223372036854775808", Shown(std::numeric_limits<std::int64_t>::min())},
-        {"18446744073709551615", Shown(SQLMCOUNT{std::numeric_limits<std::uint64_t>::max()})},
-        {"x", Shown('x')},
-        {"<v/>", Shown(WCHAR{})},
-        {"\xC3\xA9", Shown(ORVTEXT('\u00E9'))},
-        {"long", Shown(builder)},
-        {"O'B", Shown(NVARCHAR{ORVTEXT("O'Brien"), 0, 3})},
-        {"\xC5\x91", Shown(CXMLValue::UTF8("\xC5\x91"))},
-        {"ab", Shown("abc"[1] == 'b' ? CXMLValue("abc", 2) : CXMLValue(nullptr))},
-        {"0.1", Shown(0.1)},
-        {"100000", Shown(1e5)},
-        {"0.30000000000000004", Shown(0.1 + 0.2)},
-        {"1.7976931348623157e+308", Shown(std::numeric_limits<double>::max())},
-        {"0.1", Shown(0.1f)},
-        {"16777216", Shown(16777216.0f)},
-        {"INF", Shown(dInfinite)},
-        {"-INF", Shown(-dInfinite)},
-        {"NaN", Shown(std::nan(""))},
-        {"-0.5", Shown(decimal)},
-        {"-123.45", Shown(numeric)},
-        {"0123ABCD-0045-0067-0102-030405060789", Shown(guid)},
-        {"2024-05-06T07:08:09Z", Shown(COrvTime::FromYMD(2024, 5, 6, 7, 8, 9))},
-        {"refused", Shown(COrvTime(-5))},
-        {"-PT90S", Shown(COrvTimeDiff(-90))},
-        {"PT0S", Shown(COrvTimeDiff(0))},
-        {"2024-05-06T07:08:09.5", Shown(CXMLValue::OfType(DBTYPE_DBTIMESTAMP, &stamp, 0))},
-        {"2024-05-06T12:00:00", Shown(MSQLDATE{45418.5})},
-        {"refused", Shown(MSQLDATE{-1.0})},
-        {"7 4294967295", Shown(ids)},
-        {"<v/>", Shown(CMIDINTArray())},
-        {sNull, Shown(BINARY{nullptr, 3})},
-        {"AKsQ/w==", Shown(BINARY{bytes, 4})},
-        {"AA==", Shown(CXMLValue::Base64(bytes, 1))},
-        {"qxA=", Shown(CXMLValue::OfType(DBTYPE_BYTES, bytes + 1, 2))},
-        {"00AB10FF", Shown(CXMLValue::Hex(bytes, 4))},
-        {"<v/>", Shown(CXMLValue::Hex(bytes, 0))},
-        {"true", Shown(yes)},
-        {"-5", Shown(number)},
-        {"2024-05-06T12:00:00", Shown(reference)},
-        {"t\xC5\x91", Shown(text)},
-        {sNull, Shown(none)},
-        {"refused", Shown(array)},
-        {"true", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bTrue, 0))},
-        {"false", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bFalse, 0))},
-        {"refused", Shown(CXMLValue::OfType(DBTYPE_ARRAY | DBTYPE_I4, bytes, 0))},
-        {"t", Shown(CXMLValue::OfType(DBTYPE_WSTR, sText, sizeof(WCHAR)))},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.m_sExpected, row.m_sShown) << &row - rows;
+    EXPECT_EQ("true", Shown(true));
+    EXPECT_EQ("-128", Shown(static_cast<signed char>(-128)));
+    EXPECT_EQ("65535", Shown(static_cast<unsigned short>(65535)));
+    EXPECT_EQ("-9223372036854775808", Shown(std::numeric_limits<std::int64_t>::min()));
+    EXPECT_EQ("18446744073709551615", Shown(SQLMCOUNT{std::numeric_limits<std::uint64_t>::max()}));
+    EXPECT_EQ("x", Shown('x'));
+    EXPECT_EQ("<v/>", Shown(WCHAR{}));
+    EXPECT_EQ("\xC3\xA9", Shown(ORVTEXT('\u00E9')));
+    EXPECT_EQ("long", Shown(builder));
+    EXPECT_EQ("O'B", Shown(NVARCHAR{ORVTEXT("O'Brien"), 0, 3}));
+    EXPECT_EQ("\xC5\x91", Shown(CXMLValue::UTF8("\xC5\x91")));
+    EXPECT_EQ("ab", Shown("abc"[1] == 'b' ? CXMLValue("abc", 2) : CXMLValue(nullptr)));
+    EXPECT_EQ("0.1", Shown(0.1));
+    EXPECT_EQ("100000", Shown(1e5));
+    EXPECT_EQ("0.30000000000000004", Shown(0.1 + 0.2));
+    EXPECT_EQ("1.7976931348623157e+308", Shown(std::numeric_limits<double>::max()));
+    EXPECT_EQ("0.1", Shown(0.1f));
+    EXPECT_EQ("16777216", Shown(16777216.0f));
+    EXPECT_EQ("INF", Shown(dInfinite));
+    EXPECT_EQ("-INF", Shown(-dInfinite));
+    EXPECT_EQ("NaN", Shown(std::nan("")));
+    EXPECT_EQ("-0.5", Shown(decimal));
+    EXPECT_EQ("-123.45", Shown(numeric));
+    EXPECT_EQ("0123ABCD-0045-0067-0102-030405060789", Shown(guid));
+    EXPECT_EQ("2024-05-06T07:08:09Z", Shown(COrvTime::FromYMD(2024, 5, 6, 7, 8, 9)));
+    EXPECT_EQ("refused", Shown(COrvTime(-5)));
+    EXPECT_EQ("-PT90S", Shown(COrvTimeDiff(-90)));
+    EXPECT_EQ("PT0S", Shown(COrvTimeDiff(0)));
+    EXPECT_EQ("2024-05-06T07:08:09.5", Shown(CXMLValue::OfType(DBTYPE_DBTIMESTAMP, &stamp, 0)));
+    EXPECT_EQ("2024-05-06T12:00:00", Shown(MSQLDATE{45418.5}));
+    EXPECT_EQ("refused", Shown(MSQLDATE{-1.0}));
+    EXPECT_EQ("7 4294967295", Shown(ids));
+    EXPECT_EQ("<v/>", Shown(CMIDINTArray()));
+    EXPECT_EQ(sNull, Shown(BINARY{nullptr, 3}));
+    EXPECT_EQ("AKsQ/w==", Shown(BINARY{bytes, 4}));
+    EXPECT_EQ("AA==", Shown(CXMLValue::Base64(bytes, 1)));
+    EXPECT_EQ("qxA=", Shown(CXMLValue::OfType(DBTYPE_BYTES, bytes + 1, 2)));
+    EXPECT_EQ("00AB10FF", Shown(CXMLValue::Hex(bytes, 4)));
+    EXPECT_EQ("<v/>", Shown(CXMLValue::Hex(bytes, 0)));
+    EXPECT_EQ("true", Shown(yes));
+    EXPECT_EQ("-5", Shown(number));
+    EXPECT_EQ("2024-05-06T12:00:00", Shown(reference));
+    EXPECT_EQ("t\xC5\x91", Shown(text));
+    EXPECT_EQ(sNull, Shown(none));
+    EXPECT_EQ("refused", Shown(array));
+    EXPECT_EQ("true", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bTrue, 0)));
+    EXPECT_EQ("false", Shown(CXMLValue::OfType(DBTYPE_BOOL, &bFalse, 0)));
+    EXPECT_EQ("refused", Shown(CXMLValue::OfType(DBTYPE_ARRAY | DBTYPE_I4, bytes, 0)));
+    EXPECT_EQ("t", Shown(CXMLValue::OfType(DBTYPE_WSTR, sText, sizeof(WCHAR))));
     SysFreeString(bstr);
 }
 
@@ -279,6 +270,7 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
         const char* m_sCondition;
         Writing m_write;
         const char* m_sDocument = "<r/>";
+        bool m_bRootEnded = false;
     } rows[] = {
         {lqxName, kName, [](auto& xml) { xml.StartElement(ORVTEXT("a b")); }},
         {lqxName, kName, [](auto& xml) { xml.StartElement(ORVTEXT("a:b:c")); }},
@@ -322,23 +314,11 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
              xml.Attribute(ORVTEXT("a"), 1);
          },
          "<r>1</r>"},
-        {lqxNesting, kStand,
-         [](auto& xml) {
-             xml.EndElement();
-             xml.EndElement();
-         }},
-        {lqxNesting, kStand,
-         [](auto& xml) {
-             xml.EndElement();
-             xml.Element(ORVTEXT("s"), 1);
-         }},
-        {lqxNesting, kStand,
-         [](auto& xml) {
-             xml.EndElement();
-             xml.Text(ORVTEXT(" "));
-         }},
+        {lqxNesting, kStand, [](auto& xml) { xml.EndElement(); }, "<r/>", true},
+        {lqxNesting, kStand, [](auto& xml) { xml.Element(ORVTEXT("s"), 1); }, "<r/>", true},
+        {lqxNesting, kStand, [](auto& xml) { xml.Text(ORVTEXT(" ")); }, "<r/>", true},
         {lqxCharacter, nullptr, [&](auto& xml) { xml.Text(sHalf); }},
-        {lqxCharacter, nullptr, [](auto& xml) { xml.Attribute(ORVTEXT("a"), ORVTEXT("1234567\x0B")); }},
+        {lqxCharacter, nullptr, [](auto& xml) { xml.Attribute(ORVTEXT("a"), ORVTEXT("1234567\x1F")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.CData(ORVTEXT("\uFFFE")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.CData(ORVTEXT("1234567\xD800")); }},
         {lqxCharacter, nullptr, [](auto& xml) { xml.Comment(ORVTEXT("\xDFFF")); }},
@@ -355,6 +335,8 @@ TEST(XMLWrite, RefusesWhatWouldBreakTheDocument)
         OCT::CMemWrtStream stream;
         CXMLStreamWrite xml(stream, kBare);
         xml.StartElement(ORVTEXT("r"));
+        if (row.m_bRootEnded)
+            xml.EndElement();
         row.m_write(xml);
         EXPECT_EQ(row.m_eError, xml.GetError());
         EXPECT_FALSE(xml.Element(ORVTEXT("later"), 1)) << "the error stays";
@@ -455,7 +437,7 @@ TEST(XMLWrite, UTF16)
     const Writing write = [](auto& xml) { xml.Element(ORVTEXT("a"), ORVTEXT("\u20AC\U0001F600")); };
     const TextView sElement = ORVTEXT("<a>\u20AC\U0001F600</a>");
     const std::string sBytes(reinterpret_cast<const char*>(sElement.data()), sElement.size() * sizeof(WCHAR));
-    EXPECT_EQ("\xFF\xFE" + sBytes, Written(kUTF16, write));
+    EXPECT_EQ("\xFF\xFE" + sBytes, Written({.m_eEncoding = lqxUTF16, .m_bDeclaration = false}, write));
     OCT::CStrWrtStream stream;
     CXMLStreamWrite xml(stream);
     write(xml);
