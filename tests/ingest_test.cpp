@@ -15,21 +15,19 @@ const char kThreeLines[] = "2024-05-06 07:08:09 startup archives unpack\n"
 
 TEST_F(IngestTest, DryRunPrintsEveryStatementInOrder)
 {
+    const char* const sNothing = "ON CONFLICT (log_name, event_time, event_order) DO NOTHING;";
     const struct
     {
         const char* m_sDialect;
-        const char* m_sBegin;
-        const char* m_sValues;
         const char* m_sEnd;
+        const char* m_sBegin = "INSERT INTO package_event";
+        const char* m_sValues = "'upgrade', '', 'x'');DROP--', 'amd64', '', '1''0'";
     } rows[] = {
-        {"sqlite", "INSERT INTO package_event", "'upgrade', '', 'x'');DROP--', 'amd64', '', '1''0'",
-         "ON CONFLICT (log_name, event_time, event_order) DO NOTHING;"},
-        {"postgresql", "INSERT INTO package_event", "'upgrade', '', 'x'');DROP--', 'amd64', '', '1''0'",
-         "ON CONFLICT (log_name, event_time, event_order) DO NOTHING;"},
-        {"mariadb", "INSERT INTO package_event", "'upgrade', '', 'x'');DROP--', 'amd64', '', '1''0'",
-         "ON DUPLICATE KEY UPDATE event_order = VALUES(event_order);"},
-        {"mssql", "MERGE INTO package_event", "N'upgrade', N'', N'x'');DROP--', N'amd64', N'', N'1''0'",
-         "event.version_from, event.version_to);\n"},
+        {"sqlite", sNothing},
+        {"postgresql", sNothing},
+        {"mariadb", "ON DUPLICATE KEY UPDATE event_order = VALUES(event_order);"},
+        {"mssql", "event.version_from, event.version_to);\n", "MERGE INTO package_event",
+         "N'upgrade', N'', N'x'');DROP--', N'amd64', N'', N'1''0'"},
     };
     for (const auto& row : rows)
     {

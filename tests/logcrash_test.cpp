@@ -170,6 +170,32 @@ TEST(LogCrash, RemovedHandlerLeavesTheFormerOnes)
     }
 }
 
+/// Fails where the handler cannot tell of it, and would wait for ever for itself.
+ORV_CHILD(FailUntold)
+{
+    const bool bRemoved = args.at(0) == "removed";
+    static const auto s_pNoLog = reinterpret_cast<COrvLog*>(0x10000);
+    InstallLogCrashHandler(bRemoved ? nullptr : s_pNoLog, INFINITE);
+    const auto pfnOurs = std::get_terminate();
+    if (bRemoved)
+        RemoveLogCrashHandler();
+    pfnOurs(); // as a later handler passes on
+    return 1;
+}
+
+TEST(LogCrash, NobodyWaitsForALoggerThatIsGoneOrFails)
+{
+    for (const char* sHow : {"removed", "fails itself"})
+    {
+#ifdef ORV_TEST_SANITIZED
+        if (*sHow == 'f')
+            continue; // faults are theirs
+#endif
+        const int iExitCode = CChildProcess("FailUntold", {sHow}).Wait().m_iExitCode;
+        EXPECT_TRUE(iExitCode != 0 && iExitCode != 1) << sHow;
+    }
+}
+
 // ---- Ends without harm ----
 
 namespace

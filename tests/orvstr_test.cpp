@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -30,6 +32,22 @@ const WCHAR* Handle(const COrvStr& str)
 const Text kText = ORVTEXT("some text");
 
 } // namespace
+
+/// Text in a packed record: its units lie across the borders of units.
+TEST(OrvStr, TakesTextAtOddAddresses)
+{
+    for (const unsigned nLen : {0u, 1u, 7u, 8u, 9u, 40u})
+    {
+        const Text sText(nLen, ORVTEXT('\u0101'));
+        std::vector<char> record(2 * nLen + 3);
+        std::memcpy(record.data() + 1, sText.c_str(), 2 * nLen + 2);
+        const auto* const s = reinterpret_cast<const WCHAR*>(record.data() + 1);
+        COrvStr str(s);
+        str.Append(s, 3);
+        EXPECT_EQ(sText + sText.substr(0, 3), Held(str));
+        EXPECT_EQ(nLen, COrvStr(s, false).GetLength());
+    }
+}
 
 TEST(OrvStr, EmptyValuesShareTheEmptyText)
 {
@@ -71,6 +89,7 @@ TEST(OrvStr, CopiesShareUntilOneChanges)
     EXPECT_EQ(ORVS_GetAllocLen(a), ORVS_GetAllocLen(changed));
     const WCHAR* const sBefore = Handle(a);
     a.MakeUpper();
+    a.Copy(Text(ORVS_GetAllocLen(a) / sizeof(WCHAR) - 1, 'x').c_str()); // just fits
     EXPECT_EQ(sBefore, Handle(a)) << "the only holder writes in place";
 }
 

@@ -184,6 +184,13 @@ TEST(TextFormat, NarrowTextIsConvertedToTheCodePageOfTheSink)
     g_nCodePage = IsNarrowUtf8() ? 1252 : CP_UTF8;
     EXPECT_EQ(Print("%s%s|%4s|7%%%s", sOther, sOther, sOther, sOther),
               PrintAs(sFormat.c_str(), sFormat.c_str(), s.c_str(), s.c_str(), 7));
+    g_nCodePage = 54936;
+    CPINFO info;
+    if (GetCPInfo(g_nCodePage, &info)) // not everywhere
+    {
+        const Text sThai(128, WCHAR{0x0E01});
+        EXPECT_NE('?', PrintAs("%S", "%S", sThai.c_str()).front()) << "four bytes a character";
+    }
     g_nCodePage = CP_ACP;
 }
 

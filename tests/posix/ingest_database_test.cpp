@@ -22,12 +22,16 @@ protected:
         return CChildProcess(ChildProgram{"/bin/sh"}, Joined({"-c", sScript, "sh"}, more)).Wait().m_sOutput;
     }
 
-    /// Whether each of the events 0 to \p nCount - 1 is stored once.
-    testing::AssertionResult EachStoredOnce(int nCount)
+    static void Send(const CChildProcess& child, int iSignal)
     {
-        const std::string sFound = Sql("SELECT COUNT(*), COUNT(DISTINCT package) FROM package_event");
-        const std::string sWanted = std::to_string(nCount) + '|' + std::to_string(nCount) + '\n';
-        return sFound == sWanted ? testing::AssertionSuccess() : testing::AssertionFailure() << sFound;
+        EXPECT_EQ(0, kill(static_cast<pid_t>(child.Process()), iSignal));
+    }
+
+    /// Each of the events 0 to \p nCount - 1 is stored once.
+    void ExpectEachStoredOnce(int nCount)
+    {
+        EXPECT_EQ(std::to_string(nCount) + '|' + std::to_string(nCount) + '\n',
+                  Sql("SELECT COUNT(*), COUNT(DISTINCT package) FROM package_event"));
     }
 };
 
@@ -58,7 +62,7 @@ TEST_F(IngestDatabaseTest, AnotherMachinesLogOfTheSameNameIsNotTakenForTheFirst)
     EXPECT_TRUE(Has(sOutput, "another event is stored in this place"));
     EXPECT_TRUE(Has(sOutput, Line("failed:", 1)));
     EXPECT_TRUE(Has(sOutput, Line("already stored:", 2)));
-    EXPECT_TRUE(EachStoredOnce(4));
+    ExpectEachStoredOnce(4);
     Ingest(IngestDone, Events(7, 3), {"--source", "other.log"});
 }
 
@@ -77,7 +81,7 @@ TEST_F(IngestDatabaseTest, OnlyBadEventsOfABatchFail)
     for (int i = 0; i < 3; ++i)
         sLines.insert(sLines.find("2024", sLines.size() / 2), "2024-05-06 07:08:10 install :all <none> 1\n");
     const auto sOutput = Ingest(IngestPartly, sLines, {"--threads", "4"});
-    EXPECT_TRUE(EachStoredOnce(250));
+    ExpectEachStoredOnce(250);
     EXPECT_TRUE(Has(sOutput, Line("failed:", 3)));
     EXPECT_TRUE(Has(sOutput, "CHECK constraint failed: package_has_a_name", 2))
         << "the first, and their number";
@@ -132,31 +136,31 @@ TEST_F(IngestDatabaseTest, AnUnusableDatabaseDialectOrLogFolderEndsTheRun)
 TEST_F(IngestDatabaseTest, FollowsAcrossRotationAndSurvivesAKill)
 {
     WriteBytes(m_Input, Events(0, 10));
-    auto child = std::make_unique<CChildProcess>(IngestProgram(), Arguments({"--follow"}));
-    EXPECT_EQ("ingest: 10 lines read, 10 events stored; waiting for more", child->ReadLine());
+    CChildProcess killed(IngestProgram(), Arguments({"--follow"}));
+    EXPECT_EQ("ingest: 10 lines read, 10 events stored; waiting for more", killed.ReadLine());
     const auto append = [&](const std::string& sText) {
         std::ofstream(m_Input, std::ios::app | std::ios::binary) << sText;
     };
     const std::string sNext = Events(10, 10);
     append(sNext.substr(0, sNext.size() - 5));
-    EXPECT_EQ("ingest: 19 lines read, 19 events stored; waiting for more", child->ReadLine());
+    EXPECT_EQ("ingest: 19 lines read, 19 events stored; waiting for more", killed.ReadLine());
     append(sNext.substr(sNext.size() - 5));
-    EXPECT_EQ("ingest: 20 lines read, 20 events stored; waiting for more", child->ReadLine());
+    EXPECT_EQ("ingest: 20 lines read, 20 events stored; waiting for more", killed.ReadLine());
     std::filesystem::rename(m_Input, m_Dir / "packages.log.1");
     WriteBytes(m_Input, Events(20, 5));
-    EXPECT_EQ("ingest: 25 lines read, 25 events stored; waiting for more", child->ReadLine());
+    EXPECT_EQ("ingest: 25 lines read, 25 events stored; waiting for more", killed.ReadLine());
     WriteBytes(m_Input, Events(25, 1)); // cut short and begun anew
-    EXPECT_EQ("ingest: 26 lines read, 26 events stored; waiting for more", child->ReadLine());
-    child->Kill();
-    child->Wait();
+    EXPECT_EQ("ingest: 26 lines read, 26 events stored; waiting for more", killed.ReadLine());
+    killed.Kill();
+    killed.Wait();
     append(Events(26, 4));
 
     // The file holds the last five; the former one is no longer where it was.
     std::filesystem::remove(m_Dir / "packages.log.1");
-    child = std::make_unique<CChildProcess>(IngestProgram(), Arguments({"--follow", "--source", "other"}));
-    EXPECT_EQ("ingest: 5 lines read, 5 events stored; waiting for more", child->ReadLine());
-    kill(static_cast<pid_t>(child->Process()), SIGTERM);
-    EXPECT_EQ(143, child->Wait().m_iExitCode);
+    CChildProcess child(IngestProgram(), Arguments({"--follow", "--source", "other"}));
+    EXPECT_EQ("ingest: 5 lines read, 5 events stored; waiting for more", child.ReadLine());
+    Send(child, SIGTERM);
+    EXPECT_EQ(143, child.Wait().m_iExitCode);
 }
 
 TEST_F(IngestDatabaseTest, SignalsEndTheRunInOrder)
@@ -170,7 +174,7 @@ TEST_F(IngestDatabaseTest, SignalsEndTheRunInOrder)
         std::ofstream writer(m_Input, std::ios::binary);
         writer << Events(0, 500) << std::flush;
         child.ReadLine(); // it is at work
-        kill(static_cast<pid_t>(child.Process()), iSignal);
+        Send(child, iSignal);
         const ChildResult result = child.Wait();
         EXPECT_EQ(iExit, result.m_iExitCode) << result.m_sOutput;
         const std::string sStored =
@@ -183,16 +187,15 @@ TEST_F(IngestDatabaseTest, SignalsEndTheRunInOrder)
 TEST_F(IngestDatabaseTest, RecordsThatDoNotFitOnTheDiskAreCounted)
 {
     const std::string sFirst = Ingest(IngestDone, Events(0, 1));
-    const std::string sLabel = "log file:";
-    std::string sFile = sFirst.substr(sFirst.find(sLabel) + sLabel.size());
-    sFile = sFile.substr(sFile.find('/'), sFile.find('\n') - sFile.find('/'));
+    const std::string sFile = std::filesystem::directory_iterator(m_Dir / "log")->path().string();
+    EXPECT_TRUE(Has(sFirst, sFile + '\n')) << "the log file is named";
     WriteBytes(m_Input, Events(0, 2000));
     const std::string sScript = "truncate -s 100M \"$1\"; shift; trap '' XFSZ; "
                                 "prlimit --fsize=$((100 * 1024 * 1024 + 50000)) -- \"$@\"; echo status $?";
     const auto sOutput = Shell(sScript, Joined({sFile, IngestProgram().m_Path.string()}, Arguments()));
     EXPECT_TRUE(Has(sOutput, "status 1\n"));
     EXPECT_TRUE(Has(sOutput, "log lost:"));
-    EXPECT_TRUE(EachStoredOnce(2000));
+    ExpectEachStoredOnce(2000);
 }
 
 TEST_F(IngestDatabaseTest, TheReportIsATableAndAPageOfCharts)

@@ -1,6 +1,7 @@
 // The example service with the distribution's database servers and their drivers: what is stored is read back
 // by the servers' own clients, as bytes.
 #include "support/ingest_program.h"
+#include "support/pattern.h"
 #include "support/posix/database_server.h"
 #include "support/random.h"
 
@@ -56,10 +57,7 @@ struct CNastyLog
     {
         CTestRandom random;
         // A letter that narrowing makes an apostrophe of, and a second row behind it.
-        std::string sRow = "x^,^^,^1^),(^y^,1,1,^^";
-        for (auto n = sRow.find('^'); n != sRow.npos; n = sRow.find('^'))
-            sRow.replace(n, 1, "\xC4\xA7");
-        Add(sRow, "1");
+        Add(Replaced("x^,^^,^1^),(^y^,1,1,^^", R"(\^)", "\xC4\xA7"), "1");
         // Backslashes that would take the closing quotes along.
         Add("a\\", "),('b',1,1,'','','','','','')--\\");
         for (int i = 2; i < nEvents; ++i)
@@ -103,16 +101,13 @@ protected:
         test(MariaDB(), MariaDB().ConnectString());
     }
 
-    /// Whether the events 0 to \p nCount - 1 of a source are stored, each once.
-    static testing::AssertionResult EachStoredOnce(CDatabaseServer& server, const std::string& sSource,
-                                                   int nCount)
+    /// The events 0 to \p nCount - 1 of a source are stored, each once.
+    static void ExpectEachStoredOnce(CDatabaseServer& server, const std::string& sSource, int nCount)
     {
-        std::string sFound = server.Sql(
-            "SELECT COUNT(*) * CAST(1000000 AS DECIMAL(20)) + COUNT(DISTINCT package) FROM package_event "
-            "WHERE log_name = '" +
-            sSource + "'");
-        return sFound == std::to_string(nCount * 1000001LL) + '\n' ? testing::AssertionSuccess()
-                                                                   : testing::AssertionFailure() << sFound;
+        EXPECT_EQ(std::to_string(nCount * 1000001LL) + '\n',
+                  server.Sql("SELECT COUNT(*) * CAST(1000000 AS DECIMAL(20)) + COUNT(DISTINCT package) "
+                             "FROM package_event WHERE log_name = '" +
+                             sSource + "'"));
     }
 
     static inline std::unique_ptr<CPostgreSQL> s_pPostgreSQL;
@@ -126,28 +121,20 @@ TEST_F(IngestServerTest, NastyValuesArriveAsTheyAreInEveryLocale)
     const CNastyLog log(3000);
     m_Input = m_Dir / "nasty.log";
     WriteBytes(m_Input, log.m_sLines);
-    const auto sqlite = [this](const std::string& sQuery) {
-        return CChildProcess(ChildProgram{"/usr/bin/sqlite3"}, {m_Database.string(), sQuery})
-            .Wait()
-            .m_sOutput;
-    };
     const std::string sPostgresHex = "SELECT upper(encode(convert_to(package, 'UTF8'), 'hex')) || '|' || "
                                      "upper(encode(convert_to(version_to, 'UTF8'), 'hex'))";
     const struct
     {
         std::string m_sConnect;
         std::string m_sSelect;
-        std::function<std::string(const std::string&)> m_Query;
+        CDatabaseServer* m_pServer = nullptr; ///< null: the embedded one
     } rows[] = {
         {"Driver=SQLite3;Database=" + m_Database.string() +
              ";Timeout=60000;JournalMode=WAL;SyncPragma=NORMAL",
-         "SELECT hex(package) || '|' || hex(version_to)", sqlite},
-        {PostgreSQL().ConnectString("PostgreSQL Unicode"), sPostgresHex,
-         [](const std::string& s) { return PostgreSQL().Sql(s); }},
-        {PostgreSQL().ConnectString("PostgreSQL ANSI"), sPostgresHex,
-         [](const std::string& s) { return PostgreSQL().Sql(s); }},
-        {MariaDB().ConnectString(), "SELECT concat(hex(package), '|', hex(version_to))",
-         [](const std::string& s) { return MariaDB().Sql(s); }},
+         "SELECT hex(package) || '|' || hex(version_to)"},
+        {PostgreSQL().ConnectString("PostgreSQL Unicode"), sPostgresHex, &PostgreSQL()},
+        {PostgreSQL().ConnectString("PostgreSQL ANSI"), sPostgresHex, &PostgreSQL()},
+        {MariaDB().ConnectString(), "SELECT concat(hex(package), '|', hex(version_to))", &MariaDB()},
     };
     for (const char* sLocale : {"C", "C.UTF-8"})
         for (const auto& row : rows)
@@ -157,8 +144,13 @@ TEST_F(IngestServerTest, NastyValuesArriveAsTheyAreInEveryLocale)
             const std::string sSource = "nasty " + std::to_string(&row - rows) + sLocale;
             const auto sOutput = Run(IngestDone, ServerArguments(row.m_sConnect, {"--source", sSource}));
             EXPECT_TRUE(Has(sOutput, Line("stored:", 3000)));
-            const std::string sFound = row.m_Query(row.m_sSelect + " FROM package_event WHERE log_name = '" +
-                                                   sSource + "' ORDER BY event_order");
+            const std::string sQuery =
+                row.m_sSelect + " FROM package_event WHERE log_name = '" + sSource + "' ORDER BY event_order";
+            const ChildProgram sqlite{"/usr/bin/sqlite3"};
+            const std::string sFound =
+                row.m_pServer != nullptr
+                    ? row.m_pServer->Sql(sQuery)
+                    : CChildProcess(sqlite, {m_Database.string(), sQuery}).Wait().m_sOutput;
             EXPECT_TRUE(sFound == log.m_sExpected); // too long to be printed
         }
 }
@@ -171,9 +163,7 @@ TEST_F(IngestServerTest, StatementsForSqlServerAreReadByADatabaseOfItsDialect)
     const CNastyLog log(500);
     std::string sStatements = Ingest(IngestDone, log.m_sLines, {"--dry-run", "--dialect", "mssql"});
     sStatements.resize(sStatements.rfind("lines read:")); // on the error stream
-    const std::string sHint = " WITH (HOLDLOCK)";
-    for (auto n = sStatements.find(sHint); n != sStatements.npos; n = sStatements.find(sHint, n))
-        sStatements.erase(n, sHint.size());
+    sStatements = Replaced(sStatements, R"( WITH \(HOLDLOCK\))", "");
     std::string sScript =
         "CREATE TABLE package_event (log_name NVARCHAR(255), event_time INTEGER, event_order INTEGER,"
         "action NVARCHAR(99), state NVARCHAR(99), package NVARCHAR(999), arch NVARCHAR(99),"
@@ -230,7 +220,7 @@ TEST_F(IngestServerTest, RestartsOfTheServerLoseNothing)
         writer << Events(200, 200) << std::flush;
         server.Start();
         waitFor("ingest: 400 lines read, 400 events stored");
-        EXPECT_TRUE(EachStoredOnce(server, "restarted", 400));
+        ExpectEachStoredOnce(server, "restarted", 400);
     });
 }
 
@@ -274,7 +264,7 @@ TEST_F(IngestServerTest, TwoProcessesAndAKilledOneStoreEachEventOnce)
         CChildProcess third(IngestProgram(), ServerArguments(sConnect));
         EXPECT_EQ(IngestDone, second.Wait().m_iExitCode);
         EXPECT_EQ(IngestDone, third.Wait().m_iExitCode);
-        EXPECT_TRUE(EachStoredOnce(server, "shared.log", 3000));
+        ExpectEachStoredOnce(server, "shared.log", 3000);
 
         WriteBytes(m_Input, Events(0, 2) + Events(5000, 1)); // another log of that name
         const auto sOutput = Run(IngestPartly, ServerArguments(sConnect));

@@ -42,33 +42,19 @@ public:
     /// Waits for this message; the result is the one before.
     std::string WaitFor(const std::string& sMessage)
     {
-        std::string sBefore;
-        for (std::string s = Told(); s != sMessage; s = Told())
-        {
-            EXPECT_FALSE(s.empty()) << "instead of " << sMessage;
-            if (s.empty())
-                break;
+        std::string s = Told(), sBefore;
+        for (; !s.empty() && s != sMessage; s = Told())
             sBefore = s;
-        }
+        EXPECT_EQ(sMessage, s);
         return sBefore;
     }
 
     void ExpectStopping()
     {
-        std::string s;
-        while ((s = Told()).starts_with("READY=1\n"))
-        {
-        }
+        std::string s = Told();
+        while (s.starts_with("READY=1\n"))
+            s = Told();
         EXPECT_TRUE(s.starts_with("STOPPING=1\n")) << s;
-    }
-
-    /// What a process that has ended told.
-    void Forget()
-    {
-        char c;
-        while (recv(m_iSocket, &c, 1, MSG_DONTWAIT) >= 0)
-        {
-        }
     }
 
 private:
@@ -89,32 +75,31 @@ protected:
     {
         EXPECT_EQ(0, kill(static_cast<pid_t>(child.Process()), iSignal));
     }
-
-    CManager m_manager;
 };
 
 } // namespace
 
 TEST_F(IntakeUnderSystemd, TellsEachStepAndWritesAWholeLog)
 {
+    CManager manager;
     const auto child = Start();
-    m_manager.WaitFor("READY=1\nSTATUS=Done: 0, refused: 0.");
+    manager.WaitFor("READY=1\nSTATUS=Done: 0, refused: 0.");
     PutJobs(0, 30);
     Put("bad", "x");
-    m_manager.WaitFor("READY=1\nSTATUS=Done: 30, refused: 1.");
+    manager.WaitFor("READY=1\nSTATUS=Done: 30, refused: 1.");
 
     UseFolder("other");
     Set(ORVTEXT("Language"), TextValue(ORVTEXT("hu")));
     Set(ORVTEXT("Workers"), NumberValue(DWORD(9)));
     Send(*child, SIGHUP);
     const std::string sReady = "READY=1\nSTATUS=K\u00E9sz: 30, elutas\u00EDtva: 1.";
-    EXPECT_EQ(0u, m_manager.WaitFor(sReady).find("RELOADING=1\nMONOTONIC_USEC="));
+    EXPECT_EQ(0u, manager.WaitFor(sReady).find("RELOADING=1\nMONOTONIC_USEC="));
     PutJobs(30, 1);
-    m_manager.WaitFor("READY=1\nSTATUS=K\u00E9sz: 31, elutas\u00EDtva: 1.");
+    manager.WaitFor("READY=1\nSTATUS=K\u00E9sz: 31, elutas\u00EDtva: 1.");
     EXPECT_EQ((std::set<std::string>{"30"}), DoneJobs());
 
     Send(*child, SIGTERM);
-    m_manager.ExpectStopping();
+    manager.ExpectStopping();
     const ChildResult result = child->Wait();
     EXPECT_EQ(0, result.m_iExitCode);
     const auto log = Log();
@@ -132,9 +117,10 @@ TEST_F(IntakeUnderSystemd, ShowsItsWatchdogThatItLivesWhileNothingIsToBeDone)
 {
     Set(ORVTEXT("ScanMilliseconds"), NumberValue(DWORD(3'600'000)));
     const CVariableGuard watchdog("WATCHDOG_USEC", "20000");
+    CManager manager;
     const auto child = Start();
     for (int i = 0; i < 3; ++i)
-        m_manager.WaitFor("WATCHDOG=1");
+        manager.WaitFor("WATCHDOG=1");
 }
 
 TEST_F(IntakeUnderSystemd, StoppedInTheMiddleLeavesTheRestForTheNextStart)
@@ -145,13 +131,13 @@ TEST_F(IntakeUnderSystemd, StoppedInTheMiddleLeavesTheRestForTheNextStart)
     for (int nStarts = 0; nDone < nCount; ++nStarts)
     {
         const int nBefore = nDone;
+        CManager manager;
         const auto child = Start();
-        while (nDone == nBefore && m_manager.Told().starts_with("READY=1\n"))
+        while (nDone == nBefore && manager.Told().starts_with("READY=1\n"))
             nDone = static_cast<int>(DoneJobs().size());
         Send(*child, nStarts % 2 == 0 ? SIGTERM : SIGINT);
-        m_manager.ExpectStopping();
+        manager.ExpectStopping();
         EXPECT_EQ(0, child->Wait().m_iExitCode);
-        m_manager.Forget();
         nDone = ExpectNoneLost(nCount);
         EXPECT_EQ(std::size_t(nCount - nDone), Names("in").size()) << "nothing is left in between";
         EXPECT_EQ(1, LinesWith(Log(), "Stopped. Done: " + std::to_string(nDone - nBefore) +

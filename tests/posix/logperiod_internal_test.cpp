@@ -1,5 +1,7 @@
 // Periods in zones whose days do not begin at a whole hour of UTC, begin late, or come twice.
 #include "log/logfile.h"
+#include "log/logwriter.h"
+#include "support/faults.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -50,4 +52,21 @@ TEST(LogPeriod, FollowsTheLocalDay)
         }
     }
     tzset();
+}
+
+TEST(LogPeriod, WhatAFullDiskCutIsSyncedBeforeTheNextFile)
+{
+    const CTempDir dir;
+    CLogFileOptions options;
+    CLogWriter writer((dir / "app.txt").string<WCHAR>(), options);
+    CLogQueue lines;
+    for (const char* sLine : {"1\n", "2\n"})
+        lines.Push(CLogMessage::Create(sLine, 2));
+    CLogLoss none;
+    CLogLoss lost;
+    const CFileLimit full(3);
+    const CFault fault(FaultyCall::Sync);
+    EXPECT_FALSE(writer.Flush(lines, none, lost));
+    EXPECT_EQ(1u, lost.m_nLines);
+    lines.Clear();
 }

@@ -279,6 +279,27 @@ TEST_F(LogSystemFaults, HalfLineIsEndedWhenTheDiskTakesItsEnd)
     EXPECT_EQ("half\r\n=I> <t> 1\r\n", Written());
 }
 
+TEST_F(LogSystemFaults, LossThatAFullDiskCutIsToldAnew)
+{
+    const std::string sThere = std::string(995, '.') + '\n';
+    WriteBytes(m_file, sThere);
+    m_log.SetFileOption(lqfMaxWaiting, 5);
+    {
+        CDebugCapture debugger;
+        const CFileLimit full(1000);
+        m_log.LogInf(ORVTEXT("lost"));
+        while (debugger.Take().find("Could not write to logfile\n") == std::string::npos)
+            std::this_thread::yield();
+    }
+    EXPECT_FALSE(m_log.Flush(kLong)) << "a line was lost";
+    m_log.SetFileOption(lqfMaxWaiting, 1000);
+    m_log.LogInf(ORVTEXT("2"));
+    EXPECT_TRUE(m_log.Flush(kLong));
+    EXPECT_EQ(sThere + "=W> \r\n=W> <t> Lost log lines: 1 (24 bytes), logged between <t> and <t>\r\n"
+                       "=I> <t> 2\r\n",
+              Written());
+}
+
 /// Logs what a flush covers, and then more, whose flush hangs; ends by a signal.
 ORV_CHILD(EndInAFlush)
 {
