@@ -82,8 +82,9 @@ template <class Value, class Change>
 bool Changes(CAttempt& attempt, Value value, Change change, bool bMayBeNull = false)
 {
     const Text sBefore(value);
-    Value expected(value); // shares the buffer, which must be made private first
+    Value expected(value);
     change(expected);
+    const Value other(value); // shares the buffer, which must be made private first
     const End end = attempt([&] { change(value); });
     const WCHAR* const s = value;
     const bool bDocumented = end == End::Fine ? Same(s, static_cast<const WCHAR*>(expected)) ||
