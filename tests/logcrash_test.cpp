@@ -174,7 +174,7 @@ TEST(LogCrash, RemovedHandlerLeavesTheFormerOnes)
 ORV_CHILD(FailUntold)
 {
     const bool bRemoved = args.at(0) == "removed";
-    static const auto s_pNoLog = reinterpret_cast<COrvLog*>(0x10000);
+    static const auto s_pNoLog = reinterpret_cast<COrvLog*>(0x8000);
     InstallLogCrashHandler(bRemoved ? nullptr : s_pNoLog, INFINITE);
     const auto pfnOurs = std::get_terminate();
     if (bRemoved)

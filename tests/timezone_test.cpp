@@ -60,10 +60,11 @@ TEST(TimeZone, IdentifiersNameTheSameZones)
                                      {ORVTEXT("Asia/Katmandu"), kNepal}})
         for (const COrvTime t : {FromUtc({2024, 1, 15, 12}), FromUtc({2024, 7, 15, 12})})
         {
-            const CZone zone(sName);
-            const Fields inZone = LocalOf(t);
-            const CZone zoneOfId(sId);
-            EXPECT_EQ(inZone, LocalOf(t)) << t.GetOrvTime();
+            const auto LocalIn = [t](const WCHAR* sZone) {
+                const CZone zone(sZone);
+                return LocalOf(t);
+            };
+            EXPECT_EQ(LocalIn(sName), LocalIn(sId)) << t.GetOrvTime();
         }
 }
 

@@ -20,7 +20,6 @@
 #include <cstdlib>
 #include <exception>
 #include <string_view>
-#include <utility>
 
 namespace
 {
@@ -61,7 +60,7 @@ private:
     CFatalGate m_begun;
     CFatalGate m_asked;
     CFatalGate m_done;
-    HANDLE m_hThread = nullptr;
+    std::atomic<HANDLE> m_hThread = nullptr;
     std::terminate_handler m_pfnFormer = nullptr;
     std::atomic<bool> m_bTold = false; ///< the thread has been given what to do: a failure, or its end
     bool m_bEnd = false;
@@ -180,7 +179,7 @@ bool CCrashLogger::StartThread()
 void CCrashLogger::Remove(DWORD dwMilliseconds)
 {
     const OCT::CCritSectGuard guard(&m_lock);
-    const HANDLE hThread = std::exchange(m_hThread, nullptr);
+    const HANDLE hThread = m_hThread.exchange(nullptr);
     if (hThread == nullptr)
         return;
     PortLeaveFatal();
@@ -193,12 +192,12 @@ void CCrashLogger::Remove(DWORD dwMilliseconds)
         if (!bTells)
         {
             m_bEnd = true;
+            m_dwProcessId = 0; // also for a signal that meets this thread
             m_asked.Open();
         }
         bEnded = WaitForSingleObject(hThread, dwMilliseconds) == WAIT_OBJECT_0;
         if (!bEnded && !bTells)
             bEnded = TerminateThread(hThread, 1);
-        m_dwProcessId = 0;
     }
     CloseHandle(hThread);
     if (!bEnded)
@@ -239,7 +238,7 @@ bool CCrashLogger::Tell(const char* sWhat, void (*pfnPassOn)() noexcept) noexcep
         if (pfnPassOn != nullptr)
             return false;
     }
-    m_done.Wait(m_dwMilliseconds);
+    m_done.Wait(m_dwMilliseconds, m_hThread);
     return true;
 }
 

@@ -478,25 +478,22 @@ bool CLogFileInnerHandler::HasThread() const
 /// The waiter lies on the heap: the end of a process on Windows frees the stacks of the threads that it ends.
 bool CLogFileInnerHandler::WaitUntilDone(DWORD dwMilliseconds, bool bOneTry)
 {
-    const std::unique_ptr<CFlushWaiter> pWaiter(new (std::nothrow)
-                                                    CFlushWaiter{nullptr, 0, bOneTry, nullptr});
-    if (pWaiter == nullptr)
-        return false;
+    std::unique_ptr<CFlushWaiter> pWaiter;
     {
         const OCT::CCritSectGuard guard(&m_lock);
         BeginAnewInChild();
         Gather(false);
-        pWaiter->m_nTicket = m_nQueued;
         if (m_nDone >= m_nQueued)
             return true;
         if (!m_bStop)
             EnsureThread();
         if (!HasThread() || (bOneTry && m_bHangs))
             return false;
-        pWaiter->m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        if (pWaiter->m_hEvent == nullptr)
+        pWaiter.reset(new (std::nothrow) CFlushWaiter{CreateEventW(nullptr, TRUE, FALSE, nullptr), m_nQueued,
+                                                      bOneTry, m_pWaiters});
+        if (pWaiter == nullptr || pWaiter->m_hEvent == nullptr)
             return false;
-        pWaiter->m_pNext = std::exchange(m_pWaiters, pWaiter.get());
+        m_pWaiters = pWaiter.get();
         WakeThread();
     }
     const bool bInVain = !Await(pWaiter->m_hEvent, dwMilliseconds);

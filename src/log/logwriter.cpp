@@ -48,9 +48,9 @@ bool CLogWriter::Drain(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 bool CLogWriter::Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost)
 {
     const bool bDrained = Drain(lines, untold, lost);
-    if (IsStopped())
-        return bDrained;
-    m_bFlushing.store(true, std::memory_order_release);
+    if (!bDrained && IsStopped())
+        return false;
+    m_bFlushing.store(bDrained, std::memory_order_release);
     const bool bSynced = m_file.Flush();
     m_bFlushing.store(false, std::memory_order_release);
     const CLogLoss unsynced = std::exchange(m_unsynced, {});

@@ -26,7 +26,7 @@ public:
     bool Flush(CLogQueue& lines, CLogLoss& untold, CLogLoss& lost);
     /// Makes the writing thread leave what lies behind the block that it is just writing; from any thread.
     void Stop() { m_bStopped.store(true, std::memory_order_relaxed); }
-    /// Whether the writing thread is in that wait; from any thread.
+    /// Whether the writing thread has written all and is in that wait; from any thread.
     bool IsFlushing() const { return m_bFlushing.load(std::memory_order_acquire); }
 
     CLogFile& File() { return m_file; }

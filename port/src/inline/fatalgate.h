@@ -17,7 +17,8 @@ public:
         return true;
     }
     void Open() noexcept;
-    void Wait(DWORD dwMilliseconds) noexcept;
+    /// The thread that is to open it does not end before the process.
+    void Wait(DWORD dwMilliseconds, HANDLE hOpener = nullptr) noexcept;
     void Remove() noexcept {}
 
 private:

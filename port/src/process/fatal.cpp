@@ -160,7 +160,7 @@ void CFatalGate::Open() noexcept
     FutexWake(m_nOpen, INT_MAX);
 }
 
-void CFatalGate::Wait(DWORD dwMilliseconds) noexcept
+void CFatalGate::Wait(DWORD dwMilliseconds, HANDLE) noexcept
 {
     CTimeLeft left(dwMilliseconds);
     while (m_nOpen == 0 && left.Update())

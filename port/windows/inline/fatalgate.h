@@ -15,7 +15,12 @@ public:
         return m_hOpen != nullptr;
     }
     void Open() noexcept { SetEvent(m_hOpen); }
-    void Wait(DWORD dwMilliseconds) noexcept { WaitForSingleObject(m_hOpen, dwMilliseconds); }
+    /// Also until the thread has ended that is to open it: the end of the process ends threads first.
+    void Wait(DWORD dwMilliseconds, HANDLE hOpener = nullptr) noexcept
+    {
+        const HANDLE handles[] = {m_hOpen, hOpener};
+        WaitForMultipleObjects(hOpener != nullptr ? 2 : 1, handles, FALSE, dwMilliseconds);
+    }
     void Remove() noexcept
     {
         if (m_hOpen != nullptr)
