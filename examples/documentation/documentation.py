@@ -36,7 +36,7 @@ class Cutter:
     def __init__(self, system, folder, fragments):
         self.system = system
         self.folder, self.fragments = folder, fragments.read_text(encoding="utf-8")
-        self.includes, self.bodies, self.programs, self.scripts = set(), [], [], []
+        self.includes, self.bodies, self.programs, self.forking, self.scripts = set(), [], [], [], []
 
     def write(self, name, text):
         """Leaves a file alone that is as it should be, so that nothing is compiled for it."""
@@ -56,6 +56,8 @@ class Cutter:
         body = MAIN.sub("void Main()", includes.sub("\n", code))
         self.bodies.append(f"namespace {name}\n{{\n#line {place}\n{body}\n}}\n")
         self.programs.append(name)
+        if "fork()" in code:
+            self.forking.append(name)
         self.write(f"{name}.txt", expected)
 
     def guide(self, path):
@@ -92,6 +94,7 @@ class Cutter:
         self.write("programs.inc", "".join(sorted(self.includes)) + "".join(self.bodies) +
                    f"constexpr CProgram c_programs[] = {{\n{rows}}};\n")
         self.write("programs.list", ";".join(self.programs))
+        self.write("forking.list", ";".join(self.forking))
         self.write("scripts.list", ";".join(self.scripts))
 
 
