@@ -34,7 +34,7 @@
 /// Thread safety: all functions from any thread; any number of threads may fail.
 /// Errors: nothing is reported or thrown.
 /// Units: milliseconds; 0 does not wait. INFINITE waits as long as the logs are held up: by a disk that
-///   hangs, or for good a lock of a log or of the heap that the failing thread holds.
+///   hangs, or for good by a lock of a log or of the heap that the failing thread holds.
 ///
 ///     COrvLog log;
 ///     log.InitFileLog(ORVTEXT("#DA(LOCAPP)\\Lumatrek\\Log\\import.txt"), lqlErrors, nullptr);
