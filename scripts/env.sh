@@ -21,8 +21,10 @@ quietly() {
 }
 
 # What every Windows program of this project runs under. Set once, so that set-up, tests and developers agree.
+# Wine is silent but for what keeps a program from starting.
 wine_environment() {
-    export WINEPREFIX=${WINEPREFIX:-$cache/prefix} WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
+    export WINEPREFIX=${WINEPREFIX:-$cache/prefix} WINEDEBUG=${WINEDEBUG:--all,err+module,err+virtual}
+    export WINEDLLOVERRIDES='mscoree,mshtml='
     export LOCPATH=$cache/locales LC_ALL=${LC_ALL:-C.UTF-8}
     unset DISPLAY
 }

@@ -33,5 +33,7 @@ make_locales
 if [[ " $* " == *" windows "* ]]; then
     "$repo/scripts/setup/wine32.sh"
     "$repo/scripts/setup/prefix.sh" 9>&- # a Wine server that outlives us must not hold the lock
+    setarch -R true 2>/dev/null ||
+        say "windows: addresses stay random here, so one start of a 64-bit program in 5,000 fails (scripts/wine says why)"
 fi
 say "ready: $*"
