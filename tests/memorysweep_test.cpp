@@ -268,6 +268,12 @@ constexpr Operation kOperations[] = {
          const auto put = [&](COrvSQLStr& s) { s& NVARCHAR{kLong.c_str(), 0, 4000}; };
          return Changes(a, sql, put) && Changes(a, sql, [&](COrvSQLStr& s) { s& BINARY{bytes, 300}; });
      }},
+    {"batches",
+     [](CAttempt& a) {
+         COrvSQLStrArray batch;
+         const End end = a([&] { batch.AddSQL(); });
+         return end <= End::MemoryExcept && batch.GetCount() == (end == End::Fine ? 2u : 1u);
+     }},
     {"XML writer",
      [](CAttempt& a) {
          OCT::CStrWrtStream stream;
@@ -349,11 +355,16 @@ constexpr Operation kOperations[] = {
          CMIDINTArray ids;
          for (unsigned i = 300; i > 0; --i)
              ids.Add(i);
-         const auto use = [&] {
+         CSimpleByteSet set(0xFFFFFFFF);
+         unsigned nIds = 0;
+         unsigned nFlags = 0;
+         const End end = a([&] {
              ids.Unique();
-             return ids.Join(ORVTEXT(','), nullptr).GetLength();
-         };
-         return a(use) <= End::MemoryExcept && ids.GetSize() == 300;
+             nIds = ids.Join(ORVTEXT(','), nullptr).GetLength();
+             nFlags = set.JoinInterval(0, 255, ORVTEXT(',')).GetLength();
+         });
+         const bool bWhole = nIds == 3 * 300 - 99 - 9 + 299 && nFlags == 911;
+         return (end == End::Fine ? bWhole : end == End::MemoryExcept) && ids.GetSize() == 300;
      }},
     {"settings",
      [](CAttempt& a) {

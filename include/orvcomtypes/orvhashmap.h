@@ -95,7 +95,9 @@ public:
     }
     bool IsExists(TItem item) const noexcept { return GetItem(item) != TItem(0); }
 
-    /// Removes the stored value that has the same key and returns it, or 0 when there is none.
+    /// Removes the stored value that has the same key and returns it, or 0 when there is none. Behind
+    /// `EnableRehash` a removal, too, may make the larger table that is due; when memory is missing for it,
+    /// the value is out of the map although this throws.
     TItem RemoveItem(TItem item)
     {
         return Storage::TakesEmpty() || item != TItem(0) ? RemoveItemByKey(TCompare::GetKey(item), nullptr)

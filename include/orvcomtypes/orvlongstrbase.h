@@ -191,10 +191,11 @@ public:
     void Append(unsigned n);
     void Append(std::int64_t n);
     void Append(std::uint64_t n);
-    /// At most \p nDigits significant digits; a power of ten where the exponent is below -4 or not below
-    /// \p nDigits.
+    /// At most \p nDigits significant digits, of which there are 1 to 40; a power of ten where the exponent
+    /// is below -4 or not below \p nDigits.
     void Append(double d, int nDigits);
-    /// All digits, without zeros at the end of the fraction.
+    /// All digits, without zeros at the end of the fraction; nothing for a scale above 28, which no DECIMAL
+    /// has.
     void Append(const DECIMAL& dec);
     /// By the type that the tag names; types without a text append nothing.
     void Append(const VARIANT& var);

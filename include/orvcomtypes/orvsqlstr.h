@@ -26,9 +26,10 @@
 /// Errors: an empty ID list is reported (source `orvsqlstr`, "COrvSQLStr::Append") and bound as a constant
 ///   predicate. A double that is infinite or not a number has no literal: it is reported ("isfinite(d)") and
 ///   bound as NULL, which compares with nothing and computes to NULL. A GUID that the system cannot
-///   spell appends nothing. Without memory `CLQMemoryExcept` is thrown and the text stays as it was: no value
-///   is ever appended in part.
-/// Units: lengths are code units; `nLen` 0 means up to the terminator, a maximum length of 0 means none.
+///   spell, for want of memory too, appends nothing. Otherwise `CLQMemoryExcept` is thrown without memory and
+///   the text stays as it was: no value is ever appended in part.
+/// Units: lengths are code units; `nLen` 0 means up to the terminator, which also ends the text before
+///   \p nLen; a literal's maximum length of 0 means none.
 ///
 ///     COrvSQLStr sql;
 ///     sql & ORVTEXT("UPDATE T SET Name=") & NVARCHAR{sName, 0, 50};
@@ -169,12 +170,13 @@ public:
     COrvSQLStr& Append(unsigned n);
     COrvSQLStr& Append(std::int64_t n);
     COrvSQLStr& Append(std::uint64_t n);
-    /// At most \p nDigits significant digits, with "." in every locale.
+    /// At most \p nDigits significant digits, of which there are 1 to 40, with "." in every locale.
     COrvSQLStr& Append(double d, int nDigits);
     /// A quoted literal of at most \p nMaxLen units of \p s, each quote doubled; null gives ''.
     COrvSQLStr& AppendStrCol(const WCHAR* s, unsigned nMaxLen);
-    /// What `COLEDBConvert` makes of the value of OLE DB's type \p wType, at most \p nMaxLen units, unquoted:
-    /// never for text that comes from outside. A value without a text appends nothing.
+    /// What `COLEDBConvert` makes of the value of OLE DB's type \p wType in \p nMaxLen units, unquoted: never
+    /// for text that comes from outside. Text is cut there; a number that is longer, and a value without a
+    /// text, append nothing.
     COrvSQLStr& AddDataWithStrConversion(unsigned short wType, const void* pData, unsigned nMaxLen);
 
     // ---- Values ----
@@ -242,7 +244,9 @@ public:
     COrvSQLStrArray& operator=(const COrvSQLStrArray&) = default;
     COrvSQLStrArray& operator=(COrvSQLStrArray&&) = default;
 
-    /// Appends an empty statement with room for 262,144 units; it is then `Last()`.
+    /// Appends an empty statement with room for 262,144 units; it is then `Last()`. Throws `CLQMemoryExcept`
+    /// without memory for that room, and the batch stays as it was; without memory for a larger array the
+    /// batch is empty, as every array is then.
     void AddSQL();
     /// True when any statement holds more than white space.
     bool HasStatement() const;

@@ -2,7 +2,8 @@
 ///
 /// Fields end at the separator, lines at the terminator; both are given by `Init`. White space around a field
 /// does not count unless the field is quoted by " or '; what stands between the closing quote and the next
-/// separator is skipped. What follows from that, and is meant so:
+/// separator is skipped. A quote that is itself the separator or the terminator quotes nothing. What follows
+/// from that, and is meant so:
 /// - a separator that is white space makes no empty field behind another one, and an empty field at the end
 ///   of a line that ends in white space takes the next line's first field;
 /// - a terminator that is white space is skipped by the next call, which reads on in the next line; any other

@@ -6,6 +6,7 @@
 /// Thread safety: none; callers serialise access.
 /// Errors: `AddFromString` reports a character that is neither digit, separator nor white space ("invalid
 /// character", with its code, source `midintarray`) and stops; the number before it is dropped.
+/// `JoinInterval` throws `CLQMemoryExcept` without memory.
 ///
 ///     CSimpleByteSet days(0x00030201);
 ///     days.AddFromString(ORVTEXT("5, 6"), ORVTEXT(','));

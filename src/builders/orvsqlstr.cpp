@@ -290,7 +290,9 @@ COrvSQLStrArray::~COrvSQLStrArray() = default;
 
 void COrvSQLStrArray::AddSQL()
 {
-    AddR().SetSize(kBatchReserve);
+    COrvSQLStr sql;
+    sql.SetSize(kBatchReserve);
+    Add(sql);
 }
 
 bool COrvSQLStrArray::HasStatement() const

@@ -6,6 +6,7 @@
 #include "orvcomtypes/lqthrow.h"
 #include "orvcomtypes/memarraytreat.h"
 #include "orvcomtypes/orvstr.h"
+#include "strings/wholetext.h"
 
 #include <windows.h>
 
@@ -145,7 +146,7 @@ COrvStr CMIDINTArray::Join(WCHAR sep, const WCHAR* sAppend) const
         p = OCT::PutDecimal(p, id);
     }
     *p = 0;
-    return COrvStr(text.Get());
+    return OCT::Whole(COrvStr(text.Get()));
 }
 
 void CMIDINTArray::SortIds()

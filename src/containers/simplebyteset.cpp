@@ -2,9 +2,9 @@
 
 #include "core/charclass.h"
 #include "core/numtext.h"
-
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/orvstr.h"
+#include "strings/wholetext.h"
 
 #include <windows.h>
 
@@ -128,7 +128,7 @@ COrvStr CSimpleByteSet::JoinInterval(ULONG nFrom, ULONG nTo, WCHAR sep) const
         p = OCT::PutDecimal(p, nItem);
     }
     *p = 0;
-    return COrvStr(sText);
+    return OCT::Whole(COrvStr(sText));
 }
 
 ULONG CSimpleByteSet::GetNext(ULONG& nPos) const noexcept

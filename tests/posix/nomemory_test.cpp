@@ -1,4 +1,5 @@
 // What the port does where memory is missing.
+#include "orvcomtypes/orvlongstrbase.h"
 #include "orvcomtypes/threadname.h"
 #include "support/faults.h"
 #include "support/test_environment.h"
@@ -10,6 +11,17 @@
 
 #include <windows.h>
 #include <shlobj.h>
+
+/// The first narrow text of the process: the tables of its code page are there already.
+TEST(NoMemory, NarrowTextIsNotCutShort)
+{
+    const char* const sNarrow = IsNarrowUtf8() ? "k\u00E9y" : "k\xE9y";
+    COrvLongStr s(100);
+    auto pFault = std::make_unique<CFault>(FaultyCall::Allocation);
+    s.Append(sNarrow);
+    pFault.reset();
+    EXPECT_EQ(Text(s), ORVTEXT("k\u00E9y"));
+}
 
 TEST(NoMemory, CallsWithPathsFail)
 {

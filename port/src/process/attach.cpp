@@ -6,6 +6,7 @@
 // unlike on Windows, the other threads still run.
 #include <windows.h>
 
+#include "text/codepage.h"
 #include "threads/threadhooks.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
@@ -32,7 +33,12 @@ bool g_bUnloading = false;
 
 struct CAttachment
 {
-    CAttachment() { DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr); }
+    CAttachment()
+    {
+        // Narrow text is converted also where memory is missing later, so a legacy code page is read at once.
+        CCodePage::Find(CP_ACP);
+        DllMain(OwnModule(), DLL_PROCESS_ATTACH, nullptr);
+    }
     CAttachment(const CAttachment&) = delete;
     CAttachment& operator=(const CAttachment&) = delete;
     ~CAttachment()
