@@ -625,8 +625,11 @@ constexpr Operation kOperations[] = {
              CResourceHandler::GetLanguage();
              s.Load(7, nullptr);
          });
+         const bool bThereAgain = CResourceHandler::SetLanguage(ORVTEXT("hu"));
          CResourceHandler::DestroyGlobal();
-         return end == End::Fine ? a.Happened() || (bHungarian && !s.IsEmpty()) : end == End::MemoryExcept;
+         const bool bDocumented =
+             end == End::Fine ? a.Happened() || (bHungarian && !s.IsEmpty()) : end == End::MemoryExcept;
+         return bThereAgain && bDocumented;
      }},
     {"teardown registration",
      [](CAttempt& a) {
