@@ -169,7 +169,7 @@ TEST_F(Registry, GrantsWhatTheHandleWasOpenedFor)
 
 TEST_F(Registry, NarrowCallsSpeakTheAnsiCodePage)
 {
-    const WCHAR* const sWide = ORVTEXT("Aut\u00F3 \u00E9");
+    const WCHAR* const sWide = ORVTEXT("\u20AC\u20AC\u20AC \u00E9");
     const std::string sText = Narrow(sWide) + '\0';
     const auto cbText = static_cast<DWORD>(sText.size());
     const char* sName = sText.c_str();

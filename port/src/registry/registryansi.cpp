@@ -28,13 +28,20 @@ CRegData NarrowText(const CRegData& data)
     CRegString sText;
     for (std::size_t i = 0; i + 1 < data.size(); i += 2)
         sText.push_back(static_cast<WCHAR>(data[i] | data[i + 1] << 8));
-    CRegData narrow(2 * sText.size());
-    const int n = narrow.empty()
-                      ? 0
-                      : WideCharToMultiByte(CP_ACP, 0, sText.data(), static_cast<int>(sText.size()),
-                                            reinterpret_cast<LPSTR>(narrow.data()),
-                                            static_cast<int>(narrow.size()), nullptr, nullptr);
-    narrow.resize(static_cast<std::size_t>(n));
+    CRegData narrow;
+    const auto convert = [&] {
+        const int n = WideCharToMultiByte(CP_ACP, 0, sText.data(), static_cast<int>(sText.size()),
+                                          reinterpret_cast<LPSTR>(narrow.data()),
+                                          static_cast<int>(narrow.size()), nullptr, nullptr);
+        if (n == 0) // a page whose tables found no memory
+            throw std::bad_alloc();
+        return static_cast<std::size_t>(n);
+    };
+    if (!sText.empty())
+    {
+        narrow.resize(convert()); // without room it asks for the size
+        convert();
+    }
     return narrow;
 }
 

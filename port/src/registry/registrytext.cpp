@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -127,9 +128,12 @@ void AppendCodePoint(CRegString& s, std::uint32_t c)
 CRegString FromPage(std::string_view s, UINT nCodePage)
 {
     CRegString sWide(s.size(), WCHAR(0));
-    const int n = s.empty() ? 0
-                            : MultiByteToWideChar(nCodePage, 0, s.data(), static_cast<int>(s.size()),
-                                                  sWide.data(), static_cast<int>(sWide.size()));
+    if (s.empty())
+        return sWide;
+    const int n = MultiByteToWideChar(nCodePage, 0, s.data(), static_cast<int>(s.size()), sWide.data(),
+                                      static_cast<int>(sWide.size()));
+    if (n == 0) // a page whose tables found no memory: the text is not to be taken for an empty one
+        throw std::bad_alloc();
     sWide.resize(static_cast<std::size_t>(n));
     return sWide;
 }

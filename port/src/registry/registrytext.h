@@ -96,7 +96,7 @@ bool IsRegKeyName(CRegView sName);
 /// `"name"=data` as the reader reads it back, in lines that end as \p encoding says.
 CRegString FormatRegValue(CRegView sName, DWORD dwType, const CRegData& data, const CRegEncoding& encoding);
 
-/// Text of the ANSI code page.
+/// Text of the ANSI code page; throws `std::bad_alloc` also where that finds no memory for its tables.
 CRegString RegFromAnsi(std::string_view s);
 
 /// First line of a registry text.
