@@ -401,11 +401,12 @@ int CHiveWriter::KeepRights(int nFile, const struct stat& old) const
 
 LSTATUS CHiveWriter::Commit()
 {
+    const std::string sFolder = FolderOf(m_sTarget); // before, as it may find no memory
     if (rename(m_sBeside.c_str(), m_sTarget.c_str()) != 0)
         return StatusOfErrno(errno);
     m_bPrepared = false;
     // The new file is in force; not every file system lets its folder be synced.
-    const CDescriptor folder(open(FolderOf(m_sTarget).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const CDescriptor folder(open(sFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.IsOpen())
         fsync(folder.Get());
     return ERROR_SUCCESS;
