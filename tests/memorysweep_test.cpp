@@ -419,24 +419,42 @@ constexpr Operation kOperations[] = {
              [&] { bStored = SetLQStringSettingW(nullptr, ORVTEXT("Machine"), kHeapText.c_str(), nullptr); });
          const COrvStr s = GetLQStrSetting(nullptr, ORVTEXT("Machine"), nullptr);
          ReadHivesAnew();
-         a([] { SetLQStringSettingA(nullptr, "Machine", "x", nullptr); });
+         bool bShort = false;
+         a([&] { bShort = SetLQStringSettingA(nullptr, "Machine", "x", "x"); });
+         const COrvStr sShort = GetLQStrSetting(nullptr, ORVTEXT("Machine"), nullptr);
          StoreValue(HKEY_LOCAL_MACHINE, TextOf(GetLQSettingsRootStr()), ORVTEXT("Machine"), std::nullopt);
-         return end == End::Fine &&
+         return end == End::Fine && Same(sShort, bShort ? ORVTEXT("x") : static_cast<const WCHAR*>(s)) &&
                 (Same(s, kHeapText) || (!bStored && a.Happened() && Same(s, ORVTEXT("old"))));
      },
      {"!sBuf.ReserveSize (dwSize / sizeof (wchar_t) + 1)", "!sBuf.ReserveSize (dwSize / sizeof (char) + 1)"}},
+    {"settings of numbers that differ from the machine's",
+     [](CAttempt& a) {
+         const WCHAR* const sName = ORVTEXT("Machine number");
+         StoreValue(HKEY_LOCAL_MACHINE, TextOf(GetLQSettingsRootStr()), sName, NumberValue(5));
+         SetLQDWORDSettingW(nullptr, sName, 9, 0);
+         bool bStored = false;
+         ReadHivesAnew();
+         const End end = a([&] { bStored = SetLQDWORDSettingW(nullptr, sName, 7, 7); });
+         const DWORD dwValue = GetLQDWORDSettingW(nullptr, sName, 0);
+         StoreValue(HKEY_LOCAL_MACHINE, TextOf(GetLQSettingsRootStr()), sName, std::nullopt);
+         return end == End::Fine && (bStored || a.Happened()) && dwValue == (bStored ? 7u : 9u);
+     }},
     {"settings narrow and binary",
      [](CAttempt& a) {
-         return Gives(a, [] {
+         SetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), "none", 4);
+         BYTE bytes[4] = {};
+         DWORD cbBytes = sizeof bytes;
+         bool bStored = false;
+         const bool bEnded = Gives(a, [&] {
              char s[20];
-             BYTE bytes[4] = {};
-             DWORD cbBytes = sizeof bytes;
+             bStored = SetLQBinarySettingA("Key", "Bytes", "abcd", 4); // the first use of the code page
              SetLQDWORDSettingA("Key", "Number", 5, 6);
              GetLQStringSettingA(nullptr, "Nothing", s, sizeof s, "default");
-             SetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), "abcd", 4);
              GetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), bytes, &cbBytes);
              return GetLQDWORDSettingA("Key", "Number", 6) == 5 && bytes[3] == 'd';
          });
+         GetLQBinarySettingW(ORVTEXT("Key"), ORVTEXT("Bytes"), bytes, &cbBytes);
+         return bEnded && bytes[3] == (bStored ? 'd' : 'e');
      }},
     {"ExpandPathW",
      [](CAttempt& a) {

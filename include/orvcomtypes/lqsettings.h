@@ -5,16 +5,21 @@
 /// while it differs from what a reader would get without it: writing the machine-wide value (or, without one,
 /// the default) removes the per-user value, so that later changes for the whole machine are seen again.
 ///
-/// Each function has a wide form and a narrow one in the ANSI code page. A null or empty sub-key means the
-/// root itself; a key path is cut at 259 units. A null or empty value name means the key's default value. On
-/// targets without a registry the hives are text files, see docs/settings.md.
+/// Each function has a wide form and a narrow one in the ANSI code page. In narrow sub-keys and roots every
+/// byte below 0x80 is ASCII, also as the second one of a double-byte character, which is lost then: such keys
+/// need the wide form. Value names and text may hold any character of the page.
+///
+/// A null or empty sub-key means the root itself; a key path is cut at 259 units. A null or empty value name
+/// means the key's default value. On targets without a registry the hives are text files, see
+/// docs/settings.md.
 ///
 /// Lifetime: usable in static constructors and destructors too, and after `UninitOrvComTypes`.
 /// Thread safety: all functions from any thread, except while another thread changes the root. Reading never
 ///   waits for a process that writes. Writing waits for its turn, at most five seconds where hives are files.
 /// Errors: nothing throws. A hive or key that cannot be read, and a value of another type or size, count as
-///   missing, and nothing is said about it. Misuse and missing memory are reported (source `lqsettings`) as
-///   it stands at each function.
+///   missing, and nothing is said about it; a hive that there is no memory to read counts as missing for
+///   getters only. Misuse and missing memory for text are reported (source `lqsettings`) as it stands at each
+///   function.
 /// Units: `cb…` bytes, `cch…` code units or bytes of narrow text, terminator included. Narrow text is cut
 ///   between characters.
 ///
@@ -79,7 +84,7 @@ ORV_EXTERN_C ORV_FUNC bool ORVCALL GetLQBinarySettingW(const WCHAR* subKey, cons
                                                        void* dest, DWORD* pcbDest) noexcept;
 
 /// Text as stored, not trimmed, of any length, from a key path of any length; else the default, which may be
-/// null for empty text. Empty without memory.
+/// null for empty text. Empty without memory for path or text.
 ORV_EXTERN_C ORV_FUNC COrvStr ORVCALL GetLQStrSetting(const WCHAR* subKey, const WCHAR* valueName,
                                                       const WCHAR* defaultValue) noexcept;
 
@@ -87,7 +92,8 @@ ORV_VALUES_END
 
 // ---- Writing: true when the value is stored, or removed because it says what holds without it ----
 //
-// The per-user key is made in both cases.
+// The per-user key is made in both cases. Without memory, be it for the machine-wide value, all give false
+// and the setting is as before; only a value that was to be removed may be gone.
 
 /// Reports "valueName == nullptr || valueName[0] == L'\0'" and gives false.
 ORV_EXTERN_C ORV_FUNC bool ORVCALL SetLQDWORDSettingA(const char* subKey, const char* valueName,

@@ -2,6 +2,7 @@
 
 #include "core/charclass.h"
 #include "core/lifecycle.h"
+#include "core/memoryerror.h"
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/resourcehandler.h"
 #include "orvcomtypes/smartcls.h"
@@ -96,7 +97,7 @@ const CLanguage* CLanguageTable::Find(const CLanguageName& name) noexcept
         if (m_answers[i].m_name == name)
             return m_answers[i].m_pLanguage;
     const CLanguage* const pLanguage = Search(name);
-    const bool bFinal = pLanguage != nullptr || !IsShortOfMemory(GetLastError());
+    const bool bFinal = pLanguage != nullptr || !OCT::IsShortOfMemory(GetLastError());
     if (bFinal && m_nAnswers < std::size(m_answers))
         m_answers[m_nAnswers++] = {name, pLanguage};
     return pLanguage;

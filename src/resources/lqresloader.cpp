@@ -1,6 +1,7 @@
 #include "resources/lqresloader.h"
 
 #include "core/fixedline.h"
+#include "core/memoryerror.h"
 #include "orvcomtypes/lqsettings.h"
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/orvexport.h"
@@ -40,11 +41,6 @@ bool IsMissing(DWORD dwError) noexcept
 
 } // namespace
 
-bool IsShortOfMemory(DWORD dwError) noexcept
-{
-    return dwError == ERROR_NOT_ENOUGH_MEMORY || dwError == ERROR_OUTOFMEMORY;
-}
-
 void CLQResLoader::Init(HMODULE hModule) noexcept
 {
     Init(hModule, ORVTEXT("OrvComTypes"), MakeResVersion(ORV_VERSION_MAJOR, ORV_VERSION_MINOR));
@@ -81,7 +77,7 @@ HMODULE CLQResLoader::Open(const WCHAR* sLanguage) noexcept
         *pEnd = 0;
         if (const HMODULE hModule = OpenFrom(sFolder, sLanguage))
             return hModule;
-        if (IsShortOfMemory(GetLastError()))
+        if (OCT::IsShortOfMemory(GetLastError()))
             return nullptr;
     }
     const bool bInstalled =

@@ -46,6 +46,3 @@ private:
     CLQResName m_owner;
     EUse m_use = useUnknown;
 };
-
-/// Whether a library that could not be opened may be opened another time.
-bool IsShortOfMemory(DWORD dwError) noexcept;

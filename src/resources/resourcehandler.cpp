@@ -1,5 +1,6 @@
 #include "orvcomtypes/resourcehandler.h"
 
+#include "core/memoryerror.h"
 #include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
 #include "resources/languagetable.h"
@@ -66,7 +67,7 @@ const CLanguage& ChooseAtFirstUse() noexcept
 {
     const DWORD dwLastError = GetLastError();
     const CLanguage* pLanguage = Choose(CPreferred().m_sNames).m_pLanguage;
-    const bool bNoMemory = IsShortOfMemory(GetLastError());
+    const bool bNoMemory = OCT::IsShortOfMemory(GetLastError());
     SetLastError(dwLastError);
     if (pLanguage == nullptr && bNoMemory)
         return c_None; // next time there may be memory again

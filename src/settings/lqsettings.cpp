@@ -1,5 +1,6 @@
 #include "orvcomtypes/lqsettings.h"
 
+#include "core/memoryerror.h"
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/orvexport.h"
 #include "orvcomtypes/orvstr.h"
@@ -39,6 +40,21 @@ bool IsText(DWORD dwType)
     return dwType == REG_SZ || dwType == REG_EXPAND_SZ;
 }
 
+/// What a hive says about a value. Without memory it does not say whether it has one.
+enum class Found
+{
+    eYes,
+    eMissing,
+    eNoMemory
+};
+
+Found FoundBy(LSTATUS lStatus)
+{
+    if (lStatus == ERROR_SUCCESS)
+        return Found::eYes;
+    return OCT::IsShortOfMemory(static_cast<DWORD>(lStatus)) ? Found::eNoMemory : Found::eMissing;
+}
+
 // ---- Key paths ----
 
 struct CKeyPath
@@ -72,19 +88,23 @@ private:
 template <class Number>
 constexpr DWORD kTypeOf = sizeof(Number) == 4 ? REG_DWORD : REG_QWORD;
 
+/// Changes \p value only where the hive has one.
 template <class Form, class Number>
-bool ReadNumber(HKEY hHive, const CKeyPath& path, const typename Form::Char* valueName, Number& value)
+Found ReadNumber(HKEY hHive, const CKeyPath& path, const typename Form::Char* valueName, Number& value)
 {
     CRegKeyW key;
     Number stored = 0;
     DWORD dwType = REG_NONE;
     DWORD cbData = sizeof stored;
-    if (key.Open(hHive, path.m_sText, kReadRights) != ERROR_SUCCESS ||
-        Form::QueryValue(key.Get(), valueName, &dwType, &stored, &cbData) != ERROR_SUCCESS ||
-        dwType != kTypeOf<Number> || cbData != sizeof stored)
-        return false;
+    LSTATUS lStatus = key.Open(hHive, path.m_sText, kReadRights);
+    if (lStatus == ERROR_SUCCESS)
+        lStatus = Form::QueryValue(key.Get(), valueName, &dwType, &stored, &cbData);
+    if (lStatus != ERROR_SUCCESS)
+        return FoundBy(lStatus);
+    if (dwType != kTypeOf<Number> || cbData != sizeof stored)
+        return Found::eMissing;
     value = stored;
-    return true;
+    return Found::eYes;
 }
 
 template <class Form, class Number>
@@ -94,7 +114,7 @@ Number GetNumber(const typename Form::Char* subKey, const typename Form::Char* v
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     Number value = nDefault;
     for (HKEY hHive : kHives)
-        if (ReadNumber<Form>(hHive, path, valueName, value))
+        if (ReadNumber<Form>(hHive, path, valueName, value) == Found::eYes)
             break;
     return value;
 }
@@ -124,7 +144,8 @@ bool SetNumber(const char* sFunction, const typename Form::Char* subKey, const t
     }
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     Number reference = nDefault;
-    ReadNumber<Form>(HKEY_LOCAL_MACHINE, path, valueName, reference);
+    if (ReadNumber<Form>(HKEY_LOCAL_MACHINE, path, valueName, reference) == Found::eNoMemory)
+        return false;
     return StoreOrInherit<Form>(path, valueName, value != reference, kTypeOf<Number>, &value, sizeof value);
 }
 
@@ -150,16 +171,19 @@ void TrimInPlace(Char* s)
     s[pEnd - pStart] = 0;
 }
 
-/// Opens the key and asks for the size of a value of text; false when the hive has none.
+/// Opens the key and asks for the size of a value of text.
 template <class Form>
-bool FindText(HKEY hHive, const WCHAR* sPath, const typename Form::Char* valueName, CRegKeyW& key,
-              DWORD& cbData)
+Found FindText(HKEY hHive, const WCHAR* sPath, const typename Form::Char* valueName, CRegKeyW& key,
+               DWORD& cbData)
 {
     DWORD dwType = REG_NONE;
     cbData = 0;
-    return key.Open(hHive, sPath, kReadRights) == ERROR_SUCCESS &&
-           Form::QueryValue(key.Get(), valueName, &dwType, nullptr, &cbData) == ERROR_SUCCESS &&
-           IsText(dwType);
+    LSTATUS lStatus = key.Open(hHive, sPath, kReadRights);
+    if (lStatus == ERROR_SUCCESS)
+        lStatus = Form::QueryValue(key.Get(), valueName, &dwType, nullptr, &cbData);
+    if (lStatus != ERROR_SUCCESS)
+        return FoundBy(lStatus);
+    return IsText(dwType) ? Found::eYes : Found::eMissing;
 }
 
 /// Reads text into room for \p cchDest units and terminates it, because the registry keeps text as it was
@@ -176,39 +200,33 @@ bool ReadText(HKEY hKey, const typename Form::Char* valueName, typename Form::Ch
     return true;
 }
 
-enum class TextResult
-{
-    eMissing,
-    eFound,
-    eNoMemory
-};
-
+/// Without memory for the text, not for the registry, it is `eNoMemory`.
 template <class Form>
-TextResult GetTextFrom(HKEY hHive, const CKeyPath& path, const typename Form::Char* valueName,
-                       typename Form::Char* dest, DWORD cbDest)
+Found GetTextFrom(HKEY hHive, const CKeyPath& path, const typename Form::Char* valueName,
+                  typename Form::Char* dest, DWORD cbDest)
 {
     using Char = typename Form::Char;
     CRegKeyW key;
     DWORD cbData;
-    if (!FindText<Form>(hHive, path.m_sText, valueName, key, cbData))
-        return TextResult::eMissing;
+    if (FindText<Form>(hHive, path.m_sText, valueName, key, cbData) != Found::eYes)
+        return Found::eMissing;
     const std::size_t cchDest = cbDest / sizeof(Char);
     if (cbData < cbDest)
     {
         if (!ReadText<Form>(key.Get(), valueName, dest, cchDest))
-            return TextResult::eMissing;
+            return Found::eMissing;
         TrimInPlace(dest);
-        return TextResult::eFound;
+        return Found::eYes;
     }
     CSettingsBuffer<Char> buffer;
     const std::size_t cchBuffer = cbData / sizeof(Char) + 1;
     if (!buffer.ReserveSize(cchBuffer))
-        return TextResult::eNoMemory;
+        return Found::eNoMemory;
     if (!ReadText<Form>(key.Get(), valueName, buffer, cchBuffer))
-        return TextResult::eMissing;
+        return Found::eMissing;
     TrimInPlace<Char>(buffer);
     CopyCut<Char>(dest, cchDest, buffer);
-    return TextResult::eFound;
+    return Found::eYes;
 }
 
 template <class Form>
@@ -224,11 +242,11 @@ bool GetText(const char* sFunction, const typename Form::Char* subKey, const typ
     const CKeyPath path = CKeyPath::Make<Form>(subKey);
     for (HKEY hHive : kHives)
     {
-        const TextResult result = GetTextFrom<Form>(hHive, path, valueName, dest, cbDest);
-        if (result == TextResult::eNoMemory)
+        const Found found = GetTextFrom<Form>(hHive, path, valueName, dest, cbDest);
+        if (found == Found::eNoMemory)
             ORV_REPORT(sFunction, "pBuf == nullptr");
-        if (result != TextResult::eMissing)
-            return result == TextResult::eFound;
+        if (found != Found::eMissing)
+            return found == Found::eYes;
     }
     if (IsEmptyText(defaultValue))
         dest[0] = 0;
@@ -249,7 +267,10 @@ bool ReadReferenceText(const char* sFunction, const CKeyPath& path, const typena
     const CRegistryReading reading;
     CRegKeyW key;
     DWORD dwSize;
-    if (FindText<Form>(HKEY_LOCAL_MACHINE, path.m_sText, valueName, key, dwSize))
+    const Found found = FindText<Form>(HKEY_LOCAL_MACHINE, path.m_sText, valueName, key, dwSize);
+    if (found == Found::eNoMemory)
+        return false;
+    if (found == Found::eYes)
     {
         const std::size_t cchBuf = dwSize / sizeof(Char) + 1;
         if (!sBuf.ReserveSize(cchBuf))
@@ -473,15 +494,15 @@ try
         CRegKeyW key;
         CSettingsBuffer<WCHAR> buffer;
         DWORD cbData;
-        if (!FindText<CWideForm>(hHive, sPath, valueName, key, cbData))
+        if (FindText<CWideForm>(hHive, sPath, valueName, key, cbData) != Found::eYes)
             continue;
         const std::size_t cchBuffer = cbData / sizeof(WCHAR) + 1;
         if (!buffer.ReserveSize(cchBuffer))
             return COrvStr();
         if (ReadText<CWideForm>(key.Get(), valueName, buffer, cchBuffer))
-            return COrvStr(static_cast<const WCHAR*>(buffer));
+            return OCT::Whole(COrvStr(static_cast<const WCHAR*>(buffer)));
     }
-    return IsEmptyText(defaultValue) ? COrvStr() : COrvStr(defaultValue);
+    return IsEmptyText(defaultValue) ? COrvStr() : OCT::Whole(COrvStr(defaultValue));
 }
 catch (...)
 {

@@ -59,6 +59,7 @@ constexpr CSystemText kTexts[] = {
     {ERROR_NO_UNICODE_TRANSLATION, u"The text cannot be converted between these character sets."},
     {ERROR_INVALID_OWNER, u"The file cannot be given to that owner or group."},
     {ERROR_INVALID_WINDOW_HANDLE, u"The handle is not that of a window."},
+    {ERROR_NO_SYSTEM_RESOURCES, u"The system itself has no memory or handles left."},
     {ERROR_TIMEOUT, u"The time allowed for the operation is over."},
     {ERROR_RESOURCE_DATA_NOT_FOUND, u"The module has no resources."},
     {ERROR_RESOURCE_TYPE_NOT_FOUND, u"The module has no resources of this type."},
