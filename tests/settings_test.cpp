@@ -382,6 +382,25 @@ TEST_F(WideSettings, NarrowAndWideFormsShareValues)
     EXPECT_EQ(sFits, sCut);
 }
 
+TEST_F(WideSettings, TextOfTheCodePageSurvivesTheNarrowForms)
+{
+    // Of three bytes in UTF-8; in page 932 the last one of U+8868 is that of a backslash.
+    for (const WCHAR* const sText :
+         {ORVTEXT("C:\\\u20AC\u20AC\u20AC\u20AC\u20AC"), ORVTEXT("C:\\\u65E5\u65E5\u65E5\u65E5\u8868")})
+    {
+        const std::string sNarrow = ::Narrow(sText);
+        if (sNarrow.find('?') != sNarrow.npos) // a page without them
+            continue;
+        StoreValue(HKEY_LOCAL_MACHINE, kRoot, ORVTEXT("DataPath"), TextValue(sText));
+        char sPath[100] = "*\\x";
+        ExpandPathA(sPath, sizeof sPath);
+        EXPECT_EQ(sNarrow + "\\x", sPath);
+        EXPECT_TRUE(SetLQStringSettingA(nullptr, "DataPath", sNarrow.c_str(), ""));
+        EXPECT_EQ(std::nullopt, ReadValue(HKEY_CURRENT_USER, kRoot, ORVTEXT("DataPath")));
+    }
+    EXPECT_NO_REPORTS(m_capture);
+}
+
 TEST_F(WideSettings, AKeyDeliversItsText)
 {
     const RegistryValue text = TextValue(ORVTEXT("abc"), REG_EXPAND_SZ);

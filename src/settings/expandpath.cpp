@@ -1,3 +1,4 @@
+#include "core/textformat.h"
 #include "orvcomtypes/lqsettings.h"
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/orvexport.h"
@@ -31,6 +32,11 @@ struct CPathTexts<char>
     {
         return GetLQStringSettingA(nullptr, sName, dest, cbDest, nullptr);
     }
+    /// The last byte of a character of two may be that of a backslash.
+    static bool EndsInBackslash(const char* s, std::size_t n)
+    {
+        return s[n - 1] == '\\' && OCT::WholeCharacters(s, n - 1, CP_ACP) == n - 1;
+    }
     static void Narrow(const char* sPath, char (&dest)[kReportedPathBytes])
     {
         CopyCut(dest, kReportedPathBytes, sPath);
@@ -50,6 +56,7 @@ struct CPathTexts<WCHAR>
     {
         return GetLQStringSettingW(nullptr, sName, dest, cbDest, nullptr);
     }
+    static bool EndsInBackslash(const WCHAR* s, std::size_t n) { return s[n - 1] == '\\'; }
     static void Narrow(const WCHAR* sPath, char (&dest)[kReportedPathBytes])
     {
         UnicodeToANSI(sPath, dest, kReportedPathBytes, CP_ACP);
@@ -97,7 +104,7 @@ void ExpandPath(Char* cPath, std::size_t cPathSizeInBytes)
     }
     const std::size_t nBase = std::char_traits<Char>::length(cBaseDir);
     // The rest keeps its backslash unless the base directory ends in one.
-    CopyCut<Char>(cTmpPath, cchPath, cPath + (cBaseDir[nBase - 1] == '\\' ? 2 : 1));
+    CopyCut<Char>(cTmpPath, cchPath, cPath + (Texts::EndsInBackslash(cBaseDir, nBase) ? 2 : 1));
     if (CopyCut<Char>(cPath, cchPath, cBaseDir))
         CopyCut<Char>(cPath + nBase, cchPath - nBase, cTmpPath);
 }
