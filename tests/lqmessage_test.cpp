@@ -72,6 +72,10 @@ TEST(Message, ListsParameters)
     for (int i = 0; i < 9; ++i)
         message.AddParam(LONG{i - 6});
     EXPECT_TRUE(Listed().ends_with(ORVTEXT(" P9: -1 P10: 0")));
+    CReportCapture capture;
+    message.AddParam(2.5);
+    EXPECT_TRUE(Listed().ends_with(ORVTEXT(" P10: 0")));
+    EXPECT_REPORTS(capture, {{"CLQMessage::Format", ""}});
 }
 
 TEST(Message, KeepsParametersOfAnyType)

@@ -536,6 +536,19 @@ constexpr Operation kOperations[] = {
          });
          return end <= End::MemoryExcept && messages.GetCount() == (end == End::Fine ? 2u : 1u);
      }},
+    {"messages of a list",
+     [](CAttempt& a) {
+         CLQMessages messages, others;
+         messages.Add(1, 26005, kShort);
+         others.Add(2, 26005, kShort);
+         others.Add(3, 26005, kHeapText.c_str());
+         const End end = a([&] { messages.Add(others); });
+         const unsigned nAll = end == End::Fine ? 3 : 1;
+         const bool bAllOrNone = messages.GetCount() == nAll;
+         const End endOfOwn = a([&] { messages.Add(messages); });
+         return end <= End::MemoryExcept && endOfOwn <= End::MemoryExcept && bAllOrNone &&
+                messages.GetCount() == (endOfOwn == End::Fine ? 2 * nAll : nAll);
+     }},
     {"messages as text",
      [](CAttempt& a) {
          CLQMessage message(1, 2, kHeapText.c_str());
@@ -636,18 +649,20 @@ constexpr Operation kOperations[] = {
          [[maybe_unused]] static const bool s_bOwned =
              (CResourceHandler::SetOwner(nullptr, ORVTEXT("test_strings"), 1, 0), true);
          bool bHungarian = false;
+         unsigned nMissing = 0;
          COrvStr s;
          const End end = a([&] {
              bHungarian = CResourceHandler::SetLanguage(ORVTEXT("hu"));
+             nMissing = CLQMessage(9999).Format(nullptr).GetLength(); // a long text, or that of an error
              const CThreadLanguage english(ORVTEXT("en-GB"));
              CResourceHandler::GetLanguage();
              s.Load(7, nullptr);
          });
          const bool bThereAgain = CResourceHandler::SetLanguage(ORVTEXT("hu"));
          CResourceHandler::DestroyGlobal();
-         const bool bDocumented =
-             end == End::Fine ? a.Happened() || (bHungarian && !s.IsEmpty()) : end == End::MemoryExcept;
-         return bThereAgain && bDocumented;
+         if (end != End::Fine)
+             return bThereAgain && end == End::MemoryExcept;
+         return bThereAgain && nMissing > 40 && (a.Happened() || (bHungarian && !s.IsEmpty()));
      }},
     {"teardown registration",
      [](CAttempt& a) {

@@ -10,8 +10,8 @@
 ///   language until one is chosen anew: texts are then those of missing resources.
 /// Thread safety: several threads may read and format a message; it must not be changed meanwhile.
 /// Errors: reports (source `lqmessage`) stand at the members. An index outside a list, or of a parameter that
-///   there is not, throws `CLQInvalidargExcept`. Missing memory throws `CLQMemoryExcept`; what was added to
-///   is then as before, or empty when its array would have had to grow.
+///   there is not, throws `CLQInvalidargExcept`. Missing memory throws `CLQMemoryExcept`, but for what
+///   `Format` names; what was added to is then as before, or empty when its array would have had to grow.
 ///
 ///     CLQMessage message(26100, 0);
 ///     message.AddParam(ORVTEXT("orders"));
@@ -108,8 +108,8 @@ public:
     /// user's locale and cut at its first "." or ",", deliberately also where that groups the digits; they
     /// are plain digits where there is no memory for that. Reports, without a condition, a number with
     /// decimals or a time, and leaves it empty: those are for callers that read them. A format that the
-    /// system refuses, and a text beyond 999 units, gives "Internal error, invalid resource parameters.  ",
-    /// and in parentheses the system's error and the format.
+    /// system refuses or finds no memory for, and a text beyond 999 units, gives "Internal error, invalid
+    /// resource parameters.  ", and in parentheses the system's error and the format.
     COrvStr Format(const WCHAR* sFormat) const;
     /// Given to `Format` as a format: all parameters one by one, for logs.
     static const WCHAR* ListParams() noexcept { return reinterpret_cast<const WCHAR*>(1); }

@@ -87,6 +87,23 @@ Array* CopyOf(const Array* pArray)
     return copy.release();
 }
 
+/// Appends a message or those of an array, all or none.
+template <class Source>
+void AppendAll(CLQMessageArray& messages, const Source& source)
+{
+    const unsigned nCount = messages.GetCount();
+    try
+    {
+        messages.Add(source);
+    }
+    catch (...)
+    {
+        if (messages.GetCount() > nCount) // places were made, but not all copies
+            messages.RemoveAt(nCount, messages.GetCount() - nCount);
+        throw;
+    }
+}
+
 /// A parameter with its type, and without a value, at the end of a message's.
 CLQMessageParam& NewParam(CLQMessageParams*& pParams, LQMessageParamType type)
 {
@@ -304,27 +321,27 @@ COrvStr CLQMessage::Format(HINSTANCE hModule) const
         ORV_REPORT_VALUE("CLQMessage::Format", "sFormat.IsEmpty()", m_uResId);
         sFormat.Load(kMissingResource, nullptr);
         const CNumberText id = Decimal(m_uResId);
-        if (sFormat.IsEmpty())
+        if (OCT::Whole(sFormat).IsEmpty())
         {
             COrvStr sText(kInternalError);
             sText.Append(id.Text());
             return sText;
         }
-        sFormat.Append(ORVTEXT(" "));
-        sFormat.Append(id.Text());
+        OCT::AppendWhole(sFormat, ORVTEXT(" "));
+        OCT::AppendWhole(sFormat, id.Text());
     }
     return Format(static_cast<const WCHAR*>(sFormat));
 }
 
 COrvStr CLQMessage::Format(const WCHAR* sFormat) const
 {
-    const unsigned nParams = std::min(GetParamCount(), kReferencedParams);
     COrvStr texts[kReferencedParams];
-    for (unsigned i = 0; i < nParams; ++i)
-        texts[i] = OCT::Whole(ParamText(m_pParams->Item(i)));
+    COrvStr sBeyond; // converted too: what cannot be shown is reported
+    for (unsigned i = 0; i < GetParamCount(); ++i)
+        (i < kReferencedParams ? texts[i] : sBeyond) = OCT::Whole(ParamText(m_pParams->Item(i)));
     if (sFormat != ListParams())
         return Substitute(sFormat != nullptr ? sFormat : ORVTEXT(""), texts);
-    const COrvStr sListing = ListingFormat(nParams);
+    const COrvStr sListing = ListingFormat(std::min(GetParamCount(), kReferencedParams));
     return Substitute(sListing, texts);
 }
 
@@ -344,24 +361,13 @@ void CLQMessages::Add(LONG iCode, unsigned uResId, const WCHAR* p1, const WCHAR*
 
 void CLQMessages::Add(const CLQMessage& message)
 {
-    CLQMessageArray& messages = Existing(m_pMessages);
-    const unsigned nCount = messages.GetCount();
-    try
-    {
-        messages.Add(message);
-    }
-    catch (...)
-    {
-        if (messages.GetCount() > nCount) // a place was made, but not the copy
-            messages.RemoveLast();
-        throw;
-    }
+    AppendAll(Existing(m_pMessages), message);
 }
 
 void CLQMessages::Add(const CLQMessages& messages)
 {
     if (!messages.IsEmpty())
-        Existing(m_pMessages).Add(*messages.m_pMessages);
+        AppendAll(Existing(m_pMessages), *messages.m_pMessages);
 }
 
 const CLQMessage& CLQMessages::GetItem(unsigned uIndex) const
