@@ -48,10 +48,9 @@ enum class Found
     eNoMemory
 };
 
-Found FoundBy(LSTATUS lStatus)
+/// What it is when a call of the registry has failed.
+Found FoundByFailed(LSTATUS lStatus)
 {
-    if (lStatus == ERROR_SUCCESS)
-        return Found::eYes;
     return OCT::IsShortOfMemory(static_cast<DWORD>(lStatus)) ? Found::eNoMemory : Found::eMissing;
 }
 
@@ -100,7 +99,7 @@ Found ReadNumber(HKEY hHive, const CKeyPath& path, const typename Form::Char* va
     if (lStatus == ERROR_SUCCESS)
         lStatus = Form::QueryValue(key.Get(), valueName, &dwType, &stored, &cbData);
     if (lStatus != ERROR_SUCCESS)
-        return FoundBy(lStatus);
+        return FoundByFailed(lStatus);
     if (dwType != kTypeOf<Number> || cbData != sizeof stored)
         return Found::eMissing;
     value = stored;
@@ -182,7 +181,7 @@ Found FindText(HKEY hHive, const WCHAR* sPath, const typename Form::Char* valueN
     if (lStatus == ERROR_SUCCESS)
         lStatus = Form::QueryValue(key.Get(), valueName, &dwType, nullptr, &cbData);
     if (lStatus != ERROR_SUCCESS)
-        return FoundBy(lStatus);
+        return FoundByFailed(lStatus);
     return IsText(dwType) ? Found::eYes : Found::eMissing;
 }
 
