@@ -1,7 +1,9 @@
 // What the port does where memory is missing.
 #include "orvcomtypes/orvlongstrbase.h"
 #include "orvcomtypes/threadname.h"
+#include "orvcomtypes/timeutils.h"
 #include "support/faults.h"
+#include "support/forked.h"
 #include "support/test_environment.h"
 #include "support/text.h"
 
@@ -45,6 +47,23 @@ TEST(NoMemory, CallsWithPathsFail)
     pFault.reset();
     for (const bool& bFailed : failed)
         EXPECT_TRUE(bFailed) << &bFailed - failed;
+}
+
+TEST(NoMemory, TheSystemsZoneIsReadWholeOrLater)
+{
+    const CVariableGuard zone("TZ", "Asia/Tokyo");
+    const auto hour = [] {
+        SYSTEMTIME st;
+        return Timet2LocalSystemTime(0, &st) ? st.wHour : -1;
+    };
+    for (const unsigned nFirst : {1u, 2u})
+        EXPECT_EQ(9, ForkedResult([=] {
+                      auto pFault = std::make_unique<CFault>(FaultyCall::LargeAllocation, nFirst);
+                      const int iHour = hour();
+                      pFault.reset();
+                      return iHour == 9 || iHour == -1 ? hour() : 100;
+                  }))
+            << nFirst;
 }
 
 TEST(NoMemory, NumbersAreNotFormatted)

@@ -11,11 +11,12 @@
 enum class FaultyCall
 {
     Allocation,
-    Open,        ///< no handle is left
-    Sync,        ///< the disk reports an error
-    HangingSync, ///< never comes back
-    CutOffWrite, ///< puts all at the end of a file and goes on behind RunUntilCutOff
-    SlowWrite,   ///< POSIX only: what is put at the end of a file takes a fifth of a second
+    LargeAllocation, ///< POSIX only: by malloc, of 100,000 bytes and more
+    Open,            ///< no handle is left
+    Sync,            ///< the disk reports an error
+    HangingSync,     ///< never comes back
+    CutOffWrite,     ///< puts all at the end of a file and goes on behind RunUntilCutOff
+    SlowWrite,       ///< POSIX only: what is put at the end of a file takes a fifth of a second
     ThreadStart,
     Sleep, ///< comes back at once
     Count

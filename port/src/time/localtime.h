@@ -6,3 +6,6 @@
 
 /// False also where there is no memory to read the zone.
 bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept;
+
+/// Reads the zone that the environment names now; false without memory.
+bool PortReadZone() noexcept;

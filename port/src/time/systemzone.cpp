@@ -1,6 +1,5 @@
 #include "systemzone.h"
 
-#include "process/sparememory.h"
 #include "threads/portlock.h"
 #include "time/localtime.h"
 #include "zoneperiods.h"
@@ -19,15 +18,17 @@ namespace
 // steps.
 constexpr std::int64_t kStep = 3 * CZonePeriods::kDay;
 
-LONG LibraryOffset(std::int64_t nUtc) noexcept
+LONG LibraryOffset(std::int64_t nUtc)
 {
     const std::time_t t = nUtc;
     std::tm fields;
-    return PortLocalTime(t, fields) ? static_cast<LONG>(fields.tm_gmtoff) : 0;
+    if (!PortLocalTime(t, fields))
+        throw std::bad_alloc();
+    return static_cast<LONG>(fields.tm_gmtoff);
 }
 
 /// The first second after \p nBefore that has the offset of \p nAfter, between the two.
-std::int64_t FindChange(std::int64_t nBefore, std::int64_t nAfter) noexcept
+std::int64_t FindChange(std::int64_t nBefore, std::int64_t nAfter)
 {
     const LONG nOffset = LibraryOffset(nBefore);
     while (nAfter - nBefore > 1)
@@ -39,10 +40,11 @@ std::int64_t FindChange(std::int64_t nBefore, std::int64_t nAfter) noexcept
 }
 
 /// The offsets of the system's zone (the variable TZ, else /etc/localtime) with the changes that the tz
-/// database has, read once from the C library.
+/// database has, read once from the C library. Throws without memory: the next who asks reads it.
 CZonePeriods ReadSystemZone()
 {
-    tzset();
+    if (!PortReadZone())
+        throw std::bad_alloc();
     LONG nOffset = LibraryOffset(CZonePeriods::kFirst);
     CZonePeriods periods(nOffset);
     for (std::int64_t nUtc = CZonePeriods::kFirst; nUtc < CZonePeriods::kLast; nUtc += kStep)
@@ -71,7 +73,7 @@ constinit CMadeOnce<CSystemZone> g_zone;
 const CZonePeriods* SystemZone() noexcept
 try
 {
-    return g_zone.Peek() || PortHasSpareMemory() ? &g_zone.Get() : nullptr;
+    return &g_zone.Get();
 }
 catch (const std::bad_alloc&)
 {

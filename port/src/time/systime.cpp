@@ -50,11 +50,20 @@ void Fill(SYSTEMTIME& st, const std::tm& tm, long nNanoseconds) noexcept
 
 } // namespace
 
+bool PortReadZone() noexcept
+{
+    const std::lock_guard guard(g_zoneLock);
+    if (!PortHasSpareMemory())
+        return false;
+    tzset();
+    g_bZoneRead = true;
+    return true;
+}
+
 bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept
 {
     const std::lock_guard guard(g_zoneLock);
-    g_bZoneRead = g_bZoneRead || PortHasSpareMemory();
-    return g_bZoneRead && localtime_r(&tTime, &tm) != nullptr;
+    return (g_bZoneRead || PortReadZone()) && localtime_r(&tTime, &tm) != nullptr;
 }
 
 void GetLocalTime(LPSYSTEMTIME lpSystemTime) noexcept

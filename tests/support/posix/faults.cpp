@@ -127,7 +127,9 @@ Function* Next(const char* sName)
 
 extern "C" void* malloc(std::size_t nBytes) noexcept
 {
-    return NoMemory(__builtin_return_address(0)) ? nullptr : Counted(REAL(malloc)(nBytes));
+    if (NoMemory(__builtin_return_address(0)) || (nBytes >= 100'000 && FailsNow(FaultyCall::LargeAllocation)))
+        return nullptr;
+    return Counted(REAL(malloc)(nBytes));
 }
 
 extern "C" void* calloc(std::size_t nCount, std::size_t nBytes) noexcept
