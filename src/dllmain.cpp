@@ -2,6 +2,8 @@
 #include "core/lifecycle.h"
 #include "core/threadstore.h"
 #include "resources/languagetable.h"
+#include "time/localetext.h"
+#include "time/namedzone.h"
 
 #include <windows.h>
 
@@ -25,6 +27,11 @@ void OnProcessDetach(bool bUnloading)
         CallHook(g_TeardownHooks.m_fnFreeLogs);
     OCT::CThreadStore::Disable();
     ClearPlexedAllocUninit(bUnloading);
+    if (bUnloading)
+    {
+        OCT::FreeZonesAtUnload();
+        OCT::FreeLocaleFormsAtUnload();
+    }
 }
 
 } // namespace

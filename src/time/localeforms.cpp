@@ -189,22 +189,6 @@ struct CLastForms
 };
 CNeverDestroyed<CLastForms> g_lastForms;
 
-/// Forgets them with the library's other static objects; who reads times even later makes them anew.
-struct CForgetForms
-{
-    CForgetForms() = default;
-    CForgetForms(const CForgetForms&) = delete;
-    CForgetForms& operator=(const CForgetForms&) = delete;
-    ~CForgetForms()
-    {
-        CLastForms& last = g_lastForms.Get();
-        const OCT::CCritSectGuard guard(&last.m_lock);
-        last.m_pForms.reset();
-        last.m_sSettings = FoldedText();
-    }
-};
-const CForgetForms g_forgetForms;
-
 } // namespace
 
 CLocaleForms::CLocaleForms(const WCHAR* sLocale) : m_yearOffset(YearOffset(sLocale))
@@ -246,4 +230,9 @@ std::shared_ptr<const CLocaleForms> OCT::UserLocaleForms()
         last.m_sSettings = sSettings;
     }
     return last.m_pForms;
+}
+
+void OCT::FreeLocaleFormsAtUnload() noexcept
+{
+    g_lastForms.DestroyAtUnload();
 }

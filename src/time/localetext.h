@@ -59,4 +59,7 @@ bool ParseForLocale(const CLocaleForms& forms, FoldedView sText, unsigned uiFlag
 /// The forms of the user's locale, made anew when the user's settings have changed.
 std::shared_ptr<const CLocaleForms> UserLocaleForms();
 
+/// The last step of an unload, when nobody can come any more.
+void FreeLocaleFormsAtUnload() noexcept;
+
 } // namespace OCT

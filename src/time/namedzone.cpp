@@ -125,21 +125,6 @@ struct KeptZone
 /// All zones that were ever selected.
 CNeverDestroyed<std::list<KeptZone>> g_keptZones;
 
-/// Forgets them with the library's other static objects: who converts even later gets the system's zone, or
-/// selects one anew.
-struct CForgetZones
-{
-    CForgetZones() = default;
-    CForgetZones(const CForgetZones&) = delete;
-    CForgetZones& operator=(const CForgetZones&) = delete;
-    ~CForgetZones()
-    {
-        OCT::g_pSelectedZone.store(nullptr, std::memory_order_release);
-        g_keptZones.Get().clear();
-    }
-};
-const CForgetZones g_forgetZones;
-
 const CZonePeriods& FindZone(const OCT::ZoneRecord& record)
 {
     std::list<KeptZone>& zones = g_keptZones.Get();
@@ -166,4 +151,9 @@ CZonePeriods OCT::PeriodsOf(const ZoneRecord& record)
 void OCT::SelectZone(const ZoneRecord& record)
 {
     g_pSelectedZone.store(&FindZone(record), std::memory_order_release);
+}
+
+void OCT::FreeZonesAtUnload() noexcept
+{
+    g_keptZones.DestroyAtUnload();
 }

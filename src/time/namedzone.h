@@ -37,4 +37,8 @@ extern std::atomic<const CZonePeriods*> g_pSelectedZone;
 /// overlap. Throws when there is no memory.
 void SelectZone(const ZoneRecord& record);
 
+/// The last step of an unload, when nobody can come any more. When the process ends all zones stay: other
+/// threads may still read them.
+void FreeZonesAtUnload() noexcept;
+
 } // namespace OCT

@@ -7,6 +7,7 @@
 #include "support/pattern.h"
 #include "support/report_capture.h"
 #include "support/temp_dir.h"
+#include "support/test_environment.h"
 
 #include <gtest/gtest.h>
 
@@ -73,12 +74,15 @@ using Compare = int ORVCALL(const WCHAR* a, const WCHAR* b, bool bNoCase);
 using InitLogger = bool ORVCALL(const WCHAR* sFormat, int nOptions);
 using Flush = bool ORVCALL(DWORD nMilliseconds);
 using LogText = void ORVCALL(unsigned nLevel, const char* sText);
+using SelectZone = LONG ORVCALL(const WCHAR* sName);
+using LocalDate = bool ORVCALL(LONG t, double* pDate);
 using Encode = int ORVCALL(const WCHAR* s, char* pDest, unsigned cchDest, unsigned nCodePage);
 
 /// A process of its own: how often the library was loaded before would count.
 ORV_CHILD(LoadAndUnload)
 {
     const bool bTearDown = args.at(0) == "teardown";
+    SetTestVariable("TZ", "Europe/Budapest"); // has many changes
     const CTempDir dir;
     std::optional<std::size_t> nBefore;
     constexpr std::size_t nCycles = 10;
@@ -91,6 +95,12 @@ ORV_CHILD(LoadAndUnload)
         library.Find<Compare>("CompareOrvString")(ORVTEXT("\u4E00"), ORVTEXT("\u4E01"), true);
         for (const unsigned nCodePage : {1250u, 932u})
             library.Find<Encode>("UnicodeToANSI")(ORVTEXT("\u00E9"), sBytes, sizeof sBytes, nCodePage);
+        for (const WCHAR* sZone : {ORVTEXT(""), ORVTEXT("Tokyo Standard Time")})
+        {
+            double d;
+            EXPECT_EQ(0, library.Find<SelectZone>("SetTimeZone")(sZone));
+            EXPECT_TRUE(library.Find<LocalDate>("Timet2LocalDATE")(0, &d));
+        }
         for (int n = 0; n < 6; ++n)
         {
             const auto file = dir / (std::to_string(n) + ".txt");

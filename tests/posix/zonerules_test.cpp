@@ -128,4 +128,33 @@ TEST(ZoneRules, ReadsFilesOfBothForms)
         EXPECT_EQ(2, SetTimeZone(sBad));
 }
 
+bool s_bAsksLate = false;
+
+/// Runs when the library's static objects have been destroyed: it is registered before the loader's own end.
+void AskLate(void*)
+{
+    if (s_bAsksLate)
+        std::printf("%d\n", LocalOf(FromUtc({2024, 7, 1, 12}))[3]);
+}
+
+extern "C" int __cxa_atexit(void (*pfn)(void*), void* pArgument, void* pModule);
+
+void Register()
+{
+    __cxa_atexit(AskLate, nullptr, nullptr);
+}
+
+[[gnu::used, gnu::section(".preinit_array")]] void (*const s_pfnRegister)() = Register;
+
+ORV_CHILD(AsksWhereOthersHaveEnded)
+{
+    s_bAsksLate = true;
+    return static_cast<int>(SetTimeZone(ORVTEXT("Nepal Standard Time")));
+}
+
+TEST(ZoneRules, StayUntilTheProcessHasEnded)
+{
+    EXPECT_EQ("17\n", CChildProcess("AsksWhereOthersHaveEnded").Wait().m_sOutput);
+}
+
 } // namespace

@@ -8,6 +8,9 @@
 
 #include "text/codepage.h"
 #include "threads/threadhooks.h"
+#include "time/localtime.h"
+
+#include <dlfcn.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
 
@@ -22,18 +25,28 @@ HMODULE OwnModule()
     return hModule;
 }
 
-/// True while the code goes away. At dlclose the functions of this kind run before the destructors of static
-/// objects, at exit behind them.
-bool g_bUnloading = false;
-
-[[gnu::destructor]] void BeginUnload()
+/// Whether the program is linked to the library or it was preloaded: then it stays until the exit. What is
+/// loaded by dlopen is not yet among the program's libraries while its static objects are made.
+bool CameWithProgram()
 {
-    g_bUnloading = true;
+    void* const hProgram = dlopen(nullptr, RTLD_LAZY);
+    const bool bFound = dlsym(hProgram, "OrvPortWakeWaiter") == reinterpret_cast<void*>(&PortWakeWaiter);
+    dlclose(hProgram);
+    return bFound;
+}
+
+/// Of a library that dlopen has loaded: at dlclose the functions of this kind run before the destructors of
+/// static objects, at exit behind them.
+bool g_bFinishing = false;
+
+[[gnu::destructor]] void BeginFinish()
+{
+    g_bFinishing = true;
 }
 
 struct CAttachment
 {
-    CAttachment()
+    CAttachment() : m_bStays(CameWithProgram())
     {
         // Narrow text is converted also where memory is missing later, so a legacy code page is read at once.
         CCodePage::Find(CP_ACP);
@@ -43,9 +56,15 @@ struct CAttachment
     CAttachment& operator=(const CAttachment&) = delete;
     ~CAttachment()
     {
-        DllMain(OwnModule(), DLL_PROCESS_DETACH, g_bUnloading ? nullptr : this);
+        const bool bUnloading = g_bFinishing && !m_bStays;
+        DllMain(OwnModule(), DLL_PROCESS_DETACH, bUnloading ? nullptr : this);
         PortParkThreads();
+        if (bUnloading)
+            PortFreeZoneAtUnload();
     }
+
+private:
+    bool m_bStays;
 };
 
 const CAttachment g_attachment;

@@ -93,3 +93,9 @@ LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
     const CZonePeriods* const pZone = SystemZone();
     return pZone ? pZone->OffsetOfLocal(nLocal) : kPortNoOffset;
 }
+
+void PortFreeZoneAtUnload() noexcept
+{
+    if (const CSystemZone* const pZone = g_zone.Peek())
+        pZone->~CSystemZone();
+}
