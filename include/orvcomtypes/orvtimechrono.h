@@ -3,7 +3,7 @@
 /// A header of its own, since <chrono> is a large one. A time of the null kind or before 1970 is a
 /// `sys_seconds` like any other: ask `IsValid` first where that matters.
 ///
-/// Thread safety: as `COrvTime`.
+/// Thread safety: as `COrvTime`, but `FromLocalDay` asks several times for the selected zone.
 /// Errors: what does not fit into 32 bits is nothing (`std::nullopt`), and so is a day outside 1970-01-01 to
 /// 2038-01-01 (local) or a conversion that the platform refuses. Nothing throws, nothing is reported.
 /// Units: whole seconds; a finer time is cut off towards the past (`std::chrono::floor`). Local days are

@@ -3,8 +3,9 @@
 /// They are plain functions, exported by undecorated name; `TZ::` gives the names that reports use. Local
 /// time is that of the selected zone: the one named by `SetTimeZone`, or else the system's current zone.
 ///
-/// Thread safety: `SetTimeZone` may be called at any time, from any thread; a conversion then uses the zone
-/// before, the system's or the new one. A program that wants one zone calls it once at start-up.
+/// Thread safety: `SetTimeZone` may be called at any time, from any thread; an operation, also one of
+/// `COrvTime`, then uses one zone for all its steps: the one before, the system's or the new one. A program
+/// that wants one zone calls it once at start-up.
 /// Lifetime: usable in static constructors and destructors too, and after `UninitOrvComTypes`.
 /// Errors: nothing throws. A date or time of day that does not exist gives false, and so does a conversion
 /// that the platform refuses; nothing is stored then. A null pointer that is needed gives false and reports

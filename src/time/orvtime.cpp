@@ -11,6 +11,8 @@
 #include <chrono>
 #include <cstdint>
 
+using OCT::CLocalZone;
+
 namespace
 {
 
@@ -43,15 +45,15 @@ bool CanAdd(const char* sFunction, const COrvTime& t, const COrvTimeDiff& span) 
 }
 
 /// The difference of the days; of times that are further apart than a day can be, their own.
-int CompareDays(const char* sFunction, const COrvTime& tLeft, const COrvTime& tRight,
-                COrvTime (COrvTime::*pfnDay)() const noexcept) noexcept
+template <class DayOf>
+int CompareDays(const char* sFunction, const COrvTime& tLeft, const COrvTime& tRight, DayOf dayOf) noexcept
 {
     if (!CanCompare(sFunction, tLeft, tRight))
         return kInvalidSpan;
     const int iDiff = tLeft.GetOrvTime() - tRight.GetOrvTime();
     if (iDiff > kTwoDays || iDiff < -kTwoDays)
         return iDiff;
-    return OCT::Subtract((tLeft.*pfnDay)().GetOrvTime(), (tRight.*pfnDay)().GetOrvTime());
+    return OCT::Subtract(dayOf(tLeft).GetOrvTime(), dayOf(tRight).GetOrvTime());
 }
 
 bool CheckValid(const char* sFunction, const COrvTime& t) noexcept
@@ -73,9 +75,9 @@ COrvTime ShiftedBack(const COrvTime& t, int iSeconds) noexcept
 }
 
 /// The day that the local clock shows at a moment, as the seconds of its midnight.
-bool GetLocalDay(std::int64_t nUtc, std::int64_t& nDay) noexcept
+bool GetLocalDay(const CLocalZone& zone, std::int64_t nUtc, std::int64_t& nDay) noexcept
 {
-    const LONG nOffset = OCT::SelectedOffset(nUtc);
+    const LONG nOffset = zone.OffsetAt(nUtc);
     const std::int64_t nLocal = nUtc + nOffset;
     nDay = nLocal - ((nLocal % kDay) + kDay) % kDay;
     return nOffset != kPortNoOffset;
@@ -83,7 +85,7 @@ bool GetLocalDay(std::int64_t nUtc, std::int64_t& nDay) noexcept
 
 /// The first moment at which the local clock shows a day, near a moment that shows another time than its
 /// midnight: there the clock is changed, and midnight is skipped.
-std::int64_t FirstMomentOf(std::int64_t nDay, std::int64_t nNear) noexcept
+std::int64_t FirstMomentOf(const CLocalZone& zone, std::int64_t nDay, std::int64_t nNear) noexcept
 {
     std::int64_t nBefore = nNear - kDay;
     std::int64_t nFirst = nNear + kDay;
@@ -91,7 +93,7 @@ std::int64_t FirstMomentOf(std::int64_t nDay, std::int64_t nNear) noexcept
     {
         const std::int64_t nMiddle = nBefore + (nFirst - nBefore) / 2;
         std::int64_t nShown;
-        if (!GetLocalDay(nMiddle, nShown))
+        if (!GetLocalDay(zone, nMiddle, nShown))
             return nNear;
         (nShown < nDay ? nBefore : nFirst) = nMiddle;
     }
@@ -99,26 +101,37 @@ std::int64_t FirstMomentOf(std::int64_t nDay, std::int64_t nNear) noexcept
 }
 
 /// The beginning of a local day, in any year.
-bool GetDayStart(std::int64_t nDay, std::int64_t& nStart) noexcept
+bool GetDayStart(const CLocalZone& zone, std::int64_t nDay, std::int64_t& nStart) noexcept
 {
-    const LONG nOffset = OCT::SelectedOffsetOfLocal(nDay);
+    const LONG nOffset = zone.OffsetOfLocal(nDay);
     if (nOffset == kPortNoOffset)
         return false;
     nStart = nDay - nOffset;
-    if (OCT::SelectedOffset(nStart) != nOffset)
-        nStart = FirstMomentOf(nDay, nStart);
+    if (zone.OffsetAt(nStart) != nOffset)
+        nStart = FirstMomentOf(zone, nDay, nStart);
     return true;
 }
 
 /// The beginning of the local day behind \p nDay; \p nFrom is a moment some hours into it, or still in \p
 /// nDay when the clock was put back.
-bool GetNextDayStart(std::int64_t nDay, std::int64_t nFrom, std::int64_t& nNext) noexcept
+bool GetNextDayStart(const CLocalZone& zone, std::int64_t nDay, std::int64_t nFrom,
+                     std::int64_t& nNext) noexcept
 {
     std::int64_t nOther = nDay;
     for (; nOther <= nDay; nFrom += kDay)
-        if (!GetLocalDay(nFrom, nOther))
+        if (!GetLocalDay(zone, nFrom, nOther))
             return false;
-    return GetDayStart(nOther, nNext);
+    return GetDayStart(zone, nOther, nNext);
+}
+
+/// The beginning of the day of \p t; \p t itself when a conversion fails.
+COrvTime DayDown(const CLocalZone& zone, const COrvTime& t) noexcept
+{
+    SYSTEMTIME st;
+    std::int64_t nStart;
+    const bool bDone = zone.GetFields(t.GetTimet(), st) && OCT::IsLocalDate(st.wYear, st.wMonth, st.wDay) &&
+                       GetDayStart(zone, OCT::SecondsOf(st.wYear, st.wMonth, st.wDay, 0, 0, 0), nStart);
+    return bDone ? COrvTime(static_cast<int>(nStart)) : t;
 }
 
 } // namespace
@@ -184,12 +197,14 @@ int COrvTime::Compare(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 
 int COrvTime::CompareYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 {
-    return CompareDays("COrvTime::CompareYMD", tLeft, tRight, &COrvTime::RoundDayDown);
+    return CompareDays("COrvTime::CompareYMD", tLeft, tRight,
+                       [](const COrvTime& t) { return t.RoundDayDown(); });
 }
 
 int COrvTime::CompareLocalYMD(const COrvTime& tLeft, const COrvTime& tRight) noexcept
 {
-    return CompareDays("COrvTime::CompareLocalYMD", tLeft, tRight, &COrvTime::RoundLocalDayDown);
+    return CompareDays("COrvTime::CompareLocalYMD", tLeft, tRight,
+                       [zone = CLocalZone()](const COrvTime& t) { return DayDown(zone, t); });
 }
 
 COrvTimeDiff COrvTime::GetTimeDiff(const COrvTime& tLeft, const COrvTime& tRight) noexcept
@@ -243,37 +258,32 @@ bool COrvTime::Between(const COrvTime& tLow, const COrvTime& tHigh) const noexce
 bool COrvTime::IsSameLocalDay(const COrvTime& t) const noexcept
 {
     const std::int64_t nDiff = std::int64_t{m_iTime} - t.m_iTime;
+    const CLocalZone zone;
     SYSTEMTIME st;
     SYSTEMTIME stOther;
-    return nDiff >= -kLongestDay && nDiff <= kLongestDay && OCT::LocalFieldsOf(m_iTime, st) &&
-           OCT::LocalFieldsOf(t.m_iTime, stOther) && st.wDay == stOther.wDay && st.wMonth == stOther.wMonth &&
+    return nDiff >= -kLongestDay && nDiff <= kLongestDay && zone.GetFields(m_iTime, st) &&
+           zone.GetFields(t.m_iTime, stOther) && st.wDay == stOther.wDay && st.wMonth == stOther.wMonth &&
            st.wYear == stOther.wYear;
 }
 
 COrvTime COrvTime::RoundLocalDayDown() const noexcept
 {
-    SYSTEMTIME st;
-    COrvTime tMidnight;
-    if (!OCT::LocalFieldsOf(m_iTime, st) || !tMidnight.SetLocalYMD(st.wYear, st.wMonth, st.wDay, 0, 0, 0))
-        return *this;
-    std::int64_t nStart;
-    return GetDayStart(OCT::SecondsOf(st.wYear, st.wMonth, st.wDay, 0, 0, 0), nStart)
-               ? COrvTime(static_cast<int>(nStart))
-               : *this;
+    return DayDown(CLocalZone(), *this);
 }
 
 COrvTime COrvTime::RoundLocalDayUp() const noexcept
 {
+    const CLocalZone zone;
     std::int64_t nDay, nStart, nNext;
-    if (!GetLocalDay(m_iTime, nDay) || !GetDayStart(nDay, nStart))
+    if (!GetLocalDay(zone, m_iTime, nDay) || !GetDayStart(zone, nDay, nStart))
         return *this;
     // 24 hours on is the next midnight, unless the day has 23 or 25: then the clock two hours later still
     // tells the day.
     CanAdd("COrvTime::operator +=", static_cast<int>(nStart), COrvTimeDiff::FromDay(1));
-    if (!GetNextDayStart(nDay, nStart + kDay + 2 * kHour, nNext))
+    if (!GetNextDayStart(zone, nDay, nStart + kDay + 2 * kHour, nNext))
         return *this;
     // A clock that is put back just after midnight shows the same midnight again.
-    if (nNext <= m_iTime && GetLocalDay(nNext, nDay))
-        nNext = nDay - OCT::SelectedOffsetOfRepeated(nDay, loSecond);
+    if (nNext <= m_iTime && GetLocalDay(zone, nNext, nDay))
+        nNext = nDay - zone.OffsetOfRepeated(nDay, loSecond);
     return COrvTime(static_cast<int>(nNext));
 }

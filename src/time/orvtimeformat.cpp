@@ -164,7 +164,7 @@ void FormatLocalZone(const COrvTime& t, COrvTime::DebugFormatType type, Char* de
     SYSTEMTIME st;
     if (!t.IsValid())
         WritePlaceholder(type, dest, cchDest);
-    else if (OCT::LocalFieldsOf(t.GetTimet(), st))
+    else if (OCT::CLocalZone().GetFields(t.GetTimet(), st))
     {
         const SYSTEMTIME stUtc = OCT::FieldsOf(t.GetTimet());
         Write(type, dest, cchDest, st, &stUtc);

@@ -13,7 +13,7 @@ COrvStr COrvTime::FormatLocal(unsigned uiFlags) const noexcept
         ORVTIME_REPORT("COrvTime::FormatLocal", "(uiFlags & Ext_TimeFirst) == Ext_TimeFirst && "
                                                 "((uiFlags & Date_Mask) == 0 || (uiFlags & Time_Mask) == 0)");
     SYSTEMTIME st;
-    if (!IsValid() || !OCT::LocalFieldsOf(m_iTime, st))
+    if (!IsValid() || !OCT::CLocalZone().GetFields(m_iTime, st))
         return COrvStr();
     WCHAR text[OCT::kLocaleTextRoom];
     OCT::FormatForLocale(LOCALE_NAME_USER_DEFAULT, st, uiFlags, text);
@@ -46,9 +46,15 @@ bool COrvTime::ParseLocal(const WCHAR* src, unsigned uiFlags) noexcept
 
 bool COrvTime::InternalParseLocal(const WCHAR* src, unsigned uiFlags)
 {
+    const OCT::CLocalZone zone;
     SYSTEMTIME st = {};
-    if ((uiFlags & Date_Mask) == 0 && !OCT::LocalFieldsOf((IsValid() ? *this : Now()).m_iTime, st))
+    if ((uiFlags & Date_Mask) == 0 && !zone.GetFields((IsValid() ? *this : Now()).m_iTime, st))
         return false;
     st.wHour = st.wMinute = st.wSecond = 0;
-    return OCT::ParseForLocale(*OCT::UserLocaleForms(), src, uiFlags, st) && SetLocalSystemTime(st);
+    if (!OCT::ParseForLocale(*OCT::UserLocaleForms(), src, uiFlags, st))
+        return false;
+    LONG t = 0;
+    const bool bDone = zone.FromFields(st, t);
+    m_iTime = static_cast<int>(t);
+    return bDone;
 }

@@ -1,7 +1,6 @@
 #include "orvcomtypes/timeutils.h"
 #include "core/ownlock.h"
 #include "orvcomtypes/orvexport.h"
-#include "zoneperiods.h"
 
 #include "core/neverdestroyed.h"
 #include "orvcomtypes/octassert.h"
@@ -87,12 +86,8 @@ bool FromLocalFields(int year, int month, int day, int hour, int minute, int sec
         ORV_REPORT("TZ::LocalYMD2Timet", "t == nullptr");
         return false;
     }
-    if (year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1)))
-    {
-        ORV_REPORT("TZ::LocalYMD2Timet",
-                   "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))");
+    if (!OCT::IsLocalDate(year, month, day))
         return false;
-    }
     const std::int64_t nLocal = OCT::SecondsOf(year, month, day, hour, minute, second);
     const LONG nOffset = nLocal != OCT::kNoSeconds ? offsetOf(nLocal) : kPortNoOffset;
     if (nOffset == kPortNoOffset)
@@ -109,40 +104,46 @@ LONG OCT::ReportNarrowed(std::int64_t nSeconds) noexcept
     return static_cast<LONG>(nSeconds);
 }
 
-LONG OCT::SelectedOffset(std::int64_t nUtc) noexcept
+bool OCT::IsLocalDate(int year, int month, int day) noexcept
 {
-    const CZonePeriods* const pZone = g_pSelectedZone.load(std::memory_order_acquire);
-    return pZone == nullptr ? PortZoneOffset(nUtc) : pZone->OffsetAt(nUtc);
+    if (year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1)))
+    {
+        ORV_REPORT("TZ::LocalYMD2Timet",
+                   "year < 1970 || year > 2038 || (year == 2038 && (month > 1 || day > 1))");
+        return false;
+    }
+    return true;
 }
 
-LONG OCT::SelectedOffsetOfLocal(std::int64_t nLocal) noexcept
-{
-    const CZonePeriods* const pZone = g_pSelectedZone.load(std::memory_order_acquire);
-    return pZone == nullptr ? PortZoneOffsetOfLocal(nLocal) : pZone->OffsetOfLocal(nLocal);
-}
-
-LONG OCT::SelectedOffsetOfRepeated(std::int64_t nLocal, LocalOccurrence which) noexcept
+LONG OCT::CLocalZone::OffsetOfRepeated(std::int64_t nLocal, LocalOccurrence which) const noexcept
 {
     // No zone is changed twice within two days, so the offsets a day before and a day after are all there
     // are.
     constexpr std::int64_t nDay = 86400;
-    const LONG nBefore = SelectedOffset(nLocal - nDay);
-    const LONG nAfter = SelectedOffset(nLocal + nDay);
-    const auto isShown = [nLocal](LONG nOffset) {
-        return nOffset != kPortNoOffset && SelectedOffset(nLocal - nOffset) == nOffset;
+    const LONG nBefore = OffsetAt(nLocal - nDay);
+    const LONG nAfter = OffsetAt(nLocal + nDay);
+    const auto isShown = [this, nLocal](LONG nOffset) {
+        return nOffset != kPortNoOffset && OffsetAt(nLocal - nOffset) == nOffset;
     };
     if (isShown(nBefore) && (which == loFirst || !isShown(nAfter)))
         return nBefore;
-    return isShown(nAfter) ? nAfter : SelectedOffsetOfLocal(nLocal);
+    return isShown(nAfter) ? nAfter : OffsetOfLocal(nLocal);
 }
 
-bool OCT::LocalFieldsOf(LONG t, SYSTEMTIME& st) noexcept
+bool OCT::CLocalZone::GetFields(LONG t, SYSTEMTIME& st) const noexcept
 {
-    const LONG nOffset = SelectedOffset(t);
+    const LONG nOffset = OffsetAt(t);
     if (nOffset == kPortNoOffset)
         return false;
     st = FieldsOf(std::int64_t{t} + nOffset);
     return true;
+}
+
+bool OCT::CLocalZone::FromFields(const SYSTEMTIME& st, LONG& t) const noexcept
+{
+    return FromLocalFields(
+        st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond,
+        [this](std::int64_t nLocal) { return OffsetOfLocal(nLocal); }, &t);
 }
 
 LONG ORVCALL SetTimeZone(const WCHAR* zoneName)
@@ -200,7 +201,7 @@ bool ORVCALL Timet2LocalSystemTime(LONG t, SYSTEMTIME* pST)
         ORV_REPORT("TZ::Timet2LocalSystemTime", "pST == nullptr");
         return false;
     }
-    return OCT::LocalFieldsOf(t, *pST);
+    return OCT::CLocalZone().GetFields(t, *pST);
 }
 
 bool ORVCALL YMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
@@ -233,7 +234,9 @@ bool ORVCALL Timet2YMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, W
 
 bool ORVCALL LocalYMD2Timet(int year, int month, int day, int hour, int minute, int second, LONG* t)
 {
-    return FromLocalFields(year, month, day, hour, minute, second, OCT::SelectedOffsetOfLocal, t);
+    return FromLocalFields(
+        year, month, day, hour, minute, second,
+        [](std::int64_t nLocal) { return OCT::CLocalZone().OffsetOfLocal(nLocal); }, t);
 }
 
 bool ORVCALL LocalYMD2TimetOf(int year, int month, int day, int hour, int minute, int second,
@@ -241,22 +244,24 @@ bool ORVCALL LocalYMD2TimetOf(int year, int month, int day, int hour, int minute
 {
     return FromLocalFields(
         year, month, day, hour, minute, second,
-        [which](std::int64_t nLocal) { return OCT::SelectedOffsetOfRepeated(nLocal, which); }, t);
+        [which](std::int64_t nLocal) { return OCT::CLocalZone().OffsetOfRepeated(nLocal, which); }, t);
 }
 
 LocalOccurrence ORVCALL GetLocalOccurrence(LONG t)
 {
-    const LONG nOffset = OCT::SelectedOffset(t);
+    const OCT::CLocalZone zone;
+    const LONG nOffset = zone.OffsetAt(t);
     if (nOffset == kPortNoOffset)
         return loFirst;
-    return OCT::SelectedOffsetOfRepeated(std::int64_t{t} + nOffset, loFirst) == nOffset ? loFirst : loSecond;
+    return zone.OffsetOfRepeated(std::int64_t{t} + nOffset, loFirst) == nOffset ? loFirst : loSecond;
 }
 
 bool ORVCALL Timet2LocalYMD(LONG t, WORD* year, WORD* month, WORD* day, WORD* hour, WORD* minute,
                             WORD* second)
 {
     SYSTEMTIME st;
-    if (!IsGiven("TZ::Timet2LocalYMD", year, month, day, hour, minute, second) || !OCT::LocalFieldsOf(t, st))
+    if (!IsGiven("TZ::Timet2LocalYMD", year, month, day, hour, minute, second) ||
+        !OCT::CLocalZone().GetFields(t, st))
         return false;
     *year = st.wYear;
     *month = st.wMonth;
@@ -274,7 +279,7 @@ bool ORVCALL Timet2LocalDATE(LONG t, double* localTime)
         ORV_REPORT("TZ::Timet2LocalDATE", "localTime == nullptr");
         return false;
     }
-    const LONG nOffset = OCT::SelectedOffset(t);
+    const LONG nOffset = OCT::CLocalZone().OffsetAt(t);
     if (nOffset == kPortNoOffset)
         return false;
     *localTime = static_cast<double>(std::int64_t{t} + nOffset) / 86400.0 + 25569.0;
