@@ -17,7 +17,8 @@
 /// - `SetNow` and `Now` keep the low 32 bits of the clock: the time is negative and not valid until 2106.
 /// - `SetTimet` and `FromTimet` take 32 bits: a wider `time_t` is the caller's to check.
 /// - `SetYMD`, `SetSystemTime`, `SetDBTypeStamp` and text that ends in "Z" keep the low 32 bits too, and that
-///   is reported (timeutils.h). Text with an offset gives false.
+///   is reported (timeutils.h); a fraction that rounds the last second up is arithmetic. Text with an offset
+///   gives false.
 /// - `SetDATE` and `SetLocalDATE` refuse dates after 50423.0 (2038-01-18), the local setters and local text
 ///   those after 2038-01-01.
 /// - Arithmetic and rounding have no overflow check: they wrap, and one step over the end gives a negative
@@ -383,10 +384,12 @@ public:
     /// 0x80000000".
     void DebugFormat(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
     void DebugFormat(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
-    /// The local form. Beware of types 5 and 6 in zones of more than 12 hours (Auckland in summer, Apia,
-    /// Kiritimati): the offset comes from the two times of day alone, deliberately, so +13:00 is printed as
-    /// -11:00, and text that is read back with its offset is 24 hours off. Reports "dest == nullptr ||
-    /// cchDest < 2"; \p cchDest has no upper bound here.
+    /// The local form. Beware of types 5 and 6 in zones of more than 11 hours: the offset comes from the two
+    /// times of day alone, deliberately, and may be 24 hours off, as is then what is read back with it. From
+    /// +13:00 on (Auckland in summer, Apia) it always is: -11:00. +12:00 (Auckland in winter) is printed as
+    /// -12:00 from 12:00 UTC on, and -12:00 as +12:00 before. In between it is off, of +11:30 in the second
+    /// half of each hour from 12:00 UTC on, and of +12:45 (Chatham) but for the first quarter of each hour
+    /// before. Reports "dest == nullptr || cchDest < 2"; \p cchDest has no upper bound here.
     void DebugFormatLocal(DebugFormatType type, char* dest, unsigned cchDest) const noexcept;
     void DebugFormatLocal(DebugFormatType type, WCHAR* dest, unsigned cchDest) const noexcept;
 

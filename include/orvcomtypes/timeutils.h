@@ -48,10 +48,11 @@ enum LocalOccurrence : int
 };
 
 /// Selects a zone for all local conversions of the process. Null or an empty name: the system's zone, which
-/// follows all changes that the platform knows for a date. Else the zone of that registry key below
-/// "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\" ("Central Europe Standard Time"), or of the
-/// key that CLDR maps a tz identifier to ("Europe/Budapest"). Elsewhere than on Windows the keys have both
-/// kinds of names, with the rules of the machine's zone files.
+/// follows all changes that the platform knows for a date. (Elsewhere than on Windows it is read once in a
+/// process, from the variable TZ or the machine's setting: a change of these is not seen.) Else the zone of
+/// that registry key below "SOFTWARE\Microsoft\Windows NT\CurrentVersion\Time Zones\" ("Central Europe
+/// Standard Time"), or of the key that CLDR maps a tz identifier to ("Europe/Budapest"). Elsewhere than on
+/// Windows the keys have both kinds of names, with the rules of the machine's zone files.
 ///
 /// A key has one pair of rules, made for the current year, and the zone has it in every year. A year that has
 /// no such pair is not exact: where the changes follow another calendar (Morocco, Gaza) or another weekday
