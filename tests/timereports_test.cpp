@@ -1,6 +1,7 @@
 // What every operation on times reports, and what it falls back to.
 #include "orvcomtypes/orvtime.h"
 
+#include "support/local_time.h"
 #include "support/report_capture.h"
 
 #include <gtest/gtest.h>
@@ -27,6 +28,9 @@ constexpr int kInvalid = INT_MIN, kKept = 1000;
 const COrvTime NONE, BEFORE(-5);
 const COrvTimeDiff SPAN(50), NO_SPAN;
 constexpr OleValue kOleValue = {OleValue::valid}, kBadOleValue = {1};
+constexpr const WCHAR* kGreenwich = ORVTEXT("GMT Standard Time");
+constexpr const WCHAR* kEurope = ORVTEXT("Central Europe Standard Time");
+constexpr const WCHAR* kEastern = ORVTEXT("Eastern Standard Time");
 constexpr const char* kBoth = "span.IsValid() && IsValid()";
 
 struct Row
@@ -35,6 +39,12 @@ struct Row
     const char* m_sFunction;
     const char* m_sCondition;
 };
+
+COrvTime UpIn(const WCHAR* sZone, const COrvTime& t)
+{
+    const CZone zone(sZone);
+    return t.RoundLocalDayUp();
+}
 
 void CheckEach(const std::string& sClass, std::span<const Row> rows)
 {
@@ -91,8 +101,10 @@ TEST(TimeReports, ArithmeticAndDifferences)
         {[](auto& t) { return !t.GetOleTimeDiff(45000.0, 2.9).IsValid(); }, "GetOleTimeDiff", kOle},
         {[](auto& t) { return &COrvTime::Max(t, NONE) == &NONE; }, "Max", kBounds},
         {[](auto& t) { return &COrvTime::Min(NONE, t) == &NONE; }, "Min", kBounds},
-        // The day began before 1970-01-01 00:00:01 UTC in every zone.
-        {[](auto& t) { return t.RoundLocalDayUp() > t; }, "operator +=", kBoth},
+        // Nothing is added to a beginning of the day that is not valid.
+        {[](auto& t) { return UpIn(kGreenwich, t) == 0; }, "operator +=", kBoth},
+        {[](auto&) { return UpIn(kGreenwich, NONE) == 0; }, "operator +=", kBoth},
+        {[](auto& t) { return UpIn(kEurope, t) == -3600; }, "operator +=", kBoth},
     };
     CheckEach("COrvTime::", rows);
 }
@@ -144,6 +156,8 @@ TEST(TimeReports, FieldsAndConversions)
         {[](auto& t) { return !t.SetLocalYMD(2038, 2, 1, 0, 0, 0); }, "LocalYMD2Timet", kYears},
         {[](auto& t) { return !t.SetLocalYMD(2039, 1, 1, 0, 0, 0); }, "LocalYMD2Timet", kYears},
         {[](auto& t) { return t = INT_MAX, t.RoundLocalDayDown() == INT_MAX; }, "LocalYMD2Timet", kYears},
+        {[](auto& t) { return UpIn(kEastern, t) == kKept; }, "LocalYMD2Timet", kYears},
+        {[](auto&) { return UpIn(kGreenwich, BEFORE) == BEFORE; }, "LocalYMD2Timet", kYears},
         // A date that local times do not reach; the result is true all the same.
         {[](auto& t) { return t.SetLocalDATE(50423.0) && t.IsNull(); }, "LocalYMD2Timet", kYears},
         {[](auto& t) { return t.SetYMD(2038, 1, 19, 3, 14, 8) && t == INT_MIN; }, "FileTime2Timet", kRange},

@@ -273,9 +273,10 @@ public:
     COrvTime RoundMinute() const noexcept { return RoundTo(30, 60); }
     /// The first moment of the local day, and of the next one: midnight or, where midnight is skipped, the
     /// first moment after the gap. Midnight itself rounds up to the next one. A conversion that fails gives
-    /// the time unchanged; rounding down fails for the days that `SetLocalYMD` refuses, with its report.
-    /// Rounding up reports "span.IsValid() && IsValid()" under "COrvTime::operator +=" when the first moment
-    /// of the day itself is not valid.
+    /// the time unchanged; both fail for days before 1970, and rounding down for those after 2038-01-01, with
+    /// the report of `SetLocalYMD`. Where 1970-01-01 began before 1970-01-01 00:00:01 UTC, its first moment
+    /// is not valid: rounding up, too, gives that moment and reports "span.IsValid() && IsValid()" under
+    /// "COrvTime::operator +=".
     COrvTime RoundLocalDayDown() const noexcept;
     COrvTime RoundLocalDayUp() const noexcept;
 

@@ -277,9 +277,13 @@ COrvTime COrvTime::RoundLocalDayUp() const noexcept
     std::int64_t nDay, nStart, nNext;
     if (!GetLocalDay(zone, m_iTime, nDay) || !GetDayStart(zone, nDay, nStart))
         return *this;
+    if (nDay < 0)
+        return DayDown(zone, *this); // fails, with its report
     // 24 hours on is the next midnight, unless the day has 23 or 25: then the clock two hours later still
-    // tells the day.
-    CanAdd("COrvTime::operator +=", static_cast<int>(nStart), COrvTimeDiff::FromDay(1));
+    // tells the day. To a midnight that is not valid nothing is added, so that it is the result.
+    const COrvTime tStart(static_cast<int>(nStart));
+    if (!CanAdd("COrvTime::operator +=", tStart, COrvTimeDiff::FromDay(1)))
+        return tStart;
     if (!GetNextDayStart(zone, nDay, nStart + kDay + 2 * kHour, nNext))
         return *this;
     // A clock that is put back just after midnight shows the same midnight again.
