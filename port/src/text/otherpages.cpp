@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -99,9 +100,11 @@ int DecodeUtf7(const char* pSrc, int nSrc, CSink<WCHAR> sink)
 
 UConverter* g_pGb18030 = nullptr; // guarded by g_makingLock
 
+/// At exit, too, while threads may go on: they open another.
 [[gnu::destructor(102)]] void CloseGb18030()
 {
-    ucnv_close(g_pGb18030);
+    const CMakingGuard guard(g_makingLock);
+    ucnv_close(std::exchange(g_pGb18030, nullptr));
 }
 
 /// The converter as it begins a text; null without memory. Held under g_makingLock.
