@@ -54,6 +54,9 @@ TEST(Reporter, FormatsFileFunctionValueAndCondition)
     const std::string sLong = LineOf("src", 7, "A::B", std::string(3000, 'c').c_str(), 0);
     EXPECT_EQ(2100u - 20, sLong.size());
     EXPECT_TRUE(sLong.ends_with("ccc\r\n"));
+    for (const char* sOdd : {"", "c"}) // a cut leaves whole characters
+        EXPECT_TRUE(LineOf("src", 7, "A::B", (sOdd + Narrow(Text(3000, 0xE9))).c_str(), 0)
+                        .ends_with(Narrow(ORVTEXT("\u00E9")) + "\r\n"));
 }
 
 TEST(Reporter, PrefersTheConfiguredFolders)

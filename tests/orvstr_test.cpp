@@ -84,9 +84,13 @@ TEST(OrvStr, CopiesShareUntilOneChanges)
     }
     assigned.Copy(a);
     EXPECT_NE(Handle(a), Handle(assigned));
-    COrvStr changed = a;
-    changed.MakeUpper();
-    EXPECT_EQ(ORVS_GetAllocLen(a), ORVS_GetAllocLen(changed));
+    for (const unsigned nLen : {1u, 300u, 500u, 5000u})
+    {
+        COrvStr value(Text(nLen, 'x').c_str());
+        const COrvStr shared = value;
+        value.MakeUpper();
+        EXPECT_EQ(ORVS_GetAllocLen(shared), ORVS_GetAllocLen(value)) << "copies that change do not grow";
+    }
     const WCHAR* const sBefore = Handle(a);
     a.MakeUpper();
     a.Copy(Text(ORVS_GetAllocLen(a) / sizeof(WCHAR) - 1, 'x').c_str()); // just fits

@@ -2,8 +2,8 @@
 ///
 /// Pools must be taken down before the process ends, while the code that does it is still loaded. So each
 /// pool registers its teardown, remembered with the module that contains it, and a host takes down its own
-/// pools, or all, at a moment it chooses. At process detach nothing is called any more: other modules may
-/// already be gone.
+/// pools, or all, at a moment it chooses. At process detach no teardown of another module is called any more,
+/// since that may already be gone.
 ///
 /// A host that ends the process stops its threads, calls `SetFinalRelease`, then `UninitOrvComTypes`, and
 /// unloads.

@@ -63,7 +63,8 @@ public:
     COrvStr(COrvStr&& str) noexcept : m_pStr(str.m_pStr), m_bOwn(str.m_bOwn) { str.Forget(); }
     /// Null or empty text gives an empty value; \p bCopy false attaches \p s.
     COrvStr(const WCHAR* s, bool bCopy = true);
-    /// From the ANSI code page.
+    /// From the ANSI code page. Bytes below 0x80 are always ASCII, in a double-byte page too: a character
+    /// whose second byte is one is lost (see `ANSIToUnicode`).
     template <OCT::NarrowText Source>
     COrvStr(const Source& s) : COrvStr()
     {

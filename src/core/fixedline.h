@@ -3,7 +3,11 @@
 #pragma once
 
 #include "core/numtext.h"
+#include "core/textformat.h"
 
+#include <windows.h>
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -25,17 +29,28 @@ public:
     void Clear()
     {
         m_nLength = 0;
+        m_bCut = false;
         m_sText[0] = 0;
     }
 
     /// Keeps room for \p nCount characters at the end of the buffer.
-    void ReserveEnd(std::size_t nCount) { m_nLimit = Size - nCount; }
+    void ReserveEnd(std::size_t nCount)
+    {
+        m_nLimit = Size - nCount;
+        m_bCut = false;
+    }
 
+    /// A cut leaves whole characters, and nothing comes behind it; narrow text is of the ANSI code page.
     CFixedLine& Append(CView text)
     {
-        for (const Char c : text)
-            if (m_nLength < m_nLimit)
-                m_sText[m_nLength++] = c;
+        const std::size_t nCopied = m_bCut ? 0 : std::min(text.size(), m_nLimit - m_nLength);
+        for (const Char c : text.substr(0, nCopied))
+            m_sText[m_nLength++] = c;
+        if (nCopied != text.size())
+        {
+            m_bCut = true;
+            m_nLength = WholeCharacters(m_sText, m_nLength, CP_ACP);
+        }
         m_sText[m_nLength] = 0;
         return *this;
     }
@@ -68,6 +83,7 @@ public:
 private:
     std::size_t m_nLength = 0;
     std::size_t m_nLimit = Size;
+    bool m_bCut = false;
     Char m_sText[Size + 1] = {};
 };
 

@@ -31,7 +31,7 @@ constexpr DWORD kPathSize = 1024;
 
 CPlexRegistration* g_PlReg = nullptr;
 std::uint32_t g_PlexedObjectRefCnt = 0;
-OCT::COwnLock g_registryLock;
+OCT::CLastingLock<OCT::COwnLock> g_registryLock;
 
 std::atomic<std::uint32_t> g_nAllocCnt = 0;
 std::atomic<bool> g_bResourceHandlerDestroyed = false;
@@ -196,7 +196,7 @@ void ORVCALL OCT::CreatePlexed(bool (*fnCreate)(), PlexUninit fnUninit, bool bLi
     const bool bKnown = bLibraryPool && g_ownModule.m_hModule != nullptr;
     if (!bKnown)
         found.Find(fnUninit);
-    CCritSectGuard guard(&g_registryLock);
+    CCritSectGuard guard(&g_registryLock.m_lock);
     if (fnCreate())
         Record(fnUninit, bKnown ? g_ownModule : found);
 }
@@ -207,7 +207,7 @@ void ORVCALL RegisterPlexedAlloc(OCT::PlexUninit fnUninit) noexcept
         return;
     CModule module;
     module.Find(fnUninit);
-    OCT::CCritSectGuard guard(&g_registryLock);
+    OCT::CCritSectGuard guard(&g_registryLock.m_lock);
     Record(fnUninit, module);
 }
 
@@ -215,14 +215,14 @@ void ORVCALL UnregisterPlexedAlloc(OCT::PlexUninit fnUninit) noexcept
 {
     if (fnUninit == nullptr)
         return;
-    OCT::CCritSectGuard guard(&g_registryLock);
+    OCT::CCritSectGuard guard(&g_registryLock.m_lock);
     if (CPlexRegistration* pEntry = FindRegistration(fnUninit))
         ForgetRegistration(*pEntry);
 }
 
 void ORVCALL CallPlexedAllocUninit(HMODULE hModule) noexcept
 {
-    OCT::CCritSectGuard guard(&g_registryLock);
+    OCT::CCritSectGuard guard(&g_registryLock.m_lock);
     if (g_PlReg == nullptr)
         return;
     CUninitCaller caller;
@@ -241,7 +241,7 @@ void ORVCALL CallPlexedAllocUninit(HMODULE hModule) noexcept
 
 void ClearPlexedAllocUninit(bool bUnloading) noexcept
 {
-    OCT::CCritSectGuard guard(&g_registryLock);
+    OCT::CCritSectGuard guard(&g_registryLock.m_lock);
     if (g_PlexedObjectRefCnt != 0)
         ORV_REPORT("ClearPlexedAllocUninit", "g_PlexedObjectRefCnt == 0");
     if (g_PlReg == nullptr)

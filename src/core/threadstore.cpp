@@ -1,6 +1,7 @@
 #include "core/threadstore.h"
 
 #include "core/ownlock.h"
+#include "forklock.h"
 #include "orvcomtypes/plexalloc.h"
 #include "orvcomtypes/smartcls.h"
 #include "threadslot.h"
@@ -72,8 +73,23 @@ void CThreadStore::Enable() noexcept
 {
     const DWORD dwSlot = TlsAlloc();
     g_dwEndSlot = FlsAlloc(OnThreadEnd);
+    PortCallInChild(ForgetOthers);
     if (dwSlot != TLS_OUT_OF_INDEXES && g_dwEndSlot != FLS_OUT_OF_INDEXES)
         s_dwSlot.store(dwSlot, std::memory_order_relaxed);
+}
+
+/// In a forked child, which has one thread: what the others had is there for whoever comes, and nobody waits
+/// for those that were busy.
+void CThreadStore::ForgetOthers() noexcept
+{
+    const DWORD dwSlot = s_dwSlot.load(std::memory_order_relaxed);
+    const void* const pMine = dwSlot != TLS_OUT_OF_INDEXES ? PortTlsValue(dwSlot) : nullptr;
+    for (CThreadStore& store : EverOwned())
+        if (&store != pMine)
+        {
+            store.m_bBusy.store(false, std::memory_order_relaxed);
+            store.m_bOwned.store(false, std::memory_order_relaxed);
+        }
 }
 
 /// A store that nobody owns, or null.

@@ -126,6 +126,7 @@ private:
         m_bBusy.store(false, std::memory_order_release);
     }
 
+    static void ForgetOthers() noexcept;
     static CThreadStore* Acquire() noexcept;
     static CThreadStore* Open() noexcept;
     static void CloseAll() noexcept;

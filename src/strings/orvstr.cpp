@@ -148,7 +148,9 @@ bool COrvStr::CreateOwnBuffer(std::uint64_t nLen, bool bKeep)
 {
     if (m_bOwn && m_pStr != nullptr && OCT::IsSoleStrOwner(m_pStr, sizeof(WCHAR) * (nLen + 1)))
         return true;
-    if (nLen == 0 && m_bOwn && m_pStr != nullptr)
+    // As much room as there is: asked for like any length, a heap buffer would double with every copy.
+    const bool bAsLarge = nLen == 0 && m_bOwn && m_pStr != nullptr;
+    if (bAsLarge)
         nLen = OCT::StrHeader(m_pStr).nAllocLen / sizeof(WCHAR) - 1;
     else if (nLen == 0 && !m_bOwn && bKeep)
         nLen = OCT::TextLength(m_pStr);
@@ -157,7 +159,8 @@ bool COrvStr::CreateOwnBuffer(std::uint64_t nLen, bool bKeep)
         Empty();
         return false;
     }
-    WCHAR* const pNew = OCT::NewStr(nLen);
+    WCHAR* const pNew =
+        bAsLarge ? OCT::FirstStrRef(ORVS_AllocateAsLarge(OCT::StrHeader(m_pStr))) : OCT::NewStr(nLen);
     if (pNew != nullptr && bKeep && m_pStr != nullptr)
     {
         const std::uint64_t nRoom = OCT::StrHeader(pNew).nAllocLen / sizeof(WCHAR) - 1;

@@ -100,12 +100,10 @@ constexpr std::uint64_t HeapBlockSize(std::uint64_t nTotal)
     return nBlock;
 }
 
-OrvStrHeader* TakeFromHeap(std::uint64_t nBytes)
+/// A buffer with room for \p nAllocLen bytes.
+OrvStrHeader* TakeFromHeap(std::uint64_t nAllocLen)
 {
-    if (nBytes > std::numeric_limits<std::uint32_t>::max())
-        return nullptr;
-    const std::uint64_t nBlock = HeapBlockSize(nBytes + sizeof(OrvStrHeader));
-    const std::uint64_t nAllocLen = nBlock - sizeof(OrvStrHeader);
+    const std::uint64_t nBlock = nAllocLen + sizeof(OrvStrHeader);
     if (nAllocLen > std::numeric_limits<std::uint32_t>::max() ||
         nBlock + sizeof(OrvStrBorder) > std::numeric_limits<std::size_t>::max())
         return nullptr;
@@ -127,12 +125,29 @@ OrvStrHeader* TakeBuffer(std::uint64_t nBytes)
         return CMiddle::Take();
     if (nBytes <= CLarge::kAllocLen)
         return CLarge::Take();
-    return TakeFromHeap(nBytes);
+    if (nBytes > std::numeric_limits<std::uint32_t>::max())
+        return nullptr;
+    return TakeFromHeap(HeapBlockSize(nBytes + sizeof(OrvStrHeader)) - sizeof(OrvStrHeader));
 }
 
 WCHAR* StrOf(OrvStrHeader* p)
 {
     return reinterpret_cast<WCHAR*>(p + 1);
+}
+
+/// An empty text without a reference in the new buffer \p p, or null and a report.
+WCHAR* Begin(OrvStrHeader* p)
+{
+    if (p == nullptr)
+    {
+        ORV_REPORT("ORVS_AllocateString", "pAlloc == nullptr");
+        return nullptr;
+    }
+    p->nStrLen = 0;
+    p->iRC.store(0, std::memory_order_relaxed);
+    WCHAR* const s = StrOf(p);
+    s[0] = 0;
+    return s;
 }
 
 /// A handle as a report shows it.
@@ -145,19 +160,13 @@ std::uintptr_t HandleValue(const WCHAR* s)
 
 WCHAR* ORVS_AllocateString(std::uint64_t nBytes)
 {
-    if (nBytes < 3)
-        return g_DefEmptyString.StrBuffer;
-    OrvStrHeader* const p = TakeBuffer(nBytes);
-    if (p == nullptr)
-    {
-        ORV_REPORT("ORVS_AllocateString", "pAlloc == nullptr");
-        return nullptr;
-    }
-    p->nStrLen = 0;
-    p->iRC.store(0, std::memory_order_relaxed);
-    WCHAR* const s = StrOf(p);
-    s[0] = 0;
-    return s;
+    return nBytes < 3 ? g_DefEmptyString.StrBuffer : Begin(TakeBuffer(nBytes));
+}
+
+WCHAR* ORVS_AllocateAsLarge(const OrvStrHeader& other)
+{
+    const std::uint32_t nAllocLen = other.nAllocLen;
+    return Begin(nAllocLen > CLarge::kAllocLen ? TakeFromHeap(nAllocLen) : TakeBuffer(nAllocLen));
 }
 
 void ORVS_FreeString(OrvStrHeader* p)

@@ -239,8 +239,10 @@ void COrvStr::AddPath(const WCHAR* sPath, WCHAR cSep)
     const bool bBegins = IsSeparator(*sName);
     if (bEnds && bBegins)
         ++sName;
-    else if (!bEnds && !bBegins)
+    const bool bSeparates = !bEnds && !bBegins;
+    if (!CreateOwnBuffer(std::uint64_t{GetLength()} + bSeparates + OCT::TextLength(sName), true)) // for both
+        return;
+    if (bSeparates)
         AppendChar(cSep);
-    if (m_pStr != nullptr)
-        Append(sName);
+    Append(sName);
 }

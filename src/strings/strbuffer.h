@@ -17,6 +17,9 @@ extern OrvStrBuffer<1> g_DefEmptyString;
 /// exhausted.
 WCHAR* ORVS_AllocateString(std::uint64_t nBytes);
 
+/// The same with exactly the room that \p other has.
+WCHAR* ORVS_AllocateAsLarge(const OrvStrHeader& other);
+
 /// Gives a buffer back to its pool or to the heap, whatever its references.
 void ORVS_FreeString(OrvStrHeader* p);
 
@@ -26,13 +29,18 @@ OrvStrHeader* ORVS_GetOrvStrBuffer(const WCHAR* s);
 namespace OCT
 {
 
-/// A new buffer for \p nLen code units (at least one) with its first reference, or null.
-inline WCHAR* NewStr(std::uint64_t nLen)
+/// The new buffer \p p with its first reference.
+inline WCHAR* FirstStrRef(WCHAR* p)
 {
-    WCHAR* const p = ORVS_AllocateString(sizeof(WCHAR) * (nLen + 1));
     if (p != nullptr)
         StrHeader(p).iRC.store(1, std::memory_order_relaxed);
     return p;
+}
+
+/// A new buffer for \p nLen code units (at least one) with its first reference, or null.
+inline WCHAR* NewStr(std::uint64_t nLen)
+{
+    return FirstStrRef(ORVS_AllocateString(sizeof(WCHAR) * (nLen + 1)));
 }
 
 /// Copies between \p nBlock and twice as many bytes by two moves that may overlap.

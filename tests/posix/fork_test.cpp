@@ -122,4 +122,32 @@ TEST(Fork, ChildrenMakeTextsWhileOtherThreadsDid)
     bStop = true;
 }
 
+/// What a vanished thread kept for itself is the next thread's: the buffer that it gave back last.
+TEST(Fork, ChildrenInheritWhatOtherThreadsKept)
+{
+    ORV_SKIP_SANITIZED("the sanitizers' own locks are not made whole in a forked child");
+    constexpr unsigned nBytes = 82;
+    static const WCHAR* s_sKept;
+    const auto keep = [] {
+        WCHAR* const s = ORVS_AllocateSingleUsed(nullptr, nBytes);
+        ORVS_AddrefString(s);
+        ORVS_ReleaseString(s);
+        return s;
+    };
+    keep(); // this thread has a store of its own
+    CMeeting kept(2), done(2);
+    std::jthread other([&] {
+        s_sKept = keep();
+        kept.ArriveAndWait();
+        done.ArriveAndWait();
+    });
+    kept.ArriveAndWait();
+    EXPECT_TRUE(RunForked([] {
+        bool bInherited = false;
+        std::jthread([&] { bInherited = ORVS_AllocateSingleUsed(nullptr, nBytes) == s_sKept; }).join();
+        return bInherited;
+    }));
+    done.ArriveAndWait();
+}
+
 } // namespace

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include <dlfcn.h>
 #include <sys/auxv.h>
@@ -35,7 +36,12 @@ std::string ProgramFile()
 {
     char sPath[PATH_MAX];
     const ssize_t nLength = readlink("/proc/self/exe", sPath, sizeof(sPath));
-    return nLength > 0 ? std::string(sPath, static_cast<std::size_t>(nLength)) : std::string();
+    std::string_view path(sPath, nLength > 0 ? static_cast<std::size_t>(nLength) : 0);
+    // What the kernel appends when the file was replaced, as an upgrade does.
+    constexpr std::string_view kDeleted = " (deleted)";
+    if (path.ends_with(kDeleted) && access(std::string(path).c_str(), F_OK) != 0)
+        path.remove_suffix(kDeleted.size());
+    return std::string(path);
 }
 
 std::string FileOf(HMODULE hModule)

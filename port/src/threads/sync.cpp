@@ -68,6 +68,7 @@ bool TryTake(LPCRITICAL_SECTION pSection) noexcept
 constinit std::mutex g_sectionsLock;
 constinit LPCRITICAL_SECTION g_pSections = nullptr;
 bool g_bHeldForFork = false;
+constinit std::atomic<void (*)()> g_pfnInChild = nullptr;
 
 bool TryEnterAll() noexcept
 {
@@ -115,6 +116,8 @@ void AfterForkInChild() noexcept
     LeaveAll();
     PortForgetThreadIds();
     PortForgetCollatorReaders();
+    if (const auto pfn = g_pfnInChild.load())
+        pfn();
 }
 
 // At load: a first use could coincide with a fork, and would then never end in the child.
@@ -149,6 +152,11 @@ void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) noexcept
     lpCriticalSection->Wakeups.store(0, std::memory_order_relaxed);
     lpCriticalSection->pNext = lpCriticalSection->pPrev = nullptr;
     lpCriticalSection->bHeldAtFork = false;
+}
+
+void PortCallInChild(void (*pfn)()) noexcept
+{
+    g_pfnInChild = pfn;
 }
 
 void PortHoldAtFork(LPCRITICAL_SECTION lpCriticalSection) noexcept
