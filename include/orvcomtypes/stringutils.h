@@ -77,7 +77,8 @@ ORV_EXTERN_C ORV_FUNC LONG ORVCALL naive_atol(const char* p);
 ORV_EXTERN_C ORV_FUNC LONG ORVCALL naive_wtol(const WCHAR* p);
 ORV_EXTERN_C ORV_FUNC LONGLONG ORVCALL naive_atoll(const char* p);
 ORV_EXTERN_C ORV_FUNC LONGLONG ORVCALL naive_wtoll(const WCHAR* p);
-/// The same with decimals behind "." or ","; no exponent.
+/// The same as a double, with decimals behind "." or ","; no exponent. Decimals count as long as they are an
+/// integer of 64 bits: the first nineteen behind leading zeros, at least.
 ORV_EXTERN_C ORV_FUNC double ORVCALL naive_atof(const char* p);
 ORV_EXTERN_C ORV_FUNC double ORVCALL naive_wtof(const WCHAR* p);
 

@@ -57,19 +57,22 @@ Unsigned ParseInteger(const Char* p, const char* sFunction)
     return bNegative ? 0 - n : n;
 }
 
-// The digits behind the separator as a part of 1. From the nineteenth on they cannot change the value.
+// The digits behind the separator as a part of 1. Those that fit no more are less than a part in 10^18 of the
+// others.
 template <class Char>
-double ParseFraction(const Char* p)
+double ParseFraction(const Char* const pStart)
 {
     std::uint64_t f = 0;
-    int k = 0;
+    const Char* p = pStart;
     for (; OCT::IsDigit(*p); ++p)
-        if (k < 18)
-        {
-            f = f * 10 + static_cast<std::uint64_t>(*p - '0');
-            ++k;
-        }
-    return static_cast<double>(f) / (k == 2 ? 100.0 : std::pow(10.0, k));
+    {
+        const auto nDigit = static_cast<std::uint64_t>(*p - '0');
+        if (f > (UINT64_MAX - nDigit) / 10)
+            break;
+        f = f * 10 + nDigit;
+    }
+    const auto k = p - pStart;
+    return static_cast<double>(f) / (k == 2 ? 100.0 : std::pow(10.0, static_cast<double>(k)));
 }
 
 template <class Char>
