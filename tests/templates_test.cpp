@@ -98,9 +98,10 @@ TEST(TagTemplate, CutsLongTextsAndNames)
     COrvStr str;
     str.FormatStr(ORVTEXT("<123456789><1 2345678 90>x<+a\"*b><-n>"), Client::Fill, &client);
     EXPECT_EQ(ORVTEXT("123456789;123456789;a\"*b;"), client.m_asked);
-    // A long name's closing tag is not its own.
     client.m_values.emplace(ORVTEXT("123456789"), ORVTEXT("v"));
-    EXPECT_EQ(1, str.FormatStr(ORVTEXT("x<*123456789a>y<-123456789a>z"), Client::Fill, &client));
+    for (const WCHAR* sTemplate :
+         {ORVTEXT("<*123456789a>y<-123456789a>z"), ORVTEXT("<*123456789>y<-12345678><-123456789 bc>z")})
+        EXPECT_EQ(1, str.FormatStr(sTemplate, Client::Fill, &client)) << testing::PrintToString(Text(str));
 }
 
 TEST(TagTemplate, ReplacesTheValueItReads)
@@ -110,6 +111,15 @@ TEST(TagTemplate, ReplacesTheValueItReads)
     COrvStr str(ORVTEXT("kept <no>"));
     EXPECT_EQ(4, str.FormatStr(str, Client::Fill, &client));
     EXPECT_EQ(ORVTEXT("kept"), TextOf(str));
+    const Text sLong(500, 'x');
+    str = (ORVTEXT("<a>") + sLong).c_str();
+    const auto replace = [](const WCHAR*, void* pData, COrvStr& sValue) {
+        *static_cast<COrvStr*>(pData) = Text(500, 'y').c_str();
+        sValue = ORVTEXT("v");
+    };
+    EXPECT_EQ(501, str.FormatStr(str, replace, &str));
+    EXPECT_EQ(ORVTEXT("v") + sLong, TextOf(str)) << "the client replaced it";
+    str = ORVTEXT("kept");
     EXPECT_NO_REPORTS(capture);
     EXPECT_EQ(0, str.FormatStr(nullptr, Client::Fill, &client));
     EXPECT_EQ(0, str.FormatStr(ORVTEXT("x"), COrvStr::TagClient(), &client));

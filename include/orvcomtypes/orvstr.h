@@ -168,7 +168,7 @@ public:
     /// "0x" and the digits of an address: eight or sixteen.
     void AppendPtr(const void* p);
     /// With \p iPrec decimals, 0 to 9. From 10 on, and at most 16, the ones digit alone counts: 12 gives two
-    /// decimals. After 63 units the text is cut.
+    /// decimals. After 63 units the text is cut. What is no number is "nan" or "-nan", "inf" or "-inf".
     void AppendDouble(double d, int iPrec);
 
     COrvStr& operator<<(const WCHAR* s);
@@ -197,7 +197,8 @@ public:
     /// white space and modifiers in any order, a name (white space, and units after the ninth, are left out),
     /// and ">"; without that the text ends before the tag. The modifiers, of whose first three one counts:
     ///
-    /// - "+": what follows, up to "<-name>" (written so) or the end, is there only if the value has text
+    /// - "+": what follows, up to "<-name>" (written so, units after the ninth apart) or the end, is there
+    ///   only if the value has text
     /// - "*": what follows is there only if the value has none
     /// - "-": closes such a section
     /// - "&": a blank goes before the inserted value

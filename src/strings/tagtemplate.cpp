@@ -121,6 +121,9 @@ struct CTag
     std::size_t m_nNameLength = 0;
     WCHAR m_sName[9 + 1] = {};
 
+    /// Then what follows of the name does not count.
+    bool IsNameFull() const { return m_nNameLength + 1 == std::size(m_sName); }
+
     /// Only the first kind that is named counts.
     void SetKind(TagKind kind)
     {
@@ -238,7 +241,7 @@ void CTagTemplate::ReadBookmark()
 void CTagTemplate::ReadName(CTag& tag)
 {
     for (; *m_s != 0 && *m_s != ORVTEXT('>'); ++m_s)
-        if (!IsSpace(*m_s) && tag.m_nNameLength + 1 < std::size(tag.m_sName))
+        if (!IsSpace(*m_s) && !tag.IsNameFull())
             tag.m_sName[tag.m_nNameLength++] = *m_s;
 }
 
@@ -279,7 +282,11 @@ void CTagTemplate::SkipSection(const CTag& tag)
         }
         const WCHAR* s = SkipStart(m_s, ORVTEXT("<-"));
         s = s != nullptr ? SkipStart(s, {tag.m_sName, tag.m_nNameLength}) : nullptr;
-        if (s == nullptr || *s != ORVTEXT('>'))
+        if (s == nullptr)
+            continue;
+        while (tag.IsNameFull() && *s != 0 && *s != ORVTEXT('>'))
+            ++s;
+        if (*s != ORVTEXT('>'))
             continue;
         m_s = s + 1;
         return;
@@ -306,6 +313,7 @@ int COrvStr::FormatStr(const WCHAR* sFrm, TagClient ClientFunc, void* pData)
                         "ClientFunc == nullptr || pData == nullptr || sFrm == nullptr", 0);
         return 0;
     }
+    const COrvStr source(IsInside(sFrm) ? *this : COrvStr()); // keeps the text alive; a client may change us
     Copy(CTagTemplate(sFrm, ClientFunc, pData).Run());
     return static_cast<int>(GetLength());
 }
