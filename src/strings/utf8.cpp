@@ -43,8 +43,8 @@ bool IsSecond(unsigned bLead, unsigned b)
 // What a step consumed and wrote.
 struct CStep
 {
-    unsigned m_nSrc;
-    unsigned m_nDest;
+    std::size_t m_nSrc;
+    std::size_t m_nDest;
 };
 
 inline CStep PutPair(WCHAR* pDest, char32_t c, unsigned nUsed)
@@ -137,7 +137,7 @@ inline CStep DecodeFitting(const char* p, std::size_t n, WCHAR* pDest, std::size
     const unsigned nLead = static_cast<unsigned char>(*p) & 0xF0;
     if (nLead == 0xE0 && n >= 24)
         if (const std::size_t nUnits = g_pThreeByteRuns->m_pfnDecode(p, n, pDest, nRoom))
-            return {static_cast<unsigned>(3 * nUnits), static_cast<unsigned>(nUnits)};
+            return {3 * nUnits, nUnits};
     if (nLead == 0xF0 && n >= 16 && nRoom >= 8 && DecodeFourOfFour(p, pDest))
         return {16, 8};
     if (n >= 4 && nRoom >= 2)
@@ -278,8 +278,8 @@ CStep EncodeBlocks(const WCHAR* const pSrc, std::size_t nSrc, char* const pStart
     // Callers may name more room than there is address space; no more than this matters.
     const char* const pRoomEnd = pStart + std::min(nRoom, 3 * nSrc + 96);
     const auto Done = [&](unsigned nInBlock) {
-        return CStep{static_cast<unsigned>(p - pSrc) + nInBlock,
-                     static_cast<unsigned>(pDest - pStart) + nInBlock};
+        return CStep{static_cast<std::size_t>(p - pSrc) + nInBlock,
+                     static_cast<std::size_t>(pDest - pStart) + nInBlock};
     };
     for (; pEnd - p >= 33 && pRoomEnd - pDest >= 96; p += 16, pDest += 16)
     {
@@ -301,7 +301,7 @@ CStep EncodeBlocks(const WCHAR* const pSrc, std::size_t nSrc, char* const pStart
 CStep EncodeThrees(const WCHAR* p, std::size_t n, char* pDest, std::size_t nRoom)
 {
     if (n >= 8)
-        if (const auto nUnits = static_cast<unsigned>(g_pThreeByteRuns->m_pfnEncode(p, n, pDest, nRoom)))
+        if (const std::size_t nUnits = g_pThreeByteRuns->m_pfnEncode(p, n, pDest, nRoom))
             return {nUnits, 3 * nUnits};
     CStep done{1, nRoom >= 3 ? EncodeStep(*p, pDest) : 0};
     for (; done.m_nSrc < n && p[done.m_nSrc] >= 0x800 && nRoom - done.m_nDest >= 3; ++done.m_nSrc)
