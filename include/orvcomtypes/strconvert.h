@@ -45,7 +45,7 @@ public:
     CToUTF8& operator=(const CToUTF8&) = delete;
     ~CToUTF8();
 
-    /// Takes another text and returns its UTF-8 form, or null without memory.
+    /// Takes another text, not the object's own, and returns its UTF-8 form, or null without memory.
     const char* Set(const WCHAR* s, unsigned n = 0);
     const char* Set(const char* s, unsigned n = 0);
 
