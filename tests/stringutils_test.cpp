@@ -367,8 +367,12 @@ TEST(Conversions, RangeThatCutsASequenceIsReported)
     EXPECT_EQ(2, UTF8ToANSIEx(sEuro, sEuro + 3, aDest, sizeof aDest, 1252));
     EXPECT_STREQ("a?", aDest);
     EXPECT_EQ(IsNarrowUtf8() ? 3 : 2, UTF8ToANSIEx(sEuro, sEuro + 3, aDest, 4, CP_ACP));
+    const char aZero[] = {'a', '\xE2', 0, 'b'}; // ends the text, yet the sequence goes on
+    EXPECT_EQ(2, UTF8ToANSIEx(aZero, aZero + 3, aDest, sizeof aDest, 1252));
     const ExpectedReport cut = {"UTF8ToANSIEx", "p > pSrcTo", "", "stringutils"};
-    EXPECT_REPORTS(capture, {cut, cut});
+    EXPECT_REPORTS(capture, {cut, cut, cut});
+    EXPECT_EQ(2, UTF8ToANSIEx(aZero, aZero + 4, aDest, sizeof aDest, 1252));
+    EXPECT_NO_REPORTS(capture);
 }
 
 TEST(Conversions, RefuseAndReportBadArguments)
@@ -385,15 +389,25 @@ TEST(Conversions, RefuseAndReportBadArguments)
 
 TEST(Conversions, Utf8AsAnsiIsReportedAndCopied)
 {
-    constexpr char kText[] = "\xC3\xA9\xC3\xA9";
+    const std::pair<std::string, std::string> rows[] = {
+        // in room for four bytes
+        {"\xC3\xA9\xE2\x82\xAC", "\xC3\xA9"},
+        {"\xC3\xA9\xE2\x82", "\xC3\xA9\xE2\x82"},
+        {"\x80\x80\x80\x80\x80", "\x80\x80\x80\x80"},
+        {"a\xF4\xC3\xA9\xC3\xA9", "a\xF4\xC3\xA9"},
+    };
     CReportCapture capture;
-    for (const auto convert : {ANSIToUTF8, UTF8ToANSI})
-        EXPECT_EQ("\xC3\xA9", Written<char>(4, [&](char* p) { return convert(kText, p, 4, CP_UTF8); }));
-    for (const auto convert : {ANSIToUTF8Ex, UTF8ToANSIEx})
-        EXPECT_EQ("\xC3\xA9",
-                  Written<char>(4, [&](char* p) { return convert(kText, kText + 4, p, 4, CP_UTF8); }));
-    EXPECT_REPORTS(capture, {{"ANSIToUTF8", "srcCodePage == CP_UTF8", "", "stringutils"},
-                             {"UTF8ToANSI", "destCodePage == CP_UTF8", "", "stringutils"},
-                             {"ANSIToUTF8Ex", "srcCodePage == CP_UTF8", "", "stringutils"},
-                             {"UTF8ToANSIEx", "destCodePage == CP_UTF8", "", "stringutils"}});
+    for (const auto& [sText, sCopy] : rows)
+    {
+        const char* const s = sText.c_str();
+        const char* const pEnd = s + sText.size();
+        for (const auto convert : {ANSIToUTF8, UTF8ToANSI})
+            EXPECT_EQ(sCopy, Written<char>(5, [&](char* p) { return convert(s, p, 5, CP_UTF8); }));
+        for (const auto convert : {ANSIToUTF8Ex, UTF8ToANSIEx})
+            EXPECT_EQ(sCopy, Written<char>(5, [&](char* p) { return convert(s, pEnd, p, 5, CP_UTF8); }));
+        EXPECT_REPORTS(capture, {{"ANSIToUTF8", "srcCodePage == CP_UTF8", "", "stringutils"},
+                                 {"UTF8ToANSI", "destCodePage == CP_UTF8", "", "stringutils"},
+                                 {"ANSIToUTF8Ex", "srcCodePage == CP_UTF8", "", "stringutils"},
+                                 {"UTF8ToANSIEx", "destCodePage == CP_UTF8", "", "stringutils"}});
+    }
 }

@@ -38,13 +38,24 @@ bool IsGb18030(unsigned nCodePage)
     return ActualPage(nCodePage) == 54936;
 }
 
-// Narrow text of UTF-8 to narrow text of UTF-8: as it is, cut between characters.
+// As many of \p n bytes as fit, without a part of a character.
+std::size_t FittingUtf8(const char* p, std::size_t n, std::size_t nRoom)
+{
+    if (n <= nRoom)
+        return n;
+    // No character has more than three bytes behind its first one.
+    std::size_t iLast = nRoom;
+    while (iLast != 0 && nRoom - iLast < 3 && (p[iLast] & 0xC0) == 0x80)
+        --iLast;
+    unsigned nUsed;
+    DecodeUtf8(reinterpret_cast<const unsigned char*>(p + iLast), n - iLast, nUsed);
+    return iLast + nUsed > nRoom ? iLast : nRoom;
+}
+
+// Narrow text of UTF-8 to narrow text of UTF-8: as it is.
 std::size_t CopyUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom)
 {
-    std::size_t n = std::min(nSrc, nRoom);
-    if (n < nSrc)
-        while (n != 0 && (pSrc[n] & 0xC0) == 0x80)
-            --n;
+    const std::size_t n = FittingUtf8(pSrc, nSrc, nRoom);
     std::copy_n(pSrc, n, pDest);
     return n;
 }
@@ -291,8 +302,9 @@ std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::siz
 {
     if (IsUtf8(nCodePage))
     {
-        if (ppCut && nSrc <= nRoom && WholeCharacters(pSrc, nSrc, CP_UTF8) < nSrc)
-            *ppCut = pSrc + nSrc;
+        const std::size_t nWhole = WholeCharacters(pSrc, nSrc, CP_UTF8);
+        if (ppCut && nSrc <= nRoom && nWhole < nSrc)
+            *ppCut = pSrc + nWhole;
         return CopyUtf8(pSrc, nSrc, pDest, nRoom);
     }
     CProgress<char, char> at{pSrc, nSrc, pDest, nRoom};
@@ -310,9 +322,9 @@ std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::siz
             const char32_t cDecoded = DecodeUtf8(pSequence, nThere, nUsed);
             const WCHAR c = static_cast<WCHAR>(cDecoded > 0xFFFF ? 0xD7C0 + (cDecoded >> 10) : cDecoded);
             const int nWritten = ConvertRun(&c, 1, at.m_pDest, at.m_nRoom, nCodePage);
-            at.Advance(nThere, static_cast<std::size_t>(std::max(nWritten, 0)));
             if (ppCut && nThere < nLength)
                 *ppCut = at.m_pSrc;
+            at.Advance(nThere, static_cast<std::size_t>(std::max(nWritten, 0)));
         }
     }
     return at.m_nWritten;

@@ -22,7 +22,7 @@ std::size_t AnsiToUtf8(const char* pSrc, std::size_t nSrc, char* pDest, std::siz
                        unsigned nCodePage);
 
 /// Sequences convert one by one, each as long as its lead byte says; one that does not fit is dropped. Where
-/// the source ends within a sequence, \p ppCut, if not null, takes that end.
+/// the source ends within a sequence, \p ppCut, if not null, takes that sequence.
 std::size_t Utf8ToAnsi(const char* pSrc, std::size_t nSrc, char* pDest, std::size_t nRoom, unsigned nCodePage,
                        const char** ppCut);
 

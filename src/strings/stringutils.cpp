@@ -183,11 +183,13 @@ int ORVCALL UTF8ToANSIEx(const char* pSrcFrom, const char* pSrcTo, char* pDest, 
 {
     if (!IsUsable(pSrcFrom, pSrcTo, pDest, cchDest))
         return Refuse("UTF8ToANSIEx", ORV_BAD_RANGE "cchDest < 2", pDest, cchDest);
-    const char* p = nullptr;
-    const int n =
-        RunUnlessUtf8("UTF8ToANSIEx", "destCodePage == CP_UTF8",
-                      CConversion(pSrcFrom, pSrcTo, pDest, cchDest), OCT::Utf8ToAnsi, destCodePage, &p);
-    if (p == pSrcTo)
+    const char* pCut = nullptr;
+    const int n = RunUnlessUtf8("UTF8ToANSIEx", "destCodePage == CP_UTF8",
+                                CConversion(pSrcFrom, pSrcTo, pDest, cchDest), OCT::Utf8ToAnsi, destCodePage,
+                                destCodePage == CP_UTF8 ? nullptr : &pCut);
+    // A zero unit may have cut the sequence, too, within the range.
+    if (pCut != nullptr &&
+        static_cast<std::size_t>(pSrcTo - pCut) < OCT::Utf8LengthByLead(static_cast<unsigned char>(*pCut)))
         ORV_REPORT("UTF8ToANSIEx", "p > pSrcTo");
     return n;
 }
