@@ -25,6 +25,25 @@ TEST(NoMemory, NarrowTextIsNotCutShort)
     EXPECT_EQ(Text(s), ORVTEXT("k\u00E9y"));
 }
 
+/// Of the large blocks for it the library asks for the first one, ICU for the second.
+TEST(NoMemory, ACodePageIsReadWholeOrLater)
+{
+    for (const unsigned nFirst : {1u, 2u})
+        EXPECT_EQ(2, ForkedResult([=] {
+                      const auto encode = [] {
+                          char sBytes[4];
+                          return WideCharToMultiByte(950, 0, ORVTEXT("\u4E00"), 1, sBytes, 4, nullptr,
+                                                     nullptr);
+                      };
+                      auto pFault = std::make_unique<CFault>(FaultyCall::LargeAllocation, nFirst, false);
+                      encode();
+                      const bool bHappened = pFault->Happened();
+                      pFault.reset();
+                      return bHappened ? encode() : 100;
+                  }))
+            << nFirst;
+}
+
 TEST(NoMemory, CallsWithPathsFail)
 {
     const WCHAR* const sPath = ORVTEXT("/a/path/that/is/longer/than/a/string/has/room/for");

@@ -11,7 +11,7 @@
 enum class FaultyCall
 {
     Allocation,
-    LargeAllocation, ///< POSIX only: by malloc, of 100,000 bytes and more
+    LargeAllocation, ///< POSIX only: by malloc, of 50,000 bytes and more
     Open,            ///< no handle is left
     Sync,            ///< the disk reports an error
     HangingSync,     ///< never comes back

@@ -136,6 +136,13 @@ constexpr std::pair<WCHAR, WCHAR> kLookAlikes[] = {
     {0x0142, u'l'}, {0x0152, u'O'}, {0x0153, u'o'}, {0x0166, u'T'}, {0x0167, u't'}, {0x0180, u'b'},
 };
 
+/// A page that ICU failed at is not kept: who asks for it later has it made again.
+void Require(bool bDone)
+{
+    if (!bDone)
+        throw std::runtime_error("ICU failed to make a code page");
+}
+
 struct CConverterCloser
 {
     void operator()(UConverter* pConverter) const { ucnv_close(pConverter); }
@@ -148,8 +155,7 @@ CConverter OpenConverter(const char* sIcuName)
     CConverter pConverter(ucnv_open(sIcuName, &status));
     ucnv_setToUCallBack(pConverter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
     ucnv_setFromUCallBack(pConverter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    if (U_FAILURE(status))
-        throw std::runtime_error("ICU lacks a converter");
+    Require(U_SUCCESS(status));
     return pConverter;
 }
 
@@ -158,8 +164,9 @@ WCHAR DecodeByIcu(UConverter* pConverter, const char* pBytes, int nBytes)
 {
     UErrorCode status = U_ZERO_ERROR;
     WCHAR aUnits[4];
-    return ucnv_toUChars(pConverter, aUnits, 4, pBytes, nBytes, &status) == 1 && U_SUCCESS(status) ? aUnits[0]
-                                                                                                   : u'\0';
+    const int n = ucnv_toUChars(pConverter, aUnits, 4, pBytes, nBytes, &status);
+    Require(status != U_MEMORY_ALLOCATION_ERROR);
+    return n == 1 && U_SUCCESS(status) ? aUnits[0] : u'\0';
 }
 
 // One or two bytes as a number, or 0.
@@ -168,6 +175,7 @@ WORD EncodeByIcu(UConverter* pConverter, WCHAR c)
     UErrorCode status = U_ZERO_ERROR;
     char aBytes[8];
     const int n = ucnv_fromUChars(pConverter, aBytes, sizeof aBytes, &c, 1, &status);
+    Require(status != U_MEMORY_ALLOCATION_ERROR);
     if (U_FAILURE(status) || n < 1 || n > 2)
         return 0;
     const auto bFirst = static_cast<unsigned char>(aBytes[0]);
@@ -321,6 +329,7 @@ void CCodePage::ReadDouble(UConverter* pConverter)
     UErrorCode status = U_ZERO_ERROR;
     UBool aStarters[256];
     ucnv_getStarters(pConverter, aStarters, &status);
+    Require(U_SUCCESS(status));
     m_pDouble = TakeTable<WCHAR>(0x10000 - kFirstPair).data();
     for (unsigned nPair = kFirstPair; nPair < 0x10000; ++nPair)
     {
@@ -338,7 +347,10 @@ void CCodePage::ReadEncodings(UConverter* pConverter)
 {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<USet, void (*)(USet*)> pSet(uset_openEmpty(), uset_close);
+    Require(pSet != nullptr);
     ucnv_getUnicodeSet(pConverter, pSet.get(), UCNV_ROUNDTRIP_AND_FALLBACK_SET, &status);
+    // A set that found no memory while it grew is empty; that is no failure to ICU.
+    Require(U_SUCCESS(status) && !uset_isEmpty(pSet.get()));
     ucnv_setFallback(pConverter, true);
     std::vector<CFallback> vFallbacks;
     for (int iRange = 0; iRange < uset_getRangeCount(pSet.get()); ++iRange)
@@ -346,6 +358,7 @@ void CCodePage::ReadEncodings(UConverter* pConverter)
         UChar32 cFirst;
         UChar32 cLast;
         uset_getItem(pSet.get(), iRange, &cFirst, &cLast, nullptr, 0, &status);
+        Require(U_SUCCESS(status));
         for (UChar32 c = std::max(cFirst, 0x80); c <= std::min(cLast, 0xFFFF); ++c)
         {
             const auto cUnit = static_cast<WCHAR>(c);

@@ -127,7 +127,7 @@ Function* Next(const char* sName)
 
 extern "C" void* malloc(std::size_t nBytes) noexcept
 {
-    if (NoMemory(__builtin_return_address(0)) || (nBytes >= 100'000 && FailsNow(FaultyCall::LargeAllocation)))
+    if (NoMemory(__builtin_return_address(0)) || (nBytes >= 50'000 && FailsNow(FaultyCall::LargeAllocation)))
         return nullptr;
     return Counted(REAL(malloc)(nBytes));
 }
