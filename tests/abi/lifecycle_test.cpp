@@ -93,7 +93,7 @@ ORV_CHILD(LoadAndUnload)
         const CLoadedLibrary library(ORV_LIBRARY_FILE);
         char sBytes[8];
         library.Find<Compare>("CompareOrvString")(ORVTEXT("\u4E00"), ORVTEXT("\u4E01"), true);
-        for (const unsigned nCodePage : {1250u, 932u})
+        for (const unsigned nCodePage : {1250u, 932u, 54936u})
             library.Find<Encode>("UnicodeToANSI")(ORVTEXT("\u00E9"), sBytes, sizeof sBytes, nCodePage);
         for (const WCHAR* sZone : {ORVTEXT(""), ORVTEXT("Tokyo Standard Time")})
         {

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "text/codepage.h"
+#include "text/unload.h"
 #include "threads/threadhooks.h"
 #include "time/localtime.h"
 
@@ -59,8 +60,11 @@ struct CAttachment
         const bool bUnloading = g_bFinishing && !m_bStays;
         DllMain(OwnModule(), DLL_PROCESS_DETACH, bUnloading ? nullptr : this);
         PortParkThreads();
-        if (bUnloading)
-            PortFreeZoneAtUnload();
+        if (!bUnloading)
+            return;
+        PortFreeZoneAtUnload();
+        PortFreeConverterAtUnload();
+        PortFreeCollatorAtUnload();
     }
 
 private:

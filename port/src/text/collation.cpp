@@ -2,7 +2,7 @@
 #include "process/sparememory.h"
 #include "text/collationtable.h"
 #include "text/nlslocale.h"
-#include "threads/forkhooks.h"
+#include "text/unload.h"
 #include "threads/portlock.h"
 
 #include <unicode/uchar.h>
@@ -84,60 +84,8 @@ struct CTerminated
     operator CText() const { return {m_pText, std::char_traits<WCHAR>::length(m_pText)}; }
 };
 
-// Who is just using ICU's collator, counted on several lines of memory so that threads do not meet there.
-class CReaders
-{
-public:
-    class CScope
-    {
-    public:
-        explicit CScope(CReaders& readers) noexcept
-            : m_nCount(readers.m_aCounts[CPortThread::Self() / 4096 % std::size(readers.m_aCounts)].m_nCount)
-        {
-            ++m_nCount;
-        }
-        CScope(const CScope&) = delete;
-        CScope& operator=(const CScope&) = delete;
-        ~CScope() { --m_nCount; }
-
-    private:
-        std::atomic<unsigned>& m_nCount;
-    };
-
-    // Waits until all have left who came before.
-    void Drain() noexcept
-    {
-        for (CCount& count : m_aCounts)
-            while (count.m_nCount != 0)
-                ::Sleep(0);
-    }
-
-    void Forget() noexcept
-    {
-        for (CCount& count : m_aCounts)
-            count.m_nCount = 0;
-    }
-
-private:
-    struct alignas(64) CCount
-    {
-        std::atomic<unsigned> m_nCount = 0;
-    };
-
-    CCount m_aCounts[8];
-};
-
-constinit CReaders g_readers;
-// Closed at the end, while threads may go on comparing: they then find null.
+// Stays until the library is unloaded: when the process ends other threads may still compare.
 std::atomic<UCollator*> g_pCollator;
-
-// Runs after the destructors of static objects, when the library is unloaded and at exit alike.
-[[gnu::destructor(102)]] void CloseCollator()
-{
-    UCollator* const pCollator = g_pCollator.exchange(nullptr);
-    g_readers.Drain();
-    ucol_close(pCollator);
-}
 
 // ICU's caches are its own: where it were unloaded along with us, each load would leave a set of them behind.
 [[gnu::constructor]] void KeepIcuLoaded()
@@ -285,7 +233,6 @@ int CCollation::Compare(CText a, CText b, bool bNoCase) const
     b = Map(b, bNoCase, scratchB);
     if (a.m_nLength > INT_MAX || b.m_nLength > INT_MAX)
         throw std::bad_alloc();
-    const CReaders::CScope scope(g_readers);
     const UCollator* const pCollator = g_pCollator;
     if (!pCollator)
         throw std::runtime_error("the library is being unloaded");
@@ -397,9 +344,9 @@ CText TextOf(const WCHAR* p, int n)
 
 } // namespace
 
-void PortForgetCollatorReaders() noexcept
+void PortFreeCollatorAtUnload() noexcept
 {
-    g_readers.Forget();
+    ucol_close(g_pCollator.exchange(nullptr));
 }
 
 int CompareStringW(LCID Locale, DWORD dwCmpFlags, LPCWSTR lpString1, int cchCount1, LPCWSTR lpString2,

@@ -2,6 +2,7 @@
 
 #include "process/sparememory.h"
 #include "text/sink.h"
+#include "text/unload.h"
 #include "threads/portlock.h"
 
 #include <windows.h>
@@ -11,7 +12,6 @@
 
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
 namespace
 {
@@ -100,13 +100,6 @@ int DecodeUtf7(const char* pSrc, int nSrc, CSink<WCHAR> sink)
 
 UConverter* g_pGb18030 = nullptr; // guarded by g_makingLock
 
-/// At exit, too, while threads may go on: they open another.
-[[gnu::destructor(102)]] void CloseGb18030()
-{
-    const CMakingGuard guard(g_makingLock);
-    ucnv_close(std::exchange(g_pGb18030, nullptr));
-}
-
 /// The converter as it begins a text; null without memory. Held under g_makingLock.
 UConverter* Gb18030()
 {
@@ -163,6 +156,12 @@ int EncodeGb18030(const WCHAR* pSrc, int nSrc, bool bStrict, CSink<char> sink)
 }
 
 } // namespace
+
+void PortFreeConverterAtUnload() noexcept
+{
+    ucnv_close(g_pGb18030);
+    g_pGb18030 = nullptr;
+}
 
 int DecodeOtherPage(UINT nCodePage, DWORD dwFlags, const char* pSrc, int nSrc, CSink<WCHAR> sink) noexcept
 {

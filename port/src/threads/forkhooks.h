@@ -2,4 +2,3 @@
 #pragma once
 
 void PortForgetThreadIds() noexcept;
-void PortForgetCollatorReaders() noexcept;

@@ -115,7 +115,6 @@ void AfterForkInChild() noexcept
         p->Waiters.store(0, std::memory_order_relaxed);
     LeaveAll();
     PortForgetThreadIds();
-    PortForgetCollatorReaders();
     if (const auto pfn = g_pfnInChild.load())
         pfn();
 }
