@@ -6,10 +6,9 @@
 // unlike on Windows, the other threads still run.
 #include <windows.h>
 
+#include "process/unload.h"
 #include "text/codepage.h"
-#include "text/unload.h"
 #include "threads/threadhooks.h"
-#include "time/localtime.h"
 
 #include <dlfcn.h>
 
@@ -63,6 +62,8 @@ struct CAttachment
         if (!bUnloading)
             return;
         PortFreeZoneAtUnload();
+        PortFreeLocaleTextsAtUnload();
+        PortFreeRegistryAtUnload();
         PortFreeConverterAtUnload();
         PortFreeCollatorAtUnload();
     }

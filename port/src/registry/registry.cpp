@@ -1,3 +1,4 @@
+#include "process/unload.h"
 #include "registry/hivefile.h"
 #include "registry/registryapi.h"
 #include "registry/registrydoc.h"
@@ -41,7 +42,7 @@ class CRegistry
 {
 public:
     CRegistry();
-    /// Outlives every static object, because static destructors still report and read settings.
+    /// Static destructors still report and read settings.
     static CRegistry& Get();
 
     HKEY Add(CRegKey key);
@@ -50,7 +51,6 @@ public:
     /// Gives the key the values that stand in for those of a file, when it is one that has such and is only
     /// read.
     bool Serve(CRegKey& key) const;
-    void LockAll();
 
 private:
     CRegHive m_user;
@@ -76,16 +76,6 @@ CMadeOnce<CRegistry> g_registry;
 CRegistry& CRegistry::Get()
 {
     return const_cast<CRegistry&>(g_registry.Get());
-}
-
-/// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
-/// Threads that still run while the process exits end here: the locks are not given back.
-[[gnu::destructor(101)]] void DestroyRegistry()
-{
-    if (g_registry.Peek() == nullptr)
-        return;
-    CRegistry::Get().LockAll();
-    CRegistry::Get().~CRegistry();
 }
 
 HKEY CRegistry::Add(CRegKey key)
@@ -118,13 +108,6 @@ bool CRegistry::Serve(CRegKey& key) const
     if (key.m_pHive == &m_machine && (key.m_samGranted & (KEY_SET_VALUE | KEY_CREATE_SUB_KEY)) == 0)
         key.m_served = ServeZoneKey(key.m_sPath);
     return !key.m_served.empty();
-}
-
-void CRegistry::LockAll()
-{
-    m_lock.lock();
-    m_user.Lock();
-    m_machine.Lock();
 }
 
 /// Runs \p call with the key of a handle; exceptions end here.
@@ -219,6 +202,11 @@ LSTATUS DeliverRegValue(DWORD dwType, const CRegData& data, LPDWORD lpType, LPBY
 }
 
 } // namespace OrvPort
+
+void PortFreeRegistryAtUnload() noexcept
+{
+    OrvPort::g_registry.DestroyAtUnload();
+}
 
 using namespace OrvPort;
 

@@ -47,12 +47,6 @@ const CHiveFile& CRegHive::File()
     return m_file;
 }
 
-void CRegHive::Lock()
-{
-    m_writeLock.lock();
-    m_lock.lock();
-}
-
 LSTATUS CRegHive::ReadDocument(Document& pDocument)
 {
     CRegistryReading* const pReading = CRegistryReading::Current();

@@ -39,9 +39,6 @@ public:
     /// ERROR_LOCK_VIOLATION when another process does not end its turn.
     LSTATUS Write(const Change& change);
 
-    /// For good, when the process ends: no other thread may come in any more.
-    void Lock();
-
 private:
     const CHiveFile& File();
     LSTATUS ReadDocument(Document& pDocument);

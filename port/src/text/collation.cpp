@@ -1,8 +1,8 @@
 // CompareStringW through ICU's collator for the locale of the environment, with Windows' equalities on top.
 #include "process/sparememory.h"
+#include "process/unload.h"
 #include "text/collationtable.h"
 #include "text/nlslocale.h"
-#include "text/unload.h"
 #include "threads/portlock.h"
 
 #include <unicode/uchar.h>

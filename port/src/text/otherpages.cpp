@@ -1,8 +1,8 @@
 #include "text/otherpages.h"
 
 #include "process/sparememory.h"
+#include "process/unload.h"
 #include "text/sink.h"
-#include "text/unload.h"
 #include "threads/portlock.h"
 
 #include <windows.h>

@@ -57,6 +57,13 @@ public:
         return *Peek();
     }
 
+    /// Who comes later all the same makes it anew.
+    void DestroyAtUnload() noexcept
+    {
+        if (const T* const p = m_pValue.exchange(nullptr))
+            p->~T();
+    }
+
 private:
     std::atomic<const T*> m_pValue = nullptr;
     alignas(T) unsigned char m_storage[sizeof(T)]{};

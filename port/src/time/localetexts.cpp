@@ -1,6 +1,7 @@
 #include "time/localetexts.h"
 
 #include "process/sparememory.h"
+#include "process/unload.h"
 #include "text/nlslocale.h"
 #include "threads/portlock.h"
 
@@ -128,32 +129,18 @@ public:
         return m_pTexts;
     }
 
-    void Forget() noexcept
-    {
-        const std::lock_guard guard(m_lock);
-        m_pTexts.reset();
-        m_sLocale = std::string();
-    }
-
 private:
     CPortLock m_lock;
     std::string m_sLocale;
     std::shared_ptr<const CLocaleTexts> m_pTexts;
 };
 
-/// Never destroyed, since destructors of static objects may format times; what it keeps is forgotten.
+/// Destructors of static objects may format times.
 constinit CMadeOnce<CLastTexts> g_lastTexts;
 
 CLastTexts& LastTexts()
 {
     return const_cast<CLastTexts&>(g_lastTexts.Get());
-}
-
-/// Destructors with a priority run after those of static objects, at exit as when the library is unloaded.
-[[gnu::destructor(102)]] void ForgetTexts()
-{
-    if (g_lastTexts.Peek() != nullptr)
-        LastTexts().Forget();
 }
 
 /// In front of what the environment says; the rest are tags.
@@ -219,4 +206,9 @@ try
 catch (const std::bad_alloc&)
 {
     return nullptr;
+}
+
+void PortFreeLocaleTextsAtUnload() noexcept
+{
+    g_lastTexts.DestroyAtUnload();
 }

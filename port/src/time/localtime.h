@@ -9,6 +9,3 @@ bool PortLocalTime(std::time_t tTime, std::tm& tm) noexcept;
 
 /// Reads the zone that the environment names now; false without memory.
 bool PortReadZone() noexcept;
-
-/// The last step of an unload. When the process ends the zone stays: other threads may still read it.
-void PortFreeZoneAtUnload() noexcept;

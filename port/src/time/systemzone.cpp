@@ -1,5 +1,6 @@
 #include "systemzone.h"
 
+#include "process/unload.h"
 #include "threads/portlock.h"
 #include "time/localtime.h"
 #include "zoneperiods.h"
@@ -96,6 +97,5 @@ LONG PortZoneOffsetOfLocal(LONGLONG nLocal) noexcept
 
 void PortFreeZoneAtUnload() noexcept
 {
-    if (const CSystemZone* const pZone = g_zone.Peek())
-        pZone->~CSystemZone();
+    g_zone.DestroyAtUnload();
 }
