@@ -64,20 +64,17 @@ int OpenRetrying(const std::string& sPath, int nFlags)
     return fd;
 }
 
-// Opens what exists or creates it; tells which. Another process may create or delete the file in between.
+// Opens what exists or creates it; tells which. When another process creates it in between, that is opened; a
+// link that leads nowhere gets its target where that can be made.
 int OpenOrCreate(const std::string& sPath, int nFlags, bool& bExisted)
 {
-    for (;;)
-    {
-        bExisted = true;
-        int fd = OpenRetrying(sPath, nFlags);
-        if (fd >= 0 || errno != ENOENT)
-            return fd;
-        bExisted = false;
-        fd = OpenRetrying(sPath, nFlags | O_CREAT | O_EXCL);
-        if (fd >= 0 || errno != EEXIST)
-            return fd;
-    }
+    bExisted = true;
+    int fd = OpenRetrying(sPath, nFlags);
+    if (fd >= 0 || errno != ENOENT)
+        return fd;
+    bExisted = false;
+    fd = OpenRetrying(sPath, nFlags | O_CREAT | O_EXCL);
+    return fd >= 0 || errno != EEXIST ? fd : OpenRetrying(sPath, nFlags | O_CREAT);
 }
 
 int AccessFlags(DWORD dwAccess)
