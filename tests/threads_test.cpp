@@ -58,7 +58,7 @@ ORV_CHILD(FillTheTable)
     EXPECT_EQ("+eleven", NameOf(11));
     EXPECT_EQ("-12", NameOf(12));
     SetThreadName(11, "eleven again");
-    SetThreadName(13, std::string(100, 'x').c_str());
+    SetThreadName(13, (std::string(62, 'x') + "\xC3\xA9").c_str());
     SetThreadName(0x7FFFFFFF, "self");
     SetThreadName(0x7FFFFFFE, "an id");
     for (DWORD dwId = 7; dwId <= 63; ++dwId)
@@ -74,7 +74,7 @@ ORV_CHILD(FillTheTable)
     EXPECT_EQ("-1064", NameOf(1064));
 
     EXPECT_EQ("+eleven", NameOf(11)) << "the older name of two";
-    EXPECT_EQ("+" + std::string(63, 'x'), NameOf(13));
+    EXPECT_EQ("+" + std::string(62, 'x') + (GetACP() == CP_UTF8 ? "" : "\xC3"), NameOf(13));
     EXPECT_EQ("+x", NameOf(13, 2));
     EXPECT_EQ("+self", NameOf(GetCurrentThreadId()));
     EXPECT_EQ("+an id", NameOf(0x7FFFFFFE));
@@ -153,6 +153,7 @@ TEST_F(MessageLoopWait, ReturnsTheSignalledHandle)
     EXPECT_EQ(258, WaitOneEventWithMessageLoop(m_hOff, 0));
     EXPECT_EQ(258, WaitEventWithMessageLoop(handles, 1, 1, FALSE));
     EXPECT_EQ(-1, WaitOneEventWithMessageLoop(nullptr, 0));
+    EXPECT_EQ(-1, WaitEventWithMessageLoop(nullptr, 1, 0, FALSE));
     EXPECT_EQ(-1, WaitEventWithMessageLoop(handles, MAXIMUM_WAIT_OBJECTS, 0, FALSE));
 }
 

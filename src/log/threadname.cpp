@@ -1,6 +1,7 @@
 #include "orvcomtypes/threadname.h"
 
 #include "core/numtext.h"
+#include "core/textformat.h"
 #include "log/writername.h"
 #include "orvcomtypes/octassert.h"
 #include "orvcomtypes/orvexport.h"
@@ -38,7 +39,9 @@ static_assert(kMaxThreads <= 64);
 
 void CopyCut(char* dest, std::size_t cbDest, const char* s)
 {
-    const std::size_t n = std::min(std::strlen(s), cbDest - 1);
+    std::size_t n = std::strlen(s);
+    if (n >= cbDest)
+        n = OCT::WholeCharacters(s, cbDest - 1, CP_ACP);
     std::memcpy(dest, s, n);
     dest[n] = '\0';
 }

@@ -156,7 +156,7 @@ DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAl
                              DWORD dwMilliseconds) noexcept
 {
     CWaitable* objects[MAXIMUM_WAIT_OBJECTS];
-    if (nCount == 0 || nCount > MAXIMUM_WAIT_OBJECTS)
+    if (nCount == 0 || nCount > MAXIMUM_WAIT_OBJECTS || lpHandles == nullptr)
     {
         SetLastError(ERROR_INVALID_PARAMETER);
         return WAIT_FAILED;
