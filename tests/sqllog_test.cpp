@@ -65,6 +65,9 @@ TEST_F(SQLLog, FailureIsWrittenWhereErrorsAre)
 
 TEST_F(SQLLog, EveryLineIsLabelledWithIdAndPrefix)
 {
+    Init(lqlSQL, ORVTEXT("a\n\x1B"));
+    Save(ORVTEXT("S"));
+    EXPECT_EQ("=S> a\r\n\t\\x1B <t> SQL SUCCEEDED [0]:\r\nSQL 0a\r\n\t\\x1B\tS\r\n", Written());
     Init(lqlSQL, ORVTEXT("Pfx"));
     Save(ORVTEXT("SELECT 1\nFROM \u4E2D\r\nWHERE b = 'c\rd'\n"), 12);
     const std::string sText = Replaced(Written(), "FROM [^\r]+", "FROM a");

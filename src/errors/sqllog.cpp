@@ -91,12 +91,12 @@ private:
             sStatement = sStatement.substr(0, OCT::WholeCharacters(sSql, kKeptOfLong, CP_ACP));
             sTail = "... (Too long SQL statement to log)";
         }
-        char sLabel[kLabelBytes];
+        char sLabel[kLabelBytes] = {};
         const CSQLText text(m_log.CodePage(), sOutcome, Label(sLabel), sStatement, sTail);
         Queue(text.Text(), text.Length(), nLevel);
     }
 
-    /// In front of every line of a statement; in the code page of the file.
+    /// In front of every line of a statement, terminated; in the code page of the file.
     std::string_view Label(char (&sLabel)[kLabelBytes]) const
     {
         const UINT nCodePage = m_log.CodePage();
@@ -106,7 +106,7 @@ private:
         const std::size_t nWide =
             OCT::FormatTo(sWide, ORVTEXT("SQL %d%.100S"), m_nWorkerDbId, m_log.m_sPrefix);
         const int nBytes = WideCharToMultiByte(nCodePage, 0, sWide, static_cast<int>(nWide), sLabel,
-                                               static_cast<int>(kLabelBytes), nullptr, nullptr);
+                                               static_cast<int>(kLabelBytes) - 1, nullptr, nullptr);
         return {sLabel, static_cast<std::size_t>(nBytes)};
     }
 

@@ -87,7 +87,12 @@ bool PutLocation(CSink& header)
     if (!CThreadLogFileLineHandler::Get(sFile, iLine) || sFile == nullptr || *sFile == 0)
         return false;
     const std::string_view sPath(sFile);
-    const std::string_view sName = sPath.substr(sPath.find_last_of("/\\") + 1); // npos + 1 is 0
+    std::size_t nName = sPath.find_last_of("/\\") + 1; // npos + 1 is 0
+    // The last byte of a character of two may be that of a backslash.
+    while (nName > 0 && sFile[nName - 1] == '\\' &&
+           OCT::WholeCharacters(sFile, nName - 1, CP_ACP) != nName - 1)
+        nName = sPath.find_last_of("/\\", nName - 2) + 1;
+    const std::string_view sName = sPath.substr(nName);
     header.Put(sName);
     char sLine[16];
     header.Put(sLine, OCT::FormatTo(sLine, "(%d) ", iLine));

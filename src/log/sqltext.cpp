@@ -12,7 +12,7 @@
 
 CSQLText::CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view sLabel, CStatement sStatement,
                    std::string_view sTail)
-    : m_nCodePage(nCodePage), m_sLabel(sLabel)
+    : m_nCodePage(nCodePage), m_bUTF8(nCodePage == CP_UTF8 || GetACP() == CP_UTF8), m_sLabel(sLabel)
 {
     // Once without keeping anything, for the size.
     Compose(sOutcome, sStatement, sTail);
@@ -46,40 +46,58 @@ void CSQLText::Compose(std::string_view sOutcome, CStatement sStatement, std::st
         const bool bPair = (c & 0xFC00) == 0xD800 && (cNext & 0xFC00) == 0xDC00;
         if (c == '\r' && cNext == '\n')
             continue;
-        if (c == '\n')
-        {
-            Put("\r\n");
-            PutLabel();
-        }
-        else
-            PutCharacter(sStatement.substr(i, bPair ? 2 : 1));
+        PutCharacter(sStatement.substr(i, bPair ? 2 : 1));
         i += bPair;
     }
     Put(sTail);
 }
 
+/// Terminated text of the file's page, as in other lines.
+template <class PutBreak>
+void CSQLText::PutVisible(std::string_view sText, PutBreak putBreak)
+{
+    for (std::size_t i = 0; i < sText.size();)
+    {
+        const CLogCharacter c(sText.data() + i, m_bUTF8);
+        if (c.m_sShown == "\n")
+            putBreak();
+        else
+            Put(c.m_sShown);
+        i += c.m_nBytes;
+    }
+}
+
 void CSQLText::PutLabel()
 {
-    Put(m_sLabel);
+    if (CLogCharacter::IsAnyIn(m_sLabel))
+        PutVisible(m_sLabel, [this] { Put("\r\n\t"); });
+    else
+        Put(m_sLabel);
     Put("\t");
 }
 
+/// Converted first: what a code page makes a control or a line break of is one.
 void CSQLText::PutCharacter(CStatement sCharacter)
 {
-    char sBytes[8];
-    if (sCharacter[0] < 0xA0)
+    char sBytes[9] = {};
+    const WCHAR c = sCharacter[0];
+    if (c >= 0x80 && c < 0xA0) // the upper controls, which not every page has
+        return Put({sBytes, OCT::FormatTo(sBytes, "\\x%02X", c)});
+    int nBytes = 1;
+    if (c < 0x80)
+        sBytes[0] = static_cast<char>(c);
+    else
     {
-        // As UTF-8 would have it, so that the upper controls show too.
-        const bool bUpper = sCharacter[0] >= 0x80;
-        const char sAscii[] = {bUpper ? '\xC2' : static_cast<char>(sCharacter[0]),
-                               bUpper ? static_cast<char>(sCharacter[0]) : '\0', '\0'};
-        return Put(CLogCharacter(sAscii, true).m_sShown);
+        nBytes = WideCharToMultiByte(m_nCodePage, m_bUTF8 ? 0 : WC_COMPOSITECHECK, sCharacter.data(),
+                                     static_cast<int>(sCharacter.size()), sBytes,
+                                     static_cast<int>(sizeof(sBytes)) - 1, nullptr, nullptr);
+        if (nBytes <= 0)
+            return Put("?");
     }
-    const bool bUTF8 = m_nCodePage == CP_UTF8 || GetACP() == CP_UTF8;
-    const int nBytes = WideCharToMultiByte(m_nCodePage, bUTF8 ? 0 : WC_COMPOSITECHECK, sCharacter.data(),
-                                           static_cast<int>(sCharacter.size()), sBytes,
-                                           static_cast<int>(sizeof(sBytes)), nullptr, nullptr);
-    Put(nBytes > 0 ? std::string_view(sBytes, static_cast<std::size_t>(nBytes)) : std::string_view("?"));
+    PutVisible({sBytes, static_cast<std::size_t>(nBytes)}, [this] {
+        Put("\r\n");
+        PutLabel();
+    });
 }
 
 void CSQLText::Put(std::string_view sText)

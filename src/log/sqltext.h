@@ -14,8 +14,8 @@ class CSQLText
 public:
     using CStatement = std::basic_string_view<WCHAR>;
 
-    /// \p sOutcome is the line in front; \p sLabel stands, with a tab, in front of every other line; \p sTail
-    /// behind the statement.
+    /// \p sOutcome is the line in front; \p sLabel, which is terminated, stands, with a tab, in front of
+    /// every other line; \p sTail behind the statement.
     CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view sLabel, CStatement sStatement,
              std::string_view sTail);
 
@@ -30,8 +30,11 @@ private:
     void Put(std::string_view sText);
     void PutLabel();
     void PutCharacter(CStatement sCharacter);
+    template <class PutBreak>
+    void PutVisible(std::string_view sText, PutBreak putBreak);
 
     const UINT m_nCodePage; ///< CP_ACP: as narrow text is
+    const bool m_bUTF8;
     const std::string_view m_sLabel;
     std::unique_ptr<char[]> m_pHeap;
     char m_sStack[kStackBytes];

@@ -1,5 +1,6 @@
 // What only this side can bring about: a full disk, signals, a fork.
 #include "orvcomtypes/logcrash.h"
+#include "orvcomtypes/lqexcept.h"
 #include "support/child_process.h"
 #include "support/debug_capture.h"
 #include "support/faults.h"
@@ -454,6 +455,42 @@ TEST_F(LogSystemFaults, LinkToTheStandardOutputGetsItsLines)
     const ChildResult result = CChildProcess("LogToStandardOutput", {(m_dir / "out.txt").string()}).Wait();
     EXPECT_EQ(3, result.m_iExitCode);
     EXPECT_EQ("=I> <t> to the pipe\r\n", WithoutTimes(result.m_sOutput));
+}
+
+TEST_F(LogSystemFaults, LinkThatLeadsNowhereGetsItsFileOnceThatCanBeMade)
+{
+    std::filesystem::create_symlink("sub/app.txt", m_dir / "link.txt");
+    m_log.InitFileLog((m_dir / "link.txt").u16string().c_str(), lqlInformation, nullptr);
+    m_log.SetFlushLevel(lqlInformation); // waits for one try
+    m_log.LogInf(ORVTEXT("1"));
+    EXPECT_FALSE(m_log.Flush(0));
+    std::filesystem::create_directory(m_dir / "sub");
+    EXPECT_TRUE(m_log.Flush(kLong));
+    EXPECT_EQ("=I> <t> 1\r\n", WithoutTimes(ReadBytes(m_dir / "sub" / "app.txt")));
+}
+
+ORV_CHILD(LogInAnotherPage)
+{
+    COrvLog log;
+    log.InitFileLog(std::filesystem::path(args.at(0)).u16string().c_str(), lqlErrors | lqlSQL, nullptr);
+    log.SetFL("C:\\src\\\x95\x5C\x95\x5C.cpp", 7).LogErr(ORVTEXT("x"));
+    log.SetFL(nullptr, 0);
+    SQLStrSaveToLog(ORVTEXT("a\u2190\u25D9b"), &log, LQComErrorData(), 0, -1, ~0u);
+    return 0;
+}
+
+TEST_F(LogSystemFaults, BytesOfOtherPagesNeitherEndAFoldersNameNorALine)
+{
+    const std::string sOutcome = "=S> <t> SQL SUCCEEDED [0]:\r\n";
+    for (const auto& [sPage, sExpected] :
+         {std::pair("932", "=E> <t> \x95\x5C\x95\x5C.cpp(7) x\r\n" + sOutcome + "SQL 0\ta\x81\xA9?b\r\n"),
+          std::pair("437", "=E> <t> .cpp(7) x\r\n" + sOutcome + "SQL 0\ta\\x1B\r\nSQL 0\tb\r\n")})
+    {
+        const CVariableGuard page("ORVCOMTYPES_ACP", sPage);
+        EXPECT_EQ(0, CChildProcess("LogInAnotherPage", {m_file.string()}).Wait().m_iExitCode);
+        EXPECT_EQ(sExpected, WithoutTimes(ReadBytes(m_file)));
+        std::filesystem::remove(m_file);
+    }
 }
 
 ORV_CHILD(LogByDefault)
