@@ -56,6 +56,8 @@ TEST_F(Log, LineBreaksAreIndentedAndTheEndIsTrimmed)
               Written());
 }
 
+#define ORV_TEN(a, b) a, b, a, b, a, b, a, b, a, b
+
 TEST_F(Log, PercentInFrontOfTheFormatReadsNoForeignArguments)
 {
     Init(lqlErrors, ORVTEXT("50%d 9%s %n%%"));
@@ -64,7 +66,15 @@ TEST_F(Log, PercentInFrontOfTheFormatReadsNoForeignArguments)
     m_log.SetPrefix(nullptr);
     m_log.SetFL("%d/50%d", 0).LogOpt(lqlErrors, "[%d]", 7);
     m_log.SetFL(nullptr, 0);
-    EXPECT_EQ("=E> 50 9text % <t> []\r\n=E> 50 9 % <t> [7]\r\n=E> <t> 507(0) []\r\n", Written());
+    m_log.SetPrefix(ORVTEXT("%%"));
+    std::string sMany;
+    for (int i = 0; i < 35; ++i)
+        sMany += "%*d";
+    m_log.LogOpt(lqlErrors, OCT::CRunTimeFormat(sMany.c_str()), ORV_TEN(1, 2), ORV_TEN(1, 3), ORV_TEN(1, 4),
+                 ORV_TEN(1, 5), ORV_TEN(1, 6), ORV_TEN(1, 7), ORV_TEN(1, 8));
+    EXPECT_EQ("=E> 50 9text % <t> []\r\n=E> 50 9 % <t> [7]\r\n=E> <t> 507(0) []\r\n"
+              "=E> % <t> 22222333334444455555666667777788888\r\n",
+              Written());
 }
 
 TEST_F(Log, LongTextsAreCut)
@@ -180,6 +190,21 @@ TEST_F(Log, FormatsThatDifferInCaseNameOneFile)
     m_log.LogErr(ORVTEXT("2"));
     second.ReleaseLog();
     EXPECT_EQ("=E> <t> 1\r\n=E> <t> 2\r\n", Written());
+}
+
+TEST_F(Log, RelativeNameStaysInTheFolderOfItsBeginning)
+{
+    const std::filesystem::path former = std::filesystem::current_path();
+    std::filesystem::current_path(m_dir.Path());
+    const bool bLog = m_log.InitFileLog(ORVTEXT("#AN./sub/app.txt"), lqlErrors, nullptr);
+    std::filesystem::current_path(former);
+    EXPECT_TRUE(bLog);
+    m_log.LogErr(ORVTEXT("x"));
+    EXPECT_TRUE(m_log.Flush(60000));
+    const std::filesystem::path file(TextOf(m_log.GetLogFileName()));
+    EXPECT_TRUE(file.is_absolute());
+    EXPECT_TRUE(std::filesystem::equivalent(m_dir / "sub", file.parent_path()));
+    m_log.ReleaseLog();
 }
 
 TEST_F(Log, EmptyNamesAreReported)

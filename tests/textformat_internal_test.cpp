@@ -179,11 +179,14 @@ TEST(TextFormat, CutsAtTheCapacityAndSaysSo)
 TEST(TextFormat, NarrowTextIsConvertedToTheCodePageOfTheSink)
 {
     const std::string s = Narrow(ORVTEXT("\u00E9"));
-    const std::string sFormat = s + "%s|%4s|%d%" + s;
+    const std::string sFormat = s + "%s|%4s|%.2s|%d%" + s;
     const char* const sOther = IsNarrowUtf8() ? "\xE9" : "\xC3\xA9";
     g_nCodePage = IsNarrowUtf8() ? 1252 : CP_UTF8;
-    EXPECT_EQ(Print("%s%s|%4s|7%%%s", sOther, sOther, sOther, sOther),
-              PrintAs(sFormat.c_str(), sFormat.c_str(), s.c_str(), s.c_str(), 7));
+    const int nWidth =
+        static_cast<int>(4 - s.size() + std::string_view(sOther).size()); // the width is that of s
+    EXPECT_EQ(Print("%s%s|%*s|%s%s|7%%%s", sOther, sOther, nWidth, sOther, sOther,
+                    IsNarrowUtf8() ? "" : sOther, sOther),
+              PrintAs(sFormat.c_str(), sFormat.c_str(), s.c_str(), s.c_str(), (s + s).c_str(), 7));
     g_nCodePage = 54936;
     CPINFO info;
     if (GetCPInfo(g_nCodePage, &info)) // not everywhere

@@ -278,14 +278,18 @@ template <class Char, class Text>
 void PutSized(CFormatSink<Char>& sink, const CConversion<Char>& conversion, const Text* pText,
               std::size_t nLength)
 {
-    // The precision counts what is printed.
-    std::size_t nLimit = conversion.m_nPrecision < 0 ? static_cast<std::size_t>(-1)
-                                                     : static_cast<std::size_t>(conversion.m_nPrecision);
+    // Width and precision count text of the format's width as it is given, which the caller has cut, other
+    // text as it is printed.
+    constexpr bool kGiven = std::is_same_v<Char, Text>;
+    std::size_t nLimit = kGiven || conversion.m_nPrecision < 0
+                             ? static_cast<std::size_t>(-1)
+                             : static_cast<std::size_t>(conversion.m_nPrecision);
     std::size_t nPad = 0;
     if (conversion.m_nWidth > 0)
     {
-        std::size_t nPrinted = 0;
-        ForPieces(sink, pText, nLength, [&](const Char*, std::size_t n) { nPrinted += n; });
+        std::size_t nPrinted = kGiven ? nLength : 0;
+        if constexpr (!kGiven)
+            ForPieces(sink, pText, nLength, [&](const Char*, std::size_t n) { nPrinted += n; });
         nPrinted = (std::min)(nPrinted, nLimit);
         const auto nWidth = static_cast<std::size_t>(conversion.m_nWidth);
         nPad = nWidth > nPrinted ? nWidth - nPrinted : 0;
@@ -488,26 +492,35 @@ std::size_t WholeCharacters(const WCHAR* pText, std::size_t nLength, UINT)
 }
 
 template <class Char>
-CFetchedArgs<Char>::CFetchedArgs(const Char* sFormat, va_list args)
+bool CFetchedArgs<Char>::HasNext()
 {
-    CFormatArgs<Char> rest(args);
-    while (*sFormat)
+    while (m_bTaken && *m_sFormat)
     {
-        if (*sFormat++ != '%')
+        if (*m_sFormat++ != '%')
             continue;
         CConversion<Char> conversion;
-        if (!conversion.Parse(sFormat))
+        if (conversion.Parse(m_sFormat))
         {
-            sFormat += *sFormat == '%';
-            continue;
+            m_nStars = conversion.m_bStarWidth + conversion.m_bStarPrecision;
+            m_eKind = conversion.Kind();
+            m_bTaken = false;
         }
-        // A conversion has at most two stars.
-        if (m_nCount + 3 > kMaxItems)
-            break;
-        for (int nStars = conversion.m_bStarWidth + conversion.m_bStarPrecision; nStars > 0; --nStars)
-            m_args[m_nCount++] = *rest.Take(EFormatKind::Int32);
-        m_args[m_nCount++] = *rest.Take(conversion.Kind());
+        else
+            m_sFormat += *m_sFormat == '%';
     }
+    return !m_bTaken;
+}
+
+template <class Char>
+const CFormatArg* CFetchedArgs<Char>::Take(EFormatKind eKind)
+{
+    if (!HasNext() || eKind != (m_nStars > 0 ? EFormatKind::Int32 : m_eKind))
+        return nullptr;
+    if (m_nStars > 0)
+        --m_nStars;
+    else
+        m_bTaken = true;
+    return m_rest.Take(eKind);
 }
 
 template <class Char, class Args>

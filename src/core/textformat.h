@@ -70,25 +70,24 @@ private:
     CFormatArg m_arg;
 };
 
-/// The arguments of a call, fetched with the types that one format names, for printing another one around
-/// it; what exceeds 64 is not fetched.
+/// The arguments of a call, fetched with the types that one format names, for printing another one around it.
 template <class Char>
 class CFetchedArgs
 {
 public:
-    CFetchedArgs(const Char* sFormat, va_list args);
+    CFetchedArgs(const Char* sFormat, va_list args) : m_sFormat(sFormat), m_rest(args) {}
 
     /// Takes the next argument if it is of the kind; null when it is not.
-    const CFormatArg* Take(EFormatKind eKind)
-    {
-        return m_nNext < m_nCount && m_args[m_nNext].m_eKind == eKind ? &m_args[m_nNext++] : nullptr;
-    }
+    const CFormatArg* Take(EFormatKind eKind);
 
 private:
-    static constexpr int kMaxItems = 64;
-    CFormatArg m_args[kMaxItems];
-    int m_nCount = 0;
-    int m_nNext = 0;
+    bool HasNext();
+
+    const Char* m_sFormat; ///< behind the conversion that the next argument belongs to
+    CFormatArgs<Char> m_rest;
+    int m_nStars = 0; ///< of that conversion, not taken yet
+    bool m_bTaken = true;
+    EFormatKind m_eKind{};
 };
 
 /// How much of a text that was cut behind \p nLength units is whole characters; \p nCodePage is that of
