@@ -214,6 +214,27 @@ std::chrono::sys_days CLogDate::Monday() const
     return Day() - std::chrono::days((m_tm.tm_wday + 6) % 7);
 }
 
+CLogText FullFormat(const WCHAR* sFileNameFormat)
+{
+    CView sName(sFileNameFormat);
+    TakePeriod(sName);
+    CView sFolder(sName);
+    const bool bToken = TakeToken(sFolder, ORVTEXT("(LOCAPP)")) || TakeToken(sFolder, ORVTEXT("(TEMP)")) ||
+                        sName.starts_with(ORVTEXT("*\\")) || sName.starts_with(ORVTEXT('$'));
+    if (bToken || std::none_of(sName.begin(), sName.end(), IsSeparator))
+        return sFileNameFormat;
+    CLogText sPath(kSettingChars, 0);
+    DWORD nLength = GetFullPathNameW(sName.data(), kSettingChars, sPath.data(), nullptr);
+    if (nLength > kSettingChars)
+    {
+        sPath.resize(nLength);
+        nLength = GetFullPathNameW(sName.data(), nLength, sPath.data(), nullptr);
+    }
+    if (nLength == 0 || nLength >= sPath.size())
+        return sFileNameFormat;
+    return CLogText(sFileNameFormat, sName.data()) + sPath.substr(0, nLength);
+}
+
 bool CLogFileName::Expand(const WCHAR* sFileNameFormat)
 {
     *this = {};
@@ -222,7 +243,8 @@ bool CLogFileName::Expand(const WCHAR* sFileNameFormat)
         ORV_REPORT_FROM(kSource, "CreateLogFileName", "sBuffer == nullptr || STRISEMPTY(sFileNameFormat)", 0);
         return false;
     }
-    CView sFormat(sFileNameFormat);
+    const CLogText sFull = FullFormat(sFileNameFormat);
+    CView sFormat(sFull);
     m_ePeriod = TakePeriod(sFormat);
     m_sStem = BasePath(sFormat);
     if (m_sStem.empty())

@@ -33,6 +33,10 @@ struct CLogDate
     std::tm m_tm;
 };
 
+/// The format with a full path where it names a folder without a token: what it stands for does not change
+/// with the current folder.
+CLogText FullFormat(const WCHAR* sFileNameFormat);
+
 /// A log file's path in its parts, of any length.
 struct CLogFileName
 {

@@ -3,6 +3,7 @@
 #include "core/charclass.h"
 #include "core/lifecycle.h"
 #include "core/neverdestroyed.h"
+#include "log/logfilename.h"
 #include "log/loghandler.h"
 #include "log/logloss.h"
 #include "orvcomtypes/octassert.h"
@@ -75,15 +76,10 @@ unsigned CLogFileHandlerList::FindIf(Is is) const
 ILogFileHandler* CLogFileHandlerList::AddFileHandler(const WCHAR* sFileNameFormat)
 {
     const OCT::CCritSectGuard guard(&m_lock);
-    CLogFileInnerHandler* pHandler = nullptr;
     if (m_bUnloading)
         return nullptr;
-    if (sFileNameFormat != nullptr && *sFileNameFormat != 0)
-    {
-        const unsigned i = FindIf(
-            [=](const _LogFile& file) { return OCT::IsSameText<WCHAR>(file.m_sFormat, sFileNameFormat); });
-        pHandler = i != kNotFound ? m_files[i].m_pHandler : MakeHandler(sFileNameFormat);
-    }
+    const bool bEmpty = sFileNameFormat == nullptr || *sFileNameFormat == 0;
+    CLogFileInnerHandler* const pHandler = bEmpty ? nullptr : HandlerOf(sFileNameFormat);
     if (pHandler == nullptr)
     {
         ORV_REPORT_FROM("orvlog", "CLogFileHandlerList::AddFileHandler",
@@ -95,11 +91,16 @@ ILogFileHandler* CLogFileHandlerList::AddFileHandler(const WCHAR* sFileNameForma
 }
 
 /// Null when there is no memory for it.
-CLogFileInnerHandler* CLogFileHandlerList::MakeHandler(const WCHAR* sFileNameFormat)
+CLogFileInnerHandler* CLogFileHandlerList::HandlerOf(const WCHAR* sFileNameFormat)
 {
     try
     {
-        auto pHandler = std::make_unique<CLogFileInnerHandler>(sFileNameFormat);
+        const CLogText sFormat = FullFormat(sFileNameFormat);
+        const unsigned i = FindIf(
+            [&](const _LogFile& file) { return OCT::IsSameText<WCHAR>(file.m_sFormat, sFormat.c_str()); });
+        if (i != kNotFound)
+            return m_files[i].m_pHandler;
+        auto pHandler = std::make_unique<CLogFileInnerHandler>(sFormat.c_str());
         m_files.Add({pHandler->Format().c_str(), pHandler.get()});
         pHandler->m_pNextMade = m_pLastMade;
         return m_pLastMade = pHandler.release();

@@ -45,7 +45,7 @@ private:
     static constexpr unsigned kNotFound = ~0u;
     using CFiles = CMarray<_LogFile, 8>;
 
-    CLogFileInnerHandler* MakeHandler(const WCHAR* sFileNameFormat);
+    CLogFileInnerHandler* HandlerOf(const WCHAR* sFileNameFormat);
     template <class Is>
     unsigned FindIf(Is is) const;
     CLogFileInnerHandler* LastMade() const;

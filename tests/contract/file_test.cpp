@@ -166,4 +166,8 @@ TEST(Folders, AreThereOrAbsolute)
     EXPECT_TRUE(std::filesystem::is_directory(buffer));
     ASSERT_EQ(S_OK, SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, buffer));
     EXPECT_TRUE(std::filesystem::path(buffer).is_absolute());
+    DWORD nLength = GetFullPathNameW(ORVTEXT("./sub\\name"), MAX_PATH, buffer, nullptr);
+    EXPECT_EQ(Text(buffer).size(), nLength);
+    EXPECT_EQ(std::filesystem::current_path() / "sub" / "name", std::filesystem::path(buffer));
+    EXPECT_EQ(nLength + 1, GetFullPathNameW(ORVTEXT("sub/name"), nLength, buffer, nullptr));
 }

@@ -77,4 +77,5 @@ BOOL DeleteFileW(LPCWSTR lpFileName) noexcept;
 
 BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES lpSecurityAttributes) noexcept;
 DWORD GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer) noexcept;
+DWORD GetFullPathNameW(LPCWSTR lpFileName, DWORD nBufferLength, LPWSTR lpBuffer, LPWSTR* lpFilePart) noexcept;
 DWORD GetLongPathNameW(LPCWSTR lpszShortPath, LPWSTR lpszLongPath, DWORD cchBuffer) noexcept;

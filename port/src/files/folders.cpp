@@ -6,6 +6,7 @@
 #include "text/utf.h"
 
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -60,6 +61,30 @@ try
     if (sPath.back() != u'/' && sPath.back() != u'\\')
         sPath += u'/';
     return PortCopyOut(sPath, lpBuffer, nBufferLength);
+}
+catch (const std::bad_alloc&)
+{
+    return PortFailWithoutMemory();
+}
+
+DWORD GetFullPathNameW(LPCWSTR lpFileName, DWORD nBufferLength, LPWSTR lpBuffer, LPWSTR*) noexcept
+try
+{
+    std::string sPath = PortPath(lpFileName);
+    if (!sPath.starts_with('/'))
+    {
+        const std::unique_ptr<char, decltype(&std::free)> pFolder(::getcwd(nullptr, 0), std::free);
+        if (pFolder == nullptr)
+        {
+            PortFail();
+            return 0;
+        }
+        while (sPath.starts_with("./"))
+            sPath.erase(0, 2);
+        const std::string sFolder = pFolder.get();
+        sPath.insert(0, sFolder.ends_with('/') ? sFolder : sFolder + '/');
+    }
+    return PortCopyOut(PortToUtf16(sPath), lpBuffer, nBufferLength);
 }
 catch (const std::bad_alloc&)
 {
