@@ -7,6 +7,7 @@
 #include "support/report_capture.h"
 #include "support/test_log.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -117,6 +118,22 @@ TEST_F(LogFaults, HalfALineIsEndedBeforeTheNextOne)
         Log("x");
         EXPECT_EQ(sLeft + std::string(*sLeft == '=' ? "\r\n" : "") + "=I> <t> x\r\n", Written());
     }
+}
+
+// Another writer, whose line never ends.
+TEST_F(LogFaults, NobodyIsWaitedForWithoutEnd)
+{
+    std::atomic<bool> bDone = false;
+    std::thread other([&] {
+        for (std::ofstream file(m_file, std::ios::app); !bDone; std::this_thread::yield())
+            file << '.' << std::flush;
+    });
+    while (ReadBytes(m_file).empty())
+        std::this_thread::yield();
+    Open(m_file);
+    Log("x");
+    bDone = true;
+    other.join();
 }
 
 TEST_F(LogFaults, LinesThatWaitAreBoundedAndWhatIsLostIsTold)
@@ -253,6 +270,8 @@ TEST_F(LogFaults, FullFileIsFollowedByTheNextAndOldOnesGo)
     Init(lqlInformation);
     m_log.SetFileOption(lqfMaxFileBytes, 21); // one line
     m_log.SetFileOption(lqfKeepFiles, 3);
+    EXPECT_FALSE(m_log.SetFileOption(static_cast<LQLogFileOption>(lqfUTF8 + 1), 1));
+    EXPECT_EQ(0u, m_log.GetFileOption(lqfUTF8));
     for (int i = 1; i <= 6; ++i)
         Log(std::to_string(i).c_str());
     EXPECT_FALSE(std::filesystem::exists(m_file));

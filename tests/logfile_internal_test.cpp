@@ -182,13 +182,39 @@ TEST_F(LogFile, KnowsTheFilesOfItsFormat)
          "test_D190930_1000000000.txt test_D19093x.txt tests_D190930.txt test_D190930.log",
          false);
     CLogFileOptions options;
-    options.Set(lqfMaxFileBytes, 1);
-    options.Set(lqfKeepFiles, 1);
+    options.m_nMaxFileBytes = 1;
+    options.m_nKeepFiles = 1;
     CLogFile file(ORVTEXT("#DA") + m_sFile, options);
     EXPECT_TRUE(file.Prepare());
     EXPECT_TRUE(file.Name().ends_with(ORVTEXT("test_D190930_21.txt"))) << "behind the last of the day";
     for (const auto& [sName, bOwn] : files)
         EXPECT_EQ(bOwn, !std::filesystem::exists(m_dir / sName)) << sName;
+}
+
+TEST_F(LogFile, GoesByNumberAndFindsNoFullFile)
+{
+    CLogFileOptions options;
+    options.m_nMaxFileBytes = 1;
+    options.m_nKeepFiles = 2;
+    const auto now = std::filesystem::file_time_type::clock::now();
+    for (const char* sName : {"test.txt", "Test_2.txt", "test_9.txt", "test_10.txt"})
+    {
+        WriteBytes(m_dir / sName, "x");
+        std::filesystem::last_write_time(m_dir / sName, now);
+    }
+    {
+        CLogFile file(m_sFile, options);
+        EXPECT_TRUE(file.Prepare());
+    }
+    EXPECT_TRUE(std::filesystem::exists(m_dir / "test_10.txt"));
+    EXPECT_TRUE(std::filesystem::exists(m_dir / "test_11.txt"));
+    EXPECT_FALSE(std::filesystem::exists(m_dir / "test.txt"));
+    for (const char* sName : {"test_9.txt", "test_10.txt", "test_11.txt"})
+        std::filesystem::remove(m_dir / sName);
+    WriteBytes(m_dir / "test.txt", "x");
+    CLogFile file(m_sFile, options);
+    EXPECT_TRUE(file.Prepare());
+    EXPECT_EQ("", ReadBytes(file.Name())) << "Windows knows Test_2.txt by any case";
 }
 
 TEST_F(LogFile, KeepsTheTimeInItsNameWhenItIsOpenedAgain)

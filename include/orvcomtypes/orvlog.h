@@ -13,6 +13,8 @@
 ///
 ///   =W> 261112_213005 Lost log lines: 3 (210 bytes), logged between 261112_212950 and 261112_213004
 ///
+/// The two times are those at which lines were dropped; they may have been logged before.
+///
 /// A file that was deleted, renamed or replaced is made again at the next flush, with its folders. A log may
 /// be linked to a pipe or terminal, such as /dev/stdout. What a crash left of a line is ended first.
 ///
@@ -64,8 +66,8 @@
 /// for temporary files, "$" for the setting "LocalDataPath", else "DataPath", else "DefaultLogPath", an
 /// asterisk before a backslash for "DataPath". A bare name goes to "DefaultLogPath", else to "Log" below
 /// "LocalDataPath" or "DataPath", else to the folder for temporary files. A name without extension gets
-/// ".log". Folders are made. The same file may be open in several processes: a block of lines is appended
-/// whole.
+/// ".log". Other paths that are not absolute begin in the folder that is current when the log is made.
+/// Folders are made. The same file may be open in several processes: a block of lines is appended whole.
 #pragma once
 
 #include "orvcomtypes/formatcheck.h"
@@ -107,11 +109,15 @@ enum LQLogFileOption : unsigned
     /// works waits for room, at most a second. When that was in vain its line is dropped as told above, and
     /// no call waits until the disk takes lines again. A longer line than this is dropped at once.
     lqfMaxWaiting,
-    /// A file of this size or more is followed by one with "_2", "_3" and so on in its name; 0, as at first:
-    /// none is.
+    /// A file of this size or more is followed by one with "_2", "_3" and so on in its name, with "#AN" by
+    /// one with a new time; 0, as at first: none is. A new start goes on with the last one that is there.
+    /// Whose a file is only its name tells: that of the format, with an underscore and a number from 2 on
+    /// before the extension. A log "import.txt" would write into an "import_17.txt" of somebody else: keep
+    /// such names out of its folder.
     lqfMaxFileBytes,
-    /// So many files of the format are kept, the newest, and older ones deleted; 0, as at first: all are
-    /// kept.
+    /// So many files of the format are kept, the newest, and older ones DELETED; 0, as at first: all are
+    /// kept. All with names as told above count, and with any date where the format has one, whoever made
+    /// them. In a folder that may not be read none is found.
     lqfKeepFiles,
     /// 1: the file is UTF-8, whatever the ANSI code page is, and narrow text is converted, but for `LogRaw`;
     /// the debugger's copy is UTF-8 too. 0 at first.
@@ -203,7 +209,7 @@ public:
     void SetFlushLevel(unsigned level) { m_nFlushLevel.store(level, std::memory_order_relaxed); }
     unsigned GetFlushLevel() const { return m_nFlushLevel.load(std::memory_order_relaxed); }
 
-    /// An option of the log's file, for all logs that share it; false without a file.
+    /// An option of the log's file, for all logs that share it; false without a file and for another number.
     bool SetFileOption(LQLogFileOption option, std::uint64_t value) const;
     std::uint64_t GetFileOption(LQLogFileOption option) const;
     /// How many lines of the file were lost since its first log was made, and their bytes (null: not asked).

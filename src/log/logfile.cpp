@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -21,12 +23,26 @@ namespace
 
 constexpr const char* kSource = "orvlog";
 constexpr DWORD kLookAgainMs = 10;
+constexpr int kMaxLooks = 100;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-HANDLE OpenExisting(const CLogText& sPath, DWORD dwAccess)
+struct CCloseFile
 {
-    return CreateFileW(sPath.c_str(), dwAccess, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                       nullptr);
+    void operator()(HANDLE h) const { CloseHandle(h); }
+};
+struct CCloseFind
+{
+    void operator()(HANDLE h) const { FindClose(h); }
+};
+using CFileHandle = std::unique_ptr<void, CCloseFile>;
+using CFindHandle = std::unique_ptr<void, CCloseFind>;
+
+/// Null, with the last error, when that is not possible.
+CFileHandle OpenExisting(const CLogText& sPath, DWORD dwAccess)
+{
+    const HANDLE hFile = CreateFileW(sPath.c_str(), dwAccess, kShareAll, nullptr, OPEN_EXISTING,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CFileHandle(hFile != INVALID_HANDLE_VALUE ? hFile : nullptr);
 }
 
 ULONGLONG Joined(DWORD dwHigh, DWORD dwLow)
@@ -42,12 +58,12 @@ void ForFilesIn(const CLogText& sFolder, Fn fn)
     const HANDLE hFind = FindFirstFileW((sFolder + ORVTEXT('*')).c_str(), &found);
     if (hFind == INVALID_HANDLE_VALUE)
         return;
+    const CFindHandle owner(hFind);
     do
         if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
             fn(CLogText(found.cFileName),
                Joined(found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime));
     while (FindNextFileW(hFind, &found));
-    FindClose(hFind);
 }
 
 /// The folder's long path with the file's name behind it; empty when the folder has none.
@@ -120,15 +136,11 @@ bool CLogFile::IsFull() const
 /// Whether the open file is the one of its name: it may have been deleted, renamed or replaced.
 bool CLogFile::IsStillNamed() const
 {
-    const HANDLE hNamed = OpenExisting(m_sPath, 0);
-    if (hNamed == INVALID_HANDLE_VALUE)
-    {
-        const DWORD dwError = GetLastError();
-        return dwError != ERROR_FILE_NOT_FOUND && dwError != ERROR_PATH_NOT_FOUND;
-    }
-    const bool bSame = StateOf(hNamed).IsSameFile(StateOf(m_hFile));
-    CloseHandle(hNamed);
-    return bSame;
+    const CFileHandle named = OpenExisting(m_sPath, 0);
+    if (named != nullptr)
+        return StateOf(named.get()).IsSameFile(StateOf(m_hFile));
+    const DWORD dwError = GetLastError();
+    return dwError != ERROR_FILE_NOT_FOUND && dwError != ERROR_PATH_NOT_FOUND;
 }
 
 CLogFile::CState CLogFile::StateOf(HANDLE hFile)
@@ -172,15 +184,16 @@ bool CLogFile::ChooseName()
             nNumber = std::max(nNumber, m_expanded.NumberOf(sName, false));
         });
     m_sPath = m_expanded.Path(nNumber);
-    if (nMax == 0)
-        return true;
-    const HANDLE hLast = OpenExisting(m_sPath, 0);
-    if (hLast == INVALID_HANDLE_VALUE)
-        return true;
-    if (StateOf(hLast).m_nSize >= nMax)
-        m_sPath = m_expanded.Path(nNumber + 1);
-    CloseHandle(hLast);
+    // The folder may show no names, or a name in letters of the other case, which opens all the same.
+    while (nMax > 0 && IsFullFile(m_sPath, nMax))
+        m_sPath = m_expanded.Path(++nNumber);
     return true;
+}
+
+bool CLogFile::IsFullFile(const CLogText& sPath, std::uint64_t nMax)
+{
+    const CFileHandle file = OpenExisting(sPath, 0);
+    return file != nullptr && StateOf(file.get()).m_nSize >= nMax;
 }
 
 /// Leaves as many files of the format as are to be kept: the newest.
@@ -190,17 +203,20 @@ void CLogFile::DropOldFiles() const
     if (nKeep == 0)
         return;
     const CLogText sFolder = m_expanded.Folder();
-    std::vector<std::pair<ULONGLONG, CLogText>> files;
+    const std::size_t nFirst = m_expanded.m_sStem.size() + m_expanded.m_sSuffix.size() - sFolder.size();
+    // By the time of the last write; files that were filled at once by period and number.
+    std::vector<std::tuple<ULONGLONG, CLogText, unsigned, CLogText>> files;
     ForFilesIn(sFolder, [&](const CLogText& sName, ULONGLONG nWritten) {
-        if (m_expanded.NumberOf(sName, true) > 0 && sFolder + sName != m_sPath)
-            files.emplace_back(nWritten, sName);
+        const unsigned nNumber = m_expanded.NumberOf(sName, true);
+        if (nNumber > 0 && sFolder + sName != m_sPath)
+            files.emplace_back(nWritten, sName.substr(0, nFirst), nNumber, sName);
     });
     if (files.size() < nKeep)
         return;
     std::sort(files.begin(), files.end());
     files.resize(static_cast<std::size_t>(files.size() + 1 - nKeep));
-    for (const auto& [nWritten, sName] : files)
-        DeleteFileW((sFolder + sName).c_str());
+    for (const auto& file : files)
+        DeleteFileW((sFolder + std::get<3>(file)).c_str());
 }
 
 bool CLogFile::CreateLogFile()
@@ -245,32 +261,30 @@ bool CLogFile::SeekToEnd()
 }
 
 /// What a crash or a full disk left of a line is ended, so that the next one stands on its own. A file that
-/// grows meanwhile has another writer, which has not come to the end of its block.
+/// grows meanwhile has another writer, which has not come to the end of its block; it gets a second for that.
 bool CLogFile::EndHalfLine()
 {
     CState now = StateOf(m_hFile);
-    while (now.m_nSize > 0 && EndsInsideALine())
+    for (int nLooks = 1; now.m_nSize > 0 && EndsInsideALine(); ++nLooks)
     {
         Sleep(kLookAgainMs);
         const CState then = std::exchange(now, StateOf(m_hFile));
-        if (now.m_nSize != then.m_nSize)
-            continue;
-        return AppendLine("\r\n", 2);
+        if (now.m_nSize == then.m_nSize || nLooks == kMaxLooks)
+            return AppendLine("\r\n", 2);
     }
     return true;
 }
 
 bool CLogFile::EndsInsideALine() const
 {
-    const HANDLE hFile = OpenExisting(m_sPath, GENERIC_READ);
-    if (hFile == INVALID_HANDLE_VALUE)
+    const CFileHandle file = OpenExisting(m_sPath, GENERIC_READ);
+    if (file == nullptr)
         return false;
     char cLast = '\n';
     DWORD nRead = 0;
     LONG lHigh = -1;
-    SetFilePointer(hFile, -1, &lHigh, FILE_END);
-    const bool bRead = ReadFile(hFile, &cLast, 1, &nRead, nullptr) && nRead == 1;
-    CloseHandle(hFile);
+    SetFilePointer(file.get(), -1, &lHigh, FILE_END);
+    const bool bRead = ReadFile(file.get(), &cLast, 1, &nRead, nullptr) && nRead == 1;
     return bRead && cLast != '\n';
 }
 
@@ -308,11 +322,25 @@ DWORD CLogFile::Append(const char* pData, DWORD nBytes)
     const BOOL bWritten = WriteFile(m_hFile, pData + nThere, nLeft, &nWritten, m_bOnDisk ? &end : nullptr);
     m_nAppending = 0;
     if (bWritten && nWritten == nLeft)
+    {
+        m_left = {};
         return nBytes;
+    }
     OutputDebugStringW(ORVTEXT("Could not write to logfile\n"));
-    m_left = StateOf(m_hFile);
+    NoteWhatIsLeft(nWritten);
     m_bFailed = true;
     return nThere + nWritten;
+}
+
+/// A write that failed leaves a rest where it came into the file, and nobody else's behind it; else the rest
+/// of the one before, if any, is still the last.
+void CLogFile::NoteWhatIsLeft(DWORD nWritten)
+{
+    if (nWritten == 0)
+        return;
+    m_left = StateOf(m_hFile);
+    if (m_left.m_nSize != m_nAppendAt + nWritten)
+        m_left = {};
 }
 
 bool CLogFile::AppendLine(const char* pLine, DWORD nBytes)
@@ -328,25 +356,25 @@ bool CLogFile::AppendLine(const char* pLine, DWORD nBytes)
 DWORD CLogFile::TakeOver(const char* pData, DWORD nBytes)
 {
     const DWORD nBegun = std::min(m_nAppending, nBytes);
-    const HANDLE hFile = OpenExisting(m_sPath, GENERIC_READ);
-    if (hFile == INVALID_HANDLE_VALUE)
+    const CFileHandle file = OpenExisting(m_sPath, GENERIC_READ);
+    if (file == nullptr)
         return 0;
     LONG lHigh = static_cast<LONG>(m_nAppendAt >> 32);
-    SetFilePointer(hFile, static_cast<LONG>(m_nAppendAt), &lHigh, FILE_BEGIN);
+    SetFilePointer(file.get(), static_cast<LONG>(m_nAppendAt), &lHigh, FILE_BEGIN);
     DWORD nFound = 0;
     char sPart[4096];
     DWORD nRead = 1;
     while (nFound < nBegun && nRead > 0)
     {
         const DWORD nPart = std::min<DWORD>(nBegun - nFound, sizeof sPart);
-        if (!ReadFile(hFile, sPart, nPart, &nRead, nullptr) || std::memcmp(sPart, pData + nFound, nRead) != 0)
+        if (!ReadFile(file.get(), sPart, nPart, &nRead, nullptr) ||
+            std::memcmp(sPart, pData + nFound, nRead) != 0)
         {
             nFound = 0;
             break;
         }
         nFound += nRead;
     }
-    CloseHandle(hFile);
     m_nAppendAt += nFound;
     m_nAppending = nFound == nBytes ? m_nAppending - nFound : 0;
     return nFound;

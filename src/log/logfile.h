@@ -19,16 +19,17 @@ struct CLogFileOptions
     std::atomic<std::uint64_t> m_nKeepFiles = 0;         ///< the newest that are kept; 0: all
     std::atomic<std::uint64_t> m_bUTF8 = 0;
 
-    void Set(LQLogFileOption eOption, std::uint64_t nValue) { Of(eOption) = nValue; }
-    std::uint64_t Get(LQLogFileOption eOption) { return Of(eOption); }
-
-private:
-    std::atomic<std::uint64_t>& Of(LQLogFileOption eOption)
+    /// Null for what is no option.
+    std::atomic<std::uint64_t>* Of(LQLogFileOption eOption)
     {
-        return eOption == lqfMaxWaiting     ? m_nMaxWaiting
-               : eOption == lqfMaxFileBytes ? m_nMaxFileBytes
-               : eOption == lqfKeepFiles    ? m_nKeepFiles
-                                            : m_bUTF8;
+        switch (eOption)
+        {
+        case lqfMaxWaiting: return &m_nMaxWaiting;
+        case lqfMaxFileBytes: return &m_nMaxFileBytes;
+        case lqfKeepFiles: return &m_nKeepFiles;
+        case lqfUTF8: return &m_bUTF8;
+        default: return nullptr;
+        }
     }
 };
 
@@ -82,6 +83,7 @@ private:
     bool IsOpen() const { return m_hFile != INVALID_HANDLE_VALUE; }
     bool IsNewPeriod(__time64_t tNow) const;
     bool IsFull() const;
+    static bool IsFullFile(const CLogText& sPath, std::uint64_t nMax);
     bool IsStillNamed() const;
     bool Open();
     bool CreateLogFile();
@@ -89,6 +91,7 @@ private:
     bool EndHalfLine();
     bool EndsInsideALine() const;
     DWORD TakeOver(const char* pData, DWORD nBytes);
+    void NoteWhatIsLeft(DWORD nWritten);
     bool ChooseName();
     void DropOldFiles() const;
     void SetName();
@@ -101,7 +104,7 @@ private:
     bool m_bFailed = false; ///< the last write did
     bool m_bContinues = false;
     bool m_bBeginsLine = false; ///< a half line that was there is ended, or continued
-    CState m_left;              ///< when the last write failed
+    CState m_left;              ///< behind a part that the last write left; no file when it left none
     // The write that is under way: the end of a process on Windows may end its thread.
     ULONGLONG m_nAppendAt = 0;
     DWORD m_nAppending = 0; ///< 0: none is

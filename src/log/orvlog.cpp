@@ -213,15 +213,17 @@ bool COrvLog::Flush(DWORD milliseconds) const
 bool COrvLog::SetFileOption(LQLogFileOption option, std::uint64_t value) const
 {
     CLogFileInnerHandler* pHandler = FileHandler();
-    if (pHandler != nullptr)
-        pHandler->Options().Set(option, value);
-    return pHandler != nullptr;
+    std::atomic<std::uint64_t>* pValue = pHandler != nullptr ? pHandler->Options().Of(option) : nullptr;
+    if (pValue != nullptr)
+        *pValue = value;
+    return pValue != nullptr;
 }
 
 std::uint64_t COrvLog::GetFileOption(LQLogFileOption option) const
 {
     CLogFileInnerHandler* pHandler = FileHandler();
-    return pHandler != nullptr ? pHandler->Options().Get(option) : 0;
+    const std::atomic<std::uint64_t>* pValue = pHandler != nullptr ? pHandler->Options().Of(option) : nullptr;
+    return pValue != nullptr ? pValue->load() : 0;
 }
 
 std::uint64_t COrvLog::GetLostLines(std::uint64_t* bytes) const

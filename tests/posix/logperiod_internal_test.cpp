@@ -70,3 +70,33 @@ TEST(LogPeriod, WhatAFullDiskCutIsSyncedBeforeTheNextFile)
     EXPECT_EQ(1u, lost.m_nLines);
     lines.Clear();
 }
+
+TEST(LogPeriod, OnlyTheOwnRestOfALineGoesOn)
+{
+    for (const bool bOwnFirst : {true, false})
+    {
+        const CTempDir dir;
+        CLogFileOptions options;
+        CLogWriter own((dir / "app.txt").string<WCHAR>(), options);
+        CLogWriter other((dir / "app.txt").string<WCHAR>(), options);
+        CLogQueue ownLines;
+        CLogQueue otherLines;
+        CLogLoss none;
+        otherLines.Push(CLogMessage::Create("1\n", 2));
+        EXPECT_TRUE(other.Drain(otherLines, none, none));
+        ownLines.Push(CLogMessage::Create("own\n", 4));
+        otherLines.Push(CLogMessage::Create("2\n", 2));
+        {
+            const CFileLimit full(4);
+            for (int i = 0; i < 2; ++i)
+            {
+                EXPECT_FALSE(own.Drain(ownLines, none, none));
+                EXPECT_FALSE(other.Drain(otherLines, none, none));
+            }
+        }
+        EXPECT_TRUE(!bOwnFirst || own.Drain(ownLines, none, none));
+        EXPECT_TRUE(other.Drain(otherLines, none, none));
+        EXPECT_TRUE(own.Drain(ownLines, none, none));
+        EXPECT_EQ(bOwnFirst ? "1\nown\n2\n" : "1\now\r\n2\nown\n", ReadBytes(dir / "app.txt"));
+    }
+}
