@@ -51,19 +51,61 @@ std::uint64_t LocalTime(__time64_t tTime)
     return nTime;
 }
 
-/// Whether a byte may have to be shown in another way; 0xC2 opens the upper controls of UTF-8.
-bool IsOther(char c)
+/// Finds what may have to be shown in another way: 0xC2 opens the upper controls of UTF-8, other pages may
+/// have them as single bytes.
+class COthers
 {
-    return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F || c == '\xC2';
-}
+public:
+    explicit COthers(const CLogPage& page)
+        : m_cMask(page.m_nUpperControls != 0 ? '\xE0' : '\xFF'),
+          m_cUpper(page.m_nUpperControls != 0 ? '\x80' : '\xC2')
+    {
+    }
 
-/// The same of sixteen.
-__m128i OthersIn(const char* p)
+    bool Has(char c) const
+    {
+        return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F ||
+               static_cast<char>(c & m_cMask) == m_cUpper;
+    }
+    /// The same of sixteen.
+    __m128i In(const char* p) const
+    {
+        const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const auto Is = [=](char c) { return _mm_cmpeq_epi8(text, _mm_set1_epi8(c)); };
+        const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(text, _mm_set1_epi8(0x1F)), text);
+        const __m128i isUpper =
+            _mm_cmpeq_epi8(_mm_and_si128(text, _mm_set1_epi8(m_cMask)), _mm_set1_epi8(m_cUpper));
+        return _mm_or_si128(_mm_andnot_si128(Is('\t'), isControl), _mm_or_si128(Is(0x7F), isUpper));
+    }
+
+private:
+    const char m_cMask;
+    const char m_cUpper;
+};
+
+/// Those of the ANSI code page, which does not change.
+std::uint32_t UpperControls()
 {
-    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const auto Is = [=](char c) { return _mm_cmpeq_epi8(text, _mm_set1_epi8(c)); };
-    const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(text, _mm_set1_epi8(0x1F)), text);
-    return _mm_or_si128(_mm_andnot_si128(Is('\t'), isControl), _mm_or_si128(Is(0x7F), Is('\xC2')));
+    constexpr std::uint64_t kIsKnown = 1ull << 32;
+    static std::atomic<std::uint64_t> s_nKnown = 0;
+    std::uint64_t nKnown = s_nKnown.load(std::memory_order_relaxed);
+    if (nKnown != 0) [[likely]]
+        return static_cast<std::uint32_t>(nKnown);
+    CPINFO info{};
+    if (!GetCPInfo(CP_ACP, &info))
+        return 0;
+    nKnown = kIsKnown;
+    if (info.MaxCharSize == 1)
+        for (unsigned i = 0; i < 32; ++i)
+        {
+            const char c = static_cast<char>(0x80 + i);
+            WCHAR cWide = 0;
+            if (MultiByteToWideChar(CP_ACP, 0, &c, 1, &cWide, 1) == 0)
+                return 0; // no memory for its tables
+            nKnown |= std::uint64_t{cWide >= 0x80 && cWide < 0xA0} << i;
+        }
+    s_nKnown.store(nKnown, std::memory_order_relaxed);
+    return static_cast<std::uint32_t>(nKnown);
 }
 
 /// The prefix and a blank, if there is one. \p bIsFormat becomes true when there is a "%" in it.
@@ -131,8 +173,9 @@ CLogLine::CLogLine(const CLogLineParts& parts, const char* sFormat, va_list args
     else
         Format(nHeader, sFormat, args);
     Trim();
-    if (m_nLength > kTextBytes || CLogCharacter::IsAnyIn({m_sText, m_nLength}))
-        Indent();
+    const CLogPage page(m_nCodePage);
+    if (m_nLength > kTextBytes || CLogCharacter::IsAnyIn({m_sText, m_nLength}, page))
+        Indent(page);
     std::memcpy(m_sText + m_nLength, "\r\n", 3);
     m_nLength += 2;
 }
@@ -194,18 +237,17 @@ void CLogLine::FormatWithHeader(std::size_t nHeader, const char* sFormat, va_lis
 }
 
 /// Line breaks of either kind become "\r\n" and a tab, other control characters visible.
-void CLogLine::Indent()
+void CLogLine::Indent(const CLogPage& page)
 {
     char sMessage[kMessageBytes + 1];
     std::memcpy(sMessage, m_sText, m_nLength);
     sMessage[m_nLength] = 0;
     const char* const pEnd = sMessage + m_nLength;
-    const bool bUTF8 = m_nCodePage == CP_UTF8 || (m_nCodePage == CP_ACP && GetACP() == CP_UTF8);
     m_nLength = 0;
     bool bFits = true;
     for (const char* p = sMessage; bFits && p != pEnd;)
     {
-        const CLogCharacter c(p, bUTF8);
+        const CLogCharacter c(p, page);
         bFits = Put(c.m_sShown == "\n" ? "\r\n\t" : c.m_sShown);
         p += c.m_nBytes;
     }
@@ -229,31 +271,38 @@ void CLogLine::Trim()
         --m_nLength;
 }
 
-CLogCharacter::CLogCharacter(const char* sText, bool bUTF8) : m_sShown(sText, 1), m_nBytes(1)
+CLogPage::CLogPage(UINT nCodePage)
+    : m_bUTF8(nCodePage == CP_UTF8 || GetACP() == CP_UTF8), m_nUpperControls(m_bUTF8 ? 0 : UpperControls())
+{
+}
+
+CLogCharacter::CLogCharacter(const char* sText, const CLogPage& page) : m_sShown(sText, 1), m_nBytes(1)
 {
     const auto c = static_cast<unsigned char>(*sText);
     const auto cNext = static_cast<unsigned char>(c != 0 ? sText[1] : 0);
-    const bool bUpperControl = bUTF8 && c == 0xC2 && cNext >= 0x80 && cNext < 0xA0;
+    const bool bUpperPair = page.m_bUTF8 && c == 0xC2 && (cNext & 0xE0) == 0x80;
+    const bool bUpper = (c & 0xE0) == 0x80 && (page.m_nUpperControls >> (c & 0x1F) & 1) != 0;
     if (c == '\r' && cNext == '\n')
     {
         m_sShown = "\n";
         m_nBytes = 2;
     }
-    else if ((c < 0x20 && c != '\t' && c != '\n') || c == 0x7F || bUpperControl)
+    else if ((c < 0x20 && c != '\t' && c != '\n') || c == 0x7F || bUpper || bUpperPair)
     {
-        m_nBytes = bUpperControl ? 2 : 1;
-        m_sShown = {m_sBuffer, OCT::FormatTo(m_sBuffer, "\\x%02X", bUpperControl ? cNext : c)};
+        m_nBytes = bUpperPair ? 2 : 1;
+        m_sShown = {m_sBuffer, OCT::FormatTo(m_sBuffer, "\\x%02X", bUpperPair ? cNext : c)};
     }
 }
 
-bool CLogCharacter::IsAnyIn(std::string_view sText)
+bool CLogCharacter::IsAnyIn(std::string_view sText, const CLogPage& page)
 {
     constexpr std::size_t kBlock = 16;
+    const COthers others(page);
     if (sText.size() < kBlock)
-        return std::any_of(sText.begin(), sText.end(), IsOther);
+        return std::any_of(sText.begin(), sText.end(), [&](char c) { return others.Has(c); });
     const char* const pLast = sText.data() + sText.size() - kBlock;
-    __m128i others = _mm_setzero_si128();
+    __m128i found = others.In(pLast);
     for (const char* p = sText.data(); p < pLast; p += kBlock)
-        others = _mm_or_si128(others, OthersIn(p));
-    return _mm_movemask_epi8(_mm_or_si128(others, OthersIn(pLast))) != 0;
+        found = _mm_or_si128(found, others.In(p));
+    return _mm_movemask_epi8(found) != 0;
 }

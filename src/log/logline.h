@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 /// A moment as lines show it, YYMMDD_HHMMSS; the end.
@@ -17,6 +18,16 @@ struct CLogLineParts
     const char* m_sPrefix;
     const LONG* m_phr; ///< null: none
     UINT m_nCodePage;  ///< of the file; CP_ACP: as narrow text is
+};
+
+/// Which bytes are controls in the text of a file.
+struct CLogPage
+{
+    /// CP_ACP: as narrow text is.
+    explicit CLogPage(UINT nCodePage);
+
+    bool m_bUTF8;
+    std::uint32_t m_nUpperControls; ///< bit by bit those of 0x80 to 0x9F that are such by themselves
 };
 
 class CLogLine
@@ -37,7 +48,7 @@ private:
     std::size_t PutHeader(const CLogLineParts& parts, bool& bIsFormat);
     void Format(std::size_t nHeader, const char* sFormat, va_list args);
     void FormatWithHeader(std::size_t nHeader, const char* sFormat, va_list args);
-    void Indent();
+    void Indent(const CLogPage& page);
     bool Put(std::string_view sText);
     void Trim();
 
@@ -51,10 +62,10 @@ private:
 struct CLogCharacter
 {
     /// The next one: what stands for it, and how many bytes it takes.
-    CLogCharacter(const char* sText, bool bUTF8);
+    CLogCharacter(const char* sText, const CLogPage& page);
 
     /// Whether there is anything to be shown in another way, tabs left out.
-    static bool IsAnyIn(std::string_view sText);
+    static bool IsAnyIn(std::string_view sText, const CLogPage& page);
 
     std::string_view m_sShown;
     std::size_t m_nBytes;

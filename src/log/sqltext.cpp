@@ -12,7 +12,7 @@
 
 CSQLText::CSQLText(UINT nCodePage, std::string_view sOutcome, std::string_view sLabel, CStatement sStatement,
                    std::string_view sTail)
-    : m_nCodePage(nCodePage), m_bUTF8(nCodePage == CP_UTF8 || GetACP() == CP_UTF8), m_sLabel(sLabel)
+    : m_nCodePage(nCodePage), m_page(nCodePage), m_sLabel(sLabel)
 {
     // Once without keeping anything, for the size.
     Compose(sOutcome, sStatement, sTail);
@@ -58,7 +58,7 @@ void CSQLText::PutVisible(std::string_view sText, PutBreak putBreak)
 {
     for (std::size_t i = 0; i < sText.size();)
     {
-        const CLogCharacter c(sText.data() + i, m_bUTF8);
+        const CLogCharacter c(sText.data() + i, m_page);
         if (c.m_sShown == "\n")
             putBreak();
         else
@@ -69,7 +69,7 @@ void CSQLText::PutVisible(std::string_view sText, PutBreak putBreak)
 
 void CSQLText::PutLabel()
 {
-    if (CLogCharacter::IsAnyIn(m_sLabel))
+    if (CLogCharacter::IsAnyIn(m_sLabel, m_page))
         PutVisible(m_sLabel, [this] { Put("\r\n\t"); });
     else
         Put(m_sLabel);
@@ -88,7 +88,7 @@ void CSQLText::PutCharacter(CStatement sCharacter)
         sBytes[0] = static_cast<char>(c);
     else
     {
-        nBytes = WideCharToMultiByte(m_nCodePage, m_bUTF8 ? 0 : WC_COMPOSITECHECK, sCharacter.data(),
+        nBytes = WideCharToMultiByte(m_nCodePage, m_page.m_bUTF8 ? 0 : WC_COMPOSITECHECK, sCharacter.data(),
                                      static_cast<int>(sCharacter.size()), sBytes,
                                      static_cast<int>(sizeof(sBytes)) - 1, nullptr, nullptr);
         if (nBytes <= 0)

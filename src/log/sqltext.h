@@ -1,6 +1,8 @@
 // The text of a statement as a log records it.
 #pragma once
 
+#include "log/logline.h"
+
 #include <windows.h>
 
 #include <cstddef>
@@ -34,7 +36,7 @@ private:
     void PutVisible(std::string_view sText, PutBreak putBreak);
 
     const UINT m_nCodePage; ///< CP_ACP: as narrow text is
-    const bool m_bUTF8;
+    const CLogPage m_page;
     const std::string_view m_sLabel;
     std::unique_ptr<char[]> m_pHeap;
     char m_sStack[kStackBytes];

@@ -473,7 +473,7 @@ ORV_CHILD(LogInAnotherPage)
 {
     COrvLog log;
     log.InitFileLog(std::filesystem::path(args.at(0)).u16string().c_str(), lqlErrors | lqlSQL, nullptr);
-    log.SetFL("C:\\src\\\x95\x5C\x95\x5C.cpp", 7).LogErr(ORVTEXT("x"));
+    log.SetFL("C:\\src\\\x95\x5C\x95\x5C.cpp", 7).LogSimpleStr(lqlErrors, "x\x9B!");
     log.SetFL(nullptr, 0);
     SQLStrSaveToLog(ORVTEXT("a\u2190\u25D9b"), &log, LQComErrorData(), 0, -1, ~0u);
     return 0;
@@ -483,8 +483,10 @@ TEST_F(LogSystemFaults, BytesOfOtherPagesNeitherEndAFoldersNameNorALine)
 {
     const std::string sOutcome = "=S> <t> SQL SUCCEEDED [0]:\r\n";
     for (const auto& [sPage, sExpected] :
-         {std::pair("932", "=E> <t> \x95\x5C\x95\x5C.cpp(7) x\r\n" + sOutcome + "SQL 0\ta\x81\xA9?b\r\n"),
-          std::pair("437", "=E> <t> .cpp(7) x\r\n" + sOutcome + "SQL 0\ta\\x1B\r\nSQL 0\tb\r\n")})
+         {std::pair("932",
+                    "=E> <t> \x95\x5C\x95\x5C.cpp(7) x\x9B!\r\n" + sOutcome + "SQL 0\ta\x81\xA9?b\r\n"),
+          std::pair("28591", "=E> <t> .cpp(7) x\\x9B!\r\n" + sOutcome + "SQL 0\ta??b\r\n"),
+          std::pair("437", "=E> <t> .cpp(7) x\x9B!\r\n" + sOutcome + "SQL 0\ta\\x1B\r\nSQL 0\tb\r\n")})
     {
         const CVariableGuard page("ORVCOMTYPES_ACP", sPage);
         EXPECT_EQ(0, CChildProcess("LogInAnotherPage", {m_file.string()}).Wait().m_iExitCode);
