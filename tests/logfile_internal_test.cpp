@@ -209,7 +209,14 @@ TEST_F(LogFile, GoesByNumberAndFindsNoFullFile)
     EXPECT_TRUE(std::filesystem::exists(m_dir / "test_10.txt"));
     EXPECT_TRUE(std::filesystem::exists(m_dir / "test_11.txt"));
     EXPECT_FALSE(std::filesystem::exists(m_dir / "test.txt"));
-    for (const char* sName : {"test_9.txt", "test_10.txt", "test_11.txt"})
+    {
+        CLogFileOptions onlyFile;
+        onlyFile.m_nKeepFiles = 1;
+        CLogFile file(m_sFile, onlyFile);
+        EXPECT_TRUE(file.Prepare());
+    }
+    EXPECT_TRUE(std::filesystem::remove(m_dir / "test_10.txt")) << "none of its own without a limit";
+    for (const char* sName : {"test_9.txt", "test_11.txt"})
         std::filesystem::remove(m_dir / sName);
     WriteBytes(m_dir / "test.txt", "x");
     CLogFile file(m_sFile, options);

@@ -117,7 +117,8 @@ enum LQLogFileOption : unsigned
     lqfMaxFileBytes,
     /// So many files of the format are kept, the newest, and older ones DELETED; 0, as at first: all are
     /// kept. All with names as told above count, and with any date where the format has one, whoever made
-    /// them. In a folder that may not be read none is found.
+    /// them; a format without date has others only with `lqfMaxFileBytes`. In a folder that may not be read
+    /// none is found.
     lqfKeepFiles,
     /// 1: the file is UTF-8, whatever the ANSI code page is, and narrow text is converted, but for `LogRaw`;
     /// the debugger's copy is UTF-8 too. 0 at first.

@@ -183,10 +183,11 @@ bool CLogFile::ChooseName()
         ForFilesIn(m_expanded.Folder(), [&](const CLogText& sName, ULONGLONG) {
             nNumber = std::max(nNumber, m_expanded.NumberOf(sName, false));
         });
-    m_sPath = m_expanded.Path(nNumber);
+    CLogText sPath = m_expanded.Path(nNumber);
     // The folder may show no names, or a name in letters of the other case, which opens all the same.
-    while (nMax > 0 && IsFullFile(m_sPath, nMax))
-        m_sPath = m_expanded.Path(++nNumber);
+    while (nMax > 0 && IsFullFile(sPath, nMax))
+        sPath = m_expanded.Path(++nNumber);
+    m_sPath.swap(sPath);
     return true;
 }
 
@@ -200,7 +201,9 @@ bool CLogFile::IsFullFile(const CLogText& sPath, std::uint64_t nMax)
 void CLogFile::DropOldFiles() const
 {
     const std::uint64_t nKeep = m_options.m_nKeepFiles.load(std::memory_order_relaxed);
-    if (nKeep == 0)
+    // A format that makes one file only has no others.
+    const bool bOnlyFile = m_options.m_nMaxFileBytes == 0 && m_expanded.m_sSuffix.empty();
+    if (nKeep == 0 || bOnlyFile)
         return;
     const CLogText sFolder = m_expanded.Folder();
     const std::size_t nFirst = m_expanded.m_sStem.size() + m_expanded.m_sSuffix.size() - sFolder.size();
