@@ -13,7 +13,8 @@
 /// or 16 upper-case digits. Anything else behind "%" is copied as it stands.
 ///
 /// Errors: none. Text that the ANSI code page lacks becomes its default character; a null text prints
-/// "(null)". Units: capacities and results in code units of the format, terminators not counted in results.
+/// "(null)". Units: capacities and results in code units of the format, terminators not counted in results;
+/// widths and precisions in those of the text that is given, where it is of the other width in those printed.
 #pragma once
 
 #include "orvcomtypes/formatcheck.h"
