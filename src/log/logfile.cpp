@@ -23,7 +23,7 @@ namespace
 
 constexpr const char* kSource = "orvlog";
 constexpr DWORD kLookAgainMs = 10;
-constexpr int kMaxLooks = 100;
+constexpr int kMaxLooks = 40; // of its own turn at the end of a process the log needs the rest
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 struct CCloseFile
@@ -264,7 +264,8 @@ bool CLogFile::SeekToEnd()
 }
 
 /// What a crash or a full disk left of a line is ended, so that the next one stands on its own. A file that
-/// grows meanwhile has another writer, which has not come to the end of its block; it gets a second for that.
+/// grows meanwhile has another writer, which has not come to the end of its block; it gets some time for
+/// that.
 bool CLogFile::EndHalfLine()
 {
     CState now = StateOf(m_hFile);

@@ -1,6 +1,7 @@
 #include "log/logfilename.h"
 
 #include "core/charclass.h"
+#include "core/memoryerror.h"
 #include "core/textformat.h"
 #include "orvcomtypes/lqsettings.h"
 #include "orvcomtypes/octassert.h"
@@ -13,6 +14,7 @@
 #include <chrono>
 #include <cstddef>
 #include <initializer_list>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -192,6 +194,22 @@ std::size_t ExtensionStart(CView sPath)
     return bInName ? nDot : sPath.size();
 }
 
+/// Empty where the system tells no path that leads there.
+CLogText FullPath(const CLogText& sFolder)
+{
+    CLogText sPath(kSettingChars, 0);
+    DWORD nLength = GetFullPathNameW(sFolder.c_str(), kSettingChars, sPath.data(), nullptr);
+    if (nLength > kSettingChars)
+    {
+        sPath.resize(nLength);
+        nLength = GetFullPathNameW(sFolder.c_str(), nLength, sPath.data(), nullptr);
+    }
+    if (nLength == 0 && OCT::IsShortOfMemory(GetLastError()))
+        throw std::bad_alloc();
+    sPath.resize(nLength < sPath.size() ? nLength : 0);
+    return sPath;
+}
+
 } // namespace
 
 __time64_t (*g_pfnLogTime)() = CurrentTime;
@@ -218,21 +236,18 @@ CLogText FullFormat(const WCHAR* sFileNameFormat)
 {
     CView sName(sFileNameFormat);
     TakePeriod(sName);
-    CView sFolder(sName);
-    const bool bToken = TakeToken(sFolder, ORVTEXT("(LOCAPP)")) || TakeToken(sFolder, ORVTEXT("(TEMP)")) ||
+    CView sRest(sName);
+    const bool bToken = TakeToken(sRest, ORVTEXT("(LOCAPP)")) || TakeToken(sRest, ORVTEXT("(TEMP)")) ||
                         sName.starts_with(ORVTEXT("*\\")) || sName.starts_with(ORVTEXT('$'));
-    if (bToken || std::none_of(sName.begin(), sName.end(), IsSeparator))
+    const std::size_t nFolder = sName.find_last_of(ORVTEXT("\\/")) + 1; // npos + 1 is 0
+    if (bToken || nFolder == 0 || IsSeparator(sName[0]) || sName.find(ORVTEXT(':')) != CView::npos)
         return sFileNameFormat;
-    CLogText sPath(kSettingChars, 0);
-    DWORD nLength = GetFullPathNameW(sName.data(), kSettingChars, sPath.data(), nullptr);
-    if (nLength > kSettingChars)
-    {
-        sPath.resize(nLength);
-        nLength = GetFullPathNameW(sName.data(), nLength, sPath.data(), nullptr);
-    }
-    if (nLength == 0 || nLength >= sPath.size())
+    // The folder alone, as the system takes some file names for devices.
+    const CLogText sFolder = FullPath(CLogText(sName.substr(0, nFolder)));
+    if (sFolder.empty())
         return sFileNameFormat;
-    return CLogText(sFileNameFormat, sName.data()) + sPath.substr(0, nLength);
+    sName.remove_prefix(nFolder);
+    return CLogText(sFileNameFormat, sName.data() - nFolder) + sFolder + CLogText(sName);
 }
 
 bool CLogFileName::Expand(const WCHAR* sFileNameFormat)

@@ -131,7 +131,7 @@ bool PutLocation(CSink& header)
     const std::string_view sPath(sFile);
     std::size_t nName = sPath.find_last_of("/\\") + 1; // npos + 1 is 0
     // The last byte of a character of two may be that of a backslash.
-    while (nName > 0 && sFile[nName - 1] == '\\' &&
+    while (nName > 1 && sFile[nName - 1] == '\\' && (sFile[nName - 2] & 0x80) != 0 && GetACP() != CP_UTF8 &&
            OCT::WholeCharacters(sFile, nName - 1, CP_ACP) != nName - 1)
         nName = sPath.find_last_of("/\\", nName - 2) + 1;
     const std::string_view sName = sPath.substr(nName);

@@ -469,6 +469,19 @@ TEST_F(LogSystemFaults, LinkThatLeadsNowhereGetsItsFileOnceThatCanBeMade)
     EXPECT_EQ("=I> <t> 1\r\n", WithoutTimes(ReadBytes(m_dir / "sub" / "app.txt")));
 }
 
+TEST_F(LogSystemFaults, RelativeNameHoldsWhereNoPathLeads)
+{
+    const std::filesystem::path former = std::filesystem::current_path();
+    const std::filesystem::path folder = m_dir / "lat\xE9"; // no text in UTF-8
+    std::filesystem::create_directory(folder);
+    std::filesystem::current_path(folder);
+    m_log.InitFileLog(ORVTEXT("./app.txt"), lqlInformation, nullptr);
+    m_log.LogInf(ORVTEXT("1"));
+    EXPECT_TRUE(m_log.Flush(kLong));
+    std::filesystem::current_path(former);
+    EXPECT_EQ("=I> <t> 1\r\n", WithoutTimes(ReadBytes(folder / "app.txt")));
+}
+
 ORV_CHILD(LogInAnotherPage)
 {
     COrvLog log;

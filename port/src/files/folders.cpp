@@ -11,6 +11,7 @@
 #include <string>
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -52,6 +53,14 @@ std::string TempFolder()
     return "/tmp";
 }
 
+// Not every folder has a path that leads there: a folder above may be closed, or a name no text.
+bool IsCurrentFolder(const std::string& sPath)
+{
+    struct stat there, here;
+    return stat(sPath.c_str(), &there) == 0 && stat(".", &here) == 0 && there.st_dev == here.st_dev &&
+           there.st_ino == here.st_ino;
+}
+
 } // namespace
 
 DWORD GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer) noexcept
@@ -82,6 +91,11 @@ try
         while (sPath.starts_with("./"))
             sPath.erase(0, 2);
         const std::string sFolder = pFolder.get();
+        if (!IsCurrentFolder(PortPath(PortToUtf16(sFolder).c_str())))
+        {
+            SetLastError(ERROR_PATH_NOT_FOUND);
+            return 0;
+        }
         sPath.insert(0, sFolder.ends_with('/') ? sFolder : sFolder + '/');
     }
     return PortCopyOut(PortToUtf16(sPath), lpBuffer, nBufferLength);
