@@ -29,6 +29,7 @@ void OnProcessDetach(bool bUnloading)
     ClearPlexedAllocUninit(bUnloading);
     if (bUnloading)
     {
+        CLanguageTable::Instance().CloseAll();
         OCT::FreeZonesAtUnload();
         OCT::FreeLocaleFormsAtUnload();
     }

@@ -155,5 +155,6 @@ void OCT::SelectZone(const ZoneRecord& record)
 
 void OCT::FreeZonesAtUnload() noexcept
 {
+    g_pSelectedZone.store(nullptr, std::memory_order_release);
     g_keptZones.DestroyAtUnload();
 }

@@ -1,7 +1,10 @@
 // What the port does where memory is missing.
+#include "orvcomtypes/lqsettings.h"
 #include "orvcomtypes/orvlongstrbase.h"
+#include "orvcomtypes/orvstr.h"
 #include "orvcomtypes/threadname.h"
 #include "orvcomtypes/timeutils.h"
+#include "support/child_process.h"
 #include "support/faults.h"
 #include "support/forked.h"
 #include "support/test_environment.h"
@@ -10,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
 
 #include <windows.h>
 #include <shlobj.h>
@@ -42,6 +46,28 @@ TEST(NoMemory, ACodePageIsReadWholeOrLater)
                       return bHappened ? encode() : 100;
                   }))
             << nFirst;
+}
+
+/// The registry is made anew where its first making found no memory; a fork then finds all locks.
+ORV_CHILD(SettingsAfterAShortage)
+{
+    const auto get = [] { return GetLQStrSetting(nullptr, ORVTEXT("x"), ORVTEXT("d")).GetLength(); };
+    {
+        const CFault fault(FaultyCall::Allocation, static_cast<unsigned>(std::stoi(args.at(0))), false);
+        get();
+    }
+    EXPECT_EQ(1u, get());
+    EXPECT_TRUE(RunForked([] { return true; }));
+    return testing::Test::HasFailure();
+}
+
+TEST(NoMemory, ForksGoOnAfterAShortage)
+{
+    for (int n = 1; n < 6; ++n)
+    {
+        const ChildResult result = CChildProcess("SettingsAfterAShortage", {std::to_string(n)}).Wait();
+        EXPECT_EQ(0, result.m_iExitCode) << n << ": " << result.m_sOutput;
+    }
 }
 
 TEST(NoMemory, CallsWithPathsFail)

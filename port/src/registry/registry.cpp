@@ -55,7 +55,7 @@ public:
 private:
     CRegHive m_user;
     CRegHive m_machine;
-    CPortLock m_lock;
+    CPortMemberLock m_lock;
     ULONG_PTR m_nLastHandle = 0;
     std::unordered_map<ULONG_PTR, CRegKeyPtr> m_keys;
     CRegKeyPtr m_pUserKey;
@@ -68,7 +68,6 @@ CRegistry::CRegistry()
       m_pUserKey(std::make_shared<CRegKey>(CRegKey{&m_user, {}, KEY_ALL_ACCESS, {}})),
       m_pMachineKey(std::make_shared<CRegKey>(CRegKey{&m_machine, {}, KEY_ALL_ACCESS, {}}))
 {
-    m_lock.HoldAtFork();
 }
 
 CMadeOnce<CRegistry> g_registry;

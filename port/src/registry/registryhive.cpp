@@ -35,8 +35,6 @@ void ReportBadLines(const std::string& sFile, const CRegDocument& document)
 CRegHive::CRegHive(int nHive, CRegView sRoot, CRegView sShortRoot, std::string (*fnFile)())
     : m_nHive(nHive), m_empty(sRoot, sShortRoot), m_fnFile(fnFile)
 {
-    m_writeLock.HoldAtFork();
-    m_lock.HoldAtFork();
 }
 
 const CHiveFile& CRegHive::File()

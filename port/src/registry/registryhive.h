@@ -48,11 +48,11 @@ private:
     const int m_nHive;
     const CRegDocument m_empty;
     std::string (*const m_fnFile)();
-    CPortLock m_writeLock; ///< taken before the other, and held while a file is written
-    CPortLock m_lock;      ///< of what follows
-    CHiveFile m_file;      ///< chosen at the first access
-    Document m_pDocument;  ///< null: not read yet, or not to be trusted any more
-    CHiveStamp m_stamp;    ///< of the file that the document came from
+    CPortMemberLock m_writeLock; ///< taken before the other, and held while a file is written
+    CPortMemberLock m_lock;      ///< of what follows
+    CHiveFile m_file;            ///< chosen at the first access
+    Document m_pDocument;        ///< null: not read yet, or not to be trusted any more
+    CHiveStamp m_stamp;          ///< of the file that the document came from
 };
 
 } // namespace OrvPort

@@ -2,7 +2,7 @@
 //
 // A function's static is made behind a guard, and a std::mutex is held, of which a fork knows nothing: when
 // another thread is just inside, the child waits for it for ever. So everything here goes through sections
-// that the fork waits for. Nothing is destroyed: threads may still run while the process exits.
+// that the fork waits for. Static ones are not destroyed: threads may still run while the process exits.
 #pragma once
 
 #include "forklock.h"
@@ -26,8 +26,17 @@ public:
     void lock() noexcept { EnterCriticalSection(&m_section); }
     void unlock() noexcept { LeaveCriticalSection(&m_section); }
 
-private:
+protected:
     CRITICAL_SECTION m_section{};
+};
+
+/// The lock of an object that may go again, also because the rest of it found no memory; a fork waits for it
+/// meanwhile.
+class CPortMemberLock : public CPortLock
+{
+public:
+    CPortMemberLock() noexcept { HoldAtFork(); }
+    ~CPortMemberLock() { DeleteCriticalSection(&m_section); }
 };
 
 /// Held while something is made on first use, and during every call of ICU that may take ICU's own locks: a

@@ -113,7 +113,7 @@ std::u16string ReadPicture(const LocalUDateFormatPointer& format)
 class CLastTexts
 {
 public:
-    CLastTexts() { m_lock.HoldAtFork(); }
+    CLastTexts() = default;
     CLastTexts(const CLastTexts&) = delete;
     CLastTexts& operator=(const CLastTexts&) = delete;
 
@@ -130,7 +130,7 @@ public:
     }
 
 private:
-    CPortLock m_lock;
+    CPortMemberLock m_lock;
     std::string m_sLocale;
     std::shared_ptr<const CLocaleTexts> m_pTexts;
 };
