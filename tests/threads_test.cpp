@@ -1,3 +1,4 @@
+#include "orvcomtypes/stringutils.h"
 #include "orvcomtypes/syncutil.h"
 #include "orvcomtypes/threadname.h"
 
@@ -74,7 +75,9 @@ ORV_CHILD(FillTheTable)
     EXPECT_EQ("-1064", NameOf(1064));
 
     EXPECT_EQ("+eleven", NameOf(11)) << "the older name of two";
-    EXPECT_EQ("+" + std::string(62, 'x') + (GetACP() == CP_UTF8 ? "" : "\xC3"), NameOf(13));
+    char sBytes[8];
+    const bool bUtf8 = UnicodeToANSI(ORVTEXT("\u00E9"), sBytes, sizeof sBytes, CP_ACP) == 2;
+    EXPECT_EQ("+" + std::string(62, 'x') + (bUtf8 ? "" : "\xC3"), NameOf(13)) << "cut between characters";
     EXPECT_EQ("+x", NameOf(13, 2));
     EXPECT_EQ("+self", NameOf(GetCurrentThreadId()));
     EXPECT_EQ("+an id", NameOf(0x7FFFFFFE));
