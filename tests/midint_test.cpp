@@ -197,6 +197,12 @@ TEST(MidIntSet, BulkInsertionKeepsWhatIsThere)
     CValues values = Values(set);
     std::sort(values.begin(), values.end());
     EXPECT_TRUE(values == CValues(model.begin(), model.end()));
+
+    CMIDINTSet byOne;
+    byOne.Add(107);
+    byOne.Add(3);
+    EXPECT_EQ(Values(byOne), Values(CMIDINTSet(Ids({107, 3}))))
+        << "few IDs take few buckets, as their order shows";
 }
 
 TEST(ByteSet, PackedArgumentsNameUpToFourItems)
