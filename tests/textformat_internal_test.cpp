@@ -162,7 +162,7 @@ TEST(TextFormat, NoCutSplitsACharacter)
 TEST(TextFormat, CutsAtTheCapacityAndSaysSo)
 {
     const auto PrintInto = [](std::size_t nSize, const char* sFormat, ...) {
-        char buffer[16];
+        char buffer[64];
         bool bCut = false;
         va_list args;
         va_start(args, sFormat);
@@ -174,6 +174,10 @@ TEST(TextFormat, CutsAtTheCapacityAndSaysSo)
     EXPECT_EQ("abcd (cut)", PrintInto(5, "%s", "abcde"));
     EXPECT_EQ("abcd (cut)", PrintInto(5, "abcd%d", 1));
     EXPECT_EQ(" (cut)", PrintInto(1, "a"));
+    const std::string sLong(48, 'x');
+    for (const std::size_t nFits : {4u, 15u, 16u, 17u, 31u, 32u, 47u})
+        EXPECT_EQ(sLong.substr(0, nFits) + " (cut)", PrintInto(nFits + 1, sLong.c_str()));
+    EXPECT_EQ(sLong, PrintInto(49, sLong.c_str()));
 }
 
 TEST(TextFormat, NarrowTextIsConvertedToTheCodePageOfTheSink)
